@@ -1,0 +1,25 @@
+# What every target of the project is compiled with.
+
+add_library(lumomixcalc_options INTERFACE)
+add_library(LumoMixcalc::options ALIAS lumomixcalc_options)
+
+target_include_directories(lumomixcalc_options INTERFACE ${PROJECT_SOURCE_DIR})
+
+target_compile_options(lumomixcalc_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+  # A fused multiply-add rounds once where the documented arithmetic rounds twice; compilers would
+  # form one wherever the processor has it, and results would differ from machine to machine.
+  -ffp-contract=off
+  # Release builds define NDEBUG, but the assertions here guard what a host may do wrong and cost
+  # nothing beside a block of data: they stay on in every build.
+  -UNDEBUG)
+
+if(LUMOMIXCALC_WERROR)
+  target_compile_options(lumomixcalc_options INTERFACE -Werror)
+endif()
+
+if(LUMOMIXCALC_SANITIZE)
+  target_compile_options(lumomixcalc_options INTERFACE
+    -fsanitize=${LUMOMIXCALC_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(lumomixcalc_options INTERFACE -fsanitize=${LUMOMIXCALC_SANITIZE})
+endif()
