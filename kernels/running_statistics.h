@@ -1,0 +1,38 @@
+// The output's minimum, maximum and sum, kept up to date element by element.
+#ifndef LUMOMIXCALC_KERNELS_RUNNING_STATISTICS_H
+#define LUMOMIXCALC_KERNELS_RUNNING_STATISTICS_H
+
+#include "kernels/contract.h"
+
+namespace lumomixcalc {
+
+// Counts values into a host's statistics record. The three numbers live here, in registers once
+// inlined, from construction until Store: a record updated in memory would make every element wait
+// for the store of the one before.
+class RunningStatistics {
+ public:
+  explicit RunningStatistics(const float* record) : stats_{record[0], record[1], record[2]} {}
+
+  // Counts v, the value before it is rounded for the store:
+  //   minimum = float(v)        unless v >= minimum: a NaN v replaces it, a NaN minimum is replaced
+  //   maximum = float(v)        if v > maximum: a NaN v never does, a NaN maximum stays
+  //   sum     = float(v + sum)  rounded to single precision at every element
+  void Count(double v) {
+    if (!(v >= stats_.minimum)) stats_.minimum = static_cast<float>(v);
+    if (v > stats_.maximum) stats_.maximum = static_cast<float>(v);
+    stats_.sum = static_cast<float>(v + stats_.sum);
+  }
+
+  void Store(float* record) const {
+    record[0] = stats_.minimum;
+    record[1] = stats_.maximum;
+    record[2] = stats_.sum;
+  }
+
+ private:
+  OutputStats stats_;
+};
+
+}  // namespace lumomixcalc
+
+#endif
