@@ -26,10 +26,12 @@ inline double Modulus(Complex z) {
   const double re = std::fabs(z.re);
   const double im = std::fabs(z.im);
   const double s = static_cast<float>(re >= im ? re : im);
-  if (IsZeroOrNan(s)) return s;
-  const double x = z.re / s;
-  const double y = z.im / s;
-  return s * std::sqrt(x * x + y * y);
+  // Dividing by 1 where s is no divisor keeps the loop around this free of branches.
+  const double divisor = IsZeroOrNan(s) ? 1.0 : s;
+  const double x = z.re / divisor;
+  const double y = z.im / divisor;
+  const double modulus = s * std::sqrt(x * x + y * y);
+  return IsZeroOrNan(s) ? s : modulus;
 }
 
 // Natural logarithm; NaN for v < 0, -infinity for 0.

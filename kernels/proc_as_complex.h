@@ -2,40 +2,54 @@
 #ifndef LUMOMIXCALC_KERNELS_PROC_AS_COMPLEX_H
 #define LUMOMIXCALC_KERNELS_PROC_AS_COMPLEX_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
 #include "kernels/contract.h"
 #include "kernels/element_operations.h"
+#include "kernels/multiversioning.h"
 #include "kernels/post_operations.h"
 #include "kernels/running_statistics.h"
 
 namespace lumomixcalc {
 
-// The positions of one element's parts in a buffer, and the steps to the next element's.
-template <class Float>
-struct Cursor {
-  Float* re;
-  Float* im;
-  std::ptrdiff_t reStep;
-  std::ptrdiff_t imStep;
+// The elements of one input in a chunk; a real one has zero imaginary parts.
+struct InputChunk {
+  float re[kChunk];
+  float im[kChunk];
 
-  void Advance() {
-    re += reStep;
-    im += imStep;
+  void Read(const float* buffer, bool isComplex, std::ptrdiff_t start, int count) {
+    if (isComplex) {
+      for (int i = 0; i < count; ++i) {
+        re[i] = buffer[2 * (start + i)];
+        im[i] = buffer[2 * (start + i) + 1];
+      }
+    } else {
+      for (int i = 0; i < count; ++i) {
+        re[i] = buffer[start + i];
+        im[i] = 0.0F;
+      }
+    }
   }
 };
 
-// Cursor of a buffer of n elements: at element 0 going up, or at element n - 1 going down. A real
-// buffer has no imaginary parts; its cursor stays on `noImaginary` instead.
-template <class Float>
-Cursor<Float> MakeCursor(Float* buffer, bool isComplex, Float* noImaginary, std::ptrdiff_t n,
-                         bool backward) {
-  const std::ptrdiff_t width = isComplex ? 2 : 1;
-  const std::ptrdiff_t step = backward ? -width : width;
-  Float* first = backward ? buffer + (n - 1) * width : buffer;
-  return {first, isComplex ? first + 1 : noImaginary, step, isComplex ? step : 0};
-}
+// The results of a chunk, their real parts not rounded yet; a real output receives those alone.
+struct OutputChunk {
+  double re[kChunk];
+  float im[kChunk];
+
+  void Write(float* buffer, bool isComplex, std::ptrdiff_t start, int count) const {
+    if (isComplex) {
+      for (int i = 0; i < count; ++i) {
+        buffer[2 * (start + i)] = static_cast<float>(re[i]);
+        buffer[2 * (start + i) + 1] = im[i];
+      }
+    } else {
+      for (int i = 0; i < count; ++i) buffer[start + i] = static_cast<float>(re[i]);
+    }
+  }
+};
 
 // Op is an element operation over std::complex<float>, Post UnaryNoOp<float> or ClampAtZero, which
 // is applied to the real part. The real part is also what the statistics count. A real input
@@ -50,33 +64,33 @@ Cursor<Float> MakeCursor(Float* buffer, bool isComplex, Float* noImaginary, std:
 // from the flags alone, also where no buffer is shared.
 template <class Op, class Post>
 struct ProcAsComplex {
-  static void Apply(float* out, float* stats, const float* in1, const float* in2, std::int32_t n,
-                    const ProcParams& params) {
-    if (n == 0) return;
+  LUMOMIXCALC_PER_PROCESSOR static void Apply(float* out, float* stats, const float* in1,
+                                              const float* in2, std::int32_t n,
+                                              const ProcParams& params) {
     const bool in1Complex = params.in1Complex != 0;
     const bool in2Complex = params.in2Complex != 0;
     const bool outComplex = params.outComplex != 0;
     const bool backward = outComplex && !(in1Complex && in2Complex);
-    const float zero = 0.0F;
-    float discarded = 0.0F;
-    auto x1 = MakeCursor(in1, in1Complex, &zero, n, backward);
-    auto x2 = MakeCursor(in2, in2Complex, &zero, n, backward);
-    auto w = MakeCursor(out, outComplex, &discarded, n, backward);
-
     const Complex A(params.A);
     const Complex B(params.B);
     RunningStatistics running(stats);
-    for (std::int32_t i = 0; i < n; ++i) {
-      const Complex F1(*x1.re, *x1.im);
-      const Complex F2(*x2.re, *x2.im);
-      const Complex result = Op::Apply(F1, F2, A, B);
-      const double re = Post::template Apply<Op::kNanUnderClamp>(result.re);
-      *w.re = static_cast<float>(re);
-      *w.im = static_cast<float>(result.im);
-      running.Count(re);
-      x1.Advance();
-      x2.Advance();
-      w.Advance();
+    InputChunk x1;
+    InputChunk x2;
+    OutputChunk w;
+    for (std::ptrdiff_t done = 0; done < n; done += kChunk) {
+      const int count = static_cast<int>(std::min<std::ptrdiff_t>(kChunk, n - done));
+      const std::ptrdiff_t start = backward ? n - done - count : done;
+      if (Op::kFile1) x1.Read(in1, in1Complex, start, count);
+      if (Op::kFile2) x2.Read(in2, in2Complex, start, count);
+      for (int i = 0; i < count; ++i) {
+        const Complex F1 = Op::kFile1 ? Complex(x1.re[i], x1.im[i]) : Complex();
+        const Complex F2 = Op::kFile2 ? Complex(x2.re[i], x2.im[i]) : Complex();
+        const Complex result = Op::Apply(F1, F2, A, B);
+        w.re[i] = Post::template Apply<Op::kNanUnderClamp>(result.re);
+        w.im[i] = static_cast<float>(result.im);
+      }
+      w.Write(out, outComplex, start, count);
+      running.CountChunk(w.re, count, backward);
     }
     running.Store(stats);
   }

@@ -2,10 +2,13 @@
 #ifndef LUMOMIXCALC_KERNELS_PROC_AS_REAL_H
 #define LUMOMIXCALC_KERNELS_PROC_AS_REAL_H
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
 #include "kernels/contract.h"
 #include "kernels/element_operations.h"
+#include "kernels/multiversioning.h"
 #include "kernels/post_operations.h"
 #include "kernels/running_statistics.h"
 
@@ -15,17 +18,22 @@ namespace lumomixcalc {
 // of A and B are used, the flags are not, and an input that Op does not use is not touched.
 template <class Op, class Post>
 struct ProcAsReal {
-  static void Apply(float* out, float* stats, const float* in1, const float* in2, std::int32_t n,
-                    const ProcParams& params) {
+  LUMOMIXCALC_PER_PROCESSOR static void Apply(float* out, float* stats, const float* in1,
+                                              const float* in2, std::int32_t n,
+                                              const ProcParams& params) {
     const double A = params.A.real();
     const double B = params.B.real();
     RunningStatistics running(stats);
-    for (std::int32_t i = 0; i < n; ++i) {
-      const double F1 = Op::kFile1 ? in1[i] : 0.0F;
-      const double F2 = Op::kFile2 ? in2[i] : 0.0F;
-      const double v = Post::template Apply<Op::kNanUnderClamp>(Op::Apply(F1, F2, A, B));
-      out[i] = static_cast<float>(v);
-      running.Count(v);
+    double v[kChunk];
+    for (std::ptrdiff_t start = 0; start < n; start += kChunk) {
+      const int count = static_cast<int>(std::min<std::ptrdiff_t>(kChunk, n - start));
+      for (int i = 0; i < count; ++i) {
+        const double F1 = Op::kFile1 ? in1[start + i] : 0.0F;
+        const double F2 = Op::kFile2 ? in2[start + i] : 0.0F;
+        v[i] = Post::template Apply<Op::kNanUnderClamp>(Op::Apply(F1, F2, A, B));
+      }
+      for (int i = 0; i < count; ++i) out[start + i] = static_cast<float>(v[i]);
+      running.CountChunk(v, count, false);
     }
     running.Store(stats);
   }

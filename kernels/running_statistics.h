@@ -1,4 +1,4 @@
-// The output's minimum, maximum and sum, kept up to date element by element.
+// The output's minimum, maximum and sum, kept up to date as if element by element.
 #ifndef LUMOMIXCALC_KERNELS_RUNNING_STATISTICS_H
 #define LUMOMIXCALC_KERNELS_RUNNING_STATISTICS_H
 
@@ -6,14 +6,16 @@
 
 namespace lumomixcalc {
 
-// Counts values into a host's statistics record. The three numbers live here, in registers once
-// inlined, from construction until Store: a record updated in memory would make every element wait
-// for the store of the one before.
+// The number of elements that a kernel computes before it stores and counts them.
+inline constexpr int kChunk = 256;
+
+// Counts values into a host's statistics record, which is read on construction and written by
+// Store.
 class RunningStatistics {
  public:
   explicit RunningStatistics(const float* record) : stats_{record[0], record[1], record[2]} {}
 
-  // Counts v, the value before it is rounded for the store:
+  // The rule. Counts v, the value before it is rounded for the store:
   //   minimum = float(v)        unless v >= minimum: a NaN v replaces it, a NaN minimum is replaced
   //   maximum = float(v)        if v > maximum: a NaN v never does, a NaN maximum stays
   //   sum     = float(v + sum)  rounded to single precision at every element
@@ -22,6 +24,10 @@ class RunningStatistics {
     if (v > stats_.maximum) stats_.maximum = static_cast<float>(v);
     stats_.sum = static_cast<float>(v + stats_.sum);
   }
+
+  // Counts n <= kChunk values one after the other, from the first up or, backward, from the last
+  // down. The record ends with the very bits that Count on each would give it, but sooner.
+  void CountChunk(const double* values, int n, bool backward);
 
   void Store(float* record) const {
     record[0] = stats_.minimum;

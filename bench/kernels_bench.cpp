@@ -1,0 +1,215 @@
+// Every kernel beside two loops over the same data: the plain rule, whose output and record it must
+// equal (checked here before timing), and the bare arithmetic without statistics.
+//
+// Benchmarks are named KERNEL/LOOP/DATA/ELEMENTS. Buffers of 65,536 elements stay in the cache,
+// those of 16,777,216 do not.
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <complex>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
+#include <limits>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "bench/plain_kernels.h"
+#include "kernels/proc_as_complex.h"
+#include "kernels/proc_as_real.h"
+
+namespace lumomixcalc {
+namespace {
+
+struct BenchCase {
+  std::string name;
+  bool isComplex;
+  KernelFn product;
+  KernelFn plain;
+  KernelFn bare;
+};
+
+template <class Op>
+struct BareReal {
+  LUMOMIXCALC_PER_PROCESSOR static void Apply(float* out, float*, const float* in1,
+                                              const float* in2, std::int32_t n,
+                                              const ProcParams& params) {
+    const double A = params.A.real();
+    const double B = params.B.real();
+    for (std::int32_t i = 0; i < n; ++i) {
+      out[i] = static_cast<float>(Op::Apply(in1[i], in2[i], A, B));
+    }
+  }
+};
+
+template <class Op>
+struct BareComplex {
+  LUMOMIXCALC_PER_PROCESSOR static void Apply(float* out, float*, const float* in1,
+                                              const float* in2, std::int32_t n,
+                                              const ProcParams& params) {
+    const Complex A(params.A);
+    const Complex B(params.B);
+    for (std::ptrdiff_t i = 0; i < n; ++i) {
+      const Complex w =
+          Op::Apply(Complex(in1[2 * i], in1[2 * i + 1]), Complex(in2[2 * i], in2[2 * i + 1]), A, B);
+      out[2 * i] = static_cast<float>(w.re);
+      out[2 * i + 1] = static_cast<float>(w.im);
+    }
+  }
+};
+
+template <template <class> class Op>
+BenchCase Real(const std::string& name) {
+  using O = Op<float>;
+  using P = UnaryNoOp<float>;
+  return {"Real_" + name, false, ProcAsReal<O, P>::Apply, PlainAsReal<O, P>::Apply,
+          BareReal<O>::Apply};
+}
+
+template <template <class> class Op>
+BenchCase ComplexCase(const std::string& name) {
+  using O = Op<std::complex<float>>;
+  using P = UnaryNoOp<float>;
+  return {"Complex_" + name, true, ProcAsComplex<O, P>::Apply, PlainAsComplex<O, P>::Apply,
+          BareComplex<O>::Apply};
+}
+
+std::vector<BenchCase> Cases() {
+  return {Real<AF1>("AF1"),
+          Real<AF1_Plus_B>("AF1_Plus_B"),
+          Real<AF1_Plus_BF2>("AF1_Plus_BF2"),
+          Real<AF1_Times_F2>("AF1_Times_F2"),
+          Real<A_DividedBy_F2>("A_DividedBy_F2"),
+          Real<AF1_DividedBy_F2>("AF1_DividedBy_F2"),
+          Real<Abs_AF1>("Abs_AF1"),
+          Real<A_Ln_F1_Plus_B>("A_Ln_F1_Plus_B"),
+          Real<F1_Plus_B_Pow_A>("F1_Plus_B_Pow_A"),
+          ComplexCase<AF1>("AF1"),
+          ComplexCase<AF1_Plus_B>("AF1_Plus_B"),
+          ComplexCase<Conj_AF1>("Conj_AF1"),
+          ComplexCase<AF1_Plus_BF2>("AF1_Plus_BF2"),
+          ComplexCase<AF1_Times_F2>("AF1_Times_F2"),
+          ComplexCase<AF1_Times_Conj_BF2>("AF1_Times_Conj_BF2"),
+          ComplexCase<AF1_DividedBy_F2>("AF1_DividedBy_F2"),
+          ComplexCase<A_DividedBy_F2>("A_DividedBy_F2"),
+          ComplexCase<Abs_AF1>("Abs_AF1"),
+          ComplexCase<A_Phase_F1>("A_Phase_F1"),
+          ComplexCase<A_Ln_F1_Plus_B>("A_Ln_F1_Plus_B"),
+          ComplexCase<F1_Plus_B_Pow_A>("F1_Plus_B_Pow_A")};
+}
+
+enum class Data { kPositive, kZeroMean, kIntegers };
+
+const char* Name(Data data) {
+  switch (data) {
+    case Data::kPositive:
+      return "positive";
+    case Data::kZeroMean:
+      return "zero_mean";
+    case Data::kIntegers:
+      return "integers";
+  }
+  return "";
+}
+
+// Positive: uniform in [0.5, 1.5). Zero mean: uniform in [-1, 1). Integers: 0 to 255, so that half
+// of the sums beyond 2^24 are ties.
+std::vector<float> MakeData(Data data, std::size_t count, unsigned seed) {
+  std::mt19937 random(seed);
+  std::uniform_real_distribution<float> unit(0.0F, 1.0F);
+  std::vector<float> values(count);
+  std::generate(values.begin(), values.end(), [&] {
+    switch (data) {
+      case Data::kPositive:
+        return 0.5F + unit(random);
+      case Data::kZeroMean:
+        return 2.0F * unit(random) - 1.0F;
+      case Data::kIntegers:
+        return static_cast<float>(random() % 256);
+    }
+    return 0.0F;
+  });
+  return values;
+}
+
+struct Run {
+  explicit Run(const BenchCase& benchCase, Data data, std::int32_t elements)
+      : n(elements),
+        in1(MakeData(data, Floats(benchCase), 1)),
+        in2(MakeData(data, Floats(benchCase), 2)),
+        out(Floats(benchCase)) {
+    params.A =
+        data == Data::kIntegers ? std::complex<float>(1.0F) : std::complex<float>(1.1F, 0.3F);
+    params.B =
+        data == Data::kIntegers ? std::complex<float>(1.0F) : std::complex<float>(0.7F, 0.2F);
+    params.in1Complex = params.in2Complex = params.outComplex = benchCase.isComplex ? 1 : 0;
+  }
+
+  std::size_t Floats(const BenchCase& benchCase) const {
+    return static_cast<std::size_t>(n) * (benchCase.isComplex ? 2 : 1);
+  }
+
+  OutputStats Call(KernelFn kernel) {
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    OutputStats stats{kInfinity, -kInfinity, 0.0F};
+    kernel(out.data(), &stats.minimum, in1.data(), in2.data(), n, params);
+    return stats;
+  }
+
+  std::int32_t n;
+  ProcParams params{};
+  std::vector<float> in1;
+  std::vector<float> in2;
+  std::vector<float> out;
+};
+
+void CheckAgainstPlainRule(const BenchCase& benchCase, Run& run) {
+  const OutputStats expectedStats = run.Call(benchCase.plain);
+  const std::vector<float> expected = run.out;
+  const OutputStats stats = run.Call(benchCase.product);
+  if (std::memcmp(&stats, &expectedStats, sizeof stats) != 0 ||
+      std::memcmp(run.out.data(), expected.data(), expected.size() * sizeof(float)) != 0) {
+    std::cerr << benchCase.name << " differs from the plain rule\n";
+    std::exit(EXIT_FAILURE);
+  }
+}
+
+void Time(benchmark::State& state, const BenchCase& benchCase, KernelFn kernel, Data data,
+          std::int32_t elements) {
+  Run run(benchCase, data, elements);
+  CheckAgainstPlainRule(benchCase, run);
+  for (auto _ : state) benchmark::DoNotOptimize(run.Call(kernel));
+  state.counters["ns_per_element"] = benchmark::Counter(
+      1e-9 * static_cast<double>(elements),
+      benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
+void Register(const BenchCase& benchCase, Data data, std::int32_t elements) {
+  const std::pair<const char*, KernelFn> loops[] = {
+      {"product", benchCase.product}, {"plain", benchCase.plain}, {"bare", benchCase.bare}};
+  for (const auto& [loop, kernel] : loops) {
+    const std::string name =
+        benchCase.name + "/" + loop + "/" + Name(data) + "/" + std::to_string(elements);
+    benchmark::RegisterBenchmark(name.c_str(), [=, kernel = kernel](benchmark::State& state) {
+      Time(state, benchCase, kernel, data, elements);
+    });
+  }
+}
+
+}  // namespace
+}  // namespace lumomixcalc
+
+int main(int argc, char** argv) {
+  using namespace lumomixcalc;
+  for (const BenchCase& benchCase : Cases()) {
+    for (const Data data : {Data::kPositive, Data::kZeroMean, Data::kIntegers}) {
+      Register(benchCase, data, 1 << 16);
+    }
+    Register(benchCase, Data::kPositive, 1 << 24);
+  }
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return EXIT_FAILURE;
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+}

@@ -1,0 +1,204 @@
+// How a chunk of values is counted faster than one by one, and why the bits are the same.
+//
+// The rule makes a chain: every sum waits for the one before it to be added, rounded to double and
+// rounded to float. The chain is cut as follows. Let the sum s be in a binade, P <= |s| < 2P with
+// P = 2^k. Its unit there is u = 2^(k-23): s is a whole number m of units, below 2^24.
+//
+//   1. Let v be finite with |v| <= P/2 and let the new sum lie strictly inside the same binade. The
+//      rule rounds v + s first to double, whose grid in the binade is g = 2^(k-52). Since s is an
+//      even multiple of g, this is s + r with r = v rounded to the grid g, ties to even, whatever s
+//      is. With D = 1.5 P, v + D is in [P, 2P], where double has the grid g, and D is an even
+//      multiple of g: r = (v + D) - D.
+//   2. The rule then rounds s + r to a multiple of u, ties to even. With E = 1.5 * 2^(k+29),
+//   doubles
+//      near E have the grid u, and E is an even multiple of u: S = E + s holds s exactly, and
+//      S + r in double arithmetic is E + (s + r rounded to u). One addition an element.
+//   3. "Strictly inside": the new sum s' = S' - E has P < |s'| < 2P. At least one unit away from
+//      both ends, v + s cannot have been outside, where the rule's grids are others. Were s' = P,
+//      the exact sum could lie just below P and the rule's result be half a unit less.
+//   4. How s + r rounds depends on m only through its parity (by a tie). So the increments of a run
+//      of elements can be computed before s is known, once from an even start and once from an odd
+//      one, and runs ("segments") of a chunk go side by side. The two differ by one unit until the
+//      first tie, which leaves both even, so 0 or 2 units apart, for good: the odd one's excursions
+//      are those of the even one within one unit, and only the even one's extremes are kept.
+//   5. Minimum and maximum do not depend on the order, since rounding is monotonic: the rule ends
+//      with the smallest value, rounded, if that is below the minimum it began with. Exceptions: a
+//      NaN among the values, a NaN minimum to begin with, and a new extreme that rounds to zero,
+//      whose sign depends on which zero came first.
+//
+// Whatever does not meet a condition is counted by the rule itself: a segment whose sum leaves the
+// binade, or the rest of the chunk.
+#include "kernels/running_statistics.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+
+#include "kernels/multiversioning.h"
+
+namespace lumomixcalc {
+namespace {
+
+constexpr int kSegments = 8;
+constexpr int kSegmentLength = kChunk / kSegments;
+static_assert(kSegments * kSegmentLength == kChunk);
+
+// The values of a full chunk in walking order, turned so that the segments lie side by side: value
+// t of segment j is at [t][j]. A processor's vector then holds one value of each of several
+// segments, and the loop over the segments in TrySegments is computed side by side.
+struct Walk {
+  double at[kSegmentLength][kSegments];
+};
+
+// The binade of a normal sum, and the constants above that go with it.
+struct Binade {
+  explicit Binade(float sum)
+      : P(std::bit_cast<float>(std::bit_cast<std::uint32_t>(sum) & 0x7f800000U)),
+        u(P * 0x1p-23),
+        D(1.5 * P),
+        E(1.5 * P * 0x1p29) {}
+
+  bool Holds(float sum) const { return std::fabs(sum) >= P && std::fabs(sum) < 2 * P; }
+
+  double P;
+  double u;
+  double D;
+  double E;
+};
+
+// What each segment would do to a sum in the binade.
+struct Trial {
+  double change[2][kSegments];  // of the sum, from an even and from an odd number of units; not
+                                // finite where a value is not
+  double lowest[kSegments];     // the extremes of the change from even, on the way
+  double highest[kSegments];
+  double smallest[kSegments];  // the extremes of the values
+  double largest[kSegments];
+};
+
+LUMOMIXCALC_PER_PROCESSOR void Turn(const double* values, bool backward, Walk& walk) {
+  for (int t = 0; t < kSegmentLength; ++t) {
+    for (int j = 0; j < kSegments; ++j) {
+      const int place = j * kSegmentLength + t;
+      walk.at[t][j] = values[backward ? kChunk - 1 - place : place];
+    }
+  }
+}
+
+LUMOMIXCALC_PER_PROCESSOR void TrySegments(const Walk& __restrict walk, const Binade& binade,
+                                           Trial& __restrict trial) {
+  const double D = binade.D;
+  const double E = binade.E;
+  const double u = binade.u;
+  for (int j = 0; j < kSegments; ++j) {
+    double even = E;
+    double odd = E + u;
+    double lowest = even;
+    double highest = even;
+    double smallest = walk.at[0][j];
+    double largest = smallest;
+    for (int t = 0; t < kSegmentLength; ++t) {
+      const double v = walk.at[t][j];
+      const double r = (v + D) - D;
+      even += r;
+      odd += r;
+      lowest = even < lowest ? even : lowest;
+      highest = even > highest ? even : highest;
+      smallest = v < smallest ? v : smallest;
+      largest = v > largest ? v : largest;
+    }
+    trial.change[0][j] = even - E;
+    trial.change[1][j] = odd - (E + u);
+    trial.lowest[j] = lowest - E;
+    trial.highest[j] = highest - E;
+    trial.smallest[j] = smallest;
+    trial.largest[j] = largest;
+  }
+}
+
+// Adds a segment's change to the sum, a float widened, if the conditions hold for it; false, and
+// nothing, if not.
+bool AddSegment(const Trial& trial, int j, const Binade& binade, double& sum) {
+  // The parity of the sum's units is the last bit that it has as a float. It is used as an index,
+  // since a branch on it would be mispredicted every other time.
+  const std::uint64_t parity = (std::bit_cast<std::uint64_t>(sum) >> 29U) & 1U;
+  const double slack = static_cast<double>(parity) * binade.u;
+  const double lowest = sum + trial.lowest[j] - slack;
+  const double highest = sum + trial.highest[j] + slack;
+  const double P = binade.P;
+  const bool isInside = sum > 0 ? lowest > P && highest < 2 * P : highest < -P && lowest > -2 * P;
+  const bool areSmall = trial.largest[j] <= P / 2 && trial.smallest[j] >= -P / 2;
+  if (!isInside || !areSmall) return false;
+  sum += trial.change[parity][j];
+  return true;
+}
+
+// The sum after the values of a segment, one after the other by the rule, whatever they are. The
+// rule's chain of three operations is shortened by a guess: adding the value as a float mostly
+// gives the same sum. The processor predicts that and goes on with the guess, checking it by the
+// rule off the chain. The bits are compared, not the numbers, so that a guess of the wrong zero is
+// caught.
+float AddOneByOne(const Walk& walk, int j, float sum) {
+  for (int t = 0; t < kSegmentLength; ++t) {
+    const double v = walk.at[t][j];
+    const float guess = sum + static_cast<float>(v);
+    const float next = static_cast<float>(v + sum);
+    if (std::bit_cast<std::uint32_t>(guess) == std::bit_cast<std::uint32_t>(next)) [[likely]] {
+      sum = guess;
+    } else {
+      sum = next;
+    }
+  }
+  return sum;
+}
+
+// Lowers the minimum and raises the maximum to the extremes of a chunk if their order does not
+// matter; false, and nothing, if it does.
+bool CountExtremes(const Trial& trial, OutputStats& stats) {
+  double smallest = trial.smallest[0];
+  double largest = trial.largest[0];
+  double changes = 0.0;  // finite if every change is
+  for (int j = 0; j < kSegments; ++j) {
+    smallest = std::min(smallest, trial.smallest[j]);
+    largest = std::max(largest, trial.largest[j]);
+    changes += trial.change[0][j];
+  }
+  const float newMinimum = static_cast<float>(smallest);
+  const float newMaximum = static_cast<float>(largest);
+  const bool lowers = smallest < stats.minimum;
+  const bool raises = largest > stats.maximum;
+  if (!std::isfinite(changes) || std::isnan(stats.minimum) || (lowers && newMinimum == 0.0F) ||
+      (raises && newMaximum == 0.0F)) {
+    return false;
+  }
+  if (lowers) stats.minimum = newMinimum;
+  if (raises) stats.maximum = newMaximum;
+  return true;
+}
+
+// Counts a full chunk; false, and nothing, if it is to be counted by the rule throughout.
+bool CountFullChunk(const double* values, bool backward, OutputStats& stats) {
+  Walk walk;
+  Turn(values, backward, walk);
+  const Binade binade(std::isnormal(stats.sum) ? stats.sum : 1.0F);
+  Trial trial;
+  TrySegments(walk, binade, trial);
+  if (!CountExtremes(trial, stats)) return false;
+  if (!std::isfinite(stats.sum)) return true;  // no finite value changes it
+  double sum = stats.sum;
+  for (int j = 0; j < kSegments; ++j) {
+    if (!AddSegment(trial, j, binade, sum)) sum = AddOneByOne(walk, j, static_cast<float>(sum));
+  }
+  stats.sum = static_cast<float>(sum);
+  return true;
+}
+
+}  // namespace
+
+void RunningStatistics::CountChunk(const double* values, int n, bool backward) {
+  if (n == kChunk && CountFullChunk(values, backward, stats_)) return;
+  for (int i = 0; i < n; ++i) Count(values[backward ? n - 1 - i : i]);
+}
+
+}  // namespace lumomixcalc
