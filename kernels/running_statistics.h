@@ -20,8 +20,8 @@ class RunningStatistics {
   //   maximum = float(v)        if v > maximum: a NaN v never does, a NaN maximum stays
   //   sum     = float(v + sum)  rounded to single precision at every element
   void Count(double v) {
-    if (!(v >= stats_.minimum)) stats_.minimum = static_cast<float>(v);
-    if (v > stats_.maximum) stats_.maximum = static_cast<float>(v);
+    stats_.minimum = v >= stats_.minimum ? stats_.minimum : static_cast<float>(v);
+    stats_.maximum = v > stats_.maximum ? static_cast<float>(v) : stats_.maximum;
     stats_.sum = static_cast<float>(v + stats_.sum);
   }
 
