@@ -1,0 +1,115 @@
+#!/usr/bin/python3
+"""Runs kernels_bench and, on arrays of the same size and kind, NumPy and numexpr on one thread;
+prints the medians as Markdown tables.
+
+    bench/kernels_report.py build/release/bench/kernels_bench [repetitions]
+
+Needs python3-numpy and python3-numexpr.
+"""
+
+import collections
+import json
+import os
+import subprocess
+import sys
+import tempfile
+import time
+
+import numexpr
+import numpy
+
+ELEMENTS = 1 << 16
+
+
+def run_benchmark(program, repetitions):
+    """Median nanoseconds an element by (kernel, data, elements) and loop."""
+    with tempfile.TemporaryDirectory() as folder:
+        results = os.path.join(folder, "results.json")
+        subprocess.run(
+            [
+                program,
+                "--benchmark_out=" + results,
+                "--benchmark_out_format=json",
+                "--benchmark_min_time=0.05",
+                f"--benchmark_repetitions={repetitions}",
+                "--benchmark_enable_random_interleaving=true",
+                "--benchmark_report_aggregates_only=true",
+            ],
+            check=True,
+            stdout=subprocess.DEVNULL,
+        )
+        with open(results, encoding="utf-8") as stream:
+            benchmarks = json.load(stream)["benchmarks"]
+    table = collections.defaultdict(dict)
+    for benchmark in benchmarks:
+        if benchmark["aggregate_name"] != "median":
+            continue
+        kernel, loop, data, elements = benchmark["run_name"].split("/")
+        table[kernel, data, int(elements)][loop] = benchmark["real_time"] / int(elements)
+    return table
+
+
+def print_kernels(table):
+    """One row a kernel and kind of data: the plain rule, the product, how many times as fast."""
+    print("| kernel | data | elements | plain rule | product | times as fast | no statistics |")
+    print("|---|---|---:|---:|---:|---:|---:|")
+    for (kernel, data, elements), loops in table.items():
+        plain, product, bare = loops["plain"], loops["product"], loops["bare"]
+        print(
+            f"| {kernel.replace('_', ' ', 1)} | {data.replace('_', ' ')} | {elements} "
+            f"| {plain:.2f} | {product:.2f} | {plain / product:.2f} | {bare:.2f} |"
+        )
+
+
+def median_time(function, repetitions=201):
+    """Median nanoseconds an element of a call on ELEMENTS elements."""
+    times = []
+    for _ in range(repetitions):
+        start = time.perf_counter()
+        function()
+        times.append(time.perf_counter() - start)
+    return sorted(times)[len(times) // 2] / ELEMENTS * 1e9
+
+
+def print_array_tools(table):
+    """A*F1 + B*F2 on real data with the tools that a user has at hand."""
+    random = numpy.random.default_rng(1)
+    f1 = (0.5 + random.random(ELEMENTS)).astype(numpy.float32)
+    f2 = (0.5 + random.random(ELEMENTS)).astype(numpy.float32)
+    a, b = numpy.float32(1.1), numpy.float32(0.7)
+    out = numpy.empty_like(f1)
+    numexpr.set_num_threads(1)
+
+    def with_numpy():
+        numpy.add(a * f1, b * f2, out=out)
+
+    def with_numpy_and_statistics():
+        with_numpy()
+        return out.min(), out.max(), out.sum(dtype=numpy.float64)
+
+    def with_numexpr():
+        numexpr.evaluate("a*f1 + b*f2", out=out)
+
+    product = table["Real_AF1_Plus_BF2", "positive", ELEMENTS]["product"]
+    rows = [
+        ("product, with minimum, maximum and sum", product),
+        ("NumPy, single precision, with minimum, maximum and sum", median_time(with_numpy_and_statistics)),
+        ("NumPy, single precision, no statistics", median_time(with_numpy)),
+        ("numexpr, single precision, one thread, no statistics", median_time(with_numexpr)),
+    ]
+    print(f"| A*F1 + B*F2 on {ELEMENTS} real elements | ns an element |")
+    print("|---|---:|")
+    for name, value in rows:
+        print(f"| {name} | {value:.2f} |")
+
+
+def main():
+    table = run_benchmark(sys.argv[1], int(sys.argv[2]) if len(sys.argv) > 2 else 5)
+    print("Nanoseconds an element, medians.\n")
+    print_array_tools(table)
+    print()
+    print_kernels(table)
+
+
+if __name__ == "__main__":
+    main()
