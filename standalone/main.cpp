@@ -59,8 +59,6 @@ ExitStatus RunAndReport(const std::vector<std::string>& arguments) {
   } catch (const Failure& failure) {
     // No text: the application has told the user already.
     if (*failure.what() != '\0') Tell(failure.what());
-    if (failure.Status() == ExitStatus::kWrongCommandLine)
-      Tell("run " + std::string(kProgramName) + " -help for its options");
     return failure.Status();
   } catch (const std::bad_alloc&) {
     Tell("there is not enough memory for a strip of this image");
