@@ -116,11 +116,11 @@ int RowsPerStrip(const std::list<InputStrip>& inputs, const DataMode& outputMode
 /// that reaches over many strips is decoded once, and no larger: it would only touch new memory.
 void SizeBlockCache(const std::list<InputStrip>& inputs, GDALDataset& output) {
   if (CPLGetConfigOption("GDAL_CACHEMAX", nullptr)) return;
-  constexpr std::int64_t kSlack = 16 << 20;
+  constexpr std::int64_t kSlack = 4 << 20;
   std::int64_t bytes = BlockRowBytes(output);
   for (const InputStrip& input : inputs) bytes += BlockRowBytes(input.raster->Dataset());
   const std::int64_t physical = CPLGetUsablePhysicalRAM();
-  bytes += bytes / 8 + kSlack;
+  bytes += kSlack;
   if (physical > 0) bytes = std::min(bytes, std::max(kSlack, physical / 4));
   GDALSetCacheMax64(bytes);
 }
@@ -159,14 +159,16 @@ std::vector<BandStatistics> ProcessAll(RunContext& context, std::list<InputStrip
   context.streams[context.registration.Output().number].blockData = outputBuffer.data();
 
   std::vector<BandStatistics> statistics(static_cast<std::size_t>(extent.bands));
-  for (int row = 0; row < extent.rows; row += stripRows) {
-    const IPBlock block = {extent.columns, std::min(stripRows, extent.rows - row)};
+  for (int row = 0, end = 0; row < extent.rows; row = end) {
+    end = output.AlignedEnd(row, std::min(stripRows, extent.rows - row));
+    const IPBlock block = {extent.columns, end - row};
     for (InputStrip& input : inputs) input.bandHeld = 0;
     for (int band = 1; band <= extent.bands; ++band) {
       BandStatistics& bandStatistics = statistics[static_cast<std::size_t>(band) - 1];
       ProcessStrip(context, inputs, band, row, block, bandStatistics);
       output.Write(band, row, block.rows, outputBuffer.data(), bandStatistics.unheld);
     }
+    output.FlushCompleteBlocks(end);
   }
   return statistics;
 }

@@ -122,7 +122,9 @@ class Reader {
     return false;
   }
 
-  std::string Expected() const { return "expected are " + FilesSynopsis(registration_) + " (-help tells more)"; }
+  std::string Expected() const {
+    return "expected are " + FilesSynopsis(registration_) + " (-help tells more)";
+  }
 
   const Registration& registration_;
   Options& options_;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <span>
 #include <system_error>
 
@@ -80,6 +81,24 @@ RasterOutput::RasterOutput(const OutputSpecification& specification)
   dataset_.reset(driver->Create(workFile_.c_str(), specification_.columns, specification_.rows,
                                 specification_.bands, specification_.mode->type, options.List()));
   if (!dataset_ || failures.Any()) FailToWrite(failures.First());
+  int blockColumns = 0;
+  dataset_->GetRasterBand(1)->GetBlockSize(&blockColumns, &blockRows_);
+}
+
+int RasterOutput::AlignedEnd(int firstRow, int rows) const {
+  const std::int64_t end = std::int64_t{firstRow} + rows;
+  const std::int64_t aligned = end - end % blockRows_;
+  return static_cast<int>(
+      std::min<std::int64_t>(aligned > firstRow ? aligned : end, specification_.rows));
+}
+
+void RasterOutput::FlushCompleteBlocks(int endRow) {
+  // GDAL's cache evicts written blocks only for others of the same file: left to themselves they
+  // crowd out the blocks of the inputs, and every tile is decoded anew for every strip.
+  if (endRow % blockRows_ != 0 && endRow != specification_.rows) return;
+  const GdalFailures failures;
+  for (GDALRasterBand* const band : dataset_->GetBands()) band->FlushCache(false);
+  if (failures.Any()) FailToWrite(failures.First());
 }
 
 void RasterOutput::Write(int band, int firstRow, int rows, const float* values,
@@ -134,11 +153,15 @@ void RasterOutput::Close() {
 
 void RasterOutput::CheckWhatWasWritten() const {
   const GdalFailures failures;
-  const std::string driver = specification_.format.Name();
-  const std::array<const char*, 2> drivers = {driver.c_str(), nullptr};
-  const GDALDatasetUniquePtr written(GDALDataset::Open(
-      file_.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR, drivers.data()));
+  // Only by its own driver, unless that writes a variety of another driver's files.
+  const std::array<const char*, 2> own = {specification_.format.driver->GetDescription(), nullptr};
+  const bool opens = specification_.format.driver->GetMetadataItem(GDAL_DCAP_OPEN) != nullptr;
+  const GDALDatasetUniquePtr written(
+      GDALDataset::Open(file_.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR,
+                        opens ? own.data() : nullptr));
   if (!written) FailToWrite("it does not open again: " + failures.First());
+  // A container of one raster a band shows them as subdatasets; that it opens must do.
+  if (written->GetRasterCount() == 0 && written->GetMetadata("SUBDATASETS")) return;
   if (written->GetRasterXSize() != specification_.columns ||
       written->GetRasterYSize() != specification_.rows ||
       written->GetRasterCount() != specification_.bands)

@@ -38,9 +38,17 @@ class RasterOutput {
   /// Throws Failure.
   explicit RasterOutput(const OutputSpecification& specification);
 
+  /// The end of the strip that starts at firstRow and has at most rows rows: brought back to the
+  /// end of a row of the file's blocks where the strip reaches one, so that blocks are complete.
+  int AlignedEnd(int firstRow, int rows) const;
+
   /// Stores rows of a band (from 1): columns * rows elements, pairs of floats in a complex mode.
   /// Adds what an integer mode cannot hold to unheld. Throws Failure.
   void Write(int band, int firstRow, int rows, const float* values, UnheldElements& unheld);
+
+  /// Hands the rows before endRow to the file when no block is left half filled there, to be called
+  /// when all bands are written up to endRow. Throws Failure.
+  void FlushCompleteBlocks(int endRow);
 
   /// Completes the file, reads it back as far as to know that it is whole, and gives it its name.
   /// Throws Failure.
@@ -58,7 +66,8 @@ class RasterOutput {
   TemporaryFolder folder_;
   std::filesystem::path file_;      // inside the folder
   std::filesystem::path workFile_;  // what is written first; the file itself unless it is a copy
-  GDALDatasetUniquePtr dataset_;    // closed before the folder goes
+  int blockRows_ = 1;
+  GDALDatasetUniquePtr dataset_;  // closed before the folder goes
   std::vector<std::byte> integers_;
 };
 
