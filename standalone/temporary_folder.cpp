@@ -36,14 +36,20 @@ void TemporaryFolder::Publish(bool replace) {
   std::partition(names.begin(), names.end(),
                  [this](const fs::path& name) { return name != target_.filename(); });
 
+  // "o.tif.aux.xml" can only be a leaving of an "o.tif" that is gone.
+  const auto belongsToTarget = [this](const fs::path& name) {
+    return name != target_.filename() && name.string().starts_with(target_.filename().string());
+  };
   for (const fs::path& name : names)
-    if (!replace && fs::exists(fs::symlink_status(parent / name)))
-      throw Failure((parent / name).string() + " exists already; -overwrite replaces it");
+    if (!replace && !belongsToTarget(name) && fs::exists(fs::symlink_status(parent / name)))
+      throw Failure((target_.parent_path() / name).string() +
+                    " exists already; -overwrite replaces it");
   for (const fs::path& name : names) {
     std::error_code error;
     fs::rename(path_ / name, parent / name, error);
     if (error)
-      throw Failure("cannot give " + (parent / name).string() + " its name: " + error.message());
+      throw Failure("cannot give " + (target_.parent_path() / name).string() +
+                    " its name: " + error.message());
   }
 }
 

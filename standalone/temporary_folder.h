@@ -18,8 +18,8 @@ class TemporaryFolder {
   const std::filesystem::path& Path() const { return path_; }
 
   /// Moves all files out, the one with the target's name last, so that whoever sees it sees the
-  /// others. Existing files are replaced with replace, else refused before anything is moved.
-  /// Throws Failure.
+  /// others. Existing files are replaced with replace, else refused before anything is moved, but
+  /// for those whose names continue the target's. Throws Failure.
   void Publish(bool replace);
 
  private:

@@ -20,17 +20,17 @@ void PrintUsage(RunContext& context) {
     text += "     -" + input.OptionName() + "=FILE   input raster, any that GDAL opens\n";
   text += "     -" + registration.Output().OptionName() + "=FILE    output raster\n";
   text += "\nOptions:\n";
-  text += "     -mode=MODE    how the output stores its elements: " + DataModeNames() +
-          ";\n"
-          "                   without it cfloat32 when the operator reads a complex " +
+  text += "     -mode=MODE    how the output stores its elements:\n                   " +
+          DataModeNames() + ";\n                   without it cfloat32 when a complex " +
           registration.inputs.front().label +
-          ",\n"
-          "                   else float32; integers are rounded and saturated\n"
+          " is read, else float32;\n"
+          "                   integer modes round to nearest and saturate\n"
           "     -format=NAME  GDAL format of the output; without it the one of the file's\n"
           "                   extension, else GTiff\n"
           "     -co=NAME=VALUE  creation option of the format; may be repeated\n"
           "     -overwrite    replace the output when it exists; it may be an input, too\n"
-          "     -quiet        print no statistics\n"
+          "     -quiet        print no statistics; they are those of the result before an\n"
+          "                   integer mode rounds and saturates it\n"
           "     -help, --help, --version\n"
           "     --            what follows are files, even when they begin with a dash\n\n";
   std::fputs(text.c_str(), stdout);

@@ -76,6 +76,15 @@ TEST_F(TemporaryFolderTest, ReplacesNoFileUnlessTold) {
   EXPECT_EQ(ReadFile(place_ / "o.img"), "new");
 }
 
+TEST_F(TemporaryFolderTest, ReplacesTheSidecarOfAFileThatIsGone) {
+  WriteFile(place_ / "o.img.aux.xml", "old");
+  TemporaryFolder folder(place_ / "o.img");
+  WriteFile(folder.Path() / "o.img", "new");
+  WriteFile(folder.Path() / "o.img.aux.xml", "new");
+  folder.Publish(false);
+  EXPECT_EQ(ReadFile(place_ / "o.img.aux.xml"), "new");
+}
+
 TEST_F(TemporaryFolderTest, NeedsAFolderToStandIn) {
   EXPECT_THROW(TemporaryFolder(place_ / "missing" / "o.img"), Failure);
 }
