@@ -1,0 +1,79 @@
+// The program: registers the application, reads the command line, runs.
+#include <cpl_conv.h>
+#include <gdal.h>
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "host/ip.h"
+#include "standalone/batch_run.h"
+#include "standalone/gdal_errors.h"
+#include "standalone/messages.h"
+#include "standalone/options.h"
+#include "standalone/run_context.h"
+#include "standalone/usage.h"
+
+namespace lumomixcalc::standalone {
+namespace {
+
+void SetUpGdal() {
+  InstallGdalErrorHandler();
+  // Else a raw file that is too short reads as zeros where it ends.
+  if (!CPLGetConfigOption("RAW_CHECK_FILE_SIZE", nullptr))
+    CPLSetConfigOption("RAW_CHECK_FILE_SIZE", "YES");
+  GDALAllRegister();
+}
+
+void ReadApplicationArguments(const Options& options, RunContext& context) {
+  context.arguments = options.applicationArguments;
+  context.registration.Call(IP_SLOT_READ_CMD_LINE);
+  if (context.desisted) throw WrongCommandLine("");
+}
+
+void Run(const std::vector<std::string>& arguments) {
+  RunContext& context = Context();
+  IPAppSpecifics();
+  context.registration.CheckThatHostCanServe();
+  const Options options = ReadOptions(arguments, context.registration);
+  switch (options.action) {
+    case Options::Action::kHelp:
+      return PrintUsage(context);
+    case Options::Action::kVersion:
+      return PrintVersion();
+    case Options::Action::kRun:
+      ReadApplicationArguments(options, context);
+      SetUpGdal();
+      return RunBatch(options, context);
+  }
+}
+
+ExitStatus RunAndReport(const std::vector<std::string>& arguments) {
+  try {
+    Run(arguments);
+    if (std::fflush(stdout) != 0) throw Failure("cannot write to standard output");
+    return ExitStatus::kDone;
+  } catch (const Failure& failure) {
+    // No text: the application has told the user already.
+    if (*failure.what() != '\0') Tell(failure.what());
+    return failure.Status();
+  } catch (const std::bad_alloc&) {
+    Tell("there is not enough memory for a strip of this image");
+  } catch (const std::exception& error) {
+    Tell(std::string("unexpected failure: ") + error.what());
+  }
+  return ExitStatus::kFailed;
+}
+
+}  // namespace
+}  // namespace lumomixcalc::standalone
+
+int main(int argc, char** argv) {
+  using namespace lumomixcalc::standalone;
+  // A write beyond a file-size limit shall fail rather than end the process.
+  std::signal(SIGXFSZ, SIG_IGN);
+  return static_cast<int>(RunAndReport(std::vector<std::string>(argv + 1, argv + argc)));
+}

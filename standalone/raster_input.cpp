@@ -1,0 +1,70 @@
+#include "standalone/raster_input.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <span>
+
+#include "standalone/gdal_errors.h"
+#include "standalone/messages.h"
+
+namespace lumomixcalc::standalone {
+namespace {
+
+// "; name one of its subdatasets, such as ..." for a container that holds rasters but is none.
+std::string SubdatasetHint(GDALDataset& dataset) {
+  const char* const first =
+      CSLFetchNameValue(dataset.GetMetadata("SUBDATASETS"), "SUBDATASET_1_NAME");
+  return first ? std::string("; name one of its subdatasets, such as ") + first : std::string();
+}
+
+// Before GDAL has a type for it, signed 8-bit data is Byte with a remark.
+bool IsSignedByte(GDALRasterBand& band) {
+  const char* const pixelType = band.GetMetadataItem("PIXELTYPE", "IMAGE_STRUCTURE");
+  return band.GetRasterDataType() == GDT_Byte && pixelType && EQUAL(pixelType, "SIGNEDBYTE");
+}
+
+}  // namespace
+
+RasterInput::RasterInput(const std::string& label, const std::string& name)
+    : label_(label), name_(name) {
+  const GdalFailures failures;
+  dataset_.reset(
+      GDALDataset::Open(name.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR));
+  if (!dataset_) throw Failure("cannot open " + Describe() + ": " + failures.First());
+  if (Bands() == 0) throw Failure(Describe() + " has no bands" + SubdatasetHint(*dataset_));
+
+  GDALDataType type = dataset_->GetRasterBand(1)->GetRasterDataType();
+  for (GDALRasterBand* const band : dataset_->GetBands())
+    type = GDALDataTypeUnion(type, band->GetRasterDataType());
+  mode_ = &DataModeOfType(type);
+}
+
+void RasterInput::Read(int band, int firstRow, int rows, float* out) {
+  const GdalFailures failures;
+  GDALRasterBand& source = *dataset_->GetRasterBand(band);
+  const CPLErr error = source.RasterIO(GF_Read, 0, firstRow, Columns(), rows, out, Columns(), rows,
+                                       Mode().complex ? GDT_CFloat32 : GDT_Float32, 0, 0, nullptr);
+  if (error != CE_None || failures.Any())
+    throw Failure("cannot read " + Describe() + ", band " + std::to_string(band) + ", from row " +
+                  std::to_string(firstRow) + ": " + failures.First());
+  if (IsSignedByte(source)) {
+    const std::size_t count = static_cast<std::size_t>(Columns()) * static_cast<std::size_t>(rows) *
+                              (Mode().complex ? 2 : 1);
+    for (float& value : std::span(out, count))
+      if (value > 127) value -= 256;
+  }
+}
+
+std::int64_t BlockRowBytes(GDALDataset& dataset) {
+  std::int64_t bytes = 0;
+  for (GDALRasterBand* const band : dataset.GetBands()) {
+    int width = 0;
+    int height = 0;
+    band->GetBlockSize(&width, &height);
+    const std::int64_t across = (dataset.GetRasterXSize() + width - 1) / width;
+    bytes += across * width * height * GDALGetDataTypeSizeBytes(band->GetRasterDataType());
+  }
+  return bytes;
+}
+
+}  // namespace lumomixcalc::standalone

@@ -1,0 +1,186 @@
+#include "standalone/raster_output.h"
+
+#include <cpl_string.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <span>
+#include <system_error>
+
+#include "standalone/gdal_errors.h"
+#include "standalone/messages.h"
+
+namespace lumomixcalc::standalone {
+namespace fs = std::filesystem;
+namespace {
+
+CPLStringList CreationOptions(const OutputSpecification& specification) {
+  CPLStringList options;
+  for (const std::string& option : specification.creationOptions) options.AddString(option.c_str());
+  return options;
+}
+
+// Classic TIFF ends at 4 GB; IF_SAFER takes the larger layout where that may not be enough, which
+// the driver alone does only when it knows the final size.
+CPLStringList WithBigTiff(CPLStringList options) {
+  if (!options.FetchNameValue("BIGTIFF")) options.SetNameValue("BIGTIFF", "IF_SAFER");
+  return options;
+}
+
+// Files of GDAL's beside a raster that would be taken for the new one's. Only names that can belong
+// to nothing but the target.
+void RemoveStaleSidecars(const fs::path& target, const std::vector<fs::path>& kept) {
+  for (const char* const suffix : {".aux.xml", ".ovr", ".msk", ".msk.ovr"}) {
+    const fs::path sidecar = target.string() + suffix;
+    std::error_code ignored;
+    if (std::find(kept.begin(), kept.end(), sidecar.filename()) == kept.end())
+      fs::remove(sidecar, ignored);
+  }
+}
+
+std::vector<fs::path> NamesIn(const fs::path& folder) {
+  std::vector<fs::path> names;
+  for (const fs::directory_entry& entry : fs::directory_iterator(folder))
+    names.push_back(entry.path().filename());
+  return names;
+}
+
+}  // namespace
+
+fs::path ResolveOutput(const std::string& path, bool overwrite) {
+  if (path.starts_with("/vsi")) throw Failure("the output " + path + " must be a local file");
+  std::error_code error;
+  fs::path target = path;
+  if (fs::is_symlink(target, error)) target = fs::weakly_canonical(target, error);
+  const fs::path parent = target.has_parent_path() ? target.parent_path() : ".";
+  const fs::file_status status = fs::status(target, error);
+  if (fs::is_directory(status) || !target.has_filename())
+    throw Failure("the output " + path + " is a folder; a file name is expected");
+  if (!fs::is_directory(parent, error))
+    throw Failure("cannot write " + path + ": there is no folder " + parent.string());
+  if (fs::exists(status) && !fs::is_regular_file(status))
+    throw Failure("the output " + path + " is neither new nor a regular file");
+  if (fs::exists(status) && !overwrite)
+    throw Failure("the output " + path + " exists already; -overwrite replaces it");
+  return target;
+}
+
+RasterOutput::RasterOutput(const OutputSpecification& specification)
+    : specification_(specification),
+      folder_(specification.target),
+      file_(folder_.Path() / specification.target.filename()),
+      workFile_(specification.format.copiesOnly ? folder_.Path() / ".uncopied.tif" : file_) {
+  const bool copies = specification_.format.copiesOnly;
+  GDALDriver* const driver =
+      copies ? GetGDALDriverManager()->GetDriverByName("GTiff") : specification_.format.driver;
+  CPLStringList options = copies ? CPLStringList() : CreationOptions(specification_);
+  if (EQUAL(driver->GetDescription(), "GTiff")) options = WithBigTiff(options);
+
+  const GdalFailures failures;
+  dataset_.reset(driver->Create(workFile_.c_str(), specification_.columns, specification_.rows,
+                                specification_.bands, specification_.mode->type, options.List()));
+  if (!dataset_ || failures.Any()) FailToWrite(failures.First());
+  int blockColumns = 0;
+  dataset_->GetRasterBand(1)->GetBlockSize(&blockColumns, &blockRows_);
+}
+
+int RasterOutput::AlignedEnd(int firstRow, int rows) const {
+  const std::int64_t end = std::int64_t{firstRow} + rows;
+  const std::int64_t aligned = end - end % blockRows_;
+  return static_cast<int>(
+      std::min<std::int64_t>(aligned > firstRow ? aligned : end, specification_.rows));
+}
+
+void RasterOutput::FlushCompleteBlocks(int endRow) {
+  // GDAL's cache evicts written blocks only for others of the same file: left to themselves they
+  // crowd out the blocks of the inputs, and every tile is decoded anew for every strip.
+  if (endRow % blockRows_ != 0 && endRow != specification_.rows) return;
+  const GdalFailures failures;
+  for (GDALRasterBand* const band : dataset_->GetBands()) band->FlushCache(false);
+  if (failures.Any()) FailToWrite(failures.First());
+}
+
+void RasterOutput::Write(int band, int firstRow, int rows, const float* values,
+                         UnheldElements& unheld) {
+  const DataMode& mode = *specification_.mode;
+  const std::size_t elements =
+      static_cast<std::size_t>(specification_.columns) * static_cast<std::size_t>(rows);
+  // GDAL only reads from the buffer when it writes.
+  void* buffer = const_cast<float*>(values);
+  GDALDataType type = mode.complex ? GDT_CFloat32 : GDT_Float32;
+  if (mode.integer) {
+    type = mode.type;
+    integers_.resize(elements * static_cast<std::size_t>(GDALGetDataTypeSizeBytes(type)));
+    buffer = integers_.data();
+    StoreAsIntegers(std::span(values, elements * (mode.complex ? 2 : 1)), mode, buffer, unheld);
+  }
+  const GdalFailures failures;
+  const CPLErr error = dataset_->GetRasterBand(band)->RasterIO(
+      GF_Write, 0, firstRow, specification_.columns, rows, buffer, specification_.columns, rows,
+      type, 0, 0, nullptr);
+  if (error != CE_None || failures.Any()) FailToWrite(failures.First());
+}
+
+void RasterOutput::Publish() {
+  if (specification_.format.copiesOnly) CopyToFormat();
+  Close();
+  CheckWhatWasWritten();
+  const std::vector<fs::path> names = NamesIn(folder_.Path());
+  folder_.Publish(specification_.overwrite);
+  RemoveStaleSidecars(specification_.target, names);
+}
+
+void RasterOutput::CopyToFormat() {
+  const GdalFailures failures;
+  dataset_->FlushCache(false);
+  GDALDatasetUniquePtr copy(specification_.format.driver->CreateCopy(
+      file_.c_str(), dataset_.get(), FALSE, CreationOptions(specification_).List(), nullptr,
+      nullptr));
+  if (!copy || failures.Any()) FailToWrite(failures.First());
+  dataset_ = std::move(copy);
+  std::error_code ignored;
+  fs::remove(workFile_, ignored);
+  fs::remove(workFile_.string() + ".aux.xml", ignored);
+}
+
+void RasterOutput::Close() {
+  const GdalFailures failures;
+  dataset_->FlushCache(true);
+  dataset_.reset();
+  if (failures.Any()) FailToWrite(failures.First());
+}
+
+void RasterOutput::CheckWhatWasWritten() const {
+  const GdalFailures failures;
+  // Only by its own driver, unless that writes a variety of another driver's files.
+  const std::array<const char*, 2> own = {specification_.format.driver->GetDescription(), nullptr};
+  const bool opens = specification_.format.driver->GetMetadataItem(GDAL_DCAP_OPEN) != nullptr;
+  const GDALDatasetUniquePtr written(
+      GDALDataset::Open(file_.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR,
+                        opens ? own.data() : nullptr));
+  if (!written) FailToWrite("it does not open again: " + failures.First());
+  // A container of one raster a band shows them as subdatasets; that it opens must do.
+  if (written->GetRasterCount() == 0 && written->GetMetadata("SUBDATASETS")) return;
+  if (written->GetRasterXSize() != specification_.columns ||
+      written->GetRasterYSize() != specification_.rows ||
+      written->GetRasterCount() != specification_.bands)
+    FailToWrite("it reads back with another size");
+  if (written->GetRasterBand(1)->GetRasterDataType() != specification_.mode->type)
+    FailToWrite("it reads back with another data type");
+  if (specification_.format.copiesOnly) return;
+  // A file cut short by a full disk opens well; its last row does not read.
+  std::vector<double> row(static_cast<std::size_t>(specification_.columns) * 2);
+  for (GDALRasterBand* const band : written->GetBands())
+    if (band->RasterIO(GF_Read, 0, specification_.rows - 1, specification_.columns, 1, row.data(),
+                       specification_.columns, 1, GDT_CFloat64, 0, 0, nullptr) != CE_None ||
+        failures.Any())
+      FailToWrite("its last row does not read back: " + failures.First());
+}
+
+void RasterOutput::FailToWrite(const std::string& reason) const {
+  throw Failure("cannot write " + specification_.target.string() + ": " +
+                (reason.empty() ? "GDAL does not say why" : reason));
+}
+
+}  // namespace lumomixcalc::standalone

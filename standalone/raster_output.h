@@ -1,0 +1,76 @@
+#ifndef LUMOMIXCALC_STANDALONE_RASTER_OUTPUT_H
+#define LUMOMIXCALC_STANDALONE_RASTER_OUTPUT_H
+
+#include <gdal_priv.h>
+
+#include <cstddef>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "standalone/data_modes.h"
+#include "standalone/integer_output.h"
+#include "standalone/output_format.h"
+#include "standalone/temporary_folder.h"
+
+namespace lumomixcalc::standalone {
+
+/// Where an output named path goes: symbolic links are followed, so that a link stays a link.
+/// Throws Failure when no file can be there, or when one is and overwrite is false.
+std::filesystem::path ResolveOutput(const std::string& path, bool overwrite);
+
+/// What is to be written.
+struct OutputSpecification {
+  std::filesystem::path target;  // as ResolveOutput gives it
+  OutputFormat format;
+  const DataMode* mode = nullptr;
+  std::vector<std::string> creationOptions;
+  int columns = 0;
+  int rows = 0;
+  int bands = 0;
+  bool overwrite = false;
+};
+
+/// The output raster, written in strips of whole rows in a temporary folder beside its place.
+/// Unless Publish is reached, nothing of it is left and a file that was there stays as it was.
+class RasterOutput {
+ public:
+  /// Throws Failure.
+  explicit RasterOutput(const OutputSpecification& specification);
+
+  /// The end of the strip that starts at firstRow and has at most rows rows: brought back to the
+  /// end of a row of the file's blocks where the strip reaches one, so that blocks are complete.
+  int AlignedEnd(int firstRow, int rows) const;
+
+  /// Stores rows of a band (from 1): columns * rows elements, pairs of floats in a complex mode.
+  /// Adds what an integer mode cannot hold to unheld. Throws Failure.
+  void Write(int band, int firstRow, int rows, const float* values, UnheldElements& unheld);
+
+  /// Hands the rows before endRow to the file when no block is left half filled there, to be called
+  /// when all bands are written up to endRow. Throws Failure.
+  void FlushCompleteBlocks(int endRow);
+
+  /// Completes the file, reads it back as far as to know that it is whole, and gives it its name.
+  /// Throws Failure.
+  void Publish();
+
+  GDALDataset& Dataset() { return *dataset_; }
+
+ private:
+  void CopyToFormat();
+  void Close();
+  void CheckWhatWasWritten() const;
+  [[noreturn]] void FailToWrite(const std::string& reason) const;
+
+  OutputSpecification specification_;
+  TemporaryFolder folder_;
+  std::filesystem::path file_;      // inside the folder
+  std::filesystem::path workFile_;  // what is written first; the file itself unless it is a copy
+  int blockRows_ = 1;
+  GDALDatasetUniquePtr dataset_;  // closed before the folder goes
+  std::vector<std::byte> integers_;
+};
+
+}  // namespace lumomixcalc::standalone
+
+#endif
