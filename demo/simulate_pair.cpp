@@ -15,7 +15,8 @@
 // fringe for each kHeightOfAmbiguity of height, on top of the orbit's evenly spaced fringes.
 //
 // All random numbers come from fixed seeds through generators whose output the language or this
-// file defines, so every machine simulates the same land and speckle.
+// file defines, so every machine simulates the same land and speckle, to the last digits that its
+// math library gives.
 
 #include <gdal_priv.h>
 #include <ogr_spatialref.h>
