@@ -161,7 +161,7 @@ double RealPart(const std::vector<float>& buffer, bool isComplex, std::int32_t i
 }
 
 double ImaginaryPart(const std::vector<float>& buffer, bool isComplex, std::int32_t i) {
-  return isComplex ? buffer[static_cast<std::size_t>(2 * i + 1)] : 0.0F;
+  return isComplex ? buffer[2 * static_cast<std::size_t>(i) + 1] : 0.0F;
 }
 
 }  // namespace
