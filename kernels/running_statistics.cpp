@@ -15,7 +15,9 @@
 //      S + r in double arithmetic is E + (s + r rounded to u). One addition an element.
 //   3. "Strictly inside": the new sum s' = S' - E has P < |s'| < 2P. At least one unit away from
 //      both ends, v + s cannot have been outside, where the rule's grids are others. Were s' = P,
-//      the exact sum could lie just below P and the rule's result be half a unit less.
+//      the exact sum could lie just below P and the rule's result be half a unit less; but if no
+//      value pulls the sum towards zero, none lies below P, and P itself will do. That matters: a
+//      sum of values below half its unit comes to rest on a power of two.
 //   4. How s + r rounds depends on m only through its parity (by a tie). So the increments of a run
 //      of elements can be computed before s is known, once from an even start and once from an odd
 //      one, and runs ("segments") of a chunk go side by side. The two differ by one unit until the
@@ -127,7 +129,9 @@ bool AddSegment(const Trial& trial, int j, const Binade& binade, double& sum) {
   const double lowest = sum + trial.lowest[j] - slack;
   const double highest = sum + trial.highest[j] + slack;
   const double P = binade.P;
-  const bool isInside = sum > 0 ? lowest > P && highest < 2 * P : highest < -P && lowest > -2 * P;
+  const bool isInside = sum > 0
+                            ? (trial.smallest[j] >= 0 ? sum >= P : lowest > P) && highest < 2 * P
+                            : (trial.largest[j] <= 0 ? sum <= -P : highest < -P) && lowest > -2 * P;
   const bool areSmall = trial.largest[j] <= P / 2 && trial.smallest[j] >= -P / 2;
   if (!isInside || !areSmall) return false;
   sum += trial.change[parity][j];

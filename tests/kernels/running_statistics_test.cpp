@@ -97,6 +97,15 @@ double AroundTheEnds(Random& random, float sum) {
   return NearTie(random, sum, 4.0);
 }
 
+// Steps of about half a unit or less, always up or always down, and now and then one to the next
+// end of the binade: the sum comes to rest there, on a power of two.
+double SmallUp(Random& random, float sum) {
+  if (!std::isnormal(sum)) return 1.0;
+  if (OneIn(random, 300)) return AroundTheEnds(random, sum);
+  return std::fabs(NearTie(random, sum, 1.1));
+}
+double SmallDown(Random& random, float sum) { return -SmallUp(random, -sum); }
+
 // Steps of about half the binade, just below and just above what the fast way takes.
 double HalfTheBinade(Random& random, float sum) {
   if (!std::isnormal(sum)) return 1.5;
@@ -165,6 +174,8 @@ TEST_P(Counting, ByChunksEqualsTheRule) {
                                 {1.0F, 2.0F, -1000.5F},
                                 {-1e30F, 1e30F, 3.0F},
                                 {0.0F, 1.0F, 8388609.0F},
+                                {0.0F, 1.0F, 16777216.0F},
+                                {0.0F, 1.0F, -16777216.0F},
                                 {5.0F, -5.0F, -12582913.0F},
                                 {0.0F, 1.0F, std::numeric_limits<float>::min()},
                                 {0.0F, 1.0F, 3e38F},
@@ -188,8 +199,9 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(DataCase{"Positive", Positive}, DataCase{"ZeroMean", ZeroMean},
                     DataCase{"Integers", Integers}, DataCase{"SignedIntegers", SignedIntegers},
                     DataCase{"Falling", Falling}, DataCase{"AroundTheEndsOfABinade", AroundTheEnds},
-                    DataCase{"StepsOfHalfABinade", HalfTheBinade},
-                    DataCase{"HugeNegative", HugeNegative}, DataCase{"Vanishing", Vanishing},
+                    DataCase{"StepsOfHalfABinade", HalfTheBinade}, DataCase{"SmallUp", SmallUp},
+                    DataCase{"SmallDown", SmallDown}, DataCase{"HugeNegative", HugeNegative},
+                    DataCase{"Vanishing", Vanishing},
                     DataCase{"VanishingAboveZero", VanishingAboveZero},
                     DataCase{"VanishingBelowZero", VanishingBelowZero},
                     DataCase{"ThroughZero", ThroughZero}, DataCase{"WithNans", WithNans},
