@@ -54,7 +54,8 @@ def print_kernels(table):
     """One row a kernel and kind of data: the plain rule, the product, how many times as fast."""
     print("| kernel | data | elements | plain rule | product | times as fast | no statistics |")
     print("|---|---|---:|---:|---:|---:|---:|")
-    for (kernel, data, elements), loops in table.items():
+    for kernel, data, elements in sorted(table, key=lambda row: (row[2], row[0], row[1]), reverse=True):
+        loops = table[kernel, data, elements]
         plain, product, bare = loops["plain"], loops["product"], loops["bare"]
         print(
             f"| {kernel.replace('_', ' ', 1)} | {data.replace('_', ' ')} | {elements} "

@@ -17,6 +17,10 @@ target_compile_options(lumomixcalc_options INTERFACE
   # nothing beside a block of data: they stay on in every build.
   -UNDEBUG)
 
+if(LUMOMIXCALC_SINGLE_VERSION)
+  target_compile_definitions(lumomixcalc_options INTERFACE LUMOMIXCALC_SINGLE_VERSION)
+endif()
+
 if(LUMOMIXCALC_WERROR)
   target_compile_options(lumomixcalc_options INTERFACE -Werror)
 endif()

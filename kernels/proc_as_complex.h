@@ -14,24 +14,22 @@
 
 namespace lumomixcalc {
 
-// The elements of one input in a chunk; a real one has zero imaginary parts.
-struct InputChunk {
-  float re[kChunk];
-  float im[kChunk];
-
-  void Read(const float* buffer, bool isComplex, std::ptrdiff_t start, int count) {
-    if (isComplex) {
-      for (int i = 0; i < count; ++i) {
-        re[i] = buffer[2 * (start + i)];
-        im[i] = buffer[2 * (start + i) + 1];
-      }
-    } else {
-      for (int i = 0; i < count; ++i) {
-        re[i] = buffer[start + i];
-        im[i] = 0.0F;
-      }
+// The elements of one input in a chunk as pairs of a real and an imaginary part.
+class InputChunk {
+ public:
+  // A complex buffer has the pairs as they are; of a real one, pairs with zero imaginary parts are
+  // made here.
+  const float* Pairs(const float* buffer, bool isComplex, std::ptrdiff_t start, int count) {
+    if (isComplex) return buffer + 2 * start;
+    for (int i = 0; i < count; ++i) {
+      pairs_[2 * i] = buffer[start + i];
+      pairs_[2 * i + 1] = 0.0F;
     }
+    return pairs_;
   }
+
+ private:
+  float pairs_[2 * kChunk];
 };
 
 // The results of a chunk, their real parts not rounded yet; a real output receives those alone.
@@ -50,6 +48,20 @@ struct OutputChunk {
     }
   }
 };
+
+// Asks for the memory of a full chunk before its turn comes. While a chunk is counted no memory is
+// read or written, and chunks of complex data are too long for the processor to look that far ahead
+// by itself: without this, blocks that exceed its caches take twice as long. Always inlined, since
+// a compiler may drop a call of a function that only prefetches.
+[[gnu::always_inline]] inline void Prefetch(const float* buffer, bool isComplex,
+                                            std::ptrdiff_t start, std::ptrdiff_t n) {
+  constexpr std::ptrdiff_t kCacheLine = 64 / sizeof(float);
+  if (start < 0 || start + kChunk > n) return;
+  const std::ptrdiff_t width = isComplex ? 2 : 1;
+  for (std::ptrdiff_t i = 0; i < width * kChunk; i += kCacheLine) {
+    __builtin_prefetch(buffer + width * start + i);
+  }
+}
 
 // Op is an element operation over std::complex<float>, Post UnaryNoOp<float> or ClampAtZero, which
 // is applied to the real part. The real part is also what the statistics count. A real input
@@ -74,22 +86,26 @@ struct ProcAsComplex {
     const Complex A(params.A);
     const Complex B(params.B);
     RunningStatistics running(stats);
-    InputChunk x1;
-    InputChunk x2;
+    InputChunk chunk1;
+    InputChunk chunk2;
     OutputChunk w;
     for (std::ptrdiff_t done = 0; done < n; done += kChunk) {
       const int count = static_cast<int>(std::min<std::ptrdiff_t>(kChunk, n - done));
       const std::ptrdiff_t start = backward ? n - done - count : done;
-      if (Op::kFile1) x1.Read(in1, in1Complex, start, count);
-      if (Op::kFile2) x2.Read(in2, in2Complex, start, count);
+      const float* x1 = Op::kFile1 ? chunk1.Pairs(in1, in1Complex, start, count) : nullptr;
+      const float* x2 = Op::kFile2 ? chunk2.Pairs(in2, in2Complex, start, count) : nullptr;
       for (int i = 0; i < count; ++i) {
-        const Complex F1 = Op::kFile1 ? Complex(x1.re[i], x1.im[i]) : Complex();
-        const Complex F2 = Op::kFile2 ? Complex(x2.re[i], x2.im[i]) : Complex();
+        const Complex F1 = Op::kFile1 ? Complex(x1[2 * i], x1[2 * i + 1]) : Complex();
+        const Complex F2 = Op::kFile2 ? Complex(x2[2 * i], x2[2 * i + 1]) : Complex();
         const Complex result = Op::Apply(F1, F2, A, B);
         w.re[i] = Post::template Apply<Op::kNanUnderClamp>(result.re);
         w.im[i] = static_cast<float>(result.im);
       }
       w.Write(out, outComplex, start, count);
+      const std::ptrdiff_t next = backward ? start - kChunk : start + kChunk;
+      if (Op::kFile1) Prefetch(in1, in1Complex, next, n);
+      if (Op::kFile2) Prefetch(in2, in2Complex, next, n);
+      Prefetch(out, outComplex, next, n);
       running.CountChunk(w.re, count, backward);
     }
     running.Store(stats);
