@@ -19,9 +19,10 @@ class InputChunk {
  public:
   // A complex buffer has the pairs as they are; of a real one, pairs with zero imaginary parts are
   // made here.
-  const float* Pairs(const float* buffer, bool isComplex, std::ptrdiff_t start, int count) {
+  const float* Pairs(const float* buffer, bool isComplex, std::ptrdiff_t start,
+                     std::ptrdiff_t count) {
     if (isComplex) return buffer + 2 * start;
-    for (int i = 0; i < count; ++i) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
       pairs_[2 * i] = buffer[start + i];
       pairs_[2 * i + 1] = 0.0F;
     }
@@ -37,14 +38,14 @@ struct OutputChunk {
   double re[kChunk];
   float im[kChunk];
 
-  void Write(float* buffer, bool isComplex, std::ptrdiff_t start, int count) const {
+  void Write(float* buffer, bool isComplex, std::ptrdiff_t start, std::ptrdiff_t count) const {
     if (isComplex) {
-      for (int i = 0; i < count; ++i) {
+      for (std::ptrdiff_t i = 0; i < count; ++i) {
         buffer[2 * (start + i)] = static_cast<float>(re[i]);
         buffer[2 * (start + i) + 1] = im[i];
       }
     } else {
-      for (int i = 0; i < count; ++i) buffer[start + i] = static_cast<float>(re[i]);
+      for (std::ptrdiff_t i = 0; i < count; ++i) buffer[start + i] = static_cast<float>(re[i]);
     }
   }
 };
@@ -90,11 +91,11 @@ struct ProcAsComplex {
     InputChunk chunk2;
     OutputChunk w;
     for (std::ptrdiff_t done = 0; done < n; done += kChunk) {
-      const int count = static_cast<int>(std::min<std::ptrdiff_t>(kChunk, n - done));
+      const std::ptrdiff_t count = std::min<std::ptrdiff_t>(kChunk, n - done);
       const std::ptrdiff_t start = backward ? n - done - count : done;
       const float* x1 = Op::kFile1 ? chunk1.Pairs(in1, in1Complex, start, count) : nullptr;
       const float* x2 = Op::kFile2 ? chunk2.Pairs(in2, in2Complex, start, count) : nullptr;
-      for (int i = 0; i < count; ++i) {
+      for (std::ptrdiff_t i = 0; i < count; ++i) {
         const Complex F1 = Op::kFile1 ? Complex(x1[2 * i], x1[2 * i + 1]) : Complex();
         const Complex F2 = Op::kFile2 ? Complex(x2[2 * i], x2[2 * i + 1]) : Complex();
         const Complex result = Op::Apply(F1, F2, A, B);
@@ -106,7 +107,7 @@ struct ProcAsComplex {
       if (Op::kFile1) Prefetch(in1, in1Complex, next, n);
       if (Op::kFile2) Prefetch(in2, in2Complex, next, n);
       Prefetch(out, outComplex, next, n);
-      running.CountChunk(w.re, count, backward);
+      running.CountChunk(w.re, static_cast<int>(count), backward);
     }
     running.Store(stats);
   }
