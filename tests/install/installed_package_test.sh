@@ -1,0 +1,16 @@
+#!/usr/bin/env bash
+# Installs the core into an empty folder, builds a host of a stranger's against it, and runs that.
+#
+#   installed_package_test.sh BUILD_FOLDER
+set -euo pipefail
+
+build=$1
+source=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+cmake --install "$build" --component development --prefix "$work/prefix"
+cmake -S "$source/foreign_host" -B "$work/build" -DCMAKE_PREFIX_PATH="$work/prefix" \
+  -DCMAKE_CXX_FLAGS="-Wall -Wextra -Werror"
+cmake --build "$work/build"
+"$work/build/foreign_host"
