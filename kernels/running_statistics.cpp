@@ -138,22 +138,9 @@ bool AddSegment(const Trial& trial, int j, const Binade& binade, double& sum) {
   return true;
 }
 
-// The sum after the values of a segment, one after the other by the rule, whatever they are. The
-// rule's chain of three operations is shortened by a guess: adding the value as a float mostly
-// gives the same sum. The processor predicts that and goes on with the guess, checking it by the
-// rule off the chain. The bits are compared, not the numbers, so that a guess of the wrong zero is
-// caught.
+// The sum after the values of a segment, one after the other by the rule, whatever they are.
 float AddOneByOne(const Walk& walk, int j, float sum) {
-  for (int t = 0; t < kSegmentLength; ++t) {
-    const double v = walk.at[t][j];
-    const float guess = sum + static_cast<float>(v);
-    const float next = static_cast<float>(v + sum);
-    if (std::bit_cast<std::uint32_t>(guess) == std::bit_cast<std::uint32_t>(next)) [[likely]] {
-      sum = guess;
-    } else {
-      sum = next;
-    }
-  }
+  for (int t = 0; t < kSegmentLength; ++t) sum = AddToSum(walk.at[t][j], sum);
   return sum;
 }
 
