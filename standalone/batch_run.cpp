@@ -5,13 +5,10 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
-#include <list>
-#include <memory>
-#include <optional>
+#include <filesystem>
 #include <string>
 #include <vector>
 
-#include "host/im.h"
 #include "standalone/command_echo.h"
 #include "standalone/gdal_errors.h"
 #include "standalone/georeferencing.h"
@@ -19,174 +16,44 @@
 #include "standalone/output_format.h"
 #include "standalone/raster_input.h"
 #include "standalone/raster_output.h"
+#include "standalone/run_session.h"
 #include "standalone/statistics.h"
+#include "standalone/strip_processing.h"
 
 namespace lumomixcalc::standalone {
 namespace {
 
-/// One input stream of the run: its raster and the strip of it that is in memory.
-struct InputStrip {
-  int stream = 0;
-  std::unique_ptr<RasterInput> raster;
-  std::vector<float> buffer;
-  int bandHeld = 0;  // the band of which buffer holds the current strip; 0 for none
-};
-
-/// The geometry that all inputs of a run share.
-struct Extent {
-  int columns = 0;
-  int rows = 0;
-  int bands = 0;
-};
-
-void StopIfDesisted(const RunContext& context) {
-  if (context.desisted) throw Failure("");
-}
-
-std::list<InputStrip> OpenInputs(const Options& options, RunContext& context) {
-  std::list<InputStrip> inputs;
-  for (const DeclaredStream& declared : context.registration.inputs) {
-    const auto file = options.files.find(declared.number);
-    if (file == options.files.end()) continue;
-    inputs.push_back(
-        {declared.number, std::make_unique<RasterInput>(declared.label, file->second), {}, 0});
-    StreamState& state = context.streams[declared.number];
-    state.open = true;
-    state.mode = inputs.back().raster->Mode().code;
-  }
-  context.streams[context.registration.Output().number].open = true;
-  return inputs;
-}
-
-/// Keeps the inputs that the application asked about while it prepared the run: those it reads.
-void DropUnreadInputs(std::list<InputStrip>& inputs, const RunContext& context) {
-  inputs.remove_if(
-      [&](const InputStrip& input) { return !context.Stream(input.stream).modeAsked; });
-  if (inputs.empty()) throw Failure("the application reads none of the input files");
-}
-
-/// The output's mode: the chosen one; without a choice float, complex when the first stream was
-/// read and is complex, which is what the application does when it gets no choice.
-const DataMode& OutputMode(const Options& options, const RunContext& context) {
-  if (options.mode) return *options.mode;
-  const StreamState& first = context.Stream(context.registration.inputs.front().number);
-  const bool complex = first.modeAsked && DataModeOf(first.mode).complex;
-  return *FindDataMode(complex ? "cfloat32" : "float32");
-}
-
-std::string SizeText(const RasterInput& raster) {
-  return std::to_string(raster.Columns()) + " x " + std::to_string(raster.Rows()) + " pixels, " +
-         std::to_string(raster.Bands()) + (raster.Bands() == 1 ? " band" : " bands");
-}
-
-/// The extent of the output. Refuses inputs that do not fit the first, warns of other places.
-Extent CommonExtent(const std::list<InputStrip>& inputs) {
-  RasterInput& first = *inputs.front().raster;
-  Extent extent = {first.Columns(), first.Rows(), first.Bands()};
-  for (const InputStrip& input : inputs) {
-    RasterInput& raster = *input.raster;
-    const bool sameBands =
-        raster.Bands() == extent.bands || raster.Bands() == 1 || extent.bands == 1;
-    if (raster.Columns() != extent.columns || raster.Rows() != extent.rows || !sameBands)
-      throw Failure("the inputs differ in size: " + first.Describe() + " has " + SizeText(first) +
-                    ", " + raster.Describe() + " has " + SizeText(raster));
-    extent.bands = std::max(extent.bands, raster.Bands());
-    if (const std::string difference = GeoreferencingDifference(first.Dataset(), raster.Dataset());
-        !difference.empty())
-      Warn(first.Describe() + " and " + raster.Describe() +
-           " do not lie in the same place: " + difference);
-  }
-  return extent;
-}
-
-/// Rows of a strip: all its buffers together stay in a processor's second-level cache.
-int RowsPerStrip(const std::list<InputStrip>& inputs, const DataMode& outputMode,
-                 const Extent& extent) {
-  constexpr std::int64_t kStripBytes = 2 << 20;
-  constexpr std::int64_t kFloatBytes = sizeof(float);
-  std::int64_t elementBytes = (outputMode.complex ? 2 : 1) * kFloatBytes;
-  if (outputMode.integer) elementBytes += GDALGetDataTypeSizeBytes(outputMode.type);
-  for (const InputStrip& input : inputs)
-    elementBytes += (input.raster->Mode().complex ? 2 : 1) * kFloatBytes;
-  return static_cast<int>(
-      std::clamp<std::int64_t>(kStripBytes / (elementBytes * extent.columns), 1, extent.rows));
-}
-
-/// Makes GDAL's block cache large enough for one row of blocks of every dataset, so that a tile
-/// that reaches over many strips is decoded once, and no larger: it would only touch new memory.
-void SizeBlockCache(const std::list<InputStrip>& inputs, GDALDataset& output) {
+// Makes GDAL's block cache large enough for one row of blocks of every dataset, so that a tile
+// that reaches over many strips is decoded once, and no larger: it would only touch new memory.
+void SizeBlockCache(const RunSession& session, GDALDataset& output) {
   if (CPLGetConfigOption("GDAL_CACHEMAX", nullptr)) return;
   constexpr std::int64_t kSlack = 4 << 20;
   std::int64_t bytes = BlockRowBytes(output);
-  for (const InputStrip& input : inputs) bytes += BlockRowBytes(input.raster->Dataset());
+  for (const RunInput& input : session.Inputs()) bytes += BlockRowBytes(input.raster->Dataset());
   const std::int64_t physical = CPLGetUsablePhysicalRAM();
   bytes += kSlack;
   if (physical > 0) bytes = std::min(bytes, std::max(kSlack, physical / 4));
   GDALSetCacheMax64(bytes);
 }
 
-/// Fills the input buffers with a strip of a band and has the application process it.
-void ProcessStrip(RunContext& context, std::list<InputStrip>& inputs, int band, int firstRow,
-                  const IPBlock& block, BandStatistics& statistics) {
-  for (InputStrip& input : inputs) {
-    // A one-band input goes with every band of the others.
-    const int inputBand = std::min(band, input.raster->Bands());
-    if (input.bandHeld != inputBand)
-      input.raster->Read(inputBand, firstRow, block.rows, input.buffer.data());
-    input.bandHeld = inputBand;
+// What the output says of itself beside its elements.
+void Describe(RunSession& session, const Options& options, const Registration& registration,
+              GDALDataset& output) {
+  GDALDataset& first = session.FirstInput().Dataset();
+  const GdalFailures failures;
+  if (!CopyGeoreferencing(first, session.Grid(), output))
+    Warn(options.files.at(session.OutputStream()) +
+         " cannot hold all of the georeferencing: " + failures.First());
+  for (std::size_t i = 0; i < session.Bands().size(); ++i) {
+    const int band = session.Bands()[i];
+    if (band > first.GetRasterCount()) continue;
+    if (const char* text = first.GetRasterBand(band)->GetDescription(); *text)
+      output.GetRasterBand(static_cast<int>(i) + 1)->SetDescription(text);
   }
-  const auto process =
-      reinterpret_cast<IPProcDataRoutine>(context.registration.routines.at(IP_SLOT_PROC_DATA));
-  process(&block, &statistics.record);
-  StopIfDesisted(context);
-  statistics.count +=
-      static_cast<std::uint64_t>(block.columns) * static_cast<std::uint64_t>(block.rows);
+  output.SetMetadataItem(
+      "LUMOMIXCALC_COMMAND",
+      ReproducingCommand(options, registration, session.EchoedOptions()).c_str());
 }
-
-/// Processes the whole image: strips from top to bottom and, inside a strip, band by band, so that
-/// files with interleaved bands are read and written once.
-std::vector<BandStatistics> ProcessAll(RunContext& context, std::list<InputStrip>& inputs,
-                                       RasterOutput& output, const DataMode& outputMode,
-                                       const Extent& extent) {
-  const int stripRows = RowsPerStrip(inputs, outputMode, extent);
-  const std::size_t stripElements =
-      static_cast<std::size_t>(extent.columns) * static_cast<std::size_t>(stripRows);
-  for (InputStrip& input : inputs) {
-    input.buffer.resize(stripElements * (input.raster->Mode().complex ? 2 : 1));
-    context.streams[input.stream].blockData = input.buffer.data();
-  }
-  std::vector<float> outputBuffer(stripElements * (outputMode.complex ? 2 : 1));
-  context.streams[context.registration.Output().number].blockData = outputBuffer.data();
-
-  std::vector<BandStatistics> statistics(static_cast<std::size_t>(extent.bands));
-  for (int row = 0, end = 0; row < extent.rows; row = end) {
-    end = output.AlignedEnd(row, std::min(stripRows, extent.rows - row));
-    const IPBlock block = {extent.columns, end - row};
-    for (InputStrip& input : inputs) input.bandHeld = 0;
-    for (int band = 1; band <= extent.bands; ++band) {
-      BandStatistics& bandStatistics = statistics[static_cast<std::size_t>(band) - 1];
-      ProcessStrip(context, inputs, band, row, block, bandStatistics);
-      output.Write(band, row, block.rows, outputBuffer.data(), bandStatistics.unheld);
-    }
-    output.FlushCompleteBlocks(end);
-  }
-  return statistics;
-}
-
-/// Calls the application's Cleanup at the end of a run, however it ends.
-class CleanupGuard {
- public:
-  explicit CleanupGuard(RunContext& context) : context_(context) {}
-  ~CleanupGuard() {
-    context_.registration.Call(IP_SLOT_CLEANUP);
-    for (auto& [number, state] : context_.streams) state.blockData = nullptr;
-  }
-  CleanupGuard(const CleanupGuard&) = delete;
-  CleanupGuard& operator=(const CleanupGuard&) = delete;
-
- private:
-  RunContext& context_;
-};
 
 void WarnOfUnheldElements(const std::vector<BandStatistics>& statistics, const DataMode& mode) {
   for (std::size_t i = 0; i < statistics.size(); ++i) {
@@ -203,45 +70,29 @@ void WarnOfUnheldElements(const std::vector<BandStatistics>& statistics, const D
 
 }  // namespace
 
-void RunBatch(const Options& options, RunContext& context) {
-  const DeclaredStream& outputStream = context.registration.Output();
-  const std::string& outputName = options.files.at(outputStream.number);
+void RunBatch(const Options& options, RunContext& context, RunObserver& observer) {
+  const std::string& outputName = options.files.at(context.registration.Output().number);
   const OutputFormat format = ChooseOutputFormat(options.format, outputName);
   CheckCreationOptions(format, options.creationOptions);
 
-  std::list<InputStrip> inputs = OpenInputs(options, context);
-  context.registration.Call(IP_SLOT_CHECK_PARAMS);
-  StopIfDesisted(context);
+  RunSession session(options, context);
   const std::filesystem::path target = ResolveOutput(outputName, options.overwrite);
-
-  context.outputMode = options.mode ? options.mode->code : -1;
-  for (auto& [number, state] : context.streams) state.modeAsked = false;
-  std::optional<CleanupGuard> cleanup(context);
-  context.registration.Call(IP_SLOT_INIT_PROC);
-  StopIfDesisted(context);
-
-  DropUnreadInputs(inputs, context);
-  const Extent extent = CommonExtent(inputs);
-  const DataMode& mode = OutputMode(options, context);
+  const DataMode& mode = session.Mode();
   CheckThatFormatHolds(format, mode);
-  context.echoedOptions.clear();
-  context.registration.Call(IP_SLOT_WRITE_CMD_LINE);
 
-  RasterOutput output({target, format, &mode, options.creationOptions, extent.columns, extent.rows,
-                       extent.bands, options.overwrite});
-  SizeBlockCache(inputs, output.Dataset());
-  const GdalFailures failures;
-  if (!CopyGeoreferencing(inputs.front().raster->Dataset(), output.Dataset()))
-    Warn(outputName + " cannot hold all of the georeferencing: " + failures.First());
-  output.Dataset().SetMetadataItem(
-      "LUMOMIXCALC_COMMAND",
-      ReproducingCommand(options, context.registration, context.echoedOptions).c_str());
+  const int bands = static_cast<int>(session.Bands().size());
+  RasterOutput output({target, format, &mode, options.creationOptions, session.Grid().columns,
+                       session.Grid().rows, bands, options.overwrite});
+  SizeBlockCache(session, output.Dataset());
+  Describe(session, options, context.registration, output.Dataset());
 
-  const std::vector<BandStatistics> statistics = ProcessAll(context, inputs, output, mode, extent);
-  cleanup.reset();
-  for (int band = 1; band <= extent.bands; ++band)
-    StoreStatistics(statistics[static_cast<std::size_t>(band) - 1], mode,
-                    *output.Dataset().GetRasterBand(band));
+  std::vector<BandStatistics> statistics = ProcessStrips(session, output, observer);
+  session.Finish();
+  for (int band = 1; band <= bands; ++band) {
+    BandStatistics& ofBand = statistics[static_cast<std::size_t>(band) - 1];
+    ofBand.unheld = output.Unheld(band);
+    StoreStatistics(ofBand, mode, *output.Dataset().GetRasterBand(band));
+  }
   output.Publish();
 
   WarnOfUnheldElements(statistics, mode);

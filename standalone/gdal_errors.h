@@ -6,17 +6,17 @@
 
 namespace lumomixcalc::standalone {
 
-/// From now on GDAL's failures are collected rather than printed, whichever thread they come from,
-/// and each of its warnings is shown once. GDAL reports most write errors in this way alone: the
-/// calls that write, flush and close return success.
+// From now on GDAL's failures are collected rather than printed, whichever thread they come from,
+// and each of its warnings is shown once. GDAL reports most write errors in this way alone: the
+// calls that write, flush and close return success.
 void InstallGdalErrorHandler();
 
-/// Tells the failures that came since it was made.
+// Tells the failures that came since it was made.
 class GdalFailures {
  public:
   GdalFailures();
   bool Any() const;
-  /// GDAL's text of the first of them, on one line; empty when there is none.
+  // GDAL's text of the first of them, on one line; empty when there is none.
   std::string First() const;
 
  private:

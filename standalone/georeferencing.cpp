@@ -3,19 +3,13 @@
 #include <ogr_spatialref.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
+#include <vector>
 
 #include "standalone/gdal_errors.h"
 
 namespace lumomixcalc::standalone {
 namespace {
-
-using Geotransform = std::array<double, 6>;
-
-bool ReadGeotransform(GDALDataset& dataset, Geotransform& transform) {
-  return dataset.GetGeoTransform(transform.data()) == CE_None;
-}
 
 // The largest distance between where the two put a corner of the raster, in pixels of the first.
 double LargestShift(const Geotransform& a, const Geotransform& b, double columns, double rows) {
@@ -36,28 +30,37 @@ std::string GeoreferencingDifference(GDALDataset& one, GDALDataset& other) {
   const OGRSpatialReference* const crs1 = one.GetSpatialRef();
   const OGRSpatialReference* const crs2 = other.GetSpatialRef();
   if (crs1 && crs2 && !crs1->IsSame(crs2)) return "their coordinate reference systems differ";
-  Geotransform transform1;
-  Geotransform transform2;
-  if (!ReadGeotransform(one, transform1) || !ReadGeotransform(other, transform2)) return "";
+  const std::optional<Geotransform> transform1 = GeotransformOf(one);
+  const std::optional<Geotransform> transform2 = GeotransformOf(other);
+  if (!transform1 || !transform2) return "";
   constexpr double kTolerance = 0.01;
   const double shift =
-      LargestShift(transform1, transform2, one.GetRasterXSize(), one.GetRasterYSize());
+      LargestShift(*transform1, *transform2, one.GetRasterXSize(), one.GetRasterYSize());
   if (shift <= kTolerance) return "";
   char text[64];
   std::snprintf(text, sizeof text, "their geotransforms differ by up to %.3g pixels", shift);
   return text;
 }
 
-bool CopyGeoreferencing(GDALDataset& from, GDALDataset& to) {
+std::optional<Geotransform> GeotransformOf(GDALDataset& dataset) {
+  Geotransform transform;
+  if (dataset.GetGeoTransform(transform.data()) != CE_None) return std::nullopt;
+  return transform;
+}
+
+bool CopyGeoreferencing(GDALDataset& from, const OutputGrid& grid, GDALDataset& to) {
   const GdalFailures failures;
-  if (Geotransform transform; ReadGeotransform(from, transform))
-    to.SetGeoTransform(transform.data());
+  if (const auto transform = GeotransformOf(from))
+    to.SetGeoTransform(grid.Transformed(*transform).data());
   if (from.GetSpatialRef()) to.SetSpatialRef(from.GetSpatialRef());
-  if (from.GetGCPCount() > 0)
-    to.SetGCPs(from.GetGCPCount(), from.GetGCPs(), from.GetGCPSpatialRef());
-  for (int band = 1; band <= std::min(from.GetRasterCount(), to.GetRasterCount()); ++band)
-    if (const char* text = from.GetRasterBand(band)->GetDescription(); *text)
-      to.GetRasterBand(band)->SetDescription(text);
+  if (from.GetGCPCount() > 0) {
+    std::vector<GDAL_GCP> points(from.GetGCPs(), from.GetGCPs() + from.GetGCPCount());
+    for (GDAL_GCP& point : points) {
+      point.dfGCPPixel = (point.dfGCPPixel - grid.window.x) / grid.resolution;
+      point.dfGCPLine = (point.dfGCPLine - grid.window.y) / grid.resolution;
+    }
+    to.SetGCPs(from.GetGCPCount(), points.data(), from.GetGCPSpatialRef());
+  }
   return !failures.Any();
 }
 

@@ -9,19 +9,19 @@
 
 namespace lumomixcalc::standalone {
 
-/// Elements that an integer mode could not hold as they were. A complex element counts once.
+// Elements that an integer mode could not hold as they were. A complex element counts once.
 struct UnheldElements {
   std::uint64_t saturated = 0;
   std::uint64_t nan = 0;
 };
 
-/// One value as an integer mode stores it: the nearest integer, of two equally near ones the even,
-/// brought into the mode's range; NaN becomes 0.
+// One value as an integer mode stores it: the nearest integer, of two equally near ones the even,
+// brought into the mode's range; NaN becomes 0.
 double RoundedAndSaturated(float value, const DataMode& mode);
 
-/// Converts elements, each one float or, in a complex mode, two, to the mode's type at out, which
-/// has room for as many, by the rule of RoundedAndSaturated. Infinities saturate. Adds to counts.
-/// mode must be an integer mode.
+// Converts elements, each one float or, in a complex mode, two, to the mode's type at out, which
+// has room for as many, by the rule of RoundedAndSaturated. Infinities saturate. Adds to counts.
+// mode must be an integer mode.
 void StoreAsIntegers(std::span<const float> values, const DataMode& mode, void* out,
                      UnheldElements& counts);
 

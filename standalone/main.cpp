@@ -1,7 +1,4 @@
 // The program: registers the application, reads the command line, runs.
-#include <cpl_conv.h>
-#include <gdal.h>
-
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -11,22 +8,21 @@
 
 #include "host/ip.h"
 #include "standalone/batch_run.h"
-#include "standalone/gdal_errors.h"
+#include "standalone/gdal_setup.h"
 #include "standalone/messages.h"
 #include "standalone/options.h"
 #include "standalone/run_context.h"
+#include "standalone/run_observer.h"
 #include "standalone/usage.h"
 
 namespace lumomixcalc::standalone {
 namespace {
 
-void SetUpGdal() {
-  InstallGdalErrorHandler();
-  // Else a raw file that is too short reads as zeros where it ends.
-  if (!CPLGetConfigOption("RAW_CHECK_FILE_SIZE", nullptr))
-    CPLSetConfigOption("RAW_CHECK_FILE_SIZE", "YES");
-  GDALAllRegister();
-}
+class QuietObserver : public RunObserver {
+ public:
+  void Progress(double) override {}
+  bool IsCancelled() override { return false; }
+};
 
 void ReadApplicationArguments(const Options& options, RunContext& context) {
   context.arguments = options.applicationArguments;
@@ -47,7 +43,8 @@ void Run(const std::vector<std::string>& arguments) {
     case Options::Action::kRun:
       ReadApplicationArguments(options, context);
       SetUpGdal();
-      return RunBatch(options, context);
+      QuietObserver observer;
+      return RunBatch(options, context, observer);
   }
 }
 

@@ -1,6 +1,7 @@
 #ifndef LUMOMIXCALC_STANDALONE_MESSAGES_H
 #define LUMOMIXCALC_STANDALONE_MESSAGES_H
 
+#include <functional>
 #include <stdexcept>
 #include <string>
 
@@ -8,10 +9,10 @@ namespace lumomixcalc::standalone {
 
 inline constexpr const char* kProgramName = "lumomixcalc";
 
-/// Exit statuses of the program.
+// Exit statuses of the program.
 enum class ExitStatus { kDone = 0, kFailed = 1, kWrongCommandLine = 2 };
 
-/// Ends a run: what() is one sentence for the user that names the file, option or value.
+// Ends a run: what() is one sentence for the user that names the file, option or value.
 class Failure : public std::runtime_error {
  public:
   explicit Failure(const std::string& sentence, ExitStatus status = ExitStatus::kFailed)
@@ -22,17 +23,40 @@ class Failure : public std::runtime_error {
   ExitStatus status_;
 };
 
-/// A failure for which the command line is to blame.
+// A failure for which the command line is to blame.
 class WrongCommandLine : public Failure {
  public:
   explicit WrongCommandLine(const std::string& sentence)
       : Failure(sentence, ExitStatus::kWrongCommandLine) {}
 };
 
-/// Writes one line to standard error, with the program's name before it.
+// The end of a run that its observer cancelled.
+class RunCancelled : public Failure {
+ public:
+  RunCancelled() : Failure("cancelled") {}
+};
+
+// Where messages go; it gets one sentence without an end of line. Called by one thread at a time,
+// but by any.
+using MessageSink = std::function<void(const std::string& sentence)>;
+
+// Sends messages to a sink of one's own for as long as it lives, then to where they went before.
+class MessageRedirection {
+ public:
+  explicit MessageRedirection(MessageSink sink);
+  ~MessageRedirection();
+  MessageRedirection(const MessageRedirection&) = delete;
+  MessageRedirection& operator=(const MessageRedirection&) = delete;
+
+ private:
+  MessageSink before_;
+};
+
+// Hands one sentence to the sink; without a redirection it is a line on standard error, with the
+// program's name before it.
 void Tell(const std::string& sentence);
 
-/// The same for what the user should know but what stops nothing.
+// The same for what the user should know but what stops nothing; it begins with "warning: ".
 void Warn(const std::string& sentence);
 
 }  // namespace lumomixcalc::standalone

@@ -44,7 +44,7 @@ constexpr Switch kSwitches[] = {
     {"--version", [](Options& options) { options.action = Options::Action::kVersion; }},
 };
 
-/// The value of "name=value"; null when argument is not that option. "name" alone lacks its value.
+// The value of "name=value"; null when argument is not that option. "name" alone lacks its value.
 const char* ValueOf(const std::string& argument, std::string_view name) {
   if (!argument.starts_with(name)) return nullptr;
   const char* const rest = argument.c_str() + name.size();

@@ -6,11 +6,12 @@
 #include <vector>
 
 #include "standalone/data_modes.h"
+#include "standalone/output_grid.h"
 #include "standalone/registration.h"
 
 namespace lumomixcalc::standalone {
 
-/// The command line, as far as it is the host's.
+// The command line, as far as it is the host's.
 struct Options {
   enum class Action { kRun, kHelp, kVersion };
 
@@ -19,16 +20,18 @@ struct Options {
   const DataMode* mode = nullptr;            // null when none was chosen
   std::string format;                        // empty when none was chosen
   std::vector<std::string> creationOptions;  // NAME=VALUE
+  Selection selection;                       // region and resolution
+  std::vector<int> bands;                    // from 1, in the output's order; empty for all
   bool overwrite = false;
   bool quiet = false;
   std::vector<std::string> applicationArguments;
 };
 
-/// Reads the arguments after the program's name. What begins with a dash and is not the host's is
-/// left to the application; after "--" everything is a file. Throws WrongCommandLine.
+// Reads the arguments after the program's name. What begins with a dash and is not the host's is
+// left to the application; after "--" everything is a file. Throws WrongCommandLine.
 Options ReadOptions(const std::vector<std::string>& arguments, const Registration& registration);
 
-/// The files of a command line as the usage text shows them: "FILE1 [FILE2] SAVE".
+// The files of a command line as the usage text shows them: "FILE1 [FILE2] SAVE".
 std::string FilesSynopsis(const Registration& registration);
 
 }  // namespace lumomixcalc::standalone

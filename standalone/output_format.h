@@ -10,23 +10,23 @@
 
 namespace lumomixcalc::standalone {
 
-/// A GDAL format that can write a raster file.
+// A GDAL format that can write a raster file.
 struct OutputFormat {
   GDALDriver* driver = nullptr;
-  /// The driver cannot write piece by piece; it only copies a whole raster.
+  // The driver cannot write piece by piece; it only copies a whole raster.
   bool copiesOnly = false;
 
   std::string Name() const { return driver->GetDescription(); }
 };
 
-/// The format named so, or with an empty name the one of the path's extension, else GTiff. Throws
-/// WrongCommandLine when there is none that can write.
+// The format named so, or with an empty name the one of the path's extension, else GTiff. Throws
+// WrongCommandLine when there is none that can write.
 OutputFormat ChooseOutputFormat(const std::string& name, const std::string& path);
 
-/// Throws WrongCommandLine when the format knows no such option or value.
+// Throws WrongCommandLine when the format knows no such option or value.
 void CheckCreationOptions(const OutputFormat& format, const std::vector<std::string>& options);
 
-/// Throws Failure when the format has no elements of this mode, naming those that it has.
+// Throws Failure when the format has no elements of this mode, naming those that it has.
 void CheckThatFormatHolds(const OutputFormat& format, const DataMode& mode);
 
 }  // namespace lumomixcalc::standalone

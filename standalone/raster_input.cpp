@@ -23,6 +23,19 @@ bool IsSignedByte(GDALRasterBand& band) {
   return band.GetRasterDataType() == GDT_Byte && pixelType && EQUAL(pixelType, "SIGNEDBYTE");
 }
 
+GDALRIOResampleAlg GdalResampling(Resampling resampling) {
+  switch (resampling) {
+    case Resampling::kAverage:
+      return GRIORA_Average;
+    case Resampling::kBilinear:
+      return GRIORA_Bilinear;
+    case Resampling::kCubic:
+      return GRIORA_Cubic;
+    default:
+      return GRIORA_NearestNeighbour;
+  }
+}
+
 }  // namespace
 
 RasterInput::RasterInput(const std::string& label, const std::string& name)
@@ -37,19 +50,30 @@ RasterInput::RasterInput(const std::string& label, const std::string& name)
   for (GDALRasterBand* const band : dataset_->GetBands())
     type = GDALDataTypeUnion(type, band->GetRasterDataType());
   mode_ = &DataModeOfType(type);
+  grid_ = MakeOutputGrid({}, Columns(), Rows(), nullptr, name);
+}
+
+void RasterInput::Select(const OutputGrid& grid, Resampling resampling) {
+  grid_ = grid;
+  resampling_ = resampling;
 }
 
 void RasterInput::Read(int band, int firstRow, int rows, float* out) {
   const GdalFailures failures;
   GDALRasterBand& source = *dataset_->GetRasterBand(band);
-  const CPLErr error = source.RasterIO(GF_Read, 0, firstRow, Columns(), rows, out, Columns(), rows,
-                                       Mode().complex ? GDT_CFloat32 : GDT_Float32, 0, 0, nullptr);
+  GDALRasterIOExtraArg extra;
+  INIT_RASTERIO_EXTRA_ARG(extra);
+  extra.eResampleAlg = GdalResampling(resampling_);
+  const int n = grid_.resolution;
+  const CPLErr error = source.RasterIO(GF_Read, grid_.window.x, grid_.window.y + firstRow * n,
+                                       grid_.window.columns, rows * n, out, grid_.columns, rows,
+                                       Mode().complex ? GDT_CFloat32 : GDT_Float32, 0, 0, &extra);
   if (error != CE_None || failures.Any())
     throw Failure("cannot read " + Describe() + ", band " + std::to_string(band) + ", from row " +
-                  std::to_string(firstRow) + ": " + failures.First());
+                  std::to_string(grid_.window.y + firstRow * n) + ": " + failures.First());
   if (IsSignedByte(source)) {
-    const std::size_t count = static_cast<std::size_t>(Columns()) * static_cast<std::size_t>(rows) *
-                              (Mode().complex ? 2 : 1);
+    const auto count = static_cast<std::size_t>(grid_.columns) * static_cast<std::size_t>(rows) *
+                       static_cast<std::size_t>(Parts());
     for (float& value : std::span(out, count))
       if (value > 127) value -= 256;
   }

@@ -7,28 +7,36 @@
 #include <string>
 
 #include "standalone/data_modes.h"
+#include "standalone/output_grid.h"
 
 namespace lumomixcalc::standalone {
 
-/// An input raster, read in strips of whole rows as single-precision floats, complex data as pairs.
+// An input raster, read in strips of whole rows as single-precision floats, complex data as pairs.
 class RasterInput {
  public:
-  /// Opens a raster by whatever name GDAL takes; label is the stream's, for messages. Throws
-  /// Failure.
+  // Opens a raster by whatever name GDAL takes; label is the stream's, for messages. Throws
+  // Failure.
   RasterInput(const std::string& label, const std::string& name);
 
   int Columns() const { return dataset_->GetRasterXSize(); }
   int Rows() const { return dataset_->GetRasterYSize(); }
   int Bands() const { return dataset_->GetRasterCount(); }
 
-  /// Complex when any of the bands is.
+  // Complex when any of the bands is.
   const DataMode& Mode() const { return *mode_; }
 
-  /// "name (label)".
+  // Floats that an element takes: two when it is complex.
+  int Parts() const { return Mode().complex ? 2 : 1; }
+
+  // "name (label)".
   std::string Describe() const { return name_ + " (" + label_ + ")"; }
 
-  /// Reads rows of a band (from 1) into out: Columns() * rows elements. Values beyond a float's
-  /// range become infinities. Throws Failure.
+  // Chooses what Read reads; without it the whole at full resolution. Throws Failure when the
+  // resampling cannot be had of this raster.
+  void Select(const OutputGrid& grid, Resampling resampling);
+
+  // Reads rows of the grid of a band (from 1) into out, which has room for the grid's columns times
+  // rows elements. Values beyond a float's range become infinities. Throws Failure.
   void Read(int band, int firstRow, int rows, float* out);
 
   GDALDataset& Dataset() { return *dataset_; }
@@ -38,9 +46,11 @@ class RasterInput {
   std::string name_;
   GDALDatasetUniquePtr dataset_;
   const DataMode* mode_ = nullptr;
+  OutputGrid grid_;
+  Resampling resampling_ = Resampling::kNearest;
 };
 
-/// Bytes of memory that one row of a dataset's blocks takes in GDAL's cache, all bands together.
+// Bytes of memory that one row of a dataset's blocks takes in GDAL's cache, all bands together.
 std::int64_t BlockRowBytes(GDALDataset& dataset);
 
 }  // namespace lumomixcalc::standalone

@@ -70,7 +70,8 @@ RasterOutput::RasterOutput(const OutputSpecification& specification)
     : specification_(specification),
       folder_(specification.target),
       file_(folder_.Path() / specification.target.filename()),
-      workFile_(specification.format.copiesOnly ? folder_.Path() / ".uncopied.tif" : file_) {
+      workFile_(specification.format.copiesOnly ? folder_.Path() / ".uncopied.tif" : file_),
+      unheld_(static_cast<std::size_t>(specification.bands)) {
   const bool copies = specification_.format.copiesOnly;
   GDALDriver* const driver =
       copies ? GetGDALDriverManager()->GetDriverByName("GTiff") : specification_.format.driver;
@@ -101,8 +102,7 @@ void RasterOutput::FlushCompleteBlocks(int endRow) {
   if (failures.Any()) FailToWrite(failures.First());
 }
 
-void RasterOutput::Write(int band, int firstRow, int rows, const float* values,
-                         UnheldElements& unheld) {
+void RasterOutput::Write(int band, int firstRow, int rows, const float* values) {
   const DataMode& mode = *specification_.mode;
   const std::size_t elements =
       static_cast<std::size_t>(specification_.columns) * static_cast<std::size_t>(rows);
@@ -113,7 +113,8 @@ void RasterOutput::Write(int band, int firstRow, int rows, const float* values,
     type = mode.type;
     integers_.resize(elements * static_cast<std::size_t>(GDALGetDataTypeSizeBytes(type)));
     buffer = integers_.data();
-    StoreAsIntegers(std::span(values, elements * (mode.complex ? 2 : 1)), mode, buffer, unheld);
+    StoreAsIntegers(std::span(values, elements * (mode.complex ? 2 : 1)), mode, buffer,
+                    unheld_[static_cast<std::size_t>(band) - 1]);
   }
   const GdalFailures failures;
   const CPLErr error = dataset_->GetRasterBand(band)->RasterIO(

@@ -11,15 +11,16 @@
 #include "standalone/data_modes.h"
 #include "standalone/integer_output.h"
 #include "standalone/output_format.h"
+#include "standalone/strip_processing.h"
 #include "standalone/temporary_folder.h"
 
 namespace lumomixcalc::standalone {
 
-/// Where an output named path goes: symbolic links are followed, so that a link stays a link.
-/// Throws Failure when no file can be there, or when one is and overwrite is false.
+// Where an output named path goes: symbolic links are followed, so that a link stays a link.
+// Throws Failure when no file can be there, or when one is and overwrite is false.
 std::filesystem::path ResolveOutput(const std::string& path, bool overwrite);
 
-/// What is to be written.
+// What is to be written.
 struct OutputSpecification {
   std::filesystem::path target;  // as ResolveOutput gives it
   OutputFormat format;
@@ -31,27 +32,31 @@ struct OutputSpecification {
   bool overwrite = false;
 };
 
-/// The output raster, written in strips of whole rows in a temporary folder beside its place.
-/// Unless Publish is reached, nothing of it is left and a file that was there stays as it was.
-class RasterOutput {
+// The output raster, written in strips of whole rows in a temporary folder beside its place.
+// Unless Publish is reached, nothing of it is left and a file that was there stays as it was.
+class RasterOutput : public StripSink {
  public:
-  /// Throws Failure.
+  // Throws Failure.
   explicit RasterOutput(const OutputSpecification& specification);
 
-  /// The end of the strip that starts at firstRow and has at most rows rows: brought back to the
-  /// end of a row of the file's blocks where the strip reaches one, so that blocks are complete.
-  int AlignedEnd(int firstRow, int rows) const;
+  // The end of the strip that starts at firstRow and has at most rows rows: brought back to the
+  // end of a row of the file's blocks where the strip reaches one, so that blocks are complete.
+  int AlignedEnd(int firstRow, int rows) const override;
 
-  /// Stores rows of a band (from 1): columns * rows elements, pairs of floats in a complex mode.
-  /// Adds what an integer mode cannot hold to unheld. Throws Failure.
-  void Write(int band, int firstRow, int rows, const float* values, UnheldElements& unheld);
+  // Stores rows of a band (from 1). Throws Failure.
+  void Write(int band, int firstRow, int rows, const float* values) override;
 
-  /// Hands the rows before endRow to the file when no block is left half filled there, to be called
-  /// when all bands are written up to endRow. Throws Failure.
-  void FlushCompleteBlocks(int endRow);
+  // Hands the rows before endRow to the file when no block is left half filled there, to be called
+  // when all bands are written up to endRow. Throws Failure.
+  void FlushCompleteBlocks(int endRow) override;
 
-  /// Completes the file, reads it back as far as to know that it is whole, and gives it its name.
-  /// Throws Failure.
+  // What a band's integer mode could not hold of what was written.
+  const UnheldElements& Unheld(int band) const {
+    return unheld_.at(static_cast<std::size_t>(band) - 1);
+  }
+
+  // Completes the file, reads it back as far as to know that it is whole, and gives it its name.
+  // Throws Failure.
   void Publish();
 
   GDALDataset& Dataset() { return *dataset_; }
@@ -69,6 +74,7 @@ class RasterOutput {
   int blockRows_ = 1;
   GDALDatasetUniquePtr dataset_;  // closed before the folder goes
   std::vector<std::byte> integers_;
+  std::vector<UnheldElements> unheld_;  // by band
 };
 
 }  // namespace lumomixcalc::standalone

@@ -9,16 +9,16 @@
 
 namespace lumomixcalc::standalone {
 
-/// One input or output as the application declared it.
+// One input or output as the application declared it.
 struct DeclaredStream {
   int number = 0;
   std::string label;  // without the blanks around it
 
-  /// The label as an option's name: lower case, blanks dropped.
+  // The label as an option's name: lower case, blanks dropped.
   std::string OptionName() const;
 };
 
-/// What the application declared of itself.
+// What the application declared of itself.
 struct Registration {
   std::string title;
   bool inCore = false;
@@ -26,17 +26,17 @@ struct Registration {
   std::vector<DeclaredStream> outputs;
   std::map<int, IPRoutine> routines;  // by slot
 
-  /// Calls the routine of a slot; one that was not registered has nothing to do.
+  // Calls the routine of a slot; one that was not registered has nothing to do.
   void Call(int slot) const;
 
-  /// Throws Failure when the application asks for what this host does not offer.
+  // Throws Failure when the application asks for what this host does not offer.
   void CheckThatHostCanServe() const;
 
-  /// The one output. Valid after CheckThatHostCanServe.
+  // The one output. Valid after CheckThatHostCanServe.
   const DeclaredStream& Output() const { return outputs.front(); }
 };
 
-/// A declared stream from the label that the application passed.
+// A declared stream from the label that the application passed.
 DeclaredStream MakeStream(int number, const char* label);
 
 }  // namespace lumomixcalc::standalone

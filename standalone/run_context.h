@@ -9,7 +9,7 @@
 
 namespace lumomixcalc::standalone {
 
-/// What the application may ask of one stream.
+// What the application may ask of one stream.
 struct StreamState {
   bool open = false;
   int mode = 0;                // data mode code
@@ -17,8 +17,8 @@ struct StreamState {
   float* blockData = nullptr;  // the current block
 };
 
-/// Everything that the host calls read and write. They carry no handle, so there is one of it in
-/// the process; whoever drives the application fills it before a callback and reads it afterwards.
+// Everything that the host calls read and write. They carry no handle, so there is one of it in
+// the process; whoever drives the application fills it before a callback and reads it afterwards.
 struct RunContext {
   Registration registration;
   std::map<int, StreamState> streams;  // by number
@@ -30,11 +30,11 @@ struct RunContext {
   std::map<std::string, std::vector<float>> realOptions;  // as read last, by option name
   std::vector<std::string> echoedOptions;                 // what the application appended
 
-  /// The state of a stream; a closed one when there is none of that number.
+  // The state of a stream; a closed one when there is none of that number.
   const StreamState& Stream(int number) const;
 };
 
-/// The one context of the process.
+// The one context of the process.
 RunContext& Context();
 
 }  // namespace lumomixcalc::standalone

@@ -5,11 +5,11 @@
 
 namespace lumomixcalc::standalone {
 
-/// A hidden folder beside a file that is being made: its pieces carry their final names inside and
-/// are moved out together when they are complete. It is removed with all that is left in it.
+// A hidden folder beside a file that is being made: its pieces carry their final names inside and
+// are moved out together when they are complete. It is removed with all that is left in it.
 class TemporaryFolder {
  public:
-  /// Makes the folder in the folder of target. Throws Failure.
+  // Makes the folder in the folder of target. Throws Failure.
   explicit TemporaryFolder(const std::filesystem::path& target);
   ~TemporaryFolder();
   TemporaryFolder(const TemporaryFolder&) = delete;
@@ -17,9 +17,9 @@ class TemporaryFolder {
 
   const std::filesystem::path& Path() const { return path_; }
 
-  /// Moves all files out, the one with the target's name last, so that whoever sees it sees the
-  /// others. Existing files are replaced with replace, else refused before anything is moved, but
-  /// for those whose names continue the target's. Throws Failure.
+  // Moves all files out, the one with the target's name last, so that whoever sees it sees the
+  // others. Existing files are replaced with replace, else refused before anything is moved, but
+  // for those whose names continue the target's. Throws Failure.
   void Publish(bool replace);
 
  private:

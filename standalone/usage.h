@@ -5,10 +5,10 @@ namespace lumomixcalc::standalone {
 
 struct RunContext;
 
-/// Prints the usage text to standard output: the host's part, then the application's.
+// Prints the usage text to standard output: the host's part, then the application's.
 void PrintUsage(RunContext& context);
 
-/// Prints the versions of the program and of GDAL to standard output.
+// Prints the versions of the program and of GDAL to standard output.
 void PrintVersion();
 
 }  // namespace lumomixcalc::standalone

@@ -1,0 +1,80 @@
+#ifndef LUMOMIXCALC_STANDALONE_RUN_SESSION_H
+#define LUMOMIXCALC_STANDALONE_RUN_SESSION_H
+
+#include <list>
+#include <memory>
+#include <vector>
+
+#include "host/ip.h"
+#include "standalone/data_modes.h"
+#include "standalone/options.h"
+#include "standalone/output_grid.h"
+#include "standalone/raster_input.h"
+#include "standalone/run_context.h"
+
+namespace lumomixcalc::standalone {
+
+// One input stream that a run reads.
+struct RunInput {
+  int stream = 0;
+  std::unique_ptr<RasterInput> raster;
+};
+
+// The application between its preparation and its clean-up, for one run over the inputs of options,
+// and what follows from them: what the run computes, in which mode, on which grid. The application
+// must have its parameters. Only one session may live at a time.
+class RunSession {
+ public:
+  // Opens the inputs and has the application check and prepare. Throws Failure, one without text
+  // when the application desists, for it has told the reason itself.
+  RunSession(const Options& options, RunContext& context);
+  ~RunSession();
+  RunSession(const RunSession&) = delete;
+  RunSession& operator=(const RunSession&) = delete;
+
+  // The inputs that the application reads; at least one.
+  std::list<RunInput>& Inputs() { return inputs_; }
+  const std::list<RunInput>& Inputs() const { return inputs_; }
+  RasterInput& FirstInput() { return *inputs_.front().raster; }
+
+  // The mode in which the output is stored.
+  const DataMode& Mode() const { return *mode_; }
+  const OutputGrid& Grid() const { return grid_; }
+
+  // The bands of the inputs that the run takes, in the output's order. An input with one band goes
+  // with every band of the others.
+  const std::vector<int>& Bands() const { return bands_; }
+
+  int OutputStream() const { return context_.registration.Output().number; }
+
+  // The buffer that the application finds for a stream from now on.
+  void SetBlockData(int stream, float* data) { context_.streams[stream].blockData = data; }
+
+  // Has the application process one block. Throws Failure without text when it desists.
+  void Process(const IPBlock& block, IPOutputStats& record);
+
+  // The application's options as it echoes them.
+  const std::vector<std::string>& EchoedOptions();
+
+  // Has the application clean up; once is enough.
+  void Finish();
+
+ private:
+  void OpenInputs(const Options& options);
+  void Prepare(const Options& options);
+  void DropUnreadInputs();
+  void ChooseMode(const Options& options);
+  void ChooseBandsAndGrid(const Options& options);
+  void StopIfDesisted() const;
+
+  RunContext& context_;
+  std::list<RunInput> inputs_;
+  const DataMode* mode_ = nullptr;
+  OutputGrid grid_;
+  std::vector<int> bands_;
+  bool finished_ = true;
+};
+
+}  // namespace lumomixcalc::standalone
+
+#endif

@@ -1,0 +1,41 @@
+#ifndef LUMOMIXCALC_STANDALONE_STRIP_PROCESSING_H
+#define LUMOMIXCALC_STANDALONE_STRIP_PROCESSING_H
+
+#include <vector>
+
+#include "standalone/run_observer.h"
+#include "standalone/run_session.h"
+#include "standalone/statistics.h"
+
+namespace lumomixcalc::standalone {
+
+// Takes the strips that a run computes.
+class StripSink {
+ public:
+  StripSink() = default;
+  virtual ~StripSink() = default;
+  StripSink(const StripSink&) = delete;
+  StripSink& operator=(const StripSink&) = delete;
+
+  // The end of the strip that starts at firstRow and has at most rows rows, should the sink prefer
+  // fewer.
+  virtual int AlignedEnd(int firstRow, int rows) const = 0;
+
+  // Takes rows of a band (from 1, counting the run's bands): columns * rows elements, pairs of
+  // floats in a complex mode.
+  virtual void Write(int band, int firstRow, int rows, const float* values) = 0;
+
+  // All bands are written up to endRow.
+  virtual void FlushCompleteBlocks(int endRow) = 0;
+};
+
+// Has the application process everything that the session chose: strips of whole rows from top to
+// bottom and, inside a strip, band by band, so that files with interleaved bands are read and
+// written once. Returns the statistics by band. Throws Failure, RunCancelled when the observer says
+// so, and a Failure without text when the application desists.
+std::vector<BandStatistics> ProcessStrips(RunSession& session, StripSink& sink,
+                                          RunObserver& observer);
+
+}  // namespace lumomixcalc::standalone
+
+#endif
