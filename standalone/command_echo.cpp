@@ -4,6 +4,7 @@
 
 #include "standalone/messages.h"
 #include "standalone/numbers.h"
+#include "standalone/selection_options.h"
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -72,6 +73,9 @@ std::string ReproducingCommand(const Options& options, const Registration& regis
   if (options.mode) words.push_back(std::string("-mode=") + options.mode->name);
   if (!options.format.empty()) words.push_back("-format=" + options.format);
   for (const std::string& option : options.creationOptions) words.push_back("-co=" + option);
+  for (const std::string& argument : SelectionArguments(options.selection, options.bands))
+    words.push_back(argument);
+  if (options.keepNoData) words.push_back("-nodata=keep");
 
   std::string command;
   for (const std::string& word : words) {

@@ -26,9 +26,9 @@ void IPAddOutput(int stream, const char* label, int, int, int, int) {
   Context().registration.outputs.push_back(MakeStream(stream, label));
 }
 
-// Every run takes the whole image at full resolution.
-void IPEnableRegionSelection(int) {}
-void IPEnableResolutionSelection() {}
+void IPEnableRegionSelection(int) { Context().registration.regions = true; }
+
+void IPEnableResolutionSelection() { Context().registration.resolutions = true; }
 
 void IPSetCustRoutine(int slot, IPRoutine routine, int) {
   Context().registration.routines[slot] = routine;

@@ -17,15 +17,27 @@ std::string Shortest(Number value) {
   return error == std::errc() ? std::string(text, end) : std::string("?");
 }
 
-}  // namespace
-
-std::optional<float> ParseFloat(std::string_view text) {
+template <typename Number>
+std::optional<Number> ParseDecimal(std::string_view text) {
   // from_chars takes a minus sign but no plus.
   if (text.starts_with('+')) {
     text.remove_prefix(1);
     if (text.starts_with('-')) return std::nullopt;
   }
-  float value = 0;
+  Number value = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, value);
+  if (error != std::errc() || stop != end) return std::nullopt;
+  return value;
+}
+
+}  // namespace
+
+std::optional<float> ParseFloat(std::string_view text) { return ParseDecimal<float>(text); }
+std::optional<double> ParseDouble(std::string_view text) { return ParseDecimal<double>(text); }
+
+std::optional<int> ParseInt(std::string_view text) {
+  int value = 0;
   const char* const end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, value);
   if (error != std::errc() || stop != end) return std::nullopt;

@@ -12,6 +12,13 @@ namespace lumomixcalc::standalone {
 // when the value is beyond a float's range, too small to be told from zero included.
 std::optional<float> ParseFloat(std::string_view text);
 
+// The same for a double.
+std::optional<double> ParseDouble(std::string_view text);
+
+// Reads the whole of text as a decimal integer with an optional minus sign. None when it is
+// anything else or out of an int's range.
+std::optional<int> ParseInt(std::string_view text);
+
 // Reads "-NAME=value[:value...]", at most maxCount values. Returns 0 when argument does not begin
 // with "-NAME=", -1 when it does and is malformed, else the number of values given. Only a well
 // formed argument stores anything; it then sets all maxCount values, those not given to 0, so that

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "standalone/messages.h"
+#include "standalone/selection_options.h"
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -25,12 +26,32 @@ void AddCreationOption(Options& options, const std::string& option) {
   options.creationOptions.push_back(option);
 }
 
+void SetNoData(Options& options, const std::string& name) {
+  if (name != "keep")
+    throw WrongCommandLine("-nodata=" + name +
+                           ": only -nodata=keep is known, which leaves no-data values as numbers");
+  options.keepNoData = true;
+}
+
 struct ValueOption {
   std::string_view name;
   void (*set)(Options&, const std::string&);
 };
 constexpr ValueOption kValueOptions[] = {
-    {"-mode", SetMode}, {"-format", SetFormat}, {"-co", AddCreationOption}};
+    {"-mode", SetMode},
+    {"-format", SetFormat},
+    {"-co", AddCreationOption},
+    {"-region",
+     [](Options& o, const std::string& text) { o.selection.region = ParseRegion(text); }},
+    {"-window",
+     [](Options& o, const std::string& text) { o.selection.window = ParseWindow(text); }},
+    {"-resolution",
+     [](Options& o, const std::string& text) { o.selection.resolution = ParseResolution(text); }},
+    {"-resampling",
+     [](Options& o, const std::string& text) { o.selection.resampling = ParseResampling(text); }},
+    {"-bands", [](Options& o, const std::string& text) { o.bands = ParseBands(text); }},
+    {"-nodata", SetNoData},
+    {"-stats", [](Options& o, const std::string& text) { o.statisticsFile = text; }}};
 
 struct Switch {
   std::string_view name;
@@ -73,6 +94,16 @@ class Reader {
       else if (!TakeHostOption(argument) && !TakeNamedFile(argument))
         options_.applicationArguments.push_back(argument);
     }
+  }
+
+  void CheckThatOptionsAgree() const {
+    const Selection& selection = options_.selection;
+    if (selection.resolution != 1 && !registration_.resolutions)
+      throw WrongCommandLine("-resolution=: the application leaves no choice of resolution");
+    if ((selection.region || selection.window) && !registration_.regions)
+      throw WrongCommandLine("-region=, -window=: the application leaves no choice of region");
+    if (selection.region && selection.window)
+      throw WrongCommandLine("-region= and -window= exclude each other");
   }
 
   void PlacePositionalFiles() {
@@ -138,7 +169,9 @@ Options ReadOptions(const std::vector<std::string>& arguments, const Registratio
   Options options;
   Reader reader(registration, options);
   reader.Read(arguments);
-  if (options.action == Options::Action::kRun) reader.PlacePositionalFiles();
+  if (options.action != Options::Action::kRun) return options;
+  reader.CheckThatOptionsAgree();
+  reader.PlacePositionalFiles();
   return options;
 }
 

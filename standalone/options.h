@@ -22,6 +22,8 @@ struct Options {
   std::vector<std::string> creationOptions;  // NAME=VALUE
   Selection selection;                       // region and resolution
   std::vector<int> bands;                    // from 1, in the output's order; empty for all
+  bool keepNoData = false;                   // no-data values of the inputs stay numbers
+  std::string statisticsFile;                // "-" for standard output; empty for none
   bool overwrite = false;
   bool quiet = false;
   std::vector<std::string> applicationArguments;

@@ -10,16 +10,6 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-std::string Text(const PixelWindow& window) {
-  return std::to_string(window.x) + ":" + std::to_string(window.y) + ":" +
-         std::to_string(window.columns) + ":" + std::to_string(window.rows);
-}
-
-std::string Text(const MapWindow& window) {
-  return ShortestText(window.xMin) + ":" + ShortestText(window.yMin) + ":" +
-         ShortestText(window.xMax) + ":" + ShortestText(window.yMax);
-}
-
 std::string SizeText(int columns, int rows) {
   return std::to_string(columns) + " x " + std::to_string(rows) + " pixels";
 }
@@ -40,7 +30,7 @@ double Settled(double pixel) {
 // The pixels that the map window touches.
 PixelWindow PixelsOf(const MapWindow& window, const Geotransform& transform, int columns, int rows,
                      const std::string& name) {
-  const std::string option = "-window=" + Text(window);
+  const std::string option = "-window=" + ToText(window);
   if (transform[2] != 0 || transform[4] != 0)
     throw Failure(option + ": the image " + name +
                   " is rotated on the map; choose pixels by -region=");
@@ -60,7 +50,7 @@ PixelWindow PixelsOf(const MapWindow& window, const Geotransform& transform, int
     const MapWindow whole = {std::min(transform[0], xEnd), std::min(transform[3], yEnd),
                              std::max(transform[0], xEnd), std::max(transform[3], yEnd)};
     throw Failure(option + " is not inside " + name + ", which has " + SizeText(columns, rows) +
-                  " and covers " + Text(whole));
+                  " and covers " + ToText(whole));
   }
   return {static_cast<int>(left), static_cast<int>(top), static_cast<int>(right - left),
           static_cast<int>(bottom - top)};
@@ -70,18 +60,28 @@ PixelWindow ChosenPixels(const Selection& selection, int columns, int rows,
                          const Geotransform* transform, const std::string& name) {
   if (selection.region) {
     if (Contains(columns, rows, *selection.region)) return *selection.region;
-    throw Failure("-region=" + Text(*selection.region) + " is not inside " + name + ", which has " +
-                  SizeText(columns, rows));
+    throw Failure("-region=" + ToText(*selection.region) + " is not inside " + name +
+                  ", which has " + SizeText(columns, rows));
   }
   if (selection.window) {
     if (transform) return PixelsOf(*selection.window, *transform, columns, rows, name);
-    throw Failure("-window=" + Text(*selection.window) + ": " + name +
+    throw Failure("-window=" + ToText(*selection.window) + ": " + name +
                   " has no geotransform; choose pixels by -region=");
   }
   return {0, 0, columns, rows};
 }
 
 }  // namespace
+
+std::string ToText(const PixelWindow& window) {
+  return std::to_string(window.x) + ":" + std::to_string(window.y) + ":" +
+         std::to_string(window.columns) + ":" + std::to_string(window.rows);
+}
+
+std::string ToText(const MapWindow& window) {
+  return ShortestText(window.xMin) + ":" + ShortestText(window.yMin) + ":" +
+         ShortestText(window.xMax) + ":" + ShortestText(window.yMax);
+}
 
 Geotransform OutputGrid::Transformed(const Geotransform& input) const {
   const double x = window.x;

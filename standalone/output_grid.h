@@ -28,6 +28,10 @@ struct MapWindow {
   double yMax = 0;
 };
 
+// The windows as the options -region= and -window= take them.
+std::string ToText(const PixelWindow& window);
+std::string ToText(const MapWindow& window);
+
 // How pixels are made when the resolution is reduced. The first four are GDAL's, from the pixels
 // of full resolution; kOverview takes the overview of just that resolution, as its maker made it;
 // kPreview takes whatever is quickest to read.

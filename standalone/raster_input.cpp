@@ -40,10 +40,7 @@ GDALRIOResampleAlg GdalResampling(Resampling resampling) {
 
 RasterInput::RasterInput(const std::string& label, const std::string& name)
     : label_(label), name_(name) {
-  const GdalFailures failures;
-  dataset_.reset(
-      GDALDataset::Open(name.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR));
-  if (!dataset_) throw Failure("cannot open " + Describe() + ": " + failures.First());
+  dataset_ = Open(nullptr);
   if (Bands() == 0) throw Failure(Describe() + " has no bands" + SubdatasetHint(*dataset_));
 
   GDALDataType type = dataset_->GetRasterBand(1)->GetRasterDataType();
@@ -53,14 +50,52 @@ RasterInput::RasterInput(const std::string& label, const std::string& name)
   grid_ = MakeOutputGrid({}, Columns(), Rows(), nullptr, name);
 }
 
+GDALDatasetUniquePtr RasterInput::Open(const char* overviewLevel) const {
+  const GdalFailures failures;
+  CPLStringList options;
+  if (overviewLevel) options.SetNameValue("OVERVIEW_LEVEL", overviewLevel);
+  GDALDatasetUniquePtr dataset(
+      GDALDataset::Open(name_.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR,
+                        nullptr, options.List()));
+  if (!dataset) throw Failure("cannot open " + Describe() + ": " + failures.First());
+  return dataset;
+}
+
 void RasterInput::Select(const OutputGrid& grid, Resampling resampling) {
   grid_ = grid;
   resampling_ = resampling;
+  if (grid.resolution == 1 || resampling == Resampling::kPreview) return;
+  if (resampling == Resampling::kOverview)
+    OpenOverview();
+  else
+    resampled_ = Open("NONE");  // else GDAL reads from overviews without a word
+}
+
+void RasterInput::OpenOverview() {
+  const int n = grid_.resolution;
+  const int columns = (Columns() + n - 1) / n;
+  const int rows = (Rows() + n - 1) / n;
+  if (grid_.window.x % n != 0 || grid_.window.y % n != 0)
+    throw Failure("-resampling=overview: the region starts at pixel " +
+                  std::to_string(grid_.window.x) + ", " + std::to_string(grid_.window.y) +
+                  ", which must be multiples of -resolution=" + std::to_string(n));
+  GDALRasterBand& band = *dataset_->GetRasterBand(1);
+  for (int level = 0; level < band.GetOverviewCount(); ++level) {
+    GDALRasterBand* const overview = band.GetOverview(level);
+    if (overview->GetXSize() != columns || overview->GetYSize() != rows) continue;
+    resampled_ = Open(std::to_string(level).c_str());
+    grid_.window = {grid_.window.x / n, grid_.window.y / n, grid_.columns, grid_.rows};
+    grid_.resolution = 1;
+    return;
+  }
+  throw Failure(Describe() + " has no overview of " + std::to_string(columns) + " x " +
+                std::to_string(rows) + " pixels for -resolution=" + std::to_string(n) +
+                "; gdaladdo makes one");
 }
 
 void RasterInput::Read(int band, int firstRow, int rows, float* out) {
   const GdalFailures failures;
-  GDALRasterBand& source = *dataset_->GetRasterBand(band);
+  GDALRasterBand& source = *Pixels().GetRasterBand(band);
   GDALRasterIOExtraArg extra;
   INIT_RASTERIO_EXTRA_ARG(extra);
   extra.eResampleAlg = GdalResampling(resampling_);

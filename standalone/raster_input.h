@@ -31,20 +31,28 @@ class RasterInput {
   // "name (label)".
   std::string Describe() const { return name_ + " (" + label_ + ")"; }
 
-  // Chooses what Read reads; without it the whole at full resolution. Throws Failure when the
-  // resampling cannot be had of this raster.
+  // Chooses what Read reads; without it the whole at full resolution. May open the raster once
+  // more. Throws Failure when the resampling cannot be had of this raster.
   void Select(const OutputGrid& grid, Resampling resampling);
 
   // Reads rows of the grid of a band (from 1) into out, which has room for the grid's columns times
   // rows elements. Values beyond a float's range become infinities. Throws Failure.
   void Read(int band, int firstRow, int rows, float* out);
 
+  // The raster at full resolution, with all that it says of itself.
   GDALDataset& Dataset() { return *dataset_; }
 
+  // The raster that Read reads.
+  GDALDataset& Pixels() { return resampled_ ? *resampled_ : *dataset_; }
+
  private:
+  GDALDatasetUniquePtr Open(const char* overviewLevel) const;
+  void OpenOverview();
+
   std::string label_;
   std::string name_;
   GDALDatasetUniquePtr dataset_;
+  GDALDatasetUniquePtr resampled_;  // the same opened for a coarser resolution
   const DataMode* mode_ = nullptr;
   OutputGrid grid_;
   Resampling resampling_ = Resampling::kNearest;

@@ -22,6 +22,8 @@ struct DeclaredStream {
 struct Registration {
   std::string title;
   bool inCore = false;
+  bool regions = false;      // the user may choose a region
+  bool resolutions = false;  // and a resolution
   std::vector<DeclaredStream> inputs;
   std::vector<DeclaredStream> outputs;
   std::map<int, IPRoutine> routines;  // by slot

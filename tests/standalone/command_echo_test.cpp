@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "standalone/selection_options.h"
 #include "tests/standalone/test_registration.h"
 
 namespace lumomixcalc::standalone {
@@ -34,7 +35,9 @@ TEST(ReproducingCommand, RepeatsTheRunWhenItIsReadAgain) {
   const std::vector<std::vector<std::string>> kCases = {
       {"a.tif", "b.tif", "o.tif", "-mode=byte", "-co=TILED=YES"},
       {"-file2=b.tif", "o.tif", "-format=ENVI"},
-      {"-file1=-a", "b.tif", "-save=-o"}};
+      {"-file1=-a", "b.tif", "-save=-o"},
+      {"a", "o", "-region=1:2:30:40", "-resolution=2", "-resampling=cubic", "-bands=3,1-2"},
+      {"a", "o", "-window=0.1:-5:7:1e-3", "-nodata=keep"}};
   const Registration registration = TwoInputsOneOutput();
   for (const auto& arguments : kCases) {
     const Options options = ReadOptions(arguments, registration);
@@ -50,6 +53,10 @@ TEST(ReproducingCommand, RepeatsTheRunWhenItIsReadAgain) {
     EXPECT_EQ(again.mode, options.mode) << command;
     EXPECT_EQ(again.format, options.format) << command;
     EXPECT_EQ(again.creationOptions, options.creationOptions) << command;
+    EXPECT_EQ(again.bands, options.bands) << command;
+    EXPECT_EQ(again.keepNoData, options.keepNoData) << command;
+    EXPECT_EQ(SelectionArguments(again.selection, {}), SelectionArguments(options.selection, {}))
+        << command;
   }
 }
 

@@ -10,6 +10,8 @@ inline Registration TwoInputsOneOutput() {
   Registration registration;
   registration.inputs = {MakeStream(1, "File1"), MakeStream(2, "File2")};
   registration.outputs = {MakeStream(3, " Save")};
+  registration.regions = true;
+  registration.resolutions = true;
   return registration;
 }
 
