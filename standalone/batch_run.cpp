@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -13,27 +14,41 @@
 #include "standalone/gdal_errors.h"
 #include "standalone/georeferencing.h"
 #include "standalone/messages.h"
+#include "standalone/no_data.h"
+#include "standalone/numbers.h"
 #include "standalone/output_format.h"
 #include "standalone/raster_input.h"
 #include "standalone/raster_output.h"
 #include "standalone/run_session.h"
+#include "standalone/scratch_rows.h"
 #include "standalone/statistics.h"
 #include "standalone/strip_processing.h"
 
 namespace lumomixcalc::standalone {
 namespace {
 
-// Makes GDAL's block cache large enough for one row of blocks of every dataset, so that a tile
-// that reaches over many strips is decoded once, and no larger: it would only touch new memory.
-void SizeBlockCache(const RunSession& session, GDALDataset& output) {
+// The rows of blocks of all files that stay in memory; with it a run stays below 150 MB.
+constexpr std::int64_t kBlockRowsMemory = 93000000;
+
+// Sizes GDAL's block cache for what the run has in work: more would only touch new memory.
+void SizeBlockCache(const RunSession& session, const RasterOutput& output) {
   if (CPLGetConfigOption("GDAL_CACHEMAX", nullptr)) return;
-  constexpr std::int64_t kSlack = 4 << 20;
-  std::int64_t bytes = BlockRowBytes(output);
-  for (const RunInput& input : session.Inputs()) bytes += BlockRowBytes(input.raster->Dataset());
-  const std::int64_t physical = CPLGetUsablePhysicalRAM();
-  bytes += kSlack;
-  if (physical > 0) bytes = std::min(bytes, std::max(kSlack, physical / 4));
+  constexpr std::int64_t kSlack = 2 << 20;
+  std::int64_t bytes = kSlack + output.CacheBytes(session.RowsPerStrip());
+  for (const RunInput& input : session.Inputs())
+    bytes += input.raster->CacheBytes(session.RowsPerStrip());
+  if (const std::int64_t physical = CPLGetUsablePhysicalRAM(); physical > 0)
+    bytes = std::min(bytes, std::max(kSlack, physical / 4));
   GDALSetCacheMax64(bytes);
+}
+
+void DeclareNoData(const RunSession& session, RasterOutput& output, const std::string& name) {
+  if (!session.NoData()) return;
+  const DataMode& mode = session.Mode();
+  const double value = mode.integer ? IntegerNoData(mode, *session.NoData())
+                                    : std::numeric_limits<double>::quiet_NaN();
+  if (!output.DeclareNoData(value))
+    Warn(name + " cannot declare a no-data value; " + ShortestText(value) + " stands for it");
 }
 
 // What the output says of itself beside its elements.
@@ -62,6 +77,9 @@ void WarnOfUnheldElements(const std::vector<BandStatistics>& statistics, const D
     if (unheld.saturated > 0)
       Warn(band + std::to_string(unheld.saturated) + " elements were beyond the range of " +
            mode.name + " and saturated");
+    if (unheld.moved > 0)
+      Warn(band + std::to_string(unheld.moved) +
+           " elements were moved by one, away from the value that stands for no data");
     if (unheld.nan > 0)
       Warn(band + std::to_string(unheld.nan) + " elements were NaN, which " + mode.name +
            " cannot hold, and are stored as 0");
@@ -83,8 +101,12 @@ void RunBatch(const Options& options, RunContext& context, RunObserver& observer
   const int bands = static_cast<int>(session.Bands().size());
   RasterOutput output({target, format, &mode, options.creationOptions, session.Grid().columns,
                        session.Grid().rows, bands, options.overwrite});
-  SizeBlockCache(session, output.Dataset());
   Describe(session, options, context.registration, output.Dataset());
+  DeclareNoData(session, output, outputName);
+  ScratchSpace space = {kBlockRowsMemory, output.Folder()};
+  session.SelectInputs(space);
+  output.PrepareBlocks(space);
+  SizeBlockCache(session, output);
 
   std::vector<BandStatistics> statistics = ProcessStrips(session, output, observer);
   session.Finish();

@@ -10,22 +10,26 @@
 #include "standalone/messages.h"
 
 namespace lumomixcalc::standalone {
+
+struct GdalFailureLog {
+  std::atomic<std::size_t> failures = 0;
+  mutable std::mutex mutex;  // of what follows
+  std::vector<std::string> texts;
+};
+
 namespace {
 
 // A damaged file can fail once a block; the first texts are enough, the count tells the rest.
 constexpr std::size_t kTextsKept = 1000;
 
-struct Log {
-  std::atomic<std::size_t> failures = 0;
-  std::mutex mutex;  // of what follows
-  std::vector<std::string> texts;
-  std::set<std::string> warningsShown;
-};
-
-Log& TheLog() {
-  static Log log;
+GdalFailureLog& SharedLog() {
+  static GdalFailureLog log;
   return log;
 }
+
+thread_local GdalFailureLog* ownLog = nullptr;
+
+GdalFailureLog& TheLog() { return ownLog ? *ownLog : SharedLog(); }
 
 std::string OnOneLine(const char* message) {
   std::string text = message;
@@ -35,33 +39,43 @@ std::string OnOneLine(const char* message) {
   return text;
 }
 
+void ShowOnce(const std::string& warning) {
+  static std::mutex mutex;
+  static std::set<std::string> shown;
+  const std::lock_guard lock(mutex);
+  if (shown.insert(warning).second) Warn(warning);
+}
+
 void CPL_STDCALL Handle(CPLErr severity, CPLErrorNum number, const char* message) {
-  if (severity != CE_Failure && severity != CE_Warning) {
-    CPLDefaultErrorHandler(severity, number, message);
-    return;
-  }
-  Log& log = TheLog();
-  const std::lock_guard lock(log.mutex);
   if (severity == CE_Warning) {
-    if (log.warningsShown.insert(OnOneLine(message)).second) Warn(OnOneLine(message));
-    return;
+    ShowOnce(OnOneLine(message));
+  } else if (severity == CE_Failure) {
+    GdalFailureLog& log = TheLog();
+    const std::lock_guard lock(log.mutex);
+    if (log.texts.size() < kTextsKept) log.texts.push_back(OnOneLine(message));
+    ++log.failures;
+  } else {
+    CPLDefaultErrorHandler(severity, number, message);
   }
-  if (log.texts.size() < kTextsKept) log.texts.push_back(OnOneLine(message));
-  ++log.failures;
 }
 
 }  // namespace
 
 void InstallGdalErrorHandler() { CPLSetErrorHandler(Handle); }
 
-GdalFailures::GdalFailures() : before_(TheLog().failures) {}
+OwnGdalFailures::OwnGdalFailures() : log_(std::make_unique<GdalFailureLog>()) {
+  ownLog = log_.get();
+}
 
-bool GdalFailures::Any() const { return TheLog().failures > before_; }
+OwnGdalFailures::~OwnGdalFailures() { ownLog = nullptr; }
+
+GdalFailures::GdalFailures() : log_(TheLog()), before_(log_.failures) {}
+
+bool GdalFailures::Any() const { return log_.failures > before_; }
 
 std::string GdalFailures::First() const {
-  Log& log = TheLog();
-  const std::lock_guard lock(log.mutex);
-  return before_ < log.texts.size() ? log.texts[before_] : std::string();
+  const std::lock_guard lock(log_.mutex);
+  return before_ < log_.texts.size() ? log_.texts[before_] : std::string();
 }
 
 }  // namespace lumomixcalc::standalone

@@ -2,16 +2,34 @@
 #define LUMOMIXCALC_STANDALONE_GDAL_ERRORS_H
 
 #include <cstddef>
+#include <memory>
 #include <string>
 
 namespace lumomixcalc::standalone {
+
+struct GdalFailureLog;
 
 // From now on GDAL's failures are collected rather than printed, whichever thread they come from,
 // and each of its warnings is shown once. GDAL reports most write errors in this way alone: the
 // calls that write, flush and close return success.
 void InstallGdalErrorHandler();
 
-// Tells the failures that came since it was made.
+// Keeps the failures of the thread that makes it apart for as long as it lives: only a GdalFailures
+// of that thread sees them, and only them. So a file that fails to read is not taken for a fault of
+// the one that another thread, and GDAL's own threads, are writing.
+class OwnGdalFailures {
+ public:
+  OwnGdalFailures();
+  ~OwnGdalFailures();
+  OwnGdalFailures(const OwnGdalFailures&) = delete;
+  OwnGdalFailures& operator=(const OwnGdalFailures&) = delete;
+
+ private:
+  std::unique_ptr<GdalFailureLog> log_;
+};
+
+// Tells the failures that came since it was made: those of its own thread when they are kept apart,
+// else those of all other threads.
 class GdalFailures {
  public:
   GdalFailures();
@@ -20,6 +38,7 @@ class GdalFailures {
   std::string First() const;
 
  private:
+  const GdalFailureLog& log_;
   std::size_t before_;
 };
 

@@ -6,21 +6,38 @@
 namespace lumomixcalc::standalone {
 namespace {
 
+// What one float did not keep of itself.
+struct Losses {
+  bool saturated = false;
+  bool moved = false;
+  bool nan = false;
+};
+
+double Stored(float value, const DataMode& mode, const std::optional<double>& noData,
+              Losses& losses) {
+  if (std::isnan(value)) {
+    losses.nan |= !noData;
+    return noData.value_or(0);
+  }
+  const double rounded = std::nearbyint(static_cast<double>(value));
+  losses.saturated |= rounded < mode.lowest || rounded > mode.highest;
+  const double held = std::clamp(rounded, mode.lowest, mode.highest);
+  if (held != noData) return held;
+  losses.moved = true;
+  return held > 0 ? held - 1 : held + 1;
+}
+
 template <typename Integer>
-void Store(std::span<const float> values, const DataMode& mode, Integer* out,
-           UnheldElements& counts) {
+void Store(std::span<const float> values, const DataMode& mode, const std::optional<double>& noData,
+           Integer* out, UnheldElements& counts) {
   const std::size_t parts = mode.complex ? 2 : 1;
   for (std::size_t element = 0; element < values.size(); element += parts) {
-    bool saturated = false;
-    bool nan = false;
-    for (std::size_t i = element; i < element + parts; ++i) {
-      const double rounded = std::nearbyint(static_cast<double>(values[i]));
-      saturated |= rounded < mode.lowest || rounded > mode.highest;
-      nan |= std::isnan(values[i]);
-      out[i] = static_cast<Integer>(RoundedAndSaturated(values[i], mode));
-    }
-    counts.saturated += saturated ? 1 : 0;
-    counts.nan += nan ? 1 : 0;
+    Losses losses;
+    for (std::size_t i = element; i < element + parts; ++i)
+      out[i] = static_cast<Integer>(Stored(values[i], mode, noData, losses));
+    counts.saturated += losses.saturated ? 1 : 0;
+    counts.moved += losses.moved ? 1 : 0;
+    counts.nan += losses.nan ? 1 : 0;
   }
 }
 
@@ -32,20 +49,20 @@ double RoundedAndSaturated(float value, const DataMode& mode) {
   return std::clamp(std::nearbyint(static_cast<double>(value)), mode.lowest, mode.highest);
 }
 
-void StoreAsIntegers(std::span<const float> values, const DataMode& mode, void* out,
-                     UnheldElements& counts) {
+void StoreAsIntegers(std::span<const float> values, const DataMode& mode,
+                     std::optional<double> noData, void* out, UnheldElements& counts) {
   switch (mode.type) {
     case GDT_Byte:
-      return Store(values, mode, static_cast<std::uint8_t*>(out), counts);
+      return Store(values, mode, noData, static_cast<std::uint8_t*>(out), counts);
     case GDT_UInt16:
-      return Store(values, mode, static_cast<std::uint16_t*>(out), counts);
+      return Store(values, mode, noData, static_cast<std::uint16_t*>(out), counts);
     case GDT_Int16:
     case GDT_CInt16:
-      return Store(values, mode, static_cast<std::int16_t*>(out), counts);
+      return Store(values, mode, noData, static_cast<std::int16_t*>(out), counts);
     case GDT_Int32:
-      return Store(values, mode, static_cast<std::int32_t*>(out), counts);
+      return Store(values, mode, noData, static_cast<std::int32_t*>(out), counts);
     case GDT_UInt32:
-      return Store(values, mode, static_cast<std::uint32_t*>(out), counts);
+      return Store(values, mode, noData, static_cast<std::uint32_t*>(out), counts);
     default:
       return;
   }

@@ -22,11 +22,11 @@ class MemorySink : public StripSink {
         values_(rowFloats_ * static_cast<std::size_t>(grid.rows)) {}
 
   int AlignedEnd(int firstRow, int rows) const override { return firstRow + rows; }
-  void Write(int, int firstRow, int rows, const float* values) override {
+  void Write(int, int firstRow, int rows, const float* values, const std::stop_token&) override {
     std::copy_n(values, rowFloats_ * static_cast<std::size_t>(rows),
                 values_.data() + rowFloats_ * static_cast<std::size_t>(firstRow));
   }
-  void FlushCompleteBlocks(int) override {}
+  void FlushCompleteBlocks(int, const std::stop_token&) override {}
 
   std::vector<float> Take() { return std::move(values_); }
 
@@ -59,6 +59,8 @@ MemoryRaster Compute(const Options& options, RunContext& context, RunObserver& o
   if (const auto transform = GeotransformOf(first))
     raster.transform = raster.grid.Transformed(*transform);
   raster.crs = WellKnownText(first);
+  ScratchSpace space;  // without a folder: all in memory
+  session.SelectInputs(space);
   MemorySink sink(raster.grid, raster.complex);
   raster.statistics = ProcessStrips(session, sink, observer).front();
   raster.values = sink.Take();

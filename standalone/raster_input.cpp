@@ -23,6 +23,17 @@ bool IsSignedByte(GDALRasterBand& band) {
   return band.GetRasterDataType() == GDT_Byte && pixelType && EQUAL(pixelType, "SIGNEDBYTE");
 }
 
+// Blocks that reach over strips and are small enough that a second copy of one is no matter.
+bool HasBlocksToKeep(GDALRasterBand& band) {
+  constexpr std::int64_t kLargestBlock = 16 << 20;
+  int width = 0;
+  int height = 0;
+  band.GetBlockSize(&width, &height);
+  return height > 1 &&
+         std::int64_t{width} * height * GDALGetDataTypeSizeBytes(band.GetRasterDataType()) <=
+             kLargestBlock;
+}
+
 GDALRIOResampleAlg GdalResampling(Resampling resampling) {
   switch (resampling) {
     case Resampling::kAverage:
@@ -47,7 +58,6 @@ RasterInput::RasterInput(const std::string& label, const std::string& name)
   for (GDALRasterBand* const band : dataset_->GetBands())
     type = GDALDataTypeUnion(type, band->GetRasterDataType());
   mode_ = &DataModeOfType(type);
-  grid_ = MakeOutputGrid({}, Columns(), Rows(), nullptr, name);
 }
 
 GDALDatasetUniquePtr RasterInput::Open(const char* overviewLevel) const {
@@ -61,14 +71,19 @@ GDALDatasetUniquePtr RasterInput::Open(const char* overviewLevel) const {
   return dataset;
 }
 
-void RasterInput::Select(const OutputGrid& grid, Resampling resampling) {
+void RasterInput::Select(const OutputGrid& grid, Resampling resampling,
+                         const std::vector<int>& bands, bool maskNoData, ScratchSpace& space) {
   grid_ = grid;
   resampling_ = resampling;
-  if (grid.resolution == 1 || resampling == Resampling::kPreview) return;
-  if (resampling == Resampling::kOverview)
+  if (grid.resolution > 1 && resampling == Resampling::kOverview)
     OpenOverview();
-  else
+  else if (grid.resolution > 1 && resampling != Resampling::kPreview)
     resampled_ = Open("NONE");  // else GDAL reads from overviews without a word
+  if (maskNoData)
+    for (const int band : bands)
+      if (const std::optional<double> value = NoData(band)) masked_[band] = *value;
+  if (grid_.resolution == 1 && HasBlocksToKeep(*Pixels().GetRasterBand(bands.front())))
+    blockRows_ = std::make_unique<BlockRowReader>(Pixels(), bands, grid_.window, space);
 }
 
 void RasterInput::OpenOverview() {
@@ -93,35 +108,48 @@ void RasterInput::OpenOverview() {
                 "; gdaladdo makes one");
 }
 
-void RasterInput::Read(int band, int firstRow, int rows, float* out) {
-  const GdalFailures failures;
-  GDALRasterBand& source = *Pixels().GetRasterBand(band);
+bool RasterInput::ReadPixels(int band, int firstRow, int rows, float* out,
+                             const std::stop_token& stop) {
+  const int n = grid_.resolution;
+  const int y = grid_.window.y + firstRow * n;
+  const GDALDataType type = Mode().complex ? GDT_CFloat32 : GDT_Float32;
+  if (blockRows_) return blockRows_->Read(band, y, rows, out, type, stop);
   GDALRasterIOExtraArg extra;
   INIT_RASTERIO_EXTRA_ARG(extra);
   extra.eResampleAlg = GdalResampling(resampling_);
-  const int n = grid_.resolution;
-  const CPLErr error = source.RasterIO(GF_Read, grid_.window.x, grid_.window.y + firstRow * n,
-                                       grid_.window.columns, rows * n, out, grid_.columns, rows,
-                                       Mode().complex ? GDT_CFloat32 : GDT_Float32, 0, 0, &extra);
-  if (error != CE_None || failures.Any())
-    throw Failure("cannot read " + Describe() + ", band " + std::to_string(band) + ", from row " +
-                  std::to_string(grid_.window.y + firstRow * n) + ": " + failures.First());
-  if (IsSignedByte(source)) {
-    const auto count = static_cast<std::size_t>(grid_.columns) * static_cast<std::size_t>(rows) *
-                       static_cast<std::size_t>(Parts());
-    for (float& value : std::span(out, count))
-      if (value > 127) value -= 256;
-  }
+  return Pixels().GetRasterBand(band)->RasterIO(GF_Read, grid_.window.x, y, grid_.window.columns,
+                                                rows * n, out, grid_.columns, rows, type, 0, 0,
+                                                &extra) == CE_None;
 }
 
-std::int64_t BlockRowBytes(GDALDataset& dataset) {
+void RasterInput::Read(int band, int firstRow, int rows, float* out, const std::stop_token& stop) {
+  const GdalFailures failures;
+  if (!ReadPixels(band, firstRow, rows, out, stop) || failures.Any())
+    throw Failure("cannot read " + Describe() + ", band " + std::to_string(band) + ", from row " +
+                  std::to_string(grid_.window.y + firstRow * grid_.resolution) + ": " +
+                  failures.First());
+  const std::span values(out, static_cast<std::size_t>(grid_.columns) *
+                                  static_cast<std::size_t>(rows) *
+                                  static_cast<std::size_t>(Parts()));
+  if (IsSignedByte(*Pixels().GetRasterBand(band)))
+    for (float& value : values)
+      if (value > 127) value -= 256;
+  if (const auto masked = masked_.find(band); masked != masked_.end())
+    MaskNoData(values, Mode().complex, masked->second);
+}
+
+std::int64_t RasterInput::CacheBytes(int stripRows) {
+  const std::int64_t stripInputRows = std::int64_t{stripRows} * grid_.resolution;
   std::int64_t bytes = 0;
-  for (GDALRasterBand* const band : dataset.GetBands()) {
+  for (GDALRasterBand* const band : Pixels().GetBands()) {
     int width = 0;
     int height = 0;
     band->GetBlockSize(&width, &height);
-    const std::int64_t across = (dataset.GetRasterXSize() + width - 1) / width;
-    bytes += across * width * height * GDALGetDataTypeSizeBytes(band->GetRasterDataType());
+    const std::int64_t across = (Columns() - 1) / width + 1;
+    const std::int64_t down = (stripInputRows - 1) / height + 2;  // blocks that a strip can touch
+    // A driver that interleaves bands fills the cache with a block of each.
+    const std::int64_t blocks = blockRows_ ? 2 : across * (height > 1 ? down : stripInputRows);
+    bytes += blocks * width * height * GDALGetDataTypeSizeBytes(band->GetRasterDataType());
   }
   return bytes;
 }

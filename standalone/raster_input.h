@@ -4,9 +4,16 @@
 #include <gdal_priv.h>
 
 #include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <stop_token>
 #include <string>
+#include <vector>
 
+#include "standalone/block_rows.h"
 #include "standalone/data_modes.h"
+#include "standalone/no_data.h"
 #include "standalone/output_grid.h"
 
 namespace lumomixcalc::standalone {
@@ -31,13 +38,26 @@ class RasterInput {
   // "name (label)".
   std::string Describe() const { return name_ + " (" + label_ + ")"; }
 
-  // Chooses what Read reads; without it the whole at full resolution. May open the raster once
-  // more. Throws Failure when the resampling cannot be had of this raster.
-  void Select(const OutputGrid& grid, Resampling resampling);
+  // Chooses what Read reads and prepares for it, taking from space. With maskNoData, elements equal
+  // to a no-data value that their band declares are read as NaN. May open the raster once more.
+  // Throws Failure when the resampling cannot be had of this raster.
+  void Select(const OutputGrid& grid, Resampling resampling, const std::vector<int>& bands,
+              bool maskNoData, ScratchSpace& space);
 
-  // Reads rows of the grid of a band (from 1) into out, which has room for the grid's columns times
-  // rows elements. Values beyond a float's range become infinities. Throws Failure.
-  void Read(int band, int firstRow, int rows, float* out);
+  // Reads rows of the grid of a band into out, which has room for the grid's columns times rows
+  // elements. Valid after Select, for its bands; rows are quickest asked for from top to bottom.
+  // Values beyond a float's range become infinities. Throws Failure, and RunCancelled when stop
+  // asks for it.
+  void Read(int band, int firstRow, int rows, float* out, const std::stop_token& stop);
+
+  // The no-data value that a band (from 1) declares.
+  std::optional<double> NoData(int band) const {
+    return DeclaredNoData(*dataset_->GetRasterBand(band));
+  }
+
+  // What GDAL's block cache must hold so that reading all bands of strips of so many rows decodes
+  // nothing twice, in bytes.
+  std::int64_t CacheBytes(int stripRows);
 
   // The raster at full resolution, with all that it says of itself.
   GDALDataset& Dataset() { return *dataset_; }
@@ -48,6 +68,7 @@ class RasterInput {
  private:
   GDALDatasetUniquePtr Open(const char* overviewLevel) const;
   void OpenOverview();
+  bool ReadPixels(int band, int firstRow, int rows, float* out, const std::stop_token& stop);
 
   std::string label_;
   std::string name_;
@@ -56,10 +77,9 @@ class RasterInput {
   const DataMode* mode_ = nullptr;
   OutputGrid grid_;
   Resampling resampling_ = Resampling::kNearest;
+  std::map<int, double> masked_;  // no-data values to be masked, by band
+  std::unique_ptr<BlockRowReader> blockRows_;
 };
-
-// Bytes of memory that one row of a dataset's blocks takes in GDAL's cache, all bands together.
-std::int64_t BlockRowBytes(GDALDataset& dataset);
 
 }  // namespace lumomixcalc::standalone
 

@@ -86,40 +86,69 @@ RasterOutput::RasterOutput(const OutputSpecification& specification)
   dataset_->GetRasterBand(1)->GetBlockSize(&blockColumns, &blockRows_);
 }
 
-int RasterOutput::AlignedEnd(int firstRow, int rows) const {
-  const std::int64_t end = std::int64_t{firstRow} + rows;
-  const std::int64_t aligned = end - end % blockRows_;
-  return static_cast<int>(
-      std::min<std::int64_t>(aligned > firstRow ? aligned : end, specification_.rows));
+bool RasterOutput::DeclareNoData(double value) {
+  const GdalFailures failures;
+  for (GDALRasterBand* const band : dataset_->GetBands()) band->SetNoDataValue(value);
+  if (specification_.mode->integer) noData_ = value;
+  return !failures.Any();
 }
 
-void RasterOutput::FlushCompleteBlocks(int endRow) {
+void RasterOutput::PrepareBlocks(ScratchSpace& space) {
+  // Lower blocks are complete strip by strip, which GDAL writes from its cache.
+  constexpr int kHighBlock = 32;
+  if (blockRows_ >= kHighBlock)
+    blockRowWriter_ = std::make_unique<BlockRowWriter>(*dataset_, space);
+}
+
+int RasterOutput::AlignedEnd(int firstRow, int rows) const {
+  const std::int64_t end = std::int64_t{firstRow} + rows;
+  const std::int64_t nextBlock = (std::int64_t{firstRow} / blockRows_ + 1) * blockRows_;
+  const std::int64_t lastBlock = end - end % blockRows_;
+  const std::int64_t aligned = blockRowWriter_ ? nextBlock : lastBlock;
+  return static_cast<int>(std::min<std::int64_t>(aligned > firstRow ? std::min(aligned, end) : end,
+                                                 specification_.rows));
+}
+
+void RasterOutput::FlushCompleteBlocks(int endRow, const std::stop_token& stop) {
   // GDAL's cache evicts written blocks only for others of the same file: left to themselves they
-  // crowd out the blocks of the inputs, and every tile is decoded anew for every strip.
+  // crowd out the blocks of the inputs.
   if (endRow % blockRows_ != 0 && endRow != specification_.rows) return;
   const GdalFailures failures;
+  if (blockRowWriter_ && !blockRowWriter_->Flush(endRow, stop)) FailToWrite(failures.First());
   for (GDALRasterBand* const band : dataset_->GetBands()) band->FlushCache(false);
   if (failures.Any()) FailToWrite(failures.First());
 }
 
-void RasterOutput::Write(int band, int firstRow, int rows, const float* values) {
+std::int64_t RasterOutput::CacheBytes(int stripRows) const {
+  // Between two flushes a strip of each band is in the cache, whole blocks of it.
+  const std::int64_t rows = blockRowWriter_ ? 0 : std::int64_t{stripRows} + blockRows_;
+  return rows * specification_.columns * specification_.bands *
+         GDALGetDataTypeSizeBytes(specification_.mode->type);
+}
+
+void RasterOutput::Write(int band, int firstRow, int rows, const float* values,
+                         const std::stop_token&) {
   const DataMode& mode = *specification_.mode;
   const std::size_t elements =
       static_cast<std::size_t>(specification_.columns) * static_cast<std::size_t>(rows);
   // GDAL only reads from the buffer when it writes.
   void* buffer = const_cast<float*>(values);
-  GDALDataType type = mode.complex ? GDT_CFloat32 : GDT_Float32;
-  if (mode.integer) {
-    type = mode.type;
-    integers_.resize(elements * static_cast<std::size_t>(GDALGetDataTypeSizeBytes(type)));
-    buffer = integers_.data();
-    StoreAsIntegers(std::span(values, elements * (mode.complex ? 2 : 1)), mode, buffer,
-                    unheld_[static_cast<std::size_t>(band) - 1]);
+  const GDALDataType type = mode.complex ? GDT_CFloat32 : GDT_Float32;
+  if (mode.type != type) {
+    converted_.resize(elements * static_cast<std::size_t>(GDALGetDataTypeSizeBytes(mode.type)));
+    buffer = converted_.data();
+    if (mode.integer)
+      StoreAsIntegers(std::span(values, elements * (mode.complex ? 2 : 1)), mode, noData_, buffer,
+                      unheld_[static_cast<std::size_t>(band) - 1]);
+    else
+      GDALCopyWords64(values, type, GDALGetDataTypeSizeBytes(type), buffer, mode.type,
+                      GDALGetDataTypeSizeBytes(mode.type), static_cast<GPtrDiff_t>(elements));
   }
+  if (blockRowWriter_) return blockRowWriter_->Put(band, firstRow, rows, buffer);
   const GdalFailures failures;
   const CPLErr error = dataset_->GetRasterBand(band)->RasterIO(
       GF_Write, 0, firstRow, specification_.columns, rows, buffer, specification_.columns, rows,
-      type, 0, 0, nullptr);
+      mode.type, 0, 0, nullptr);
   if (error != CE_None || failures.Any()) FailToWrite(failures.First());
 }
 

@@ -4,10 +4,15 @@
 #include <gdal_priv.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
+#include <memory>
+#include <optional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
+#include "standalone/block_rows.h"
 #include "standalone/data_modes.h"
 #include "standalone/integer_output.h"
 #include "standalone/output_format.h"
@@ -39,16 +44,31 @@ class RasterOutput : public StripSink {
   // Throws Failure.
   explicit RasterOutput(const OutputSpecification& specification);
 
-  // The end of the strip that starts at firstRow and has at most rows rows: brought back to the
-  // end of a row of the file's blocks where the strip reaches one, so that blocks are complete.
+  // Declares value as the no-data value of all bands; integer modes store NaN as it from now on.
+  // Returns false when the format cannot hold it.
+  bool DeclareNoData(double value);
+
+  // Prepares for Write, taking from space; to be called once, when nothing more is declared.
+  void PrepareBlocks(ScratchSpace& space);
+
+  // Brought back to the end of a row of the file's blocks where the strip reaches one, so that
+  // blocks are complete.
   int AlignedEnd(int firstRow, int rows) const override;
 
-  // Stores rows of a band (from 1). Throws Failure.
-  void Write(int band, int firstRow, int rows, const float* values) override;
+  // Throws Failure.
+  void Write(int band, int firstRow, int rows, const float* values,
+             const std::stop_token& stop) override;
 
-  // Hands the rows before endRow to the file when no block is left half filled there, to be called
-  // when all bands are written up to endRow. Throws Failure.
-  void FlushCompleteBlocks(int endRow) override;
+  // Hands the rows before endRow to the file when no block is left half filled there. Throws
+  // Failure.
+  void FlushCompleteBlocks(int endRow, const std::stop_token& stop) override;
+
+  // What GDAL's block cache must hold so that writing strips of so many rows writes nothing twice,
+  // in bytes.
+  std::int64_t CacheBytes(int stripRows) const;
+
+  // Where scratch files of the run may be.
+  const std::filesystem::path& Folder() const { return folder_.Path(); }
 
   // What a band's integer mode could not hold of what was written.
   const UnheldElements& Unheld(int band) const {
@@ -72,8 +92,10 @@ class RasterOutput : public StripSink {
   std::filesystem::path file_;      // inside the folder
   std::filesystem::path workFile_;  // what is written first; the file itself unless it is a copy
   int blockRows_ = 1;
+  std::optional<double> noData_;
   GDALDatasetUniquePtr dataset_;  // closed before the folder goes
-  std::vector<std::byte> integers_;
+  std::unique_ptr<BlockRowWriter> blockRowWriter_;
+  std::vector<std::byte> converted_;
   std::vector<UnheldElements> unheld_;  // by band
 };
 

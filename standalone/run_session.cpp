@@ -1,6 +1,7 @@
 #include "standalone/run_session.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <numeric>
 #include <optional>
 #include <string>
@@ -61,6 +62,7 @@ RunSession::RunSession(const Options& options, RunContext& context) : context_(c
     DropUnreadInputs();
     ChooseMode(options);
     ChooseBandsAndGrid(options);
+    ChooseNoData(options);
   } catch (...) {
     Finish();  // a constructor that throws leaves this to nobody
     throw;
@@ -119,7 +121,40 @@ void RunSession::ChooseBandsAndGrid(const Options& options) {
   const std::optional<Geotransform> transform = GeotransformOf(first.Dataset());
   grid_ = MakeOutputGrid(options.selection, first.Columns(), first.Rows(),
                          transform ? &*transform : nullptr, first.Describe());
-  for (const RunInput& input : inputs_) input.raster->Select(grid_, options.selection.resampling);
+  resampling_ = options.selection.resampling;
+}
+
+void RunSession::ChooseNoData(const Options& options) {
+  maskNoData_ = !options.keepNoData;
+  if (!maskNoData_) return;
+  for (const RunInput& input : inputs_)
+    for (const int band : bands_)
+      if (!noData_) noData_ = input.raster->NoData(BandOf(input, band));
+}
+
+void RunSession::SelectInputs(ScratchSpace& space) {
+  for (const RunInput& input : inputs_) {
+    std::vector<int> bands;
+    for (const int band : bands_)
+      if (const int own = BandOf(input, band);
+          std::find(bands.begin(), bands.end(), own) == bands.end())
+        bands.push_back(own);
+    input.raster->Select(grid_, resampling_, bands, maskNoData_, space);
+  }
+}
+
+int RunSession::RowsPerStrip() const {
+  constexpr std::int64_t kStripBytes = 2 << 20;
+  constexpr std::int64_t kAllBandsBytes = 8 << 20;
+  // A coarser pixel is read from many.
+  const std::int64_t n = grid_.resolution;
+  std::int64_t parts = mode_->complex ? 2 : 1;
+  for (const RunInput& input : inputs_) parts += input.raster->Parts() * n * n;
+  const std::int64_t rowBytes = parts * static_cast<std::int64_t>(sizeof(float)) * grid_.columns;
+  const std::int64_t rows =
+      std::min(kStripBytes / rowBytes,
+               kAllBandsBytes / (rowBytes * static_cast<std::int64_t>(bands_.size())));
+  return static_cast<int>(std::clamp<std::int64_t>(rows, 1, grid_.rows));
 }
 
 void RunSession::Process(const IPBlock& block, IPOutputStats& record) {

@@ -3,6 +3,8 @@
 
 #include <list>
 #include <memory>
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "host/ip.h"
@@ -28,6 +30,18 @@ class RunSession {
   // Opens the inputs and has the application check and prepare. Throws Failure, one without text
   // when the application desists, for it has told the reason itself.
   RunSession(const Options& options, RunContext& context);
+
+  // Prepares the inputs for reading, taking from space; to be called once, before they are read.
+  void SelectInputs(ScratchSpace& space);
+
+  // The no-data value that the first input to declare one declares; none when no-data values are
+  // kept as numbers.
+  const std::optional<double>& NoData() const { return noData_; }
+
+  // The band of an input that goes with a band of the run.
+  static int BandOf(const RunInput& input, int band) {
+    return input.raster->Bands() == 1 ? 1 : band;
+  }
   ~RunSession();
   RunSession(const RunSession&) = delete;
   RunSession& operator=(const RunSession&) = delete;
@@ -44,6 +58,10 @@ class RunSession {
   // The bands of the inputs that the run takes, in the output's order. An input with one band goes
   // with every band of the others.
   const std::vector<int>& Bands() const { return bands_; }
+
+  // Rows that a strip of the run has at most: few enough that the strips in work stay in a
+  // processor's second-level cache, and that all bands of a strip fit easily into memory.
+  int RowsPerStrip() const;
 
   int OutputStream() const { return context_.registration.Output().number; }
 
@@ -65,13 +83,17 @@ class RunSession {
   void DropUnreadInputs();
   void ChooseMode(const Options& options);
   void ChooseBandsAndGrid(const Options& options);
+  void ChooseNoData(const Options& options);
   void StopIfDesisted() const;
 
   RunContext& context_;
   std::list<RunInput> inputs_;
   const DataMode* mode_ = nullptr;
   OutputGrid grid_;
+  Resampling resampling_ = Resampling::kNearest;
   std::vector<int> bands_;
+  std::optional<double> noData_;
+  bool maskNoData_ = false;
   bool finished_ = true;
 };
 

@@ -14,9 +14,9 @@ constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 
 template <typename Integer>
 std::vector<Integer> Stored(const std::vector<float>& values, const char* mode,
-                            UnheldElements& counts) {
+                            UnheldElements& counts, std::optional<double> noData = {}) {
   std::vector<Integer> out(values.size());
-  StoreAsIntegers(values, *FindDataMode(mode), out.data(), counts);
+  StoreAsIntegers(values, *FindDataMode(mode), noData, out.data(), counts);
   return out;
 }
 
@@ -63,6 +63,19 @@ TEST(StoreAsIntegers, CountsAComplexElementOnce) {
             (std::vector<std::int16_t>{32767, -32768, 1, 2, 0, 32767, 0, 0}));
   EXPECT_EQ(counts.saturated, 2U);
   EXPECT_EQ(counts.nan, 1U);
+}
+
+TEST(StoreAsIntegers, KeepsTheNoDataValueForNanAlone) {
+  UnheldElements counts;
+  EXPECT_EQ(Stored<std::int16_t>({kNan, -32768, -40000, -5, 0}, "int16", counts, -32768),
+            (std::vector<std::int16_t>{-32768, -32767, -32767, -5, 0}));
+  EXPECT_EQ(counts.nan, 0U);
+  EXPECT_EQ(counts.moved, 2U);
+  EXPECT_EQ(counts.saturated, 1U);
+  EXPECT_EQ(Stored<std::uint8_t>({kNan, 0, 255}, "byte", counts, 0),
+            (std::vector<std::uint8_t>{0, 1, 255}));
+  EXPECT_EQ(Stored<std::uint8_t>({kNan, 0, 255}, "byte", counts, 255),
+            (std::vector<std::uint8_t>{255, 0, 254}));
 }
 
 }  // namespace
