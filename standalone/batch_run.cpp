@@ -3,6 +3,7 @@
 #include <gdal_priv.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -22,6 +23,7 @@
 #include "standalone/run_session.h"
 #include "standalone/scratch_rows.h"
 #include "standalone/statistics.h"
+#include "standalone/statistics_file.h"
 #include "standalone/strip_processing.h"
 
 namespace lumomixcalc::standalone {
@@ -52,22 +54,26 @@ void DeclareNoData(const RunSession& session, RasterOutput& output, const std::s
 }
 
 // What the output says of itself beside its elements.
-void Describe(RunSession& session, const Options& options, const Registration& registration,
+void Describe(RunSession& session, const std::string& command, const std::string& outputName,
               GDALDataset& output) {
   GDALDataset& first = session.FirstInput().Dataset();
   const GdalFailures failures;
   if (!CopyGeoreferencing(first, session.Grid(), output))
-    Warn(options.files.at(session.OutputStream()) +
-         " cannot hold all of the georeferencing: " + failures.First());
+    Warn(outputName + " cannot hold all of the georeferencing: " + failures.First());
   for (std::size_t i = 0; i < session.Bands().size(); ++i) {
     const int band = session.Bands()[i];
     if (band > first.GetRasterCount()) continue;
     if (const char* text = first.GetRasterBand(band)->GetDescription(); *text)
       output.GetRasterBand(static_cast<int>(i) + 1)->SetDescription(text);
   }
-  output.SetMetadataItem(
-      "LUMOMIXCALC_COMMAND",
-      ReproducingCommand(options, registration, session.EchoedOptions()).c_str());
+  output.SetMetadataItem("LUMOMIXCALC_COMMAND", command.c_str());
+}
+
+void Report(const RunReport& report, const Options& options) {
+  if (!options.statisticsFile.empty()) WriteReport(ReportAsJson(report), options.statisticsFile);
+  if (options.quiet || options.statisticsFile == "-") return;
+  for (std::size_t i = 0; i < report.bands.size(); ++i)
+    std::puts(StatisticsLine(static_cast<int>(i) + 1, report.bands[i]).c_str());
 }
 
 void WarnOfUnheldElements(const std::vector<BandStatistics>& statistics, const DataMode& mode) {
@@ -89,9 +95,11 @@ void WarnOfUnheldElements(const std::vector<BandStatistics>& statistics, const D
 }  // namespace
 
 void RunBatch(const Options& options, RunContext& context, RunObserver& observer) {
+  const auto start = std::chrono::steady_clock::now();
   const std::string& outputName = options.files.at(context.registration.Output().number);
   const OutputFormat format = ChooseOutputFormat(options.format, outputName);
   CheckCreationOptions(format, options.creationOptions);
+  CheckReportPath(options.statisticsFile);
 
   RunSession session(options, context);
   const std::filesystem::path target = ResolveOutput(outputName, options.overwrite);
@@ -101,7 +109,9 @@ void RunBatch(const Options& options, RunContext& context, RunObserver& observer
   const int bands = static_cast<int>(session.Bands().size());
   RasterOutput output({target, format, &mode, options.creationOptions, session.Grid().columns,
                        session.Grid().rows, bands, options.overwrite});
-  Describe(session, options, context.registration, output.Dataset());
+  const std::string command =
+      ReproducingCommand(options, context.registration, session.EchoedOptions());
+  Describe(session, command, outputName, output.Dataset());
   DeclareNoData(session, output, outputName);
   ScratchSpace space = {kBlockRowsMemory, output.Folder()};
   session.SelectInputs(space);
@@ -115,12 +125,13 @@ void RunBatch(const Options& options, RunContext& context, RunObserver& observer
     ofBand.unheld = output.Unheld(band);
     StoreStatistics(ofBand, mode, *output.Dataset().GetRasterBand(band));
   }
-  output.Publish();
+  output.Publish(observer);
 
   WarnOfUnheldElements(statistics, mode);
-  if (options.quiet) return;
-  for (std::size_t i = 0; i < statistics.size(); ++i)
-    std::puts(StatisticsLine(static_cast<int>(i) + 1, statistics[i]).c_str());
+  const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
+  Report({command, outputName, format.Name(), mode.name, session.Grid().columns,
+          session.Grid().rows, passed.count(), statistics},
+         options);
 }
 
 }  // namespace lumomixcalc::standalone

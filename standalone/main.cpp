@@ -1,4 +1,7 @@
 // The program: registers the application, reads the command line, runs.
+#include <string.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -9,25 +12,25 @@
 #include "host/ip.h"
 #include "standalone/batch_run.h"
 #include "standalone/gdal_setup.h"
+#include "standalone/interruption.h"
 #include "standalone/messages.h"
 #include "standalone/options.h"
 #include "standalone/run_context.h"
-#include "standalone/run_observer.h"
+#include "standalone/terminal_observer.h"
 #include "standalone/usage.h"
 
 namespace lumomixcalc::standalone {
 namespace {
 
-class QuietObserver : public RunObserver {
- public:
-  void Progress(double) override {}
-  bool IsCancelled() override { return false; }
-};
-
 void ReadApplicationArguments(const Options& options, RunContext& context) {
   context.arguments = options.applicationArguments;
   context.registration.Call(IP_SLOT_READ_CMD_LINE);
   if (context.desisted) throw WrongCommandLine("");
+}
+
+void RunObserved(const Options& options, RunContext& context) {
+  TerminalObserver observer(!options.quiet && isatty(STDERR_FILENO) != 0);
+  RunBatch(options, context, observer);
 }
 
 void Run(const std::vector<std::string>& arguments) {
@@ -43,26 +46,32 @@ void Run(const std::vector<std::string>& arguments) {
     case Options::Action::kRun:
       ReadApplicationArguments(options, context);
       SetUpGdal();
-      QuietObserver observer;
-      return RunBatch(options, context, observer);
+      NoteInterruptions();
+      return RunObserved(options, context);
   }
 }
 
-ExitStatus RunAndReport(const std::vector<std::string>& arguments) {
+int RunAndReport(const std::vector<std::string>& arguments) {
+  constexpr int kInterrupted = 128;  // plus the signal's number, as shells have it
+  ExitStatus status = ExitStatus::kFailed;
   try {
     Run(arguments);
     if (std::fflush(stdout) != 0) throw Failure("cannot write to standard output");
-    return ExitStatus::kDone;
+    status = ExitStatus::kDone;
+  } catch (const RunCancelled&) {
+    const int signal = InterruptingSignal();
+    Tell(std::string("stopped by a signal (") + strsignal(signal) + "); nothing was written");
+    return kInterrupted + signal;
   } catch (const Failure& failure) {
     // No text: the application has told the user already.
     if (*failure.what() != '\0') Tell(failure.what());
-    return failure.Status();
+    status = failure.Status();
   } catch (const std::bad_alloc&) {
     Tell("there is not enough memory for a strip of this image");
   } catch (const std::exception& error) {
     Tell(std::string("unexpected failure: ") + error.what());
   }
-  return ExitStatus::kFailed;
+  return static_cast<int>(status);
 }
 
 }  // namespace
@@ -72,5 +81,5 @@ int main(int argc, char** argv) {
   using namespace lumomixcalc::standalone;
   // A write beyond a file-size limit shall fail rather than end the process.
   std::signal(SIGXFSZ, SIG_IGN);
-  return static_cast<int>(RunAndReport(std::vector<std::string>(argv + 1, argv + argc)));
+  return RunAndReport(std::vector<std::string>(argv + 1, argv + argc));
 }

@@ -7,11 +7,6 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-void WriteToStandardError(const std::string& sentence) {
-  // One call a line, so that lines of two processes on one terminal do not mix.
-  std::fputs((std::string(kProgramName) + ": " + sentence + "\n").c_str(), stderr);
-}
-
 struct Outlet {
   std::mutex mutex;
   MessageSink sink = WriteToStandardError;
@@ -28,6 +23,11 @@ MessageSink Exchange(MessageSink sink) {
 }
 
 }  // namespace
+
+void WriteToStandardError(const std::string& sentence) {
+  // One call a line, so that lines of two processes on one terminal do not mix.
+  std::fputs((std::string(kProgramName) + ": " + sentence + "\n").c_str(), stderr);
+}
 
 MessageRedirection::MessageRedirection(MessageSink sink) : before_(Exchange(std::move(sink))) {}
 

@@ -52,8 +52,10 @@ class MessageRedirection {
   MessageSink before_;
 };
 
-// Hands one sentence to the sink; without a redirection it is a line on standard error, with the
-// program's name before it.
+// Writes a sentence as a line on standard error, with the program's name before it.
+void WriteToStandardError(const std::string& sentence);
+
+// Hands one sentence to the sink; without a redirection that is WriteToStandardError.
 void Tell(const std::string& sentence);
 
 // The same for what the user should know but what stops nothing; it begins with "warning: ".

@@ -72,6 +72,7 @@ RasterOutput::RasterOutput(const OutputSpecification& specification)
       file_(folder_.Path() / specification.target.filename()),
       workFile_(specification.format.copiesOnly ? folder_.Path() / ".uncopied.tif" : file_),
       unheld_(static_cast<std::size_t>(specification.bands)) {
+  TryFormat();
   const bool copies = specification_.format.copiesOnly;
   GDALDriver* const driver =
       copies ? GetGDALDriverManager()->GetDriverByName("GTiff") : specification_.format.driver;
@@ -84,6 +85,34 @@ RasterOutput::RasterOutput(const OutputSpecification& specification)
   if (!dataset_ || failures.Any()) FailToWrite(failures.First());
   int blockColumns = 0;
   dataset_->GetRasterBand(1)->GetBlockSize(&blockColumns, &blockRows_);
+}
+
+// Makes a small raster like the one to come in a folder of its own, to learn which files it has and
+// whether the format takes it.
+void RasterOutput::TryFormat() const {
+  constexpr int kSide = 256;
+  const fs::path folder = folder_.Path() / ".trial";
+  fs::create_directory(folder);
+  const std::string file = folder / specification_.target.filename();
+  const int columns = std::min(specification_.columns, kSide);
+  const int rows = std::min(specification_.rows, kSide);
+  const OutputFormat& format = specification_.format;
+  const CPLStringList options = CreationOptions(specification_);
+  GDALDriver& driver =
+      format.copiesOnly ? *GetGDALDriverManager()->GetDriverByName("MEM") : *format.driver;
+
+  const GdalFailures failures;
+  GDALDatasetUniquePtr trial(driver.Create(format.copiesOnly ? "" : file.c_str(), columns, rows,
+                                           specification_.bands, specification_.mode->type,
+                                           format.copiesOnly ? nullptr : options.List()));
+  if (trial && format.copiesOnly)
+    trial.reset(format.driver->CreateCopy(file.c_str(), trial.get(), FALSE, options.List(), nullptr,
+                                          nullptr));
+  if (!trial || (format.copiesOnly && failures.Any())) FailToWrite(failures.First());
+  trial.reset();
+  folder_.CheckNames(NamesIn(folder), specification_.overwrite);
+  std::error_code ignored;
+  fs::remove_all(folder, ignored);
 }
 
 bool RasterOutput::DeclareNoData(double value) {
@@ -152,21 +181,26 @@ void RasterOutput::Write(int band, int firstRow, int rows, const float* values,
   if (error != CE_None || failures.Any()) FailToWrite(failures.First());
 }
 
-void RasterOutput::Publish() {
-  if (specification_.format.copiesOnly) CopyToFormat();
+void RasterOutput::Publish(RunObserver& observer) {
+  if (specification_.format.copiesOnly) CopyToFormat(observer);
   Close();
   CheckWhatWasWritten();
+  if (observer.IsCancelled()) throw RunCancelled();
   const std::vector<fs::path> names = NamesIn(folder_.Path());
   folder_.Publish(specification_.overwrite);
   RemoveStaleSidecars(specification_.target, names);
 }
 
-void RasterOutput::CopyToFormat() {
+void RasterOutput::CopyToFormat(RunObserver& observer) {
+  const GDALProgressFunc goesOn = [](double, const char*, void* argument) {
+    return static_cast<RunObserver*>(argument)->IsCancelled() ? FALSE : TRUE;
+  };
   const GdalFailures failures;
   dataset_->FlushCache(false);
   GDALDatasetUniquePtr copy(specification_.format.driver->CreateCopy(
-      file_.c_str(), dataset_.get(), FALSE, CreationOptions(specification_).List(), nullptr,
-      nullptr));
+      file_.c_str(), dataset_.get(), FALSE, CreationOptions(specification_).List(), goesOn,
+      &observer));
+  if (observer.IsCancelled()) throw RunCancelled();
   if (!copy || failures.Any()) FailToWrite(failures.First());
   dataset_ = std::move(copy);
   std::error_code ignored;

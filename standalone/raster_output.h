@@ -41,7 +41,8 @@ struct OutputSpecification {
 // Unless Publish is reached, nothing of it is left and a file that was there stays as it was.
 class RasterOutput : public StripSink {
  public:
-  // Throws Failure.
+  // Creates the raster in its folder. Throws Failure also for what would go wrong only at the end:
+  // a format that takes no such bands, files in the places of those that come with the output.
   explicit RasterOutput(const OutputSpecification& specification);
 
   // Declares value as the no-data value of all bands; integer modes store NaN as it from now on.
@@ -76,13 +77,14 @@ class RasterOutput : public StripSink {
   }
 
   // Completes the file, reads it back as far as to know that it is whole, and gives it its name.
-  // Throws Failure.
-  void Publish();
+  // Throws Failure, and RunCancelled when the observer says so before the file has its name.
+  void Publish(RunObserver& observer);
 
   GDALDataset& Dataset() { return *dataset_; }
 
  private:
-  void CopyToFormat();
+  void TryFormat() const;
+  void CopyToFormat(RunObserver& observer);
   void Close();
   void CheckWhatWasWritten() const;
   [[noreturn]] void FailToWrite(const std::string& reason) const;

@@ -1,6 +1,7 @@
 #include "standalone/run_session.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <numeric>
 #include <optional>
@@ -157,11 +158,22 @@ int RunSession::RowsPerStrip() const {
   return static_cast<int>(std::clamp<std::int64_t>(rows, 1, grid_.rows));
 }
 
-void RunSession::Process(const IPBlock& block, IPOutputStats& record) {
+void RunSession::Process(int rows, IPOutputStats& record) {
   const auto process =
       reinterpret_cast<IPProcDataRoutine>(context_.registration.routines.at(IP_SLOT_PROC_DATA));
-  process(&block, &record);
-  StopIfDesisted();
+  const IPBlock row = {grid_.columns, 1};
+  for (int i = 0; i < rows; ++i) {
+    process(&row, &record);
+    StopIfDesisted();
+    AdvanceOneRow();
+  }
+}
+
+void RunSession::AdvanceOneRow() {
+  const std::ptrdiff_t columns = grid_.columns;
+  for (const RunInput& input : inputs_)
+    context_.streams[input.stream].blockData += columns * input.raster->Parts();
+  context_.streams[OutputStream()].blockData += columns * (mode_->complex ? 2 : 1);
 }
 
 const std::vector<std::string>& RunSession::EchoedOptions() {

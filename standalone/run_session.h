@@ -65,11 +65,13 @@ class RunSession {
 
   int OutputStream() const { return context_.registration.Output().number; }
 
-  // The buffer that the application finds for a stream from now on.
+  // The buffer that the application finds for a stream from now on: whole rows of the grid.
   void SetBlockData(int stream, float* data) { context_.streams[stream].blockData = data; }
 
-  // Has the application process one block. Throws Failure without text when it desists.
-  void Process(const IPBlock& block, IPOutputStats& record);
+  // Has the application process so many rows of the buffers, each as a block of its own: it counts
+  // some blocks from their last element to the first, so that blocks of other sizes would make
+  // another record. Throws Failure without text when it desists.
+  void Process(int rows, IPOutputStats& record);
 
   // The application's options as it echoes them.
   const std::vector<std::string>& EchoedOptions();
@@ -78,6 +80,7 @@ class RunSession {
   void Finish();
 
  private:
+  void AdvanceOneRow();
   void OpenInputs(const Options& options);
   void Prepare(const Options& options);
   void DropUnreadInputs();

@@ -154,7 +154,7 @@ std::vector<BandStatistics> ProcessStrips(RunSession& session, StripSink& sink,
       strip.rows = rows.end - rows.first;
       strip.band = static_cast<int>(i) + 1;
       session.SetBlockData(session.OutputStream(), strip.values.data());
-      session.Process({grid.columns, strip.rows}, statistics[i].record);
+      session.Process(strip.rows, statistics[i].record);
       CountRows(strip.values.data(), grid.columns, strip.rows, parts, statistics[i].valid);
       output.Write(std::move(strip));
     }
