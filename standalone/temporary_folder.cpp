@@ -106,17 +106,19 @@ TemporaryFolder::~TemporaryFolder() {
   if (lock_ >= 0) close(lock_);
 }
 
+// "o.tif.aux.xml" can only be a leaving of an "o.tif" that is gone.
+bool TemporaryFolder::ContinuesTarget(const fs::path& name) const {
+  return name != target_.filename() && name.string().starts_with(target_.filename().string());
+}
+
 void TemporaryFolder::CheckNames(const std::vector<fs::path>& names, bool replace) const {
   const fs::path parent = path_.parent_path();
   for (const fs::path& name : names) {
     const fs::file_status there = fs::symlink_status(parent / name);
-    // "o.tif.aux.xml" can only be a leaving of an "o.tif" that is gone.
-    const bool belongsToTarget =
-        name != target_.filename() && name.string().starts_with(target_.filename().string());
     if (fs::is_directory(there))
       throw Failure((target_.parent_path() / name).string() +
                     " is a folder; the output needs this name for a file");
-    if (!replace && !belongsToTarget && fs::exists(there))
+    if (!replace && !ContinuesTarget(name) && fs::exists(there))
       throw Failure((target_.parent_path() / name).string() +
                     " exists already; -overwrite replaces it");
   }
@@ -136,7 +138,7 @@ void TemporaryFolder::Publish(bool replace) {
     const fs::path from = path_ / names[i];
     const fs::path to = parent / names[i];
     KeepPermissions(to, from);
-    const bool mayReplace = replace || names[i] != target_.filename();
+    const bool mayReplace = replace || ContinuesTarget(names[i]);
     const int error =
         mayReplace ? (rename(from.c_str(), to.c_str()) == 0 ? 0 : errno) : RenameToNew(from, to);
     if (error == 0) continue;

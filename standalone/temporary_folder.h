@@ -31,6 +31,7 @@ class TemporaryFolder {
   void Publish(bool replace);
 
  private:
+  bool ContinuesTarget(const std::filesystem::path& name) const;
   void Make(const std::filesystem::path& parent);
 
   std::filesystem::path target_;

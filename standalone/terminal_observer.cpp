@@ -29,7 +29,8 @@ std::string ProgressLine(double share, double secondsLeft) {
   const auto done = static_cast<std::size_t>(share * static_cast<double>(kWidth));
   char percent[16];
   std::snprintf(percent, sizeof percent, "] %3d %%", static_cast<int>(share * 100));
-  std::string line = "[" + std::string(done, '=') + std::string(kWidth - done, ' ') + percent;
+  std::string line = "[";
+  line.append(done, '=').append(kWidth - done, ' ').append(percent);
   if (secondsLeft >= 0) line += ", " + TimeText(secondsLeft) + " left";
   return line;
 }

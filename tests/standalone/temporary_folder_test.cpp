@@ -85,6 +85,45 @@ TEST_F(TemporaryFolderTest, ReplacesTheSidecarOfAFileThatIsGone) {
   EXPECT_EQ(ReadFile(place_ / "o.img.aux.xml"), "new");
 }
 
+TEST_F(TemporaryFolderTest, ClearsTheLeavingsOfKilledRunsButNoLiveFolder) {
+  fs::create_directory(place_ / ".lumomixcalc-killed");
+  WriteFile(place_ / ".lumomixcalc-killed" / "o.img", "half");
+  fs::create_directory(place_ / ".other");
+  const TemporaryFolder live(place_ / "live.img");
+  const TemporaryFolder folder(place_ / "o.img");
+  EXPECT_EQ(Names(), (NameSet{".other", live.Path().filename(), folder.Path().filename()}));
+}
+
+TEST_F(TemporaryFolderTest, ReplacedFileKeepsItsPermissions) {
+  WriteFile(place_ / "o.img", "old");
+  fs::permissions(place_ / "o.img", fs::perms(0640));
+  TemporaryFolder folder(place_ / "o.img");
+  WriteFile(folder.Path() / "o.img", "new");
+  folder.Publish(true);
+  EXPECT_EQ(ReadFile(place_ / "o.img"), "new");
+  EXPECT_EQ(fs::status(place_ / "o.img").permissions(), fs::perms(0640));
+}
+
+TEST_F(TemporaryFolderTest, OfTwoNewOutputsOfOneNameTheSecondIsRefused) {
+  TemporaryFolder first(place_ / "o.img");
+  TemporaryFolder second(place_ / "o.img");
+  for (const TemporaryFolder* folder : {&first, &second}) {
+    WriteFile(folder->Path() / "o.img", folder == &first ? "first" : "second");
+    WriteFile(folder->Path() / "o.img.aux.xml", folder == &first ? "first" : "second");
+  }
+  first.Publish(false);
+  EXPECT_THROW(second.Publish(false), Failure);
+  EXPECT_EQ(ReadFile(place_ / "o.img"), "first");
+  EXPECT_EQ(ReadFile(place_ / "o.img.aux.xml"), "first");
+}
+
+TEST_F(TemporaryFolderTest, ReplacesNoFolder) {
+  fs::create_directory(place_ / "o.hdr");
+  TemporaryFolder folder(place_ / "o.img");
+  EXPECT_THROW(folder.CheckNames({"o.hdr"}, true), Failure);
+  EXPECT_NO_THROW(folder.CheckNames({"o.img", "o.img.aux.xml"}, false));
+}
+
 TEST_F(TemporaryFolderTest, NeedsAFolderToStandIn) {
   EXPECT_THROW(TemporaryFolder(place_ / "missing" / "o.img"), Failure);
 }
