@@ -34,6 +34,17 @@ bool HasBlocksToKeep(GDALRasterBand& band) {
              kLargestBlock;
 }
 
+// Whether the raster's one band comes row by row as elements of type, so that a row can be read
+// without a stay in GDAL's cache.
+bool HoldsRowsOf(GDALDataset& dataset, GDALDataType type) {
+  int width = 0;
+  int height = 0;
+  GDALRasterBand& band = *dataset.GetRasterBand(1);
+  band.GetBlockSize(&width, &height);
+  return dataset.GetRasterCount() == 1 && band.GetRasterDataType() == type && height == 1 &&
+         width == dataset.GetRasterXSize();
+}
+
 GDALRIOResampleAlg GdalResampling(Resampling resampling) {
   switch (resampling) {
     case Resampling::kAverage:
@@ -84,6 +95,8 @@ void RasterInput::Select(const OutputGrid& grid, Resampling resampling,
       if (const std::optional<double> value = NoData(band)) masked_[band] = *value;
   if (grid_.resolution == 1 && HasBlocksToKeep(*Pixels().GetRasterBand(bands.front())))
     blockRows_ = std::make_unique<BlockRowReader>(Pixels(), bands, grid_.window, space);
+  readsRows_ = grid_.resolution == 1 && grid_.window.columns == Pixels().GetRasterXSize() &&
+               HoldsRowsOf(Pixels(), Mode().complex ? GDT_CFloat32 : GDT_Float32);
 }
 
 void RasterInput::OpenOverview() {
@@ -108,12 +121,21 @@ void RasterInput::OpenOverview() {
                 "; gdaladdo makes one");
 }
 
+bool RasterInput::ReadRows(int band, int y, int rows, float* out) {
+  const std::ptrdiff_t floats = std::ptrdiff_t{Columns()} * Parts();
+  for (int row = 0; row < rows; ++row)
+    if (Pixels().GetRasterBand(band)->ReadBlock(0, y + row, out + row * floats) != CE_None)
+      return false;
+  return true;
+}
+
 bool RasterInput::ReadPixels(int band, int firstRow, int rows, float* out,
                              const std::stop_token& stop) {
   const int n = grid_.resolution;
   const int y = grid_.window.y + firstRow * n;
   const GDALDataType type = Mode().complex ? GDT_CFloat32 : GDT_Float32;
   if (blockRows_) return blockRows_->Read(band, y, rows, out, type, stop);
+  if (readsRows_) return ReadRows(band, y, rows, out);
   GDALRasterIOExtraArg extra;
   INIT_RASTERIO_EXTRA_ARG(extra);
   extra.eResampleAlg = GdalResampling(resampling_);

@@ -68,6 +68,7 @@ class RasterInput {
  private:
   GDALDatasetUniquePtr Open(const char* overviewLevel) const;
   void OpenOverview();
+  bool ReadRows(int band, int y, int rows, float* out);
   bool ReadPixels(int band, int firstRow, int rows, float* out, const std::stop_token& stop);
 
   std::string label_;
@@ -79,6 +80,7 @@ class RasterInput {
   Resampling resampling_ = Resampling::kNearest;
   std::map<int, double> masked_;  // no-data values to be masked, by band
   std::unique_ptr<BlockRowReader> blockRows_;
+  bool readsRows_ = false;  // blocks are rows as Read gives them
 };
 
 }  // namespace lumomixcalc::standalone

@@ -85,6 +85,9 @@ RasterOutput::RasterOutput(const OutputSpecification& specification)
   if (!dataset_ || failures.Any()) FailToWrite(failures.First());
   int blockColumns = 0;
   dataset_->GetRasterBand(1)->GetBlockSize(&blockColumns, &blockRows_);
+  // Of a TIFF with more bands, or a raw file, GDAL writes many rows better than one.
+  writesRows_ = blockRows_ == 1 && blockColumns == specification_.columns &&
+                specification_.bands == 1 && EQUAL(driver->GetDescription(), "GTiff");
 }
 
 // Makes a small raster like the one to come in a folder of its own, to learn which files it has and
@@ -175,10 +178,22 @@ void RasterOutput::Write(int band, int firstRow, int rows, const float* values,
   }
   if (blockRowWriter_) return blockRowWriter_->Put(band, firstRow, rows, buffer);
   const GdalFailures failures;
-  const CPLErr error = dataset_->GetRasterBand(band)->RasterIO(
-      GF_Write, 0, firstRow, specification_.columns, rows, buffer, specification_.columns, rows,
-      mode.type, 0, 0, nullptr);
-  if (error != CE_None || failures.Any()) FailToWrite(failures.First());
+  if (!WriteRows(*dataset_->GetRasterBand(band), firstRow, rows, static_cast<std::byte*>(buffer)) ||
+      failures.Any())
+    FailToWrite(failures.First());
+}
+
+bool RasterOutput::WriteRows(GDALRasterBand& band, int firstRow, int rows,
+                             std::byte* values) const {
+  const GDALDataType type = specification_.mode->type;
+  const int columns = specification_.columns;
+  if (!writesRows_)
+    return band.RasterIO(GF_Write, 0, firstRow, columns, rows, values, columns, rows, type, 0, 0,
+                         nullptr) == CE_None;
+  const std::ptrdiff_t rowBytes = std::ptrdiff_t{columns} * GDALGetDataTypeSizeBytes(type);
+  for (int row = 0; row < rows; ++row)
+    if (band.WriteBlock(0, firstRow + row, values + row * rowBytes) != CE_None) return false;
+  return true;
 }
 
 void RasterOutput::Publish(RunObserver& observer) {

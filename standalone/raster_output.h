@@ -85,6 +85,7 @@ class RasterOutput : public StripSink {
  private:
   void TryFormat() const;
   void CopyToFormat(RunObserver& observer);
+  bool WriteRows(GDALRasterBand& band, int firstRow, int rows, std::byte* values) const;
   void Close();
   void CheckWhatWasWritten() const;
   [[noreturn]] void FailToWrite(const std::string& reason) const;
@@ -94,6 +95,7 @@ class RasterOutput : public StripSink {
   std::filesystem::path file_;      // inside the folder
   std::filesystem::path workFile_;  // what is written first; the file itself unless it is a copy
   int blockRows_ = 1;
+  bool writesRows_ = false;  // row by row, past GDAL's cache
   std::optional<double> noData_;
   GDALDatasetUniquePtr dataset_;  // closed before the folder goes
   std::unique_ptr<BlockRowWriter> blockRowWriter_;

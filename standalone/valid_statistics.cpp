@@ -2,55 +2,72 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
 
 namespace lumomixcalc::standalone {
 namespace {
 
-constexpr std::size_t kLanes = 8;
+constexpr std::size_t kLanes = 32;
 
-// Eight counts side by side, which a compiler turns into vector instructions.
+// Counts side by side, one a lane: loops over them are what compilers turn into vector
+// instructions.
 struct Lanes {
   std::array<float, kLanes> minimum;
   std::array<float, kLanes> maximum;
   std::array<double, kLanes> sum = {};
-  std::array<std::uint32_t, kLanes> valid = {};
+  std::array<std::uint32_t, kLanes> noData = {};
 
   Lanes() {
     minimum.fill(std::numeric_limits<float>::infinity());
     maximum.fill(-std::numeric_limits<float>::infinity());
   }
-
-  void Count(std::size_t lane, float value) {
-    const bool isNumber = value == value;
-    // A comparison with NaN is false and leaves the extremes alone.
-    minimum[lane] = value < minimum[lane] ? value : minimum[lane];
-    maximum[lane] = value > maximum[lane] ? value : maximum[lane];
-    sum[lane] += isNumber ? static_cast<double>(value) : 0.0;
-    valid[lane] += isNumber ? 1U : 0U;
-  }
 };
+
+// Counts an element. Without kMasksNan a NaN makes the sum one.
+template <bool kMasksNan>
+void CountOne(float value, std::size_t lane, Lanes& lanes) {
+  // A comparison with NaN is false and leaves the extremes alone.
+  lanes.minimum[lane] = value < lanes.minimum[lane] ? value : lanes.minimum[lane];
+  lanes.maximum[lane] = value > lanes.maximum[lane] ? value : lanes.maximum[lane];
+  const bool counts = !kMasksNan || value == value;
+  if constexpr (kMasksNan) lanes.noData[lane] += counts ? 0 : 1;
+  lanes.sum[lane] += static_cast<double>(counts ? value : 0.0F);
+}
+
+template <std::size_t kParts, bool kMasksNan>
+void CountRow(const float* values, std::size_t columns, Lanes& lanes) {
+  std::size_t i = 0;
+  for (; i + kLanes <= columns; i += kLanes)
+    for (std::size_t lane = 0; lane < kLanes; ++lane)
+      CountOne<kMasksNan>(values[(i + lane) * kParts], lane, lanes);
+  for (std::size_t lane = 0; i + lane < columns; ++lane)
+    CountOne<kMasksNan>(values[(i + lane) * kParts], lane, lanes);
+}
+
+double Sum(const Lanes& lanes) {
+  double sum = 0;
+  for (const double lane : lanes.sum) sum += lane;
+  return sum;
+}
 
 template <std::size_t kParts>
 void CountRow(const float* values, std::size_t columns, ValidStatistics& statistics) {
   Lanes lanes;
-  std::size_t i = 0;
-  for (; i + kLanes <= columns; i += kLanes)
-    for (std::size_t lane = 0; lane < kLanes; ++lane)
-      lanes.Count(lane, values[(i + lane) * kParts]);
-  for (; i < columns; ++i) lanes.Count(i % kLanes, values[i * kParts]);
-
-  double sum = 0;
-  std::uint64_t valid = 0;
+  CountRow<kParts, false>(values, columns, lanes);
+  if (std::isnan(Sum(lanes))) {  // seldom: a NaN, or infinities of both signs
+    lanes = {};
+    CountRow<kParts, true>(values, columns, lanes);
+  }
+  std::uint64_t noData = 0;
   for (std::size_t lane = 0; lane < kLanes; ++lane) {
     statistics.minimum = std::min(statistics.minimum, lanes.minimum[lane]);
     statistics.maximum = std::max(statistics.maximum, lanes.maximum[lane]);
-    sum += lanes.sum[lane];
-    valid += lanes.valid[lane];
+    noData += lanes.noData[lane];
   }
-  statistics.sum += sum;
-  statistics.valid += valid;
-  statistics.noData += columns - valid;
+  statistics.sum += Sum(lanes);
+  statistics.valid += columns - noData;
+  statistics.noData += noData;
 }
 
 }  // namespace

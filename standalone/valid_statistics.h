@@ -23,9 +23,9 @@ struct ValidStatistics {
 };
 
 // Counts rows of columns elements each. Elements are one float (parts 1) or two (parts 2). The sum
-// of a row is that of eight partial sums, of the elements whose columns leave the same remainder by
-// eight; the rows' sums are added from top to bottom. So the result depends on the image alone, not
-// on how it was cut into strips.
+// of a row is that of 32 partial sums, of the elements whose columns leave the same remainder by
+// 32; the rows' sums are added from top to bottom. So the result depends on the image alone, not on
+// how it was cut into strips.
 void CountRows(const float* values, int columns, int rows, int parts, ValidStatistics& statistics);
 
 }  // namespace lumomixcalc::standalone

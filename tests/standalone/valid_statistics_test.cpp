@@ -20,16 +20,16 @@ std::vector<float> Uneven(std::size_t count) {
 }
 
 TEST(CountRows, SkipsNanWhereverItStands) {
-  for (std::size_t place = 0; place < 19; ++place) {
-    std::vector<float> values(19, 2);
+  for (std::size_t place = 0; place < 70; ++place) {
+    std::vector<float> values(70, 2);
     values[7] = -3;
     values[place] = kNan;
     ValidStatistics statistics;
-    CountRows(values.data(), 19, 1, 1, statistics);
+    CountRows(values.data(), 70, 1, 1, statistics);
     EXPECT_EQ(statistics.minimum, place == 7 ? 2 : -3);
     EXPECT_EQ(statistics.maximum, 2);
-    EXPECT_EQ(statistics.sum, place == 7 ? 36 : 31);
-    EXPECT_EQ(statistics.valid, 18U);
+    EXPECT_EQ(statistics.sum, place == 7 ? 138 : 133);
+    EXPECT_EQ(statistics.valid, 69U);
     EXPECT_EQ(statistics.noData, 1U);
   }
 }
@@ -59,14 +59,14 @@ TEST(CountRows, DoesNotDependOnTheHeightOfStrips) {
   }
 }
 
-TEST(CountRows, SumsEachRowInEightPartialSums) {
-  const std::vector<float> values = Uneven(21);
-  double lanes[8] = {};
-  for (std::size_t i = 0; i < values.size(); ++i) lanes[i % 8] += static_cast<double>(values[i]);
+TEST(CountRows, SumsEachRowIn32PartialSums) {
+  const std::vector<float> values = Uneven(101);
+  double lanes[32] = {};
+  for (std::size_t i = 0; i < values.size(); ++i) lanes[i % 32] += static_cast<double>(values[i]);
   double expected = 0;
   for (const double lane : lanes) expected += lane;
   ValidStatistics statistics;
-  CountRows(values.data(), 21, 1, 1, statistics);
+  CountRows(values.data(), 101, 1, 1, statistics);
   EXPECT_EQ(statistics.sum, expected);
 }
 
