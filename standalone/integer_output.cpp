@@ -6,6 +6,14 @@
 namespace lumomixcalc::standalone {
 namespace {
 
+// The nearest integer, of two equally near ones the even: next to 1.5 * 2^52 a double has no
+// fraction. Inline arithmetic, where nearbyint is a call for the oldest processors. Numbers beyond
+// 2^51 come back as large as they are, if not exactly, which no integer mode holds anyway.
+double Rounded(float value) {
+  constexpr double kNoFraction = 0x1.8p52;
+  return (static_cast<double>(value) + kNoFraction) - kNoFraction;
+}
+
 // What one float did not keep of itself.
 struct Losses {
   bool saturated = false;
@@ -19,7 +27,7 @@ double Stored(float value, const DataMode& mode, const std::optional<double>& no
     losses.nan |= !noData;
     return noData.value_or(0);
   }
-  const double rounded = std::nearbyint(static_cast<double>(value));
+  const double rounded = Rounded(value);
   losses.saturated |= rounded < mode.lowest || rounded > mode.highest;
   const double held = std::clamp(rounded, mode.lowest, mode.highest);
   if (held != noData) return held;
@@ -46,7 +54,7 @@ void Store(std::span<const float> values, const DataMode& mode, const std::optio
 double RoundedAndSaturated(float value, const DataMode& mode) {
   if (std::isnan(value)) return 0;
   // In double, which holds every integer of 32 bits; a float would round 2^31 - 1 up and out.
-  return std::clamp(std::nearbyint(static_cast<double>(value)), mode.lowest, mode.highest);
+  return std::clamp(Rounded(value), mode.lowest, mode.highest);
 }
 
 void StoreAsIntegers(std::span<const float> values, const DataMode& mode,
