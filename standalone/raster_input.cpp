@@ -23,7 +23,8 @@ bool IsSignedByte(GDALRasterBand& band) {
   return band.GetRasterDataType() == GDT_Byte && pixelType && EQUAL(pixelType, "SIGNEDBYTE");
 }
 
-// Blocks that reach over strips and are small enough that a second copy of one is no matter.
+// Blocks that reach over strips, side by side, and are small enough that a second copy of one is no
+// matter. A block as wide as the raster is a row of blocks itself, which GDAL's cache keeps.
 bool HasBlocksToKeep(GDALRasterBand& band) {
   constexpr std::int64_t kLargestBlock = 16 << 20;
   int width = 0;
@@ -168,9 +169,10 @@ std::int64_t RasterInput::CacheBytes(int stripRows) {
     int height = 0;
     band->GetBlockSize(&width, &height);
     const std::int64_t across = (Columns() - 1) / width + 1;
-    const std::int64_t down = (stripInputRows - 1) / height + 2;  // blocks that a strip can touch
+    // Where a strip reaches into the next row of blocks, that one takes the place of the last.
+    const std::int64_t down = (stripInputRows - 1) / height + 1;
     // A driver that interleaves bands fills the cache with a block of each.
-    const std::int64_t blocks = blockRows_ ? 2 : across * (height > 1 ? down : stripInputRows);
+    const std::int64_t blocks = blockRows_ ? 2 : across * down;
     bytes += blocks * width * height * GDALGetDataTypeSizeBytes(band->GetRasterDataType());
   }
   return bytes;
