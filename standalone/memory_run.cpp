@@ -39,7 +39,7 @@ std::string WellKnownText(GDALDataset& dataset) {
   const OGRSpatialReference* const crs = dataset.GetSpatialRef();
   char* text = nullptr;
   if (crs) crs->exportToWkt(&text);
-  const std::string result = text ? text : "";
+  std::string result = text ? text : "";
   CPLFree(text);
   return result;
 }

@@ -11,6 +11,7 @@ namespace {
 std::vector<bool> NanAfterMasking(std::vector<float> values, bool complex, double noData) {
   MaskNoData(values, complex, noData);
   std::vector<bool> nan;
+  nan.reserve(values.size());
   for (const float value : values) nan.push_back(std::isnan(value));
   return nan;
 }
