@@ -114,6 +114,13 @@ class Formats(FileTest):
                 self.assert_array(path, read(self.a) + 1)
                 os.remove(path)
 
+    def test_blocks_that_a_tiff_leaves_out_are_zeros(self):
+        for options in ((), ("TILED=YES",)):
+            gdal.GetDriverByName("GTiff").Create(self.a, COLUMNS, ROWS, 1, gdal.GDT_Float32,
+                                                 ["SPARSE_OK=TRUE", *options]).FlushCache()
+            self.done(self.a, self.b, self.out, "-overwrite")
+            self.assert_array(self.out, read(self.b))
+
     def test_modes_store_their_types_and_saturate(self):
         values = np.array([[0, -0.5, 0.5, 1.5, 2.5, -70000, 70000, 3e9, -3e9, 5e9, np.nan]],
                           np.float32)
