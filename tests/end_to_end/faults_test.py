@@ -8,10 +8,10 @@ import contextlib
 import os
 import re
 import resource
+import shutil
 import signal
 import subprocess
 import time
-import unittest
 from pathlib import Path
 
 import numpy as np
@@ -28,6 +28,7 @@ LAYOUTS = {  # name: driver, extension, creation options
     "raw": ("ENVI", "img", ()),
     "hfa": ("HFA", "img", ()),
 }
+OUTPUT_LAYOUTS = {**LAYOUTS, "copied text": ("AAIGrid", "asc", ()), "netcdf": ("netCDF", "nc", ())}
 # Sanitizers reserve more address space than any limit leaves.
 SANITIZED = "the program is built with a sanitizer"
 
@@ -70,7 +71,7 @@ class FaultTest(harness.ProgramTest):
 
 class FullDisk(FaultTest):
     def test_limit_on_the_size_of_a_file(self):
-        for layout, (driver, extension, options) in LAYOUTS.items():
+        for layout, (driver, extension, options) in OUTPUT_LAYOUTS.items():
             out = self.path(f"{layout.replace(' ', '-')}.{extension}")
             arguments = (self.a, self.b, out, f"-format={driver}",
                          *(f"-co={option}" for option in options))
@@ -83,6 +84,12 @@ class FullDisk(FaultTest):
                     self.loses_nothing(out, *arguments,
                                        preexec_fn=limit(resource.RLIMIT_FSIZE, bytes_))
 
+    def test_result_in_place_of_an_input(self):
+        for bytes_ in (0, 1000, os.path.getsize(self.a) // 2, os.path.getsize(self.a) - 1000):
+            with self.subTest(bytes=bytes_):
+                self.loses_nothing(self.a, self.a, self.b, self.a,
+                                   preexec_fn=limit(resource.RLIMIT_FSIZE, bytes_))
+
     def test_small_file_system(self):
         small = self.path("small")
         os.mkdir(small)
@@ -91,7 +98,7 @@ class FullDisk(FaultTest):
         if mounted.returncode != 0:
             self.skipTest("no right to mount a file system")
         self.addCleanup(subprocess.run, ["umount", small], check=True)
-        for layout, (driver, extension, options) in LAYOUTS.items():
+        for layout, (driver, extension, options) in OUTPUT_LAYOUTS.items():
             with self.subTest(layout=layout):
                 out = f"{small}/out.{extension}"
                 Path(out).write_bytes(b"old")
@@ -234,6 +241,13 @@ class MidRun(FaultTest):
         self.assertIsNone(process.poll(), "the run ended before it could be disturbed")
         return process
 
+    def assert_ends(self, process, named):
+        _, stderr = process.communicate(timeout=60)
+        self.assertEqual(process.returncode, harness.GIVEN_UP, stderr)
+        self.assert_one_sentence(stderr, named)
+        self.assert_old()
+        self.assert_nothing_left()
+
     def assert_old(self):
         self.assertEqual(Path(self.out).read_bytes(), b"old")
 
@@ -254,11 +268,15 @@ class MidRun(FaultTest):
         process.send_signal(signal.SIGSTOP)
         os.truncate(self.big, 4 * self.SIZE)
         process.send_signal(signal.SIGCONT)
-        _, stderr = process.communicate(timeout=60)
-        self.assertEqual(process.returncode, harness.GIVEN_UP, stderr)
-        self.assert_one_sentence(stderr, self.big)
-        self.assert_old()
-        self.assert_nothing_left()
+        self.assert_ends(process, self.big)
+
+    def test_temporary_files_swept_away(self):
+        process = self.start()
+        process.send_signal(signal.SIGSTOP)
+        for folder in Path(self.folder).glob(".lumomixcalc-*"):
+            shutil.rmtree(folder)
+        process.send_signal(signal.SIGCONT)
+        self.assert_ends(process, self.out)
 
     def test_two_runs_to_one_output(self):
         processes = [self.start("-b=1"), self.start("-b=2")]

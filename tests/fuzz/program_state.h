@@ -27,7 +27,7 @@ inline standalone::RunContext& StartAnew() {
 /// Reads a command line as the program does. Throws WrongCommandLine.
 inline standalone::Options ReadCommandLine(const std::vector<std::string>& arguments,
                                            standalone::RunContext& context) {
-  const standalone::Options options = standalone::ReadOptions(arguments, context.registration);
+  standalone::Options options = standalone::ReadOptions(arguments, context.registration);
   context.arguments = options.applicationArguments;
   context.registration.Call(IP_SLOT_READ_CMD_LINE);
   if (context.desisted) throw standalone::WrongCommandLine("");
