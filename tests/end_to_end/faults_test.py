@@ -178,6 +178,13 @@ class ForbiddenPlaces(FaultTest):
         self.refused_without_rights(f"{folder}/old.tif", self.a, self.b, f"{folder}/old.tif")
         self.refused_without_rights(f"{folder}/new.tif", self.a, self.b, f"{folder}/new.tif")
 
+    def test_folder_in_the_place_of_a_header(self):
+        out, header = self.path("out.img"), self.path("out.hdr")
+        self.done(self.a, self.b, out, "-format=ENVI")
+        os.remove(header)
+        os.mkdir(header)
+        self.loses_nothing(header, self.a, self.b, out, "-format=ENVI", "-a=2")
+
     def test_input_that_may_not_be_read(self):
         os.chmod(self.b, 0o000)
         self.refused_without_rights(self.b, self.a, self.b, self.out)
