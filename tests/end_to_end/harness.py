@@ -18,7 +18,8 @@ gdal.PushErrorHandler("CPLQuietErrorHandler")
 
 PROGRAM = ""
 GIVEN_UP, WRONG_COMMAND_LINE = 1, 2
-LINE = re.compile(r"band (\d+): minimum (\S+), maximum (\S+), mean (\S+), sum ([^\s,]+)")
+LINE = re.compile(r"band (\d+): (?:minimum (\S+), maximum (\S+), mean (\S+), sum ([^\s,]+)"
+                  r"(?:, (\d+) no data)?|all (\d+) elements are no data)$", re.MULTILINE)
 
 
 def run(*arguments, **options):
@@ -28,8 +29,10 @@ def run(*arguments, **options):
 
 
 def statistics(result):
-    """By band, what a run printed: minimum, maximum, mean and sum."""
-    return {int(line[0]): tuple(map(float, line[1:])) for line in LINE.findall(result.stdout)}
+    """By band, what a run printed: minimum, maximum, mean and sum, NaN where no element is valid,
+    and the number of those that are no data."""
+    return {int(band): (*(float(number or "nan") for number in numbers), int(some or all_ or 0))
+            for band, *numbers, some, all_ in LINE.findall(result.stdout)}
 
 
 def write(path, bands, gdal_type=gdal.GDT_Float32, driver="GTiff", options=()):

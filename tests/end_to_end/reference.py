@@ -215,17 +215,3 @@ OPERATORS = (
         lambda k, f, g: power(plus(f, k(b)), k(a)), imaginary(a) or imaginary(b), (1,)),
         exact=False, keeps_nan=True),
 )
-
-
-def walks_backward(f1, f2, complex_out):
-    """Elements of a block are counted from the last to the first when a complex output could
-    overwrite a real input; an input that is not read counts as real."""
-    return complex_out and not all(f is not None and np.iscomplexobj(f) for f in (f1, f2))
-
-
-def running_sum(values):
-    """Rounded to single precision after every element."""
-    total = 0.0
-    for value in values:
-        total = float(np.float32(value + total))
-    return total
