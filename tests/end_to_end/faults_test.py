@@ -248,9 +248,9 @@ class MidRun(FaultTest):
         self.assertIsNone(process.poll(), "the run ended before it could be disturbed")
         return process
 
-    def assert_ends(self, process, named):
+    def assert_ends(self, process, named, status=harness.GIVEN_UP):
         _, stderr = process.communicate(timeout=60)
-        self.assertEqual(process.returncode, harness.GIVEN_UP, stderr)
+        self.assertEqual(process.returncode, status, stderr)
         self.assert_one_sentence(stderr, named)
         self.assert_old()
         self.assert_nothing_left()
@@ -269,6 +269,14 @@ class MidRun(FaultTest):
         self.assert_old()
         self.done(self.a, self.b, self.out, "-overwrite")
         np.testing.assert_array_equal(read(self.out), read(self.a) + read(self.b))
+        self.assert_nothing_left()
+
+    def test_interrupted(self):
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            with self.subTest(signal=number):
+                process = self.start()
+                process.send_signal(number)
+                self.assert_ends(process, signal.strsignal(number), 128 + number)
 
     def test_input_cut_short_in_mid_run(self):
         process = self.start()

@@ -135,7 +135,8 @@ class Formats(FileTest):
                     self.assertIn(f"band 1: {saturated} elements were beyond", result.stderr)
                     self.assertIn("band 1: 1 elements were NaN", result.stderr)
                 self.assert_array(self.out, [expected])
-                stored = gdal.GetDataTypeName(gdal.Open(self.out).GetRasterBand(1).DataType)
+                dataset = gdal.Open(self.out)
+                stored = gdal.GetDataTypeName(dataset.GetRasterBand(1).DataType)
                 self.assertEqual(stored.lower(), mode)
 
     def test_complex_modes_store_pairs(self):

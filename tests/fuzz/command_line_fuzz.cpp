@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "standalone/command_echo.h"
+#include "standalone/selection_options.h"
 #include "tests/fuzz/program_state.h"
 
 namespace {
@@ -50,8 +51,9 @@ auto Decisive(const Options& options) {
   std::string bits(sizeof gCoeffA + sizeof gCoeffB, '\0');
   std::memcpy(bits.data(), gCoeffA, sizeof gCoeffA);
   std::memcpy(bits.data() + sizeof gCoeffA, gCoeffB, sizeof gCoeffB);
-  return std::make_tuple(options.files, options.mode, options.format, options.creationOptions, bits,
-                         gOperationChoice, gClampAtZero != 0);
+  return std::make_tuple(options.files, options.mode, options.format, options.creationOptions,
+                         SelectionArguments(options.selection, options.bands), options.keepNoData,
+                         bits, gOperationChoice, gClampAtZero != 0);
 }
 
 // A NaN says nothing by its bits.

@@ -69,6 +69,12 @@ Options OptionsFor(const std::uint8_t* choice, const std::string& output, RunCon
   return options;
 }
 
+class PatientObserver : public RunObserver {
+ public:
+  void Progress(double) override {}
+  bool IsCancelled() override { return false; }
+};
+
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
@@ -88,7 +94,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     RunContext& context = StartAnew();
     const std::string output = folder.Output();
     try {
-      RunBatch(OptionsFor(data + size - kChoiceBytes, output, context), context);
+      PatientObserver observer;
+      RunBatch(OptionsFor(data + size - kChoiceBytes, output, context), context, observer);
       const GDALDatasetUniquePtr result(GDALDataset::Open(output.c_str(), GDAL_OF_RASTER));
       if (!result) std::abort();
       fs::remove(output);
