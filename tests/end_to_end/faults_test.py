@@ -142,7 +142,7 @@ class DamagedInput(FaultTest):
         band = '<VRTRasterBand dataType="Float32" band="1"/>'
         for columns, rows, named in ((10, 0, "claim.vrt"), (0, 10, "claim.vrt"),
                                      (-5, 5, "claim.vrt"), (2_000_000, 2_000_000, "out.tif"),
-                                     (2_147_483_647, 2, ""), (3, 2_147_483_647, "out.tif")):
+                                     (2_147_483_647, 2, "out.tif"), (3, 2_147_483_647, "out.tif")):
             claim = self.path("claim.vrt")
             Path(claim).write_text(f'<VRTDataset rasterXSize="{columns}" rasterYSize="{rows}">'
                                    f"{band}</VRTDataset>")
