@@ -223,7 +223,7 @@ class LongCommandLines(FaultTest):
 class MidRun(FaultTest):
     """Faults that come while the program is at work on a large image, a sparse raw file."""
 
-    SIZE = 8192
+    SIZE = 12000
 
     def setUp(self):
         super().setUp()
@@ -238,12 +238,13 @@ class MidRun(FaultTest):
 
     def start(self, *options):
         """A run on the large image that has begun to write."""
-        before = set(os.listdir(self.folder))
+        begun = lambda: len(list(Path(self.folder).glob(".lumomixcalc-*/out.tif")))
+        before = begun()
         process = subprocess.Popen(
             [harness.PROGRAM, self.big, self.out, "-operator=a1+b", "-mode=byte", "-overwrite",
              *options], stderr=subprocess.PIPE, stdout=subprocess.DEVNULL, text=True)
         self.addCleanup(process.stderr.close)
-        while process.poll() is None and set(os.listdir(self.folder)) == before:
+        while process.poll() is None and begun() == before:
             time.sleep(0.001)
         self.assertIsNone(process.poll(), "the run ended before it could be disturbed")
         return process
