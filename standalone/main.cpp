@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <new>
 #include <string>
 #include <vector>
@@ -30,7 +31,14 @@ void ReadApplicationArguments(const Options& options, RunContext& context) {
 
 void RunObserved(const Options& options, RunContext& context) {
   TerminalObserver observer(!options.quiet && isatty(STDERR_FILENO) != 0);
-  RunBatch(options, context, observer);
+  const std::string& output = options.files.at(context.registration.Output().number);
+  try {
+    RunBatch(options, context, observer);
+  } catch (const std::bad_alloc&) {
+    throw Failure("there is not enough memory to make " + output);
+  } catch (const std::filesystem::filesystem_error& error) {
+    throw Failure("cannot write " + output + ": " + error.code().message());
+  }
 }
 
 void Run(const std::vector<std::string>& arguments) {
@@ -66,8 +74,6 @@ int RunAndReport(const std::vector<std::string>& arguments) {
     // No text: the application has told the user already.
     if (*failure.what() != '\0') Tell(failure.what());
     status = failure.Status();
-  } catch (const std::bad_alloc&) {
-    Tell("there is not enough memory for a strip of this image");
   } catch (const std::exception& error) {
     Tell(std::string("unexpected failure: ") + error.what());
   }

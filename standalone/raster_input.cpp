@@ -6,6 +6,7 @@
 
 #include "standalone/gdal_errors.h"
 #include "standalone/messages.h"
+#include "standalone/raw_files.h"
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -65,6 +66,7 @@ RasterInput::RasterInput(const std::string& label, const std::string& name)
     : label_(label), name_(name) {
   dataset_ = Open(nullptr);
   if (Bands() == 0) throw Failure(Describe() + " has no bands" + SubdatasetHint(*dataset_));
+  RefuseShortFile();
 
   GDALDataType type = dataset_->GetRasterBand(1)->GetRasterDataType();
   for (GDALRasterBand* const band : dataset_->GetBands())
@@ -151,6 +153,7 @@ void RasterInput::Read(int band, int firstRow, int rows, float* out, const std::
     throw Failure("cannot read " + Describe() + ", band " + std::to_string(band) + ", from row " +
                   std::to_string(grid_.window.y + firstRow * grid_.resolution) + ": " +
                   failures.First());
+  RefuseShortFile();  // it may have been cut since it was opened
   const std::span values(out, static_cast<std::size_t>(grid_.columns) *
                                   static_cast<std::size_t>(rows) *
                                   static_cast<std::size_t>(Parts()));
@@ -159,6 +162,11 @@ void RasterInput::Read(int band, int firstRow, int rows, float* out, const std::
       if (value > 127) value -= 256;
   if (const auto masked = masked_.find(band); masked != masked_.end())
     MaskNoData(values, Mode().complex, masked->second);
+}
+
+void RasterInput::RefuseShortFile() {
+  if (const std::string shortage = RawFileShortage(*dataset_); !shortage.empty())
+    throw Failure("cannot read " + Describe() + ": " + shortage);
 }
 
 std::int64_t RasterInput::CacheBytes(int stripRows) {

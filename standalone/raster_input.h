@@ -70,6 +70,7 @@ class RasterInput {
   void OpenOverview();
   bool ReadRows(int band, int y, int rows, float* out);
   bool ReadPixels(int band, int firstRow, int rows, float* out, const std::stop_token& stop);
+  void RefuseShortFile();
 
   std::string label_;
   std::string name_;

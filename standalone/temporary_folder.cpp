@@ -83,13 +83,17 @@ void KeepPermissions(const fs::path& of, const fs::path& to) {
 TemporaryFolder::TemporaryFolder(const fs::path& target) : target_(target) {
   const fs::path parent = target.has_parent_path() ? target.parent_path() : ".";
   RemoveLeavings(parent);
-  // A run that starts at the same time may take the folder for a leaving before it is locked.
+  // A run that starts at the same time may take the folder for a leaving before it is locked, even
+  // before it is opened.
+  bool gone = false;
   do {
     if (lock_ >= 0) close(lock_);
     Make(parent);
     lock_ = OpenFolder(path_);
     if (lock_ >= 0) flock(lock_, LOCK_EX);
-  } while (lock_ >= 0 && !IsStill(path_, lock_));
+    std::error_code ignored;
+    gone = lock_ >= 0 ? !IsStill(path_, lock_) : !fs::exists(path_, ignored);
+  } while (gone);
 }
 
 void TemporaryFolder::Make(const fs::path& parent) {

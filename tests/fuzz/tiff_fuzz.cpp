@@ -1,0 +1,108 @@
+// Opens a mutated TIFF and runs an operator on it. The two bytes after the file choose operator and
+// output mode. A run must end in a result that opens or in a failure that leaves nothing.
+#include <cpl_vsi.h>
+#include <gdal_priv.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "ops/catalogue.h"
+#include "standalone/batch_run.h"
+#include "standalone/gdal_errors.h"
+#include "tests/fuzz/program_state.h"
+
+namespace {
+
+using namespace lumomixcalc;
+using namespace lumomixcalc::standalone;
+namespace fs = std::filesystem;
+
+constexpr const char* kInput = "/vsimem/input.tif";
+
+/// A folder for the outputs of this process, removed when it ends.
+class OutputFolder {
+ public:
+  OutputFolder() {
+    std::string pattern = (fs::temp_directory_path() / "lumomixcalc-fuzz-XXXXXX").string();
+    if (!mkdtemp(pattern.data())) std::abort();
+    path_ = pattern;
+  }
+  ~OutputFolder() {
+    std::error_code ignored;
+    fs::remove_all(path_, ignored);
+  }
+  OutputFolder(const OutputFolder&) = delete;
+  OutputFolder& operator=(const OutputFolder&) = delete;
+
+  std::string Output() const { return (path_ / "out.tif").string(); }
+  bool Empty() const { return fs::is_empty(path_); }
+
+ private:
+  fs::path path_;
+};
+
+// Honest images of such sizes take their time and memory; what is looked for lies elsewhere.
+bool IsSmall() {
+  constexpr double kMostElements = 1 << 18;
+  const GDALDatasetUniquePtr dataset(GDALDataset::Open(kInput, GDAL_OF_RASTER));
+  if (!dataset) return true;
+  double elements = 1.0 * dataset->GetRasterXSize() * dataset->GetRasterYSize();
+  for (GDALRasterBand* const band : dataset->GetBands()) {
+    int columns = 0;
+    int rows = 0;
+    band->GetBlockSize(&columns, &rows);
+    elements += 1.0 * columns * rows;
+  }
+  return elements * dataset->GetRasterCount() < kMostElements;
+}
+
+Options OptionsFor(const std::uint8_t* choice, const std::string& output, RunContext& context) {
+  const std::string name = kOperators[choice[0] % kOperators.size()].commandName;
+  Options options =
+      ReadCommandLine({kInput, kInput, output, "-quiet", "-overwrite", "-operator=" + name,
+                       "-a=1.5:-2", choice[0] < 128 ? "-b=0" : "-b=3:1"},
+                      context);
+  if (const std::size_t mode = choice[1] % (DataModes().size() + 1); mode < DataModes().size())
+    options.mode = &DataModes()[mode];
+  return options;
+}
+
+class PatientObserver : public RunObserver {
+ public:
+  void Progress(double) override {}
+  bool IsCancelled() override { return false; }
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  InstallGdalErrorHandler();
+  GDALRegister_GTiff();
+  return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  constexpr std::size_t kChoiceBytes = 2;
+  if (size < kChoiceBytes) return 0;
+  static const OutputFolder folder;
+  std::string file(reinterpret_cast<const char*>(data), size - kChoiceBytes);
+  VSIFCloseL(
+      VSIFileFromMemBuffer(kInput, reinterpret_cast<GByte*>(file.data()), file.size(), FALSE));
+  if (IsSmall()) {
+    RunContext& context = StartAnew();
+    const std::string output = folder.Output();
+    try {
+      PatientObserver observer;
+      RunBatch(OptionsFor(data + size - kChoiceBytes, output, context), context, observer);
+      const GDALDatasetUniquePtr result(GDALDataset::Open(output.c_str(), GDAL_OF_RASTER));
+      if (!result) std::abort();
+      fs::remove(output);
+    } catch (const Failure&) {
+    }
+    if (!folder.Empty() || gpSelectedProc) std::abort();
+  }
+  VSIUnlink(kInput);
+  return 0;
+}
