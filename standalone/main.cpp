@@ -30,7 +30,10 @@ void ReadApplicationArguments(const Options& options, RunContext& context) {
 
 void RunObserved(const Options& options, RunContext& context) {
   TerminalObserver observer(!options.quiet && isatty(STDERR_FILENO) != 0);
-  RunBatch(options, context, observer);
+  const RunReport report = RunBatch(options, context, observer);
+  if (options.quiet || options.statisticsFile == "-") return;
+  for (std::size_t i = 0; i < report.bands.size(); ++i)
+    std::puts(StatisticsLine(static_cast<int>(i) + 1, report.bands[i]).c_str());
 }
 
 void Run(const std::vector<std::string>& arguments) {
