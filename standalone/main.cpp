@@ -1,4 +1,4 @@
-// The program: registers the application, reads the command line, runs.
+// The program: registers the application, reads the command line, runs or shows the panel.
 #include <string.h>
 #include <unistd.h>
 
@@ -15,6 +15,7 @@
 #include "standalone/interruption.h"
 #include "standalone/messages.h"
 #include "standalone/options.h"
+#include "standalone/panel/panel.h"
 #include "standalone/run_context.h"
 #include "standalone/terminal_observer.h"
 #include "standalone/usage.h"
@@ -51,6 +52,9 @@ void Run(const std::vector<std::string>& arguments) {
       SetUpGdal();
       NoteInterruptions();
       return RunObserved(options, context);
+    case Options::Action::kPanel:
+      ReadApplicationArguments(options, context);
+      return ShowPanel(options, context);
   }
 }
 
@@ -84,5 +88,8 @@ int main(int argc, char** argv) {
   using namespace lumomixcalc::standalone;
   // A write beyond a file-size limit shall fail rather than end the process.
   std::signal(SIGXFSZ, SIG_IGN);
-  return RunAndReport(std::vector<std::string>(argv + 1, argv + argc));
+  std::vector<std::string> arguments(argv + 1, argv + argc);
+  // Whoever starts it from a desktop gives no arguments.
+  if (arguments.empty() && PanelCanBeShown()) arguments = {"-panel"};
+  return RunAndReport(arguments);
 }
