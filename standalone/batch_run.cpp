@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
-#include <cstdio>
 #include <filesystem>
 #include <limits>
 #include <string>
@@ -69,13 +68,6 @@ void Describe(RunSession& session, const std::string& command, const std::string
   output.SetMetadataItem("LUMOMIXCALC_COMMAND", command.c_str());
 }
 
-void Report(const RunReport& report, const Options& options) {
-  if (!options.statisticsFile.empty()) WriteReport(ReportAsJson(report), options.statisticsFile);
-  if (options.quiet || options.statisticsFile == "-") return;
-  for (std::size_t i = 0; i < report.bands.size(); ++i)
-    std::puts(StatisticsLine(static_cast<int>(i) + 1, report.bands[i]).c_str());
-}
-
 void WarnOfUnheldElements(const std::vector<BandStatistics>& statistics, const DataMode& mode) {
   for (std::size_t i = 0; i < statistics.size(); ++i) {
     const UnheldElements& unheld = statistics[i].unheld;
@@ -94,7 +86,7 @@ void WarnOfUnheldElements(const std::vector<BandStatistics>& statistics, const D
 
 }  // namespace
 
-void RunBatch(const Options& options, RunContext& context, RunObserver& observer) {
+RunReport RunBatch(const Options& options, RunContext& context, RunObserver& observer) {
   const auto start = std::chrono::steady_clock::now();
   const std::string& outputName = options.files.at(context.registration.Output().number);
   const OutputFormat format = ChooseOutputFormat(options.format, outputName);
@@ -110,7 +102,7 @@ void RunBatch(const Options& options, RunContext& context, RunObserver& observer
   RasterOutput output({target, format, &mode, options.creationOptions, session.Grid().columns,
                        session.Grid().rows, bands, options.overwrite});
   const std::string command =
-      ReproducingCommand(options, context.registration, session.EchoedOptions());
+      ReproducingCommand(options, context.registration, EchoOptions(context));
   Describe(session, command, outputName, output.Dataset());
   DeclareNoData(session, output, outputName);
   ScratchSpace space = {kBlockRowsMemory, output.Folder()};
@@ -129,9 +121,16 @@ void RunBatch(const Options& options, RunContext& context, RunObserver& observer
 
   WarnOfUnheldElements(statistics, mode);
   const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
-  Report({command, outputName, format.Name(), mode.name, session.Grid().columns,
-          session.Grid().rows, passed.count(), statistics},
-         options);
+  const RunReport report = {command,
+                            outputName,
+                            format.Name(),
+                            mode.name,
+                            session.Grid().columns,
+                            session.Grid().rows,
+                            passed.count(),
+                            statistics};
+  if (!options.statisticsFile.empty()) WriteReport(ReportAsJson(report), options.statisticsFile);
+  return report;
 }
 
 }  // namespace lumomixcalc::standalone

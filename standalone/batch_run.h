@@ -4,15 +4,16 @@
 #include "standalone/options.h"
 #include "standalone/run_context.h"
 #include "standalone/run_observer.h"
+#include "standalone/statistics_file.h"
 
 namespace lumomixcalc::standalone {
 
 // One run of the application over the files of options: opens, checks, prepares, processes every
-// band strip by strip, publishes the output and prints its statistics. The application must have
-// its parameters, read from the command line or set by a panel. Throws Failure, with nothing
-// published: RunCancelled when the observer says so, and a Failure with no text when the
-// application desists, for it has told the reason itself.
-void RunBatch(const Options& options, RunContext& context, RunObserver& observer);
+// band strip by strip, publishes the output and writes the statistics file, if options names one.
+// The application must have its parameters, read from the command line or set by a panel. Throws
+// Failure, with nothing published: RunCancelled when the observer says so, and a Failure with no
+// text when the application desists, for it has told the reason itself.
+RunReport RunBatch(const Options& options, RunContext& context, RunObserver& observer);
 
 }  // namespace lumomixcalc::standalone
 

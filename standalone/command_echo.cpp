@@ -1,6 +1,9 @@
 #include "standalone/command_echo.h"
 
-#include <cstdio>
+#include <algorithm>
+#include <charconv>
+#include <cstddef>
+#include <iterator>
 
 #include "standalone/messages.h"
 #include "standalone/numbers.h"
@@ -10,9 +13,11 @@ namespace lumomixcalc::standalone {
 namespace {
 
 std::string SixDigits(float value) {
+  // As printf's %g in the C locale; a panel's process has the user's.
   char text[32];
-  std::snprintf(text, sizeof text, "%g", static_cast<double>(value));
-  return text;
+  return {text, std::to_chars(std::begin(text), std::end(text), static_cast<double>(value),
+                              std::chars_format::general, 6)
+                    .ptr};
 }
 
 std::string RealOption(const std::string& name, const std::vector<float>& values,
@@ -41,6 +46,30 @@ std::string WithAllDigits(std::string_view option,
     if (option == RealOption(name, values, SixDigits))
       return RealOption(name, values, ShortestText);
   return std::string(option);
+}
+
+std::string WithAllDigits(std::string_view option, std::vector<std::vector<float>>& rows) {
+  const std::size_t equals = option.find('=');
+  if (!option.starts_with('-') || equals == std::string_view::npos) return std::string(option);
+  const std::string name(option.substr(1, equals - 1));
+  const auto row = std::find_if(rows.begin(), rows.end(), [&](const std::vector<float>& values) {
+    return option == RealOption(name, values, SixDigits);
+  });
+  if (row == rows.end()) return std::string(option);
+  std::string complete = RealOption(name, *row, ShortestText);
+  rows.erase(row);
+  return complete;
+}
+
+std::vector<std::string> EchoOptions(RunContext& context) {
+  context.echoedOptions.clear();
+  context.registration.Call(IP_SLOT_WRITE_CMD_LINE);
+  std::vector<std::vector<float>> rows = context.panel.FieldValues();
+  std::vector<std::string> options;
+  for (const std::string& echoed : context.echoedOptions)
+    options.push_back(context.panel.Rows().empty() ? WithAllDigits(echoed, context.realOptions)
+                                                   : WithAllDigits(echoed, rows));
+  return options;
 }
 
 std::string ShellWord(const std::string& word) {

@@ -8,6 +8,7 @@
 
 #include "standalone/options.h"
 #include "standalone/registration.h"
+#include "standalone/run_context.h"
 
 namespace lumomixcalc::standalone {
 
@@ -16,6 +17,15 @@ namespace lumomixcalc::standalone {
 // Any other option is returned as it is.
 std::string WithAllDigits(std::string_view option,
                           const std::map<std::string, std::vector<float>>& realOptions);
+
+// The same for options that a panel set: when option is "-NAME=" with exactly the values of one of
+// the rows in six digits each. That row is taken out of rows, so that the next option, should its
+// values differ only in later digits, gets its own.
+std::string WithAllDigits(std::string_view option, std::vector<std::vector<float>>& rows);
+
+// Has the application echo its options, and gives them back with all digits: those of the panel's
+// fields where there is a panel, else those read from the command line.
+std::vector<std::string> EchoOptions(RunContext& context);
 
 // word as a POSIX shell reads it back: itself, or between single quotes.
 std::string ShellWord(const std::string& word);

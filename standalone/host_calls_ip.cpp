@@ -2,7 +2,6 @@
 #include <cstdio>
 
 #include "host/ip.h"
-#include "standalone/command_echo.h"
 #include "standalone/messages.h"
 #include "standalone/numbers.h"
 #include "standalone/run_context.h"
@@ -15,8 +14,10 @@ void IPSetIncoreProc() { Context().registration.inCore = true; }
 
 void IPSetMenuTitle(const char* title) { Context().registration.title = title; }
 
-// The batch host has no panel to place.
-void IPSetMenuLoc(int, int) {}
+void IPSetMenuLoc(int x, int y) {
+  Context().registration.menuX = x;
+  Context().registration.menuY = y;
+}
 
 void IPAddInput(int stream, const char* label, int, int, int, int) {
   Context().registration.inputs.push_back(MakeStream(stream, label));
@@ -61,8 +62,6 @@ int IPParseRealArg(const char* argument, const char* name, int maxCount, float* 
   return count;
 }
 
-void IPAppendCommand(const char* option) {
-  Context().echoedOptions.push_back(WithAllDigits(option, Context().realOptions));
-}
+void IPAppendCommand(const char* option) { Context().echoedOptions.push_back(option); }
 
 }  // extern "C"

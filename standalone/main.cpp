@@ -1,4 +1,4 @@
-// The program: registers the application, reads the command line, runs.
+// The program: registers the application, reads the command line, runs or shows the panel.
 #include <string.h>
 #include <unistd.h>
 
@@ -16,6 +16,7 @@
 #include "standalone/interruption.h"
 #include "standalone/messages.h"
 #include "standalone/options.h"
+#include "standalone/panel/panel.h"
 #include "standalone/run_context.h"
 #include "standalone/terminal_observer.h"
 #include "standalone/usage.h"
@@ -29,16 +30,24 @@ void ReadApplicationArguments(const Options& options, RunContext& context) {
   if (context.desisted) throw WrongCommandLine("");
 }
 
-void RunObserved(const Options& options, RunContext& context) {
-  TerminalObserver observer(!options.quiet && isatty(STDERR_FILENO) != 0);
+// Failures that know no file are told with the output's name.
+RunReport RunNamingTheOutput(const Options& options, RunContext& context, RunObserver& observer) {
   const std::string& output = options.files.at(context.registration.Output().number);
   try {
-    RunBatch(options, context, observer);
+    return RunBatch(options, context, observer);
   } catch (const std::bad_alloc&) {
     throw Failure("there is not enough memory to make " + output);
   } catch (const std::filesystem::filesystem_error& error) {
     throw Failure("cannot write " + output + ": " + error.code().message());
   }
+}
+
+void RunObserved(const Options& options, RunContext& context) {
+  TerminalObserver observer(!options.quiet && isatty(STDERR_FILENO) != 0);
+  const RunReport report = RunNamingTheOutput(options, context, observer);
+  if (options.quiet || options.statisticsFile == "-") return;
+  for (std::size_t i = 0; i < report.bands.size(); ++i)
+    std::puts(StatisticsLine(static_cast<int>(i) + 1, report.bands[i]).c_str());
 }
 
 void Run(const std::vector<std::string>& arguments) {
@@ -56,6 +65,9 @@ void Run(const std::vector<std::string>& arguments) {
       SetUpGdal();
       NoteInterruptions();
       return RunObserved(options, context);
+    case Options::Action::kPanel:
+      ReadApplicationArguments(options, context);
+      return ShowPanel(options, context);
   }
 }
 
@@ -87,5 +99,8 @@ int main(int argc, char** argv) {
   using namespace lumomixcalc::standalone;
   // A write beyond a file-size limit shall fail rather than end the process.
   std::signal(SIGXFSZ, SIG_IGN);
-  return RunAndReport(std::vector<std::string>(argv + 1, argv + argc));
+  std::vector<std::string> arguments(argv + 1, argv + argc);
+  // Whoever starts it from a desktop gives no arguments.
+  if (arguments.empty() && PanelCanBeShown()) arguments = {"-panel"};
+  return RunAndReport(arguments);
 }

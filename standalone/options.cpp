@@ -60,6 +60,7 @@ struct Switch {
 constexpr Switch kSwitches[] = {
     {"-overwrite", [](Options& options) { options.overwrite = true; }},
     {"-quiet", [](Options& options) { options.quiet = true; }},
+    {"-panel", [](Options& options) { options.action = Options::Action::kPanel; }},
     {"-help", [](Options& options) { options.action = Options::Action::kHelp; }},
     {"--help", [](Options& options) { options.action = Options::Action::kHelp; }},
     {"--version", [](Options& options) { options.action = Options::Action::kVersion; }},
@@ -108,10 +109,15 @@ class Reader {
 
   void PlacePositionalFiles() {
     const int output = registration_.Output().number;
-    if (options_.files.count(output) == 0) {
-      if (positional_.empty()) throw WrongCommandLine("no output file; " + Expected());
-      options_.files[output] = positional_.back();
-      positional_.pop_back();
+    // In a panel the user names what is missing; a file that comes alone is one to look at.
+    const bool mayLack = options_.action == Options::Action::kPanel;
+    const bool isLookedAt = mayLack && options_.files.empty() && positional_.size() == 1;
+    if (options_.files.count(output) == 0 && !isLookedAt) {
+      if (positional_.empty() && !mayLack) throw WrongCommandLine("no output file; " + Expected());
+      if (!positional_.empty()) {
+        options_.files[output] = positional_.back();
+        positional_.pop_back();
+      }
     }
     auto file = positional_.begin();
     for (const DeclaredStream& input : registration_.inputs)
@@ -119,7 +125,7 @@ class Reader {
         options_.files[input.number] = *file++;
     if (file != positional_.end())
       throw WrongCommandLine("too many files, " + *file + " is left over; " + Expected());
-    if (options_.files.size() == 1)
+    if (options_.files.size() == 1 && !mayLack)
       throw WrongCommandLine("no input file beside the output " + options_.files[output] + "; " +
                              Expected());
     for (const auto& [number, name] : options_.files)
@@ -169,7 +175,8 @@ Options ReadOptions(const std::vector<std::string>& arguments, const Registratio
   Options options;
   Reader reader(registration, options);
   reader.Read(arguments);
-  if (options.action != Options::Action::kRun) return options;
+  if (options.action != Options::Action::kRun && options.action != Options::Action::kPanel)
+    return options;
   reader.CheckThatOptionsAgree();
   reader.PlacePositionalFiles();
   return options;

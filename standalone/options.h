@@ -13,10 +13,11 @@ namespace lumomixcalc::standalone {
 
 // The command line, as far as it is the host's.
 struct Options {
-  enum class Action { kRun, kHelp, kVersion };
+  enum class Action { kRun, kPanel, kHelp, kVersion };
 
   Action action = Action::kRun;
-  std::map<int, std::string> files;          // by stream number: one input or more, and the output
+  std::map<int, std::string> files;          // by stream number: one input or more, and the output;
+                                             // for a panel, any of them or none
   const DataMode* mode = nullptr;            // null when none was chosen
   std::string format;                        // empty when none was chosen
   std::vector<std::string> creationOptions;  // NAME=VALUE

@@ -31,15 +31,6 @@ bool HasExtension(GDALDriver* driver, const std::string& extension) {
 
 OutputFormat FormatOf(GDALDriver* driver) { return {driver, !Can(driver, GDAL_DCAP_CREATE)}; }
 
-std::string WritableFormats() {
-  std::string names;
-  GDALDriverManager& manager = *GetGDALDriverManager();
-  for (int i = 0; i < manager.GetDriverCount(); ++i)
-    if (GDALDriver* const driver = manager.GetDriver(i); CanWriteFiles(driver))
-      names += (names.empty() ? "" : ", ") + std::string(driver->GetDescription());
-  return names;
-}
-
 bool Holds(GDALDriver* driver, const DataMode& mode) {
   const char* const types = driver->GetMetadataItem(GDAL_DMD_CREATIONDATATYPES);
   // A driver that does not say is left to refuse by itself.
@@ -47,7 +38,22 @@ bool Holds(GDALDriver* driver, const DataMode& mode) {
          CPLStringList(CSLTokenizeString(types)).FindString(GDALGetDataTypeName(mode.type)) >= 0;
 }
 
+std::string Joined(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
+  return text;
+}
+
 }  // namespace
+
+std::vector<std::string> WritableFormats() {
+  std::vector<std::string> names;
+  GDALDriverManager& manager = *GetGDALDriverManager();
+  for (int i = 0; i < manager.GetDriverCount(); ++i)
+    if (GDALDriver* const driver = manager.GetDriver(i); CanWriteFiles(driver))
+      names.emplace_back(driver->GetDescription());
+  return names;
+}
 
 OutputFormat ChooseOutputFormat(const std::string& name, const std::string& path) {
   GDALDriverManager& manager = *GetGDALDriverManager();
@@ -56,7 +62,7 @@ OutputFormat ChooseOutputFormat(const std::string& name, const std::string& path
     if (!driver || !CanWriteFiles(driver))
       throw WrongCommandLine("-format=" + name +
                              ": not a format that GDAL can write here; it has " +
-                             WritableFormats());
+                             Joined(WritableFormats()));
     return FormatOf(driver);
   }
   std::string extension = std::filesystem::path(path).extension().string();

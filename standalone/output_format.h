@@ -19,6 +19,9 @@ struct OutputFormat {
   std::string Name() const { return driver->GetDescription(); }
 };
 
+// The names of all formats that can write a raster file here.
+std::vector<std::string> WritableFormats();
+
 // The format named so, or with an empty name the one of the path's extension, else GTiff. Throws
 // WrongCommandLine when there is none that can write.
 OutputFormat ChooseOutputFormat(const std::string& name, const std::string& path);

@@ -21,6 +21,8 @@ struct DeclaredStream {
 // What the application declared of itself.
 struct Registration {
   std::string title;
+  int menuX = 0;  // the panel's place on the screen, in pixels
+  int menuY = 0;
   bool inCore = false;
   bool regions = false;      // the user may choose a region
   bool resolutions = false;  // and a resolution

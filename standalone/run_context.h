@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "standalone/panel/panel_model.h"
 #include "standalone/registration.h"
 
 namespace lumomixcalc::standalone {
@@ -21,6 +22,7 @@ struct StreamState {
 // the process; whoever drives the application fills it before a callback and reads it afterwards.
 struct RunContext {
   Registration registration;
+  PanelModel panel;                    // empty until the application was asked for its rows
   std::map<int, StreamState> streams;  // by number
   int outputMode = -1;                 // the mode that the user chose, or -1
   bool desisted = false;

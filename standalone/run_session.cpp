@@ -176,12 +176,6 @@ void RunSession::AdvanceOneRow() {
   context_.streams[OutputStream()].blockData += columns * (mode_->complex ? 2 : 1);
 }
 
-const std::vector<std::string>& RunSession::EchoedOptions() {
-  context_.echoedOptions.clear();
-  context_.registration.Call(IP_SLOT_WRITE_CMD_LINE);
-  return context_.echoedOptions;
-}
-
 void RunSession::Finish() {
   if (finished_) return;
   finished_ = true;

@@ -73,9 +73,6 @@ class RunSession {
   // another record. Throws Failure without text when it desists.
   void Process(int rows, IPOutputStats& record);
 
-  // The application's options as it echoes them.
-  const std::vector<std::string>& EchoedOptions();
-
   // Has the application clean up; once is enough.
   void Finish();
 

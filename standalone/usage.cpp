@@ -43,6 +43,8 @@ void PrintUsage(RunContext& context) {
       "     -overwrite    replace the output when it exists; it may be an input, too\n"
       "     -quiet        print no statistics; they are those of the result before an\n"
       "                   integer mode rounds and saturates it\n"
+      "     -panel        show the panel with these files and options; files may be left out.\n"
+      "                   On a desktop also without any argument\n"
       "     -help, --help, --version\n"
       "     --            what follows are files, even when they begin with a dash\n\n";
   std::fputs(text.c_str(), stdout);

@@ -22,6 +22,15 @@ TEST(WithAllDigits, LeavesOptionsThatWereSetOtherwise) {
     EXPECT_EQ(WithAllDigits(option, read), option);
 }
 
+TEST(WithAllDigits, TakesEachRowOfAPanelForOneOption) {
+  std::vector<std::vector<float>> rows = {{0.12345678F, 0}, {0.12345679F, 0}, {7}};
+  EXPECT_EQ(WithAllDigits("-clamp", rows), "-clamp");
+  EXPECT_EQ(WithAllDigits("-op='a=b'", rows), "-op='a=b'");
+  EXPECT_EQ(WithAllDigits("-x=0.123457:0", rows), "-x=0.12345678:0");
+  EXPECT_EQ(WithAllDigits("-y=0.123457:0", rows), "-y=0.12345679:0");
+  EXPECT_EQ(WithAllDigits("-z=0.123457:0", rows), "-z=0.123457:0");
+}
+
 TEST(ShellWord, QuotesOnlyWhatAShellWouldChange) {
   EXPECT_EQ(ShellWord("dir/a-b_1.tif"), "dir/a-b_1.tif");
   EXPECT_EQ(ShellWord("a b.tif"), "'a b.tif'");

@@ -34,6 +34,26 @@ TEST(ReadOptions, FillsStreamsByNameThenByPosition) {
   for (const auto& c : kCases) EXPECT_EQ(Read(c.arguments).files, c.files) << c.arguments[0];
 }
 
+TEST(ReadOptions, PanelTakesAnyOfTheFiles) {
+  const struct {
+    Arguments arguments;
+    std::map<int, std::string> files;
+  } kCases[] = {
+      {{"-panel"}, {}},
+      {{"-panel", "a"}, {{1, "a"}}},
+      {{"a", "-panel", "o"}, {{1, "a"}, {3, "o"}}},
+      {{"-panel", "a", "b", "o"}, {{1, "a"}, {2, "b"}, {3, "o"}}},
+      {{"-panel", "-file2=b"}, {{2, "b"}}},
+      {{"-panel", "-file2=b", "o"}, {{2, "b"}, {3, "o"}}},
+      {{"-panel", "-save=o"}, {{3, "o"}}},
+  };
+  for (const auto& c : kCases) {
+    EXPECT_EQ(Read(c.arguments).files, c.files) << testing::PrintToString(c.arguments);
+    EXPECT_EQ(Read(c.arguments).action, Options::Action::kPanel);
+  }
+  EXPECT_THROW(Read({"-panel", "a", "b", "c", "o"}), WrongCommandLine);
+}
+
 TEST(ReadOptions, RefusesTooFewTooManyAndUnnamedFiles) {
   const Arguments kCases[] = {{},
                               {"o"},

@@ -1,0 +1,179 @@
+#include "standalone/panel/output_settings.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QSignalBlocker>
+#include <QSpinBox>
+#include <utility>
+
+#include "standalone/data_modes.h"
+#include "standalone/output_format.h"
+
+namespace lumomixcalc::standalone {
+namespace {
+
+// A name for screen readers, and for tests to find the widget by.
+void Name(QWidget& widget, const QString& name) {
+  widget.setAccessibleName(name);
+  widget.setObjectName(name);
+}
+
+QSpinBox* NewSpin(const QString& name, int least, const QString& prefix) {
+  constexpr int kMost = 9999999;
+  auto* const spin = new QSpinBox;
+  spin->setRange(least, kMost);
+  spin->setPrefix(prefix);
+  // Not as wide as the largest number.
+  spin->setMinimumWidth(spin->fontMetrics().horizontalAdvance(prefix + QStringLiteral("00000")) +
+                        40);
+  spin->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+  Name(*spin, name);
+  return spin;
+}
+
+void AddLabelled(QGridLayout& grid, const QString& text, QWidget& widget) {
+  auto* const label = new QLabel(text);
+  label->setBuddy(&widget);
+  const int row = grid.rowCount();
+  grid.addWidget(label, row, 0);
+  grid.addWidget(&widget, row, 1);
+}
+
+}  // namespace
+
+OutputSettings::OutputSettings(const Registration& registration, const Options& first,
+                               std::function<void()> changed)
+    : changed_(std::move(changed)) {
+  auto* const grid = new QGridLayout(this);
+  grid->setContentsMargins(0, 0, 0, 0);
+  grid->setColumnStretch(1, 1);
+  if (registration.regions) AddRegion(*grid, first);
+  if (registration.resolutions) AddResolution(*grid, first);
+  AddStorage(*grid, registration, first);
+}
+
+void OutputSettings::AddRegion(QGridLayout& grid, const Options& first) {
+  region_ = new QCheckBox(QStringLiteral("Region"));
+  region_->setToolTip(
+      QStringLiteral("Only this part of the images, in pixels; it can also be "
+                     "drawn on the preview"));
+  Name(*region_, QStringLiteral("Region"));
+  const int row = grid.rowCount();
+  grid.addWidget(region_, row, 0);
+  auto* const fields = new QGridLayout;
+  grid.addLayout(fields, row, 1);
+  static const struct {
+    const char* name;
+    const char* prefix;
+    int least;
+  } kSpins[] = {{"Region, first column", "x ", 0},
+                {"Region, first row", "y ", 0},
+                {"Region, columns", "width ", 1},
+                {"Region, rows", "height ", 1}};
+  for (int i = 0; i < 4; ++i) {
+    spins_[i] =
+        NewSpin(QLatin1String(kSpins[i].name), kSpins[i].least, QLatin1String(kSpins[i].prefix));
+    spins_[i]->setEnabled(false);
+    connect(region_, &QCheckBox::toggled, spins_[i], &QWidget::setEnabled);
+    connect(spins_[i], &QSpinBox::valueChanged, [this] { changed_(); });
+    fields->addWidget(spins_[i], i / 2, i % 2);
+  }
+  if (const auto& region = first.selection.region)
+    SetRegion(QRect(region->x, region->y, region->columns, region->rows));
+  connect(region_, &QCheckBox::toggled, [this] { changed_(); });
+}
+
+void OutputSettings::AddResolution(QGridLayout& grid, const Options& first) {
+  auto* const fields = new QWidget;
+  auto* const layout = new QHBoxLayout(fields);
+  layout->setContentsMargins(0, 0, 0, 0);
+  resolution_ = NewSpin(QStringLiteral("Resolution"), 1, QStringLiteral("1 : "));
+  resolution_->setToolTip(QStringLiteral("Input pixels to one output pixel, in both directions"));
+  resolution_->setValue(first.selection.resolution);
+  // In the order of Resampling.
+  resampling_ = new QComboBox;
+  resampling_->addItems({QStringLiteral("nearest"), QStringLiteral("average"),
+                         QStringLiteral("bilinear"), QStringLiteral("cubic"),
+                         QStringLiteral("overview")});
+  resampling_->setCurrentIndex(static_cast<int>(first.selection.resampling));
+  resampling_->setToolTip(QStringLiteral("How coarser pixels are made"));
+  resampling_->setEnabled(resolution_->value() > 1);
+  Name(*resampling_, QStringLiteral("Resampling"));
+  connect(resolution_, &QSpinBox::valueChanged, [this](int value) {
+    resampling_->setEnabled(value > 1);
+    changed_();
+  });
+  connect(resampling_, &QComboBox::currentIndexChanged, [this] { changed_(); });
+  layout->addWidget(resolution_, 1);
+  layout->addWidget(resampling_, 1);
+  AddLabelled(grid, QStringLiteral("Resolution"), *fields);
+}
+
+void OutputSettings::AddStorage(QGridLayout& grid, const Registration& registration,
+                                const Options& first) {
+  mode_ = new QComboBox;
+  mode_->addItem(QStringLiteral("float32, complex when %1 is read and complex")
+                     .arg(QString::fromStdString(registration.inputs.front().label)));
+  for (const DataMode& mode : DataModes()) mode_->addItem(QLatin1String(mode.name));
+  mode_->setCurrentIndex(first.mode ? first.mode->code + 1 : 0);
+  mode_->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+  Name(*mode_, QStringLiteral("Output mode"));
+  format_ = new QComboBox;
+  format_->addItem(QStringLiteral("that of the file's extension"));
+  for (const std::string& name : WritableFormats()) format_->addItem(QString::fromStdString(name));
+  // A format that cannot write shows as it was given; the run then tells what is wrong with it.
+  const QString format = QString::fromStdString(first.format);
+  if (!format.isEmpty()) {
+    if (format_->findText(format, Qt::MatchFixedString) < 0) format_->addItem(format);
+    format_->setCurrentIndex(format_->findText(format, Qt::MatchFixedString));
+  }
+  format_->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+  Name(*format_, QStringLiteral("Output format"));
+  for (QComboBox* const box : {mode_, format_})
+    connect(box, &QComboBox::currentIndexChanged, [this] { changed_(); });
+  AddLabelled(grid, QStringLiteral("Mode"), *mode_);
+  AddLabelled(grid, QStringLiteral("Format"), *format_);
+}
+
+void OutputSettings::Apply(Options& options) const {
+  if (const std::optional<QRect> region = Region()) {
+    options.selection.region = {region->x(), region->y(), region->width(), region->height()};
+    options.selection.window.reset();
+  } else {
+    options.selection.region.reset();
+  }
+  if (resolution_) {
+    options.selection.resolution = resolution_->value();
+    options.selection.resampling = static_cast<Resampling>(resampling_->currentIndex());
+  }
+  options.mode = mode_->currentIndex() == 0 ? nullptr : &DataModeOf(mode_->currentIndex() - 1);
+  options.format = format_->currentIndex() == 0 ? "" : format_->currentText().toStdString();
+}
+
+std::optional<QRect> OutputSettings::Region() const {
+  if (!region_ || !region_->isChecked()) return std::nullopt;
+  return QRect(spins_[0]->value(), spins_[1]->value(), spins_[2]->value(), spins_[3]->value());
+}
+
+void OutputSettings::SetRegion(const QRect& pixels) {
+  SetSpins(pixels);
+  region_->setChecked(true);
+  changed_();
+}
+
+void OutputSettings::SetImageSize(int columns, int rows) {
+  if (region_ && !region_->isChecked()) SetSpins(QRect(0, 0, columns, rows));
+}
+
+void OutputSettings::SetSpins(const QRect& pixels) {
+  const int values[] = {pixels.x(), pixels.y(), pixels.width(), pixels.height()};
+  for (int i = 0; i < 4; ++i) {
+    const QSignalBlocker blocker(spins_[i]);  // one change, not four
+    spins_[i]->setValue(values[i]);
+  }
+}
+
+}  // namespace lumomixcalc::standalone

@@ -1,0 +1,54 @@
+#ifndef LUMOMIXCALC_STANDALONE_PANEL_OUTPUT_SETTINGS_H
+#define LUMOMIXCALC_STANDALONE_PANEL_OUTPUT_SETTINGS_H
+
+#include <QRect>
+#include <QWidget>
+#include <functional>
+#include <optional>
+
+#include "standalone/options.h"
+#include "standalone/registration.h"
+
+class QCheckBox;
+class QComboBox;
+class QGridLayout;
+class QSpinBox;
+
+namespace lumomixcalc::standalone {
+
+// What of the inputs a run takes and how its output is stored: region and resolution, as far as the
+// application offers them, data mode and format.
+class OutputSettings : public QWidget {
+ public:
+  // Shows the settings of first.
+  OutputSettings(const Registration& registration, const Options& first,
+                 std::function<void()> changed);
+
+  // Puts the settings into options.
+  void Apply(Options& options) const;
+
+  // The chosen region in pixels of the inputs, or none for all.
+  std::optional<QRect> Region() const;
+  void SetRegion(const QRect& pixels);
+
+  // The size of the inputs: what the region is until another is chosen.
+  void SetImageSize(int columns, int rows);
+
+ private:
+  void AddRegion(QGridLayout& grid, const Options& first);
+  void AddResolution(QGridLayout& grid, const Options& first);
+  void AddStorage(QGridLayout& grid, const Registration& registration, const Options& first);
+  void SetSpins(const QRect& pixels);
+
+  std::function<void()> changed_;
+  QCheckBox* region_ = nullptr;  // null, as the next, when the application does not offer it
+  QSpinBox* spins_[4] = {};      // x, y, columns, rows
+  QSpinBox* resolution_ = nullptr;
+  QComboBox* resampling_ = nullptr;
+  QComboBox* mode_ = nullptr;
+  QComboBox* format_ = nullptr;
+};
+
+}  // namespace lumomixcalc::standalone
+
+#endif

@@ -1,0 +1,54 @@
+#include "standalone/panel/panel.h"
+
+#include <QApplication>
+#include <QTimer>
+#include <clocale>
+#include <cstdlib>
+
+#include "standalone/gdal_setup.h"
+#include "standalone/interruption.h"
+#include "standalone/messages.h"
+#include "standalone/panel/panel_window.h"
+
+namespace lumomixcalc::standalone {
+namespace {
+
+bool IsSet(const char* variable) {
+  const char* const value = std::getenv(variable);
+  return value && *value != '\0';
+}
+
+}  // namespace
+
+bool PanelCanBeShown() { return IsSet("DISPLAY") || IsSet("WAYLAND_DISPLAY"); }
+
+void ShowPanel(const Options& options, RunContext& context) {
+  // Without a display the toolkit would end the process by itself.
+  if (!PanelCanBeShown() && !IsSet("QT_QPA_PLATFORM"))
+    throw Failure("-panel needs a display, and neither DISPLAY nor WAYLAND_DISPLAY is set");
+  int argumentCount = 1;
+  char programName[] = "lumomixcalc";
+  char* arguments[] = {programName, nullptr};
+  QApplication application(argumentCount, arguments);
+  // The toolkit takes the user's locale over; numbers in files and commands keep their point.
+  std::setlocale(LC_NUMERIC, "C");
+  QCoreApplication::setOrganizationName(QLatin1String(kProgramName));
+  QCoreApplication::setApplicationName(QStringLiteral("panel"));
+
+  SetUpGdal();
+  context.registration.Call(IP_SLOT_SET_MENU);
+  PanelWindow window(context, options);
+  window.show();
+  // A signal closes the panel without a question; its run, if there is one, is cancelled as it
+  // goes.
+  NoteInterruptions();
+  QTimer signalCheck;
+  QObject::connect(&signalCheck, &QTimer::timeout, [] {
+    if (InterruptingSignal() != 0) QCoreApplication::quit();
+  });
+  constexpr int kCheckMs = 200;
+  signalCheck.start(kCheckMs);
+  QApplication::exec();
+}
+
+}  // namespace lumomixcalc::standalone

@@ -1,0 +1,113 @@
+#include "standalone/panel/preview.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include "standalone/memory_run.h"
+#include "standalone/messages.h"
+#include "standalone/raster_input.h"
+
+namespace lumomixcalc::standalone {
+namespace {
+
+// Enough for a pane, and quickly computed.
+constexpr int kLongestSide = 640;
+
+Selection WholeImageCoarsely() {
+  Selection selection;
+  selection.resampling = Resampling::kPreview;
+  selection.longestSide = kLongestSide;
+  return selection;
+}
+
+PreviewImage ReadInput(const std::string& label, const std::string& file, int band, bool keepNoData,
+                       RunObserver& observer) {
+  RasterInput input(label, file);
+  band = std::min(band, input.Bands());
+  PreviewImage image;
+  const Selection selection = WholeImageCoarsely();
+  image.grid = MakeOutputGrid(selection, input.Columns(), input.Rows(), nullptr, input.Describe());
+  image.fullColumns = input.Columns();
+  image.fullRows = input.Rows();
+  image.bands = input.Bands();
+  image.complex = input.Mode().complex;
+  ScratchSpace space;  // without a folder: all in memory
+  input.Select(image.grid, selection.resampling, {band}, !keepNoData, space);
+  const std::size_t rowFloats =
+      static_cast<std::size_t>(image.grid.columns) * static_cast<std::size_t>(input.Parts());
+  image.values.resize(rowFloats * static_cast<std::size_t>(image.grid.rows));
+  // Piece by piece, so that a slow file keeps nobody waiting for a newer preview.
+  constexpr int kPieceRows = 32;
+  for (int row = 0; row < image.grid.rows; row += kPieceRows) {
+    if (observer.IsCancelled()) throw RunCancelled();
+    input.Read(band, row, std::min(kPieceRows, image.grid.rows - row),
+               image.values.data() + rowFloats * static_cast<std::size_t>(row), {});
+  }
+  return image;
+}
+
+// What tells whether a file is still the one that was read.
+std::string KeyOf(const std::string& file, int band, bool keepNoData) {
+  std::error_code error;
+  const auto written = std::filesystem::last_write_time(file, error).time_since_epoch().count();
+  const auto size = std::filesystem::file_size(file, error);
+  return file + '\n' + std::to_string(band) + (keepNoData ? " keep " : " ") +
+         std::to_string(written) + ' ' + std::to_string(size);
+}
+
+PreviewImage ComputeResult(const Options& options, int band, RunContext& context,
+                           RunObserver& observer) {
+  Options coarse = options;
+  coarse.selection = WholeImageCoarsely();
+  coarse.bands = {band};
+  MemoryRaster raster = RunInMemory(coarse, context, observer);
+  PreviewImage image;
+  image.grid = raster.grid;
+  image.complex = raster.complex;
+  image.values = std::move(raster.values);
+  return image;
+}
+
+}  // namespace
+
+const PreviewImage& PreviewMaker::Input(const DeclaredStream& stream, const Options& options,
+                                        int band, RunObserver& observer) {
+  const std::string& file = options.files.at(stream.number);
+  KeptInput& kept = inputs_[stream.number];
+  const std::string key = KeyOf(file, band, options.keepNoData);
+  if (kept.key == key) return kept.image;
+  kept.key.clear();
+  try {
+    kept.image = ReadInput(stream.label, file, band, options.keepNoData, observer);
+  } catch (const RunCancelled&) {
+    throw;
+  } catch (const Failure& failure) {
+    kept.image = {};
+    kept.image.note = failure.what();
+  }
+  kept.key = key;
+  return kept.image;
+}
+
+Preview PreviewMaker::Make(const Options& options, int band, RunContext& context,
+                           RunObserver& observer) {
+  Preview preview;
+  for (const DeclaredStream& stream : context.registration.inputs) {
+    if (options.files.count(stream.number) > 0)
+      preview.inputs.push_back(Input(stream, options, band, observer));
+    else
+      preview.inputs.emplace_back().note = "No file chosen.";
+  }
+  try {
+    preview.result = ComputeResult(options, band, context, observer);
+  } catch (const RunCancelled&) {
+    throw;
+  } catch (const Failure& failure) {
+    preview.result.note = failure.what();
+  }
+  return preview;
+}
+
+}  // namespace lumomixcalc::standalone

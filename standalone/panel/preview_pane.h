@@ -1,0 +1,69 @@
+#ifndef LUMOMIXCALC_STANDALONE_PANEL_PREVIEW_PANE_H
+#define LUMOMIXCALC_STANDALONE_PANEL_PREVIEW_PANE_H
+
+#include <QRect>
+#include <QTimer>
+#include <QWidget>
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include "standalone/panel/image_pane.h"
+#include "standalone/panel/preview.h"
+
+class QComboBox;
+class QGridLayout;
+class QLabel;
+class QSettings;
+class QSpinBox;
+
+namespace lumomixcalc::standalone {
+
+// The images of a preview, with the choices of how they are shown and the values under the pointer.
+class PreviewPane : public QWidget {
+ public:
+  struct Callbacks {
+    std::function<void(QRect pixels)> regionDrawn;  // in pixels of the inputs
+    std::function<void()> bandChanged;
+  };
+
+  // titles: of the inputs and of the result.
+  PreviewPane(const std::vector<QString>& titles, Callbacks callbacks);
+
+  void Show(Preview preview);
+  // To be called when a new preview is wanted: says so when it takes its time.
+  void Await();
+  // When the preview is not wanted any more.
+  void StopAwaiting();
+  // The outlined region in pixels of the inputs, or none.
+  void SetRegion(std::optional<QRect> pixels);
+  void LetDraw(bool allowed);
+  // The band that is wanted in the next preview, from 1.
+  int Band() const;
+
+  void Save(QSettings& settings) const;
+  void Restore(const QSettings& settings);
+
+ private:
+  void Arrange();
+  void Point(std::optional<QPointF> place);
+  void TakeDrawn(const QRectF& area);
+
+  Callbacks callbacks_;
+  QSize Covered() const;
+
+  std::optional<QRect> region_;
+  std::vector<ImagePane*> panes_;  // the inputs, then the result
+  QGridLayout* grid_;
+  QComboBox* arrangement_;
+  QComboBox* stretch_;
+  QLabel* bandLabel_;
+  QSpinBox* band_;
+  QLabel* busy_;
+  QLabel* values_;
+  QTimer patience_;
+};
+
+}  // namespace lumomixcalc::standalone
+
+#endif

@@ -1,0 +1,55 @@
+#include "standalone/panel/float_text.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <random>
+
+#include "standalone/numbers.h"
+
+namespace lumomixcalc::standalone {
+namespace {
+
+TEST(ParseTypedFloat, UnderstandsWhatPeopleTypeAndPaste) {
+  const std::pair<const char*, float> kCases[] = {{"1.5", 1.5F},
+                                                  {"1,5", 1.5F},
+                                                  {" -3 ", -3},
+                                                  {"+2", 2},
+                                                  {"1e-3", 1e-3F},
+                                                  {"1,5E+2", 150},
+                                                  {".5", 0.5F},
+                                                  {",5", 0.5F},
+                                                  {"7.", 7},
+                                                  {"\xE2\x88\x92"
+                                                   "2",
+                                                   -2},
+                                                  {"0", 0},
+                                                  {"1e-38", 1e-38F},
+                                                  {"\t16777217\n", 16777216}};
+  for (const auto& [text, value] : kCases) EXPECT_EQ(ParseTypedFloat(text), value) << text;
+  EXPECT_TRUE(std::signbit(ParseTypedFloat("-0").value()));
+}
+
+TEST(ParseTypedFloat, TakesNothingThatItMayMisunderstand) {
+  for (const char* text : {"", " ", "-", "1,234.5", "1.234,5", "1,2,3", "1 000", "1e", "1d3", "abc",
+                           "1.5i", "0x10", "1e60", "1e-60", "--1"})
+    EXPECT_EQ(ParseTypedFloat(text), std::nullopt) << text;
+}
+
+TEST(ParseTypedFloat, ReadsBackTheBitsOfWhatAFieldShows) {
+  std::mt19937 random(5);
+  for (int i = 0; i < 20000; ++i) {
+    const float value = std::bit_cast<float>(static_cast<std::uint32_t>(random()));
+    if (std::isnan(value)) continue;
+    const std::optional<float> read = ParseTypedFloat(ShortestText(value));
+    ASSERT_EQ(std::bit_cast<std::uint32_t>(read.value()), std::bit_cast<std::uint32_t>(value));
+  }
+  constexpr float kDenormal = std::numeric_limits<float>::denorm_min();
+  EXPECT_EQ(ParseTypedFloat(ShortestText(kDenormal)), kDenormal);
+}
+
+}  // namespace
+}  // namespace lumomixcalc::standalone
