@@ -11,15 +11,15 @@
 #include <vector>
 
 #include "host/ip.h"
-#include "standalone/batch_run.h"
-#include "standalone/gdal_setup.h"
-#include "standalone/interruption.h"
+#include "standalone/application/run_context.h"
+#include "standalone/command_line/options.h"
+#include "standalone/command_line/terminal_observer.h"
+#include "standalone/command_line/usage.h"
 #include "standalone/messages.h"
-#include "standalone/options.h"
 #include "standalone/panel/panel.h"
-#include "standalone/run_context.h"
-#include "standalone/terminal_observer.h"
-#include "standalone/usage.h"
+#include "standalone/rasters/gdal_setup.h"
+#include "standalone/runs/batch_run.h"
+#include "standalone/runs/interruption.h"
 
 namespace lumomixcalc::standalone {
 namespace {

@@ -7,10 +7,10 @@
 #include <system_error>
 #include <utility>
 
-#include "standalone/batch_run.h"
-#include "standalone/command_echo.h"
+#include "standalone/command_line/command_echo.h"
 #include "standalone/messages.h"
-#include "standalone/statistics.h"
+#include "standalone/runs/batch_run.h"
+#include "standalone/runs/statistics.h"
 
 namespace lumomixcalc::standalone {
 
@@ -111,8 +111,6 @@ RunEnd ApplicationThread::MakeRun(const Options& options) {
   } catch (const Failure& failure) {
     // No text: the application has told the user already.
     if (*failure.what() != '\0') Tell(failure.what());
-  } catch (const std::bad_alloc&) {
-    Tell("there is not enough memory for a strip of this image");
   } catch (const std::exception& error) {
     Tell(std::string("unexpected failure: ") + error.what());
   }

@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "standalone/options.h"
+#include "standalone/application/run_context.h"
+#include "standalone/command_line/options.h"
 #include "standalone/panel/preview.h"
 #include "standalone/panel/serial_executor.h"
-#include "standalone/run_context.h"
 
 namespace lumomixcalc::standalone {
 

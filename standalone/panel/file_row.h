@@ -6,7 +6,7 @@
 #include <QPushButton>
 #include <functional>
 
-#include "standalone/registration.h"
+#include "standalone/application/registration.h"
 
 class QGridLayout;
 

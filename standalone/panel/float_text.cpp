@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "standalone/numbers.h"
+#include "standalone/command_line/numbers.h"
 
 namespace lumomixcalc::standalone {
 

@@ -10,7 +10,7 @@
 #include <cstddef>
 #include <utility>
 
-#include "standalone/numbers.h"
+#include "standalone/command_line/numbers.h"
 
 namespace lumomixcalc::standalone {
 namespace {

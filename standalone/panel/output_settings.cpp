@@ -9,8 +9,8 @@
 #include <QSpinBox>
 #include <utility>
 
-#include "standalone/data_modes.h"
-#include "standalone/output_format.h"
+#include "standalone/rasters/data_modes.h"
+#include "standalone/rasters/output_format.h"
 
 namespace lumomixcalc::standalone {
 namespace {

@@ -6,8 +6,8 @@
 #include <functional>
 #include <optional>
 
-#include "standalone/options.h"
-#include "standalone/registration.h"
+#include "standalone/application/registration.h"
+#include "standalone/command_line/options.h"
 
 class QCheckBox;
 class QComboBox;

@@ -5,10 +5,10 @@
 #include <clocale>
 #include <cstdlib>
 
-#include "standalone/gdal_setup.h"
-#include "standalone/interruption.h"
 #include "standalone/messages.h"
 #include "standalone/panel/panel_window.h"
+#include "standalone/rasters/gdal_setup.h"
+#include "standalone/runs/interruption.h"
 
 namespace lumomixcalc::standalone {
 namespace {

@@ -1,8 +1,8 @@
 #ifndef LUMOMIXCALC_STANDALONE_PANEL_PANEL_H
 #define LUMOMIXCALC_STANDALONE_PANEL_PANEL_H
 
-#include "standalone/options.h"
-#include "standalone/run_context.h"
+#include "standalone/application/run_context.h"
+#include "standalone/command_line/options.h"
 
 namespace lumomixcalc::standalone {
 

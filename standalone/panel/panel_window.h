@@ -6,11 +6,11 @@
 #include <memory>
 #include <string>
 
-#include "standalone/options.h"
+#include "standalone/application/run_context.h"
+#include "standalone/command_line/options.h"
 #include "standalone/panel/application_thread.h"
 #include "standalone/panel/file_row.h"
 #include "standalone/panel/gui_mailbox.h"
-#include "standalone/run_context.h"
 
 class QGridLayout;
 class QLineEdit;

@@ -5,9 +5,9 @@
 #include <system_error>
 #include <utility>
 
-#include "standalone/memory_run.h"
 #include "standalone/messages.h"
-#include "standalone/raster_input.h"
+#include "standalone/rasters/raster_input.h"
+#include "standalone/runs/memory_run.h"
 
 namespace lumomixcalc::standalone {
 namespace {

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "standalone/options.h"
-#include "standalone/run_context.h"
-#include "standalone/run_observer.h"
+#include "standalone/application/run_context.h"
+#include "standalone/command_line/options.h"
+#include "standalone/runs/run_observer.h"
 
 namespace lumomixcalc::standalone {
 

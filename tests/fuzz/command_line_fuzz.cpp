@@ -8,8 +8,8 @@
 #include <tuple>
 #include <vector>
 
-#include "standalone/command_echo.h"
-#include "standalone/selection_options.h"
+#include "standalone/command_line/command_echo.h"
+#include "standalone/command_line/selection_options.h"
 #include "tests/fuzz/program_state.h"
 
 namespace {

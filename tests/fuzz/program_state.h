@@ -6,9 +6,9 @@
 
 #include "app/parameters.h"
 #include "host/ip.h"
+#include "standalone/application/run_context.h"
+#include "standalone/command_line/options.h"
 #include "standalone/messages.h"
-#include "standalone/options.h"
-#include "standalone/run_context.h"
 
 namespace lumomixcalc {
 

@@ -9,8 +9,8 @@
 #include <string>
 
 #include "ops/catalogue.h"
-#include "standalone/batch_run.h"
-#include "standalone/gdal_errors.h"
+#include "standalone/rasters/gdal_errors.h"
+#include "standalone/runs/batch_run.h"
 #include "tests/fuzz/program_state.h"
 
 namespace {

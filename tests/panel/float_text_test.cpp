@@ -8,7 +8,7 @@
 #include <limits>
 #include <random>
 
-#include "standalone/numbers.h"
+#include "standalone/command_line/numbers.h"
 
 namespace lumomixcalc::standalone {
 namespace {

@@ -8,7 +8,7 @@
 #include "app/parameters.h"
 #include "host/ip.h"
 #include "host/wm.h"
-#include "standalone/run_context.h"
+#include "standalone/application/run_context.h"
 
 namespace lumomixcalc::standalone {
 namespace {

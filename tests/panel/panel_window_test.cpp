@@ -35,9 +35,9 @@
 
 #include "app/parameters.h"
 #include "host/ip.h"
-#include "standalone/gdal_setup.h"
-#include "standalone/numbers.h"
+#include "standalone/command_line/numbers.h"
 #include "standalone/panel/raster_view.h"
+#include "standalone/rasters/gdal_setup.h"
 
 namespace lumomixcalc::standalone {
 namespace {

@@ -1,4 +1,4 @@
-#include "standalone/block_rows.h"
+#include "standalone/rasters/block_rows.h"
 
 #include <gtest/gtest.h>
 

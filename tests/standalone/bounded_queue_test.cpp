@@ -1,4 +1,4 @@
-#include "standalone/bounded_queue.h"
+#include "standalone/runs/bounded_queue.h"
 
 #include <gtest/gtest.h>
 

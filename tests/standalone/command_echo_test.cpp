@@ -1,8 +1,8 @@
-#include "standalone/command_echo.h"
+#include "standalone/command_line/command_echo.h"
 
 #include <gtest/gtest.h>
 
-#include "standalone/selection_options.h"
+#include "standalone/command_line/selection_options.h"
 #include "tests/standalone/test_registration.h"
 
 namespace lumomixcalc::standalone {

@@ -1,4 +1,4 @@
-#include "standalone/data_modes.h"
+#include "standalone/rasters/data_modes.h"
 
 #include <gtest/gtest.h>
 

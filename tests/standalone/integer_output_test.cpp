@@ -1,4 +1,4 @@
-#include "standalone/integer_output.h"
+#include "standalone/rasters/integer_output.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "standalone/memory_run.h"
+#include "standalone/runs/memory_run.h"
 
 #include <gtest/gtest.h>
 
@@ -6,8 +6,8 @@
 #include <cstddef>
 
 #include "host/im.h"
-#include "standalone/gdal_setup.h"
 #include "standalone/messages.h"
+#include "standalone/rasters/gdal_setup.h"
 #include "tests/standalone/test_registration.h"
 
 namespace lumomixcalc::standalone {

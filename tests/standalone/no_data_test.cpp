@@ -1,4 +1,4 @@
-#include "standalone/no_data.h"
+#include "standalone/rasters/no_data.h"
 
 #include <gtest/gtest.h>
 

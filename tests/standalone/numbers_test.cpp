@@ -1,4 +1,4 @@
-#include "standalone/numbers.h"
+#include "standalone/command_line/numbers.h"
 
 #include <gtest/gtest.h>
 

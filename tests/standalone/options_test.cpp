@@ -1,4 +1,4 @@
-#include "standalone/options.h"
+#include "standalone/command_line/options.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "standalone/output_format.h"
+#include "standalone/rasters/output_format.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "standalone/output_grid.h"
+#include "standalone/rasters/output_grid.h"
 
 #include <gtest/gtest.h>
 

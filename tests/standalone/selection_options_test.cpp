@@ -1,4 +1,4 @@
-#include "standalone/selection_options.h"
+#include "standalone/command_line/selection_options.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "standalone/statistics_file.h"
+#include "standalone/runs/statistics_file.h"
 
 #include <cpl_json.h>
 #include <gtest/gtest.h>

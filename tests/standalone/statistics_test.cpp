@@ -1,4 +1,4 @@
-#include "standalone/statistics.h"
+#include "standalone/runs/statistics.h"
 
 #include <gtest/gtest.h>
 

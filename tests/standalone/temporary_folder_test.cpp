@@ -1,4 +1,4 @@
-#include "standalone/temporary_folder.h"
+#include "standalone/rasters/temporary_folder.h"
 
 #include <gtest/gtest.h>
 #include <stdlib.h>

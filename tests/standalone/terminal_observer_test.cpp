@@ -1,4 +1,4 @@
-#include "standalone/terminal_observer.h"
+#include "standalone/command_line/terminal_observer.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #ifndef LUMOMIXCALC_TESTS_STANDALONE_TEST_REGISTRATION_H
 #define LUMOMIXCALC_TESTS_STANDALONE_TEST_REGISTRATION_H
 
-#include "standalone/registration.h"
+#include "standalone/application/registration.h"
 
 namespace lumomixcalc::standalone {
 

@@ -1,4 +1,4 @@
-#include "standalone/valid_statistics.h"
+#include "standalone/runs/valid_statistics.h"
 
 #include <gtest/gtest.h>
 

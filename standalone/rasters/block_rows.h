@@ -1,0 +1,75 @@
+#ifndef LUMOMIXCALC_STANDALONE_RASTERS_BLOCK_ROWS_H
+#define LUMOMIXCALC_STANDALONE_RASTERS_BLOCK_ROWS_H
+
+#include <gdal_priv.h>
+
+#include <cstddef>
+#include <memory>
+#include <stop_token>
+#include <vector>
+
+#include "standalone/rasters/output_grid.h"
+#include "standalone/rasters/scratch_rows.h"
+
+namespace lumomixcalc::standalone {
+
+// The blocks (tiles, or strips of a TIFF) of a raster that are higher than a row are read and
+// written here a row of blocks at a time, so that each is decoded or encoded once however the run
+// cuts the image into strips.
+
+// Reads a window of some bands of a raster. Rows must be asked for from top to bottom.
+class BlockRowReader {
+ public:
+  // The dataset must live as long as the reader.
+  BlockRowReader(GDALDataset& dataset, std::vector<int> bands, const PixelWindow& window,
+                 ScratchSpace& space);
+
+  // Reads rows of a band (one of those given) from firstRow of the raster into out, as elements of
+  // type. Returns false when GDAL fails. Throws RunCancelled between blocks when stop asks for it.
+  bool Read(int band, int firstRow, int rows, void* out, GDALDataType type,
+            const std::stop_token& stop);
+
+ private:
+  bool Load(int blockRow, const std::stop_token& stop);
+  bool LoadBlock(int x, int columns, int y, int rows);
+  std::size_t StoredRow(std::size_t bandIndex, int y) const;
+
+  GDALDataset& dataset_;
+  std::vector<int> bands_;
+  PixelWindow window_;
+  GDALDataType type_;
+  int blockColumns_ = 1;
+  int blockRows_ = 1;
+  int blockRowHeld_ = -1;
+  std::unique_ptr<ScratchRows> rows_;
+  std::vector<std::byte> block_;
+  std::vector<std::byte> row_;
+};
+
+// Writes all bands of a raster; rows come from top to bottom, all bands of a row of blocks before
+// the next.
+class BlockRowWriter {
+ public:
+  BlockRowWriter(GDALDataset& dataset, ScratchSpace& space);
+
+  // Takes rows of a band (from 1) that lie in one row of blocks, as elements of the raster's type.
+  void Put(int band, int firstRow, int rows, const void* values);
+
+  // Writes the row of blocks that ends before endRow. Returns false when GDAL fails. Throws
+  // RunCancelled between blocks when stop asks for it.
+  bool Flush(int endRow, const std::stop_token& stop);
+
+ private:
+  bool FlushBlock(int blockColumn, int blockRow, int rows);
+
+  GDALDataset& dataset_;
+  std::size_t elementBytes_;
+  int blockColumns_ = 1;
+  int blockRows_ = 1;
+  std::unique_ptr<ScratchRows> rows_;
+  std::vector<std::byte> block_;
+};
+
+}  // namespace lumomixcalc::standalone
+
+#endif

@@ -1,0 +1,89 @@
+#ifndef LUMOMIXCALC_STANDALONE_RASTERS_RASTER_INPUT_H
+#define LUMOMIXCALC_STANDALONE_RASTERS_RASTER_INPUT_H
+
+#include <gdal_priv.h>
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include "standalone/rasters/block_rows.h"
+#include "standalone/rasters/data_modes.h"
+#include "standalone/rasters/no_data.h"
+#include "standalone/rasters/output_grid.h"
+
+namespace lumomixcalc::standalone {
+
+// An input raster, read in strips of whole rows as single-precision floats, complex data as pairs.
+class RasterInput {
+ public:
+  // Opens a raster by whatever name GDAL takes; label is the stream's, for messages. Throws
+  // Failure.
+  RasterInput(const std::string& label, const std::string& name);
+
+  int Columns() const { return dataset_->GetRasterXSize(); }
+  int Rows() const { return dataset_->GetRasterYSize(); }
+  int Bands() const { return dataset_->GetRasterCount(); }
+
+  // Complex when any of the bands is.
+  const DataMode& Mode() const { return *mode_; }
+
+  // Floats that an element takes: two when it is complex.
+  int Parts() const { return Mode().complex ? 2 : 1; }
+
+  // "name (label)".
+  std::string Describe() const { return name_ + " (" + label_ + ")"; }
+
+  // Chooses what Read reads and prepares for it, taking from space. With maskNoData, elements equal
+  // to a no-data value that their band declares are read as NaN. May open the raster once more.
+  // Throws Failure when the resampling cannot be had of this raster.
+  void Select(const OutputGrid& grid, Resampling resampling, const std::vector<int>& bands,
+              bool maskNoData, ScratchSpace& space);
+
+  // Reads rows of the grid of a band into out, which has room for the grid's columns times rows
+  // elements. Valid after Select, for its bands; rows are quickest asked for from top to bottom.
+  // Values beyond a float's range become infinities. Throws Failure, and RunCancelled when stop
+  // asks for it.
+  void Read(int band, int firstRow, int rows, float* out, const std::stop_token& stop);
+
+  // The no-data value that a band (from 1) declares.
+  std::optional<double> NoData(int band) const {
+    return DeclaredNoData(*dataset_->GetRasterBand(band));
+  }
+
+  // What GDAL's block cache must hold so that reading all bands of strips of so many rows decodes
+  // nothing twice, in bytes.
+  std::int64_t CacheBytes(int stripRows);
+
+  // The raster at full resolution, with all that it says of itself.
+  GDALDataset& Dataset() { return *dataset_; }
+
+  // The raster that Read reads.
+  GDALDataset& Pixels() { return resampled_ ? *resampled_ : *dataset_; }
+
+ private:
+  GDALDatasetUniquePtr Open(const char* overviewLevel) const;
+  void OpenOverview();
+  bool ReadRows(int band, int y, int rows, float* out);
+  bool ReadPixels(int band, int firstRow, int rows, float* out, const std::stop_token& stop);
+  void RefuseShortFile();
+
+  std::string label_;
+  std::string name_;
+  GDALDatasetUniquePtr dataset_;
+  GDALDatasetUniquePtr resampled_;  // the same opened for a coarser resolution
+  const DataMode* mode_ = nullptr;
+  OutputGrid grid_;
+  Resampling resampling_ = Resampling::kNearest;
+  std::map<int, double> masked_;  // no-data values to be masked, by band
+  std::unique_ptr<BlockRowReader> blockRows_;
+  bool readsRows_ = false;  // blocks are rows as Read gives them
+};
+
+}  // namespace lumomixcalc::standalone
+
+#endif

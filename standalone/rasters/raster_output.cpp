@@ -1,0 +1,265 @@
+#include "standalone/rasters/raster_output.h"
+
+#include <cpl_string.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <span>
+#include <system_error>
+
+#include "standalone/messages.h"
+#include "standalone/rasters/gdal_errors.h"
+
+namespace lumomixcalc::standalone {
+namespace fs = std::filesystem;
+namespace {
+
+CPLStringList CreationOptions(const OutputSpecification& specification) {
+  CPLStringList options;
+  for (const std::string& option : specification.creationOptions) options.AddString(option.c_str());
+  return options;
+}
+
+// Classic TIFF ends at 4 GB; IF_SAFER takes the larger layout where that may not be enough, which
+// the driver alone does only when it knows the final size.
+CPLStringList WithBigTiff(CPLStringList options) {
+  if (!options.FetchNameValue("BIGTIFF")) options.SetNameValue("BIGTIFF", "IF_SAFER");
+  return options;
+}
+
+// Files of GDAL's beside a raster that would be taken for the new one's. Only names that can belong
+// to nothing but the target.
+void RemoveStaleSidecars(const fs::path& target, const std::vector<fs::path>& kept) {
+  for (const char* const suffix : {".aux.xml", ".ovr", ".msk", ".msk.ovr"}) {
+    const fs::path sidecar = target.string() + suffix;
+    std::error_code ignored;
+    if (std::find(kept.begin(), kept.end(), sidecar.filename()) == kept.end())
+      fs::remove(sidecar, ignored);
+  }
+}
+
+std::vector<fs::path> NamesIn(const fs::path& folder) {
+  std::vector<fs::path> names;
+  for (const fs::directory_entry& entry : fs::directory_iterator(folder))
+    names.push_back(entry.path().filename());
+  return names;
+}
+
+}  // namespace
+
+fs::path ResolveOutput(const std::string& path, bool overwrite) {
+  if (path.starts_with("/vsi")) throw Failure("the output " + path + " must be a local file");
+  std::error_code error;
+  fs::path target = path;
+  if (fs::is_symlink(target, error)) target = fs::weakly_canonical(target, error);
+  const fs::path parent = target.has_parent_path() ? target.parent_path() : ".";
+  const fs::file_status status = fs::status(target, error);
+  if (fs::is_directory(status) || !target.has_filename())
+    throw Failure("the output " + path + " is a folder; a file name is expected");
+  if (!fs::is_directory(parent, error))
+    throw Failure("cannot write " + path + ": there is no folder " + parent.string());
+  if (fs::exists(status) && !fs::is_regular_file(status))
+    throw Failure("the output " + path + " is neither new nor a regular file");
+  if (fs::exists(status) && !overwrite)
+    throw Failure("the output " + path + " exists already; -overwrite replaces it");
+  return target;
+}
+
+RasterOutput::RasterOutput(const OutputSpecification& specification)
+    : specification_(specification),
+      folder_(specification.target),
+      file_(folder_.Path() / specification.target.filename()),
+      workFile_(specification.format.copiesOnly ? folder_.Path() / ".uncopied.tif" : file_),
+      unheld_(static_cast<std::size_t>(specification.bands)) {
+  TryFormat();
+  const bool copies = specification_.format.copiesOnly;
+  GDALDriver* const driver =
+      copies ? GetGDALDriverManager()->GetDriverByName("GTiff") : specification_.format.driver;
+  CPLStringList options = copies ? CPLStringList() : CreationOptions(specification_);
+  if (EQUAL(driver->GetDescription(), "GTiff")) options = WithBigTiff(options);
+
+  const GdalFailures failures;
+  dataset_.reset(driver->Create(workFile_.c_str(), specification_.columns, specification_.rows,
+                                specification_.bands, specification_.mode->type, options.List()));
+  if (!dataset_ || failures.Any()) FailToWrite(failures.First());
+  int blockColumns = 0;
+  dataset_->GetRasterBand(1)->GetBlockSize(&blockColumns, &blockRows_);
+  // Of a TIFF with more bands, or a raw file, GDAL writes many rows better than one.
+  writesRows_ = blockRows_ == 1 && blockColumns == specification_.columns &&
+                specification_.bands == 1 && EQUAL(driver->GetDescription(), "GTiff");
+}
+
+// Makes a small raster like the one to come in a folder of its own, to learn which files it has and
+// whether the format takes it.
+void RasterOutput::TryFormat() const {
+  constexpr int kSide = 256;
+  const fs::path folder = folder_.Path() / ".trial";
+  fs::create_directory(folder);
+  const std::string file = folder / specification_.target.filename();
+  const int columns = std::min(specification_.columns, kSide);
+  const int rows = std::min(specification_.rows, kSide);
+  const OutputFormat& format = specification_.format;
+  const CPLStringList options = CreationOptions(specification_);
+  GDALDriver& driver =
+      format.copiesOnly ? *GetGDALDriverManager()->GetDriverByName("MEM") : *format.driver;
+
+  const GdalFailures failures;
+  GDALDatasetUniquePtr trial(driver.Create(format.copiesOnly ? "" : file.c_str(), columns, rows,
+                                           specification_.bands, specification_.mode->type,
+                                           format.copiesOnly ? nullptr : options.List()));
+  if (trial && format.copiesOnly)
+    trial.reset(format.driver->CreateCopy(file.c_str(), trial.get(), FALSE, options.List(), nullptr,
+                                          nullptr));
+  if (!trial || (format.copiesOnly && failures.Any())) FailToWrite(failures.First());
+  trial.reset();
+  folder_.CheckNames(NamesIn(folder), specification_.overwrite);
+  std::error_code ignored;
+  fs::remove_all(folder, ignored);
+}
+
+bool RasterOutput::DeclareNoData(double value) {
+  const GdalFailures failures;
+  for (GDALRasterBand* const band : dataset_->GetBands()) band->SetNoDataValue(value);
+  if (specification_.mode->integer) noData_ = value;
+  return !failures.Any();
+}
+
+void RasterOutput::PrepareBlocks(ScratchSpace& space) {
+  // Lower blocks are complete strip by strip, which GDAL writes from its cache.
+  constexpr int kHighBlock = 32;
+  if (blockRows_ >= kHighBlock)
+    blockRowWriter_ = std::make_unique<BlockRowWriter>(*dataset_, space);
+}
+
+int RasterOutput::AlignedEnd(int firstRow, int rows) const {
+  const std::int64_t end = std::int64_t{firstRow} + rows;
+  const std::int64_t nextBlock = (std::int64_t{firstRow} / blockRows_ + 1) * blockRows_;
+  const std::int64_t lastBlock = end - end % blockRows_;
+  const std::int64_t aligned = blockRowWriter_ ? nextBlock : lastBlock;
+  return static_cast<int>(std::min<std::int64_t>(aligned > firstRow ? std::min(aligned, end) : end,
+                                                 specification_.rows));
+}
+
+void RasterOutput::FlushCompleteBlocks(int endRow, const std::stop_token& stop) {
+  // GDAL's cache evicts written blocks only for others of the same file: left to themselves they
+  // crowd out the blocks of the inputs.
+  if (endRow % blockRows_ != 0 && endRow != specification_.rows) return;
+  const GdalFailures failures;
+  if (blockRowWriter_ && !blockRowWriter_->Flush(endRow, stop)) FailToWrite(failures.First());
+  for (GDALRasterBand* const band : dataset_->GetBands()) band->FlushCache(false);
+  if (failures.Any()) FailToWrite(failures.First());
+}
+
+std::int64_t RasterOutput::CacheBytes(int stripRows) const {
+  // Between two flushes a strip of each band is in the cache, whole blocks of it.
+  const std::int64_t rows = blockRowWriter_ ? 0 : std::int64_t{stripRows} + blockRows_;
+  return rows * specification_.columns * specification_.bands *
+         GDALGetDataTypeSizeBytes(specification_.mode->type);
+}
+
+void RasterOutput::Write(int band, int firstRow, int rows, const float* values,
+                         const std::stop_token&) {
+  const DataMode& mode = *specification_.mode;
+  const std::size_t elements =
+      static_cast<std::size_t>(specification_.columns) * static_cast<std::size_t>(rows);
+  // GDAL only reads from the buffer when it writes.
+  void* buffer = const_cast<float*>(values);
+  const GDALDataType type = mode.complex ? GDT_CFloat32 : GDT_Float32;
+  if (mode.type != type) {
+    converted_.resize(elements * static_cast<std::size_t>(GDALGetDataTypeSizeBytes(mode.type)));
+    buffer = converted_.data();
+    if (mode.integer)
+      StoreAsIntegers(std::span(values, elements * (mode.complex ? 2 : 1)), mode, noData_, buffer,
+                      unheld_[static_cast<std::size_t>(band) - 1]);
+    else
+      GDALCopyWords64(values, type, GDALGetDataTypeSizeBytes(type), buffer, mode.type,
+                      GDALGetDataTypeSizeBytes(mode.type), static_cast<GPtrDiff_t>(elements));
+  }
+  if (blockRowWriter_) return blockRowWriter_->Put(band, firstRow, rows, buffer);
+  const GdalFailures failures;
+  if (!WriteRows(*dataset_->GetRasterBand(band), firstRow, rows, static_cast<std::byte*>(buffer)) ||
+      failures.Any())
+    FailToWrite(failures.First());
+}
+
+bool RasterOutput::WriteRows(GDALRasterBand& band, int firstRow, int rows,
+                             std::byte* values) const {
+  const GDALDataType type = specification_.mode->type;
+  const int columns = specification_.columns;
+  if (!writesRows_)
+    return band.RasterIO(GF_Write, 0, firstRow, columns, rows, values, columns, rows, type, 0, 0,
+                         nullptr) == CE_None;
+  const std::ptrdiff_t rowBytes = std::ptrdiff_t{columns} * GDALGetDataTypeSizeBytes(type);
+  for (int row = 0; row < rows; ++row)
+    if (band.WriteBlock(0, firstRow + row, values + row * rowBytes) != CE_None) return false;
+  return true;
+}
+
+void RasterOutput::Publish(RunObserver& observer) {
+  if (specification_.format.copiesOnly) CopyToFormat(observer);
+  Close();
+  CheckWhatWasWritten();
+  if (observer.IsCancelled()) throw RunCancelled();
+  const std::vector<fs::path> names = NamesIn(folder_.Path());
+  folder_.Publish(specification_.overwrite);
+  RemoveStaleSidecars(specification_.target, names);
+}
+
+void RasterOutput::CopyToFormat(RunObserver& observer) {
+  const GDALProgressFunc goesOn = [](double, const char*, void* argument) {
+    return static_cast<RunObserver*>(argument)->IsCancelled() ? FALSE : TRUE;
+  };
+  const GdalFailures failures;
+  dataset_->FlushCache(false);
+  GDALDatasetUniquePtr copy(specification_.format.driver->CreateCopy(
+      file_.c_str(), dataset_.get(), FALSE, CreationOptions(specification_).List(), goesOn,
+      &observer));
+  if (observer.IsCancelled()) throw RunCancelled();
+  if (!copy || failures.Any()) FailToWrite(failures.First());
+  dataset_ = std::move(copy);
+  std::error_code ignored;
+  fs::remove(workFile_, ignored);
+  fs::remove(workFile_.string() + ".aux.xml", ignored);
+}
+
+void RasterOutput::Close() {
+  const GdalFailures failures;
+  dataset_->FlushCache(true);
+  dataset_.reset();
+  if (failures.Any()) FailToWrite(failures.First());
+}
+
+void RasterOutput::CheckWhatWasWritten() const {
+  const GdalFailures failures;
+  // Only by its own driver, unless that writes a variety of another driver's files.
+  const std::array<const char*, 2> own = {specification_.format.driver->GetDescription(), nullptr};
+  const bool opens = specification_.format.driver->GetMetadataItem(GDAL_DCAP_OPEN) != nullptr;
+  const GDALDatasetUniquePtr written(
+      GDALDataset::Open(file_.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR,
+                        opens ? own.data() : nullptr));
+  if (!written) FailToWrite("it does not open again: " + failures.First());
+  // A container of one raster a band shows them as subdatasets; that it opens must do.
+  if (written->GetRasterCount() == 0 && written->GetMetadata("SUBDATASETS")) return;
+  if (written->GetRasterXSize() != specification_.columns ||
+      written->GetRasterYSize() != specification_.rows ||
+      written->GetRasterCount() != specification_.bands)
+    FailToWrite("it reads back with another size");
+  if (written->GetRasterBand(1)->GetRasterDataType() != specification_.mode->type)
+    FailToWrite("it reads back with another data type");
+  if (specification_.format.copiesOnly) return;
+  // A file cut short by a full disk opens well; its last row does not read.
+  std::vector<double> row(static_cast<std::size_t>(specification_.columns) * 2);
+  for (GDALRasterBand* const band : written->GetBands())
+    if (band->RasterIO(GF_Read, 0, specification_.rows - 1, specification_.columns, 1, row.data(),
+                       specification_.columns, 1, GDT_CFloat64, 0, 0, nullptr) != CE_None ||
+        failures.Any())
+      FailToWrite("its last row does not read back: " + failures.First());
+}
+
+void RasterOutput::FailToWrite(const std::string& reason) const {
+  throw Failure("cannot write " + specification_.target.string() + ": " +
+                (reason.empty() ? "GDAL does not say why" : reason));
+}
+
+}  // namespace lumomixcalc::standalone

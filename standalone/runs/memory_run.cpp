@@ -1,0 +1,90 @@
+#include "standalone/runs/memory_run.h"
+
+#include <cpl_conv.h>
+#include <ogr_spatialref.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+
+#include "standalone/messages.h"
+#include "standalone/rasters/georeferencing.h"
+#include "standalone/runs/run_session.h"
+#include "standalone/runs/strip_processing.h"
+
+namespace lumomixcalc::standalone {
+namespace {
+
+class MemorySink : public StripSink {
+ public:
+  MemorySink(const OutputGrid& grid, bool complex)
+      : rowFloats_(static_cast<std::size_t>(grid.columns) * (complex ? 2 : 1)),
+        values_(rowFloats_ * static_cast<std::size_t>(grid.rows)) {}
+
+  int AlignedEnd(int firstRow, int rows) const override { return firstRow + rows; }
+  void Write(int, int firstRow, int rows, const float* values, const std::stop_token&) override {
+    std::copy_n(values, rowFloats_ * static_cast<std::size_t>(rows),
+                values_.data() + rowFloats_ * static_cast<std::size_t>(firstRow));
+  }
+  void FlushCompleteBlocks(int, const std::stop_token&) override {}
+
+  std::vector<float> Take() { return std::move(values_); }
+
+ private:
+  std::size_t rowFloats_;
+  std::vector<float> values_;
+};
+
+std::string WellKnownText(GDALDataset& dataset) {
+  const OGRSpatialReference* const crs = dataset.GetSpatialRef();
+  char* text = nullptr;
+  if (crs) crs->exportToWkt(&text);
+  std::string result = text ? text : "";
+  CPLFree(text);
+  return result;
+}
+
+std::string Joined(const std::vector<std::string>& sentences) {
+  std::string text;
+  for (const std::string& sentence : sentences) text += (text.empty() ? "" : "\n") + sentence;
+  return text;
+}
+
+MemoryRaster Compute(const Options& options, RunContext& context, RunObserver& observer) {
+  RunSession session(options, context);
+  MemoryRaster raster;
+  raster.grid = session.Grid();
+  raster.complex = session.Mode().complex;
+  GDALDataset& first = session.FirstInput().Dataset();
+  if (const auto transform = GeotransformOf(first))
+    raster.transform = raster.grid.Transformed(*transform);
+  raster.crs = WellKnownText(first);
+  ScratchSpace space;  // without a folder: all in memory
+  session.SelectInputs(space);
+  MemorySink sink(raster.grid, raster.complex);
+  raster.statistics = ProcessStrips(session, sink, observer).front();
+  raster.values = sink.Take();
+  return raster;
+}
+
+}  // namespace
+
+MemoryRaster RunInMemory(const Options& options, RunContext& context, RunObserver& observer) {
+  Options ofOneBand = options;
+  ofOneBand.bands = {options.bands.empty() ? 1 : options.bands.front()};
+  std::vector<std::string> messages;
+  const MessageRedirection redirection(
+      [&messages](const std::string& sentence) { messages.push_back(sentence); });
+  try {
+    MemoryRaster raster = Compute(ofOneBand, context, observer);
+    raster.messages = messages;
+    return raster;
+  } catch (const RunCancelled&) {
+    throw;
+  } catch (const Failure& failure) {
+    if (*failure.what() != '\0') throw;
+    throw Failure(Joined(messages));
+  }
+}
+
+}  // namespace lumomixcalc::standalone

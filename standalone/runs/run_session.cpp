@@ -1,0 +1,186 @@
+#include "standalone/runs/run_session.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <numeric>
+#include <optional>
+#include <string>
+
+#include "standalone/messages.h"
+#include "standalone/rasters/georeferencing.h"
+
+namespace lumomixcalc::standalone {
+namespace {
+
+std::string SizeText(const RasterInput& raster) {
+  return std::to_string(raster.Columns()) + " x " + std::to_string(raster.Rows()) + " pixels, " +
+         std::to_string(raster.Bands()) + (raster.Bands() == 1 ? " band" : " bands");
+}
+
+// The number of bands that all inputs share. Refuses inputs that do not fit the first, warns of
+// other places.
+int CommonBands(std::list<RunInput>& inputs) {
+  RasterInput& first = *inputs.front().raster;
+  int bands = first.Bands();
+  for (const RunInput& input : inputs) {
+    RasterInput& raster = *input.raster;
+    const bool sameBands = raster.Bands() == bands || raster.Bands() == 1 || bands == 1;
+    if (raster.Columns() != first.Columns() || raster.Rows() != first.Rows() || !sameBands)
+      throw Failure("the inputs differ in size: " + first.Describe() + " has " + SizeText(first) +
+                    ", " + raster.Describe() + " has " + SizeText(raster));
+    bands = std::max(bands, raster.Bands());
+    if (const std::string difference = GeoreferencingDifference(first.Dataset(), raster.Dataset());
+        !difference.empty())
+      Warn(first.Describe() + " and " + raster.Describe() +
+           " do not lie in the same place: " + difference);
+  }
+  return bands;
+}
+
+std::vector<int> ChosenBands(const std::vector<int>& chosen, int bands) {
+  if (chosen.empty()) {
+    std::vector<int> all(static_cast<std::size_t>(bands));
+    std::iota(all.begin(), all.end(), 1);
+    return all;
+  }
+  for (const int band : chosen)
+    if (band > bands)
+      throw Failure("-bands=: there is no band " + std::to_string(band) + "; the inputs have " +
+                    std::to_string(bands) + (bands == 1 ? " band" : " bands"));
+  return chosen;
+}
+
+}  // namespace
+
+RunSession::RunSession(const Options& options, RunContext& context) : context_(context) {
+  context_.desisted = false;
+  OpenInputs(options);
+  context_.registration.Call(IP_SLOT_CHECK_PARAMS);
+  StopIfDesisted();
+  Prepare(options);
+  try {
+    DropUnreadInputs();
+    ChooseMode(options);
+    ChooseBandsAndGrid(options);
+    ChooseNoData(options);
+  } catch (...) {
+    Finish();  // a constructor that throws leaves this to nobody
+    throw;
+  }
+}
+
+RunSession::~RunSession() { Finish(); }
+
+void RunSession::StopIfDesisted() const {
+  if (context_.desisted) throw Failure("");
+}
+
+void RunSession::OpenInputs(const Options& options) {
+  context_.streams.clear();
+  for (const DeclaredStream& declared : context_.registration.inputs) {
+    const auto file = options.files.find(declared.number);
+    if (file == options.files.end()) continue;
+    inputs_.push_back(
+        {declared.number, std::make_unique<RasterInput>(declared.label, file->second)});
+    StreamState& state = context_.streams[declared.number];
+    state.open = true;
+    state.mode = inputs_.back().raster->Mode().code;
+  }
+  context_.streams[OutputStream()].open = true;
+}
+
+void RunSession::Prepare(const Options& options) {
+  context_.outputMode = options.mode ? options.mode->code : -1;
+  for (auto& [number, state] : context_.streams) state.modeAsked = false;
+  finished_ = false;
+  context_.registration.Call(IP_SLOT_INIT_PROC);
+  if (context_.desisted) Finish();
+  StopIfDesisted();
+}
+
+// What the application asked about while it prepared the run is what it reads.
+void RunSession::DropUnreadInputs() {
+  inputs_.remove_if(
+      [this](const RunInput& input) { return !context_.Stream(input.stream).modeAsked; });
+  if (inputs_.empty()) throw Failure("the application reads none of the input files");
+}
+
+// The chosen one; without a choice float, complex when the first stream was read and is complex,
+// which is what the application does when it gets no choice.
+void RunSession::ChooseMode(const Options& options) {
+  mode_ = options.mode;
+  if (mode_) return;
+  const StreamState& first = context_.Stream(context_.registration.inputs.front().number);
+  const bool complex = first.modeAsked && DataModeOf(first.mode).complex;
+  mode_ = FindDataMode(complex ? "cfloat32" : "float32");
+}
+
+void RunSession::ChooseBandsAndGrid(const Options& options) {
+  bands_ = ChosenBands(options.bands, CommonBands(inputs_));
+  RasterInput& first = FirstInput();
+  const std::optional<Geotransform> transform = GeotransformOf(first.Dataset());
+  grid_ = MakeOutputGrid(options.selection, first.Columns(), first.Rows(),
+                         transform ? &*transform : nullptr, first.Describe());
+  resampling_ = options.selection.resampling;
+}
+
+void RunSession::ChooseNoData(const Options& options) {
+  maskNoData_ = !options.keepNoData;
+  if (!maskNoData_) return;
+  for (const RunInput& input : inputs_)
+    for (const int band : bands_)
+      if (!noData_) noData_ = input.raster->NoData(BandOf(input, band));
+}
+
+void RunSession::SelectInputs(ScratchSpace& space) {
+  for (const RunInput& input : inputs_) {
+    std::vector<int> bands;
+    for (const int band : bands_)
+      if (const int own = BandOf(input, band);
+          std::find(bands.begin(), bands.end(), own) == bands.end())
+        bands.push_back(own);
+    input.raster->Select(grid_, resampling_, bands, maskNoData_, space);
+  }
+}
+
+int RunSession::RowsPerStrip() const {
+  constexpr std::int64_t kStripBytes = 2 << 20;
+  constexpr std::int64_t kAllBandsBytes = 8 << 20;
+  // A coarser pixel is read from many.
+  const std::int64_t n = grid_.resolution;
+  std::int64_t parts = mode_->complex ? 2 : 1;
+  for (const RunInput& input : inputs_) parts += input.raster->Parts() * n * n;
+  const std::int64_t rowBytes = parts * static_cast<std::int64_t>(sizeof(float)) * grid_.columns;
+  const std::int64_t rows =
+      std::min(kStripBytes / rowBytes,
+               kAllBandsBytes / (rowBytes * static_cast<std::int64_t>(bands_.size())));
+  return static_cast<int>(std::clamp<std::int64_t>(rows, 1, grid_.rows));
+}
+
+void RunSession::Process(int rows, IPOutputStats& record) {
+  const auto process =
+      reinterpret_cast<IPProcDataRoutine>(context_.registration.routines.at(IP_SLOT_PROC_DATA));
+  const IPBlock row = {grid_.columns, 1};
+  for (int i = 0; i < rows; ++i) {
+    process(&row, &record);
+    StopIfDesisted();
+    AdvanceOneRow();
+  }
+}
+
+void RunSession::AdvanceOneRow() {
+  const std::ptrdiff_t columns = grid_.columns;
+  for (const RunInput& input : inputs_)
+    context_.streams[input.stream].blockData += columns * input.raster->Parts();
+  context_.streams[OutputStream()].blockData += columns * (mode_->complex ? 2 : 1);
+}
+
+void RunSession::Finish() {
+  if (finished_) return;
+  finished_ = true;
+  context_.registration.Call(IP_SLOT_CLEANUP);
+  for (auto& [number, state] : context_.streams) state.blockData = nullptr;
+}
+
+}  // namespace lumomixcalc::standalone

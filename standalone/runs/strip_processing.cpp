@@ -1,0 +1,167 @@
+#include "standalone/runs/strip_processing.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <list>
+#include <optional>
+#include <stdexcept>
+#include <utility>
+
+#include "standalone/messages.h"
+#include "standalone/rasters/gdal_errors.h"
+#include "standalone/runs/strip_channel.h"
+
+namespace lumomixcalc::standalone {
+namespace {
+
+// Enough for one in work at either end of a channel and one between.
+constexpr std::size_t kStripsPerChannel = 3;
+
+struct Rows {
+  int first = 0;
+  int end = 0;
+};
+
+std::vector<Rows> PlanStrips(const RunSession& session, const StripSink& sink) {
+  const int atMost = session.RowsPerStrip();
+  const int rows = session.Grid().rows;
+  std::vector<Rows> plan;
+  for (int row = 0; row < rows; row = plan.back().end)
+    plan.push_back({row, sink.AlignedEnd(row, std::min(atMost, rows - row))});
+  return plan;
+}
+
+// The bands of an input in the order in which the run needs them, one that stays named once.
+std::vector<int> BandSequence(const RunInput& input, const std::vector<int>& bands) {
+  std::vector<int> sequence;
+  for (const int band : bands)
+    if (const int own = RunSession::BandOf(input, band); sequence.empty() || sequence.back() != own)
+      sequence.push_back(own);
+  return sequence;
+}
+
+// The next strip of a queue. While it waits, the observer can cancel.
+Strip Next(BoundedQueue<Strip>& queue, StripChannel& channel, RunObserver& observer) {
+  constexpr std::chrono::milliseconds kPatience(100);
+  for (;;) {
+    if (observer.IsCancelled()) throw RunCancelled();
+    if (std::optional<Strip> strip = queue.PopFor(kPatience)) return std::move(*strip);
+    if (!queue.IsExhausted()) continue;
+    channel.Finish();  // throws what ended it
+    throw std::logic_error("a channel of strips ended early");
+  }
+}
+
+// One input, read ahead.
+class InputStage {
+ public:
+  InputStage(RunSession& session, RunInput& input, const std::vector<Rows>& plan,
+             std::size_t stripElements)
+      : session_(session),
+        input_(input),
+        channel_(kStripsPerChannel,
+                 stripElements * static_cast<std::size_t>(input.raster->Parts())) {
+    channel_.Start([this, plan, bands = BandSequence(input, session.Bands())](
+                       const std::stop_token& stop) { ReadAll(plan, bands, stop); });
+  }
+
+  // Makes the rows of a band of the run what the application finds for this stream.
+  void Provide(int band, const Rows& rows, RunObserver& observer) {
+    if (!held_ || held_->firstRow != rows.first ||
+        held_->band != RunSession::BandOf(input_, band)) {
+      if (held_) channel_.empty.Push(std::move(*held_));
+      held_ = Next(channel_.full, channel_, observer);
+    }
+    session_.SetBlockData(input_.stream, held_->values.data());
+  }
+
+ private:
+  void ReadAll(const std::vector<Rows>& plan, const std::vector<int>& bands,
+               const std::stop_token& stop) {
+    const OwnGdalFailures own;
+    for (const Rows& rows : plan)
+      for (const int band : bands) {
+        std::optional<Strip> strip = channel_.empty.Pop();
+        if (!strip) return;
+        strip->firstRow = rows.first;
+        strip->rows = rows.end - rows.first;
+        strip->band = band;
+        input_.raster->Read(band, strip->firstRow, strip->rows, strip->values.data(), stop);
+        if (!channel_.full.Push(std::move(*strip))) return;
+      }
+  }
+
+  RunSession& session_;
+  RunInput& input_;
+  std::optional<Strip> held_;
+  StripChannel channel_;  // last: its thread uses what stands above
+};
+
+// The sink, written behind.
+class OutputStage {
+ public:
+  OutputStage(StripSink& sink, int bands, std::size_t floatsPerStrip)
+      : sink_(sink), bands_(bands), channel_(kStripsPerChannel, floatsPerStrip) {
+    channel_.Start([this](const std::stop_token& stop) { WriteAll(stop); });
+  }
+
+  Strip Empty(RunObserver& observer) { return Next(channel_.empty, channel_, observer); }
+  void Write(Strip strip) { channel_.full.Push(std::move(strip)); }
+
+  // Waits until everything is written.
+  void Finish(RunObserver& observer) {
+    for (std::size_t i = 0; i < kStripsPerChannel; ++i) Empty(observer);
+    channel_.full.Close();
+    channel_.Finish();
+  }
+
+ private:
+  void WriteAll(const std::stop_token& stop) {
+    while (std::optional<Strip> strip = channel_.full.Pop()) {
+      sink_.Write(strip->band, strip->firstRow, strip->rows, strip->values.data(), stop);
+      if (strip->band == bands_) sink_.FlushCompleteBlocks(strip->firstRow + strip->rows, stop);
+      channel_.empty.Push(std::move(*strip));
+    }
+  }
+
+  StripSink& sink_;
+  int bands_;
+  StripChannel channel_;
+};
+
+}  // namespace
+
+std::vector<BandStatistics> ProcessStrips(RunSession& session, StripSink& sink,
+                                          RunObserver& observer) {
+  const OutputGrid& grid = session.Grid();
+  const std::vector<int>& bands = session.Bands();
+  const std::vector<Rows> plan = PlanStrips(session, sink);
+  const auto stripElements =
+      static_cast<std::size_t>(grid.columns) * static_cast<std::size_t>(session.RowsPerStrip());
+  const int parts = session.Mode().complex ? 2 : 1;
+  OutputStage output(sink, static_cast<int>(bands.size()),
+                     stripElements * static_cast<std::size_t>(parts));
+  std::list<InputStage> inputs;
+  for (RunInput& input : session.Inputs()) inputs.emplace_back(session, input, plan, stripElements);
+
+  std::vector<BandStatistics> statistics(bands.size());
+  for (const Rows& rows : plan) {
+    for (std::size_t i = 0; i < bands.size(); ++i) {
+      for (InputStage& input : inputs) input.Provide(bands[i], rows, observer);
+      Strip strip = output.Empty(observer);
+      strip.firstRow = rows.first;
+      strip.rows = rows.end - rows.first;
+      strip.band = static_cast<int>(i) + 1;
+      session.SetBlockData(session.OutputStream(), strip.values.data());
+      session.Process(strip.rows, statistics[i].record);
+      CountRows(strip.values.data(), grid.columns, strip.rows, parts, statistics[i].valid);
+      output.Write(std::move(strip));
+    }
+    observer.Progress(static_cast<double>(rows.end) / grid.rows);
+  }
+  output.Finish(observer);
+  return statistics;
+}
+
+}  // namespace lumomixcalc::standalone
