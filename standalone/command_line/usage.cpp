@@ -4,13 +4,27 @@
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "standalone/application/run_context.h"
+#include "standalone/command_line/application_choices.h"
 #include "standalone/command_line/options.h"
 #include "standalone/messages.h"
 #include "standalone/rasters/data_modes.h"
 
 namespace lumomixcalc::standalone {
+namespace {
+
+// Every choice on a line of its own, the options flush with each other.
+void PrintChoices(const std::vector<ApplicationChoices>& all) {
+  for (const ApplicationChoices& choices : all) {
+    std::printf("\n%s:\n", choices.title.c_str());
+    for (const ApplicationChoice& choice : choices.choices)
+      std::printf("     %-22s  %s\n", choice.option.c_str(), choice.label.c_str());
+  }
+}
+
+}  // namespace
 
 void PrintUsage(RunContext& context) {
   const Registration& registration = context.registration;
@@ -51,6 +65,7 @@ void PrintUsage(RunContext& context) {
   context.messagesAreUsage = true;
   registration.Call(IP_SLOT_DISPLAY_USAGE);
   context.messagesAreUsage = false;
+  PrintChoices(AskForChoices(context));
 }
 
 void PrintVersion() {
