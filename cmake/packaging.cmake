@@ -1,0 +1,47 @@
+# What `cmake --install` lays out beside the program and the core, and the Debian packages of it.
+
+include(GNUInstallDirs)
+
+install(FILES ${PROJECT_SOURCE_DIR}/docs/lumomixcalc.1
+  DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
+  COMPONENT program)
+install(FILES ${PROJECT_SOURCE_DIR}/packaging/lumomixcalc.bash
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+  RENAME lumomixcalc
+  COMPONENT program)
+install(FILES ${PROJECT_SOURCE_DIR}/packaging/lumomixcalc.desktop
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/applications
+  COMPONENT program)
+install(FILES ${PROJECT_SOURCE_DIR}/packaging/lumomixcalc.svg
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps
+  COMPONENT program)
+install(FILES
+    ${PROJECT_SOURCE_DIR}/README.md
+    ${PROJECT_SOURCE_DIR}/docs/arithmetic.md
+    ${PROJECT_SOURCE_DIR}/docs/batch_runs.md
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}
+  COMPONENT program)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME lumomixcalc)
+set(CPACK_PACKAGE_CONTACT "The LumoMixcalc developers")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_COMPONENTS_ALL program development)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME lumomixcalc)
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION science)
+# The libraries that the program needs, from those that it is linked to.
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_SHLIBDEPS ON)
+set(CPACK_COMPONENT_PROGRAM_DESCRIPTION
+  "The program lumomixcalc: batch command line and panel, with its manual page.")
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME liblumomixcalc-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
+  "The application as a static library and the headers of the host calls, for other hosts.")
+
+include(CPack)

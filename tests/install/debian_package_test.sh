@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# Makes the Debian packages, installs the program's into an empty root, runs it there, removes it.
+# Exits with 77 (skipped) where that needs rights or tools that are not there.
+#
+#   debian_package_test.sh BUILD_FOLDER
+set -euo pipefail
+
+build=$(cd "$1" && pwd)
+((EUID == 0)) && command -v dpkg-shlibdeps >/dev/null || exit 77
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+fail() {
+  echo "$1" >&2
+  exit 1
+}
+
+(cd "$work" && cpack --config "$build/CPackConfig.cmake" -B "$work/packages" >/dev/null)
+package=$(ls "$work"/packages/lumomixcalc_*.deb)
+dpkg-deb -f "$package" Depends | grep -q libgdal || fail "the package does not depend on GDAL"
+dpkg-deb -c "$work"/packages/liblumomixcalc-dev_*.deb | grep -q liblumomixcalc_app.a ||
+  fail "the development package lacks the library"
+
+root=$work/root
+mkdir -p "$root"/var/lib/dpkg/{info,updates}
+touch "$root/var/lib/dpkg/status"
+# The libraries are this machine's; whether they are installed is not asked of the empty root.
+dpkg --root="$root" --force-depends --force-not-root -i "$package" >/dev/null 2>&1
+"$root/usr/bin/lumomixcalc" --version
+for file in man/man1/lumomixcalc.1 bash-completion/completions/lumomixcalc \
+  applications/lumomixcalc.desktop icons/hicolor/scalable/apps/lumomixcalc.svg; do
+  [[ -s $root/usr/share/$file ]] || fail "share/$file is not installed"
+done
+dpkg --root="$root" --remove lumomixcalc >/dev/null 2>&1
+left=$(find "$root" -path "$root/var" -prune -o -type f -print)
+[[ -z $left ]] || fail "left behind: $left"
