@@ -43,8 +43,8 @@ FileRow::FileRow(QGridLayout& grid, const DeclaredStream& stream, FileUse use,
   label->setBuddy(edit_);
   edit_->setObjectName(label_);
   edit_->setAccessibleName(label_ + QStringLiteral(" file"));
-  edit_->setPlaceholderText(use == FileUse::kInput ? QStringLiteral("a raster; may be dropped here")
-                                                   : QStringLiteral("the file to write"));
+  edit_->setToolTip(use == FileUse::kInput ? QStringLiteral("A raster; may be dropped here")
+                                           : QStringLiteral("The file to write"));
   auto* const browse = new QPushButton(QStringLiteral("Browse\u2026"));
   browse->setAccessibleName(QStringLiteral("Browse for ") + label_);
   QObject::connect(edit_, &QLineEdit::textChanged, std::move(changed));

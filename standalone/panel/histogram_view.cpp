@@ -58,7 +58,7 @@ void HistogramView::PaintBars(QPainter& painter, double barsHeight) const {
     const double barHeight = barsHeight * std::sqrt(histogram_.counts[i] / most);
     painter.fillRect(
         QRectF(static_cast<double>(i) * binWidth, barsHeight - barHeight, binWidth, barHeight),
-        palette().color(QPalette::PlaceholderText));
+        palette().color(QPalette::Disabled, QPalette::WindowText));
   }
 }
 

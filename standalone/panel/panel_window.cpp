@@ -140,12 +140,14 @@ QWidget* PanelWindow::MakeReports() {
   messages_->setObjectName(QStringLiteral("Messages"));
   messages_->setAccessibleName(QStringLiteral("Messages"));
   messages_->setFixedHeight(messages_->fontMetrics().lineSpacing() * 5);
-  messages_->setPlaceholderText(QStringLiteral("Messages and statistics of the runs"));
   messages_->setTabChangesFocus(true);
   layout->addWidget(commandLabel, 0, 0);
   layout->addWidget(command_, 0, 1);
   layout->addWidget(copy_, 0, 2);
-  layout->addWidget(messages_, 1, 0, 1, 3);
+  auto* const messagesLabel = new QLabel(QStringLiteral("Messages"));
+  messagesLabel->setBuddy(messages_);
+  layout->addWidget(messagesLabel, 1, 0, Qt::AlignTop);
+  layout->addWidget(messages_, 1, 1, 1, 2);
   return reports;
 }
 
@@ -253,12 +255,13 @@ void PanelWindow::Refresh() {
 
 void PanelWindow::ShowCommand(const std::string& command) {
   const bool faulty = rows_->FirstFault();
-  command_->setText(faulty ? QString() : QString::fromStdString(command));
+  const bool known = !faulty && !command.empty();
+  command_->setText(known    ? QString::fromStdString(command)
+                    : faulty ? QStringLiteral("a number is not understood")
+                             : QStringLiteral("choose an input and the output file first"));
   command_->setCursorPosition(0);
-  command_->setPlaceholderText(faulty
-                                   ? QStringLiteral("a number is not understood")
-                                   : QStringLiteral("choose an input and the output file first"));
-  copy_->setEnabled(!command_->text().isEmpty());
+  command_->setEnabled(known);
+  copy_->setEnabled(known);
 }
 
 void PanelWindow::ShowPreview(const Preview& preview) {

@@ -121,14 +121,14 @@ RunReport RunBatch(const Options& options, RunContext& context, RunObserver& obs
 
   WarnOfUnheldElements(statistics, mode);
   const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
-  const RunReport report = {command,
-                            outputName,
-                            format.Name(),
-                            mode.name,
-                            session.Grid().columns,
-                            session.Grid().rows,
-                            passed.count(),
-                            statistics};
+  RunReport report = {command,
+                      outputName,
+                      format.Name(),
+                      mode.name,
+                      session.Grid().columns,
+                      session.Grid().rows,
+                      passed.count(),
+                      statistics};
   if (!options.statisticsFile.empty()) WriteReport(ReportAsJson(report), options.statisticsFile);
   return report;
 }
