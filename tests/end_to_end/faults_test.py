@@ -236,13 +236,13 @@ class MidRun(FaultTest):
         Path(self.path("big.img.aux.xml")).unlink(missing_ok=True)
         Path(self.out).write_bytes(b"old")
 
-    def start(self, *options):
+    def start(self, *options, overwrite=("-overwrite",)):
         """A run on the large image that has begun to write."""
         begun = lambda: len(list(Path(self.folder).glob(".lumomixcalc-*/out.tif")))
         before = begun()
         process = subprocess.Popen(
-            [harness.PROGRAM, self.big, self.out, "-operator=a1+b", "-mode=byte", "-overwrite",
-             *options], stderr=subprocess.PIPE, stdout=subprocess.DEVNULL, text=True)
+            [harness.PROGRAM, self.big, self.out, "-operator=a1+b", "-mode=byte", *options,
+             *overwrite], stderr=subprocess.PIPE, stdout=subprocess.DEVNULL, text=True)
         self.addCleanup(process.stderr.close)
         while process.poll() is None and begun() == before:
             time.sleep(0.001)
@@ -302,6 +302,16 @@ class MidRun(FaultTest):
         result = read(self.out)
         self.assertIn(result[0, 0, 0], (1, 2))
         self.assertTrue(np.all(result == result[0, 0, 0]))
+        self.assert_nothing_left()
+
+    def test_of_two_runs_to_one_new_output_the_second_to_end_is_refused(self):
+        os.remove(self.out)
+        processes = [self.start("-b=1", overwrite=()), self.start("-b=2", overwrite=())]
+        stderr = [process.communicate(timeout=60)[1] for process in processes]
+        self.assertEqual(sorted(process.returncode for process in processes), [0, 1], stderr)
+        self.assert_one_sentence("".join(stderr), self.out)
+        first = next(b for b, process in enumerate(processes, 1) if process.returncode == 0)
+        self.assertTrue(np.all(read(self.out) == first))
         self.assert_nothing_left()
 
 

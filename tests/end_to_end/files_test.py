@@ -4,6 +4,7 @@ modes, results in place of inputs, the command that repeats a run, wrong command
 Usage: files_test.py LUMOMIXCALC
 """
 
+import json
 import os
 import subprocess
 from pathlib import Path
@@ -98,12 +99,14 @@ class Georeferencing(FileTest):
 
 class Formats(FileTest):
     def test_extension_or_option_chooses_the_format(self):
+        os.mkdir(self.path("of.img"))
         # Text grids turn an image without georeferencing upside down.
         gdal.Open(self.a, gdal.GA_Update).SetGeoTransform(GEOTRANSFORM)
         for name, options, driver in (
                 ("r.tif", (), "GTiff"), ("r.img", (), "HFA"), ("r.nc", (), "netCDF"),
                 ("r.png", ("-mode=byte",), "PNG"), ("r.asc", (), "AAIGrid"), ("r", (), "GTiff"),
-                ("r.raw", ("-format=ENVI",), "ENVI"), ("r.tif", ("-format=HFA",), "HFA"),
+                ("r.raw", ("-format=envi",), "ENVI"), ("r.tif", ("-format=HFA",), "HFA"),
+                ("r.IMG", (), "HFA"), (".img", (), "GTiff"), ("of.img/r", (), "GTiff"),
                 ("t.tif", ("-co=TILED=YES", "-co=BLOCKXSIZE=16", "-co=BLOCKYSIZE=16"), "GTiff")):
             with self.subTest(name=name, options=options):
                 path = self.path(name)
@@ -120,30 +123,39 @@ class Formats(FileTest):
             self.assert_array(self.out, read(self.b))
 
     def test_modes_store_their_types_and_saturate(self):
-        values = np.array([[0, -0.5, 0.5, 1.5, 2.5, -70000, 70000, 3e9, -3e9, 5e9, np.nan]],
-                          np.float32)
+        values = np.array([[0, -0.5, 0.5, 1.5, 2.5, 0.49999997, -0.6, 255.4, 255.5, -70000, 70000,
+                            2147483648, -2147483904, 4294967040, 3e9, -3e9, 5e9, np.inf, -np.inf,
+                            np.nan]], np.float32)
         write(self.a, [values]).FlushCache()
-        for mode, saturated in (("byte", 5), ("int16", 5), ("uint16", 5), ("int32", 3),
-                                ("uint32", 3), ("float32", 0), ("float64", 0)):
+        for mode in "byte", "int16", "uint16", "int32", "uint32", "float32", "float64":
             with self.subTest(mode=mode):
-                result = self.done(self.a, self.out, "-operator=a1b", f"-mode={mode}",
-                                   "-overwrite")
-                expected = values.astype(float)
+                self.done(self.a, self.out, "-operator=a1b", f"-mode={mode}", "-overwrite",
+                          f"-stats={self.path('report.json')}")
+                expected, counts = values.astype(float), (0, 0, 0)
                 if not mode.startswith("float"):
                     limits = np.iinfo(mode.replace("byte", "uint8"))
-                    expected = np.nan_to_num(np.rint(expected).clip(limits.min, limits.max))
-                    self.assertIn(f"band 1: {saturated} elements were beyond", result.stderr)
-                    self.assertIn("band 1: 1 elements were NaN", result.stderr)
+                    rounded = np.rint(expected)
+                    expected = np.nan_to_num(rounded.clip(limits.min, limits.max))
+                    counts = int(np.sum((rounded < limits.min) | (rounded > limits.max))), 0, 1
+                self.assert_counts(*counts)
                 self.assert_array(self.out, [expected])
                 dataset = gdal.Open(self.out)
                 stored = gdal.GetDataTypeName(dataset.GetRasterBand(1).DataType)
                 self.assertEqual(stored.lower(), mode)
+                self.assertNotIn("STATISTICS_MINIMUM", dataset.GetRasterBand(1).GetMetadata())
 
-    def test_complex_modes_store_pairs(self):
-        write(self.a, [np.array([[40000 - 2.5j, 3.5 - 40000j]])], gdal.GDT_CFloat32).FlushCache()
-        result = self.done(self.a, self.out, "-operator=a1b", "-mode=cint16")
-        self.assert_array(self.out, [[[32767 - 2j, 4 - 32768j]]])
-        self.assertIn("band 1: 2 elements were beyond", result.stderr)
+    def test_complex_modes_store_pairs_and_count_each_once(self):
+        values = np.array([[40000 - 2.5j, 3.5 - 40000j, 4e4 - 4e4j, 1 + 2j,
+                            complex(np.nan, np.nan)]])
+        write(self.a, [values], gdal.GDT_CFloat32).FlushCache()
+        self.done(self.a, self.out, "-operator=a1b", "-mode=cint16",
+                  f"-stats={self.path('report.json')}")
+        self.assert_array(self.out, [[[32767 - 2j, 4 - 32768j, 32767 - 32768j, 1 + 2j, 0]]])
+        self.assert_counts(3, 0, 1)
+
+    def assert_counts(self, *expected):
+        band = json.loads(Path(self.path("report.json")).read_text())["bands"][0]
+        self.assertEqual((band["saturated"], band["moved"], band["zeroed"]), expected)
 
 
 class InPlace(FileTest):
@@ -170,13 +182,37 @@ class InPlace(FileTest):
             self.refused(output, self.a, output, "-operator=a1+b")
         self.assertEqual(Path(self.b).read_bytes(), before)
 
+    def test_file_beside_a_new_output_is_kept_unless_it_belongs_to_a_file_that_is_gone(self):
+        arguments = self.a, self.b, self.path("out.img"), "-format=ENVI"
+        Path(self.path("out.hdr")).write_text("old")
+        self.refused(self.path("out.hdr"), *arguments)
+        self.assertEqual(sorted(os.listdir(self.folder)), ["a.tif", "b.tif", "out.hdr"])
+        os.remove(self.path("out.hdr"))
+        Path(self.path("out.img.aux.xml")).write_text("old")
+        self.done(*arguments)
+        self.assertNotEqual(Path(self.path("out.img.aux.xml")).read_text(), "old")
+
+    def test_replaced_file_keeps_its_permissions(self):
+        os.chmod(self.b, 0o640)
+        self.done(self.a, self.b, self.b, "-overwrite")
+        self.assertEqual(os.stat(self.b).st_mode & 0o777, 0o640)
+
 
 class RepeatingCommand(FileTest):
     def test_shell_runs_the_command_to_the_same_result(self):
         names = ("plain.tif", "two words.tif", "it's $HOME;.tif", "-dash.tif", "umlaut-ä.tif")
-        options = ("-a=0.1:-3.0000001", "-b=1e-7", "-operator=a1_conj_b2", "-mode=cfloat32",
-                   "-co=COMPRESS=DEFLATE")
-        for name in names:
+        numbers = "-a=0.1:-3.0000001", "-b=1e-7", "-operator=a1_conj_b2", "-nodata=keep"
+        map_ = gdal.Open(self.a, gdal.GA_Update)
+        map_.SetGeoTransform(GEOTRANSFORM)
+        map_.GetRasterBand(1).SetNoDataValue(5)
+        map_ = None
+        left, _, _, top = GEOTRANSFORM[:4]
+        settings = (
+            ("-mode=cfloat32", "-co=COMPRESS=DEFLATE"), ("-format=HFA", "-clamp"),
+            ("-region=1:2:6:4", "-resolution=2", "-resampling=average", "-bands=1,1-1"),
+            (f"-window={left + 30}:{top - 120}:{left + 90.5}:{top - 0.1}",), ("-clamp",))
+        for name, more in zip(names, settings):
+            options = *numbers, *more
             with self.subTest(name=name):
                 os.rename(self.path("a.tif"), self.path(name))
                 out = f"of {name}"
@@ -207,14 +243,18 @@ class CommandLines(FileTest):
             ((a, out, f"-file1={b}", f"-file1={a}"), f"-file1={a}"),
             ((a, b, ""), "file name is empty"),
             ((a, b, out, "-mode=float16"), "-mode=float16"),
+            ((a, b, out, "-mode=complex"), "cfloat32"),
             ((a, b, out, "-mode="), "-mode="),
             ((a, b, out, "-mode"), "-mode"),
             ((a, b, out, "-MODE=byte"), "-MODE=byte"),
             ((a, b, out, "-format=NONE"), "-format=NONE"),
             ((a, b, out, "-format=VRT"), "-format=VRT"),
+            ((a, b, out, "-format=HDF5"), "-format=HDF5"),
+            ((a, b, self.path("out.vrt")), "out.vrt"),
             ((a, b, out, "-co=TILED"), "-co=TILED"),
             ((a, b, out, "-co==YES"), "-co==YES"),
             ((a, b, out, "-co=NOTHING=YES"), "NOTHING"),
+            ((a, b, out, "-co=COMPRESS=FOO"), "FOO"),
             ((a, b, out, "-overwrite=yes"), "-overwrite=yes"),
             ((a, b, out, "-a=1:"), "-a requires one or two real-valued arguments"),
             ((a, b, out, "-a=1:2:3"), "-a requires"),
@@ -259,7 +299,7 @@ class CommandLines(FileTest):
         self.assertEqual(sorted(os.listdir(self.folder)), ["a.tif", "b.tif", "text.tif"])
 
     def test_help_and_version_go_to_standard_output(self):
-        for arguments, text in ((("-help",), "-operator=op"), (("--help", "-mode=byte"), "-mode="),
+        for arguments, text in ((("-help",), "FILE1 [FILE2] SAVE"), (("-help",), "-operator=op"), (("--help", "-mode=byte"), "-mode="),
                                 (("--version",), "lumomixcalc ")):
             result = self.done(*arguments)
             self.assertIn(text, result.stdout)

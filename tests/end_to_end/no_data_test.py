@@ -39,7 +39,9 @@ class NoData(harness.ProgramTest):
     def test_becomes_nan_in_either_input(self):
         for gdal_type, no_data in ((gdal.GDT_Int16, -9999), (gdal.GDT_Byte, 255),
                                    (gdal.GDT_Float32, MOST_NEGATIVE), (gdal.GDT_Float32, 0.1),
-                                   (gdal.GDT_Float64, 1e300), (gdal.GDT_Int32, -2147483648)):
+                                   (gdal.GDT_Float64, 1e300), (gdal.GDT_Float64, -1e300),
+                                   (gdal.GDT_Int32, -2147483648), (gdal.GDT_Int64, -7),
+                                   (gdal.GDT_UInt64, 777), (gdal.GDT_Float32, 0)):
             self.write_holes(self.a, gdal_type, no_data)
             for files in ((self.a, self.b), (self.b, self.a)):
                 with self.subTest(type=gdal.GetDataTypeName(gdal_type), no_data=no_data):
@@ -47,17 +49,48 @@ class NoData(harness.ProgramTest):
                     self.assert_result(np.where(HOLES, np.nan, self.values + 1), np.nan)
 
     def test_complex_no_data_is_nan_in_both_parts(self):
-        self.write_holes(self.a, gdal.GDT_CFloat32, -9999, scale=1 + 2j)
-        self.done(self.a, self.b, self.out)
-        result = read(self.out)[0]
-        self.assertTrue(np.all(np.isnan(result.real[HOLES]) & np.isnan(result.imag[HOLES])))
-        np.testing.assert_array_equal(result[~HOLES], (1 + 2j) * self.values[~HOLES] + 1)
+        no_data = -9
+        for holes, other in ((no_data, no_data + 1j), (no_data * (1 + 1j), no_data * 1j)):
+            pixels = np.where(HOLES, holes, (1 + 2j) * self.values)
+            pixels[0, 1] = other
+            dataset = write(self.a, [pixels], gdal.GDT_CFloat32)
+            dataset.GetRasterBand(1).SetNoDataValue(no_data)
+            dataset = None
+            self.done(self.a, self.b, self.out, "-overwrite")
+            result = read(self.out)[0]
+            self.assertTrue(np.all(np.isnan(result.real[HOLES]) & np.isnan(result.imag[HOLES])))
+            np.testing.assert_array_equal(result[~HOLES], pixels[~HOLES] + 1)
 
     def test_integer_modes_store_a_value_that_they_hold(self):
-        for mode, no_data in (("int16", -9999), ("byte", 255), ("uint16", 65535)):
+        for mode, declared, no_data in (("int16", -9999, -9999), ("byte", -9999, 255),
+                                        ("byte", 0, 0), ("uint16", 65536, 65535),
+                                        ("int16", np.nan, -32768), ("int32", 1.5, -2147483648)):
+            with self.subTest(mode=mode, declared=declared):
+                self.write_holes(self.a, gdal.GDT_Float32, declared)
+                self.done(self.a, self.b, self.out, f"-mode={mode}", "-a=0.75", "-overwrite")
+                stored = np.where(HOLES, no_data, np.rint(0.75 * self.values + 1))
+                self.assert_result(stored, no_data)
+                dataset = gdal.Open(self.out)
+                metadata = dataset.GetRasterBand(1).GetMetadata()
+                self.assertEqual([metadata[f"STATISTICS_{name}"] for name in
+                                  ("MINIMUM", "MAXIMUM", "VALID_PERCENT")],
+                                 [f"{stored[~HOLES].min():.0f}", f"{stored[~HOLES].max():.0f}",
+                                  f"{100 * np.mean(~HOLES):.4g}"])
+
+    def test_no_element_of_an_integer_mode_takes_the_value_by_chance(self):
+        for mode, no_data, moved in (("int16", -32768, -32767), ("byte", 255, 254), ("byte", 0, 1)):
             with self.subTest(mode=mode):
-                self.done(self.a, self.b, self.out, f"-mode={mode}", "-overwrite")
-                self.assert_result(np.where(HOLES, no_data, self.values + 1), no_data)
+                self.write_holes(self.a, gdal.GDT_Float32, no_data)
+                other = np.ones(SHAPE)
+                other[0, 1] = no_data - self.values[0, 1]
+                write(self.b, [other]).FlushCache()
+                result = self.done(self.a, self.b, self.out, f"-mode={mode}", "-overwrite")
+                expected = np.where(HOLES, no_data, self.values + 1)
+                expected[0, 1] = moved
+                self.assert_result(expected, no_data)
+                self.assertIn("band 1: 1 elements were moved by one", result.stderr)
+                dataset = gdal.Open(self.out)
+                self.assertNotIn("STATISTICS_MINIMUM", dataset.GetRasterBand(1).GetMetadata())
 
     def test_kept_as_numbers_on_demand(self):
         result = self.done(self.a, self.b, self.out, "-nodata=keep")
@@ -92,6 +125,7 @@ class NoData(harness.ProgramTest):
                                  [minimum, maximum, mean, total])
                 self.assertEqual([float(metadata[f"STATISTICS_{name.upper()}"]) for name in names],
                                  [minimum, maximum, mean])
+                self.assertEqual(len(os.listdir(self.folder)), 4)  # nothing beside the report
 
     def test_report_tells_of_the_run_and_of_the_applications_own_record(self):
         result = self.done(self.b, self.b, self.out, "-a=0.1", "-b=0:1", "-quiet", "-stats=-")

@@ -63,10 +63,15 @@ class Selection(harness.ProgramTest):
 
     def test_malformed_options(self):
         for option in ("-region=1:2:3", "-region=1:2:3:4:5", "-region=a:0:1:1", "-region=0:0:0:1",
-                       "-region=0:0:1:99999999999", "-region=", "-window=1:2:3:x",
-                       "-window=5:5:1:1", "-window=nan:0:1:1", "-resolution=0", "-resolution=2.5",
-                       "-resolution=-1", "-resampling=best", "-bands=0", "-bands=3-1",
-                       "-bands=1,,2", "-bands=1-999999999", "-bands=x"):
+                       "-region=0:0:1:99999999999", "-region=", "-region=1:2:3:", "-region=1,2,3,4",
+                       "-region=1.0:2:3:4", "-region=1:2:-3:4", "-window=1:2:3:x", "-window=1:2:3",
+                       "-window=5:1:1:5", "-window=0:5:1:5", "-window=nan:0:1:1",
+                       "-window=0:0:inf:1", "-resolution=0", "-resolution=2.5", "-resolution=-1",
+                       "-resolution=1/2", "-resampling=Average", "-resampling=near",
+                       "-resampling=preview", "-resampling=", "-bands=0", "-bands=3-1",
+                       "-bands=1,,2", "-bands=1,", "-bands=1-", "-bands=1-2-3", "-bands=1.5",
+                       "-bands=", "-bands=1 ", "-bands=1-65536,1", "-bands=1-999999999",
+                       "-bands=x"):
             with self.subTest(option=option):
                 self.refused(option, self.a, self.out, "-operator=a1b", option,
                              status=WRONG_COMMAND_LINE)
