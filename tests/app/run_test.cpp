@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <bit>
-#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <string>
@@ -143,77 +141,6 @@ TEST_F(RunTest, OnlyTheFilesThatTheOperatorReadsAreAskedForAndReachTheKernel) {
     EXPECT_EQ(seen.n, 1536);
     EXPECT_EQ(seen.params, &gpSelectedProc->params);
     gHost.CallBack(IP_SLOT_CLEANUP);
-  }
-}
-
-// ---- Whole runs ---------------------------------------------------------------------------------
-
-using Block = std::vector<float>;
-
-struct WholeRun {
-  const char* what;
-  Parameters parameters;
-  int mode1, mode2, outputMode;
-  std::vector<IPBlock> blocks;
-  std::vector<Block> file1, file2, save;  // by block; a file that the operator does not read: none
-  IPOutputStats stats;
-};
-
-std::vector<std::uint32_t> Bits(const Block& block) {
-  std::vector<std::uint32_t> bits;
-  for (float v : block) bits.push_back(std::bit_cast<std::uint32_t>(v));
-  return bits;
-}
-
-TEST_F(RunTest, WholeRunsGiveTheirOutputAndStatisticsOverAllBlocks) {
-  // clang-format off
-  const WholeRun runs[] = {
-      {"a real sum", {{2, 7}, {3, 8}, 0, 0}, 0, 2, -1, {{2, 1}, {1, 3}},
-       {{1, -3}, {0.5F, 4, 0}}, {{1, 1}, {-1, 0.25F, 0}},
-       {{5, -3}, {-2, 8.75F, 0}}, {-3, 8.75F, 8.75F}},
-      {"a clamped product", {{1, 0}, {-2, 0}, 9, 1}, 2, 4, -1, {{1, 2}, {2, 1}},
-       {{1, -2}, {-0.5F, 0}}, {},
-       {{0, 4}, {1, 0}}, {0, 4, 5}},
-      {"a complex output, to which no clamp applies", {{1, 0}, {-2, 0}, 9, 1}, 2, 0, 4, {{2, 1}},
-       {{1, -2}}, {},
-       {{-2, 0, 4, -0.0F}}, {-2, 4, 2}},
-      {"a modulus that follows a complex File1", {{0, 1}, {9, 9}, 5, 0}, 4, 0, -1, {{1, 1}, {1, 1}},
-       {{3, 4}, {0, -2}}, {},
-       {{5, 0}, {2, 0}}, {2, 5, 7}},
-      {"a modulus into a real output", {{0, 1}, {9, 9}, 5, 0}, 3, 0, 2, {{2, 1}},
-       {{3, 4, 0, -2}}, {},
-       {{5, 2}}, {2, 5, 7}},
-      {"a quotient by a complex File2 alone", {{1, 0}, {2, 0}, 10, 0}, 4, 4, -1, {{1, 2}, {1, 1}},
-       {}, {{0, 2, 2, 0}, {1, 1}},
-       {{0, 0.25F}, {0.25F}}, {0, 0.25F, 0.5F}},
-      {"a complex difference", {{1, 0}, {0, 1}, 1, 0}, 2, 4, 3, {{1, 1}, {1, 1}},
-       {{1}, {2}}, {{3, 4}, {0, 0}},
-       {{5, -3}, {2, 0}}, {2, 5, 7}},
-  };
-  // clang-format on
-  for (const WholeRun& run : runs) {
-    SCOPED_TRACE(run.what);
-    SetParameters(run.parameters);
-    gHost.isOpen = {false, !run.file1.empty(), !run.file2.empty(), true};
-    gHost.mode = {0, run.mode1, run.mode2, 0};
-    gHost.outputMode = run.outputMode;
-    gHost.CallBack(IP_SLOT_CHECK_PARAMS);
-    gHost.CallBack(IP_SLOT_INIT_PROC);
-    IPOutputStats stats = kFreshStats;
-    for (std::size_t i = 0; i < run.blocks.size(); ++i) {
-      Block in1 = run.file1.empty() ? Block() : run.file1[i];
-      Block in2 = run.file2.empty() ? Block() : run.file2[i];
-      Block expected = run.save[i];
-      Block out(expected.size() + 2, 99.0F);
-      expected.resize(out.size(), 99.0F);  // nothing is written past the block
-      gHost.buffer = {nullptr, in1.data(), in2.data(), out.data()};
-      gHost.ProcData(run.blocks[i], stats);
-      EXPECT_EQ(Bits(out), Bits(expected)) << "block " << i;
-    }
-    gHost.CallBack(IP_SLOT_CLEANUP);
-    EXPECT_EQ(Bits({stats.minimum, stats.maximum, stats.sum}),
-              Bits({run.stats.minimum, run.stats.maximum, run.stats.sum}));
-    EXPECT_EQ(gHost.said, Calls{});
   }
 }
 

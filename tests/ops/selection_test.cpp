@@ -5,7 +5,6 @@
 #include <array>
 #include <bit>
 #include <cmath>
-#include <complex>
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
@@ -13,10 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "kernels/element_operations.h"
-#include "kernels/post_operations.h"
-#include "kernels/proc_as_complex.h"
-#include "kernels/proc_as_real.h"
+#include "tests/kernels/reference.h"
 #include "tests/ops/expected_catalogue.h"
 
 namespace lumomixcalc {
@@ -57,49 +53,14 @@ Fingerprint FingerprintOf(KernelFn kernel) {
   return bits;
 }
 
-class KernelNames {
- public:
-  KernelNames() {
-    AddRealAndComplex<AF1>("AF1");
-    AddRealAndComplex<AF1_Plus_B>("AF1_Plus_B");
-    AddRealAndComplex<AF1_Plus_BF2>("AF1_Plus_BF2");
-    AddRealAndComplex<AF1_Times_F2>("AF1_Times_F2");
-    AddRealAndComplex<AF1_DividedBy_F2>("AF1_DividedBy_F2");
-    AddRealAndComplex<A_DividedBy_F2>("A_DividedBy_F2");
-    AddRealAndComplex<A_Ln_F1_Plus_B>("A_Ln_F1_Plus_B");
-    AddRealAndComplex<F1_Plus_B_Pow_A>("F1_Plus_B_Pow_A");
-    AddComplex<AF1_Times_Conj_BF2>("AF1_Times_Conj_BF2");
-    AddComplex<Conj_AF1>("Conj_AF1");
-    AddComplex<A_Phase_F1>("A_Phase_F1");
-    Add("real Abs_AF1", ProcAsReal<Abs_AF1<float>, UnaryNoOp<float>>::Apply);
-    Add("complex Abs_AF1", ProcAsComplex<Abs_AF1<std::complex<float>>, UnaryNoOp<float>>::Apply);
-  }
-
-  std::string Of(KernelFn kernel) const {
-    const auto found = names_.find(FingerprintOf(kernel));
-    return found == names_.end() ? "no kernel known here" : found->second;
-  }
-  std::size_t Count() const { return names_.size(); }
-
- private:
-  void Add(const std::string& name, KernelFn kernel) { names_[FingerprintOf(kernel)] = name; }
-  template <template <class> class Op>
-  void AddRealAndComplex(const std::string& name) {
-    Add("real " + name, ProcAsReal<Op<float>, UnaryNoOp<float>>::Apply);
-    Add("real " + name + " clamped", ProcAsReal<Op<float>, ClampAtZero>::Apply);
-    AddComplex<Op>(name);
-  }
-  template <template <class> class Op>
-  void AddComplex(const std::string& name) {
-    using Operation = Op<std::complex<float>>;
-    Add("complex " + name, ProcAsComplex<Operation, UnaryNoOp<float>>::Apply);
-    Add("complex " + name + " clamped", ProcAsComplex<Operation, ClampAtZero>::Apply);
-  }
-  std::map<Fingerprint, std::string> names_;
-};
+std::map<Fingerprint, std::string> NamesOfKernels() {
+  std::map<Fingerprint, std::string> names;
+  for (const KernelCase& kernel : AllKernels()) names[FingerprintOf(kernel.kernel)] = kernel.name;
+  return names;
+}
 
 TEST(Selection, TheProbeOfTheseTestsTellsAllFortyKernelsApart) {
-  EXPECT_EQ(KernelNames().Count(), 40U);
+  EXPECT_EQ(NamesOfKernels().size(), 40U);
 }
 
 // ---- The kernel of a run ------------------------------------------------------------------------
@@ -150,16 +111,16 @@ std::string ExpectedKernel(std::int32_t op, const Coefficient& a, const Coeffici
                                       {'*', true}};
   const Choice* choice = kChoices;
   while (choice->op != op || !holds.at(choice->condition)) ++choice;
-  std::string name = "real ";
+  std::string name = "Real";
   for (const char* letter = choice->complexBy; *letter != '\0'; ++letter) {
-    if (holds.at(*letter)) name = "complex ";
+    if (holds.at(*letter)) name = "Complex";
   }
   const bool clamped = choice->canClamp && flags.clamp != 0 && flags.out == 0;
-  return name + choice->operation + (clamped ? " clamped" : "");
+  return name + choice->operation + (clamped ? "Clamped" : "");
 }
 
 TEST(Selection, EveryOperatorGetsItsKernelForAllFlagsAndKindsOfCoefficients) {
-  const KernelNames names;
+  const std::map<Fingerprint, std::string> names = NamesOfKernels();
   constexpr float kParts[] = {-1.5F, 0.0F, -0.0F, kNan};
   for (std::int32_t run = 0; run < 13 * 16 * 64; ++run) {
     const auto digit = [&](std::int32_t place, std::int32_t base) { return run / place % base; };
@@ -169,7 +130,7 @@ TEST(Selection, EveryOperatorGetsItsKernelForAllFlagsAndKindsOfCoefficients) {
     const Coefficient b = {kParts[digit(64, 4)], kParts[digit(256, 4)]};
     const std::int32_t op = run / 1024;
     const SelectedProc selected = Select(op, a, b, flags);
-    ASSERT_EQ(names.Of(selected.kernel), ExpectedKernel(op, a, b, flags))
+    ASSERT_EQ(names.at(FingerprintOf(selected.kernel)), ExpectedKernel(op, a, b, flags))
         << kExpectedOperators[op].label << ", A = 2, " << a[1] << ", B = " << b[0] << ", " << b[1]
         << ", complex: output " << flags.out << ", File1 " << flags.in1 << ", File2 " << flags.in2;
     ASSERT_EQ(selected.params.outComplex, flags.out);
@@ -179,11 +140,6 @@ TEST(Selection, EveryOperatorGetsItsKernelForAllFlagsAndKindsOfCoefficients) {
 }
 
 // ---- Folded coefficients ------------------------------------------------------------------------
-
-bool SameFloat(float x, float y) {
-  return std::bit_cast<std::uint32_t>(x) == std::bit_cast<std::uint32_t>(y) ||
-         (std::isnan(x) && std::isnan(y));
-}
 
 TEST(Selection, FoldsTheCoefficientsBitForBit) {
   constexpr Flags kReal = {0, 0, 0, 0}, kComplex1 = {0, 0, 1, 0}, kComplex2 = {0, 0, 0, 1};
@@ -233,9 +189,9 @@ TEST(Selection, FoldsTheCoefficientsBitForBit) {
   for (const auto& c : cases) {
     const SelectedProc selected = Select(c.op, c.a, c.b, c.flags);
     const ProcParams& params = selected.params;
-    EXPECT_TRUE(
-        SameFloat(params.A.real(), c.foldedA[0]) && SameFloat(params.A.imag(), c.foldedA[1]) &&
-        SameFloat(params.B.real(), c.foldedB[0]) && SameFloat(params.B.imag(), c.foldedB[1]))
+    EXPECT_TRUE(SameBits(params.A.real(), c.foldedA[0]) &&
+                SameBits(params.A.imag(), c.foldedA[1]) &&
+                SameBits(params.B.real(), c.foldedB[0]) && SameBits(params.B.imag(), c.foldedB[1]))
         << kExpectedOperators[c.op].label << " with A = " << c.a[0] << ", " << c.a[1]
         << ", B = " << c.b[0] << ", " << c.b[1] << " gives A = " << params.A
         << ", B = " << params.B;
