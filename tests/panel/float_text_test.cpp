@@ -5,7 +5,6 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
-#include <limits>
 #include <random>
 
 #include "standalone/command_line/numbers.h"
@@ -13,24 +12,12 @@
 namespace lumomixcalc::standalone {
 namespace {
 
+// Apart from what ParseFloat understands.
 TEST(ParseTypedFloat, UnderstandsWhatPeopleTypeAndPaste) {
-  const std::pair<const char*, float> kCases[] = {{"1.5", 1.5F},
-                                                  {"1,5", 1.5F},
-                                                  {" -3 ", -3},
-                                                  {"+2", 2},
-                                                  {"1e-3", 1e-3F},
-                                                  {"1,5E+2", 150},
-                                                  {".5", 0.5F},
-                                                  {",5", 0.5F},
-                                                  {"7.", 7},
-                                                  {"\xE2\x88\x92"
-                                                   "2",
-                                                   -2},
-                                                  {"0", 0},
-                                                  {"1e-38", 1e-38F},
-                                                  {"\t16777217\n", 16777216}};
+  const std::pair<const char*, float> kCases[] = {
+      {"1,5", 1.5F}, {" -3 ", -3}, {"1,5E+2", 150}, {",5", 0.5F}, {"\t16777217\n", 16777216}};
   for (const auto& [text, value] : kCases) EXPECT_EQ(ParseTypedFloat(text), value) << text;
-  EXPECT_TRUE(std::signbit(ParseTypedFloat("-0").value()));
+  EXPECT_EQ(ParseTypedFloat("\u22122"), -2);
 }
 
 TEST(ParseTypedFloat, TakesNothingThatItMayMisunderstand) {
@@ -47,8 +34,6 @@ TEST(ParseTypedFloat, ReadsBackTheBitsOfWhatAFieldShows) {
     const std::optional<float> read = ParseTypedFloat(ShortestText(value));
     ASSERT_EQ(std::bit_cast<std::uint32_t>(read.value()), std::bit_cast<std::uint32_t>(value));
   }
-  constexpr float kDenormal = std::numeric_limits<float>::denorm_min();
-  EXPECT_EQ(ParseTypedFloat(ShortestText(kDenormal)), kDenormal);
 }
 
 }  // namespace

@@ -23,15 +23,14 @@
 #include <QTest>
 #include <QTimer>
 #include <QUrl>
-#include <algorithm>
 #include <clocale>
-#include <cmath>
+#include <complex>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iterator>
-#include <memory>
+#include <set>
 
 #include "app/parameters.h"
 #include "host/ip.h"
@@ -44,20 +43,22 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// The fields of the coefficients, by name.
+constexpr const char* kA = "File1 Coeff (A), number 1 of 2";
+constexpr const char* kAi = "File1 Coeff (A), number 2 of 2";
+constexpr const char* kB = "File2 Coeff (B), number 1 of 2";
+constexpr const char* kBi = "File2 Coeff (B), number 2 of 2";
+
 // A complex raster whose elements all differ.
-void MakeRaster(const fs::path& file, int columns, int rows, double turn, GDALDataType type) {
+void MakeRaster(const fs::path& file, int columns, int rows, double turn) {
   GDALDatasetUniquePtr dataset(GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
-      file.c_str(), columns, rows, 1, type, nullptr));
-  std::vector<float> row(2 * static_cast<std::size_t>(columns));
+      file.c_str(), columns, rows, 1, GDT_CFloat32, nullptr));
+  std::vector<std::complex<double>> row(static_cast<std::size_t>(columns));
   for (int y = 0; y < rows; ++y) {
-    for (int x = 0; x < columns; ++x) {
-      const double size = 1 + 0.01 * x + 0.003 * y;
-      row[2 * static_cast<std::size_t>(x)] = static_cast<float>(size * std::cos(turn * (x + y)));
-      row[2 * static_cast<std::size_t>(x) + 1] =
-          static_cast<float>(size * std::sin(turn * (y - x)));
-    }
+    for (int x = 0; x < columns; ++x)
+      row[static_cast<std::size_t>(x)] = std::polar(1 + 0.01 * x + 0.003 * y, turn * (y - x));
     ASSERT_EQ(CE_None, dataset->GetRasterBand(1)->RasterIO(GF_Write, 0, y, columns, 1, row.data(),
-                                                           columns, 1, GDT_CFloat32, 0, 0));
+                                                           columns, 1, GDT_CFloat64, 0, 0));
   }
 }
 
@@ -75,8 +76,8 @@ class PanelWindowTest : public ::testing::Test {
  protected:
   PanelWindowTest() : folder_(temporary_.path().toStdString()) {
     QSettings().clear();
-    MakeRaster(File("f1.tif"), 60, 40, 0.1, GDT_CFloat32);
-    MakeRaster(File("f2.tif"), 60, 40, 0.07, GDT_CFloat32);
+    MakeRaster(File("f1.tif"), 60, 40, 0.1);
+    MakeRaster(File("f2.tif"), 60, 40, 0.07);
   }
 
   ~PanelWindowTest() override {
@@ -105,7 +106,7 @@ class PanelWindowTest : public ::testing::Test {
 
   // Powers of complex data: long enough to be caught in their midst.
   void OpenForALongRun() {
-    MakeRaster(File("f1.tif"), 2000, 2000, 0.1, GDT_CFloat32);
+    MakeRaster(File("f1.tif"), 2000, 2000, 0.1);
     Options options = Files();
     options.files.erase(2);
     gOperationChoice = 12;
@@ -139,7 +140,15 @@ class PanelWindowTest : public ::testing::Test {
 
   // Answers the next question by the button of that text, and keeps the question.
   void AnswerNextQuestion(const QString& answer) {
-    QTimer::singleShot(0, [this, answer] { Answer(answer); });
+    QTimer::singleShot(0, [this, answer] {
+      auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+      if (!box) return AnswerNextQuestion(answer);
+      question_ = box->text();
+      for (QAbstractButton* const button : box->buttons())
+        if (button->text().remove(QLatin1Char('&')) == answer) return button->click();
+      ADD_FAILURE() << "the question has no button " << answer.toStdString();
+      box->reject();
+    });
   }
 
   QString State() { return Find<QLabel>("Run state").text(); }
@@ -163,29 +172,16 @@ class PanelWindowTest : public ::testing::Test {
                            .c_str());
   }
 
-  bool NothingIsLeftBut(const std::vector<std::string>& names) {
-    std::vector<std::string> found;
-    for (const auto& entry : fs::directory_iterator(folder_))
-      found.push_back(entry.path().filename());
-    std::sort(found.begin(), found.end());
-    return found == names;
+  bool OnlyTheInputsAreThere() {
+    std::set<fs::path> names;
+    for (const auto& entry : fs::directory_iterator(folder_)) names.insert(entry.path().filename());
+    return names == std::set<fs::path>{"f1.tif", "f2.tif"};
   }
 
   QTemporaryDir temporary_;
   fs::path folder_;
   std::unique_ptr<PanelWindow> window_;
   QString question_;
-
- private:
-  void Answer(const QString& answer) {
-    auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-    if (!box) return AnswerNextQuestion(answer);
-    question_ = box->text();
-    for (QAbstractButton* const button : box->buttons())
-      if (button->text().remove(QLatin1Char('&')) == answer) return button->click();
-    ADD_FAILURE() << "the question has no button " << answer.toStdString();
-    box->reject();
-  }
 };
 
 TEST_F(PanelWindowTest, ShowsTheTitleAndTheValuesThatTheParametersHave) {
@@ -195,18 +191,18 @@ TEST_F(PanelWindowTest, ShowsTheTitleAndTheValuesThatTheParametersHave) {
   gClampAtZero = 7;
   Open({});
   EXPECT_EQ(window_->windowTitle(), QStringLiteral("LumoMixcalc"));
-  EXPECT_EQ(Find<QLineEdit>("File1 Coeff (A), number 1 of 2").text(), QStringLiteral("0.1"));
-  EXPECT_EQ(Find<QLineEdit>("File2 Coeff (B), number 2 of 2").text(), QStringLiteral("16777216"));
+  EXPECT_EQ(Find<QLineEdit>(kA).text(), QStringLiteral("0.1"));
+  EXPECT_EQ(Find<QLineEdit>(kBi).text(), QStringLiteral("16777216"));
   EXPECT_EQ(Find<QComboBox>("Operator").currentText(), QStringLiteral("(FILE1 + B)**A"));
   EXPECT_TRUE(Find<QCheckBox>("Clamp at 0?").isChecked());
 }
 
 TEST_F(PanelWindowTest, WritesTheSameFileAsTheBatchCommandForEveryOperator) {
   Open(Files());
-  Type("File1 Coeff (A), number 1 of 2", "0,123456789");
-  Type("File1 Coeff (A), number 2 of 2", "-1.5e-1");
-  Type("File2 Coeff (B), number 1 of 2", "0.12345679");
-  Type("File2 Coeff (B), number 2 of 2", "3");
+  Type(kA, "0,123456789");
+  Type(kAi, "-1.5e-1");
+  Type(kB, "0.12345679");
+  Type(kBi, "3");
   for (int choice = 0; choice < 13; ++choice) {
     Pick("Operator", choice);
     fs::remove(File("out.tif"));
@@ -233,7 +229,7 @@ TEST_F(PanelWindowTest, WritesTheSameFileAsTheBatchCommandForEverySetting) {
   Pick("Resampling", 1);
   Pick("Output mode", 2);  // int16
   Find<QCheckBox>("Clamp at 0?").click();
-  Type("File1 Coeff (A), number 1 of 2", "250");
+  Type(kA, "250");
   RunAndWait("done");
   const std::string fromPanel = Bytes(File("out.tif"));
   EXPECT_TRUE(CurrentCommand().endsWith(QStringLiteral(" -overwrite")));
@@ -270,11 +266,11 @@ TEST_F(PanelWindowTest, CancelledRunLeavesNothing) {
   OpenForALongRun();
   Click("Run");
   EXPECT_FALSE(Find<QComboBox>("Operator").isEnabled());
-  ASSERT_TRUE(WaitFor([&] { return !NothingIsLeftBut({"f1.tif", "f2.tif"}); }));
+  ASSERT_TRUE(WaitFor([&] { return !OnlyTheInputsAreThere(); }));
   QTest::keyClick(window_.get(), Qt::Key_Escape);
   ASSERT_TRUE(WaitFor([&] { return State() == QStringLiteral("cancelled"); }))
       << State().toStdString();
-  EXPECT_TRUE(NothingIsLeftBut({"f1.tif", "f2.tif"}));
+  EXPECT_TRUE(OnlyTheInputsAreThere());
   EXPECT_TRUE(Find<QComboBox>("Operator").isEnabled());
 }
 
@@ -287,7 +283,7 @@ TEST_F(PanelWindowTest, ClosingDuringARunAsksAndThenLeavesNothing) {
   AnswerNextQuestion(QStringLiteral("Cancel the run and close"));
   EXPECT_TRUE(window_->close());
   window_.reset();
-  EXPECT_TRUE(NothingIsLeftBut({"f1.tif", "f2.tif"}));
+  EXPECT_TRUE(OnlyTheInputsAreThere());
 }
 
 TEST_F(PanelWindowTest, AsksBeforeItReplacesAFile) {
@@ -317,7 +313,7 @@ TEST_F(PanelWindowTest, SaysWhatIsMissing) {
   ASSERT_TRUE(WaitFor([&] { return result.Note().contains(QStringLiteral("none.tif")); }));
   RunAndWait("failed");
   EXPECT_TRUE(Messages().contains(QStringLiteral("none.tif")));
-  EXPECT_TRUE(NothingIsLeftBut({"f1.tif", "f2.tif"}));
+  EXPECT_TRUE(OnlyTheInputsAreThere());
 
   Type("Save", "");
   Click("Run");
@@ -328,9 +324,9 @@ TEST_F(PanelWindowTest, SaysWhatIsMissing) {
 
 TEST_F(PanelWindowTest, MarksABadNumberAndRunsNothingWithIt) {
   Open(Files());
-  auto& field = Find<QLineEdit>("File1 Coeff (A), number 1 of 2");
+  auto& field = Find<QLineEdit>(kA);
   for (const char* text : {"1,234.5", "abc", "", "1e99"}) {
-    Type("File1 Coeff (A), number 1 of 2", text);
+    Type(kA, text);
     EXPECT_FALSE(field.toolTip().isEmpty()) << text;
     EXPECT_FALSE(Find<QPushButton>("Copy").isEnabled()) << text;
     Click("Run");
@@ -338,22 +334,22 @@ TEST_F(PanelWindowTest, MarksABadNumberAndRunsNothingWithIt) {
         QStringLiteral("\u201c%1\u201d is not a number").arg(QString::fromUtf8(text))));
     EXPECT_FALSE(fs::exists(File("out.tif")));
   }
-  Type("File1 Coeff (A), number 1 of 2", "2,5");
+  Type(kA, "2,5");
   EXPECT_TRUE(field.toolTip().isEmpty());
   EXPECT_TRUE(CurrentCommand().contains(QStringLiteral("-a=2.5:0 ")));
 }
 
 TEST_F(PanelWindowTest, FieldsStepAndShowEveryDigit) {
   Open(Files());
-  auto& field = Find<QLineEdit>("File1 Coeff (A), number 1 of 2");
-  Type("File1 Coeff (A), number 1 of 2", "0.100000001490116");
+  auto& field = Find<QLineEdit>(kA);
+  Type(kA, "0.100000001490116");
   QTest::keyClick(&field, Qt::Key_Return);
   EXPECT_EQ(field.text(), QStringLiteral("0.1"));
   QTest::keyClick(&field, Qt::Key_Up);
   QTest::keyClick(&field, Qt::Key_Up);
   QTest::keyClick(&field, Qt::Key_Down);
   EXPECT_EQ(field.text(), QStringLiteral("1.1"));
-  Type("File1 Coeff (A), number 1 of 2", "1.17549435e-38");
+  Type(kA, "1.17549435e-38");
   QTest::keyClick(&field, Qt::Key_Return);
   EXPECT_EQ(field.text(), QStringLiteral("1.1754944e-38"));
   EXPECT_TRUE(CurrentCommand().contains(QStringLiteral("-a=1.1754944e-38:0 ")));
@@ -409,7 +405,7 @@ TEST_F(PanelWindowTest, DraggingOnThePreviewChoosesTheRegion) {
 TEST_F(PanelWindowTest, CopiesTheCommandByKeyboardUnlessTextIsSelected) {
   Open(Files());
   const QString command = CurrentCommand();
-  auto& field = Find<QLineEdit>("File1 Coeff (A), number 1 of 2");
+  auto& field = Find<QLineEdit>(kA);
   field.setFocus();
   field.deselect();
   QTest::keyClick(&field, Qt::Key_C, Qt::ControlModifier);

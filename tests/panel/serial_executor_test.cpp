@@ -4,6 +4,8 @@
 
 #include <atomic>
 #include <future>
+#include <latch>
+#include <numeric>
 #include <thread>
 #include <vector>
 
@@ -11,32 +13,28 @@ namespace lumomixcalc::standalone {
 namespace {
 
 TEST(SerialExecutor, RunsTasksOneAtATimeInTheOrderOfEachPoster) {
-  constexpr int kPosters = 4;
   constexpr int kTasks = 500;
-  std::vector<int> order[kPosters];
+  std::vector<int> order[4];
   std::atomic<int> atOnce = 0;
-  std::atomic<int> mostAtOnce = 0;
-  std::promise<void> done;
-  std::atomic<int> left = kPosters * kTasks;
+  std::atomic<bool> alone = true;
+  std::latch done(4 * kTasks);
   SerialExecutor executor;
-  std::vector<std::thread> posters;
+  std::vector<std::jthread> posters;
   for (std::vector<int>& mine : order)
     posters.emplace_back([&] {
       for (int i = 0; i < kTasks; ++i)
         executor.Post([&, i] {
-          if (const int now = ++atOnce; now > mostAtOnce) mostAtOnce = now;
+          if (++atOnce > 1) alone = false;
           mine.push_back(i);
           --atOnce;
-          if (--left == 0) done.set_value();
+          done.count_down();
         });
     });
-  for (std::thread& poster : posters) poster.join();
-  done.get_future().wait();
-  EXPECT_EQ(mostAtOnce, 1);
-  for (const std::vector<int>& mine : order) {
-    ASSERT_EQ(mine.size(), static_cast<std::size_t>(kTasks));
-    for (int i = 0; i < kTasks; ++i) EXPECT_EQ(mine[static_cast<std::size_t>(i)], i);
-  }
+  done.wait();
+  EXPECT_TRUE(alone);
+  std::vector<int> expected(kTasks);
+  std::iota(expected.begin(), expected.end(), 0);
+  for (const std::vector<int>& mine : order) EXPECT_EQ(mine, expected);
 }
 
 TEST(SerialExecutor, EndsAfterTheTaskUnderWayAndDropsTheOthers) {
@@ -44,7 +42,7 @@ TEST(SerialExecutor, EndsAfterTheTaskUnderWayAndDropsTheOthers) {
   bool secondBegan = false;
   std::promise<void> begun;
   std::promise<void> goOn;
-  std::thread helper;
+  std::jthread helper;
   {
     SerialExecutor executor;
     executor.Post([&] {
@@ -53,14 +51,13 @@ TEST(SerialExecutor, EndsAfterTheTaskUnderWayAndDropsTheOthers) {
       firstEnded = true;
     });
     begun.get_future().wait();
-    helper = std::thread([&] {
+    helper = std::jthread([&] {
       // Long enough that the destructor below is waiting.
       std::this_thread::sleep_for(std::chrono::milliseconds(50));
       goOn.set_value();
     });
     executor.Post([&] { secondBegan = true; });
   }
-  helper.join();
   EXPECT_TRUE(firstEnded);
   EXPECT_FALSE(secondBegan);
 }
