@@ -130,10 +130,15 @@ class Selection(harness.ProgramTest):
         crs.ImportFromEPSG(32632)
         write(self.b, self.bands[:1]).SetGCPs(
             [gdal.GCP(x, y, 0, x / 30, y / 30) for x, y in ((0, 0), (900, 0), (0, 600))], crs)
-        self.done(self.b, self.out, "-operator=a1b", "-region=4:6:100:100", "-resolution=2")
-        self.assertEqual([(p.GCPX, p.GCPY, p.GCPPixel, p.GCPLine)
-                          for p in gdal.Open(self.out).GetGCPs()],
-                         [(0, 0, -2, -3), (900, 0, 13, -3), (0, 600, -2, 7)])
+        for options, places in (
+                ((), [(0, 0, 0, 0), (900, 0, 30, 0), (0, 600, 0, 20)]),
+                (("-region=4:6:100:100", "-resolution=2"),
+                 [(0, 0, -2, -3), (900, 0, 13, -3), (0, 600, -2, 7)])):
+            self.done(self.b, self.out, "-operator=a1b", "-overwrite", *options)
+            result = gdal.Open(self.out)
+            self.assertEqual([(p.GCPX, p.GCPY, p.GCPPixel, p.GCPLine) for p in result.GetGCPs()],
+                             places)
+            self.assertTrue(result.GetGCPSpatialRef().IsSame(crs))
 
 
 if __name__ == "__main__":
