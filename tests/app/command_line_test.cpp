@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
-#include <cfloat>
 #include <clocale>
 #include <cstdint>
 #include <cstdio>
@@ -98,10 +98,8 @@ TEST_F(CommandLineTest, EveryArgumentIsAppliedOrReported) {
     SetParameters({});
     Read(arguments);
     EXPECT_EQ(gHost.said, Complaints(messages));
-    EXPECT_EQ(gCoeffA[0], expected.a[0]);
-    EXPECT_EQ(gCoeffA[1], expected.a[1]);
-    EXPECT_EQ(gCoeffB[0], expected.b[0]);
-    EXPECT_EQ(gCoeffB[1], expected.b[1]);
+    EXPECT_TRUE(std::equal(expected.a, expected.a + 2, gCoeffA)) << gCoeffA[0] << gCoeffA[1];
+    EXPECT_TRUE(std::equal(expected.b, expected.b + 2, gCoeffB)) << gCoeffB[0] << gCoeffB[1];
     EXPECT_EQ(gOperationChoice, expected.operation);
     EXPECT_EQ(gClampAtZero, expected.clamp);
   }
@@ -169,12 +167,9 @@ TEST_F(CommandLineTest, WritesTheOptionsThatReproduceTheParameters) {
       {{}, {"-a=1:0", "-b=1:0", "-operator='a1+b2'"}},
       {{{0.1F, 1234567.0F}, {-0.0F, 1e-5F}, 4, 1},
        {"-a=0.1:1.23457e+06", "-b=-0:1e-05", "-operator='a1_conj_b2'", "-clamp"}},
-      {{{-FLT_MIN, -FLT_MIN}, {FLT_MAX, 1e-45F}, 12, -1},
-       {"-a=-1.17549e-38:-1.17549e-38", "-b=3.40282e+38:1.4013e-45", "-operator='1+b_pow_a'",
-        "-clamp"}},
       {{{kInf, -kInf}, {kNan, -kNan}, 10, 0}, {"-a=inf:-inf", "-b=nan:-nan", "-operator='a/b2'"}},
-      {{{999999.5F, 100000.0F}, {0.0001F, 123456.0F}, 0, 0},
-       {"-a=1e+06:100000", "-b=0.0001:123456", "-operator='a1+b2'"}},
+      {{{999999.5F, 100000.0F}, {0.0001F, 1e-45F}, 0, -1},
+       {"-a=1e+06:100000", "-b=0.0001:1.4013e-45", "-operator='a1+b2'", "-clamp"}},
   };
   for (const auto& [parameters, options] : cases) {
     Calls expected;

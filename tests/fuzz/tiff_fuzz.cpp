@@ -22,25 +22,14 @@ namespace fs = std::filesystem;
 constexpr const char* kInput = "/vsimem/input.tif";
 
 /// A folder for the outputs of this process, removed when it ends.
-class OutputFolder {
- public:
+struct OutputFolder {
   OutputFolder() {
     std::string pattern = (fs::temp_directory_path() / "lumomixcalc-fuzz-XXXXXX").string();
     if (!mkdtemp(pattern.data())) std::abort();
-    path_ = pattern;
+    path = pattern;
   }
-  ~OutputFolder() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
-  }
-  OutputFolder(const OutputFolder&) = delete;
-  OutputFolder& operator=(const OutputFolder&) = delete;
-
-  std::string Output() const { return (path_ / "out.tif").string(); }
-  bool Empty() const { return fs::is_empty(path_); }
-
- private:
-  fs::path path_;
+  ~OutputFolder() { fs::remove_all(path); }
+  fs::path path;
 };
 
 // Honest images of such sizes take their time and memory; what is looked for lies elsewhere.
@@ -92,7 +81,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       VSIFileFromMemBuffer(kInput, reinterpret_cast<GByte*>(file.data()), file.size(), FALSE));
   if (IsSmall()) {
     RunContext& context = StartAnew();
-    const std::string output = folder.Output();
+    const std::string output = folder.path / "out.tif";
     try {
       PatientObserver observer;
       RunBatch(OptionsFor(data + size - kChoiceBytes, output, context), context, observer);
@@ -101,7 +90,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       fs::remove(output);
     } catch (const Failure&) {
     }
-    if (!folder.Empty() || gpSelectedProc) std::abort();
+    if (!fs::is_empty(folder.path) || gpSelectedProc) std::abort();
   }
   VSIUnlink(kInput);
   return 0;

@@ -27,8 +27,7 @@ V RealLn(E e) { return {std::log(e.x1 + e.b) * e.a, 0}; }
 V RealPow(E e) { return {std::pow(e.x1 + e.b, e.a), 0}; }
 V RealAbs(E e) {
   const double p = e.x1 * e.a;
-  if (p >= 0) return {p, 0};
-  return {-p, 0};
+  return {p >= 0 ? p : -p, 0};
 }
 
 // ---- Complex operations -------------------------------------------------------------------------
@@ -82,9 +81,7 @@ V ATimesLogOf(V z, E e) {
 V ComplexLn(E e) { return ATimesLogOf({e.x1 + e.b, e.y1 + e.bi}, e); }
 V ComplexPow(E e) {
   const V z{e.x1 + e.b, e.y1 + e.bi};
-  const bool reNonzero = z.re < 0 || z.re > 0;
-  const bool imNonzero = z.im < 0 || z.im > 0;
-  if (!reNonzero && !imNonzero) return {0, 0};
+  if ((z.re == 0 || std::isnan(z.re)) && (z.im == 0 || std::isnan(z.im))) return {0, 0};
   const V p = ATimesLogOf(z, e);
   const double modulus = expf(static_cast<float>(p.re));
   const double theta = static_cast<float>(p.im);
@@ -156,12 +153,10 @@ std::vector<KernelCase> MakeTable() {
   return t;
 }
 
-double RealPart(const std::vector<float>& buffer, bool isComplex, std::int32_t i) {
-  return buffer[static_cast<std::size_t>(isComplex ? 2 * i : i)];
-}
-
-double ImaginaryPart(const std::vector<float>& buffer, bool isComplex, std::int32_t i) {
-  return isComplex ? buffer[2 * static_cast<std::size_t>(i) + 1] : 0.0F;
+V ElementOf(const std::vector<float>& buffer, bool isComplex, std::int32_t i) {
+  const auto at = static_cast<std::size_t>(i);
+  if (isComplex) return {buffer[2 * at], buffer[2 * at + 1]};
+  return {buffer[at], 0};
 }
 
 }  // namespace
@@ -187,15 +182,10 @@ std::vector<float> ReferenceOutput(const KernelCase& kernelCase, const Block& bl
   std::vector<float> out(static_cast<std::size_t>(block.n) * (cOut ? 2 : 1));
   for (std::int32_t step = 0; step < block.n; ++step) {
     const std::int32_t i = backward ? block.n - 1 - step : step;
-    const ReferenceElement element{RealPart(block.in1, c1, i),
-                                   ImaginaryPart(block.in1, c1, i),
-                                   RealPart(block.in2, c2, i),
-                                   ImaginaryPart(block.in2, c2, i),
-                                   p.A.real(),
-                                   p.A.imag(),
-                                   p.B.real(),
-                                   p.B.imag()};
-    const ReferenceValue w = kernelCase.operation(element);
+    const V f1 = ElementOf(block.in1, c1, i);
+    const V f2 = ElementOf(block.in2, c2, i);
+    const V w = kernelCase.operation(
+        {f1.re, f1.im, f2.re, f2.im, p.A.real(), p.A.imag(), p.B.real(), p.B.imag()});
     const double v = Clamp(w.re, kernelCase.clamp);
     const auto at = static_cast<std::size_t>(i);
     out[cOut ? 2 * at : at] = static_cast<float>(v);

@@ -4,7 +4,6 @@
 
 #include "host/ip.h"
 #include "standalone/application/run_context.h"
-#include "standalone/messages.h"
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -42,20 +41,6 @@ TEST(ReadOptions, FillsStreamsByNameThenByPosition) {
   };
   for (const auto& c : kCases)
     EXPECT_EQ(Read(c.arguments).files, c.files) << testing::PrintToString(c.arguments);
-}
-
-TEST(ReadOptions, RefusesTooFewTooManyAndUnnamedFiles) {
-  const Arguments kCases[] = {{"o"},
-                              {"-save=o"},
-                              {"-quiet"},
-                              {"a", ""},
-                              {"-file1=", "o"},
-                              {"-file1", "o"},
-                              {"-file1=a"},
-                              {"-file1=a", "-file2=b", "c", "o"},
-                              {"-panel", "a", "b", "c", "o"}};
-  for (const Arguments& arguments : kCases)
-    EXPECT_THROW(Read(arguments), WrongCommandLine) << testing::PrintToString(arguments);
 }
 
 }  // namespace
