@@ -45,7 +45,6 @@ def sanitized():
 class FaultTest(harness.ProgramTest):
     def setUp(self):
         super().setUp()
-        self.a, self.b, self.out = (self.path(name) for name in ("a.tif", "b.tif", "out.tif"))
         random = np.random.default_rng(1)
         self.noise = random.normal(size=(512, 400)).astype(np.float32)
         write(self.a, [self.noise]).FlushCache()

@@ -13,9 +13,8 @@ import numpy as np
 from osgeo import gdal, osr
 
 import harness
-from harness import WRONG_COMMAND_LINE, read, write
+from harness import GEOTRANSFORM, WRONG_COMMAND_LINE, read, write
 
-GEOTRANSFORM = (600000.0, 30.0, 0.0, 5100000.0, 0.0, -30.0)
 ROWS, COLUMNS = 6, 9
 
 
@@ -28,7 +27,6 @@ def ramp(first, bands=1):
 class FileTest(harness.ProgramTest):
     def setUp(self):
         super().setUp()
-        self.a, self.b, self.out = (self.path(name) for name in ("a.tif", "b.tif", "out.tif"))
         write(self.a, ramp(1)).FlushCache()
         write(self.b, ramp(10)).FlushCache()
 

@@ -18,6 +18,7 @@ gdal.PushErrorHandler("CPLQuietErrorHandler")
 
 PROGRAM = ""
 GIVEN_UP, WRONG_COMMAND_LINE = 1, 2
+GEOTRANSFORM = (600000.0, 30.0, 0.0, 5100000.0, 0.0, -30.0)
 LINE = re.compile(r"band (\d+): (?:minimum (\S+), maximum (\S+), mean (\S+), sum ([^\s,]+)"
                   r"(?:, (\d+) no data)?|all (\d+) elements are no data)$", re.MULTILINE)
 
@@ -52,12 +53,13 @@ def read(path):
 
 
 class ProgramTest(unittest.TestCase):
-    """A test with a folder of its own, which goes when it ends."""
+    """A test with a folder of its own, which goes when it ends, and names for files in it."""
 
     def setUp(self):
         folder = tempfile.TemporaryDirectory(prefix="lumomixcalc-test-")
         self.addCleanup(folder.cleanup)
         self.folder = os.path.realpath(folder.name)
+        self.a, self.b, self.out = (self.path(name) for name in ("a.tif", "b.tif", "out.tif"))
 
     def path(self, name):
         return os.path.join(self.folder, name)

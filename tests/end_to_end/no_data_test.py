@@ -22,7 +22,6 @@ MOST_NEGATIVE = float(np.finfo(np.float32).min)
 class NoData(harness.ProgramTest):
     def setUp(self):
         super().setUp()
-        self.a, self.b, self.out = (self.path(name) for name in ("a.tif", "b.tif", "out.tif"))
         self.values = np.arange(np.prod(SHAPE)).reshape(SHAPE) % 200 + 1.0
         self.write_holes(self.a, gdal.GDT_Float32, -9999)
         write(self.b, [np.ones(SHAPE)]).FlushCache()

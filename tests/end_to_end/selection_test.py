@@ -8,16 +8,14 @@ import numpy as np
 from osgeo import gdal, osr
 
 import harness
-from harness import WRONG_COMMAND_LINE, read, write
+from harness import GEOTRANSFORM, WRONG_COMMAND_LINE, read, write
 
-GEOTRANSFORM = (600000.0, 30.0, 0.0, 5100000.0, 0.0, -30.0)
 ROWS, COLUMNS = 150, 2000  # several strips
 
 
 class Selection(harness.ProgramTest):
     def setUp(self):
         super().setUp()
-        self.a, self.b, self.out = (self.path(name) for name in ("a.tif", "b.tif", "out.tif"))
         random = np.random.default_rng(2)
         self.bands = [random.normal(size=(ROWS, COLUMNS)).astype(np.float32) for _ in range(3)]
         dataset = write(self.a, self.bands, options=["TILED=YES"])

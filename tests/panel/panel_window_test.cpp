@@ -49,14 +49,17 @@ constexpr const char* kAi = "File1 Coeff (A), number 2 of 2";
 constexpr const char* kB = "File2 Coeff (B), number 1 of 2";
 constexpr const char* kBi = "File2 Coeff (B), number 2 of 2";
 
+std::complex<double> ElementAt(int x, int y, double turn) {
+  return std::polar(1 + 0.01 * x + 0.003 * y, turn * (y - x));
+}
+
 // A complex raster whose elements all differ.
 void MakeRaster(const fs::path& file, int columns, int rows, double turn) {
   GDALDatasetUniquePtr dataset(GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
       file.c_str(), columns, rows, 1, GDT_CFloat32, nullptr));
   std::vector<std::complex<double>> row(static_cast<std::size_t>(columns));
   for (int y = 0; y < rows; ++y) {
-    for (int x = 0; x < columns; ++x)
-      row[static_cast<std::size_t>(x)] = std::polar(1 + 0.01 * x + 0.003 * y, turn * (y - x));
+    for (int x = 0; x < columns; ++x) row[static_cast<std::size_t>(x)] = ElementAt(x, y, turn);
     ASSERT_EQ(CE_None, dataset->GetRasterBand(1)->RasterIO(GF_Write, 0, y, columns, 1, row.data(),
                                                            columns, 1, GDT_CFloat64, 0, 0));
   }
@@ -65,6 +68,12 @@ void MakeRaster(const fs::path& file, int columns, int rows, double turn) {
 std::string Bytes(const fs::path& file) {
   std::ifstream stream(file, std::ios::binary);
   return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+// A point of the picture, from 0 to 1 in either direction.
+QPoint PointOf(const RasterView& view, double x, double y) {
+  const QRectF area = view.PictureArea();
+  return QPointF(area.x() + x * area.width(), area.y() + y * area.height()).toPoint();
 }
 
 bool WaitFor(const std::function<bool()>& condition) {
@@ -359,17 +368,11 @@ TEST_F(PanelWindowTest, PreviewShowsTheResultAndTheValuesUnderThePointer) {
   Pick("Result part", 1);
   EXPECT_NE(result.Picture(), before);
 
-  float element[2] = {};
-  const GDALDatasetUniquePtr file(GDALDataset::Open(File("f1.tif").c_str()));
-  ASSERT_EQ(CE_None, file->GetRasterBand(1)->RasterIO(GF_Read, 30, 20, 1, 1, element, 1, 1,
-                                                      GDT_CFloat32, 0, 0));
-  ASSERT_LT(element[1], 0);
-  const QRectF area = result.PictureArea();
-  QTest::mouseMove(&result, QPoint(static_cast<int>(area.x() + area.width() * 30.5 / 60),
-                                   static_cast<int>(area.y() + area.height() * 20.5 / 40)));
+  const std::complex<float> element(ElementAt(30, 20, 0.1));
+  QTest::mouseMove(&result, PointOf(result, 30.5 / 60, 20.5 / 40));
   const std::string values = Find<QLabel>("Values under the pointer").text().toStdString();
-  const std::string expected = "Column 30, row 20    File1: " + ShortestText(element[0]) +
-                               " \u2212 " + ShortestText(-element[1]) + "i    File2: ";
+  const std::string expected = "Column 30, row 20    File1: " + ShortestText(element.real()) +
+                               " \u2212 " + ShortestText(-element.imag()) + "i    File2: ";
   EXPECT_TRUE(values.starts_with(expected)) << values << "\n" << expected;
 }
 
@@ -377,14 +380,9 @@ TEST_F(PanelWindowTest, DraggingOnThePreviewChoosesTheRegion) {
   Open(Files());
   auto& view = Find<RasterView>("File1 preview");
   ASSERT_TRUE(WaitFor([&] { return view.Picture().width() == 60; }));
-  const QRectF area = view.PictureArea();
-  const auto at = [&](double x, double y) {
-    return QPoint(static_cast<int>(std::lround(area.x() + x * area.width())),
-                  static_cast<int>(std::lround(area.y() + y * area.height())));
-  };
-  QTest::mousePress(&view, Qt::LeftButton, Qt::NoModifier, at(0.75, 0.5));
-  QTest::mouseMove(&view, at(0.5, 0.75));
-  QTest::mouseRelease(&view, Qt::LeftButton, Qt::NoModifier, at(0.25, 0.8));
+  QTest::mousePress(&view, Qt::LeftButton, Qt::NoModifier, PointOf(view, 0.75, 0.5));
+  QTest::mouseMove(&view, PointOf(view, 0.5, 0.75));
+  QTest::mouseRelease(&view, Qt::LeftButton, Qt::NoModifier, PointOf(view, 0.25, 0.8));
   EXPECT_TRUE(Find<QCheckBox>("Region").isChecked());
   EXPECT_NEAR(Find<QSpinBox>("Region, first column").value(), 15, 1);
   EXPECT_NEAR(Find<QSpinBox>("Region, first row").value(), 20, 1);
