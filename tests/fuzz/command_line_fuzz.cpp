@@ -71,9 +71,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const Options options =
         ReadCommandLine(Lines({reinterpret_cast<const char*>(data), size}), context);
     if (options.action != Options::Action::kRun) return 0;
-    context.registration.Call(IP_SLOT_WRITE_CMD_LINE);
     const std::vector<std::string> words =
-        ShellWords(ReproducingCommand(options, context.registration, context.echoedOptions));
+        ShellWords(ReproducingCommand(options, context.registration, EchoOptions(context)));
     UnifyNaNs();
     const auto decided = Decisive(options);
 
