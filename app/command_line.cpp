@@ -30,12 +30,12 @@ Outcome ReadCoefficient(const char* arg, const char* name, float* coefficient,
 }
 
 Outcome ReadOperator(const char* arg) {
-  static constexpr const char* prefix = "Unrecognized operator";
   if (!std::string_view(arg).starts_with(operator_option)) return Outcome::kNotThisOption;
   const char* name = arg + operator_option.size();
   const auto match = std::find_if(gOperationCmdlineNames.begin(), gOperationCmdlineNames.end(),
                                   [&](const char* known) { return std::strcmp(known, name) == 0; });
   if (match == gOperationCmdlineNames.end()) {
+    static constexpr const char* prefix = "Unrecognized operator";
     ShowMessageAbout(prefix, name);
     return Outcome::kFaulty;
   }

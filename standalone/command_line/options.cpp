@@ -80,8 +80,7 @@ const char* ValueOf(const std::string& argument, std::string_view name) {
 class Reader {
  public:
   Reader(const Registration& registration, Options& options)
-      : registration_(registration), options_(options) {
-    streams_ = registration.inputs;
+      : registration_(registration), options_(options), streams_(registration.inputs) {
     streams_.push_back(registration.Output());
   }
 

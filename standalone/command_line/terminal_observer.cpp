@@ -62,8 +62,9 @@ void TerminalObserver::Progress(double share) {
 bool TerminalObserver::IsCancelled() { return InterruptingSignal() != 0; }
 
 void TerminalObserver::Clear() {
+  if (!shown_) return;
   constexpr const char* kEraseLine = "\r\033[K";
-  if (shown_) std::fputs(kEraseLine, stderr);
+  std::fputs(kEraseLine, stderr);
   shown_ = false;
 }
 

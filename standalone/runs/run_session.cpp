@@ -20,7 +20,7 @@ std::string SizeText(const RasterInput& raster) {
 
 // The number of bands that all inputs share. Refuses inputs that do not fit the first, warns of
 // other places.
-int CommonBands(std::list<RunInput>& inputs) {
+int CommonBands(const std::list<RunInput>& inputs) {
   RasterInput& first = *inputs.front().raster;
   int bands = first.Bands();
   for (const RunInput& input : inputs) {
