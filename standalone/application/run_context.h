@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "standalone/application/panel_model.h"
 #include "standalone/application/registration.h"
-#include "standalone/panel/panel_model.h"
 
 namespace lumomixcalc::standalone {
 

@@ -8,7 +8,7 @@
 #include <variant>
 
 #include "host/ip.h"
-#include "standalone/panel/panel_model.h"
+#include "standalone/application/panel_model.h"
 
 namespace lumomixcalc::standalone {
 namespace {

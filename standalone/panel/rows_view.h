@@ -7,8 +7,8 @@
 #include <functional>
 #include <vector>
 
+#include "standalone/application/panel_model.h"
 #include "standalone/panel/float_field_view.h"
-#include "standalone/panel/panel_model.h"
 
 class QHBoxLayout;
 

@@ -1,4 +1,4 @@
-#include "standalone/panel/panel_model.h"
+#include "standalone/application/panel_model.h"
 
 #include <gtest/gtest.h>
 
