@@ -9,10 +9,9 @@
 //      even multiple of g, this is s + r with r = v rounded to the grid g, ties to even, whatever s
 //      is. With D = 1.5 P, v + D is in [P, 2P], where double has the grid g, and D is an even
 //      multiple of g: r = (v + D) - D.
-//   2. The rule then rounds s + r to a multiple of u, ties to even. With E = 1.5 * 2^(k+29),
-//   doubles
-//      near E have the grid u, and E is an even multiple of u: S = E + s holds s exactly, and
-//      S + r in double arithmetic is E + (s + r rounded to u). One addition an element.
+//   2. The rule then rounds s + r to a multiple of u, ties to even. With E = 1.5 * 2^(k+29), the
+//      doubles near E have the grid u, and E is an even multiple of u: S = E + s holds s exactly,
+//      and S + r in double arithmetic is E + (s + r rounded to u). One addition an element.
 //   3. "Strictly inside": the new sum s' = S' - E has P < |s'| < 2P. At least one unit away from
 //      both ends, v + s cannot have been outside, where the rule's grids are others. Were s' = P,
 //      the exact sum could lie just below P and the rule's result be half a unit less; but if no
@@ -29,7 +28,7 @@
 //      whose sign depends on which zero came first.
 //
 // Whatever does not meet a condition is counted by the rule itself: a segment whose sum leaves the
-// binade, or the rest of the chunk.
+// binade, or the whole chunk where the order of its extremes matters.
 #include "kernels/running_statistics.h"
 
 #include <algorithm>
