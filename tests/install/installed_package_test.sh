@@ -10,7 +10,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
 cmake --install "$build" --component development --prefix "$work/prefix"
-cmake -S "$source/foreign_host" -B "$work/build" -DCMAKE_PREFIX_PATH="$work/prefix" \
+cmake -G Ninja -S "$source/foreign_host" -B "$work/build" -DCMAKE_PREFIX_PATH="$work/prefix" \
   -DCMAKE_CXX_FLAGS="-Wall -Wextra -Werror"
 cmake --build "$work/build"
 "$work/build/foreign_host"
