@@ -62,6 +62,6 @@ int IPParseRealArg(const char* argument, const char* name, int maxCount, float* 
   return count;
 }
 
-void IPAppendCommand(const char* option) { Context().echoedOptions.push_back(option); }
+void IPAppendCommand(const char* option) { Context().echoedOptions.emplace_back(option); }
 
 }  // extern "C"

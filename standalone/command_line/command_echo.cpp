@@ -104,7 +104,7 @@ std::string ReproducingCommand(const Options& options, const Registration& regis
   for (const std::string& option : options.creationOptions) words.push_back("-co=" + option);
   for (const std::string& argument : SelectionArguments(options.selection, options.bands))
     words.push_back(argument);
-  if (options.keepNoData) words.push_back("-nodata=keep");
+  if (options.keepNoData) words.emplace_back("-nodata=keep");
 
   std::string command;
   for (const std::string& word : words) {

@@ -17,7 +17,7 @@ TEST(SerialExecutor, RunsTasksOneAtATimeInTheOrderOfEachPoster) {
   std::vector<int> order[4];
   std::atomic<int> atOnce = 0;
   std::atomic<bool> alone = true;
-  std::latch done(4 * kTasks);
+  std::latch done(std::ptrdiff_t{4} * kTasks);
   SerialExecutor executor;
   std::vector<std::jthread> posters;
   for (std::vector<int>& mine : order)

@@ -49,8 +49,10 @@ class MemoryRunTest : public testing::Test {
     dataset->SetGeoTransform(transform);
     for (int y = 0; y < kRows; ++y) {
       float pixels[2 * kColumns];
-      for (int i = 0; i < bands * kColumns; ++i)
-        pixels[i] = static_cast<float>(i / kColumns * 1000 + i % kColumns + y * y % 97);
+      for (int i = 0; i < bands * kColumns; ++i) {
+        const int band = i / kColumns;
+        pixels[i] = static_cast<float>(band * 1000 + i % kColumns + y * y % 97);
+      }
       ASSERT_EQ(CE_None, dataset->RasterIO(GF_Write, 0, y, kColumns, 1, pixels, kColumns, 1,
                                            GDT_Float32, bands, nullptr, 0, 0, 0, nullptr));
     }

@@ -27,9 +27,13 @@ TEST(CountRows, SkipsNanWhereverItStands) {
 TEST(CountRows, DoesNotDependOnTheHeightOfStrips) {
   constexpr int kColumns = 37;
   constexpr int kRows = 24;
-  std::vector<float> values;  // whose sums depend on the order of adding
-  for (int i = 0; i < kColumns * kRows; ++i)
-    values.push_back(std::ldexp(i % 3 == 0 ? -1.3F : 1.1F, i * 7 % 60 - 30));
+  std::vector<float> values(std::size_t{kColumns} *
+                            kRows);  // whose sums depend on the order of adding
+  int i = 0;
+  for (float& value : values) {
+    value = std::ldexp(i % 3 == 0 ? -1.3F : 1.1F, i * 7 % 60 - 30);
+    ++i;
+  }
   ValidStatistics whole;
   CountRows(values.data(), kColumns, kRows, 1, whole);
   for (const int height : {1, 2, 3, 8, 12}) {
