@@ -36,17 +36,6 @@ bool HasBlocksToKeep(GDALRasterBand& band) {
              kLargestBlock;
 }
 
-// Whether the raster's one band comes row by row as elements of type, so that a row can be read
-// without a stay in GDAL's cache.
-bool HoldsRowsOf(GDALDataset& dataset, GDALDataType type) {
-  int width = 0;
-  int height = 0;
-  GDALRasterBand& band = *dataset.GetRasterBand(1);
-  band.GetBlockSize(&width, &height);
-  return dataset.GetRasterCount() == 1 && band.GetRasterDataType() == type && height == 1 &&
-         width == dataset.GetRasterXSize();
-}
-
 GDALRIOResampleAlg GdalResampling(Resampling resampling) {
   switch (resampling) {
     case Resampling::kAverage:
@@ -96,10 +85,10 @@ void RasterInput::Select(const OutputGrid& grid, Resampling resampling,
   if (maskNoData)
     for (const int band : bands)
       if (const std::optional<double> value = NoData(band)) masked_[band] = *value;
-  if (grid_.resolution == 1 && HasBlocksToKeep(*Pixels().GetRasterBand(bands.front())))
+  if (grid_.resolution > 1) return;
+  if (!resampled_) uncompressedRows_ = UncompressedRows::Open(Pixels(), bands, grid_.window);
+  if (!uncompressedRows_ && HasBlocksToKeep(*Pixels().GetRasterBand(bands.front())))
     blockRows_ = std::make_unique<BlockRowReader>(Pixels(), bands, grid_.window, space);
-  readsRows_ = grid_.resolution == 1 && grid_.window.columns == Pixels().GetRasterXSize() &&
-               HoldsRowsOf(Pixels(), Mode().complex ? GDT_CFloat32 : GDT_Float32);
 }
 
 void RasterInput::OpenOverview() {
@@ -124,21 +113,16 @@ void RasterInput::OpenOverview() {
                 "; gdaladdo makes one");
 }
 
-bool RasterInput::ReadRows(int band, int y, int rows, float* out) {
-  const std::ptrdiff_t floats = std::ptrdiff_t{Columns()} * Parts();
-  for (int row = 0; row < rows; ++row)
-    if (Pixels().GetRasterBand(band)->ReadBlock(0, y + row, out + row * floats) != CE_None)
-      return false;
-  return true;
-}
-
 bool RasterInput::ReadPixels(int band, int firstRow, int rows, float* out,
-                             const std::stop_token& stop) {
+                             const std::stop_token& stop, std::string& reason) {
   const int n = grid_.resolution;
   const int y = grid_.window.y + firstRow * n;
   const GDALDataType type = Mode().complex ? GDT_CFloat32 : GDT_Float32;
+  if (uncompressedRows_) {
+    reason = uncompressedRows_->Read(band, y, rows, out, type);
+    return reason.empty();
+  }
   if (blockRows_) return blockRows_->Read(band, y, rows, out, type, stop);
-  if (readsRows_) return ReadRows(band, y, rows, out);
   GDALRasterIOExtraArg extra;
   INIT_RASTERIO_EXTRA_ARG(extra);
   extra.eResampleAlg = GdalResampling(resampling_);
@@ -149,10 +133,11 @@ bool RasterInput::ReadPixels(int band, int firstRow, int rows, float* out,
 
 void RasterInput::Read(int band, int firstRow, int rows, float* out, const std::stop_token& stop) {
   const GdalFailures failures;
-  if (!ReadPixels(band, firstRow, rows, out, stop) || failures.Any())
+  std::string reason;
+  if (!ReadPixels(band, firstRow, rows, out, stop, reason) || failures.Any())
     throw Failure("cannot read " + Describe() + ", band " + std::to_string(band) + ", from row " +
                   std::to_string(grid_.window.y + firstRow * grid_.resolution) + ": " +
-                  failures.First());
+                  (reason.empty() ? failures.First() : reason));
   RefuseShortFile();  // it may have been cut since it was opened
   const std::span values(out, static_cast<std::size_t>(grid_.columns) *
                                   static_cast<std::size_t>(rows) *
@@ -172,6 +157,7 @@ void RasterInput::RefuseShortFile() {
 std::int64_t RasterInput::CacheBytes(int stripRows) {
   const std::int64_t stripInputRows = std::int64_t{stripRows} * grid_.resolution;
   std::int64_t bytes = 0;
+  if (uncompressedRows_) return bytes;
   for (GDALRasterBand* const band : Pixels().GetBands()) {
     int width = 0;
     int height = 0;

@@ -15,6 +15,7 @@
 #include "standalone/rasters/data_modes.h"
 #include "standalone/rasters/no_data.h"
 #include "standalone/rasters/output_grid.h"
+#include "standalone/rasters/uncompressed_rows.h"
 
 namespace lumomixcalc::standalone {
 
@@ -68,8 +69,8 @@ class RasterInput {
  private:
   GDALDatasetUniquePtr Open(const char* overviewLevel) const;
   void OpenOverview();
-  bool ReadRows(int band, int y, int rows, float* out);
-  bool ReadPixels(int band, int firstRow, int rows, float* out, const std::stop_token& stop);
+  bool ReadPixels(int band, int firstRow, int rows, float* out, const std::stop_token& stop,
+                  std::string& reason);
   void RefuseShortFile();
 
   std::string label_;
@@ -80,8 +81,8 @@ class RasterInput {
   OutputGrid grid_;
   Resampling resampling_ = Resampling::kNearest;
   std::map<int, double> masked_;  // no-data values to be masked, by band
+  std::unique_ptr<UncompressedRows> uncompressedRows_;
   std::unique_ptr<BlockRowReader> blockRows_;
-  bool readsRows_ = false;  // blocks are rows as Read gives them
 };
 
 }  // namespace lumomixcalc::standalone

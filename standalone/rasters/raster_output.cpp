@@ -5,10 +5,12 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <numeric>
 #include <span>
 #include <system_error>
 
 #include "standalone/messages.h"
+#include "standalone/rasters/disk_space.h"
 #include "standalone/rasters/gdal_errors.h"
 
 namespace lumomixcalc::standalone {
@@ -26,6 +28,15 @@ CPLStringList CreationOptions(const OutputSpecification& specification) {
 CPLStringList WithBigTiff(CPLStringList options) {
   if (!options.FetchNameValue("BIGTIFF")) options.SetNameValue("BIGTIFF", "IF_SAFER");
   return options;
+}
+
+// Whether creation options of a TIFF matter to where its elements lie and to nothing later.
+bool OnlyLayOut(const std::vector<std::string>& options) {
+  constexpr std::array<const char*, 3> kLayout = {"BIGTIFF=", "BLOCKYSIZE=", "INTERLEAVE="};
+  return std::all_of(options.begin(), options.end(), [&](const std::string& option) {
+    return std::any_of(kLayout.begin(), kLayout.end(),
+                       [&](const char* name) { return STARTS_WITH_CI(option.c_str(), name); });
+  });
 }
 
 // Files of GDAL's beside a raster that would be taken for the new one's. Only names that can belong
@@ -85,9 +96,24 @@ RasterOutput::RasterOutput(const OutputSpecification& specification)
   if (!dataset_ || failures.Any()) FailToWrite(failures.First());
   int blockColumns = 0;
   dataset_->GetRasterBand(1)->GetBlockSize(&blockColumns, &blockRows_);
-  // Of a TIFF with more bands, or a raw file, GDAL writes many rows better than one.
-  writesRows_ = blockRows_ == 1 && blockColumns == specification_.columns &&
-                specification_.bands == 1 && EQUAL(driver->GetDescription(), "GTiff");
+  if (!copies && HasPlainRows(*dataset_) && OnlyLayOut(specification_.creationOptions))
+    LayOutRows();
+}
+
+// A new TIFF of uncompressed strips is laid out by GDAL when it is closed, its elements a hole in
+// the file. With the places of its rows known it needs GDAL no more until its statistics are set.
+void RasterOutput::LayOutRows() {
+  Close();
+  const GdalFailures failures;
+  dataset_.reset(
+      GDALDataset::Open(file_.c_str(), GDAL_OF_RASTER | GDAL_OF_UPDATE | GDAL_OF_VERBOSE_ERROR));
+  if (!dataset_) FailToWrite(failures.First());
+  std::vector<int> bands(static_cast<std::size_t>(specification_.bands));
+  std::iota(bands.begin(), bands.end(), 1);
+  uncompressedRows_ =
+      UncompressedRows::Open(*dataset_, bands, {0, 0, specification_.columns, specification_.rows});
+  if (!uncompressedRows_) return;
+  if (const std::string reason = ReserveSpace(file_); !reason.empty()) FailToWrite(reason);
 }
 
 // Makes a small raster like the one to come in a folder of its own, to learn which files it has and
@@ -128,7 +154,7 @@ bool RasterOutput::DeclareNoData(double value) {
 void RasterOutput::PrepareBlocks(ScratchSpace& space) {
   // Lower blocks are complete strip by strip, which GDAL writes from its cache.
   constexpr int kHighBlock = 32;
-  if (blockRows_ >= kHighBlock)
+  if (!uncompressedRows_ && blockRows_ >= kHighBlock)
     blockRowWriter_ = std::make_unique<BlockRowWriter>(*dataset_, space);
 }
 
@@ -144,7 +170,7 @@ int RasterOutput::AlignedEnd(int firstRow, int rows) const {
 void RasterOutput::FlushCompleteBlocks(int endRow, const std::stop_token& stop) {
   // GDAL's cache evicts written blocks only for others of the same file: left to themselves they
   // crowd out the blocks of the inputs.
-  if (endRow % blockRows_ != 0 && endRow != specification_.rows) return;
+  if (uncompressedRows_ || (endRow % blockRows_ != 0 && endRow != specification_.rows)) return;
   const GdalFailures failures;
   if (blockRowWriter_ && !blockRowWriter_->Flush(endRow, stop)) FailToWrite(failures.First());
   for (GDALRasterBand* const band : dataset_->GetBands()) band->FlushCache(false);
@@ -153,7 +179,8 @@ void RasterOutput::FlushCompleteBlocks(int endRow, const std::stop_token& stop) 
 
 std::int64_t RasterOutput::CacheBytes(int stripRows) const {
   // Between two flushes a strip of each band is in the cache, whole blocks of it.
-  const std::int64_t rows = blockRowWriter_ ? 0 : std::int64_t{stripRows} + blockRows_;
+  const std::int64_t rows = std::int64_t{stripRows} + blockRows_;
+  if (blockRowWriter_ || uncompressedRows_) return 0;
   return rows * specification_.columns * specification_.bands *
          GDALGetDataTypeSizeBytes(specification_.mode->type);
 }
@@ -177,28 +204,23 @@ void RasterOutput::Write(int band, int firstRow, int rows, const float* values,
                       GDALGetDataTypeSizeBytes(mode.type), static_cast<GPtrDiff_t>(elements));
   }
   if (blockRowWriter_) return blockRowWriter_->Put(band, firstRow, rows, buffer);
+  if (uncompressedRows_) {
+    const std::string reason = uncompressedRows_->Write(band, firstRow, rows, buffer);
+    return reason.empty() ? void() : FailToWrite(reason);
+  }
   const GdalFailures failures;
-  if (!WriteRows(*dataset_->GetRasterBand(band), firstRow, rows, static_cast<std::byte*>(buffer)) ||
+  if (dataset_->GetRasterBand(band)->RasterIO(GF_Write, 0, firstRow, specification_.columns, rows,
+                                              buffer, specification_.columns, rows, mode.type, 0, 0,
+                                              nullptr) != CE_None ||
       failures.Any())
     FailToWrite(failures.First());
 }
 
-bool RasterOutput::WriteRows(GDALRasterBand& band, int firstRow, int rows,
-                             std::byte* values) const {
-  const GDALDataType type = specification_.mode->type;
-  const int columns = specification_.columns;
-  if (!writesRows_)
-    return band.RasterIO(GF_Write, 0, firstRow, columns, rows, values, columns, rows, type, 0, 0,
-                         nullptr) == CE_None;
-  const std::ptrdiff_t rowBytes = std::ptrdiff_t{columns} * GDALGetDataTypeSizeBytes(type);
-  for (int row = 0; row < rows; ++row)
-    if (band.WriteBlock(0, firstRow + row, values + row * rowBytes) != CE_None) return false;
-  return true;
-}
-
 void RasterOutput::Publish(RunObserver& observer) {
-  if (specification_.format.copiesOnly) CopyToFormat(observer);
-  Close();
+  if (specification_.format.copiesOnly)
+    CopyToFormat(observer);
+  else
+    Close();
   CheckWhatWasWritten();
   if (observer.IsCancelled()) throw RunCancelled();
   const std::vector<fs::path> names = NamesIn(folder_.Path());
@@ -218,6 +240,10 @@ void RasterOutput::CopyToFormat(RunObserver& observer) {
   if (observer.IsCancelled()) throw RunCancelled();
   if (!copy || failures.Any()) FailToWrite(failures.First());
   dataset_ = std::move(copy);
+  Close();
+  // GDAL's drivers of text formats do not tell when the last bytes find no room; what was copied
+  // still takes its own.
+  if (const std::string reason = TryToGrow(file_); !reason.empty()) FailToWrite(reason);
   std::error_code ignored;
   fs::remove(workFile_, ignored);
   fs::remove(workFile_.string() + ".aux.xml", ignored);

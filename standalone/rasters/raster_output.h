@@ -17,6 +17,7 @@
 #include "standalone/rasters/integer_output.h"
 #include "standalone/rasters/output_format.h"
 #include "standalone/rasters/temporary_folder.h"
+#include "standalone/rasters/uncompressed_rows.h"
 #include "standalone/runs/strip_processing.h"
 
 namespace lumomixcalc::standalone {
@@ -84,8 +85,8 @@ class RasterOutput : public StripSink {
 
  private:
   void TryFormat() const;
+  void LayOutRows();
   void CopyToFormat(RunObserver& observer);
-  bool WriteRows(GDALRasterBand& band, int firstRow, int rows, std::byte* values) const;
   void Close();
   void CheckWhatWasWritten() const;
   [[noreturn]] void FailToWrite(const std::string& reason) const;
@@ -95,9 +96,9 @@ class RasterOutput : public StripSink {
   std::filesystem::path file_;      // inside the folder
   std::filesystem::path workFile_;  // what is written first; the file itself unless it is a copy
   int blockRows_ = 1;
-  bool writesRows_ = false;  // row by row, past GDAL's cache
   std::optional<double> noData_;
   GDALDatasetUniquePtr dataset_;  // closed before the folder goes
+  std::unique_ptr<UncompressedRows> uncompressedRows_;
   std::unique_ptr<BlockRowWriter> blockRowWriter_;
   std::vector<std::byte> converted_;
   std::vector<UnheldElements> unheld_;  // by band

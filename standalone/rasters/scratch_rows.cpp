@@ -26,10 +26,6 @@ int UnnamedFile(const std::filesystem::path& folder) {
   return file;
 }
 
-off_t Place(std::size_t row, std::size_t rowBytes, std::size_t offset) {
-  return static_cast<off_t>(row * rowBytes + offset);
-}
-
 }  // namespace
 
 ScratchRows::ScratchRows(std::size_t rows, std::size_t rowBytes, ScratchSpace& space)
@@ -39,44 +35,25 @@ ScratchRows::ScratchRows(std::size_t rows, std::size_t rowBytes, ScratchSpace& s
     space.memoryLeft -= bytes;
     memory_.resize(rows * rowBytes);
   } else {
-    file_ = UnnamedFile(space.folder);
+    file_.emplace(UnnamedFile(space.folder));
   }
-}
-
-ScratchRows::~ScratchRows() {
-  if (file_ >= 0) close(file_);
 }
 
 void ScratchRows::Write(std::size_t row, std::size_t offset, const void* from, std::size_t bytes) {
-  if (InMemory()) {
-    std::memcpy(memory_.data() + row * rowBytes_ + offset, from, bytes);
-    return;
-  }
-  const char* next = static_cast<const char*>(from);
-  for (off_t place = Place(row, rowBytes_, offset); bytes > 0;) {
-    const ssize_t written = pwrite(file_, next, bytes, place);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) Fail("write");
-    next += written;
-    place += written;
-    bytes -= static_cast<std::size_t>(written);
-  }
+  const std::size_t place = row * rowBytes_ + offset;
+  if (InMemory())
+    std::memcpy(memory_.data() + place, from, bytes);
+  else if (!WriteAt(file_->Get(), from, bytes, static_cast<std::int64_t>(place)))
+    Fail("write");
 }
 
 void ScratchRows::Read(std::size_t row, std::size_t offset, void* to, std::size_t bytes) const {
-  if (InMemory()) {
-    std::memcpy(to, memory_.data() + row * rowBytes_ + offset, bytes);
-    return;
-  }
-  char* next = static_cast<char*>(to);
-  for (off_t place = Place(row, rowBytes_, offset); bytes > 0;) {
-    const ssize_t read = pread(file_, next, bytes, place);
-    if (read < 0 && errno == EINTR) continue;
-    if (read <= 0) Fail("read");
-    next += read;
-    place += read;
-    bytes -= static_cast<std::size_t>(read);
-  }
+  const std::size_t place = row * rowBytes_ + offset;
+  if (InMemory())
+    std::memcpy(to, memory_.data() + place, bytes);
+  else if (ReadAt(file_->Get(), to, bytes, static_cast<std::int64_t>(place)) !=
+           static_cast<std::int64_t>(bytes))
+    Fail("read");
 }
 
 }  // namespace lumomixcalc::standalone

@@ -4,7 +4,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <vector>
+
+#include "standalone/rasters/file_bytes.h"
 
 namespace lumomixcalc::standalone {
 
@@ -21,11 +24,8 @@ class ScratchRows {
  public:
   // Takes its memory from space. Throws Failure when no file can be made.
   ScratchRows(std::size_t rows, std::size_t rowBytes, ScratchSpace& space);
-  ~ScratchRows();
-  ScratchRows(const ScratchRows&) = delete;
-  ScratchRows& operator=(const ScratchRows&) = delete;
 
-  bool InMemory() const { return file_ < 0; }
+  bool InMemory() const { return !file_; }
 
   // Copies bytes to or from a row, from offset. Throw Failure.
   void Write(std::size_t row, std::size_t offset, const void* from, std::size_t bytes);
@@ -34,7 +34,7 @@ class ScratchRows {
  private:
   std::size_t rowBytes_;
   std::vector<std::byte> memory_;
-  int file_ = -1;
+  std::optional<FileDescriptor> file_;
 };
 
 }  // namespace lumomixcalc::standalone

@@ -98,36 +98,47 @@ class InputStage {
   StripChannel channel_;  // last: its thread uses what stands above
 };
 
-// The sink, written behind.
+// The sink, written behind. What it is given is counted on the same thread: the run's own has more
+// to do.
 class OutputStage {
  public:
-  OutputStage(StripSink& sink, int bands, std::size_t floatsPerStrip)
-      : sink_(sink), bands_(bands), channel_(kStripsPerChannel, floatsPerStrip) {
+  OutputStage(const RunSession& session, StripSink& sink, std::size_t stripElements)
+      : sink_(sink),
+        columns_(session.Grid().columns),
+        parts_(session.Mode().complex ? 2 : 1),
+        valid_(session.Bands().size()),
+        channel_(kStripsPerChannel, stripElements * static_cast<std::size_t>(parts_)) {
     channel_.Start([this](const std::stop_token& stop) { WriteAll(stop); });
   }
 
   Strip Empty(RunObserver& observer) { return Next(channel_.empty, channel_, observer); }
   void Write(Strip strip) { channel_.full.Push(std::move(strip)); }
 
-  // Waits until everything is written.
-  void Finish(RunObserver& observer) {
+  // Waits until everything is written. Returns the statistics of the valid elements, by band.
+  const std::vector<ValidStatistics>& Finish(RunObserver& observer) {
     for (std::size_t i = 0; i < kStripsPerChannel; ++i) Empty(observer);
     channel_.full.Close();
     channel_.Finish();
+    return valid_;
   }
 
  private:
   void WriteAll(const std::stop_token& stop) {
     while (std::optional<Strip> strip = channel_.full.Pop()) {
+      const auto bandIndex = static_cast<std::size_t>(strip->band) - 1;
+      CountRows(strip->values.data(), columns_, strip->rows, parts_, valid_[bandIndex]);
       sink_.Write(strip->band, strip->firstRow, strip->rows, strip->values.data(), stop);
-      if (strip->band == bands_) sink_.FlushCompleteBlocks(strip->firstRow + strip->rows, stop);
+      if (bandIndex + 1 == valid_.size())
+        sink_.FlushCompleteBlocks(strip->firstRow + strip->rows, stop);
       channel_.empty.Push(std::move(*strip));
     }
   }
 
   StripSink& sink_;
-  int bands_;
-  StripChannel channel_;
+  int columns_;
+  int parts_;
+  std::vector<ValidStatistics> valid_;
+  StripChannel channel_;  // last: its thread uses what stands above
 };
 
 }  // namespace
@@ -139,9 +150,7 @@ std::vector<BandStatistics> ProcessStrips(RunSession& session, StripSink& sink,
   const std::vector<Rows> plan = PlanStrips(session, sink);
   const auto stripElements =
       static_cast<std::size_t>(grid.columns) * static_cast<std::size_t>(session.RowsPerStrip());
-  const int parts = session.Mode().complex ? 2 : 1;
-  OutputStage output(sink, static_cast<int>(bands.size()),
-                     stripElements * static_cast<std::size_t>(parts));
+  OutputStage output(session, sink, stripElements);
   std::list<InputStage> inputs;
   for (RunInput& input : session.Inputs()) inputs.emplace_back(session, input, plan, stripElements);
 
@@ -155,12 +164,12 @@ std::vector<BandStatistics> ProcessStrips(RunSession& session, StripSink& sink,
       strip.band = static_cast<int>(i) + 1;
       session.SetBlockData(session.OutputStream(), strip.values.data());
       session.Process(strip.rows, statistics[i].record);
-      CountRows(strip.values.data(), grid.columns, strip.rows, parts, statistics[i].valid);
       output.Write(std::move(strip));
     }
     observer.Progress(static_cast<double>(rows.end) / grid.rows);
   }
-  output.Finish(observer);
+  const std::vector<ValidStatistics>& valid = output.Finish(observer);
+  for (std::size_t i = 0; i < bands.size(); ++i) statistics[i].valid = valid[i];
   return statistics;
 }
 

@@ -1,0 +1,155 @@
+#include "standalone/rasters/uncompressed_rows.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+
+namespace lumomixcalc::standalone {
+namespace {
+
+bool IsTiff(GDALDataset& dataset) {
+  return dataset.GetDriver() && EQUAL(dataset.GetDriver()->GetDescription(), "GTiff");
+}
+
+const char* Structure(GDALMajorObject& object, const char* item) {
+  return object.GetMetadataItem(item, "IMAGE_STRUCTURE");
+}
+
+// The number that the TIFF driver knows of a strip; none when the strip is missing.
+std::optional<std::int64_t> OfStrip(GDALRasterBand& band, const char* item, int strip) {
+  const std::string name = std::string(item) + "_0_" + std::to_string(strip);
+  const char* const value = band.GetMetadataItem(name.c_str(), "TIFF");
+  if (!value) return std::nullopt;
+  return std::strtoll(value, nullptr, 10);
+}
+
+}  // namespace
+
+bool HasPlainRows(GDALDataset& dataset) {
+  if (!IsTiff(dataset) || Structure(dataset, "COMPRESSION")) return false;
+  const char* const interleave = Structure(dataset, "INTERLEAVE");
+  if (dataset.GetRasterCount() > 1 && !(interleave && EQUAL(interleave, "BAND"))) return false;
+  int width = 0;
+  int height = 0;
+  GDALRasterBand& band = *dataset.GetRasterBand(1);
+  band.GetBlockSize(&width, &height);
+  return width == dataset.GetRasterXSize() && !Structure(band, "NBITS");
+}
+
+std::int64_t UncompressedRows::Band::Place(int row) const {
+  return stripPlaces[static_cast<std::size_t>(row / stripRows)] + row % stripRows * rowStep;
+}
+
+std::unique_ptr<UncompressedRows> UncompressedRows::Open(GDALDataset& dataset,
+                                                         const std::vector<int>& bands,
+                                                         const PixelWindow& window) {
+  if constexpr (std::endian::native != std::endian::little) return nullptr;
+  std::string file = dataset.GetDescription();
+  if (!IsTiff(dataset)) {
+    GDALDataset::RawBinaryLayout layout;
+    if (!dataset.GetRawBinaryLayout(layout) || !layout.bLittleEndianOrder) return nullptr;
+    file = layout.osRawFilename;
+  } else if (!HasPlainRows(dataset)) {
+    return nullptr;
+  }
+  const bool writes = dataset.GetAccess() == GA_Update;
+  std::unique_ptr<UncompressedRows> rows(new UncompressedRows(file, writes, window));
+  if (!rows->file_.IsOpen() || (IsTiff(dataset) && !rows->IsLittleEndianTiff())) return nullptr;
+  for (const int band : bands)
+    if (!FindStrips(dataset, band, rows->bands_[band])) return nullptr;
+  return rows;
+}
+
+UncompressedRows::UncompressedRows(const std::string& file, bool writes, const PixelWindow& window)
+    : file_(open(file.c_str(), (writes ? O_RDWR : O_RDONLY) | O_CLOEXEC)), window_(window) {}
+
+bool UncompressedRows::IsLittleEndianTiff() const {
+  std::array<char, 2> mark = {};
+  return ReadAt(file_.Get(), mark.data(), mark.size(), 0) == 2 && mark[0] == 'I' && mark[1] == 'I';
+}
+
+bool UncompressedRows::FindStrips(GDALDataset& dataset, int bandNumber, Band& found) {
+  GDALRasterBand& band = *dataset.GetRasterBand(bandNumber);
+  found.type = band.GetRasterDataType();
+  const std::int64_t elementBytes = GDALGetDataTypeSizeBytes(found.type);
+  if (!IsTiff(dataset)) {
+    GDALDataset::RawBinaryLayout layout;
+    if (!dataset.GetRawBinaryLayout(layout) || layout.nPixelOffset != elementBytes) return false;
+    found.stripRows = dataset.GetRasterYSize();
+    found.rowStep = layout.nLineOffset;
+    found.stripPlaces = {static_cast<std::int64_t>(layout.nImageOffset) +
+                         (bandNumber - 1) * layout.nBandOffset};
+    return true;
+  }
+  int width = 0;
+  band.GetBlockSize(&width, &found.stripRows);
+  found.rowStep = width * elementBytes;
+  const int rows = dataset.GetRasterYSize();
+  for (int row = 0, strip = 0; row < rows; row += std::min(found.stripRows, rows - row), ++strip) {
+    const std::optional<std::int64_t> place = OfStrip(band, "BLOCK_OFFSET", strip);
+    const std::optional<std::int64_t> bytes = OfStrip(band, "BLOCK_SIZE", strip);
+    if (!place || !bytes || *bytes < std::min(found.stripRows, rows - row) * found.rowStep)
+      return false;
+    found.stripPlaces.push_back(*place);
+  }
+  return true;
+}
+
+std::string UncompressedRows::Read(int band, int firstRow, int rows, void* out, GDALDataType type) {
+  const Band& from = bands_.at(band);
+  if (from.type == type) return ReadElements(from, firstRow, rows, static_cast<std::byte*>(out));
+  const int bytes = GDALGetDataTypeSizeBytes(from.type);
+  const std::size_t elements =
+      static_cast<std::size_t>(rows) * static_cast<std::size_t>(window_.columns);
+  unconverted_.resize(elements * static_cast<std::size_t>(bytes));
+  std::string failure = ReadElements(from, firstRow, rows, unconverted_.data());
+  GDALCopyWords64(unconverted_.data(), from.type, bytes, out, type, GDALGetDataTypeSizeBytes(type),
+                  static_cast<GPtrDiff_t>(elements));
+  return failure;
+}
+
+UncompressedRows::Run UncompressedRows::NextRun(const Band& band, int firstRow, int endRow) const {
+  const std::int64_t elementBytes = GDALGetDataTypeSizeBytes(band.type);
+  const std::int64_t rowBytes = window_.columns * elementBytes;
+  const std::int64_t place = band.Place(firstRow);
+  int row = firstRow + 1;
+  while (row < endRow && band.Place(row) == place + (row - firstRow) * rowBytes) ++row;
+  return {row - firstRow, (row - firstRow) * rowBytes, place + window_.x * elementBytes};
+}
+
+std::string UncompressedRows::ReadElements(const Band& band, int firstRow, int rows,
+                                           std::byte* out) const {
+  for (int row = firstRow; row < firstRow + rows;) {
+    const Run run = NextRun(band, row, firstRow + rows);
+    const std::int64_t read =
+        ReadAt(file_.Get(), out, static_cast<std::size_t>(run.bytes), run.place);
+    if (read < 0) return std::strerror(errno);
+    if (read < run.bytes)
+      return "the file ends in row " + std::to_string(row + read / (run.bytes / run.rows));
+    out += run.bytes;
+    row += run.rows;
+  }
+  return "";
+}
+
+std::string UncompressedRows::Write(int bandNumber, int firstRow, int rows,
+                                    const void* values) const {
+  const Band& band = bands_.at(bandNumber);
+  const auto* next = static_cast<const std::byte*>(values);
+  for (int row = firstRow; row < firstRow + rows;) {
+    const Run run = NextRun(band, row, firstRow + rows);
+    if (!WriteAt(file_.Get(), next, static_cast<std::size_t>(run.bytes), run.place))
+      return std::strerror(errno);
+    next += run.bytes;
+    row += run.rows;
+  }
+  return "";
+}
+
+}  // namespace lumomixcalc::standalone
