@@ -38,7 +38,7 @@ BlockRowReader::BlockRowReader(GDALDataset& dataset, std::vector<int> bands,
   const std::size_t bytes = BytesOf(type_);
   rows_ = std::make_unique<ScratchRows>(bands_.size() * Size(blockRows_),
                                         Size(window_.columns) * bytes, space);
-  block_.resize(Size(blockColumns_) * Size(blockRows_) * bytes);
+  if (!LoadsWhole()) block_.resize(Size(blockColumns_) * Size(blockRows_) * bytes);
   row_.resize(Size(window_.columns) * bytes);
 }
 
@@ -61,7 +61,21 @@ bool BlockRowReader::Read(int band, int firstRow, int rows, void* out, GDALDataT
   return true;
 }
 
+// Blocks that are rows of blocks themselves, of nothing but the rows that are kept, need no second
+// copy here and none in GDAL's cache: they may be large.
+bool BlockRowReader::LoadsWhole() const {
+  int width = 0;
+  int height = 0;
+  dataset_.GetRasterBand(1)->GetBlockSize(&width, &height);
+  return dataset_.GetRasterCount() == 1 && rows_->InMemory() && width == window_.columns &&
+         width == dataset_.GetRasterXSize() && height == blockRows_;
+}
+
 bool BlockRowReader::Load(int blockRow, const std::stop_token& stop) {
+  if (LoadsWhole()) {
+    blockRowHeld_ = blockRow;
+    return dataset_.GetRasterBand(1)->ReadBlock(0, blockRow, rows_->Memory(0)) == CE_None;
+  }
   const int y = std::max(blockRow * blockRows_, window_.y);
   const int yEnd = static_cast<int>(
       std::min<std::int64_t>((std::int64_t{blockRow} + 1) * blockRows_, window_.y + window_.rows));
@@ -94,25 +108,31 @@ bool BlockRowReader::LoadBlock(int x, int columns, int y, int rows) {
 BlockRowWriter::BlockRowWriter(GDALDataset& dataset, ScratchSpace& space)
     : dataset_(dataset), elementBytes_(BytesOf(dataset.GetRasterBand(1)->GetRasterDataType())) {
   dataset.GetRasterBand(1)->GetBlockSize(&blockColumns_, &blockRows_);
-  // The last row of blocks, or the only one, may reach below the image; its rows are not stored.
-  const int stored = std::min(blockRows_, dataset.GetRasterYSize());
-  rows_ = std::make_unique<ScratchRows>(Size(dataset.GetRasterCount()) * Size(stored),
+  rows_ = std::make_unique<ScratchRows>(Size(dataset.GetRasterCount()) * Size(StoredRows()),
                                         Size(dataset.GetRasterXSize()) * elementBytes_, space);
-  block_.resize(Size(blockColumns_) * Size(blockRows_) * elementBytes_);
+  if (!FlushesWhole()) block_.resize(Size(blockColumns_) * Size(blockRows_) * elementBytes_);
+}
+
+// A single row of blocks may reach below the image; its rows there are not stored.
+int BlockRowWriter::StoredRows() const { return std::min(blockRows_, dataset_.GetRasterYSize()); }
+
+bool BlockRowWriter::FlushesWhole() const {
+  return rows_->InMemory() && blockColumns_ == dataset_.GetRasterXSize() &&
+         blockRows_ == StoredRows();
 }
 
 void BlockRowWriter::Put(int band, int firstRow, int rows, const void* values) {
-  const int stored = std::min(blockRows_, dataset_.GetRasterYSize());
   const std::size_t rowBytes = Size(dataset_.GetRasterXSize()) * elementBytes_;
   const auto* from = static_cast<const std::byte*>(values);
   for (int row = 0; row < rows; ++row)
-    rows_->Write(Size(band - 1) * Size(stored) + Size((firstRow + row) % blockRows_), 0,
+    rows_->Write(Size(band - 1) * Size(StoredRows()) + Size((firstRow + row) % blockRows_), 0,
                  from + Size(row) * rowBytes, rowBytes);
 }
 
 bool BlockRowWriter::Flush(int endRow, const std::stop_token& stop) {
   const int blockRow = (endRow - 1) / blockRows_;
   const int rows = endRow - blockRow * blockRows_;
+  if (FlushesWhole()) return FlushWhole(blockRow, rows);
   for (int blockColumn = 0; blockColumn * std::int64_t{blockColumns_} < dataset_.GetRasterXSize();
        ++blockColumn) {
     StopIfAsked(stop);
@@ -121,10 +141,21 @@ bool BlockRowWriter::Flush(int endRow, const std::stop_token& stop) {
   return true;
 }
 
+// The same for blocks that are rows of blocks themselves.
+bool BlockRowWriter::FlushWhole(int blockRow, int rows) {
+  for (int band = 1; band <= dataset_.GetRasterCount(); ++band) {
+    std::byte* const block = rows_->Memory(Size(band - 1) * Size(blockRows_));
+    const std::size_t rowBytes = Size(blockColumns_) * elementBytes_;
+    // Below the image a block is zero.
+    std::fill(block + Size(rows) * rowBytes, block + Size(blockRows_) * rowBytes, std::byte{0});
+    if (dataset_.GetRasterBand(band)->WriteBlock(0, blockRow, block) != CE_None) return false;
+  }
+  return true;
+}
+
 // One block of all bands, one after the other, so that a driver that interleaves them has them
 // together.
 bool BlockRowWriter::FlushBlock(int blockColumn, int blockRow, int rows) {
-  const int stored = std::min(blockRows_, dataset_.GetRasterYSize());
   const int x = blockColumn * blockColumns_;
   const int columns = std::min(blockColumns_, dataset_.GetRasterXSize() - x);
   const std::size_t blockRowBytes = Size(blockColumns_) * elementBytes_;
@@ -133,7 +164,7 @@ bool BlockRowWriter::FlushBlock(int blockColumn, int blockRow, int rows) {
     std::fill(block_.begin(), block_.end(), std::byte{0});
   for (int band = 1; band <= dataset_.GetRasterCount(); ++band) {
     for (int row = 0; row < rows; ++row)
-      rows_->Read(Size(band - 1) * Size(stored) + Size(row), Size(x) * elementBytes_,
+      rows_->Read(Size(band - 1) * Size(StoredRows()) + Size(row), Size(x) * elementBytes_,
                   block_.data() + Size(row) * blockRowBytes, Size(columns) * elementBytes_);
     if (dataset_.GetRasterBand(band)->WriteBlock(blockColumn, blockRow, block_.data()) != CE_None)
       return false;

@@ -29,7 +29,11 @@ class BlockRowReader {
   bool Read(int band, int firstRow, int rows, void* out, GDALDataType type,
             const std::stop_token& stop);
 
+  // Blocks of a band that GDAL's cache must hold so that none is decoded twice.
+  int CachedBlocks() const { return LoadsWhole() ? 0 : 2; }
+
  private:
+  bool LoadsWhole() const;
   bool Load(int blockRow, const std::stop_token& stop);
   bool LoadBlock(int x, int columns, int y, int rows);
   std::size_t StoredRow(std::size_t bandIndex, int y) const;
@@ -42,7 +46,7 @@ class BlockRowReader {
   int blockRows_ = 1;
   int blockRowHeld_ = -1;
   std::unique_ptr<ScratchRows> rows_;
-  std::vector<std::byte> block_;
+  std::vector<std::byte> block_;  // empty when blocks are loaded whole
   std::vector<std::byte> row_;
 };
 
@@ -60,6 +64,9 @@ class BlockRowWriter {
   bool Flush(int endRow, const std::stop_token& stop);
 
  private:
+  int StoredRows() const;
+  bool FlushesWhole() const;
+  bool FlushWhole(int blockRow, int rows);
   bool FlushBlock(int blockColumn, int blockRow, int rows);
 
   GDALDataset& dataset_;
@@ -67,7 +74,7 @@ class BlockRowWriter {
   int blockColumns_ = 1;
   int blockRows_ = 1;
   std::unique_ptr<ScratchRows> rows_;
-  std::vector<std::byte> block_;
+  std::vector<std::byte> block_;  // empty when blocks are flushed whole
 };
 
 }  // namespace lumomixcalc::standalone

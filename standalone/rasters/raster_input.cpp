@@ -166,7 +166,7 @@ std::int64_t RasterInput::CacheBytes(int stripRows) {
     // Where a strip reaches into the next row of blocks, that one takes the place of the last.
     const std::int64_t down = (stripInputRows - 1) / height + 1;
     // A driver that interleaves bands fills the cache with a block of each.
-    const std::int64_t blocks = blockRows_ ? 2 : across * down;
+    const std::int64_t blocks = blockRows_ ? blockRows_->CachedBlocks() : across * down;
     bytes += blocks * width * height * GDALGetDataTypeSizeBytes(band->GetRasterDataType());
   }
   return bytes;

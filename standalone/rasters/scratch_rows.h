@@ -27,6 +27,9 @@ class ScratchRows {
 
   bool InMemory() const { return !file_; }
 
+  // The rows from this one on, one after the other in memory; only when they are there.
+  std::byte* Memory(std::size_t row) { return memory_.data() + row * rowBytes_; }
+
   // Copies bytes to or from a row, from offset. Throw Failure.
   void Write(std::size_t row, std::size_t offset, const void* from, std::size_t bytes);
   void Read(std::size_t row, std::size_t offset, void* to, std::size_t bytes) const;
