@@ -9,12 +9,14 @@ install(FILES ${PROJECT_SOURCE_DIR}/packaging/lumomixcalc.bash
   DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
   RENAME lumomixcalc
   COMPONENT program)
-install(FILES ${PROJECT_SOURCE_DIR}/packaging/lumomixcalc.desktop
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/applications
-  COMPONENT program)
-install(FILES ${PROJECT_SOURCE_DIR}/packaging/lumomixcalc.svg
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps
-  COMPONENT program)
+if(LUMOMIXCALC_PANEL)
+  install(FILES ${PROJECT_SOURCE_DIR}/packaging/lumomixcalc.desktop
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/applications
+    COMPONENT panel)
+  install(FILES ${PROJECT_SOURCE_DIR}/packaging/lumomixcalc.svg
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps
+    COMPONENT panel)
+endif()
 install(FILES
     ${PROJECT_SOURCE_DIR}/README.md
     ${PROJECT_SOURCE_DIR}/docs/arithmetic.md
@@ -29,6 +31,9 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_COMPONENTS_ALL program development)
+if(LUMOMIXCALC_PANEL)
+  list(APPEND CPACK_COMPONENTS_ALL panel)
+endif()
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 
@@ -37,7 +42,15 @@ set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION science)
 # The libraries that the program needs, from those that it is linked to.
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SHLIBDEPS ON)
 set(CPACK_COMPONENT_PROGRAM_DESCRIPTION
-  "The program lumomixcalc: batch command line and panel, with its manual page.")
+  "The program lumomixcalc, for batch runs, with its manual page.")
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_RECOMMENDS lumomixcalc-panel)
+
+set(CPACK_DEBIAN_PANEL_PACKAGE_NAME lumomixcalc-panel)
+set(CPACK_DEBIAN_PANEL_PACKAGE_SECTION science)
+set(CPACK_DEBIAN_PANEL_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PANEL_PACKAGE_DEPENDS "lumomixcalc (= ${PROJECT_VERSION})")
+set(CPACK_COMPONENT_PANEL_DESCRIPTION
+  "The panel of lumomixcalc, with a live preview, as lumomixcalc -panel shows it.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME liblumomixcalc-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)

@@ -7,29 +7,37 @@
 
 #include "standalone/messages.h"
 #include "standalone/panel/panel_window.h"
+#include "standalone/panel_start.h"
 #include "standalone/rasters/gdal_setup.h"
 #include "standalone/runs/interruption.h"
 
 namespace lumomixcalc::standalone {
 namespace {
 
-bool IsSet(const char* variable) {
-  const char* const value = std::getenv(variable);
-  return value && *value != '\0';
+// What the toolkit says of a display that it cannot use, before it ends the process by itself. Must
+// not return then.
+void EndForWantOfDisplay(QtMsgType type, const QMessageLogContext&, const QString& message) {
+  static QString reason;
+  if (type != QtFatalMsg) {
+    if (reason.isEmpty()) reason = message;
+    return;
+  }
+  Tell("the panel cannot be shown: " + (reason.isEmpty() ? message : reason).toStdString());
+  std::_Exit(static_cast<int>(ExitStatus::kFailed));
 }
 
 }  // namespace
 
-bool PanelCanBeShown() { return IsSet("DISPLAY") || IsSet("WAYLAND_DISPLAY"); }
-
 void ShowPanel(const Options& options, RunContext& context) {
   // Without a display the toolkit would end the process by itself.
-  if (!PanelCanBeShown() && !IsSet("QT_QPA_PLATFORM"))
+  if (!DisplayIsNamed() && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
     throw Failure("-panel needs a display, and neither DISPLAY nor WAYLAND_DISPLAY is set");
   int argumentCount = 1;
   char programName[] = "lumomixcalc";
   char* arguments[] = {programName, nullptr};
+  const QtMessageHandler usual = qInstallMessageHandler(EndForWantOfDisplay);
   QApplication application(argumentCount, arguments);
+  qInstallMessageHandler(usual);
   // The toolkit takes the user's locale over; numbers in files and commands keep their point.
   std::setlocale(LC_NUMERIC, "C");
   QCoreApplication::setOrganizationName(QLatin1String(kProgramName));

@@ -7,12 +7,8 @@
 namespace lumomixcalc::standalone {
 
 // Shows the application's panel, with the settings of options first, until the user closes it. The
-// application must have read its arguments. Throws Failure, also when this program was built
-// without a panel.
+// application must have read its arguments. Throws Failure when there is no display.
 void ShowPanel(const Options& options, RunContext& context);
-
-// Whether this program has a panel and there is a display to show it on.
-bool PanelCanBeShown();
 
 }  // namespace lumomixcalc::standalone
 

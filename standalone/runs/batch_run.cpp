@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <limits>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -84,9 +85,7 @@ void WarnOfUnheldElements(const std::vector<BandStatistics>& statistics, const D
   }
 }
 
-}  // namespace
-
-RunReport RunBatch(const Options& options, RunContext& context, RunObserver& observer) {
+RunReport RunOnce(const Options& options, RunContext& context, RunObserver& observer) {
   const auto start = std::chrono::steady_clock::now();
   const std::string& outputName = options.files.at(context.registration.Output().number);
   const OutputFormat format = ChooseOutputFormat(options.format, outputName);
@@ -131,6 +130,20 @@ RunReport RunBatch(const Options& options, RunContext& context, RunObserver& obs
                       statistics};
   if (!options.statisticsFile.empty()) WriteReport(ReportAsJson(report), options.statisticsFile);
   return report;
+}
+
+}  // namespace
+
+RunReport RunBatch(const Options& options, RunContext& context, RunObserver& observer) {
+  const std::string& output = options.files.at(context.registration.Output().number);
+  // These failures know no file.
+  try {
+    return RunOnce(options, context, observer);
+  } catch (const std::bad_alloc&) {
+    throw Failure("there is not enough memory to make " + output);
+  } catch (const std::filesystem::filesystem_error& error) {
+    throw Failure("cannot write " + output + ": " + error.code().message());
+  }
 }
 
 }  // namespace lumomixcalc::standalone

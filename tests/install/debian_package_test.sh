@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Makes the Debian packages, installs the program's into an empty root, runs it there, removes it.
+# Makes the Debian packages, installs the programs' into an empty root, runs one there, removes them.
 # Exits with 77 (skipped) where that needs rights or tools that are not there.
 #
 #   debian_package_test.sh BUILD_FOLDER
@@ -14,10 +14,12 @@ fail() {
   echo "$1" >&2
   exit 1
 }
+depends() { dpkg-deb -f "$work"/packages/"$1"_*.deb Depends; }
 
 (cd "$work" && cpack --config "$build/CPackConfig.cmake" -B "$work/packages" >/dev/null)
-package=$(ls "$work"/packages/lumomixcalc_*.deb)
-dpkg-deb -f "$package" Depends | grep -q libgdal || fail "the package does not depend on GDAL"
+depends lumomixcalc | grep -q libgdal || fail "the program's package does not depend on GDAL"
+! depends lumomixcalc | grep -qi qt || fail "the batch program's package depends on Qt"
+depends lumomixcalc-panel | grep -q libqt6 || fail "the panel's package does not depend on Qt"
 dpkg-deb -c "$work"/packages/liblumomixcalc-dev_*.deb | grep -q liblumomixcalc_app.a ||
   fail "the development package lacks the library"
 
@@ -25,12 +27,14 @@ root=$work/root
 mkdir -p "$root"/var/lib/dpkg/{info,updates}
 touch "$root/var/lib/dpkg/status"
 # The libraries are this machine's; whether they are installed is not asked of the empty root.
-dpkg --root="$root" --force-depends --force-not-root -i "$package" >/dev/null 2>&1
+dpkg --root="$root" --force-depends --force-not-root -i "$work"/packages/lumomixcalc*.deb >/dev/null 2>&1
 "$root/usr/bin/lumomixcalc" --version
+told=$(QT_QPA_PLATFORM=none "$root/usr/bin/lumomixcalc" -panel 2>&1 || true)
+[[ $told == *'panel cannot be shown'* ]] || fail "-panel does not start the panel: $told"
 for file in man/man1/lumomixcalc.1 bash-completion/completions/lumomixcalc \
   applications/lumomixcalc.desktop icons/hicolor/scalable/apps/lumomixcalc.svg; do
   [[ -s $root/usr/share/$file ]] || fail "share/$file is not installed"
 done
-dpkg --root="$root" --remove lumomixcalc >/dev/null 2>&1
+dpkg --root="$root" --remove lumomixcalc-panel lumomixcalc >/dev/null 2>&1
 left=$(find "$root" -path "$root/var" -prune -o -type f -print)
 [[ -z $left ]] || fail "left behind: $left"
