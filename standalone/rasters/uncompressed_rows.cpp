@@ -37,9 +37,8 @@ bool HasPlainRows(GDALDataset& dataset) {
   if (dataset.GetRasterCount() > 1 && !(interleave && EQUAL(interleave, "BAND"))) return false;
   int width = 0;
   int height = 0;
-  GDALRasterBand& band = *dataset.GetRasterBand(1);
-  band.GetBlockSize(&width, &height);
-  return width == dataset.GetRasterXSize() && !Structure(band, "NBITS");
+  dataset.GetRasterBand(1)->GetBlockSize(&width, &height);
+  return width == dataset.GetRasterXSize();
 }
 
 std::int64_t UncompressedRows::Band::Place(int row) const {
@@ -92,6 +91,7 @@ bool UncompressedRows::FindStrips(GDALDataset& dataset, int bandNumber, Band& fo
   found.rowStep = width * elementBytes;
   const int rows = dataset.GetRasterYSize();
   for (int row = 0, strip = 0; row < rows; row += std::min(found.stripRows, rows - row), ++strip) {
+    // Less than whole elements are packed: half floats, twelve bits.
     const std::optional<std::int64_t> place = OfStrip(band, "BLOCK_OFFSET", strip);
     const std::optional<std::int64_t> bytes = OfStrip(band, "BLOCK_SIZE", strip);
     if (!place || !bytes || *bytes < std::min(found.stripRows, rows - row) * found.rowStep)
