@@ -1,7 +1,11 @@
 #include "standalone/rasters/integer_output.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstdint>
+#include <limits>
+#include <type_traits>
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -35,9 +39,39 @@ double Stored(float value, const DataMode& mode, const std::optional<double>& no
   return held > 0 ? held - 1 : held + 1;
 }
 
+constexpr std::size_t kLanes = 16;
+constexpr std::size_t kChunk = 16 * kLanes;  // floats; whole complex elements
+
+// Stores a chunk of values if the mode holds all of them as they are, but for their fractions.
+// Returns false otherwise, with nothing that matters stored. Loops without a branch over lanes side
+// by side are what compilers turn into vector instructions.
 template <typename Integer>
-void Store(std::span<const float> values, const DataMode& mode, const std::optional<double>& noData,
-           Integer* out, UnheldElements& counts) {
+bool StoreHeld(const float* values, const DataMode& mode, const std::optional<double>& noData,
+               Integer* out) {
+  const double lowest = mode.lowest;
+  const double highest = mode.highest;
+  const double avoided = noData.value_or(std::numeric_limits<double>::quiet_NaN());
+  std::array<double, kLanes> unheld = {};
+  for (std::size_t i = 0; i < kChunk; i += kLanes)
+    for (std::size_t lane = 0; lane < kLanes; ++lane) {
+      const double rounded = Rounded(values[i + lane]);
+      // Comparisons with NaN are false.
+      const double above = rounded > lowest ? rounded : lowest;
+      const double held = above < highest ? above : highest;
+      unheld[lane] = held == rounded ? unheld[lane] : 1;
+      unheld[lane] = held == avoided ? 1 : unheld[lane];
+      // A double becomes 32 bits with sign in one instruction, and from there fewer.
+      if constexpr (std::is_same_v<Integer, std::uint32_t>)
+        out[i + lane] = static_cast<Integer>(held);
+      else
+        out[i + lane] = static_cast<Integer>(static_cast<std::int32_t>(held));
+    }
+  return std::all_of(unheld.begin(), unheld.end(), [](double lane) { return lane == 0; });
+}
+
+template <typename Integer>
+void StoreAny(std::span<const float> values, const DataMode& mode,
+              const std::optional<double>& noData, Integer* out, UnheldElements& counts) {
   const std::size_t parts = mode.complex ? 2 : 1;
   for (std::size_t element = 0; element < values.size(); element += parts) {
     Losses losses;
@@ -46,6 +80,16 @@ void Store(std::span<const float> values, const DataMode& mode, const std::optio
     counts.saturated += losses.saturated ? 1 : 0;
     counts.moved += losses.moved ? 1 : 0;
     counts.nan += losses.nan ? 1 : 0;
+  }
+}
+
+template <typename Integer>
+void Store(std::span<const float> values, const DataMode& mode, const std::optional<double>& noData,
+           Integer* out, UnheldElements& counts) {
+  for (std::size_t i = 0; i < values.size(); i += kChunk) {
+    const std::span chunk = values.subspan(i, std::min(kChunk, values.size() - i));
+    if (chunk.size() < kChunk || !StoreHeld(chunk.data(), mode, noData, out + i))
+      StoreAny(chunk, mode, noData, out + i, counts);
   }
 }
 
