@@ -29,6 +29,15 @@ std::optional<std::int64_t> OfStrip(GDALRasterBand& band, const char* item, int 
   return std::strtoll(value, nullptr, 10);
 }
 
+// Whether GDAL knows all rows to stand at even distances in one file. It says so of real data
+// alone, and wrongly of half floats and of TIFFs without any strips.
+bool IsOnePiece(GDALDataset& dataset, GDALDataset::RawBinaryLayout& layout) {
+  return dataset.GetRawBinaryLayout(layout) && layout.bLittleEndianOrder &&
+         layout.nPixelOffset == GDALGetDataTypeSizeBytes(layout.eDataType) &&
+         !Structure(*dataset.GetRasterBand(1), "NBITS") &&
+         !(IsTiff(dataset) && layout.nImageOffset == 0);
+}
+
 }  // namespace
 
 bool HasPlainRows(GDALDataset& dataset) {
@@ -49,19 +58,20 @@ std::unique_ptr<UncompressedRows> UncompressedRows::Open(GDALDataset& dataset,
                                                          const std::vector<int>& bands,
                                                          const PixelWindow& window) {
   if constexpr (std::endian::native != std::endian::little) return nullptr;
-  std::string file = dataset.GetDescription();
-  if (!IsTiff(dataset)) {
-    GDALDataset::RawBinaryLayout layout;
-    if (!dataset.GetRawBinaryLayout(layout) || !layout.bLittleEndianOrder) return nullptr;
-    file = layout.osRawFilename;
-  } else if (!HasPlainRows(dataset)) {
-    return nullptr;
-  }
+  const bool isTiff = IsTiff(dataset);
+  if (isTiff && !HasPlainRows(dataset)) return nullptr;
+  GDALDataset::RawBinaryLayout layout;
+  const bool isOnePiece = IsOnePiece(dataset, layout);
+  if (!isTiff && !isOnePiece) return nullptr;
+  const std::string file = isOnePiece ? layout.osRawFilename : dataset.GetDescription();
   const bool writes = dataset.GetAccess() == GA_Update;
   std::unique_ptr<UncompressedRows> rows(new UncompressedRows(file, writes, window));
-  if (!rows->file_.IsOpen() || (IsTiff(dataset) && !rows->IsLittleEndianTiff())) return nullptr;
+  if (!rows->file_.IsOpen() || (isTiff && !rows->IsLittleEndianTiff())) return nullptr;
   for (const int band : bands)
-    if (!FindStrips(dataset, band, rows->bands_[band])) return nullptr;
+    if (isOnePiece)
+      rows->bands_[band] = BandOfOnePiece(dataset, layout, band);
+    else if (!FindStrips(*dataset.GetRasterBand(band), rows->bands_[band]))
+      return nullptr;
   return rows;
 }
 
@@ -73,27 +83,25 @@ bool UncompressedRows::IsLittleEndianTiff() const {
   return ReadAt(file_.Get(), mark.data(), mark.size(), 0) == 2 && mark[0] == 'I' && mark[1] == 'I';
 }
 
-bool UncompressedRows::FindStrips(GDALDataset& dataset, int bandNumber, Band& found) {
-  GDALRasterBand& band = *dataset.GetRasterBand(bandNumber);
+UncompressedRows::Band UncompressedRows::BandOfOnePiece(GDALDataset& dataset,
+                                                        const GDALDataset::RawBinaryLayout& layout,
+                                                        int band) {
+  return {layout.eDataType,
+          dataset.GetRasterYSize(),
+          layout.nLineOffset,
+          {static_cast<std::int64_t>(layout.nImageOffset) + (band - 1) * layout.nBandOffset}};
+}
+
+bool UncompressedRows::FindStrips(GDALRasterBand& band, Band& found) {
   found.type = band.GetRasterDataType();
-  const std::int64_t elementBytes = GDALGetDataTypeSizeBytes(found.type);
-  if (!IsTiff(dataset)) {
-    GDALDataset::RawBinaryLayout layout;
-    if (!dataset.GetRawBinaryLayout(layout) || layout.nPixelOffset != elementBytes) return false;
-    found.stripRows = dataset.GetRasterYSize();
-    found.rowStep = layout.nLineOffset;
-    found.stripPlaces = {static_cast<std::int64_t>(layout.nImageOffset) +
-                         (bandNumber - 1) * layout.nBandOffset};
-    return true;
-  }
   int width = 0;
   band.GetBlockSize(&width, &found.stripRows);
-  found.rowStep = width * elementBytes;
-  const int rows = dataset.GetRasterYSize();
+  found.rowStep = std::int64_t{width} * GDALGetDataTypeSizeBytes(found.type);
+  const int rows = band.GetYSize();
   for (int row = 0, strip = 0; row < rows; row += std::min(found.stripRows, rows - row), ++strip) {
-    // Less than whole elements are packed: half floats, twelve bits.
     const std::optional<std::int64_t> place = OfStrip(band, "BLOCK_OFFSET", strip);
     const std::optional<std::int64_t> bytes = OfStrip(band, "BLOCK_SIZE", strip);
+    // Less than whole elements are packed: half floats, twelve bits.
     if (!place || !bytes || *bytes < std::min(found.stripRows, rows - row) * found.rowStep)
       return false;
     found.stripPlaces.push_back(*place);

@@ -16,8 +16,7 @@
 namespace lumomixcalc::standalone {
 
 // Whether a raster is, by what GDAL tells of it, a TIFF of uncompressed strips in which no other
-// band's elements stand between those of a row. GDAL offers such files' layout as it does that of
-// raw files, but not for complex data, and wrongly for missing strips and half floats.
+// band's elements stand between those of a row.
 bool HasPlainRows(GDALDataset& dataset);
 
 // Reads or writes a window of some bands of a raster whose file holds each row of a band in one
@@ -58,7 +57,9 @@ class UncompressedRows {
 
   UncompressedRows(const std::string& file, bool writes, const PixelWindow& window);
   bool IsLittleEndianTiff() const;
-  static bool FindStrips(GDALDataset& dataset, int band, Band& found);
+  static Band BandOfOnePiece(GDALDataset& dataset, const GDALDataset::RawBinaryLayout& layout,
+                             int band);
+  static bool FindStrips(GDALRasterBand& band, Band& found);
   Run NextRun(const Band& band, int firstRow, int endRow) const;
   std::string ReadElements(const Band& band, int firstRow, int rows, std::byte* out) const;
 

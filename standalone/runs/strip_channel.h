@@ -4,10 +4,10 @@
 #include <cstddef>
 #include <exception>
 #include <functional>
+#include <memory>
 #include <stop_token>
 #include <thread>
 #include <utility>
-#include <vector>
 
 #include "standalone/runs/bounded_queue.h"
 
@@ -18,7 +18,7 @@ struct Strip {
   int firstRow = 0;
   int rows = 0;
   int band = 0;
-  std::vector<float> values;
+  std::unique_ptr<float[]> values;
 };
 
 // A handful of strips that go full from one thread to another and come back empty, so that memory
@@ -28,7 +28,8 @@ class StripChannel {
   StripChannel(std::size_t strips, std::size_t floatsPerStrip) : full(strips), empty(strips) {
     for (std::size_t i = 0; i < strips; ++i) {
       Strip strip;
-      strip.values.resize(floatsPerStrip);
+      // Not set to zero: whoever fills it first touches the memory.
+      strip.values = std::make_unique_for_overwrite<float[]>(floatsPerStrip);
       empty.Push(std::move(strip));
     }
   }

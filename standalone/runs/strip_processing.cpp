@@ -73,7 +73,7 @@ class InputStage {
       if (held_) channel_.empty.Push(std::move(*held_));
       held_ = Next(channel_.full, channel_, observer);
     }
-    session_.SetBlockData(input_.stream, held_->values.data());
+    session_.SetBlockData(input_.stream, held_->values.get());
   }
 
  private:
@@ -87,7 +87,7 @@ class InputStage {
         strip->firstRow = rows.first;
         strip->rows = rows.end - rows.first;
         strip->band = band;
-        input_.raster->Read(band, strip->firstRow, strip->rows, strip->values.data(), stop);
+        input_.raster->Read(band, strip->firstRow, strip->rows, strip->values.get(), stop);
         if (!channel_.full.Push(std::move(*strip))) return;
       }
   }
@@ -126,8 +126,8 @@ class OutputStage {
   void WriteAll(const std::stop_token& stop) {
     while (std::optional<Strip> strip = channel_.full.Pop()) {
       const auto bandIndex = static_cast<std::size_t>(strip->band) - 1;
-      CountRows(strip->values.data(), columns_, strip->rows, parts_, valid_[bandIndex]);
-      sink_.Write(strip->band, strip->firstRow, strip->rows, strip->values.data(), stop);
+      CountRows(strip->values.get(), columns_, strip->rows, parts_, valid_[bandIndex]);
+      sink_.Write(strip->band, strip->firstRow, strip->rows, strip->values.get(), stop);
       if (bandIndex + 1 == valid_.size())
         sink_.FlushCompleteBlocks(strip->firstRow + strip->rows, stop);
       channel_.empty.Push(std::move(*strip));
@@ -162,7 +162,7 @@ std::vector<BandStatistics> ProcessStrips(RunSession& session, StripSink& sink,
       strip.firstRow = rows.first;
       strip.rows = rows.end - rows.first;
       strip.band = static_cast<int>(i) + 1;
-      session.SetBlockData(session.OutputStream(), strip.values.data());
+      session.SetBlockData(session.OutputStream(), strip.values.get());
       session.Process(strip.rows, statistics[i].record);
       output.Write(std::move(strip));
     }
