@@ -9,7 +9,7 @@ import numpy as np
 from osgeo import gdal
 
 import harness
-from harness import WRONG_COMMAND_LINE, write
+from harness import write
 
 SHAPE = 40, 50
 HOLES = np.add.outer(np.arange(SHAPE[0]), np.arange(SHAPE[1])) % 7 == 0
@@ -70,7 +70,6 @@ class NoData(harness.ProgramTest):
         dataset, report = self.made(self.a, self.b, "-nodata=keep")
         self.assert_result(dataset, np.where(HOLES, -9998, VALUES + 1), None)
         self.assertEqual(report["bands"][0]["minimum"], -9998)
-        self.refused("-nodata=drop", self.a, self.out, "-nodata=drop", status=WRONG_COMMAND_LINE)
 
     def test_is_left_out_of_all_statistics(self):
         file = Path(self.path("report.json"))
@@ -106,8 +105,3 @@ class NoData(harness.ProgramTest):
         self.assertEqual(report, {
             "command": dataset.GetMetadataItem("LUMOMIXCALC_COMMAND"), "output": self.out,
             "format": "GTiff", "mode": "float32", "columns": SHAPE[1], "rows": SHAPE[0]})
-
-    def test_report_that_cannot_be_written(self):
-        for path in (self.folder, self.path("none/report.json")):
-            self.refused(path, self.a, self.b, self.out, f"-stats={path}")
-            self.assertFalse(os.path.exists(self.out))  # found out before the work
