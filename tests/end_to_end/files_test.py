@@ -131,13 +131,16 @@ class InPlace(FileTest):
 
     def test_file_beside_a_new_output_is_kept_unless_it_belongs_to_a_file_that_is_gone(self):
         arguments = self.a, self.b, self.path("out.img"), "-format=ENVI"
-        header, leaving = Path(self.path("out.hdr")), Path(self.path("out.img.aux.xml"))
+        header, leaving, overviews = (
+            Path(self.path(f"out.{ending}")) for ending in ("hdr", "img.aux.xml", "img.ovr"))
         header.write_text("old")
         self.refused(str(header), *arguments)
         self.assertEqual(sorted(os.listdir(self.folder)), ["a.tif", "b.tif", "out.hdr"])
         header.rename(leaving)
+        overviews.write_text("old")
         self.done(*arguments)
         self.assertNotEqual(leaving.read_text(), "old")
+        self.assertFalse(overviews.exists())
 
 
 class RepeatingCommand(FileTest):

@@ -7,7 +7,7 @@ from osgeo import gdal
 import harness
 from harness import GEOTRANSFORM, WRONG_COMMAND_LINE, bounds, write
 
-ROWS, COLUMNS = 150, 2000  # several strips
+ROWS, COLUMNS = 400, 2000  # several strips, of a coarser resolution too
 IMAGE = np.random.default_rng(2).normal(size=(3, ROWS, COLUMNS)).astype(np.float32)
 LEFT, TOP = GEOTRANSFORM[0], GEOTRANSFORM[3]
 
@@ -27,8 +27,8 @@ class Selection(harness.ProgramTest):
                          (LEFT + 30 * x, 30 * n, 0, TOP - 30 * y, 0, -30 * n))
 
     def test_region_and_window(self):
-        for x, y, columns, rows in ((0, 0, COLUMNS, ROWS), (5, 7, 11, 13), (1999, 149, 1, 1),
-                                    (1000, 0, 1000, 150), (0, 149, 2000, 1)):
+        for x, y, columns, rows in ((0, 0, COLUMNS, ROWS), (5, 7, 11, 13), (1999, 399, 1, 1),
+                                    (1000, 0, 1000, 400), (0, 399, 2000, 1)):
             left, right = LEFT + 30 * x, LEFT + 30 * (x + columns)
             bottom, top = TOP - 30 * (y + rows), TOP - 30 * y
             for option in (f"-region={x}:{y}:{columns}:{rows}",
@@ -43,12 +43,12 @@ class Selection(harness.ProgramTest):
 
     def test_part_that_is_not_inside_is_refused_with_the_size(self):
         copying = self.a, self.out, "-operator=a1b"
-        for option in ("-region=0:0:2001:1", "-region=0:150:1:1", "-region=-1:0:5:5",
+        for option in ("-region=0:0:2001:1", "-region=0:400:1:1", "-region=-1:0:5:5",
                        "-region=2147483647:0:2147483647:1", "-window=0:0:1:1",
                        "-window=599990:5099000:600100:5099900"):
-            self.refused(f"{option} is not inside {self.a} (File1), which has 2000 x 150 pixels",
+            self.refused(f"{option} is not inside {self.a} (File1), which has 2000 x 400 pixels",
                          *copying, option)
-        self.refused("leaves no pixel of the 2000 x 150 pixels", *copying, "-resolution=151")
+        self.refused("leaves no pixel of the 2000 x 400 pixels", *copying, "-resolution=401")
         self.refused("there is no band 4", *copying, "-bands=4")
 
     def test_malformed_options(self):
