@@ -85,10 +85,13 @@ class Formats(FileTest):
         self.assert_array(self.out, RAMP[1])
 
     def test_modes_store_their_types_and_saturate(self):
-        values = np.array([0, -0.5, 0.5, 1.5, 2.5, 0.49999997, -0.6, 255.4, 255.5, -70000, 70000,
-                           2147483648, -2147483904, 4294967040, 3e9, -3e9, 5e9, np.inf, -np.inf,
-                           np.nan], np.float32)
-        pairs = np.append(values[:-3] + 1j * values[-4::-1], complex(np.nan, np.nan))
+        edges = (0, -0.5, 0.5, 1.5, 2.5, 0.49999997, -0.6, 255.4, 255.5, -70000, 70000, 2147483648,
+                 -2147483904, 4294967040, 3e9, -3e9, 5e9, np.inf, -np.inf, np.nan)
+        # Far from each other: numbers are stored many at a time where all can be.
+        values = np.arange(256 * len(edges), dtype=np.float32) % 256 / 4
+        values[13::256] = edges
+        finite = values[np.isfinite(values)]
+        pairs = np.append(finite + 1j * finite[::-1], complex(np.nan, np.nan))
         for mode in ("byte", "int16", "uint16", "int32", "uint32", "float32", "float64", "cint16",
                      "cfloat32"):
             pixels = pairs.astype(np.complex64) if mode.startswith("c") else values
