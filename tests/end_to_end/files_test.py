@@ -84,6 +84,11 @@ class Formats(FileTest):
         self.done(self.a, self.b, self.out)
         self.assert_array(self.out, RAMP[1])
 
+    def test_signed_bytes_are_read_with_their_signs(self):
+        write(self.a, np.uint8([[127, 128, 255]]), creationOptions=["PIXELTYPE=SIGNEDBYTE"])
+        self.done(self.a, self.out, "-operator=a1b")
+        self.assert_array(self.out, [[127, -128, -1]])
+
     def test_modes_store_their_types_and_saturate(self):
         edges = (0, -0.5, 0.5, 1.5, 2.5, 0.49999997, -0.6, 255.4, 255.5, -70000, 70000, 2147483648,
                  -2147483904, 4294967040, 3e9, -3e9, 5e9, np.inf, -np.inf, np.nan)
@@ -200,6 +205,7 @@ class CommandLines(FileTest):
     def test_what_cannot_be_done_is_told_in_one_sentence(self):
         a, b, out, text = self.a, self.b, self.out, self.path("text.tif")
         Path(text).write_text("no raster")
+        os.mkfifo(self.path("pipe"))
         for named, *arguments in (
                 ("Operation requires File2, but it does not exist.", a, out),
                 ("missing.tif", self.path("missing.tif"), b, out),
@@ -210,6 +216,7 @@ class CommandLines(FileTest):
                 (self.path("none"), a, b, self.path("none/out.tif")),
                 (b, a, b, f"{b}/out.tif"),
                 (text, a, b, text),
+                (self.path("pipe"), a, b, self.path("pipe"), "-overwrite"),
                 ("/vsimem/out.tif", a, b, "/vsimem/out.tif"),
                 ("PNG cannot hold float32", a, b, self.path("out.png")),
                 ("AAIGrid cannot hold cfloat32", a, b, self.path("out.asc"), "-mode=cfloat32"),
@@ -218,5 +225,5 @@ class CommandLines(FileTest):
                 (self.folder, a, b, out, f"-stats={self.folder}"),
                 (self.path("none"), a, b, out, f"-stats={self.path('none/report.json')}")):
             self.refused(named, *arguments)
-        self.assertEqual(sorted(os.listdir(self.folder)), ["a.tif", "b.tif", "text.tif"])
+        self.assertEqual(sorted(os.listdir(self.folder)), ["a.tif", "b.tif", "pipe", "text.tif"])
         self.assertEqual(Path(text).read_text(), "no raster")
