@@ -28,6 +28,7 @@ LAYOUTS = (  # file, driver, creation options
 OUTPUT_LAYOUTS = (
     *LAYOUTS,
     ("copied-text.asc", "AAIGrid", ()),
+    ("copied-points.xyz", "XYZ", ()),
     ("netcdf.nc", "netCDF", ()),
     ("a.tif", "GTiff", TILES),  # in place of an input
 )
