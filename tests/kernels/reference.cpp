@@ -1,42 +1,60 @@
 #include "tests/kernels/reference.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
+#include <cstdlib>
+#include <map>
+#include <string>
+#include <vector>
 
-#include "kernels/element_operations.h"
-#include "kernels/post_operations.h"
-#include "kernels/proc_as_complex.h"
-#include "kernels/proc_as_real.h"
+#include "ops/selection.h"
+#include "tests/ops/expected_catalogue.h"
 
 namespace lumomixcalc {
+namespace {
 
-Number operator*(Number x, Number y) {
+// ---- Arithmetic ---------------------------------------------------------------------------------
+
+// A number at working precision: x, without an imaginary part, or x + iy. The two are not the same
+// where y is 0: 0 * inf is NaN.
+struct Number {
+  Number(double x) : re(x), isReal(true) {}  // NOLINT(google-explicit-constructor)
+  Number(double x, double y) : re(x), im(y) {}
+
+  double re;
+  double im = 0;
+  bool isReal = false;
+};
+using N = Number;
+
+N operator+(N x, N y) {
+  if (x.isReal) return x.re + y.re;
+  return {x.re + y.re, x.im + y.im};
+}
+
+N operator*(N x, N y) {
   if (x.isReal) return x.re * y.re;
   return {x.re * y.re - x.im * y.im, x.re * y.im + x.im * y.re};
 }
 
-Number operator/(Number x, Number y) {
+N operator/(N x, N y) {
   if (x.isReal) return x.re / y.re;
   const double r = 1 / (y.re * y.re + y.im * y.im);
   return {(x.re * y.re + x.im * y.im) * r, (x.im * y.re - x.re * y.im) * r};
 }
 
-Number Conj(Number x) { return {x.re, -x.im}; }
-
-namespace {
-
-Number operator+(Number x, Number y) {
-  if (x.isReal) return x.re + y.re;
-  return {x.re + y.re, x.im + y.im};
-}
+N Conj(N x) { return {x.re, -x.im}; }
 
 // To single precision. Not inlined, since g++ 12 drops the rounding of two numbers side by side.
 [[gnu::noinline]] float Single(double v) { return static_cast<float>(v); }
 
 bool IsZeroOrNan(double v) { return v == 0 || std::isnan(v); }
 
-double Modulus(Number x) {
+double Modulus(N x) {
   const double re = std::abs(x.re);
   const double im = std::abs(x.im);
   const double s = Single(re >= im ? re : im);
@@ -44,93 +62,193 @@ double Modulus(Number x) {
   return s * std::sqrt((x.re / s) * (x.re / s) + (x.im / s) * (x.im / s));
 }
 
-Number Abs(Number x) {
-  if (x.isReal) return x.re >= 0 ? x.re : -x.re;
-  return {Modulus(x), 0};
-}
-
-Number Ln(Number x) {
+N Ln(N x) {
   if (x.isReal) return std::log(x.re);
   return {logf(Single(Modulus(x))), atan2f(Single(x.im), Single(x.re))};
 }
 
-Number Power(Number x, Number exponent) {
-  if (x.isReal) return std::pow(x.re, exponent.re);
+// ---- Formulas -----------------------------------------------------------------------------------
+
+N Af1(N f1, N, N a, N) { return a * f1; }
+N Af1PlusB(N f1, N, N a, N b) { return a * f1 + b; }
+N Af1PlusBf2(N f1, N f2, N a, N b) { return a * f1 + b * f2; }
+N Af1TimesF2(N f1, N f2, N a, N) { return (a * f1) * f2; }
+N Af1DividedByF2(N f1, N f2, N a, N) { return (a * f1) / f2; }
+N Af1TimesConjBf2(N f1, N f2, N a, N b) { return (a * f1) * Conj(b * f2); }
+N ConjAf1(N f1, N, N a, N) { return Conj(a * f1); }
+N ADividedByF2(N, N f2, N a, N) { return a / f2; }
+N ALn(N f1, N, N a, N b) { return a * Ln(f1 + b); }
+
+N AbsAf1(N f1, N, N a, N) {
+  const N x = a * f1;
+  if (x.isReal) return x.re >= 0 ? x.re : -x.re;
+  return {Modulus(x), 0};
+}
+
+N APhase(N f1, N, N a, N) {
+  if (IsZeroOrNan(f1.re) || IsZeroOrNan(f1.im)) return {0, 0};
+  const double theta = std::atan2(f1.im, f1.re);
+  return {Single(a.re * theta), Single(a.im * theta)};
+}
+
+N PowA(N f1, N, N a, N b) {
+  const N x = f1 + b;
+  if (x.isReal) return std::pow(x.re, a.re);
   if (IsZeroOrNan(x.re) && IsZeroOrNan(x.im)) return {0, 0};
-  const Number p = Ln(x) * exponent;
+  const N p = Ln(x) * a;
   const double e = expf(Single(p.re));
   const double theta = Single(p.im);
   return {std::cos(theta) * e, std::sin(theta) * e};
 }
 
-Number Phase(Number x, Number a) {
-  if (IsZeroOrNan(x.re) || IsZeroOrNan(x.im)) return {0, 0};
-  const double theta = std::atan2(x.im, x.re);
-  return {Single(a.re * theta), Single(a.im * theta)};
-}
+// ---- Folded coefficients ------------------------------------------------------------------------
 
-double AsItIs(double v) { return v; }
-double NanBecomesZero(double v) { return v > 0 ? v : 0; }
-double NanPasses(double v) { return v <= 0 ? 0 : v; }
+struct Folded {
+  N a, b;
+};
 
-// ---- The table ----------------------------------------------------------------------------------
+Folded AsTheyAre(N a, N b) { return {a, b}; }
+Folded Difference(N a, N b) { return {a, {-b.re, -b.im}}; }
+Folded Product(N a, N b) { return {a * b, {1, 0}}; }
+Folded ConjProduct(N a, N b) { return {a * Conj(b), {1, 0}}; }
+Folded Quotient(N a, N b) { return {a / b, {1, 0}}; }
+Folded AAlone(N a, N) { return {a * N(1, 0), {1, 0}}; }
+Folded ConjAAlone(N a, N) { return {Conj(a) * N(1, 0), {1, 0}}; }
+Folded ABesideZero(N a, N) { return {a, {0, 0}}; }
 
-using V = Number;
-using Table = std::vector<KernelCase>;
-using Formula = decltype(KernelCase::formula);
-using Post = decltype(KernelCase::post);
+// ---- Operators ----------------------------------------------------------------------------------
 
-template <template <class> class Op, bool kClamps = true>
-void AddComplex(Table& table, const std::string& name, Formula formula) {
-  using C = Op<std::complex<float>>;
-  table.push_back(
-      {"Complex" + name, ProcAsComplex<C, UnaryNoOp<float>>::Apply, formula, AsItIs, true});
-  if constexpr (kClamps) {
-    table.push_back({"Complex" + name + "Clamped", ProcAsComplex<C, ClampAtZero>::Apply, formula,
-                     NanBecomesZero, true});
+// What an operator computes: the first line whose condition holds. Conditions, and what asks for
+// complex arithmetic, by letter: o, 1, 2 the output, File1, File2 is complex; a, b the imaginary
+// part of A, B is not zero; 0 both parts of B are zero; * in any case. A NaN counts as zero, too.
+constexpr struct Plan {
+  std::int32_t op;
+  char condition;
+  N (*formula)(N f1, N f2, N a, N b);
+  const char* complexBy;
+  Folded (*fold)(N a, N b);
+  bool clamps = true;
+  bool realKeepsNan = false;  // under a clamp
+} kPlans[] = {
+    {0, '0', Af1, "o1", AAlone},
+    {0, '*', Af1PlusBf2, "o12", AsTheyAre},
+    {1, '0', Af1, "o1", AAlone},
+    {1, '*', Af1PlusBf2, "o12", Difference},
+    {2, '*', Af1TimesF2, "o12", Product},
+    {3, '*', Af1DividedByF2, "o12", Quotient},
+    {4, '2', Af1TimesConjBf2, "*", AsTheyAre},
+    {4, '*', Af1TimesF2, "o1", ConjProduct},
+    {5, '*', AbsAf1, "o1a", AsTheyAre, false},
+    {6, '1', ConjAf1, "*", ABesideZero},
+    {6, '*', Af1, "o", ConjAAlone},
+    {7, '*', APhase, "*", AsTheyAre},
+    {8, '0', Af1, "o1", AAlone},
+    {8, '*', Af1PlusB, "o1", AsTheyAre},
+    {9, '*', Af1, "o1", Product},
+    {10, '*', ADividedByF2, "o2", Quotient},
+    {11, '*', ALn, "o1b", AsTheyAre, true, true},
+    {12, '*', PowA, "o1ab", AsTheyAre, true, true},
+};
+
+// A plan with the letters of a run filled in.
+struct RunPlan {
+  explicit RunPlan(const OperatorRun& run) {
+    const std::map<char, bool> holds = {
+        {'o', run.outComplex != 0},
+        {'1', run.in1Complex != 0},
+        {'2', run.in2Complex != 0},
+        {'a', !IsZeroOrNan(run.a.imag())},
+        {'b', !IsZeroOrNan(run.b.imag())},
+        {'0', IsZeroOrNan(run.b.real()) && IsZeroOrNan(run.b.imag())},
+        {'*', true}};
+    while (plan->op != run.op || !holds.at(plan->condition)) ++plan;
+    for (const char letter : std::string(plan->complexBy)) isComplex |= holds.at(letter);
+    const auto [foldedA, foldedB] =
+        plan->fold({run.a.real(), run.a.imag()}, {run.b.real(), run.b.imag()});
+    a = {Single(foldedA.re), Single(foldedA.im)};
+    b = {Single(foldedB.re), Single(foldedB.im)};
   }
-}
 
-template <template <class> class Op, bool kClamps = true>
-void Add(Table& table, const std::string& name, Formula formula, Post realClamp = NanBecomesZero) {
-  using R = Op<float>;
-  table.push_back({"Real" + name, ProcAsReal<R, UnaryNoOp<float>>::Apply, formula, AsItIs, false});
-  if constexpr (kClamps) {
-    table.push_back(
-        {"Real" + name + "Clamped", ProcAsReal<R, ClampAtZero>::Apply, formula, realClamp, false});
+  const Plan* plan = kPlans;
+  bool isComplex = false;
+  std::complex<float> a, b;
+};
+
+// Applies the plan to n elements; `out` must not overlap the inputs.
+void Apply(const RunPlan& plan, const OperatorRun& run, float* out, OutputStats& stats,
+           const float* in1, const float* in2, std::int32_t n) {
+  const auto number = [&](const float* buffer, bool isPairs, std::int32_t i) -> N {
+    if (!plan.isComplex) return buffer[i];
+    return isPairs ? N(buffer[2 * i], buffer[2 * i + 1]) : N(buffer[i], 0);
+  };
+  const N a = plan.isComplex ? N(plan.a.real(), plan.a.imag()) : N(plan.a.real());
+  const N b = plan.isComplex ? N(plan.b.real(), plan.b.imag()) : N(plan.b.real());
+  const bool clamp = run.clamp != 0 && plan.plan->clamps && run.outComplex == 0;
+  const bool keepsNan = plan.plan->realKeepsNan && !plan.isComplex;
+  const bool backward = run.outComplex != 0 && (run.in1Complex == 0 || run.in2Complex == 0);
+  for (std::int32_t step = 0; step < n; ++step) {
+    const std::int32_t i = backward ? n - 1 - step : step;
+    const N f1 = number(in1, run.in1Complex != 0, i);
+    const N f2 = number(in2, run.in2Complex != 0, i);
+    const N w = plan.plan->formula(f1, f2, a, b);
+    const bool stays = !clamp || w.re > 0 || (keepsNan && std::isnan(w.re));
+    const double v = stays ? w.re : 0;
+    out[run.outComplex != 0 ? 2 * i : i] = static_cast<float>(v);
+    if (run.outComplex != 0) out[2 * i + 1] = static_cast<float>(w.im);
+    ReferenceCount(v, stats);
   }
-  AddComplex<Op, kClamps>(table, name, formula);
-}
-
-Table MakeTable() {
-  Table t;
-  Add<AF1>(t, "AF1", [](V f1, V, V a, V) { return a * f1; });
-  Add<AF1_Plus_B>(t, "AF1_Plus_B", [](V f1, V, V a, V b) { return a * f1 + b; });
-  Add<AF1_Plus_BF2>(t, "AF1_Plus_BF2", [](V f1, V f2, V a, V b) { return a * f1 + b * f2; });
-  Add<AF1_Times_F2>(t, "AF1_Times_F2", [](V f1, V f2, V a, V) { return (a * f1) * f2; });
-  Add<AF1_DividedBy_F2>(t, "AF1_DividedBy_F2", [](V f1, V f2, V a, V) { return (a * f1) / f2; });
-  Add<A_DividedBy_F2>(t, "A_DividedBy_F2", [](V, V f2, V a, V) { return a / f2; });
-  Add<Abs_AF1, false>(t, "Abs_AF1", [](V f1, V, V a, V) { return Abs(a * f1); });
-  Add<A_Ln_F1_Plus_B>(
-      t, "A_Ln_F1_Plus_B", [](V f1, V, V a, V b) { return a * Ln(f1 + b); }, NanPasses);
-  Add<F1_Plus_B_Pow_A>(
-      t, "F1_Plus_B_Pow_A", [](V f1, V, V a, V b) { return Power(f1 + b, a); }, NanPasses);
-  AddComplex<Conj_AF1>(t, "Conj_AF1", [](V f1, V, V a, V) { return Conj(a * f1); });
-  AddComplex<A_Phase_F1>(t, "A_Phase_F1", [](V f1, V, V a, V) { return Phase(f1, a); });
-  AddComplex<AF1_Times_Conj_BF2>(t, "AF1_Times_Conj_BF2",
-                                 [](V f1, V f2, V a, V b) { return (a * f1) * Conj(b * f2); });
-  return t;
 }
 
 }  // namespace
 
-const std::vector<KernelCase>& AllKernels() {
-  static const Table table = MakeTable();
-  return table;
+void ExpectPlainRule(const OperatorRun& run, std::int32_t n, bool special, Place place,
+                     std::mt19937& random) {
+  SCOPED_TRACE(testing::Message() << kExpectedOperators[run.op].label << ", A = " << run.a
+                                  << ", B = " << run.b << ", clamp " << run.clamp << ", complex "
+                                  << run.outComplex << " of " << run.in1Complex << ", "
+                                  << run.in2Complex << "; n " << n << ", special " << special
+                                  << ", place " << static_cast<int>(place));
+  const std::size_t room = 2 * static_cast<std::size_t>(n) + 32;
+  std::vector<float> before(3 * room);
+  std::generate(before.begin(), before.end(), [&] { return Draw(special, random); });
+  const std::size_t in1 = 16 + random() % 16;
+  const std::size_t in2 = place == Place::kOverBoth ? in1 : room + 16 + random() % 16;
+  std::size_t out = place == Place::kOverFile2 ? in2 : in1;
+  if (place == Place::kSeparate) out = 2 * room + random() % 16;
+  const OutputStats start = {Draw(special, random), Draw(special, random), Draw(special, random)};
+
+  const RunPlan plan(run);
+  std::vector<float> expected = before;
+  OutputStats expectedStats = start;
+  Apply(plan, run, &expected[out], expectedStats, &before[in1], &before[in2], n);
+
+  SelectedProc* const selected = SelectProcessing(
+      run.op, run.clamp, reinterpret_cast<const float*>(&run.a),
+      reinterpret_cast<const float*>(&run.b), run.outComplex, run.in1Complex, run.in2Complex);
+  std::vector<float> actual = before;
+  OutputStats stats = start;
+  PerformProcessing(&actual[out], &stats.minimum, &actual[in1], &actual[in2], n, selected);
+  const ProcParams params = selected->params;
+  std::free(selected);
+
+  EXPECT_TRUE(SameBits(params.A, plan.a) && SameBits(params.B, plan.b))
+      << "folded to " << params.A << ", " << params.B << ", expected " << plan.a << ", " << plan.b;
+  EXPECT_TRUE(SameBits(stats, expectedStats))
+      << "record " << stats.minimum << " " << stats.maximum << " " << stats.sum << ", expected "
+      << expectedStats.minimum << " " << expectedStats.maximum << " " << expectedStats.sum;
+  for (std::size_t i = 0; i < actual.size(); ++i) {
+    ASSERT_TRUE(SameBits(actual[i], expected[i]))
+        << "float " << static_cast<std::ptrdiff_t>(i - out) << " of the output is " << actual[i]
+        << ", expected " << expected[i];
+  }
 }
 
-const KernelCase& Kernel(const std::string& name) {
-  return *std::ranges::find(AllKernels(), name, &KernelCase::name);
+float Draw(bool special, std::mt19937& random) {
+  static constexpr std::array kSpecials = {0.0F,   -0.0F,     1.0F,     -1.0F, 1e-45F, -1e-45F,
+                                           1e-30F, -3e-39F,   -1e30F,   3e38F, -3e38F, 1e10F,
+                                           2.5F,   -INFINITY, INFINITY, NAN};
+  return special ? kSpecials[random() % kSpecials.size()]
+                 : std::uniform_real_distribution<float>(-10, 10)(random);
 }
 
 void ReferenceCount(double v, OutputStats& stats) {
@@ -139,33 +257,13 @@ void ReferenceCount(double v, OutputStats& stats) {
   stats.sum = static_cast<float>(v + stats.sum);
 }
 
-void ApplyReference(const KernelCase& kernel, float* out, OutputStats& stats, const float* in1,
-                    const float* in2, std::int32_t n, const ProcParams& params) {
-  const auto number = [&](const float* buffer, std::int32_t isComplex, std::int32_t i) -> Number {
-    if (!kernel.isComplex) return buffer[i];
-    if (isComplex == 0) return {buffer[i], 0};
-    return {buffer[2 * i], buffer[2 * i + 1]};
-  };
-  const auto coefficient = [&](std::complex<float> z) {
-    return kernel.isComplex ? Number(z) : Number(z.real());
-  };
-  const bool complexOut = kernel.isComplex && params.outComplex != 0;
-  const bool backward = complexOut && (params.in1Complex == 0 || params.in2Complex == 0);
-  for (std::int32_t step = 0; step < n; ++step) {
-    const std::int32_t i = backward ? n - 1 - step : step;
-    const Number w =
-        kernel.formula(number(in1, params.in1Complex, i), number(in2, params.in2Complex, i),
-                       coefficient(params.A), coefficient(params.B));
-    const double v = kernel.post(w.re);
-    out[complexOut ? 2 * i : i] = static_cast<float>(v);
-    if (complexOut) out[2 * i + 1] = static_cast<float>(w.im);
-    ReferenceCount(v, stats);
-  }
-}
-
 bool SameBits(float a, float b) {
   return (std::isnan(a) && std::isnan(b)) ||
          std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b);
+}
+
+bool SameBits(std::complex<float> a, std::complex<float> b) {
+  return SameBits(a.real(), b.real()) && SameBits(a.imag(), b.imag());
 }
 
 bool SameBits(const OutputStats& a, const OutputStats& b) {
