@@ -154,9 +154,9 @@ constexpr struct Plan {
 struct RunPlan {
   explicit RunPlan(const OperatorRun& run) {
     const std::map<char, bool> holds = {
-        {'o', run.outComplex != 0},
-        {'1', run.in1Complex != 0},
-        {'2', run.in2Complex != 0},
+        {'o', run.layout.out != 0},
+        {'1', run.layout.in1 != 0},
+        {'2', run.layout.in2 != 0},
         {'a', !IsZeroOrNan(run.a.imag())},
         {'b', !IsZeroOrNan(run.b.imag())},
         {'0', IsZeroOrNan(run.b.real()) && IsZeroOrNan(run.b.imag())},
@@ -175,39 +175,44 @@ struct RunPlan {
 };
 
 // Applies the plan to n elements; `out` must not overlap the inputs.
-void Apply(const RunPlan& plan, const OperatorRun& run, float* out, OutputStats& stats,
-           const float* in1, const float* in2, std::int32_t n) {
+void Apply(const RunPlan& plan, const OperatorRun& run, const Layout& layout, float* out,
+           OutputStats& stats, const float* in1, const float* in2, std::int32_t n) {
   const auto number = [&](const float* buffer, bool isPairs, std::int32_t i) -> N {
     if (!plan.isComplex) return buffer[i];
     return isPairs ? N(buffer[2 * i], buffer[2 * i + 1]) : N(buffer[i], 0);
   };
   const N a = plan.isComplex ? N(plan.a.real(), plan.a.imag()) : N(plan.a.real());
   const N b = plan.isComplex ? N(plan.b.real(), plan.b.imag()) : N(plan.b.real());
-  const bool clamp = run.clamp != 0 && plan.plan->clamps && run.outComplex == 0;
+  const bool clamp = run.clamp != 0 && plan.plan->clamps && run.layout.out == 0;
   const bool keepsNan = plan.plan->realKeepsNan && !plan.isComplex;
-  const bool backward = run.outComplex != 0 && (run.in1Complex == 0 || run.in2Complex == 0);
+  const bool pairs = plan.isComplex && layout.out != 0;
+  const bool backward = pairs && (layout.in1 == 0 || layout.in2 == 0);
   for (std::int32_t step = 0; step < n; ++step) {
     const std::int32_t i = backward ? n - 1 - step : step;
-    const N f1 = number(in1, run.in1Complex != 0, i);
-    const N f2 = number(in2, run.in2Complex != 0, i);
+    const N f1 = number(in1, layout.in1 != 0, i);
+    const N f2 = number(in2, layout.in2 != 0, i);
     const N w = plan.plan->formula(f1, f2, a, b);
     const bool stays = !clamp || w.re > 0 || (keepsNan && std::isnan(w.re));
     const double v = stays ? w.re : 0;
-    out[run.outComplex != 0 ? 2 * i : i] = static_cast<float>(v);
-    if (run.outComplex != 0) out[2 * i + 1] = static_cast<float>(w.im);
+    out[pairs ? 2 * i : i] = static_cast<float>(v);
+    if (pairs) out[2 * i + 1] = static_cast<float>(w.im);
     ReferenceCount(v, stats);
   }
 }
 
+std::string Text(const Layout& layout) {
+  return testing::PrintToString(std::array{layout.out, layout.in1, layout.in2});
+}
+
 }  // namespace
 
-void ExpectPlainRule(const OperatorRun& run, std::int32_t n, bool special, Place place,
-                     std::mt19937& random) {
+void ExpectPlainRule(const OperatorRun& run, const Layout& layout, std::int32_t n, bool special,
+                     Place place, std::mt19937& random) {
   SCOPED_TRACE(testing::Message() << kExpectedOperators[run.op].label << ", A = " << run.a
-                                  << ", B = " << run.b << ", clamp " << run.clamp << ", complex "
-                                  << run.outComplex << " of " << run.in1Complex << ", "
-                                  << run.in2Complex << "; n " << n << ", special " << special
-                                  << ", place " << static_cast<int>(place));
+                                  << ", B = " << run.b << ", clamp " << run.clamp
+                                  << ", selected for layout " << Text(run.layout)
+                                  << ", called with " << Text(layout) << "; n " << n << ", special "
+                                  << special << ", place " << static_cast<int>(place));
   const std::size_t room = 2 * static_cast<std::size_t>(n) + 32;
   std::vector<float> before(3 * room);
   std::generate(before.begin(), before.end(), [&] { return Draw(special, random); });
@@ -220,15 +225,16 @@ void ExpectPlainRule(const OperatorRun& run, std::int32_t n, bool special, Place
   const RunPlan plan(run);
   std::vector<float> expected = before;
   OutputStats expectedStats = start;
-  Apply(plan, run, &expected[out], expectedStats, &before[in1], &before[in2], n);
+  Apply(plan, run, layout, &expected[out], expectedStats, &before[in1], &before[in2], n);
 
   SelectedProc* const selected = SelectProcessing(
       run.op, run.clamp, reinterpret_cast<const float*>(&run.a),
-      reinterpret_cast<const float*>(&run.b), run.outComplex, run.in1Complex, run.in2Complex);
+      reinterpret_cast<const float*>(&run.b), run.layout.out, run.layout.in1, run.layout.in2);
+  const ProcParams params = selected->params;
+  selected->params = {params.A, params.B, layout.in1, layout.in2, layout.out};
   std::vector<float> actual = before;
   OutputStats stats = start;
   PerformProcessing(&actual[out], &stats.minimum, &actual[in1], &actual[in2], n, selected);
-  const ProcParams params = selected->params;
   std::free(selected);
 
   EXPECT_TRUE(SameBits(params.A, plan.a) && SameBits(params.B, plan.b))

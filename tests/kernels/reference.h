@@ -11,12 +11,16 @@
 
 namespace lumomixcalc {
 
-// An operator as its user sets it up, by its index, and the kinds of its images; any nonzero flag
-// is set.
+// Which buffers hold complex data; any nonzero flag is set.
+struct Layout {
+  std::int32_t out, in1, in2;
+};
+
+// An operator, by its index, as its user sets it up for images of such a layout.
 struct OperatorRun {
   std::int32_t op, clamp;
   std::complex<float> a, b;
-  std::int32_t outComplex, in1Complex, in2Complex;
+  Layout layout;
 };
 
 // Where the output is and, at the end, both inputs are.
@@ -24,9 +28,10 @@ enum class Place { kSeparate, kOverFile1, kOverFile2, kOverBoth };
 
 // Selects the run's kernel and calls it on n elements, special ones or ordinary ones, within memory
 // full of drawn numbers. Checks that the coefficients are folded as documented, and that memory and
-// record end as the plain rule leaves them: the output as it must be, and nothing else changed.
-void ExpectPlainRule(const OperatorRun& run, std::int32_t n, bool special, Place place,
-                     std::mt19937& random);
+// record end as the plain rule leaves them: the output as it must be, and nothing else changed. The
+// kernel must obey any layout, not only the one that it was selected by.
+void ExpectPlainRule(const OperatorRun& run, const Layout& layout, std::int32_t n, bool special,
+                     Place place, std::mt19937& random);
 
 // An ordinary number, or one of those at which arithmetic is easily wrong.
 float Draw(bool special, std::mt19937& random);

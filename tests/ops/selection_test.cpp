@@ -11,9 +11,9 @@ TEST(Selection, GivesEveryOperatorItsKernelAndCoefficientsForAllFlagsAndKindsOfC
   for (std::int32_t run = 0; run < 13 * 16 * 400 && !HasFailure(); ++run) {
     // Any nonzero flag is set.
     const auto flag = [&](int bit, std::int32_t set) { return (run >> bit) % 2 * set; };
-    const OperatorRun r = {run / 16 % 13, flag(0, 4),  {draw(), draw()}, {draw(), draw()},
-                           flag(1, 3),    flag(2, -1), flag(3, 2)};
-    ExpectPlainRule(r, 8, true, Place::kSeparate, random);
+    const Layout layout = {flag(1, 3), flag(2, -1), flag(3, 2)};
+    const OperatorRun r = {run / 16 % 13, flag(0, 4), {draw(), draw()}, {draw(), draw()}, layout};
+    ExpectPlainRule(r, layout, 8, true, Place::kSeparate, random);
   }
 }
 
