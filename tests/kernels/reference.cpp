@@ -177,7 +177,7 @@ struct RunPlan {
 // Applies the plan to n elements; `out` must not overlap the inputs.
 void Apply(const RunPlan& plan, const OperatorRun& run, const Layout& layout, float* out,
            OutputStats& stats, const float* in1, const float* in2, std::int32_t n) {
-  const auto number = [&](const float* buffer, bool isPairs, std::int32_t i) -> N {
+  const auto number = [&](const float* buffer, bool isPairs, std::ptrdiff_t i) -> N {
     if (!plan.isComplex) return buffer[i];
     return isPairs ? N(buffer[2 * i], buffer[2 * i + 1]) : N(buffer[i], 0);
   };
@@ -188,7 +188,7 @@ void Apply(const RunPlan& plan, const OperatorRun& run, const Layout& layout, fl
   const bool pairs = plan.isComplex && layout.out != 0;
   const bool backward = pairs && (layout.in1 == 0 || layout.in2 == 0);
   for (std::int32_t step = 0; step < n; ++step) {
-    const std::int32_t i = backward ? n - 1 - step : step;
+    const std::ptrdiff_t i = backward ? n - 1 - step : step;
     const N f1 = number(in1, layout.in1 != 0, i);
     const N f2 = number(in2, layout.in2 != 0, i);
     const N w = plan.plan->formula(f1, f2, a, b);
@@ -239,6 +239,7 @@ void ExpectPlainRule(const OperatorRun& run, const Layout& layout, std::int32_t 
 
   EXPECT_TRUE(SameBits(params.A, plan.a) && SameBits(params.B, plan.b))
       << "folded to " << params.A << ", " << params.B << ", expected " << plan.a << ", " << plan.b;
+  EXPECT_EQ(Text({params.outComplex, params.in1Complex, params.in2Complex}), Text(run.layout));
   EXPECT_TRUE(SameBits(stats, expectedStats))
       << "record " << stats.minimum << " " << stats.maximum << " " << stats.sum << ", expected "
       << expectedStats.minimum << " " << expectedStats.maximum << " " << expectedStats.sum;
