@@ -1,10 +1,10 @@
 #include "tests/app/recording_host.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <new>
 #include <sstream>
-#include <string_view>
 #include <utility>
 
 #include "app/parameters.h"
@@ -17,43 +17,31 @@ RecordingHost gHost;
 
 namespace {
 
-std::string Show(int value) { return std::to_string(value); }
-std::string Show(const char* text) { return '"' + std::string(text) + '"'; }
-
-template <class Number>
-std::string ShowAddress(const Number* address) {
-  const std::pair<const void*, const char*> names[] = {
-      {&gCoeffA[0], "gCoeffA[0]"},     {&gCoeffA[1], "gCoeffA[1]"},
-      {&gCoeffB[0], "gCoeffB[0]"},     {&gCoeffB[1], "gCoeffB[1]"},
-      {&gClampAtZero, "gClampAtZero"}, {&gOperationChoice, "gOperationChoice"}};
-  for (const auto& [parameter, name] : names) {
-    if (parameter == address) return std::string("&") + name;
-  }
-  std::ostringstream text;
-  text << '&' << *address;
-  return text.str();
-}
-std::string Show(const float* address) { return ShowAddress(address); }
-std::string Show(const std::int32_t* address) { return ShowAddress(address); }
+void Show(std::ostream& list, int value) { list << value; }
+void Show(std::ostream& list, const char* text) { list << '"' << text << '"'; }
+void Show(std::ostream& list, const float* address) { list << '&' << *address; }
+void Show(std::ostream& list, const std::int32_t* address) { list << '&' << *address; }
 
 template <class... Arguments>
-std::string Describe(const char* function, Arguments... arguments) {
-  std::string list;
-  ((list += (list.empty() ? "" : ", ") + Show(arguments)), ...);
-  return std::string(function) + "(" + list + ")";
-}
-
-template <class... Arguments>
-void Say(const char* function, Arguments... arguments) {
-  gHost.said.push_back(Describe(function, arguments...));
-}
-
-template <class... Arguments>
-void Ask(const char* function, Arguments... arguments) {
-  gHost.asked.push_back(Describe(function, arguments...));
+void Record(const char* function, Arguments... arguments) {
+  std::ostringstream call;
+  [[maybe_unused]] const char* separator = "";
+  call << function << '(';
+  ((call << std::exchange(separator, ", "), Show(call, arguments)), ...);
+  gHost.calls.push_back(call.str() + ')');
 }
 
 }  // namespace
+
+Calls RecordingHost::CallBack(int slot) {
+  calls.clear();
+  routines.at(slot)();
+  return std::exchange(calls, {});
+}
+
+Parameters GetParameters() {
+  return {{gCoeffA[0], gCoeffA[1]}, {gCoeffB[0], gCoeffB[1]}, gOperationChoice, gClampAtZero};
+}
 
 void SetParameters(const Parameters& to) {
   std::copy_n(to.a, 2, gCoeffA);
@@ -66,14 +54,9 @@ ApplicationTest::ApplicationTest() {
   gHost = RecordingHost();
   SetParameters({});
   IPAppSpecifics();
-  gHost.said.clear();
 }
 
 ApplicationTest::~ApplicationTest() { gHost.CallBack(IP_SLOT_CLEANUP); }
-
-std::string Message(const std::string& text) {
-  return Describe("IPDisplayMessage", text.c_str(), 10);
-}
 
 }  // namespace lumomixcalc
 
@@ -81,85 +64,80 @@ using namespace lumomixcalc;
 
 extern "C" {
 
-void IPSetIncoreProc() { Say("IPSetIncoreProc"); }
-void IPSetMenuTitle(const char* title) { Say("IPSetMenuTitle", title); }
-void IPSetMenuLoc(int x, int y) { Say("IPSetMenuLoc", x, y); }
+void IPSetIncoreProc() { Record("IPSetIncoreProc"); }
+void IPSetMenuTitle(const char* title) { Record("IPSetMenuTitle", title); }
+void IPSetMenuLoc(int x, int y) { Record("IPSetMenuLoc", x, y); }
 void IPAddInput(int stream, const char* label, int a, int b, int c, int d) {
-  Say("IPAddInput", stream, label, a, b, c, d);
+  Record("IPAddInput", stream, label, a, b, c, d);
 }
 void IPAddOutput(int stream, const char* label, int a, int b, int c, int d) {
-  Say("IPAddOutput", stream, label, a, b, c, d);
+  Record("IPAddOutput", stream, label, a, b, c, d);
 }
-void IPEnableRegionSelection(int a) { Say("IPEnableRegionSelection", a); }
-void IPEnableResolutionSelection() { Say("IPEnableResolutionSelection"); }
+void IPEnableRegionSelection(int a) { Record("IPEnableRegionSelection", a); }
+void IPEnableResolutionSelection() { Record("IPEnableResolutionSelection"); }
 void IPSetCustRoutine(int slot, IPRoutine routine, int a) {
-  Say("IPSetCustRoutine", slot, a);
+  Record("IPSetCustRoutine", slot, a);
   gHost.routines[slot] = routine;
 }
 
 void* IPGetDataPtr(int stream) {
-  Ask("IPGetDataPtr", stream);
-  return gHost.buffer.at(static_cast<std::size_t>(stream));
+  Record("IPGetDataPtr", stream);
+  return gHost.outOfMemory ? nullptr : &gHost.buffer.at(static_cast<std::size_t>(stream));
 }
 int IPIsOpen(int stream) { return gHost.isOpen.at(static_cast<std::size_t>(stream)) ? 7 : 0; }
 int IPGetDefOutPutMode() {
-  Ask("IPGetDefOutPutMode");
+  Record("IPGetDefOutPutMode");
   return gHost.outputMode;
 }
-void IPDisplayMessage(const char* text, int severity) { Say("IPDisplayMessage", text, severity); }
-void IPDesist() { Say("IPDesist"); }
+void IPDisplayMessage(const char* text, int severity) {
+  Record("IPDisplayMessage", text, severity);
+}
+void IPDesist() { Record("IPDesist"); }
 
 // The result is one that would mislead whoever took it for the mode.
 int IMRtMode(int stream, int* mode) {
-  Ask("IMRtMode", stream);
+  Record("IMRtMode", stream);
   *mode = gHost.mode.at(static_cast<std::size_t>(stream));
   return *mode == IM_MODE_COMPLEX_FLOAT ? 2 : IM_MODE_COMPLEX_FLOAT;
 }
 
 const char* IPGetArg(int index) {
-  Ask("IPGetArg", index);
   const auto position = static_cast<std::size_t>(index) - 1;
   return position < gHost.arguments.size() ? gHost.arguments[position].c_str() : nullptr;
 }
 
-// Malformed values give -1, too many give their number.
+// Values that are no number give -1, too many their number.
 int IPParseRealArg(const char* argument, const char* name, int maxCount, float* values) {
-  Ask("IPParseRealArg", argument, name, maxCount, static_cast<const float*>(values));
   const std::string start = std::string("-") + name + "=";
-  if (!std::string_view(argument).starts_with(start)) return 0;
-  const char* rest = argument + start.size();
-  for (int count = 0;; ++rest) {
-    char* end = nullptr;
-    const float value = std::strtof(rest, &end);
-    if (end == rest || (*end != ':' && *end != '\0')) return -1;
-    if (count < maxCount) values[count] = value;
-    ++count;
-    if (*end == '\0') return count;
-    rest = end;
-  }
+  if (!std::string(argument).starts_with(start)) return 0;
+  EXPECT_EQ(maxCount, 2);
+  float third = 0;
+  const char* const text = argument + start.size();
+  const int count = std::sscanf(text, "%f:%f:%f", &values[0], &values[1], &third);
+  return count > 0 ? count : -1;
 }
 
-void IPAppendCommand(const char* option) { Say("IPAppendCommand", option); }
+void IPAppendCommand(const char* option) { Record("IPAppendCommand", option); }
 
 void WMAddInfoButton(const char* label, const char* helpKey) {
-  Say("WMAddInfoButton", label, helpKey);
+  Record("WMAddInfoButton", label, helpKey);
 }
 void WMAddFloatField(float* value, int a, int b, int c, const float* d, const float* e,
                      const std::int32_t* f, int g, int h, int i, int j) {
-  Say("WMAddFloatField", static_cast<const float*>(value), a, b, c, d, e, f, g, h, i, j);
+  Record("WMAddFloatField", static_cast<const float*>(value), a, b, c, d, e, f, g, h, i, j);
 }
-void WMAddText(const char* text, int a, int b) { Say("WMAddText", text, a, b); }
-void WMAttachRightSide() { Say("WMAttachRightSide"); }
-void WMNewRow() { Say("WMNewRow"); }
+void WMAddText(const char* text, int a, int b) { Record("WMAddText", text, a, b); }
+void WMAttachRightSide() { Record("WMAttachRightSide"); }
+void WMNewRow() { Record("WMNewRow"); }
 void WMAddPulldown(const char* const* labels, int count, std::int32_t* choice, int a, int b, int c,
                    int d) {
   std::string list;
-  std::for_each(labels, labels + count,
-                [&](const char* label) { list += label + std::string(";"); });
-  Say("WMAddPulldown", list.c_str(), count, static_cast<const std::int32_t*>(choice), a, b, c, d);
+  std::for_each(labels, labels + count, [&](const char* label) { list += label; });
+  Record("WMAddPulldown", list.c_str(), count, static_cast<const std::int32_t*>(choice), a, b, c,
+         d);
 }
 void WMAddToggleButton(const char* label, std::int32_t* on, int a, int b, int c, int d) {
-  Say("WMAddToggleButton", label, static_cast<const std::int32_t*>(on), a, b, c, d);
+  Record("WMAddToggleButton", label, static_cast<const std::int32_t*>(on), a, b, c, d);
 }
 
 // The linker sends the program's own malloc and new (std::nothrow) char[] here.

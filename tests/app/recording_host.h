@@ -1,5 +1,5 @@
 // A host for the tests: it answers the application as a test sets it up, and writes down in order
-// what the application says and asks.
+// what the application calls.
 #ifndef LUMOMIXCALC_TESTS_APP_RECORDING_HOST_H
 #define LUMOMIXCALC_TESTS_APP_RECORDING_HOST_H
 
@@ -22,21 +22,17 @@ struct RecordingHost {
   std::array<bool, 4> isOpen = {};
   std::array<int, 4> mode = {};
   int outputMode = -1;
-  std::array<float*, 4> buffer = {};
+  std::array<float, 4> buffer = {};
   std::vector<std::string> arguments;
   bool outOfMemory = false;
 
-  // What it said and what it asked, one text a call: IPDisplayMessage("...", 10). Addresses of the
-  // parameters appear by name, other addresses as the value found there: &4. IPIsOpen leaves none.
-  Calls said;
-  Calls asked;
+  // What it called, one text a call: IPDisplayMessage("...", 10), with addresses as the value found
+  // there: &4. Asking for arguments and for what is open leaves none.
+  Calls calls;
   std::map<int, IPRoutine> routines;
 
-  // Call the application back as a host does, by slot.
-  void CallBack(int slot) const { routines.at(slot)(); }
-  void ProcData(const IPBlock& block, IPOutputStats& stats) const {
-    reinterpret_cast<IPProcDataRoutine>(routines.at(IP_SLOT_PROC_DATA))(&block, &stats);
-  }
+  // Calls the application back as a host does, by slot; returns what it called meanwhile.
+  Calls CallBack(int slot);
 };
 
 extern RecordingHost gHost;
@@ -47,8 +43,11 @@ struct Parameters {
   float b[2] = {1.0F, 0.0F};
   std::int32_t operation = 0;
   std::int32_t clamp = 0;
+
+  bool operator==(const Parameters&) const = default;
 };
 
+Parameters GetParameters();
 void SetParameters(const Parameters& to);
 
 // Each test starts with a fresh host, to which the application has just registered, and with the
@@ -58,9 +57,6 @@ class ApplicationTest : public testing::Test {
   ApplicationTest();
   ~ApplicationTest() override;
 };
-
-// What shows a message to the user.
-std::string Message(const std::string& text);
 
 }  // namespace lumomixcalc
 

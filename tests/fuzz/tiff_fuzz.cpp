@@ -76,17 +76,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   constexpr std::size_t kChoiceBytes = 2;
   if (size < kChoiceBytes) return 0;
   static const OutputFolder folder;
+  const std::string output = folder.path / "out.tif";
   std::string file(reinterpret_cast<const char*>(data), size - kChoiceBytes);
   VSIFCloseL(
       VSIFileFromMemBuffer(kInput, reinterpret_cast<GByte*>(file.data()), file.size(), FALSE));
   if (IsSmall()) {
     RunContext& context = StartAnew();
-    const std::string output = folder.path / "out.tif";
     try {
       PatientObserver observer;
       RunBatch(OptionsFor(data + size - kChoiceBytes, output, context), context, observer);
-      const GDALDatasetUniquePtr result(GDALDataset::Open(output.c_str(), GDAL_OF_RASTER));
-      if (!result) std::abort();
+      if (!GDALDatasetUniquePtr(GDALDataset::Open(output.c_str(), GDAL_OF_RASTER))) std::abort();
       fs::remove(output);
     } catch (const Failure&) {
     }
