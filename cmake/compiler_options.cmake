@@ -13,6 +13,9 @@ target_compile_options(lumomixcalc_options INTERFACE
   # Nothing reads errno after a math function. Changes no result, but lets a square root be one
   # instruction.
   -fno-math-errno
+  # g++ 12 forgets the rounding of two doubles side by side to single precision and back when it
+  # packs them, as in {static_cast<float>(x), static_cast<float>(y)} for two doubles.
+  $<$<CXX_COMPILER_ID:GNU>:-fno-tree-slp-vectorize>
   # Release builds define NDEBUG, but the assertions here guard what a host may do wrong and cost
   # nothing beside a block of data: they stay on in every build.
   -UNDEBUG)

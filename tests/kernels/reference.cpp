@@ -49,8 +49,7 @@ N operator/(N x, N y) {
 
 N Conj(N x) { return {x.re, -x.im}; }
 
-// To single precision. Not inlined, since g++ 12 drops the rounding of two numbers side by side.
-[[gnu::noinline]] float Single(double v) { return static_cast<float>(v); }
+float Single(double v) { return static_cast<float>(v); }
 
 bool IsZeroOrNan(double v) { return v == 0 || std::isnan(v); }
 
