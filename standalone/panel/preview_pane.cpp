@@ -84,7 +84,6 @@ PreviewPane::PreviewPane(const std::vector<QString>& titles, Callbacks callbacks
   connect(band_, &QSpinBox::valueChanged, [this] { callbacks_.bandChanged(); });
   Show({});
   Arrange();
-  Point(std::nullopt);
 }
 
 int PreviewPane::Band() const { return band_->value(); }
@@ -110,6 +109,7 @@ void PreviewPane::Show(Preview preview) {
   bandLabel_->setVisible(band_->maximum() > 1);
   band_->setVisible(band_->maximum() > 1);
   SetRegion(region_);
+  Point(pointed_);  // the pointer may rest on an image whose values are others now
 }
 
 void PreviewPane::Arrange() {
@@ -147,6 +147,7 @@ void PreviewPane::LetDraw(bool allowed) {
 }
 
 void PreviewPane::Point(std::optional<QPointF> place) {
+  pointed_ = place;
   for (ImagePane* const pane : panes_) pane->Raster().SetMark(place);
   const QSize covered = Covered();
   if (!place || covered.isEmpty()) {

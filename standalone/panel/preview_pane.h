@@ -53,6 +53,7 @@ class PreviewPane : public QWidget {
   QSize Covered() const;
 
   std::optional<QRect> region_;
+  std::optional<QPointF> pointed_;
   std::vector<ImagePane*> panes_;  // the inputs, then the result
   QGridLayout* grid_;
   QComboBox* arrangement_;

@@ -374,6 +374,10 @@ TEST_F(PanelWindowTest, PreviewShowsTheResultAndTheValuesUnderThePointer) {
   const std::string expected = "Column 30, row 20    File1: " + ShortestText(element.real()) +
                                " \u2212 " + ShortestText(-element.imag()) + "i    File2: ";
   EXPECT_TRUE(values.starts_with(expected)) << values << "\n" << expected;
+  // They follow a change while the pointer rests.
+  Type(kB, "7");
+  EXPECT_TRUE(WaitFor(
+      [&] { return Find<QLabel>("Values under the pointer").text().toStdString() != values; }));
 }
 
 TEST_F(PanelWindowTest, DraggingOnThePreviewChoosesTheRegion) {
