@@ -15,13 +15,5 @@ TEST(WithAllDigits, GivesBackWhatSixDigitsDroppedAndNothingElse) {
     EXPECT_EQ(WithAllDigits(setOtherwise, read), setOtherwise);
 }
 
-TEST(WithAllDigits, TakesEachRowOfAPanelForOneOption) {
-  std::vector<std::vector<float>> rows = {{0.12345678F, 0}, {0.12345679F, 0}, {7}};
-  EXPECT_EQ(WithAllDigits("-op='a=b'", rows), "-op='a=b'");
-  EXPECT_EQ(WithAllDigits("-x=0.123457:0", rows), "-x=0.12345678:0");
-  EXPECT_EQ(WithAllDigits("-y=0.123457:0", rows), "-y=0.12345679:0");
-  EXPECT_EQ(WithAllDigits("-z=0.123457:0", rows), "-z=0.123457:0");
-}
-
 }  // namespace
 }  // namespace lumomixcalc::standalone

@@ -27,76 +27,37 @@ class TestObserver : public RunObserver {
 constexpr int kColumns = 90;
 constexpr int kRows = 1100;  // more than a strip
 
-// File1 - File2, where File1 is by 1000 greater in its second band.
-class MemoryRunTest : public testing::Test {
- protected:
-  MemoryRunTest() {
-    SetUpGdal();
-    MakeRaster("/vsimem/one.tif", 2);
-    MakeRaster("/vsimem/other.tif", 1);
-    Context() = {};
-    IPAppSpecifics();
-    gOperationChoice = 1;
-    options_.files = {{1, "/vsimem/one.tif"}, {2, "/vsimem/other.tif"}};
-    options_.bands = {2};
+void MakeRaster(const char* path, const std::vector<double>& valuesOfBands) {
+  const int bands = static_cast<int>(valuesOfBands.size());
+  const GDALDatasetUniquePtr dataset(GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
+      path, kColumns, kRows, bands, GDT_Float32, nullptr));
+  dataset->GetRasterBand(1)->SetNoDataValue(3);
+  for (const auto& band : dataset->GetBands())
+    band->Fill(valuesOfBands[static_cast<std::size_t>(band->GetBand()) - 1]);
+}
+
+TEST(RunInMemory, ComputesTheChosenBandWithNanForNoDataOrCleansUpWhenCancelled) {
+  SetUpGdal();
+  MakeRaster("/vsimem/one.tif", {3, 1000});
+  MakeRaster("/vsimem/other.tif", {1});
+  Context() = {};
+  IPAppSpecifics();
+  Options options;
+  options.files = {{1, "/vsimem/one.tif"}, {2, "/vsimem/other.tif"}};
+  for (const auto& [band, keepNoData, expected] :
+       {std::tuple(1, false, NAN), {1, true, 4}, {2, false, 1001}}) {
+    options.bands = {band};
+    options.keepNoData = keepNoData;
+    TestObserver observer;
+    const MemoryRaster raster = RunInMemory(options, Context(), observer);
+    EXPECT_EQ(raster.values.size(), std::size_t{kColumns} * kRows);
+    for (const float value : raster.values)
+      ASSERT_TRUE(std::isnan(expected) ? std::isnan(value) : value == expected) << value;
+    EXPECT_EQ(observer.last, 1);
   }
-  ~MemoryRunTest() override { gOperationChoice = 0; }
-
-  static void MakeRaster(const char* path, int bands) {
-    const GDALDatasetUniquePtr dataset(GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
-        path, kColumns, kRows, bands, GDT_Float32, nullptr));
-    double transform[] = {100, 2, 0, 200, 0, -2};
-    dataset->SetGeoTransform(transform);
-    for (int y = 0; y < kRows; ++y) {
-      float pixels[2 * kColumns];
-      for (int i = 0; i < bands * kColumns; ++i) {
-        const int band = i / kColumns;
-        pixels[i] = static_cast<float>(band * 1000 + i % kColumns + y * y % 97);
-      }
-      ASSERT_EQ(CE_None, dataset->RasterIO(GF_Write, 0, y, kColumns, 1, pixels, kColumns, 1,
-                                           GDT_Float32, bands, nullptr, 0, 0, 0, nullptr));
-    }
-    for (GDALRasterBand* const band : dataset->GetBands()) band->SetNoDataValue(3);
-  }
-
-  MemoryRaster Run() { return RunInMemory(options_, Context(), observer_); }
-
-  Options options_;
-  TestObserver observer_;
-};
-
-TEST_F(MemoryRunTest, ComputesTheChosenBandOfTheWholeImage) {
-  options_.keepNoData = true;
-  const MemoryRaster raster = Run();
-  EXPECT_EQ(raster.values, std::vector<float>(std::size_t{kColumns} * kRows, 1000));
-  EXPECT_EQ(raster.statistics.valid.sum, 1000.0 * kColumns * kRows);
-  EXPECT_EQ(observer_.last, 1);
-  EXPECT_TRUE(raster.messages.empty());
-}
-
-TEST_F(MemoryRunTest, FollowsRegionAndResolution) {
-  options_.selection.region = PixelWindow{10, 20, 60, 600};
-  options_.selection.resampling = Resampling::kPreview;
-  options_.selection.longestSide = 300;
-  const MemoryRaster raster = Run();
-  EXPECT_EQ(raster.grid.columns, 30);
-  EXPECT_EQ(raster.grid.rows, 300);
-  EXPECT_EQ(raster.values.size(), 30U * 300U);
-  EXPECT_EQ(raster.transform, (Geotransform{120, 4, 0, 160, 0, -4}));
-}
-
-TEST_F(MemoryRunTest, MasksNoData) {
-  options_.bands = {1};
-  const MemoryRaster raster = Run();
-  EXPECT_TRUE(std::isnan(raster.values[3]));
-  EXPECT_EQ(raster.values[4], 0);
-  EXPECT_GT(raster.statistics.valid.noData, 0U);
-  EXPECT_EQ(raster.statistics.valid.sum, 0);
-}
-
-TEST_F(MemoryRunTest, EndsWhenCancelledAndHasTheApplicationCleanUp) {
-  observer_.cancelled = true;
-  EXPECT_THROW(Run(), RunCancelled);
+  TestObserver observer;
+  observer.cancelled = true;
+  EXPECT_THROW(RunInMemory(options, Context(), observer), RunCancelled);
   EXPECT_EQ(gpSelectedProc, nullptr);
 }
 

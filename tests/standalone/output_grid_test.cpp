@@ -2,18 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "standalone/messages.h"
 
 namespace lumomixcalc::standalone {
 namespace {
 
 constexpr Geotransform kRotated = {100, 3, 4, 200, 4, -3};
-
-Selection OfWindow(const MapWindow& window) {
-  Selection selection;
-  selection.window = window;
-  return selection;
-}
 
 TEST(MakeOutputGrid, MovesARotatedGeotransformAlongItsOwnAxes) {
   Selection selection;
@@ -26,15 +22,19 @@ TEST(MakeOutputGrid, MovesARotatedGeotransformAlongItsOwnAxes) {
 // Decimals that no double holds exactly shall not add a pixel.
 TEST(MakeOutputGrid, WindowOnThePixelsEdgesTakesNoMoreOfThem) {
   const Geotransform tenths = {0, 0.1, 0, 0, 0, 0.1};
-  EXPECT_EQ(ToText(MakeOutputGrid(OfWindow({0.3, 0.6, 0.7, 0.9}), 10, 10, &tenths, "i").window),
-            "3:6:4:3");
+  Selection selection;
+  selection.window = {0.3, 0.6, 0.7, 0.9};
+  EXPECT_EQ(ToText(MakeOutputGrid(selection, 10, 10, &tenths, "i").window), "3:6:4:3");
 }
 
 TEST(MakeOutputGrid, WindowNeedsAMapWithoutRotationAndAPlaceInside) {
   const Geotransform map = {0, 10, 0, 0, 0, -10};
-  EXPECT_THROW(MakeOutputGrid(OfWindow({0, 0, 1, 1}), 10, 10, nullptr, "i"), Failure);
-  EXPECT_THROW(MakeOutputGrid(OfWindow({100, 190, 110, 200}), 10, 10, &kRotated, "i"), Failure);
-  EXPECT_THROW(MakeOutputGrid(OfWindow({1e300, 0, 2e300, 1}), 10, 10, &map, "i"), Failure);
+  Selection selection;
+  selection.window = {100, 190, 110, 200};
+  EXPECT_THROW(MakeOutputGrid(selection, 10, 10, nullptr, "i"), Failure);
+  EXPECT_THROW(MakeOutputGrid(selection, 10, 10, &kRotated, "i"), Failure);
+  selection.window = {1e300, 0, 2e300, 1};
+  EXPECT_THROW(MakeOutputGrid(selection, 10, 10, &map, "i"), Failure);
 }
 
 TEST(MakeOutputGrid, ReducesUntilTheLongestSideFits) {
