@@ -25,7 +25,7 @@ class TestObserver : public RunObserver {
 };
 
 constexpr int kColumns = 90;
-constexpr int kRows = 1100;  // more than a strip
+constexpr int kRows = 4000;  // more than two strips
 
 void MakeRaster(const char* path, const std::vector<double>& valuesOfBands) {
   const int bands = static_cast<int>(valuesOfBands.size());
