@@ -39,6 +39,31 @@ bool OnlyLayOut(const std::vector<std::string>& options) {
   });
 }
 
+// Lower blocks are complete strip by strip, which GDAL writes from its cache.
+constexpr int kHighBlock = 32;
+
+// How many threads of the driver's may encode blocks of a new TIFF at once: as many as there are
+// processors, while the blocks on their way take little memory. 0 where the user chose or no block
+// is encoded, and where the driver might have to read one again to add another band: GDAL 3.6 reads
+// wrongly what its threads have not yet written.
+int UsefulEncoders(GDALDataset& dataset, const CPLStringList& options) {
+  constexpr std::int64_t kBytesOnTheWay = 12 << 20;
+  GDALRasterBand& band = *dataset.GetRasterBand(1);
+  int columns = 0;
+  int rows = 0;
+  band.GetBlockSize(&columns, &rows);
+  // A new dataset does not tell its compression.
+  const char* const compression = options.FetchNameValue("COMPRESS");
+  if (!compression || EQUAL(compression, "NONE") || options.FetchNameValue("NUM_THREADS") ||
+      CPLGetConfigOption("GDAL_NUM_THREADS", nullptr) ||
+      (dataset.GetRasterCount() > 1 && rows < kHighBlock))
+    return 0;
+  // Each thread has one in work and one waiting.
+  const std::int64_t bytes = std::int64_t{2} * columns * rows * dataset.GetRasterCount() *
+                             GDALGetDataTypeSizeBytes(band.GetRasterDataType());
+  return static_cast<int>(std::min<std::int64_t>(CPLGetNumCPUs(), kBytesOnTheWay / bytes));
+}
+
 // Files of GDAL's beside a raster that would be taken for the new one's. Only names that can belong
 // to nothing but the target.
 void RemoveStaleSidecars(const fs::path& target, const std::vector<fs::path>& kept) {
@@ -85,19 +110,27 @@ RasterOutput::RasterOutput(const OutputSpecification& specification)
       unheld_(static_cast<std::size_t>(specification.bands)) {
   TryFormat();
   const bool copies = specification_.format.copiesOnly;
-  GDALDriver* const driver =
-      copies ? GetGDALDriverManager()->GetDriverByName("GTiff") : specification_.format.driver;
+  GDALDriver& driver =
+      copies ? *GetGDALDriverManager()->GetDriverByName("GTiff") : *specification_.format.driver;
   CPLStringList options = copies ? CPLStringList() : CreationOptions(specification_);
-  if (EQUAL(driver->GetDescription(), "GTiff")) options = WithBigTiff(options);
+  const bool isTiff = EQUAL(driver.GetDescription(), "GTiff");
+  if (isTiff) options = WithBigTiff(options);
+  Create(driver, options);
+  if (const int encoders = isTiff ? UsefulEncoders(*dataset_, options) : 0; encoders > 1)
+    Create(driver, options.SetNameValue("NUM_THREADS", std::to_string(encoders).c_str()));
+  if (!copies && HasPlainRows(*dataset_) && OnlyLayOut(specification_.creationOptions))
+    LayOutRows();
+}
 
+void RasterOutput::Create(GDALDriver& driver, const CPLStringList& options) {
   const GdalFailures failures;
-  dataset_.reset(driver->Create(workFile_.c_str(), specification_.columns, specification_.rows,
-                                specification_.bands, specification_.mode->type, options.List()));
+  dataset_.reset();
+  dataset_.reset(driver.Create(workFile_.c_str(), specification_.columns, specification_.rows,
+                               specification_.bands, specification_.mode->type,
+                               const_cast<CPLStringList&>(options).List()));
   if (!dataset_ || failures.Any()) FailToWrite(failures.First());
   int blockColumns = 0;
   dataset_->GetRasterBand(1)->GetBlockSize(&blockColumns, &blockRows_);
-  if (!copies && HasPlainRows(*dataset_) && OnlyLayOut(specification_.creationOptions))
-    LayOutRows();
 }
 
 // A new TIFF of uncompressed strips is laid out by GDAL when it is closed, its elements a hole in
@@ -152,8 +185,6 @@ bool RasterOutput::DeclareNoData(double value) {
 }
 
 void RasterOutput::PrepareBlocks(ScratchSpace& space) {
-  // Lower blocks are complete strip by strip, which GDAL writes from its cache.
-  constexpr int kHighBlock = 32;
   if (!uncompressedRows_ && blockRows_ >= kHighBlock)
     blockRowWriter_ = std::make_unique<BlockRowWriter>(*dataset_, space);
 }

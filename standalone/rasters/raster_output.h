@@ -1,6 +1,7 @@
 #ifndef LUMOMIXCALC_STANDALONE_RASTERS_RASTER_OUTPUT_H
 #define LUMOMIXCALC_STANDALONE_RASTERS_RASTER_OUTPUT_H
 
+#include <cpl_string.h>
 #include <gdal_priv.h>
 
 #include <cstddef>
@@ -85,6 +86,7 @@ class RasterOutput : public StripSink {
 
  private:
   void TryFormat() const;
+  void Create(GDALDriver& driver, const CPLStringList& options);
   void LayOutRows();
   void CopyToFormat(RunObserver& observer);
   void Close();

@@ -30,7 +30,7 @@ namespace lumomixcalc::standalone {
 namespace {
 
 // The rows of blocks of all files that stay in memory; with it a run stays below 150 MB.
-constexpr std::int64_t kBlockRowsMemory = 88000000;
+constexpr std::int64_t kBlockRowsMemory = 80000000;
 
 // Sizes GDAL's block cache for what the run has in work: more would only touch new memory.
 void SizeBlockCache(const RunSession& session, const RasterOutput& output) {
