@@ -1,14 +1,10 @@
 #include "standalone/runs/memory_run.h"
 
-#include <cpl_conv.h>
-#include <ogr_spatialref.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <utility>
 
 #include "standalone/messages.h"
-#include "standalone/rasters/georeferencing.h"
 #include "standalone/runs/run_session.h"
 #include "standalone/runs/strip_processing.h"
 
@@ -35,34 +31,15 @@ class MemorySink : public StripSink {
   std::vector<float> values_;
 };
 
-std::string WellKnownText(GDALDataset& dataset) {
-  const OGRSpatialReference* const crs = dataset.GetSpatialRef();
-  char* text = nullptr;
-  if (crs) crs->exportToWkt(&text);
-  std::string result = text ? text : "";
-  CPLFree(text);
-  return result;
-}
-
-std::string Joined(const std::vector<std::string>& sentences) {
-  std::string text;
-  for (const std::string& sentence : sentences) text += (text.empty() ? "" : "\n") + sentence;
-  return text;
-}
-
 MemoryRaster Compute(const Options& options, RunContext& context, RunObserver& observer) {
   RunSession session(options, context);
   MemoryRaster raster;
   raster.grid = session.Grid();
   raster.complex = session.Mode().complex;
-  GDALDataset& first = session.FirstInput().Dataset();
-  if (const auto transform = GeotransformOf(first))
-    raster.transform = raster.grid.Transformed(*transform);
-  raster.crs = WellKnownText(first);
   ScratchSpace space;  // without a folder: all in memory
   session.SelectInputs(space);
   MemorySink sink(raster.grid, raster.complex);
-  raster.statistics = ProcessStrips(session, sink, observer).front();
+  ProcessStrips(session, sink, observer);
   raster.values = sink.Take();
   return raster;
 }
@@ -72,18 +49,16 @@ MemoryRaster Compute(const Options& options, RunContext& context, RunObserver& o
 MemoryRaster RunInMemory(const Options& options, RunContext& context, RunObserver& observer) {
   Options ofOneBand = options;
   ofOneBand.bands = {options.bands.empty() ? 1 : options.bands.front()};
-  std::vector<std::string> messages;
+  std::string told;
   const MessageRedirection redirection(
-      [&messages](const std::string& sentence) { messages.push_back(sentence); });
+      [&told](const std::string& sentence) { told += (told.empty() ? "" : "\n") + sentence; });
   try {
-    MemoryRaster raster = Compute(ofOneBand, context, observer);
-    raster.messages = messages;
-    return raster;
+    return Compute(ofOneBand, context, observer);
   } catch (const RunCancelled&) {
     throw;
   } catch (const Failure& failure) {
     if (*failure.what() != '\0') throw;
-    throw Failure(Joined(messages));
+    throw Failure(told);
   }
 }
 

@@ -1,15 +1,12 @@
 #ifndef LUMOMIXCALC_STANDALONE_RUNS_MEMORY_RUN_H
 #define LUMOMIXCALC_STANDALONE_RUNS_MEMORY_RUN_H
 
-#include <optional>
-#include <string>
 #include <vector>
 
 #include "standalone/application/run_context.h"
 #include "standalone/command_line/options.h"
 #include "standalone/rasters/output_grid.h"
 #include "standalone/runs/run_observer.h"
-#include "standalone/runs/statistics.h"
 
 namespace lumomixcalc::standalone {
 
@@ -18,10 +15,6 @@ struct MemoryRaster {
   OutputGrid grid;  // its size, and where it lies on the inputs
   bool complex = false;
   std::vector<float> values;  // grid.columns * grid.rows elements by rows; pairs when complex
-  std::optional<Geotransform> transform;
-  std::string crs;  // well-known text; empty when there is none
-  BandStatistics statistics;
-  std::vector<std::string> messages;  // warnings and what the application told
 };
 
 // One run of the application as RunBatch makes it, for one band and into memory: nothing is written

@@ -1,5 +1,6 @@
 #include "standalone/rasters/block_rows.h"
 
+#include <cpl_string.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,13 +15,13 @@ constexpr int kColumns = 70;
 constexpr int kRows = 50;
 constexpr const char* kPath = "/vsimem/block_rows_test.tif";
 
-// Tiled 32 x 16 and interleaved by pixel in memory.
-GDALDatasetUniquePtr Tiled() {
+// Tiled 32 x 16 and interleaved by pixel, or in strips of 16 rows; in memory.
+GDALDatasetUniquePtr MakeRaster(int bands, bool tiled) {
   GDALAllRegister();
-  const char* const options[] = {"TILED=YES",        "BLOCKXSIZE=32",    "BLOCKYSIZE=16",
-                                 "INTERLEAVE=PIXEL", "COMPRESS=DEFLATE", nullptr};
+  CPLStringList options(CSLTokenizeString("BLOCKYSIZE=16 COMPRESS=DEFLATE"));
+  if (tiled) options.SetNameValue("TILED", "YES").SetNameValue("BLOCKXSIZE", "32");
   return GDALDatasetUniquePtr(GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
-      kPath, kColumns, kRows, 2, GDT_Float32, const_cast<char**>(options)));
+      kPath, kColumns, kRows, bands, GDT_Float32, options.List()));
 }
 
 std::vector<float> RowsOf(int band, int x, int columns, int y, int rows) {
@@ -32,18 +33,21 @@ std::vector<float> RowsOf(int band, int x, int columns, int y, int rows) {
 }
 
 // With memory for all rows of blocks, and with files in their place.
-class BlockRowsTest : public testing::TestWithParam<std::int64_t> {};
-INSTANTIATE_TEST_SUITE_P(Memory, BlockRowsTest, testing::Values(1 << 20, 0));
+class BlockRowsTest : public testing::TestWithParam<std::tuple<std::int64_t, int, bool>> {};
+INSTANTIATE_TEST_SUITE_P(Memory, BlockRowsTest,
+                         testing::Combine(testing::Values(1 << 20, 0), testing::Values(1, 2),
+                                          testing::Bool()));
 
 TEST_P(BlockRowsTest, WhatIsWrittenInStripsIsReadInOtherStrips) {
-  ScratchSpace space = {GetParam(), std::filesystem::temp_directory_path()};
+  const auto [memory, bands, tiled] = GetParam();
+  ScratchSpace space = {memory, std::filesystem::temp_directory_path()};
   const std::stop_token never;
   {
-    const GDALDatasetUniquePtr dataset = Tiled();
+    const GDALDatasetUniquePtr dataset = MakeRaster(bands, tiled);
     BlockRowWriter writer(*dataset, space);
     for (int y = 0, end = 0; y < kRows; y = end) {
       end = std::min({y + 5, (y / 16 + 1) * 16, kRows});  // 5, 10, 15, 16, 21 ...
-      for (const int band : {1, 2})
+      for (int band = 1; band <= bands; ++band)
         writer.Put(band, y, end - y, RowsOf(band, 0, kColumns, y, end - y).data());
       if (end % 16 == 0 || end == kRows) {
         ASSERT_TRUE(writer.Flush(end, never));
@@ -53,10 +57,10 @@ TEST_P(BlockRowsTest, WhatIsWrittenInStripsIsReadInOtherStrips) {
   const GDALDatasetUniquePtr dataset(GDALDataset::Open(kPath));
   for (const PixelWindow window :
        {PixelWindow{0, 0, kColumns, kRows}, {31, 15, 2, 2}, {33, 17, 20, 30}, {69, 0, 1, kRows}}) {
-    BlockRowReader reader(*dataset, {2, 1}, window, space);
+    BlockRowReader reader(*dataset, {bands, 1}, window, space);
     for (int y = window.y, end = 0; y < window.y + window.rows; y = end) {
       end = std::min(y + 7, window.y + window.rows);
-      for (const int band : {2, 1}) {
+      for (const int band : {bands, 1}) {
         const auto expected = RowsOf(band, window.x, window.columns, y, end - y);
         std::vector<float> values(expected.size());
         ASSERT_TRUE(reader.Read(band, y, end - y, values.data(), GDT_Float32, never));
@@ -70,7 +74,7 @@ TEST(BlockRows, StopBetweenBlocks) {
   ScratchSpace space;
   std::stop_source source;
   source.request_stop();
-  const GDALDatasetUniquePtr dataset = Tiled();
+  const GDALDatasetUniquePtr dataset = MakeRaster(1, true);
   BlockRowReader reader(*dataset, {1}, {0, 0, kColumns, kRows}, space);
   float row[kColumns];
   EXPECT_THROW(reader.Read(1, 0, 1, row, GDT_Float32, source.get_token()), RunCancelled);

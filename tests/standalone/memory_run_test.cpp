@@ -1,5 +1,6 @@
 #include "standalone/runs/memory_run.h"
 
+#include <gdal_priv.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
