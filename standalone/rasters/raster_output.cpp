@@ -3,7 +3,6 @@
 #include <cpl_string.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <numeric>
 #include <span>
@@ -12,6 +11,8 @@
 #include "standalone/messages.h"
 #include "standalone/rasters/disk_space.h"
 #include "standalone/rasters/gdal_errors.h"
+#include "standalone/rasters/output_check.h"
+#include "standalone/rasters/tiff_creation.h"
 
 namespace lumomixcalc::standalone {
 namespace fs = std::filesystem;
@@ -21,47 +22,6 @@ CPLStringList CreationOptions(const OutputSpecification& specification) {
   CPLStringList options;
   for (const std::string& option : specification.creationOptions) options.AddString(option.c_str());
   return options;
-}
-
-// Classic TIFF ends at 4 GB; IF_SAFER takes the larger layout where that may not be enough, which
-// the driver alone does only when it knows the final size.
-CPLStringList WithBigTiff(CPLStringList options) {
-  if (!options.FetchNameValue("BIGTIFF")) options.SetNameValue("BIGTIFF", "IF_SAFER");
-  return options;
-}
-
-// Whether creation options of a TIFF matter to where its elements lie and to nothing later.
-bool OnlyLayOut(const std::vector<std::string>& options) {
-  constexpr std::array<const char*, 3> kLayout = {"BIGTIFF=", "BLOCKYSIZE=", "INTERLEAVE="};
-  return std::all_of(options.begin(), options.end(), [&](const std::string& option) {
-    return std::any_of(kLayout.begin(), kLayout.end(),
-                       [&](const char* name) { return STARTS_WITH_CI(option.c_str(), name); });
-  });
-}
-
-// Lower blocks are complete strip by strip, which GDAL writes from its cache.
-constexpr int kHighBlock = 32;
-
-// How many threads of the driver's may encode blocks of a new TIFF at once: as many as there are
-// processors, while the blocks on their way take little memory. 0 where the user chose or no block
-// is encoded, and where the driver might have to read one again to add another band: GDAL 3.6 reads
-// wrongly what its threads have not yet written.
-int UsefulEncoders(GDALDataset& dataset, const CPLStringList& options) {
-  constexpr std::int64_t kBytesOnTheWay = 12 << 20;
-  GDALRasterBand& band = *dataset.GetRasterBand(1);
-  int columns = 0;
-  int rows = 0;
-  band.GetBlockSize(&columns, &rows);
-  // A new dataset does not tell its compression.
-  const char* const compression = options.FetchNameValue("COMPRESS");
-  if (!compression || EQUAL(compression, "NONE") || options.FetchNameValue("NUM_THREADS") ||
-      CPLGetConfigOption("GDAL_NUM_THREADS", nullptr) ||
-      (dataset.GetRasterCount() > 1 && rows < kHighBlock))
-    return 0;
-  // Each thread has one in work and one waiting.
-  const std::int64_t bytes = std::int64_t{2} * columns * rows * dataset.GetRasterCount() *
-                             GDALGetDataTypeSizeBytes(band.GetRasterDataType());
-  return static_cast<int>(std::min<std::int64_t>(CPLGetNumCPUs(), kBytesOnTheWay / bytes));
 }
 
 // Files of GDAL's beside a raster that would be taken for the new one's. Only names that can belong
@@ -185,7 +145,8 @@ bool RasterOutput::DeclareNoData(double value) {
 }
 
 void RasterOutput::PrepareBlocks(ScratchSpace& space) {
-  if (!uncompressedRows_ && blockRows_ >= kHighBlock)
+  // GDAL writes lower blocks from its cache, complete strip by strip.
+  if (!uncompressedRows_ && IsHighBlock(blockRows_))
     blockRowWriter_ = std::make_unique<BlockRowWriter>(*dataset_, space);
 }
 
@@ -252,7 +213,8 @@ void RasterOutput::Publish(RunObserver& observer) {
     CopyToFormat(observer);
   else
     Close();
-  CheckWhatWasWritten();
+  if (const std::string fault = FaultOfFile(file_, specification_); !fault.empty())
+    FailToWrite(fault);
   if (observer.IsCancelled()) throw RunCancelled();
   const std::vector<fs::path> names = NamesIn(folder_.Path());
   folder_.Publish(specification_.overwrite);
@@ -285,34 +247,6 @@ void RasterOutput::Close() {
   dataset_->FlushCache(true);
   dataset_.reset();
   if (failures.Any()) FailToWrite(failures.First());
-}
-
-void RasterOutput::CheckWhatWasWritten() const {
-  const GdalFailures failures;
-  // Only by its own driver, unless that writes a variety of another driver's files.
-  const std::array<const char*, 2> own = {specification_.format.driver->GetDescription(), nullptr};
-  const bool opens = specification_.format.driver->GetMetadataItem(GDAL_DCAP_OPEN) != nullptr;
-  const GDALDatasetUniquePtr written(
-      GDALDataset::Open(file_.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR,
-                        opens ? own.data() : nullptr));
-  if (!written) FailToWrite("it does not open again: " + failures.First());
-  // A container of one raster a band shows them as subdatasets; that it opens must do.
-  if (written->GetRasterCount() == 0 && written->GetMetadata("SUBDATASETS")) return;
-  if (written->GetRasterXSize() != specification_.columns ||
-      written->GetRasterYSize() != specification_.rows ||
-      written->GetRasterCount() != specification_.bands)
-    FailToWrite("it reads back with another size");
-  // A text format may take a wider type for what it reads.
-  const GDALDataType type = written->GetRasterBand(1)->GetRasterDataType();
-  if (GDALDataTypeUnion(type, specification_.mode->type) != type)
-    FailToWrite(std::string("it reads back as ") + GDALGetDataTypeName(type));
-  // A file cut short by a full disk opens well; its last row does not read.
-  std::vector<double> row(static_cast<std::size_t>(specification_.columns) * 2);
-  for (GDALRasterBand* const band : written->GetBands())
-    if (band->RasterIO(GF_Read, 0, specification_.rows - 1, specification_.columns, 1, row.data(),
-                       specification_.columns, 1, GDT_CFloat64, 0, 0, nullptr) != CE_None ||
-        failures.Any())
-      FailToWrite("its last row does not read back: " + failures.First());
 }
 
 void RasterOutput::FailToWrite(const std::string& reason) const {

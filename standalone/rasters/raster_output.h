@@ -14,9 +14,8 @@
 #include <vector>
 
 #include "standalone/rasters/block_rows.h"
-#include "standalone/rasters/data_modes.h"
 #include "standalone/rasters/integer_output.h"
-#include "standalone/rasters/output_format.h"
+#include "standalone/rasters/output_specification.h"
 #include "standalone/rasters/temporary_folder.h"
 #include "standalone/rasters/uncompressed_rows.h"
 #include "standalone/runs/strip_processing.h"
@@ -26,18 +25,6 @@ namespace lumomixcalc::standalone {
 // Where an output named path goes: symbolic links are followed, so that a link stays a link.
 // Throws Failure when no file can be there, or when one is and overwrite is false.
 std::filesystem::path ResolveOutput(const std::string& path, bool overwrite);
-
-// What is to be written.
-struct OutputSpecification {
-  std::filesystem::path target;  // as ResolveOutput gives it
-  OutputFormat format;
-  const DataMode* mode = nullptr;
-  std::vector<std::string> creationOptions;
-  int columns = 0;
-  int rows = 0;
-  int bands = 0;
-  bool overwrite = false;
-};
 
 // The output raster, written in strips of whole rows in a temporary folder beside its place.
 // Unless Publish is reached, nothing of it is left and a file that was there stays as it was.
@@ -90,7 +77,6 @@ class RasterOutput : public StripSink {
   void LayOutRows();
   void CopyToFormat(RunObserver& observer);
   void Close();
-  void CheckWhatWasWritten() const;
   [[noreturn]] void FailToWrite(const std::string& reason) const;
 
   OutputSpecification specification_;
