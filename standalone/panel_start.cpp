@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -37,9 +38,9 @@ void StartPanel(const std::vector<std::string>& arguments) {
   const std::string program = PanelProgram();
   std::vector<std::string> texts = {program};
   texts.insert(texts.end(), arguments.begin(), arguments.end());
-  std::vector<char*> pointers;
-  for (std::string& text : texts) pointers.push_back(text.data());
-  pointers.push_back(nullptr);
+  std::vector<char*> pointers(texts.size() + 1);  // the last one null
+  std::transform(texts.begin(), texts.end(), pointers.begin(),
+                 [](std::string& text) { return text.data(); });
   execv(program.c_str(), pointers.data());
   throw WrongCommandLine("-panel: cannot start " + program + ": " + std::strerror(errno) +
                          "; without the panel, name files and options (-help tells which)");

@@ -20,43 +20,70 @@ GDALDataType CommonType(GDALDataset& dataset, const std::vector<int>& bands) {
   return type;
 }
 
+// As they are stored, or, where new values are made of several, floats.
+GDALDataType KeptType(GDALDataset& dataset, const std::vector<int>& bands, int resolution) {
+  const GDALDataType type = CommonType(dataset, bands);
+  if (resolution == 1) return type;
+  return GDALDataTypeIsComplex(type) ? GDT_CFloat32 : GDT_Float32;
+}
+
 void StopIfAsked(const std::stop_token& stop) {
   if (stop.stop_requested()) throw RunCancelled();
 }
 
+// The first n-th pixel, counted from an origin, that lies at place or beyond; may be negative.
+int FirstPixel(std::int64_t place, int origin, int n) {
+  const std::int64_t distance = place - origin;
+  return static_cast<int>(distance > 0 ? (distance + n - 1) / n : distance / n);
+}
+
 }  // namespace
 
-BlockRowReader::BlockRowReader(GDALDataset& dataset, std::vector<int> bands,
-                               const PixelWindow& window, ScratchSpace& space)
+BlockRowReader::BlockRowReader(GDALDataset& dataset, std::vector<int> bands, const OutputGrid& grid,
+                               GDALRIOResampleAlg resampling, ScratchSpace& space)
     : dataset_(dataset),
       bands_(std::move(bands)),
-      window_(window),
-      type_(CommonType(dataset, bands_)) {
+      grid_(grid),
+      resampling_(resampling),
+      type_(KeptType(dataset, bands_, grid.resolution)) {
   dataset.GetRasterBand(bands_.front())->GetBlockSize(&blockColumns_, &blockRows_);
   blockRows_ = std::min(blockRows_, dataset.GetRasterYSize());
   blockColumns_ = std::min(blockColumns_, dataset.GetRasterXSize());
   const std::size_t bytes = BytesOf(type_);
-  rows_ = std::make_unique<ScratchRows>(bands_.size() * Size(blockRows_),
-                                        Size(window_.columns) * bytes, space);
-  if (!LoadsWhole()) block_.resize(Size(blockColumns_) * Size(blockRows_) * bytes);
-  row_.resize(Size(window_.columns) * bytes);
+  const int n = grid_.resolution;
+  rowsHeld_ = (blockRows_ - 1) / n + 1;
+  const std::size_t rowBytes = Size(grid_.columns) * bytes;
+  rows_ = std::make_unique<ScratchRows>(bands_.size() * Size(rowsHeld_), rowBytes, space);
+  if (!LoadsWhole()) block_.resize(Size((blockColumns_ - 1) / n + 1) * Size(rowsHeld_) * bytes);
+  row_.resize(rowBytes);
 }
 
-std::size_t BlockRowReader::StoredRow(std::size_t bandIndex, int y) const {
-  return bandIndex * Size(blockRows_) + Size(y % blockRows_);
+int BlockRowReader::FirstRow(int blockRow) const {
+  return FirstPixel(std::int64_t{blockRow} * blockRows_, grid_.window.y, grid_.resolution);
+}
+
+std::size_t BlockRowReader::StoredRow(std::size_t bandIndex, int row) const {
+  return bandIndex * Size(rowsHeld_) + Size(row - FirstRow(blockRowHeld_));
+}
+
+int BlockRowReader::CachedBlocks() const {
+  if (grid_.resolution > 1)
+    return 9;  // a pixel on a corner, or interpolated, and what is around it
+  return LoadsWhole() ? 0 : 2;
 }
 
 bool BlockRowReader::Read(int band, int firstRow, int rows, void* out, GDALDataType type,
                           const std::stop_token& stop) {
   const auto bandIndex =
       static_cast<std::size_t>(std::find(bands_.begin(), bands_.end(), band) - bands_.begin());
-  const std::size_t outRowBytes = Size(window_.columns) * BytesOf(type);
+  const std::size_t outRowBytes = Size(grid_.columns) * BytesOf(type);
   auto* next = static_cast<std::byte*>(out);
-  for (int y = firstRow; y < firstRow + rows; ++y, next += outRowBytes) {
-    if (y / blockRows_ != blockRowHeld_ && !Load(y / blockRows_, stop)) return false;
-    rows_->Read(StoredRow(bandIndex, y), 0, row_.data(), row_.size());
+  for (int row = firstRow; row < firstRow + rows; ++row, next += outRowBytes) {
+    const int blockRow = (grid_.window.y + row * grid_.resolution) / blockRows_;
+    if (blockRow != blockRowHeld_ && !Load(blockRow, stop)) return false;
+    rows_->Read(StoredRow(bandIndex, row), 0, row_.data(), row_.size());
     GDALCopyWords64(row_.data(), type_, GDALGetDataTypeSizeBytes(type_), next, type,
-                    GDALGetDataTypeSizeBytes(type), window_.columns);
+                    GDALGetDataTypeSizeBytes(type), grid_.columns);
   }
   return true;
 }
@@ -67,40 +94,44 @@ bool BlockRowReader::LoadsWhole() const {
   int width = 0;
   int height = 0;
   dataset_.GetRasterBand(1)->GetBlockSize(&width, &height);
-  return dataset_.GetRasterCount() == 1 && rows_->InMemory() && width == window_.columns &&
+  return dataset_.GetRasterCount() == 1 && rows_->InMemory() && width == grid_.columns &&
          width == dataset_.GetRasterXSize() && height == blockRows_;
 }
 
 bool BlockRowReader::Load(int blockRow, const std::stop_token& stop) {
-  if (LoadsWhole()) {
-    blockRowHeld_ = blockRow;
-    return dataset_.GetRasterBand(1)->ReadBlock(0, blockRow, rows_->Memory(0)) == CE_None;
-  }
-  const int y = std::max(blockRow * blockRows_, window_.y);
-  const int yEnd = static_cast<int>(
-      std::min<std::int64_t>((std::int64_t{blockRow} + 1) * blockRows_, window_.y + window_.rows));
-  const int xEnd = window_.x + window_.columns;
-  for (int x = window_.x; x < xEnd;) {
-    StopIfAsked(stop);
-    const int end = static_cast<int>(
-        std::min<std::int64_t>((std::int64_t{x} / blockColumns_ + 1) * blockColumns_, xEnd));
-    if (!LoadBlock(x, end - x, y, yEnd - y)) return false;
-    x = end;
-  }
   blockRowHeld_ = blockRow;
+  if (LoadsWhole())
+    return dataset_.GetRasterBand(1)->ReadBlock(0, blockRow, rows_->Memory(0)) == CE_None;
+  const int n = grid_.resolution;
+  const int row = std::max(FirstRow(blockRow), 0);
+  const int endRow = std::min(FirstRow(blockRow + 1), grid_.rows);
+  for (int column = 0; column < grid_.columns;) {
+    StopIfAsked(stop);
+    const std::int64_t nextBlock = (grid_.window.x + column * n) / blockColumns_ + 1;
+    const int end =
+        std::min(FirstPixel(nextBlock * blockColumns_, grid_.window.x, n), grid_.columns);
+    if (!LoadBlock(column, end - column, row, endRow - row)) return false;
+    column = end;
+  }
   return true;
 }
 
-// One block of all bands, one after the other, while the driver still has it at hand.
-bool BlockRowReader::LoadBlock(int x, int columns, int y, int rows) {
+// What begins in one block, of all bands, one after the other, while the driver still has it at
+// hand.
+bool BlockRowReader::LoadBlock(int column, int columns, int row, int rows) {
   const std::size_t bytes = BytesOf(type_);
+  const int n = grid_.resolution;
+  GDALRasterIOExtraArg extra;
+  INIT_RASTERIO_EXTRA_ARG(extra);
+  extra.eResampleAlg = resampling_;
   for (std::size_t i = 0; i < bands_.size(); ++i) {
-    if (dataset_.GetRasterBand(bands_[i])->RasterIO(GF_Read, x, y, columns, rows, block_.data(),
-                                                    columns, rows, type_, 0, 0, nullptr) != CE_None)
+    if (dataset_.GetRasterBand(bands_[i])->RasterIO(
+            GF_Read, grid_.window.x + column * n, grid_.window.y + row * n, columns * n, rows * n,
+            block_.data(), columns, rows, type_, 0, 0, &extra) != CE_None)
       return false;
-    for (int row = 0; row < rows; ++row)
-      rows_->Write(StoredRow(i, y + row), Size(x - window_.x) * bytes,
-                   block_.data() + Size(row) * Size(columns) * bytes, Size(columns) * bytes);
+    for (int r = 0; r < rows; ++r)
+      rows_->Write(StoredRow(i, row + r), Size(column) * bytes,
+                   block_.data() + Size(r) * Size(columns) * bytes, Size(columns) * bytes);
   }
   return true;
 }

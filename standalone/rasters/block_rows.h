@@ -17,33 +17,37 @@ namespace lumomixcalc::standalone {
 // written here a row of blocks at a time, so that each is decoded or encoded once however the run
 // cuts the image into strips.
 
-// Reads a window of some bands of a raster. Rows must be asked for from top to bottom.
+// Reads some bands of a raster on a grid. Rows must be asked for from top to bottom.
 class BlockRowReader {
  public:
-  // The dataset must live as long as the reader.
-  BlockRowReader(GDALDataset& dataset, std::vector<int> bands, const PixelWindow& window,
-                 ScratchSpace& space);
+  // The dataset must live as long as the reader. Pixels of a coarser grid are made by resampling; a
+  // block on whose edge they lie, or that an interpolation reaches over, is then decoded again.
+  BlockRowReader(GDALDataset& dataset, std::vector<int> bands, const OutputGrid& grid,
+                 GDALRIOResampleAlg resampling, ScratchSpace& space);
 
-  // Reads rows of a band (one of those given) from firstRow of the raster into out, as elements of
+  // Reads rows of the grid of a band (one of those given) from firstRow into out, as elements of
   // type. Returns false when GDAL fails. Throws RunCancelled between blocks when stop asks for it.
   bool Read(int band, int firstRow, int rows, void* out, GDALDataType type,
             const std::stop_token& stop);
 
   // Blocks of a band that GDAL's cache must hold so that none is decoded twice.
-  int CachedBlocks() const { return LoadsWhole() ? 0 : 2; }
+  int CachedBlocks() const;
 
  private:
   bool LoadsWhole() const;
   bool Load(int blockRow, const std::stop_token& stop);
-  bool LoadBlock(int x, int columns, int y, int rows);
-  std::size_t StoredRow(std::size_t bandIndex, int y) const;
+  bool LoadBlock(int column, int columns, int row, int rows);
+  int FirstRow(int blockRow) const;
+  std::size_t StoredRow(std::size_t bandIndex, int row) const;
 
   GDALDataset& dataset_;
   std::vector<int> bands_;
-  PixelWindow window_;
+  OutputGrid grid_;
+  GDALRIOResampleAlg resampling_;
   GDALDataType type_;
   int blockColumns_ = 1;
   int blockRows_ = 1;
+  int rowsHeld_ = 1;  // of the grid, at most, that begin in a row of blocks
   int blockRowHeld_ = -1;
   std::unique_ptr<ScratchRows> rows_;
   std::vector<std::byte> block_;  // empty when blocks are loaded whole

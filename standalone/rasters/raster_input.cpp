@@ -85,10 +85,15 @@ void RasterInput::Select(const OutputGrid& grid, Resampling resampling,
   if (maskNoData)
     for (const int band : bands)
       if (const std::optional<double> value = NoData(band)) masked_[band] = *value;
-  if (grid_.resolution > 1) return;
-  if (!resampled_) uncompressedRows_ = UncompressedRows::Open(Pixels(), bands, grid_.window);
-  if (!uncompressedRows_ && HasBlocksToKeep(*Pixels().GetRasterBand(bands.front())))
-    blockRows_ = std::make_unique<BlockRowReader>(Pixels(), bands, grid_.window, space);
+  if (grid_.resolution == 1 && !resampled_)
+    uncompressedRows_ = UncompressedRows::Open(Pixels(), bands, grid_.window);
+  // To make coarser pixels GDAL's cache does as well, as long as it holds few blocks.
+  constexpr std::int64_t kFewBytes = 16 << 20;
+  const bool isLarge =
+      grid_.resolution == 1 || (resampling != Resampling::kPreview && CacheBytes(1) > kFewBytes);
+  if (!uncompressedRows_ && isLarge && HasBlocksToKeep(*Pixels().GetRasterBand(bands.front())))
+    blockRows_ =
+        std::make_unique<BlockRowReader>(Pixels(), bands, grid_, GdalResampling(resampling), space);
 }
 
 void RasterInput::OpenOverview() {
@@ -122,7 +127,7 @@ bool RasterInput::ReadPixels(int band, int firstRow, int rows, float* out,
     reason = uncompressedRows_->Read(band, y, rows, out, type);
     return reason.empty();
   }
-  if (blockRows_) return blockRows_->Read(band, y, rows, out, type, stop);
+  if (blockRows_) return blockRows_->Read(band, firstRow, rows, out, type, stop);
   GDALRasterIOExtraArg extra;
   INIT_RASTERIO_EXTRA_ARG(extra);
   extra.eResampleAlg = GdalResampling(resampling_);

@@ -1,10 +1,12 @@
 #include "standalone/rasters/block_rows.h"
 
 #include <cpl_string.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <filesystem>
+#include <random>
 
 #include "standalone/messages.h"
 
@@ -16,12 +18,12 @@ constexpr int kRows = 50;
 constexpr const char* kPath = "/vsimem/block_rows_test.tif";
 
 // Tiled 32 x 16 and interleaved by pixel, or in strips of 16 rows; in memory.
-GDALDatasetUniquePtr MakeRaster(int bands, bool tiled) {
+GDALDatasetUniquePtr MakeRaster(int bands, bool tiled, GDALDataType type = GDT_Float32) {
   GDALAllRegister();
   CPLStringList options(CSLTokenizeString("BLOCKYSIZE=16 COMPRESS=DEFLATE"));
   if (tiled) options.SetNameValue("TILED", "YES").SetNameValue("BLOCKXSIZE", "32");
   return GDALDatasetUniquePtr(GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
-      kPath, kColumns, kRows, bands, GDT_Float32, options.List()));
+      kPath, kColumns, kRows, bands, type, options.List()));
 }
 
 std::vector<float> RowsOf(int band, int x, int columns, int y, int rows) {
@@ -57,11 +59,12 @@ TEST_P(BlockRowsTest, WhatIsWrittenInStripsIsReadInOtherStrips) {
   const GDALDatasetUniquePtr dataset(GDALDataset::Open(kPath));
   for (const PixelWindow window :
        {PixelWindow{0, 0, kColumns, kRows}, {31, 15, 2, 2}, {33, 17, 20, 30}, {69, 0, 1, kRows}}) {
-    BlockRowReader reader(*dataset, {bands, 1}, window, space);
-    for (int y = window.y, end = 0; y < window.y + window.rows; y = end) {
-      end = std::min(y + 7, window.y + window.rows);
+    const OutputGrid grid = {window, 1, window.columns, window.rows};
+    BlockRowReader reader(*dataset, {bands, 1}, grid, GRIORA_NearestNeighbour, space);
+    for (int y = 0, end = 0; y < window.rows; y = end) {
+      end = std::min(y + 7, window.rows);
       for (const int band : {bands, 1}) {
-        const auto expected = RowsOf(band, window.x, window.columns, y, end - y);
+        const auto expected = RowsOf(band, window.x, window.columns, window.y + y, end - y);
         std::vector<float> values(expected.size());
         ASSERT_TRUE(reader.Read(band, y, end - y, values.data(), GDT_Float32, never));
         EXPECT_EQ(values, expected) << ToText(window) << " row " << y;
@@ -70,12 +73,46 @@ TEST_P(BlockRowsTest, WhatIsWrittenInStripsIsReadInOtherStrips) {
   }
 }
 
+TEST(BlockRows, CoarserPixelsAreThoseOfTheWholeRaster) {
+  ScratchSpace space;
+  const GDALDatasetUniquePtr dataset = MakeRaster(1, true, GDT_UInt16);
+  std::vector<float> noise(std::size_t{kColumns} * kRows);
+  std::minstd_rand random;
+  for (float& value : noise) value = static_cast<float>(random() % 1000);
+  GDALRasterBand& band = *dataset->GetRasterBand(1);
+  ASSERT_EQ(band.RasterIO(GF_Write, 0, 0, kColumns, kRows, noise.data(), kColumns, kRows,
+                          GDT_Float32, 0, 0, nullptr),
+            CE_None);
+  for (const GDALRIOResampleAlg resampling :
+       {GRIORA_NearestNeighbour, GRIORA_Average, GRIORA_Bilinear, GRIORA_Cubic})
+    for (const OutputGrid& grid : {OutputGrid{{0, 0, 70, 50}, 2, 35, 25},
+                                   {{5, 3, 63, 45}, 3, 21, 15},
+                                   {{1, 16, 68, 34}, 34, 2, 1}}) {
+      std::vector<float> expected(static_cast<std::size_t>(grid.columns) *
+                                  static_cast<std::size_t>(grid.rows));
+      std::vector<float> values(expected.size());
+      GDALRasterIOExtraArg extra;
+      INIT_RASTERIO_EXTRA_ARG(extra);
+      extra.eResampleAlg = resampling;
+      const PixelWindow& window = grid.window;
+      ASSERT_EQ(band.RasterIO(GF_Read, window.x, window.y, window.columns, window.rows,
+                              expected.data(), grid.columns, grid.rows, GDT_Float32, 0, 0, &extra),
+                CE_None);
+      BlockRowReader reader(*dataset, {1}, grid, resampling, space);
+      for (int row = 0; row < grid.rows; ++row)
+        ASSERT_TRUE(reader.Read(1, row, 1, &values[static_cast<std::size_t>(row * grid.columns)],
+                                GDT_Float32, {}));
+      EXPECT_THAT(values, testing::Pointwise(testing::FloatEq(), expected)) << grid.resolution;
+    }
+}
+
 TEST(BlockRows, StopBetweenBlocks) {
   ScratchSpace space;
   std::stop_source source;
   source.request_stop();
   const GDALDatasetUniquePtr dataset = MakeRaster(1, true);
-  BlockRowReader reader(*dataset, {1}, {0, 0, kColumns, kRows}, space);
+  BlockRowReader reader(*dataset, {1}, {{0, 0, kColumns, kRows}, 1, kColumns, kRows},
+                        GRIORA_NearestNeighbour, space);
   float row[kColumns];
   EXPECT_THROW(reader.Read(1, 0, 1, row, GDT_Float32, source.get_token()), RunCancelled);
   BlockRowWriter writer(*dataset, space);

@@ -29,7 +29,7 @@ void PrintTo(const Layout& layout, std::ostream* out) {
 }
 
 Pixels Ramp(float first) {
-  Pixels pixels(static_cast<std::size_t>(kAll.columns * kAll.rows));
+  Pixels pixels(std::size_t{kAll.columns} * std::size_t{kAll.rows});
   for (std::complex<float>& pixel : pixels) {
     pixel = {first / 3, 3 / first};
     ++first;
@@ -40,7 +40,7 @@ Pixels Ramp(float first) {
 // Reads or writes by GDAL.
 void Transfer(GDALRWFlag flag, GDALDataset& dataset, int band, const PixelWindow& window,
               Pixels& pixels) {
-  pixels.resize(static_cast<std::size_t>(window.columns * window.rows));
+  pixels.resize(static_cast<std::size_t>(window.columns) * static_cast<std::size_t>(window.rows));
   ASSERT_EQ(dataset.GetRasterBand(band)->RasterIO(flag, window.x, window.y, window.columns,
                                                   window.rows, pixels.data(), window.columns,
                                                   window.rows, GDT_CFloat32, 0, 0, nullptr),
@@ -91,7 +91,7 @@ TEST_P(UncompressedRowsTest, ReadsAndWritesWhatGdalReadsOrLeavesItToGdal) {
     Pixels expected;
     Transfer(GF_Read, *dataset_, band, window, expected);
     Pixels pixels(expected.size());
-    const std::ptrdiff_t upper = 5 * window.columns;
+    const std::ptrdiff_t upper = std::ptrdiff_t{5} * window.columns;
     EXPECT_EQ(rows->Read(band, window.y, 5, pixels.data(), GDT_CFloat32), "");
     EXPECT_EQ(rows->Read(band, window.y + 5, window.rows - 5, pixels.data() + upper, GDT_CFloat32),
               "");

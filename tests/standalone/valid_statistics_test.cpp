@@ -13,9 +13,12 @@ namespace {
 TEST(CountRows, AddsInDoublePrecisionWhateverTheHeightOfStrips) {
   constexpr int kColumns = 37;
   constexpr int kRows = 24;
-  std::vector<float> values;  // whose sums depend on the order of adding
-  for (int i = 0; i < kColumns * kRows; ++i)
-    values.push_back(std::ldexp(i % 3 == 0 ? -1.3F : 1.1F, i * 7 % 60 - 30));
+  std::vector<float> values(std::size_t{kColumns} * kRows);
+  // Their sums depend on the order of adding.
+  for (int i = 0; float& value : values) {
+    value = std::ldexp(i % 3 == 0 ? -1.3F : 1.1F, i * 7 % 60 - 30);
+    ++i;
+  }
   ValidStatistics whole;
   CountRows(values.data(), kColumns, kRows, 1, whole);
   EXPECT_NEAR(whole.sum, std::accumulate(values.begin(), values.end(), 0.0), 1e-4);
