@@ -20,13 +20,6 @@ GDALDataType CommonType(GDALDataset& dataset, const std::vector<int>& bands) {
   return type;
 }
 
-// As they are stored, or, where new values are made of several, floats.
-GDALDataType KeptType(GDALDataset& dataset, const std::vector<int>& bands, int resolution) {
-  const GDALDataType type = CommonType(dataset, bands);
-  if (resolution == 1) return type;
-  return GDALDataTypeIsComplex(type) ? GDT_CFloat32 : GDT_Float32;
-}
-
 void StopIfAsked(const std::stop_token& stop) {
   if (stop.stop_requested()) throw RunCancelled();
 }
@@ -45,7 +38,7 @@ BlockRowReader::BlockRowReader(GDALDataset& dataset, std::vector<int> bands, con
       bands_(std::move(bands)),
       grid_(grid),
       resampling_(resampling),
-      type_(KeptType(dataset, bands_, grid.resolution)) {
+      type_(CommonType(dataset, bands_)) {
   dataset.GetRasterBand(bands_.front())->GetBlockSize(&blockColumns_, &blockRows_);
   blockRows_ = std::min(blockRows_, dataset.GetRasterYSize());
   blockColumns_ = std::min(blockColumns_, dataset.GetRasterXSize());
