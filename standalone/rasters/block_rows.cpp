@@ -42,21 +42,31 @@ BlockRowReader::BlockRowReader(GDALDataset& dataset, std::vector<int> bands, con
   dataset.GetRasterBand(bands_.front())->GetBlockSize(&blockColumns_, &blockRows_);
   blockRows_ = std::min(blockRows_, dataset.GetRasterYSize());
   blockColumns_ = std::min(blockColumns_, dataset.GetRasterXSize());
-  const std::size_t bytes = BytesOf(type_);
   const int n = grid_.resolution;
   rowsHeld_ = (blockRows_ - 1) / n + 1;
-  const std::size_t rowBytes = Size(grid_.columns) * bytes;
-  rows_ = std::make_unique<ScratchRows>(bands_.size() * Size(rowsHeld_), rowBytes, space);
-  if (!LoadsWhole()) block_.resize(Size((blockColumns_ - 1) / n + 1) * Size(rowsHeld_) * bytes);
-  row_.resize(rowBytes);
+  for (int column = 0; column < grid_.columns;) {
+    starts_.push_back(column);
+    const std::int64_t nextBlock = (grid_.window.x + column * n) / blockColumns_ + 1;
+    column = FirstPixel(nextBlock * blockColumns_, grid_.window.x, n);
+  }
+  starts_.push_back(grid_.columns);
+  const std::size_t bytes = BytesOf(type_);
+  const std::size_t blockBytes = Size((blockColumns_ - 1) / n + 1) * Size(rowsHeld_) * bytes;
+  blocks_ = std::make_unique<ScratchRows>(bands_.size() * Blocks(), blockBytes, space);
+  if (!blocks_->InMemory()) block_.resize(blockBytes);
+  row_.resize(Size(grid_.columns) * bytes);
+}
+
+int BlockRowReader::BlockRowOf(int row) const {
+  return (grid_.window.y + row * grid_.resolution) / blockRows_;
 }
 
 int BlockRowReader::FirstRow(int blockRow) const {
   return FirstPixel(std::int64_t{blockRow} * blockRows_, grid_.window.y, grid_.resolution);
 }
 
-std::size_t BlockRowReader::StoredRow(std::size_t bandIndex, int row) const {
-  return bandIndex * Size(rowsHeld_) + Size(row - FirstRow(blockRowHeld_));
+int BlockRowReader::EndOfBlockRow(int row) const {
+  return std::min(FirstRow(BlockRowOf(row) + 1), grid_.rows);
 }
 
 int BlockRowReader::CachedBlocks() const {
@@ -69,62 +79,62 @@ bool BlockRowReader::Read(int band, int firstRow, int rows, void* out, GDALDataT
                           const std::stop_token& stop) {
   const auto bandIndex =
       static_cast<std::size_t>(std::find(bands_.begin(), bands_.end(), band) - bands_.begin());
+  const std::size_t bytes = BytesOf(type_);
   const std::size_t outRowBytes = Size(grid_.columns) * BytesOf(type);
   auto* next = static_cast<std::byte*>(out);
   for (int row = firstRow; row < firstRow + rows; ++row, next += outRowBytes) {
-    const int blockRow = (grid_.window.y + row * grid_.resolution) / blockRows_;
-    if (blockRow != blockRowHeld_ && !Load(blockRow, stop)) return false;
-    rows_->Read(StoredRow(bandIndex, row), 0, row_.data(), row_.size());
+    if (BlockRowOf(row) != blockRowHeld_ && !Load(BlockRowOf(row), stop)) return false;
+    for (std::size_t block = 0; block < Blocks(); ++block) {
+      const std::size_t pieceBytes = Size(ColumnsOf(block)) * bytes;
+      blocks_->Read(bandIndex * Blocks() + block, Size(row - firstRowHeld_) * pieceBytes,
+                    row_.data() + Size(starts_[block]) * bytes, pieceBytes);
+    }
     GDALCopyWords64(row_.data(), type_, GDALGetDataTypeSizeBytes(type_), next, type,
                     GDALGetDataTypeSizeBytes(type), grid_.columns);
   }
   return true;
 }
 
-// Blocks that are rows of blocks themselves, of nothing but the rows that are kept, need no second
-// copy here and none in GDAL's cache: they may be large.
+// Blocks that are rows of blocks themselves need no copy in GDAL's cache: they may be large.
 bool BlockRowReader::LoadsWhole() const {
   int width = 0;
   int height = 0;
   dataset_.GetRasterBand(1)->GetBlockSize(&width, &height);
-  return dataset_.GetRasterCount() == 1 && rows_->InMemory() && width == grid_.columns &&
+  return dataset_.GetRasterCount() == 1 && blocks_->InMemory() && width == grid_.columns &&
          width == dataset_.GetRasterXSize() && height == blockRows_;
 }
 
 bool BlockRowReader::Load(int blockRow, const std::stop_token& stop) {
   blockRowHeld_ = blockRow;
+  firstRowHeld_ = FirstRow(blockRow);  // above the grid where that begins within a block
   if (LoadsWhole())
-    return dataset_.GetRasterBand(1)->ReadBlock(0, blockRow, rows_->Memory(0)) == CE_None;
-  const int n = grid_.resolution;
-  const int row = std::max(FirstRow(blockRow), 0);
-  const int endRow = std::min(FirstRow(blockRow + 1), grid_.rows);
-  for (int column = 0; column < grid_.columns;) {
+    return dataset_.GetRasterBand(1)->ReadBlock(0, blockRow, blocks_->Memory(0)) == CE_None;
+  firstRowHeld_ = std::max(firstRowHeld_, 0);
+  const int rows = EndOfBlockRow(firstRowHeld_) - firstRowHeld_;
+  for (std::size_t block = 0; block < Blocks(); ++block) {
     StopIfAsked(stop);
-    const std::int64_t nextBlock = (grid_.window.x + column * n) / blockColumns_ + 1;
-    const int end =
-        std::min(FirstPixel(nextBlock * blockColumns_, grid_.window.x, n), grid_.columns);
-    if (!LoadBlock(column, end - column, row, endRow - row)) return false;
-    column = end;
+    if (!LoadBlock(block, rows)) return false;
   }
   return true;
 }
 
 // What begins in one block, of all bands, one after the other, while the driver still has it at
 // hand.
-bool BlockRowReader::LoadBlock(int column, int columns, int row, int rows) {
-  const std::size_t bytes = BytesOf(type_);
+bool BlockRowReader::LoadBlock(std::size_t block, int rows) {
   const int n = grid_.resolution;
+  const int columns = ColumnsOf(block);
   GDALRasterIOExtraArg extra;
   INIT_RASTERIO_EXTRA_ARG(extra);
   extra.eResampleAlg = resampling_;
   for (std::size_t i = 0; i < bands_.size(); ++i) {
+    const std::size_t place = i * Blocks() + block;
+    std::byte* const to = blocks_->InMemory() ? blocks_->Memory(place) : block_.data();
     if (dataset_.GetRasterBand(bands_[i])->RasterIO(
-            GF_Read, grid_.window.x + column * n, grid_.window.y + row * n, columns * n, rows * n,
-            block_.data(), columns, rows, type_, 0, 0, &extra) != CE_None)
+            GF_Read, grid_.window.x + starts_[block] * n, grid_.window.y + firstRowHeld_ * n,
+            columns * n, rows * n, to, columns, rows, type_, 0, 0, &extra) != CE_None)
       return false;
-    for (int r = 0; r < rows; ++r)
-      rows_->Write(StoredRow(i, row + r), Size(column) * bytes,
-                   block_.data() + Size(r) * Size(columns) * bytes, Size(columns) * bytes);
+    if (!blocks_->InMemory())
+      blocks_->Write(place, 0, to, Size(columns) * Size(rows) * BytesOf(type_));
   }
   return true;
 }

@@ -30,15 +30,21 @@ class BlockRowReader {
   bool Read(int band, int firstRow, int rows, void* out, GDALDataType type,
             const std::stop_token& stop);
 
+  // The end of the rows of the grid that begin in the same row of blocks as this one. Who reads
+  // several bands in turns must not read across it, or blocks are decoded again for each.
+  int EndOfBlockRow(int row) const;
+
   // Blocks of a band that GDAL's cache must hold so that none is decoded twice.
   int CachedBlocks() const;
 
  private:
   bool LoadsWhole() const;
   bool Load(int blockRow, const std::stop_token& stop);
-  bool LoadBlock(int column, int columns, int row, int rows);
+  bool LoadBlock(std::size_t block, int rows);
+  int BlockRowOf(int row) const;
   int FirstRow(int blockRow) const;
-  std::size_t StoredRow(std::size_t bandIndex, int row) const;
+  std::size_t Blocks() const { return starts_.size() - 1; }
+  int ColumnsOf(std::size_t block) const { return starts_[block + 1] - starts_[block]; }
 
   GDALDataset& dataset_;
   std::vector<int> bands_;
@@ -48,9 +54,13 @@ class BlockRowReader {
   int blockColumns_ = 1;
   int blockRows_ = 1;
   int rowsHeld_ = 1;  // of the grid, at most, that begin in a row of blocks
+  std::vector<int>
+      starts_;  // the columns of the grid that begin a block, and its number of columns
   int blockRowHeld_ = -1;
-  std::unique_ptr<ScratchRows> rows_;
-  std::vector<std::byte> block_;  // empty when blocks are loaded whole
+  int firstRowHeld_ = 0;
+  // What begins in a block of a band is one row here: a block is loaded into it with one call.
+  std::unique_ptr<ScratchRows> blocks_;
+  std::vector<std::byte> block_;  // on its way to a file
   std::vector<std::byte> row_;
 };
 

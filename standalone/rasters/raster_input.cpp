@@ -159,6 +159,10 @@ void RasterInput::RefuseShortFile() {
     throw Failure("cannot read " + Describe() + ": " + shortage);
 }
 
+int RasterInput::AlignedEnd(int firstRow, int end) const {
+  return blockRows_ ? std::min(end, blockRows_->EndOfBlockRow(firstRow)) : end;
+}
+
 std::int64_t RasterInput::CacheBytes(int stripRows) {
   const std::int64_t stripInputRows = std::int64_t{stripRows} * grid_.resolution;
   std::int64_t bytes = 0;

@@ -51,6 +51,9 @@ class RasterInput {
   // asks for it.
   void Read(int band, int firstRow, int rows, float* out, const std::stop_token& stop);
 
+  // Brought back to where several bands are best read up to in turns, before any goes on.
+  int AlignedEnd(int firstRow, int end) const;
+
   // The no-data value that a band (from 1) declares.
   std::optional<double> NoData(int band) const {
     return DeclaredNoData(*dataset_->GetRasterBand(band));

@@ -24,11 +24,16 @@ struct Rows {
 };
 
 std::vector<Rows> PlanStrips(const RunSession& session, const StripSink& sink) {
+  const bool inTurns = session.Bands().size() > 1;
   const int atMost = session.RowsPerStrip();
   const int rows = session.Grid().rows;
   std::vector<Rows> plan;
-  for (int row = 0; row < rows; row = plan.back().end)
-    plan.push_back({row, sink.AlignedEnd(row, std::min(atMost, rows - row))});
+  for (int row = 0; row < rows; row = plan.back().end) {
+    int end = sink.AlignedEnd(row, std::min(atMost, rows - row));
+    for (const RunInput& input : session.Inputs())
+      if (inTurns) end = input.raster->AlignedEnd(row, end);
+    plan.push_back({row, end});
+  }
   return plan;
 }
 

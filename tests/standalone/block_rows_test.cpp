@@ -106,6 +106,20 @@ TEST(BlockRows, CoarserPixelsAreThoseOfTheWholeRaster) {
     }
 }
 
+TEST(BlockRows, EndWhereTheNextRowOfBlocksBegins) {
+  ScratchSpace space;
+  const GDALDatasetUniquePtr dataset = MakeRaster(1, true);
+  for (const auto& [y, resolution, rows] : {std::tuple(0, 1, 50), {10, 1, 30}, {1, 3, 16}}) {
+    const OutputGrid grid = {{0, y, kColumns, rows * resolution}, resolution, 10, rows};
+    const BlockRowReader reader(*dataset, {1}, grid, GRIORA_Average, space);
+    int expected = rows;
+    for (int row = rows - 1; row >= 0; --row) {
+      EXPECT_EQ(reader.EndOfBlockRow(row), expected) << y << ' ' << row;
+      if ((y + row * resolution) / 16 != (y + (row - 1) * resolution) / 16) expected = row;
+    }
+  }
+}
+
 TEST(BlockRows, StopBetweenBlocks) {
   ScratchSpace space;
   std::stop_source source;
