@@ -106,10 +106,9 @@ bool BlockRowReader::LoadsWhole() const {
 
 bool BlockRowReader::Load(int blockRow, const std::stop_token& stop) {
   blockRowHeld_ = blockRow;
-  firstRowHeld_ = FirstRow(blockRow);  // above the grid where that begins within a block
+  firstRowHeld_ = FirstRow(blockRow);  // negative where the grid begins within a block
   if (LoadsWhole())
     return dataset_.GetRasterBand(1)->ReadBlock(0, blockRow, blocks_->Memory(0)) == CE_None;
-  firstRowHeld_ = std::max(firstRowHeld_, 0);
   const int rows = EndOfBlockRow(firstRowHeld_) - firstRowHeld_;
   for (std::size_t block = 0; block < Blocks(); ++block) {
     StopIfAsked(stop);
