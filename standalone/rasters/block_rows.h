@@ -53,9 +53,10 @@ class BlockRowReader {
   GDALDataType type_;
   int blockColumns_ = 1;
   int blockRows_ = 1;
-  int rowsHeld_ = 1;  // of the grid, at most, that begin in a row of blocks
-  std::vector<int>
-      starts_;  // the columns of the grid that begin a block, and its number of columns
+  // Rows of the grid, at most, that begin in a row of blocks.
+  int rowsHeld_ = 1;
+  // The first columns of the grid that begin in each block, and the number of all.
+  std::vector<int> starts_;
   int blockRowHeld_ = -1;
   int firstRowHeld_ = 0;
   // What begins in a block of a band is one row here: a block is loaded into it with one call.

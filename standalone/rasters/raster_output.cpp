@@ -87,7 +87,7 @@ void RasterOutput::Create(GDALDriver& driver, const CPLStringList& options) {
   dataset_.reset();
   dataset_.reset(driver.Create(workFile_.c_str(), specification_.columns, specification_.rows,
                                specification_.bands, specification_.mode->type,
-                               const_cast<CPLStringList&>(options).List()));
+                               CPLStringList(options).List()));
   if (!dataset_ || failures.Any()) FailToWrite(failures.First());
   int blockColumns = 0;
   dataset_->GetRasterBand(1)->GetBlockSize(&blockColumns, &blockRows_);
