@@ -73,10 +73,9 @@ RasterOutput::RasterOutput(const OutputSpecification& specification)
   GDALDriver& driver =
       copies ? *GetGDALDriverManager()->GetDriverByName("GTiff") : *specification_.format.driver;
   CPLStringList options = copies ? CPLStringList() : CreationOptions(specification_);
-  const bool isTiff = EQUAL(driver.GetDescription(), "GTiff");
-  if (isTiff) options = WithBigTiff(options);
+  if (EQUAL(driver.GetDescription(), "GTiff")) options = WithBigTiff(options);
   Create(driver, options);
-  if (const int encoders = isTiff ? UsefulEncoders(*dataset_, options) : 0; encoders > 1)
+  if (const int encoders = IsTiff(*dataset_) ? UsefulEncoders(*dataset_, options) : 0; encoders > 1)
     Create(driver, options.SetNameValue("NUM_THREADS", std::to_string(encoders).c_str()));
   if (!copies && HasPlainRows(*dataset_) && OnlyLayOut(specification_.creationOptions))
     LayOutRows();

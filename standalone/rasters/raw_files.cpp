@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "standalone/rasters/uncompressed_rows.h"
+
 namespace lumomixcalc::standalone {
 namespace {
 
@@ -18,7 +20,7 @@ std::int64_t Reach(std::int64_t step, int count) {
 
 std::string RawFileShortage(GDALDataset& dataset) {
   // A TIFF may leave out blocks of zeros, and GDAL itself refuses one cut short.
-  if (dataset.GetDriver() && EQUAL(dataset.GetDriver()->GetDescription(), "GTiff")) return "";
+  if (IsTiff(dataset)) return "";
   GDALDataset::RawBinaryLayout layout;
   VSIStatBufL status;
   if (!dataset.GetRawBinaryLayout(layout) || VSIStatL(layout.osRawFilename.c_str(), &status) != 0)

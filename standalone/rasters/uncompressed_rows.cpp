@@ -13,10 +13,6 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-bool IsTiff(GDALDataset& dataset) {
-  return dataset.GetDriver() && EQUAL(dataset.GetDriver()->GetDescription(), "GTiff");
-}
-
 const char* Structure(GDALMajorObject& object, const char* item) {
   return object.GetMetadataItem(item, "IMAGE_STRUCTURE");
 }
@@ -39,6 +35,10 @@ bool IsOnePiece(GDALDataset& dataset, GDALDataset::RawBinaryLayout& layout) {
 }
 
 }  // namespace
+
+bool IsTiff(GDALDataset& dataset) {
+  return dataset.GetDriver() && EQUAL(dataset.GetDriver()->GetDescription(), "GTiff");
+}
 
 bool HasPlainRows(GDALDataset& dataset) {
   if (!IsTiff(dataset) || Structure(dataset, "COMPRESSION")) return false;

@@ -15,6 +15,9 @@
 
 namespace lumomixcalc::standalone {
 
+// Whether a raster was opened by the driver of TIFFs.
+bool IsTiff(GDALDataset& dataset);
+
 // Whether a raster is, by what GDAL tells of it, a TIFF of uncompressed strips in which no other
 // band's elements stand between those of a row.
 bool HasPlainRows(GDALDataset& dataset);
