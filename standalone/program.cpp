@@ -1,57 +1,105 @@
 #include "standalone/program.h"
 
+#include <pthread.h>
+#include <signal.h>
 #include <string.h>
 
-#include <csignal>
+#include <atomic>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
+#include <thread>
 
 #include "host/ip.h"
-#include "standalone/command_line/usage.h"
-#include "standalone/messages.h"
-#include "standalone/runs/interruption.h"
+#include "standalone/base/messages.h"
+#include "standalone/cli/usage.h"
 
 namespace lumomixcalc::standalone {
 namespace {
 
+// Requests a stop when SIGINT, SIGTERM or SIGHUP comes. A thread of its own waits for them: they
+// are blocked in all threads that start later.
+class SignalWatch {
+ public:
+  SignalWatch() {
+    sigemptyset(&signals_);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+      struct sigaction action = {};
+      // One that the process was started to ignore, as nohup does, stays ignored.
+      if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN)
+        sigaddset(&signals_, signal);
+    }
+    pthread_sigmask(SIG_BLOCK, &signals_, nullptr);
+    std::thread([this] {
+      int signal = 0;
+      if (sigwait(&signals_, &signal) != 0) return;
+      signal_ = signal;
+      source_.request_stop();
+    }).detach();
+  }
+  SignalWatch(const SignalWatch&) = delete;
+  SignalWatch& operator=(const SignalWatch&) = delete;
+
+  std::stop_token Token() const { return source_.get_token(); }
+  int Signal() const { return signal_; }
+
+ private:
+  sigset_t signals_ = {};
+  std::stop_source source_;
+  std::atomic<int> signal_ = 0;
+};
+
+// Never destroyed: its thread waits to the end of the process.
+SignalWatch& TheSignalWatch() {
+  static auto* const watch = new SignalWatch;
+  return *watch;
+}
+
 void Run(const std::vector<std::string>& arguments, int (*registerApplication)(),
-         const std::function<void(const Options&, RunContext&)>& act) {
-  RunContext& context = Context();
+         const Action& act) {
+  HostState& host = TheHostState();
   registerApplication();
-  context.registration.CheckThatHostCanServe();
-  const Options options = ReadOptions(arguments, context.registration);
-  if (options.action == Options::Action::kHelp) return PrintUsage(context);
+  host.registration.CheckThatHostCanServe();
+  const Options options = ReadOptions(arguments, host.registration);
+  if (options.action == Options::Action::kHelp) return PrintUsage(host);
   if (options.action == Options::Action::kVersion) return PrintVersion();
-  context.arguments = options.applicationArguments;
-  context.registration.Call(IP_SLOT_READ_CMD_LINE);
-  if (context.desisted) throw WrongCommandLine("");
-  act(options, context);
+  host.arguments = options.applicationArguments;
+  host.registration.Call(IP_SLOT_READ_CMD_LINE);
+  if (host.desisted) throw Desisted(ExitStatus::kWrongCommandLine);
+  act(options, host, TheSignalWatch().Token());
+}
+
+bool IsSet(const char* variable) {
+  const char* const value = std::getenv(variable);
+  return value && *value != '\0';
 }
 
 }  // namespace
 
 int RunProgram(const std::vector<std::string>& arguments, int (*registerApplication)(),
-               const std::function<void(const Options&, RunContext&)>& act) {
+               const Action& act) {
   constexpr int kInterrupted = 128;  // plus the signal's number, as shells have it
   // A write beyond a file-size limit shall fail rather than end the process.
-  std::signal(SIGXFSZ, SIG_IGN);
-  ExitStatus status = ExitStatus::kFailed;
+  signal(SIGXFSZ, SIG_IGN);
   try {
     Run(arguments, registerApplication, act);
     if (std::fflush(stdout) != 0) throw Failure("cannot write to standard output");
-    status = ExitStatus::kDone;
-  } catch (const RunCancelled&) {
-    const int signal = InterruptingSignal();
+    return static_cast<int>(ExitStatus::kDone);
+  } catch (const Cancelled&) {
+    const int signal = TheSignalWatch().Signal();
     Tell(std::string("stopped by a signal (") + strsignal(signal) + "); nothing was written");
     return kInterrupted + signal;
+  } catch (const Desisted& desisted) {
+    return static_cast<int>(desisted.Status());
   } catch (const Failure& failure) {
-    // No text: the application has told the user already.
-    if (*failure.what() != '\0') Tell(failure.what());
-    status = failure.Status();
+    Tell(failure.what());
+    return static_cast<int>(failure.Status());
   } catch (const std::exception& error) {
     Tell(std::string("unexpected failure: ") + error.what());
+    return static_cast<int>(ExitStatus::kFailed);
   }
-  return static_cast<int>(status);
 }
+
+bool DisplayIsNamed() { return IsSet("DISPLAY") || IsSet("WAYLAND_DISPLAY"); }
 
 }  // namespace lumomixcalc::standalone

@@ -2,20 +2,27 @@
 #define LUMOMIXCALC_STANDALONE_PROGRAM_H
 
 #include <functional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
-#include "standalone/application/run_context.h"
-#include "standalone/command_line/options.h"
+#include "standalone/cli/options.h"
+#include "standalone/framework/host_calls.h"
 
 namespace lumomixcalc::standalone {
+
+// Does what the options ask for; stop is requested by SIGINT, SIGTERM or SIGHUP.
+using Action = std::function<void(const Options& options, HostState& host, std::stop_token stop)>;
 
 // What the batch program and the panel's program do alike: has the application registered, reads
 // the arguments after the program's name, shows the help or the version where they ask for it, else
 // lets the application read its own and acts on all of them. Tells what act throws. Returns the
 // exit status.
 int RunProgram(const std::vector<std::string>& arguments, int (*registerApplication)(),
-               const std::function<void(const Options&, RunContext&)>& act);
+               const Action& act);
+
+// Whether the environment names a display.
+bool DisplayIsNamed();
 
 }  // namespace lumomixcalc::standalone
 

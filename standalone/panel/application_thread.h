@@ -1,22 +1,22 @@
 #ifndef LUMOMIXCALC_STANDALONE_PANEL_APPLICATION_THREAD_H
 #define LUMOMIXCALC_STANDALONE_PANEL_APPLICATION_THREAD_H
 
-#include <atomic>
 #include <cstdint>
 #include <functional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
-#include "standalone/application/run_context.h"
-#include "standalone/command_line/options.h"
+#include "standalone/framework/host_calls.h"
 #include "standalone/panel/preview.h"
 #include "standalone/panel/serial_executor.h"
+#include "standalone/runs/job.h"
 
 namespace lumomixcalc::standalone {
 
 enum class RunEnd { kDone, kCancelled, kFailed };
 
-// The one thread that, from its making on, touches the run context: it writes the user's entries to
+// The one thread that, from its making on, touches the run host: it writes the user's entries to
 // the addresses that the application bound, and makes every callback, for previews, runs and the
 // equivalent command alike. So nothing of all this happens side by side, and nobody locks anything.
 // All functions here are for the windows' thread and return at once; what comes of them is told
@@ -33,7 +33,7 @@ class ApplicationThread {
   // Calls a function in the windows' thread.
   using Deliver = std::function<void(std::function<void()> letter)>;
 
-  ApplicationThread(RunContext& context, Deliver deliver, Listener listener);
+  ApplicationThread(HostState& host, Deliver deliver, Listener listener);
   // Cancels what is under way and waits for its end.
   ~ApplicationThread();
   ApplicationThread(const ApplicationThread&) = delete;
@@ -44,26 +44,24 @@ class ApplicationThread {
 
   // Asks for the command and the preview of the settings as they are now. A newer call makes one
   // that has not ended needless.
-  void Refresh(const Options& options, int band);
+  void Refresh(const Job& job, int band);
 
-  void Run(const Options& options);
-  void CancelRun() { runCancelled_ = true; }
+  void Run(const Job& job);
+  void CancelRun() { run_.request_stop(); }
 
  private:
-  class PreviewObserver;
-  class BatchObserver;
-
-  void MakePreview(const Options& options, int band, std::uint64_t request);
-  RunEnd MakeRun(const Options& options);
-  std::string Command(const Options& options);
+  void MakePreview(const Job& job, int band, const std::stop_token& stop);
+  RunEnd MakeRun(const Job& job, const std::stop_token& stop);
+  std::function<void(double)> ThrottledProgress();
+  std::string Command(const Job& job);
   void Tell(const std::string& message);
 
-  RunContext& context_;
+  HostState& host_;
   Deliver deliver_;
   Listener listener_;
   PreviewMaker previews_;
-  std::atomic<std::uint64_t> newestRequest_ = 0;
-  std::atomic<bool> runCancelled_ = false;
+  std::stop_source newestPreview_;  // touched by the windows' thread alone, as the next
+  std::stop_source run_;
   SerialExecutor executor_;  // last, for its tasks use all of the above
 };
 

@@ -6,7 +6,7 @@
 #include <QPushButton>
 #include <functional>
 
-#include "standalone/application/registration.h"
+#include "standalone/framework/registration.h"
 
 class QGridLayout;
 

@@ -7,7 +7,7 @@
 #include <optional>
 #include <utility>
 
-#include "standalone/command_line/numbers.h"
+#include "standalone/base/numbers.h"
 #include "standalone/panel/float_text.h"
 
 namespace lumomixcalc::standalone {

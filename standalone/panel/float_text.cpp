@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "standalone/command_line/numbers.h"
+#include "standalone/base/numbers.h"
 
 namespace lumomixcalc::standalone {
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <utility>
 
-#include "standalone/messages.h"
+#include "standalone/base/messages.h"
 
 namespace lumomixcalc::standalone {
 namespace {

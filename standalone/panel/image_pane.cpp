@@ -10,7 +10,7 @@
 #include <cstddef>
 #include <utility>
 
-#include "standalone/command_line/numbers.h"
+#include "standalone/base/numbers.h"
 
 namespace lumomixcalc::standalone {
 namespace {

@@ -44,7 +44,7 @@ void AddLabelled(QGridLayout& grid, const QString& text, QWidget& widget) {
 
 }  // namespace
 
-OutputSettings::OutputSettings(const Registration& registration, const Options& first,
+OutputSettings::OutputSettings(const Registration& registration, const Job& first,
                                std::function<void()> changed)
     : changed_(std::move(changed)) {
   auto* const grid = new QGridLayout(this);
@@ -55,7 +55,7 @@ OutputSettings::OutputSettings(const Registration& registration, const Options& 
   AddStorage(*grid, registration, first);
 }
 
-void OutputSettings::AddRegion(QGridLayout& grid, const Options& first) {
+void OutputSettings::AddRegion(QGridLayout& grid, const Job& first) {
   region_ = new QCheckBox(QStringLiteral("Region"));
   region_->setToolTip(
       QStringLiteral("Only this part of the images, in pixels; it can also be "
@@ -86,7 +86,7 @@ void OutputSettings::AddRegion(QGridLayout& grid, const Options& first) {
   connect(region_, &QCheckBox::toggled, [this] { changed_(); });
 }
 
-void OutputSettings::AddResolution(QGridLayout& grid, const Options& first) {
+void OutputSettings::AddResolution(QGridLayout& grid, const Job& first) {
   auto* const fields = new QWidget;
   auto* const layout = new QHBoxLayout(fields);
   layout->setContentsMargins(0, 0, 0, 0);
@@ -113,7 +113,7 @@ void OutputSettings::AddResolution(QGridLayout& grid, const Options& first) {
 }
 
 void OutputSettings::AddStorage(QGridLayout& grid, const Registration& registration,
-                                const Options& first) {
+                                const Job& first) {
   mode_ = new QComboBox;
   mode_->addItem(QStringLiteral("float32, complex when %1 is read and complex")
                      .arg(QString::fromStdString(registration.inputs.front().label)));
@@ -138,19 +138,19 @@ void OutputSettings::AddStorage(QGridLayout& grid, const Registration& registrat
   AddLabelled(grid, QStringLiteral("Format"), *format_);
 }
 
-void OutputSettings::Apply(Options& options) const {
+void OutputSettings::Apply(Job& job) const {
   if (const std::optional<QRect> region = Region()) {
-    options.selection.region = {region->x(), region->y(), region->width(), region->height()};
-    options.selection.window.reset();
+    job.selection.region = {region->x(), region->y(), region->width(), region->height()};
+    job.selection.window.reset();
   } else {
-    options.selection.region.reset();
+    job.selection.region.reset();
   }
   if (resolution_) {
-    options.selection.resolution = resolution_->value();
-    options.selection.resampling = static_cast<Resampling>(resampling_->currentIndex());
+    job.selection.resolution = resolution_->value();
+    job.selection.resampling = static_cast<Resampling>(resampling_->currentIndex());
   }
-  options.mode = mode_->currentIndex() == 0 ? nullptr : &DataModeOf(mode_->currentIndex() - 1);
-  options.format = format_->currentIndex() == 0 ? "" : format_->currentText().toStdString();
+  job.mode = mode_->currentIndex() == 0 ? nullptr : &DataModeOf(mode_->currentIndex() - 1);
+  job.format = format_->currentIndex() == 0 ? "" : format_->currentText().toStdString();
 }
 
 std::optional<QRect> OutputSettings::Region() const {

@@ -6,8 +6,8 @@
 #include <functional>
 #include <optional>
 
-#include "standalone/application/registration.h"
-#include "standalone/command_line/options.h"
+#include "standalone/framework/registration.h"
+#include "standalone/runs/job.h"
 
 class QCheckBox;
 class QComboBox;
@@ -21,11 +21,10 @@ namespace lumomixcalc::standalone {
 class OutputSettings : public QWidget {
  public:
   // Shows the settings of first.
-  OutputSettings(const Registration& registration, const Options& first,
-                 std::function<void()> changed);
+  OutputSettings(const Registration& registration, const Job& first, std::function<void()> changed);
 
-  // Puts the settings into options.
-  void Apply(Options& options) const;
+  // Puts the settings into job.
+  void Apply(Job& job) const;
 
   // The chosen region in pixels of the inputs, or none for all.
   std::optional<QRect> Region() const;
@@ -35,9 +34,9 @@ class OutputSettings : public QWidget {
   void SetImageSize(int columns, int rows);
 
  private:
-  void AddRegion(QGridLayout& grid, const Options& first);
-  void AddResolution(QGridLayout& grid, const Options& first);
-  void AddStorage(QGridLayout& grid, const Registration& registration, const Options& first);
+  void AddRegion(QGridLayout& grid, const Job& first);
+  void AddResolution(QGridLayout& grid, const Job& first);
+  void AddStorage(QGridLayout& grid, const Registration& registration, const Job& first);
   void SetSpins(const QRect& pixels);
 
   std::function<void()> changed_;

@@ -44,9 +44,8 @@ QString Absolute(const QString& file, bool isOutput) {
 
 }  // namespace
 
-PanelWindow::PanelWindow(RunContext& context, const Options& first)
-    : context_(context), first_(first) {
-  setWindowTitle(QString::fromStdString(context.registration.title));
+PanelWindow::PanelWindow(HostState& host, const Job& first) : host_(host), first_(first) {
+  setWindowTitle(QString::fromStdString(host.registration.title));
   columns_ = new QSplitter(Qt::Horizontal);
   columns_->setChildrenCollapsible(false);
   columns_->setHandleWidth(14);
@@ -68,9 +67,9 @@ PanelWindow::~PanelWindow() = default;
 
 void PanelWindow::AddFileRows(QGridLayout& grid) {
   const auto changed = [this] { Refresh(); };
-  for (const DeclaredStream& input : context_.registration.inputs)
+  for (const DeclaredStream& input : host_.registration.inputs)
     files_.emplace_back(grid, input, FileUse::kInput, changed);
-  files_.emplace_back(grid, context_.registration.Output(), FileUse::kOutput, changed);
+  files_.emplace_back(grid, host_.registration.Output(), FileUse::kOutput, changed);
 }
 
 QWidget* PanelWindow::MakeSettings() {
@@ -85,21 +84,21 @@ QWidget* PanelWindow::MakeSettings() {
   AddFileRows(*fileGrid);
   layout->addWidget(Group(QStringLiteral("Files"), fileGrid));
 
-  rows_ = new RowsView(context_.panel, {[this](float* place, float value) {
-                                          application_->Write(place, value);
-                                          Refresh();
-                                        },
-                                        [this](std::int32_t* place, std::int32_t value) {
-                                          application_->Write(place, value);
-                                          Refresh();
-                                        },
-                                        [this] { Refresh(); },
-                                        [this](const std::string& key) { ShowHelp(*this, key); }});
+  rows_ = new RowsView(host_.panel, {[this](float* place, float value) {
+                                       application_->Write(place, value);
+                                       Refresh();
+                                     },
+                                     [this](std::int32_t* place, std::int32_t value) {
+                                       application_->Write(place, value);
+                                       Refresh();
+                                     },
+                                     [this] { Refresh(); },
+                                     [this](const std::string& key) { ShowHelp(*this, key); }});
   auto* const rowsLayout = new QVBoxLayout;
   rowsLayout->addWidget(rows_);
   layout->addWidget(Group(QStringLiteral("Parameters"), rowsLayout));
 
-  output_ = new OutputSettings(context_.registration, first_, [this] { Refresh(); });
+  output_ = new OutputSettings(host_.registration, first_, [this] { Refresh(); });
   auto* const outputLayout = new QVBoxLayout;
   outputLayout->addWidget(output_);
   layout->addWidget(Group(QStringLiteral("Output"), outputLayout));
@@ -113,12 +112,12 @@ QWidget* PanelWindow::MakeSettings() {
 
 void PanelWindow::MakePreview() {
   std::vector<QString> titles;
-  for (const DeclaredStream& input : context_.registration.inputs)
+  for (const DeclaredStream& input : host_.registration.inputs)
     titles.push_back(QString::fromStdString(input.label));
   titles.push_back(QStringLiteral("Result"));
   preview_ = new PreviewPane(
       titles, {[this](QRect pixels) { output_->SetRegion(pixels); }, [this] { Refresh(); }});
-  preview_->LetDraw(context_.registration.regions);
+  preview_->LetDraw(host_.registration.regions);
 }
 
 QWidget* PanelWindow::MakeReports() {
@@ -178,7 +177,7 @@ bool PanelWindow::eventFilter(QObject* watched, QEvent* event) {
 
 void PanelWindow::StartApplicationThread() {
   application_ = std::make_unique<ApplicationThread>(
-      context_, [this](std::function<void()> letter) { mailbox_.Post(std::move(letter)); },
+      host_, [this](std::function<void()> letter) { mailbox_.Post(std::move(letter)); },
       ApplicationThread::Listener{
           [this](const std::string& command) { ShowCommand(command); },
           [this](const Preview& preview) { ShowPreview(preview); },
@@ -209,12 +208,11 @@ void PanelWindow::SaveHabits() const {
   settings.setValue(QStringLiteral("window/size"), size());
   settings.setValue(QStringLiteral("window/columns"), columns_->saveState());
   preview_->Save(settings);
-  const Options options = CurrentOptions();
+  const Job job = CurrentJob();
   for (const FileRow& row : files_) {
-    const auto file = options.files.find(row.StreamNumber());
-    settings.setValue(
-        QStringLiteral("files/%1").arg(row.StreamNumber()),
-        file == options.files.end() ? QString() : QString::fromStdString(file->second));
+    const auto file = job.files.find(row.StreamNumber());
+    settings.setValue(QStringLiteral("files/%1").arg(row.StreamNumber()),
+                      file == job.files.end() ? QString() : QString::fromStdString(file->second));
   }
 }
 
@@ -223,21 +221,21 @@ void PanelWindow::PlaceOnScreen() {
   const QRect screen = this->screen()->availableGeometry();
   resize(size().boundedTo(screen.size()));
   const QPoint wanted =
-      screen.topLeft() + QPoint(context_.registration.menuX, context_.registration.menuY);
+      screen.topLeft() + QPoint(host_.registration.menuX, host_.registration.menuY);
   move(std::clamp(wanted.x(), screen.left(), screen.left() + screen.width() - width()),
        std::clamp(wanted.y(), screen.top(), screen.top() + screen.height() - height()));
 }
 
-Options PanelWindow::CurrentOptions() const {
-  Options options = first_;
-  options.files.clear();
+Job PanelWindow::CurrentJob() const {
+  Job job = first_;
+  job.files.clear();
   for (const FileRow& row : files_) {
-    const bool isOutput = row.StreamNumber() == context_.registration.Output().number;
+    const bool isOutput = row.StreamNumber() == host_.registration.Output().number;
     if (!row.File().isEmpty())
-      options.files[row.StreamNumber()] = Absolute(row.File(), isOutput).toStdString();
+      job.files[row.StreamNumber()] = Absolute(row.File(), isOutput).toStdString();
   }
-  output_->Apply(options);
-  return options;
+  output_->Apply(job);
+  return job;
 }
 
 void PanelWindow::Refresh() {
@@ -250,7 +248,7 @@ void PanelWindow::Refresh() {
   }
   copy_->setEnabled(false);  // until the command is the current one again
   preview_->Await();
-  application_->Refresh(CurrentOptions(), preview_->Band());
+  application_->Refresh(CurrentJob(), preview_->Band());
 }
 
 void PanelWindow::ShowCommand(const std::string& command) {
@@ -279,33 +277,33 @@ void PanelWindow::Run() {
     fault->setFocus();
     return;
   }
-  Options options = CurrentOptions();
-  const DeclaredStream& stream = context_.registration.Output();
-  const auto output = options.files.find(stream.number);
-  if (output == options.files.end()) {
+  Job job = CurrentJob();
+  const DeclaredStream& stream = host_.registration.Output();
+  const auto output = job.files.find(stream.number);
+  if (output == job.files.end()) {
     ShowMessage(QStringLiteral("There is no file to write: choose one as %1.")
                     .arg(QString::fromStdString(stream.label)));
     return;
   }
   const QFileInfo existing(QString::fromStdString(output->second));
-  if (existing.exists() && !options.overwrite) {
+  if (existing.exists() && !job.overwrite) {
     if (!UserAgrees(QStringLiteral("%1 exists already. Replace it?").arg(existing.filePath()),
                     QStringLiteral("Replace")))
       return;
-    options.overwrite = true;
+    job.overwrite = true;
   }
   running_ = true;
   settings_->setEnabled(false);
   preview_->LetDraw(false);
   preview_->StopAwaiting();
   runBar_->Begin();
-  application_->Run(options);
+  application_->Run(job);
 }
 
 void PanelWindow::EndRun(RunEnd end) {
   running_ = false;
   settings_->setEnabled(true);
-  preview_->LetDraw(context_.registration.regions);
+  preview_->LetDraw(host_.registration.regions);
   switch (end) {
     case RunEnd::kDone:
       runBar_->End(QStringLiteral("done"));

@@ -6,11 +6,11 @@
 #include <memory>
 #include <string>
 
-#include "standalone/application/run_context.h"
-#include "standalone/command_line/options.h"
+#include "standalone/framework/host_calls.h"
 #include "standalone/panel/application_thread.h"
 #include "standalone/panel/file_row.h"
 #include "standalone/panel/gui_mailbox.h"
+#include "standalone/runs/job.h"
 
 class QGridLayout;
 class QLineEdit;
@@ -30,9 +30,9 @@ class RunBar;
 // the application.
 class PanelWindow : public QWidget {
  public:
-  // context holds the registration and the rows; first is what the panel shows first. Nothing else
-  // may touch the context, or what the rows are bound to, while the window lives. Throws Failure.
-  PanelWindow(RunContext& context, const Options& first);
+  // host holds the registration and the rows; first is what the panel shows first. Nothing else
+  // may touch the host, or what the rows are bound to, while the window lives. Throws Failure.
+  PanelWindow(HostState& host, const Job& first);
   ~PanelWindow() override;
 
  protected:
@@ -51,7 +51,7 @@ class PanelWindow : public QWidget {
   void SaveHabits() const;
   void PlaceOnScreen();
 
-  Options CurrentOptions() const;
+  Job CurrentJob() const;
   void Refresh();
   void Run();
   void EndRun(RunEnd end);
@@ -61,8 +61,8 @@ class PanelWindow : public QWidget {
   void CopyCommand();
   bool UserAgrees(const QString& question, const QString& yes);
 
-  RunContext& context_;
-  Options first_;
+  HostState& host_;
+  Job first_;
   std::list<FileRow> files_;  // the inputs, then the output; a list, for they must not move
   QWidget* settings_ = nullptr;
   RowsView* rows_ = nullptr;

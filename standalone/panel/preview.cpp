@@ -5,7 +5,7 @@
 #include <system_error>
 #include <utility>
 
-#include "standalone/messages.h"
+#include "standalone/base/messages.h"
 #include "standalone/rasters/raster_input.h"
 #include "standalone/runs/memory_run.h"
 
@@ -23,7 +23,7 @@ Selection WholeImageCoarsely() {
 }
 
 PreviewImage ReadInput(const std::string& label, const std::string& file, int band, bool keepNoData,
-                       RunObserver& observer) {
+                       const std::stop_token& stop) {
   RasterInput input(label, file);
   band = std::min(band, input.Bands());
   PreviewImage image;
@@ -33,17 +33,16 @@ PreviewImage ReadInput(const std::string& label, const std::string& file, int ba
   image.fullRows = input.Rows();
   image.bands = input.Bands();
   image.complex = input.Mode().complex;
-  ScratchSpace space;  // without a folder: all in memory
-  input.Select(image.grid, selection.resampling, {band}, !keepNoData, space);
+  input.Select(image.grid, selection.resampling, {band}, !keepNoData);
   const std::size_t rowFloats =
       static_cast<std::size_t>(image.grid.columns) * static_cast<std::size_t>(input.Parts());
   image.values.resize(rowFloats * static_cast<std::size_t>(image.grid.rows));
   // Piece by piece, so that a slow file keeps nobody waiting for a newer preview.
   constexpr int kPieceRows = 32;
   for (int row = 0; row < image.grid.rows; row += kPieceRows) {
-    if (observer.IsCancelled()) throw RunCancelled();
+    if (stop.stop_requested()) throw Cancelled();
     input.Read(band, row, std::min(kPieceRows, image.grid.rows - row),
-               image.values.data() + rowFloats * static_cast<std::size_t>(row), {});
+               image.values.data() + rowFloats * static_cast<std::size_t>(row));
   }
   return image;
 }
@@ -57,12 +56,11 @@ std::string KeyOf(const std::string& file, int band, bool keepNoData) {
          std::to_string(written) + ' ' + std::to_string(size);
 }
 
-PreviewImage ComputeResult(const Options& options, int band, RunContext& context,
-                           RunObserver& observer) {
-  Options coarse = options;
+PreviewImage ComputeResult(const Job& job, int band, HostState& host, const std::stop_token& stop) {
+  Job coarse = job;
   coarse.selection = WholeImageCoarsely();
   coarse.bands = {band};
-  MemoryRaster raster = RunInMemory(coarse, context, observer);
+  MemoryRaster raster = RunInMemory(coarse, host, {stop});
   PreviewImage image;
   image.grid = raster.grid;
   image.complex = raster.complex;
@@ -72,16 +70,16 @@ PreviewImage ComputeResult(const Options& options, int band, RunContext& context
 
 }  // namespace
 
-const PreviewImage& PreviewMaker::Input(const DeclaredStream& stream, const Options& options,
-                                        int band, RunObserver& observer) {
-  const std::string& file = options.files.at(stream.number);
+const PreviewImage& PreviewMaker::Input(const DeclaredStream& stream, const Job& job, int band,
+                                        const std::stop_token& stop) {
+  const std::string& file = job.files.at(stream.number);
   KeptInput& kept = inputs_[stream.number];
-  const std::string key = KeyOf(file, band, options.keepNoData);
+  const std::string key = KeyOf(file, band, job.keepNoData);
   if (kept.key == key) return kept.image;
   kept.key.clear();
   try {
-    kept.image = ReadInput(stream.label, file, band, options.keepNoData, observer);
-  } catch (const RunCancelled&) {
+    kept.image = ReadInput(stream.label, file, band, job.keepNoData, stop);
+  } catch (const Cancelled&) {
     throw;
   } catch (const Failure& failure) {
     kept.image = {};
@@ -91,18 +89,17 @@ const PreviewImage& PreviewMaker::Input(const DeclaredStream& stream, const Opti
   return kept.image;
 }
 
-Preview PreviewMaker::Make(const Options& options, int band, RunContext& context,
-                           RunObserver& observer) {
+Preview PreviewMaker::Make(const Job& job, int band, HostState& host, const std::stop_token& stop) {
   Preview preview;
-  for (const DeclaredStream& stream : context.registration.inputs) {
-    if (options.files.count(stream.number) > 0)
-      preview.inputs.push_back(Input(stream, options, band, observer));
+  for (const DeclaredStream& stream : host.registration.inputs) {
+    if (job.files.count(stream.number) > 0)
+      preview.inputs.push_back(Input(stream, job, band, stop));
     else
       preview.inputs.emplace_back().note = "No file chosen.";
   }
   try {
-    preview.result = ComputeResult(options, band, context, observer);
-  } catch (const RunCancelled&) {
+    preview.result = ComputeResult(job, band, host, stop);
+  } catch (const Cancelled&) {
     throw;
   } catch (const Failure& failure) {
     preview.result.note = failure.what();

@@ -5,9 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "standalone/application/run_context.h"
-#include "standalone/command_line/options.h"
-#include "standalone/runs/run_observer.h"
+#include "standalone/framework/host_calls.h"
+#include "standalone/runs/job.h"
 
 namespace lumomixcalc::standalone {
 
@@ -32,13 +31,13 @@ struct Preview {
 // operator cost no more than the result.
 class PreviewMaker {
  public:
-  // The preview of a band for the files and the mode of options. A file or setting that does not
-  // serve is told by the note of its image. Throws RunCancelled.
-  Preview Make(const Options& options, int band, RunContext& context, RunObserver& observer);
+  // The preview of a band for the files and the mode of job. A file or setting that does not
+  // serve is told by the note of its image. Throws Cancelled.
+  Preview Make(const Job& job, int band, HostState& host, const std::stop_token& stop);
 
  private:
-  const PreviewImage& Input(const DeclaredStream& stream, const Options& options, int band,
-                            RunObserver& observer);
+  const PreviewImage& Input(const DeclaredStream& stream, const Job& job, int band,
+                            const std::stop_token& stop);
 
   struct KeptInput {
     std::string key;

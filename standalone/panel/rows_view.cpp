@@ -101,8 +101,7 @@ class RowsView::RowBuilder {
   int fieldNumber_ = 0;
 };
 
-RowsView::RowsView(const PanelModel& model, Callbacks callbacks)
-    : callbacks_(std::move(callbacks)) {
+RowsView::RowsView(const PanelRows& model, Callbacks callbacks) : callbacks_(std::move(callbacks)) {
   auto* const grid = new QGridLayout(this);
   grid->setContentsMargins(0, 0, 0, 0);
   grid->setColumnStretch(1, 1);

@@ -7,7 +7,7 @@
 #include <functional>
 #include <vector>
 
-#include "standalone/application/panel_model.h"
+#include "standalone/framework/panel_rows.h"
 #include "standalone/panel/float_field_view.h"
 
 class QHBoxLayout;
@@ -25,7 +25,7 @@ class RowsView : public QWidget {
     std::function<void(const std::string& helpKey)> helpAsked;
   };
 
-  RowsView(const PanelModel& model, Callbacks callbacks);
+  RowsView(const PanelRows& model, Callbacks callbacks);
 
   // The first field whose text is no number; null when there is none.
   FloatFieldView* FirstFault() const;

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <vector>
 
-#include "standalone/rasters/gdal_errors.h"
+#include "standalone/rasters/gdal_library.h"
 
 namespace lumomixcalc::standalone {
 namespace {

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "standalone/rasters/output_grid.h"
+#include "standalone/rasters/grid.h"
 
 namespace lumomixcalc::standalone {
 

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "standalone/rasters/gdal_errors.h"
+#include "standalone/rasters/gdal_library.h"
 
 namespace lumomixcalc::standalone {
 

@@ -4,8 +4,8 @@
 
 #include <filesystem>
 
-#include "standalone/messages.h"
-#include "standalone/rasters/gdal_errors.h"
+#include "standalone/base/messages.h"
+#include "standalone/rasters/gdal_library.h"
 
 namespace lumomixcalc::standalone {
 namespace {

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <span>
 
-#include "standalone/messages.h"
-#include "standalone/rasters/gdal_errors.h"
+#include "standalone/base/messages.h"
+#include "standalone/rasters/gdal_library.h"
 #include "standalone/rasters/raw_files.h"
 
 namespace lumomixcalc::standalone {
@@ -22,18 +22,6 @@ std::string SubdatasetHint(GDALDataset& dataset) {
 bool IsSignedByte(GDALRasterBand& band) {
   const char* const pixelType = band.GetMetadataItem("PIXELTYPE", "IMAGE_STRUCTURE");
   return band.GetRasterDataType() == GDT_Byte && pixelType && EQUAL(pixelType, "SIGNEDBYTE");
-}
-
-// Blocks that reach over strips, side by side, and are small enough that a second copy of one is no
-// matter. A block as wide as the raster is a row of blocks itself, which GDAL's cache keeps.
-bool HasBlocksToKeep(GDALRasterBand& band) {
-  constexpr std::int64_t kLargestBlock = 16 << 20;
-  int width = 0;
-  int height = 0;
-  band.GetBlockSize(&width, &height);
-  return height > 1 &&
-         std::int64_t{width} * height * GDALGetDataTypeSizeBytes(band.GetRasterDataType()) <=
-             kLargestBlock;
 }
 
 GDALRIOResampleAlg GdalResampling(Resampling resampling) {
@@ -75,7 +63,7 @@ GDALDatasetUniquePtr RasterInput::Open(const char* overviewLevel) const {
 }
 
 void RasterInput::Select(const OutputGrid& grid, Resampling resampling,
-                         const std::vector<int>& bands, bool maskNoData, ScratchSpace& space) {
+                         const std::vector<int>& bands, bool maskNoData) {
   grid_ = grid;
   resampling_ = resampling;
   if (grid.resolution > 1 && resampling == Resampling::kOverview)
@@ -87,13 +75,6 @@ void RasterInput::Select(const OutputGrid& grid, Resampling resampling,
       if (const std::optional<double> value = NoData(band)) masked_[band] = *value;
   if (grid_.resolution == 1 && !resampled_)
     uncompressedRows_ = UncompressedRows::Open(Pixels(), bands, grid_.window);
-  // To make coarser pixels GDAL's cache does as well, as long as it holds few blocks.
-  constexpr std::int64_t kFewBytes = 16 << 20;
-  const bool isLarge =
-      grid_.resolution == 1 || (resampling != Resampling::kPreview && CacheBytes(1) > kFewBytes);
-  if (!uncompressedRows_ && isLarge && HasBlocksToKeep(*Pixels().GetRasterBand(bands.front())))
-    blockRows_ =
-        std::make_unique<BlockRowReader>(Pixels(), bands, grid_, GdalResampling(resampling), space);
 }
 
 void RasterInput::OpenOverview() {
@@ -118,8 +99,7 @@ void RasterInput::OpenOverview() {
                 "; gdaladdo makes one");
 }
 
-bool RasterInput::ReadPixels(int band, int firstRow, int rows, float* out,
-                             const std::stop_token& stop, std::string& reason) {
+bool RasterInput::ReadPixels(int band, int firstRow, int rows, float* out, std::string& reason) {
   const int n = grid_.resolution;
   const int y = grid_.window.y + firstRow * n;
   const GDALDataType type = Mode().complex ? GDT_CFloat32 : GDT_Float32;
@@ -127,7 +107,6 @@ bool RasterInput::ReadPixels(int band, int firstRow, int rows, float* out,
     reason = uncompressedRows_->Read(band, y, rows, out, type);
     return reason.empty();
   }
-  if (blockRows_) return blockRows_->Read(band, firstRow, rows, out, type, stop);
   GDALRasterIOExtraArg extra;
   INIT_RASTERIO_EXTRA_ARG(extra);
   extra.eResampleAlg = GdalResampling(resampling_);
@@ -136,10 +115,10 @@ bool RasterInput::ReadPixels(int band, int firstRow, int rows, float* out,
                                                 &extra) == CE_None;
 }
 
-void RasterInput::Read(int band, int firstRow, int rows, float* out, const std::stop_token& stop) {
+void RasterInput::Read(int band, int firstRow, int rows, float* out) {
   const GdalFailures failures;
   std::string reason;
-  if (!ReadPixels(band, firstRow, rows, out, stop, reason) || failures.Any())
+  if (!ReadPixels(band, firstRow, rows, out, reason) || failures.Any())
     throw Failure("cannot read " + Describe() + ", band " + std::to_string(band) + ", from row " +
                   std::to_string(grid_.window.y + firstRow * grid_.resolution) + ": " +
                   (reason.empty() ? failures.First() : reason));
@@ -159,10 +138,6 @@ void RasterInput::RefuseShortFile() {
     throw Failure("cannot read " + Describe() + ": " + shortage);
 }
 
-int RasterInput::AlignedEnd(int firstRow, int end) const {
-  return blockRows_ ? std::min(end, blockRows_->EndOfBlockRow(firstRow)) : end;
-}
-
 std::int64_t RasterInput::CacheBytes(int stripRows) {
   const std::int64_t stripInputRows = std::int64_t{stripRows} * grid_.resolution;
   std::int64_t bytes = 0;
@@ -175,7 +150,7 @@ std::int64_t RasterInput::CacheBytes(int stripRows) {
     // Where a strip reaches into the next row of blocks, that one takes the place of the last.
     const std::int64_t down = (stripInputRows - 1) / height + 1;
     // A driver that interleaves bands fills the cache with a block of each.
-    const std::int64_t blocks = blockRows_ ? blockRows_->CachedBlocks() : across * down;
+    const std::int64_t blocks = across * down;
     bytes += blocks * width * height * GDALGetDataTypeSizeBytes(band->GetRasterDataType());
   }
   return bytes;

@@ -7,14 +7,12 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <stop_token>
 #include <string>
 #include <vector>
 
-#include "standalone/rasters/block_rows.h"
 #include "standalone/rasters/data_modes.h"
+#include "standalone/rasters/grid.h"
 #include "standalone/rasters/no_data.h"
-#include "standalone/rasters/output_grid.h"
 #include "standalone/rasters/uncompressed_rows.h"
 
 namespace lumomixcalc::standalone {
@@ -39,20 +37,16 @@ class RasterInput {
   // "name (label)".
   std::string Describe() const { return name_ + " (" + label_ + ")"; }
 
-  // Chooses what Read reads and prepares for it, taking from space. With maskNoData, elements equal
+  // Chooses what Read reads and prepares for it. With maskNoData, elements equal
   // to a no-data value that their band declares are read as NaN. May open the raster once more.
   // Throws Failure when the resampling cannot be had of this raster.
   void Select(const OutputGrid& grid, Resampling resampling, const std::vector<int>& bands,
-              bool maskNoData, ScratchSpace& space);
+              bool maskNoData);
 
   // Reads rows of the grid of a band into out, which has room for the grid's columns times rows
   // elements. Valid after Select, for its bands; rows are quickest asked for from top to bottom.
-  // Values beyond a float's range become infinities. Throws Failure, and RunCancelled when stop
-  // asks for it.
-  void Read(int band, int firstRow, int rows, float* out, const std::stop_token& stop);
-
-  // Brought back to where several bands are best read up to in turns, before any goes on.
-  int AlignedEnd(int firstRow, int end) const;
+  // Values beyond a float's range become infinities. Throws Failure.
+  void Read(int band, int firstRow, int rows, float* out);
 
   // The no-data value that a band (from 1) declares.
   std::optional<double> NoData(int band) const {
@@ -72,8 +66,7 @@ class RasterInput {
  private:
   GDALDatasetUniquePtr Open(const char* overviewLevel) const;
   void OpenOverview();
-  bool ReadPixels(int band, int firstRow, int rows, float* out, const std::stop_token& stop,
-                  std::string& reason);
+  bool ReadPixels(int band, int firstRow, int rows, float* out, std::string& reason);
   void RefuseShortFile();
 
   std::string label_;
@@ -85,7 +78,6 @@ class RasterInput {
   Resampling resampling_ = Resampling::kNearest;
   std::map<int, double> masked_;  // no-data values to be masked, by band
   std::unique_ptr<UncompressedRows> uncompressedRows_;
-  std::unique_ptr<BlockRowReader> blockRows_;
 };
 
 }  // namespace lumomixcalc::standalone

@@ -8,9 +8,9 @@
 #include <span>
 #include <system_error>
 
-#include "standalone/messages.h"
+#include "standalone/base/messages.h"
 #include "standalone/rasters/disk_space.h"
-#include "standalone/rasters/gdal_errors.h"
+#include "standalone/rasters/gdal_library.h"
 #include "standalone/rasters/output_check.h"
 #include "standalone/rasters/tiff_creation.h"
 
@@ -143,27 +143,11 @@ bool RasterOutput::DeclareNoData(double value) {
   return !failures.Any();
 }
 
-void RasterOutput::PrepareBlocks(ScratchSpace& space) {
-  // GDAL writes lower blocks from its cache, complete strip by strip.
-  if (!uncompressedRows_ && IsHighBlock(blockRows_))
-    blockRowWriter_ = std::make_unique<BlockRowWriter>(*dataset_, space);
-}
-
-int RasterOutput::AlignedEnd(int firstRow, int rows) const {
-  const std::int64_t end = std::int64_t{firstRow} + rows;
-  const std::int64_t nextBlock = (std::int64_t{firstRow} / blockRows_ + 1) * blockRows_;
-  const std::int64_t lastBlock = end - end % blockRows_;
-  const std::int64_t aligned = blockRowWriter_ ? nextBlock : lastBlock;
-  return static_cast<int>(std::min<std::int64_t>(aligned > firstRow ? std::min(aligned, end) : end,
-                                                 specification_.rows));
-}
-
-void RasterOutput::FlushCompleteBlocks(int endRow, const std::stop_token& stop) {
+void RasterOutput::FlushCompleteBlocks(int endRow) {
   // GDAL's cache evicts written blocks only for others of the same file: left to themselves they
   // crowd out the blocks of the inputs.
   if (uncompressedRows_ || (endRow % blockRows_ != 0 && endRow != specification_.rows)) return;
   const GdalFailures failures;
-  if (blockRowWriter_ && !blockRowWriter_->Flush(endRow, stop)) FailToWrite(failures.First());
   for (GDALRasterBand* const band : dataset_->GetBands()) band->FlushCache(false);
   if (failures.Any()) FailToWrite(failures.First());
 }
@@ -171,13 +155,12 @@ void RasterOutput::FlushCompleteBlocks(int endRow, const std::stop_token& stop) 
 std::int64_t RasterOutput::CacheBytes(int stripRows) const {
   // Between two flushes a strip of each band is in the cache, whole blocks of it.
   const std::int64_t rows = std::int64_t{stripRows} + blockRows_;
-  if (blockRowWriter_ || uncompressedRows_) return 0;
+  if (uncompressedRows_) return 0;
   return rows * specification_.columns * specification_.bands *
          GDALGetDataTypeSizeBytes(specification_.mode->type);
 }
 
-void RasterOutput::Write(int band, int firstRow, int rows, const float* values,
-                         const std::stop_token&) {
+void RasterOutput::Write(int band, int firstRow, int rows, const float* values) {
   const DataMode& mode = *specification_.mode;
   const std::size_t elements =
       static_cast<std::size_t>(specification_.columns) * static_cast<std::size_t>(rows);
@@ -194,7 +177,6 @@ void RasterOutput::Write(int band, int firstRow, int rows, const float* values,
       GDALCopyWords64(values, type, GDALGetDataTypeSizeBytes(type), buffer, mode.type,
                       GDALGetDataTypeSizeBytes(mode.type), static_cast<GPtrDiff_t>(elements));
   }
-  if (blockRowWriter_) return blockRowWriter_->Put(band, firstRow, rows, buffer);
   if (uncompressedRows_) {
     const std::string reason = uncompressedRows_->Write(band, firstRow, rows, buffer);
     return reason.empty() ? void() : FailToWrite(reason);
@@ -207,29 +189,29 @@ void RasterOutput::Write(int band, int firstRow, int rows, const float* values,
     FailToWrite(failures.First());
 }
 
-void RasterOutput::Publish(RunObserver& observer) {
+void RasterOutput::Publish(const std::stop_token& stop) {
   if (specification_.format.copiesOnly)
-    CopyToFormat(observer);
+    CopyToFormat(stop);
   else
     Close();
   if (const std::string fault = FaultOfFile(file_, specification_); !fault.empty())
     FailToWrite(fault);
-  if (observer.IsCancelled()) throw RunCancelled();
+  if (stop.stop_requested()) throw Cancelled();
   const std::vector<fs::path> names = NamesIn(folder_.Path());
   folder_.Publish(specification_.overwrite);
   RemoveStaleSidecars(specification_.target, names);
 }
 
-void RasterOutput::CopyToFormat(RunObserver& observer) {
+void RasterOutput::CopyToFormat(const std::stop_token& stop) {
   const GDALProgressFunc goesOn = [](double, const char*, void* argument) {
-    return static_cast<RunObserver*>(argument)->IsCancelled() ? FALSE : TRUE;
+    return static_cast<const std::stop_token*>(argument)->stop_requested() ? FALSE : TRUE;
   };
   const GdalFailures failures;
   dataset_->FlushCache(false);
   GDALDatasetUniquePtr copy(specification_.format.driver->CreateCopy(
       file_.c_str(), dataset_.get(), FALSE, CreationOptions(specification_).List(), goesOn,
-      &observer));
-  if (observer.IsCancelled()) throw RunCancelled();
+      const_cast<std::stop_token*>(&stop)));
+  if (stop.stop_requested()) throw Cancelled();
   if (!copy || failures.Any()) FailToWrite(failures.First());
   dataset_ = std::move(copy);
   Close();

@@ -13,12 +13,10 @@
 #include <string>
 #include <vector>
 
-#include "standalone/rasters/block_rows.h"
 #include "standalone/rasters/integer_output.h"
 #include "standalone/rasters/output_specification.h"
-#include "standalone/rasters/temporary_folder.h"
+#include "standalone/rasters/publication.h"
 #include "standalone/rasters/uncompressed_rows.h"
-#include "standalone/runs/strip_processing.h"
 
 namespace lumomixcalc::standalone {
 
@@ -28,7 +26,7 @@ std::filesystem::path ResolveOutput(const std::string& path, bool overwrite);
 
 // The output raster, written in strips of whole rows in a temporary folder beside its place.
 // Unless Publish is reached, nothing of it is left and a file that was there stays as it was.
-class RasterOutput : public StripSink {
+class RasterOutput {
  public:
   // Creates the raster in its folder. Throws Failure also for what would go wrong only at the end:
   // a format that takes no such bands, files in the places of those that come with the output.
@@ -38,27 +36,19 @@ class RasterOutput : public StripSink {
   // Returns false when the format cannot hold it.
   bool DeclareNoData(double value);
 
-  // Prepares for Write, taking from space; to be called once, when nothing more is declared.
-  void PrepareBlocks(ScratchSpace& space);
-
-  // Brought back to the end of a row of the file's blocks where the strip reaches one, so that
-  // blocks are complete.
-  int AlignedEnd(int firstRow, int rows) const override;
+  // Rows of a block of the file.
+  int BlockRows() const { return blockRows_; }
 
   // Throws Failure.
-  void Write(int band, int firstRow, int rows, const float* values,
-             const std::stop_token& stop) override;
+  void Write(int band, int firstRow, int rows, const float* values);
 
   // Hands the rows before endRow to the file when no block is left half filled there. Throws
   // Failure.
-  void FlushCompleteBlocks(int endRow, const std::stop_token& stop) override;
+  void FlushCompleteBlocks(int endRow);
 
   // What GDAL's block cache must hold so that writing strips of so many rows writes nothing twice,
   // in bytes.
   std::int64_t CacheBytes(int stripRows) const;
-
-  // Where scratch files of the run may be.
-  const std::filesystem::path& Folder() const { return folder_.Path(); }
 
   // What a band's integer mode could not hold of what was written.
   const UnheldElements& Unheld(int band) const {
@@ -66,8 +56,8 @@ class RasterOutput : public StripSink {
   }
 
   // Completes the file, reads it back as far as to know that it is whole, and gives it its name.
-  // Throws Failure, and RunCancelled when the observer says so before the file has its name.
-  void Publish(RunObserver& observer);
+  // Throws Failure, and Cancelled when stop asks for it before the file has its name.
+  void Publish(const std::stop_token& stop);
 
   GDALDataset& Dataset() { return *dataset_; }
 
@@ -75,7 +65,7 @@ class RasterOutput : public StripSink {
   void TryFormat() const;
   void Create(GDALDriver& driver, const CPLStringList& options);
   void LayOutRows();
-  void CopyToFormat(RunObserver& observer);
+  void CopyToFormat(const std::stop_token& stop);
   void Close();
   [[noreturn]] void FailToWrite(const std::string& reason) const;
 
@@ -87,7 +77,6 @@ class RasterOutput : public StripSink {
   std::optional<double> noData_;
   GDALDatasetUniquePtr dataset_;  // closed before the folder goes
   std::unique_ptr<UncompressedRows> uncompressedRows_;
-  std::unique_ptr<BlockRowWriter> blockRowWriter_;
   std::vector<std::byte> converted_;
   std::vector<UnheldElements> unheld_;  // by band
 };

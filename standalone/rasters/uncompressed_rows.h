@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "standalone/rasters/file_bytes.h"
-#include "standalone/rasters/output_grid.h"
+#include "standalone/rasters/grid.h"
 
 namespace lumomixcalc::standalone {
 

@@ -4,60 +4,42 @@
 #include <cstddef>
 #include <utility>
 
-#include "standalone/messages.h"
-#include "standalone/runs/run_session.h"
-#include "standalone/runs/strip_processing.h"
+#include "standalone/base/messages.h"
+#include "standalone/runs/pipeline.h"
+#include "standalone/runs/session.h"
 
 namespace lumomixcalc::standalone {
 namespace {
 
-class MemorySink : public StripSink {
- public:
-  MemorySink(const OutputGrid& grid, bool complex)
-      : rowFloats_(static_cast<std::size_t>(grid.columns) * (complex ? 2 : 1)),
-        values_(rowFloats_ * static_cast<std::size_t>(grid.rows)) {}
-
-  int AlignedEnd(int firstRow, int rows) const override { return firstRow + rows; }
-  void Write(int, int firstRow, int rows, const float* values, const std::stop_token&) override {
-    std::copy_n(values, rowFloats_ * static_cast<std::size_t>(rows),
-                values_.data() + rowFloats_ * static_cast<std::size_t>(firstRow));
-  }
-  void FlushCompleteBlocks(int, const std::stop_token&) override {}
-
-  std::vector<float> Take() { return std::move(values_); }
-
- private:
-  std::size_t rowFloats_;
-  std::vector<float> values_;
-};
-
-MemoryRaster Compute(const Options& options, RunContext& context, RunObserver& observer) {
-  RunSession session(options, context);
+MemoryRaster Compute(const Job& job, HostState& host, const RunControl& control) {
+  Session session(job, host);
   MemoryRaster raster;
   raster.grid = session.Grid();
   raster.complex = session.Mode().complex;
-  ScratchSpace space;  // without a folder: all in memory
-  session.SelectInputs(space);
-  MemorySink sink(raster.grid, raster.complex);
-  ProcessStrips(session, sink, observer);
-  raster.values = sink.Take();
+  session.SelectInputs();
+  const std::size_t rowFloats =
+      static_cast<std::size_t>(raster.grid.columns) * (raster.complex ? 2 : 1);
+  raster.values.resize(rowFloats * static_cast<std::size_t>(raster.grid.rows));
+  StripSink sink;
+  sink.write = [&](int, int firstRow, int rows, const float* values) {
+    std::copy_n(values, rowFloats * static_cast<std::size_t>(rows),
+                raster.values.data() + rowFloats * static_cast<std::size_t>(firstRow));
+  };
+  ProcessStrips(session, sink, control);
   return raster;
 }
 
 }  // namespace
 
-MemoryRaster RunInMemory(const Options& options, RunContext& context, RunObserver& observer) {
-  Options ofOneBand = options;
-  ofOneBand.bands = {options.bands.empty() ? 1 : options.bands.front()};
+MemoryRaster RunInMemory(const Job& job, HostState& host, const RunControl& control) {
+  Job ofOneBand = job;
+  ofOneBand.bands = {job.bands.empty() ? 1 : job.bands.front()};
   std::string told;
   const MessageRedirection redirection(
       [&told](const std::string& sentence) { told += (told.empty() ? "" : "\n") + sentence; });
   try {
-    return Compute(ofOneBand, context, observer);
-  } catch (const RunCancelled&) {
-    throw;
-  } catch (const Failure& failure) {
-    if (*failure.what() != '\0') throw;
+    return Compute(ofOneBand, host, control);
+  } catch (const Desisted&) {
     throw Failure(told);
   }
 }

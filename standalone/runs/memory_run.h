@@ -3,10 +3,9 @@
 
 #include <vector>
 
-#include "standalone/application/run_context.h"
-#include "standalone/command_line/options.h"
-#include "standalone/rasters/output_grid.h"
-#include "standalone/runs/run_observer.h"
+#include "standalone/framework/host_calls.h"
+#include "standalone/rasters/grid.h"
+#include "standalone/runs/job.h"
 
 namespace lumomixcalc::standalone {
 
@@ -18,11 +17,11 @@ struct MemoryRaster {
 };
 
 // One run of the application as RunBatch makes it, for one band and into memory: nothing is written
-// and nothing printed, and options needs no output file. Of options.bands the first is taken, of no
-// bands band 1; options.selection chooses place and resolution, with Resampling::kPreview the
+// and nothing printed, and options needs no output file. Of job.bands the first is taken, of no
+// bands band 1; job.selection chooses place and resolution, with Resampling::kPreview the
 // quickest to read. Elements are those before an integer mode would round them. Throws Failure; its
 // text is what the application told when it was the application that desisted.
-MemoryRaster RunInMemory(const Options& options, RunContext& context, RunObserver& observer);
+MemoryRaster RunInMemory(const Job& job, HostState& host, const RunControl& control);
 
 }  // namespace lumomixcalc::standalone
 

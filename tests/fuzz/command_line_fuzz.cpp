@@ -10,8 +10,8 @@
 #include <tuple>
 #include <vector>
 
-#include "standalone/command_line/command_echo.h"
-#include "standalone/command_line/selection_options.h"
+#include "standalone/cli/command_echo.h"
+#include "standalone/cli/selection_options.h"
 #include "tests/fuzz/program_state.h"
 
 namespace {
@@ -46,12 +46,12 @@ std::vector<std::string> ShellWords(const std::string& command) {
 }
 
 // All that decides on a run, floats by their bits, though a NaN says nothing by them.
-auto Decisive(const Options& options) {
+auto Decisive(const Job& job) {
   std::array parts = {gCoeffA[0], gCoeffA[1], gCoeffB[0], gCoeffB[1]};
   for (float& part : parts)
     if (std::isnan(part)) part = NAN;
-  return std::make_tuple(options.files, options.mode, options.format, options.creationOptions,
-                         SelectionArguments(options.selection, options.bands), options.keepNoData,
+  return std::make_tuple(job.files, job.mode, job.format, job.creationOptions,
+                         SelectionArguments(job.selection, job.bands), job.keepNoData,
                          std::bit_cast<std::array<std::uint32_t, 4>>(parts), gOperationChoice,
                          gClampAtZero != 0);
 }
@@ -59,19 +59,19 @@ auto Decisive(const Options& options) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  RunContext& context = StartAnew();
+  HostState& host = StartAnew();
   bool accepted = false;
   try {
     const Options options =
-        ReadCommandLine(Lines({reinterpret_cast<const char*>(data), size}), context);
+        ReadCommandLine(Lines({reinterpret_cast<const char*>(data), size}), host);
     if (options.action != Options::Action::kRun) return 0;
     accepted = true;
     const std::vector<std::string> words =
-        ShellWords(ReproducingCommand(options, context.registration, EchoOptions(context)));
-    const auto decided = Decisive(options);
+        ShellWords(ReproducingCommand(options.job, host.registration, EchoOptions(host)));
+    const auto decided = Decisive(options.job);
 
     StartAnew();
-    if (Decisive(ReadCommandLine({words.begin() + 1, words.end()}, context)) != decided)
+    if (Decisive(ReadCommandLine({words.begin() + 1, words.end()}, host).job) != decided)
       std::abort();
   } catch (const WrongCommandLine&) {
     // Told to the user; what was accepted must be accepted again, though.

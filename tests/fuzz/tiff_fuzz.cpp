@@ -9,8 +9,8 @@
 #include <string>
 
 #include "ops/catalogue.h"
-#include "standalone/rasters/gdal_errors.h"
-#include "standalone/runs/batch_run.h"
+#include "standalone/rasters/gdal_library.h"
+#include "standalone/runs/batch.h"
 #include "tests/fuzz/program_state.h"
 
 namespace {
@@ -47,28 +47,21 @@ bool IsSmall() {
   return elements * dataset->GetRasterCount() < kMostElements;
 }
 
-Options OptionsFor(const std::uint8_t* choice, const std::string& output, RunContext& context) {
+Job JobFor(const std::uint8_t* choice, const std::string& output, HostState& host) {
   const std::string name = kOperators[choice[0] % kOperators.size()].commandName;
-  Options options =
-      ReadCommandLine({kInput, kInput, output, "-quiet", "-overwrite", "-operator=" + name,
-                       "-a=1.5:-2", choice[0] < 128 ? "-b=0" : "-b=3:1"},
-                      context);
+  Job job = ReadCommandLine({kInput, kInput, output, "-quiet", "-overwrite", "-operator=" + name,
+                             "-a=1.5:-2", choice[0] < 128 ? "-b=0" : "-b=3:1"},
+                            host)
+                .job;
   if (const std::size_t mode = choice[1] % (DataModes().size() + 1); mode < DataModes().size())
-    options.mode = &DataModes()[mode];
-  return options;
+    job.mode = &DataModes()[mode];
+  return job;
 }
-
-class PatientObserver : public RunObserver {
- public:
-  void Progress(double) override {}
-  bool IsCancelled() override { return false; }
-};
 
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  InstallGdalErrorHandler();
-  GDALRegister_GTiff();
+  SetUpGdal();
   return 0;
 }
 
@@ -81,10 +74,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   VSIFCloseL(
       VSIFileFromMemBuffer(kInput, reinterpret_cast<GByte*>(file.data()), file.size(), FALSE));
   if (IsSmall()) {
-    RunContext& context = StartAnew();
+    HostState& host = StartAnew();
     try {
-      PatientObserver observer;
-      RunBatch(OptionsFor(data + size - kChoiceBytes, output, context), context, observer);
+      RunBatch(JobFor(data + size - kChoiceBytes, output, host), "", host, {});
       if (!GDALDatasetUniquePtr(GDALDataset::Open(output.c_str(), GDAL_OF_RASTER))) std::abort();
       fs::remove(output);
     } catch (const Failure&) {

@@ -16,8 +16,9 @@
 
 #include "app/parameters.h"
 #include "host/ip.h"
+#include "standalone/cli/options.h"
 #include "standalone/panel/raster_view.h"
-#include "standalone/rasters/gdal_setup.h"
+#include "standalone/rasters/gdal_library.h"
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -78,16 +79,16 @@ class PanelWindowTest : public ::testing::Test {
 
   // As the program does with -panel and these arguments.
   void Open(const std::string& arguments) {
-    window_.reset();  // its thread uses the context
-    Context() = RunContext();
+    window_.reset();  // its thread uses the host
+    TheHostState() = HostState();
     IPAppSpecifics();
     std::istringstream stream("-panel " + arguments);
     const std::vector<std::string> words(std::istream_iterator<std::string>(stream), {});
-    const Options options = ReadOptions(words, Context().registration);
-    Context().arguments = options.applicationArguments;
-    Context().registration.Call(IP_SLOT_READ_CMD_LINE);
-    Context().registration.Call(IP_SLOT_SET_MENU);
-    window_ = std::make_unique<PanelWindow>(Context(), options);
+    const Options options = ReadOptions(words, TheHostState().registration);
+    TheHostState().arguments = options.applicationArguments;
+    TheHostState().registration.Call(IP_SLOT_READ_CMD_LINE);
+    TheHostState().registration.Call(IP_SLOT_SET_MENU);
+    window_ = std::make_unique<PanelWindow>(TheHostState(), options.job);
     window_->show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(window_.get()));
   }

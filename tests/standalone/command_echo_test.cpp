@@ -1,4 +1,4 @@
-#include "standalone/command_line/command_echo.h"
+#include "standalone/cli/command_echo.h"
 
 #include <gtest/gtest.h>
 

@@ -8,22 +8,11 @@
 
 #include "app/parameters.h"
 #include "host/ip.h"
-#include "standalone/messages.h"
-#include "standalone/rasters/gdal_setup.h"
+#include "standalone/base/messages.h"
+#include "standalone/rasters/gdal_library.h"
 
 namespace lumomixcalc::standalone {
 namespace {
-
-class TestObserver : public RunObserver {
- public:
-  void Progress(double share) override {
-    EXPECT_GE(share, last);
-    last = share;
-  }
-  bool IsCancelled() override { return cancelled; }
-  double last = 0;
-  bool cancelled = false;
-};
 
 constexpr int kColumns = 90;
 constexpr int kRows = 4000;  // more than two strips
@@ -41,24 +30,28 @@ TEST(RunInMemory, ComputesTheChosenBandWithNanForNoDataOrCleansUpWhenCancelled) 
   SetUpGdal();
   MakeRaster("/vsimem/one.tif", {3, 1000});
   MakeRaster("/vsimem/other.tif", {1});
-  Context() = {};
+  TheHostState() = {};
   IPAppSpecifics();
-  Options options;
-  options.files = {{1, "/vsimem/one.tif"}, {2, "/vsimem/other.tif"}};
+  Job job;
+  job.files = {{1, "/vsimem/one.tif"}, {2, "/vsimem/other.tif"}};
   for (const auto& [band, keepNoData, expected] :
        {std::tuple(1, false, NAN), {1, true, 4}, {2, false, 1001}}) {
-    options.bands = {band};
-    options.keepNoData = keepNoData;
-    TestObserver observer;
-    const MemoryRaster raster = RunInMemory(options, Context(), observer);
+    job.bands = {band};
+    job.keepNoData = keepNoData;
+    double last = 0;
+    const auto progress = [&last](double share) {
+      EXPECT_GE(share, last);
+      last = share;
+    };
+    const MemoryRaster raster = RunInMemory(job, TheHostState(), {{}, progress});
     EXPECT_EQ(raster.values.size(), std::size_t{kColumns} * kRows);
     for (const float value : raster.values)
       ASSERT_TRUE(std::isnan(expected) ? std::isnan(value) : value == expected) << value;
-    EXPECT_EQ(observer.last, 1);
+    EXPECT_EQ(last, 1);
   }
-  TestObserver observer;
-  observer.cancelled = true;
-  EXPECT_THROW(RunInMemory(options, Context(), observer), RunCancelled);
+  std::stop_source stopped;
+  stopped.request_stop();
+  EXPECT_THROW(RunInMemory(job, TheHostState(), {stopped.get_token()}), Cancelled);
   EXPECT_EQ(gpSelectedProc, nullptr);
 }
 

@@ -1,4 +1,4 @@
-#include "standalone/command_line/numbers.h"
+#include "standalone/base/numbers.h"
 
 #include <gtest/gtest.h>
 

@@ -1,15 +1,15 @@
-#include "standalone/command_line/options.h"
+#include "standalone/cli/options.h"
 
 #include <gtest/gtest.h>
 
 #include "host/ip.h"
-#include "standalone/application/run_context.h"
+#include "standalone/framework/host_calls.h"
 
 namespace lumomixcalc::standalone {
 namespace {
 
 TEST(ReadOptions, FillsStreamsByNameThenByPosition) {
-  Context() = {};
+  TheHostState() = {};
   IPAppSpecifics();
   const struct {
     std::vector<std::string> arguments;
@@ -25,7 +25,7 @@ TEST(ReadOptions, FillsStreamsByNameThenByPosition) {
       {{"-panel", "-file2=b", "o"}, {{2, "b"}, {3, "o"}}},
   };
   for (const auto& c : kCases)
-    EXPECT_EQ(ReadOptions(c.arguments, Context().registration).files, c.files)
+    EXPECT_EQ(ReadOptions(c.arguments, TheHostState().registration).job.files, c.files)
         << testing::PrintToString(c.arguments);
 }
 

@@ -1,0 +1,73 @@
+#ifndef LUMOMIXCALC_STANDALONE_BASE_MESSAGES_H
+#define LUMOMIXCALC_STANDALONE_BASE_MESSAGES_H
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+
+namespace lumomixcalc::standalone {
+
+inline constexpr const char* kProgramName = "lumomixcalc";
+
+// Exit statuses of the program.
+enum class ExitStatus { kDone = 0, kFailed = 1, kWrongCommandLine = 2 };
+
+// Ends a run: what() is one sentence for the user that names the file, option or value.
+class Failure : public std::runtime_error {
+ public:
+  explicit Failure(const std::string& sentence, ExitStatus status = ExitStatus::kFailed)
+      : std::runtime_error(sentence), status_(status) {}
+  ExitStatus Status() const { return status_; }
+
+ private:
+  ExitStatus status_;
+};
+
+// A failure for which the command line is to blame.
+class WrongCommandLine : public Failure {
+ public:
+  explicit WrongCommandLine(const std::string& sentence)
+      : Failure(sentence, ExitStatus::kWrongCommandLine) {}
+};
+
+// The end of a run that was asked to stop.
+class Cancelled : public Failure {
+ public:
+  Cancelled() : Failure("cancelled") {}
+};
+
+// The end of a run in which the application desisted. It has told the reason itself.
+class Desisted : public Failure {
+ public:
+  explicit Desisted(ExitStatus status = ExitStatus::kFailed)
+      : Failure("the application desisted", status) {}
+};
+
+// Where messages go; it gets one sentence without an end of line. Called by one thread at a time,
+// but by any.
+using MessageSink = std::function<void(const std::string& sentence)>;
+
+// Sends messages to a sink of one's own for as long as it lives, then to where they went before.
+class MessageRedirection {
+ public:
+  explicit MessageRedirection(MessageSink sink);
+  ~MessageRedirection();
+  MessageRedirection(const MessageRedirection&) = delete;
+  MessageRedirection& operator=(const MessageRedirection&) = delete;
+
+ private:
+  MessageSink before_;
+};
+
+// Writes a sentence as a line on standard error, with the program's name before it.
+void WriteToStandardError(const std::string& sentence);
+
+// Hands one sentence to the sink; without a redirection that is WriteToStandardError.
+void Tell(const std::string& sentence);
+
+// The same for what the user should know but what stops nothing; it begins with "warning: ".
+void Warn(const std::string& sentence);
+
+}  // namespace lumomixcalc::standalone
+
+#endif

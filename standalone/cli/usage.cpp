@@ -1,0 +1,76 @@
+#include "standalone/cli/usage.h"
+
+#include <gdal.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "standalone/base/messages.h"
+#include "standalone/cli/application_choices.h"
+#include "standalone/cli/options.h"
+#include "standalone/framework/host_calls.h"
+#include "standalone/rasters/data_modes.h"
+
+namespace lumomixcalc::standalone {
+namespace {
+
+// Every choice on a line of its own, the options flush with each other.
+void PrintChoices(const std::vector<ApplicationChoices>& all) {
+  for (const ApplicationChoices& choices : all) {
+    std::printf("\n%s:\n", choices.title.c_str());
+    for (const ApplicationChoice& choice : choices.choices)
+      std::printf("     %-22s  %s\n", choice.option.c_str(), choice.label.c_str());
+  }
+}
+
+}  // namespace
+
+void PrintUsage(HostState& host) {
+  const Registration& registration = host.registration;
+  std::string text = "Usage: " + std::string(kProgramName) + " " + FilesSynopsis(registration) +
+                     " [options]\n\nFiles, in this order or by name:\n";
+  for (const DeclaredStream& input : registration.inputs)
+    text += "     -" + input.OptionName() + "=FILE   input raster, any that GDAL opens\n";
+  text += "     -" + registration.Output().OptionName() + "=FILE    output raster\n";
+  text += "\nOptions:\n";
+  text +=
+      "     -mode=MODE    how the output stores its elements:\n                   " +
+      DataModeNames() + ";\n                   without it cfloat32 when a complex " +
+      registration.inputs.front().label +
+      " is read, else float32;\n"
+      "                   integer modes round to nearest and saturate\n"
+      "     -format=NAME  GDAL format of the output; without it the one of the file's\n"
+      "                   extension, else GTiff\n"
+      "     -co=NAME=VALUE  creation option of the format; may be repeated\n"
+      "     -region=X:Y:WIDTH:HEIGHT  only these pixels of the first input read\n"
+      "     -window=XMIN:YMIN:XMAX:YMAX  only the pixels that this area touches, in the\n"
+      "                   units of the first input's georeferencing\n"
+      "     -resolution=N  1/N of the size in both directions, whole output pixels only\n"
+      "     -resampling=METHOD  how: nearest (the default), average, bilinear or cubic, from\n"
+      "                   the pixels of full resolution; or overview, the inputs' own\n"
+      "                   overviews of just that resolution\n"
+      "     -bands=LIST   only these bands, such as 1,3-5, in this order\n"
+      "     -nodata=keep  take the inputs' no-data values for numbers; without it they\n"
+      "                   become NaN before anything is computed\n"
+      "     -stats=FILE   write the statistics as JSON; - is standard output, in place of lines\n"
+      "     -overwrite    replace the output when it exists; it may be an input, too\n"
+      "     -quiet        print no statistics; they are those of the result before an\n"
+      "                   integer mode rounds and saturates it\n"
+      "     -panel        show the panel with these files and options; files may be left out.\n"
+      "                   On a desktop also without any argument\n"
+      "     -help, --help, --version\n"
+      "     --            what follows are files, even when they begin with a dash\n\n";
+  std::fputs(text.c_str(), stdout);
+  host.messagesAreUsage = true;
+  registration.Call(IP_SLOT_DISPLAY_USAGE);
+  host.messagesAreUsage = false;
+  PrintChoices(AskForChoices(host));
+}
+
+void PrintVersion() {
+  std::printf("%s %s (GDAL %s)\n", kProgramName, LUMOMIXCALC_VERSION,
+              GDALVersionInfo("RELEASE_NAME"));
+}
+
+}  // namespace lumomixcalc::standalone

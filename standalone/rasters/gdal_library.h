@@ -1,0 +1,48 @@
+#ifndef LUMOMIXCALC_STANDALONE_RASTERS_GDAL_LIBRARY_H
+#define LUMOMIXCALC_STANDALONE_RASTERS_GDAL_LIBRARY_H
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+namespace lumomixcalc::standalone {
+
+struct GdalFailureLog;
+
+// Sets GDAL up for runs of this host: configuration, drivers, and an error handler that collects
+// failures of all threads and shows each warning once. GDAL reports most write errors in this way
+// alone: the calls that write, flush and close return success. Call it once in the process, before
+// anything else of GDAL. What the user configured stays.
+void SetUpGdal();
+
+// Keeps the failures of the thread that makes it apart for as long as it lives: only a GdalFailures
+// of that thread sees them, and only them. So a file that fails to read is not taken for a fault of
+// the one that another thread, and GDAL's own threads, are writing.
+class OwnGdalFailures {
+ public:
+  OwnGdalFailures();
+  ~OwnGdalFailures();
+  OwnGdalFailures(const OwnGdalFailures&) = delete;
+  OwnGdalFailures& operator=(const OwnGdalFailures&) = delete;
+
+ private:
+  std::unique_ptr<GdalFailureLog> log_;
+};
+
+// Tells the failures that came since it was made: those of its own thread when they are kept apart,
+// else those of all other threads.
+class GdalFailures {
+ public:
+  GdalFailures();
+  bool Any() const;
+  // GDAL's text of the first of them, on one line; empty when there is none.
+  std::string First() const;
+
+ private:
+  const GdalFailureLog& log_;
+  std::size_t before_;
+};
+
+}  // namespace lumomixcalc::standalone
+
+#endif

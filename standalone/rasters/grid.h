@@ -1,0 +1,70 @@
+#ifndef LUMOMIXCALC_STANDALONE_RASTERS_GRID_H
+#define LUMOMIXCALC_STANDALONE_RASTERS_GRID_H
+
+#include <gdal.h>
+
+#include <array>
+#include <optional>
+#include <string>
+
+namespace lumomixcalc::standalone {
+
+// GDAL's six coefficients from pixels to map coordinates.
+using Geotransform = std::array<double, 6>;
+
+// Whole pixels of an image, counted from its top left corner.
+struct PixelWindow {
+  int x = 0;
+  int y = 0;
+  int columns = 0;
+  int rows = 0;
+};
+
+// An area in the units of a geotransform.
+struct MapWindow {
+  double xMin = 0;
+  double yMin = 0;
+  double xMax = 0;
+  double yMax = 0;
+};
+
+// The windows as the options -region= and -window= take them.
+std::string ToText(const PixelWindow& window);
+std::string ToText(const MapWindow& window);
+
+// How pixels are made when the resolution is reduced. The first four are GDAL's, from the pixels
+// of full resolution; kOverview takes the overview of just that resolution, as its maker made it;
+// kPreview takes whatever is quickest to read.
+enum class Resampling { kNearest, kAverage, kBilinear, kCubic, kOverview, kPreview };
+
+// What a run takes of its inputs, as the user asks for it.
+struct Selection {
+  std::optional<PixelWindow> region;
+  std::optional<MapWindow> window;  // not together with region
+  int resolution = 1;               // input pixels to one output pixel, in both directions
+  Resampling resampling = Resampling::kNearest;
+  int longestSide = 0;  // not 0: the resolution is reduced until no side has more pixels
+};
+
+// Where the pixels of the output lie on the pixels of the inputs: output pixel (c, r) covers
+// resolution x resolution input pixels from (window.x + c * resolution, window.y + r * resolution).
+struct OutputGrid {
+  PixelWindow window;  // covered by whole output pixels
+  int resolution = 1;
+  int columns = 0;
+  int rows = 0;
+
+  // The geotransform of the output, given that of the input.
+  Geotransform Transformed(const Geotransform& input) const;
+};
+
+// The grid that a selection makes of an image of columns x rows pixels. Where the resolution does
+// not divide the region, what is left over at its right and bottom is left out. transform is the
+// image's, null when it has none; name is for messages. Throws Failure when the selection does not
+// fit the image, with the image's size.
+OutputGrid MakeOutputGrid(const Selection& selection, int columns, int rows,
+                          const Geotransform* transform, const std::string& name);
+
+}  // namespace lumomixcalc::standalone
+
+#endif

@@ -1,0 +1,38 @@
+#ifndef LUMOMIXCALC_STANDALONE_RUNS_JOB_H
+#define LUMOMIXCALC_STANDALONE_RUNS_JOB_H
+
+#include <functional>
+#include <map>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include "standalone/rasters/data_modes.h"
+#include "standalone/rasters/grid.h"
+
+namespace lumomixcalc::standalone {
+
+// What a run is to do with which files, as the user asks for it.
+struct Job {
+  std::map<int, std::string> files;          // by stream number: one input or more, and the output;
+                                             // for a panel, any of them or none
+  const DataMode* mode = nullptr;            // null when none was chosen
+  std::string format;                        // empty when none was chosen
+  std::vector<std::string> creationOptions;  // NAME=VALUE
+  Selection selection;                       // region and resolution
+  std::vector<int> bands;                    // from 1, in the output's order; empty for all
+  bool keepNoData = false;                   // no-data values of the inputs stay numbers
+  std::string statisticsFile;                // "-" for standard output; empty for none
+  bool overwrite = false;
+};
+
+// What whoever started a run may ask of it and learns of it.
+struct RunControl {
+  std::stop_token stop;  // a run that is asked to stop throws Cancelled, with nothing published
+  // Called on the run's thread with the share that is done, from 0 to 1, never falling.
+  std::function<void(double share)> progress = [](double) {};
+};
+
+}  // namespace lumomixcalc::standalone
+
+#endif

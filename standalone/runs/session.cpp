@@ -1,0 +1,186 @@
+#include "standalone/runs/session.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <numeric>
+#include <optional>
+#include <string>
+
+#include "standalone/base/messages.h"
+#include "standalone/rasters/georeferencing.h"
+
+namespace lumomixcalc::standalone {
+namespace {
+
+std::string SizeText(const RasterInput& raster) {
+  return std::to_string(raster.Columns()) + " x " + std::to_string(raster.Rows()) + " pixels, " +
+         std::to_string(raster.Bands()) + (raster.Bands() == 1 ? " band" : " bands");
+}
+
+// The number of bands that all inputs share. Refuses inputs that do not fit the first, warns of
+// other places.
+int CommonBands(const std::list<RunInput>& inputs) {
+  RasterInput& first = *inputs.front().raster;
+  int bands = first.Bands();
+  for (const RunInput& input : inputs) {
+    RasterInput& raster = *input.raster;
+    const bool sameBands = raster.Bands() == bands || raster.Bands() == 1 || bands == 1;
+    if (raster.Columns() != first.Columns() || raster.Rows() != first.Rows() || !sameBands)
+      throw Failure("the inputs differ in size: " + first.Describe() + " has " + SizeText(first) +
+                    ", " + raster.Describe() + " has " + SizeText(raster));
+    bands = std::max(bands, raster.Bands());
+    if (const std::string difference = GeoreferencingDifference(first.Dataset(), raster.Dataset());
+        !difference.empty())
+      Warn(first.Describe() + " and " + raster.Describe() +
+           " do not lie in the same place: " + difference);
+  }
+  return bands;
+}
+
+std::vector<int> ChosenBands(const std::vector<int>& chosen, int bands) {
+  if (chosen.empty()) {
+    std::vector<int> all(static_cast<std::size_t>(bands));
+    std::iota(all.begin(), all.end(), 1);
+    return all;
+  }
+  for (const int band : chosen)
+    if (band > bands)
+      throw Failure("-bands=: there is no band " + std::to_string(band) + "; the inputs have " +
+                    std::to_string(bands) + (bands == 1 ? " band" : " bands"));
+  return chosen;
+}
+
+}  // namespace
+
+Session::Session(const Job& job, HostState& host) : host_(host) {
+  host_.desisted = false;
+  OpenInputs(job);
+  host_.registration.Call(IP_SLOT_CHECK_PARAMS);
+  StopIfDesisted();
+  Prepare(job);
+  try {
+    DropUnreadInputs();
+    ChooseMode(job);
+    ChooseBandsAndGrid(job);
+    ChooseNoData(job);
+  } catch (...) {
+    Finish();  // a constructor that throws leaves this to nobody
+    throw;
+  }
+}
+
+Session::~Session() { Finish(); }
+
+void Session::StopIfDesisted() const {
+  if (host_.desisted) throw Desisted();
+}
+
+void Session::OpenInputs(const Job& job) {
+  host_.streams.clear();
+  for (const DeclaredStream& declared : host_.registration.inputs) {
+    const auto file = job.files.find(declared.number);
+    if (file == job.files.end()) continue;
+    inputs_.push_back(
+        {declared.number, std::make_unique<RasterInput>(declared.label, file->second)});
+    StreamState& state = host_.streams[declared.number];
+    state.open = true;
+    state.mode = inputs_.back().raster->Mode().code;
+  }
+  host_.streams[OutputStream()].open = true;
+}
+
+void Session::Prepare(const Job& job) {
+  host_.outputMode = job.mode ? job.mode->code : -1;
+  for (auto& [number, state] : host_.streams) state.modeAsked = false;
+  finished_ = false;
+  host_.registration.Call(IP_SLOT_INIT_PROC);
+  if (host_.desisted) Finish();
+  StopIfDesisted();
+}
+
+// What the application asked about while it prepared the run is what it reads.
+void Session::DropUnreadInputs() {
+  inputs_.remove_if(
+      [this](const RunInput& input) { return !host_.Stream(input.stream).modeAsked; });
+  if (inputs_.empty()) throw Failure("the application reads none of the input files");
+}
+
+// The chosen one; without a choice float, complex when the first stream was read and is complex,
+// which is what the application does when it gets no choice.
+void Session::ChooseMode(const Job& job) {
+  mode_ = job.mode;
+  if (mode_) return;
+  const StreamState& first = host_.Stream(host_.registration.inputs.front().number);
+  const bool complex = first.modeAsked && DataModeOf(first.mode).complex;
+  mode_ = FindDataMode(complex ? "cfloat32" : "float32");
+}
+
+void Session::ChooseBandsAndGrid(const Job& job) {
+  bands_ = ChosenBands(job.bands, CommonBands(inputs_));
+  RasterInput& first = FirstInput();
+  const std::optional<Geotransform> transform = GeotransformOf(first.Dataset());
+  grid_ = MakeOutputGrid(job.selection, first.Columns(), first.Rows(),
+                         transform ? &*transform : nullptr, first.Describe());
+  resampling_ = job.selection.resampling;
+}
+
+void Session::ChooseNoData(const Job& job) {
+  maskNoData_ = !job.keepNoData;
+  if (!maskNoData_) return;
+  for (const RunInput& input : inputs_)
+    for (const int band : bands_)
+      if (!noData_) noData_ = input.raster->NoData(BandOf(input, band));
+}
+
+void Session::SelectInputs() {
+  for (const RunInput& input : inputs_) {
+    std::vector<int> bands;
+    for (const int band : bands_)
+      if (const int own = BandOf(input, band);
+          std::find(bands.begin(), bands.end(), own) == bands.end())
+        bands.push_back(own);
+    input.raster->Select(grid_, resampling_, bands, maskNoData_);
+  }
+}
+
+int Session::RowsPerStrip() const {
+  constexpr std::int64_t kStripBytes = 2 << 20;
+  constexpr std::int64_t kAllBandsBytes = 8 << 20;
+  // A coarser pixel is read from many.
+  const std::int64_t n = grid_.resolution;
+  std::int64_t parts = mode_->complex ? 2 : 1;
+  for (const RunInput& input : inputs_) parts += input.raster->Parts() * n * n;
+  const std::int64_t rowBytes = parts * static_cast<std::int64_t>(sizeof(float)) * grid_.columns;
+  const std::int64_t rows =
+      std::min(kStripBytes / rowBytes,
+               kAllBandsBytes / (rowBytes * static_cast<std::int64_t>(bands_.size())));
+  return static_cast<int>(std::clamp<std::int64_t>(rows, 1, grid_.rows));
+}
+
+void Session::Process(int rows, IPOutputStats& record) {
+  const auto process =
+      reinterpret_cast<IPProcDataRoutine>(host_.registration.routines.at(IP_SLOT_PROC_DATA));
+  const IPBlock row = {grid_.columns, 1};
+  for (int i = 0; i < rows; ++i) {
+    process(&row, &record);
+    StopIfDesisted();
+    AdvanceOneRow();
+  }
+}
+
+void Session::AdvanceOneRow() {
+  const std::ptrdiff_t columns = grid_.columns;
+  for (const RunInput& input : inputs_)
+    host_.streams[input.stream].blockData += columns * input.raster->Parts();
+  host_.streams[OutputStream()].blockData += columns * (mode_->complex ? 2 : 1);
+}
+
+void Session::Finish() {
+  if (finished_) return;
+  finished_ = true;
+  host_.registration.Call(IP_SLOT_CLEANUP);
+  for (auto& [number, state] : host_.streams) state.blockData = nullptr;
+}
+
+}  // namespace lumomixcalc::standalone

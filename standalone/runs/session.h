@@ -1,0 +1,102 @@
+#ifndef LUMOMIXCALC_STANDALONE_RUNS_SESSION_H
+#define LUMOMIXCALC_STANDALONE_RUNS_SESSION_H
+
+#include <list>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/ip.h"
+#include "standalone/framework/host_calls.h"
+#include "standalone/rasters/data_modes.h"
+#include "standalone/rasters/grid.h"
+#include "standalone/rasters/raster_input.h"
+#include "standalone/runs/job.h"
+
+namespace lumomixcalc::standalone {
+
+// One input stream that a run reads.
+struct RunInput {
+  int stream = 0;
+  std::unique_ptr<RasterInput> raster;
+};
+
+// The application between its preparation and its clean-up, for one run over the inputs of job,
+// and what follows from them: what the run computes, in which mode, on which grid. The application
+// must have its parameters. Only one session may live at a time.
+class Session {
+ public:
+  // Opens the inputs and has the application check and prepare. Throws Failure, one without text
+  // when the application desists, for it has told the reason itself.
+  Session(const Job& job, HostState& host);
+
+  // Prepares the inputs for reading; call it once, before they are read.
+  void SelectInputs();
+
+  // The no-data value that the first input to declare one declares; none when no-data values are
+  // kept as numbers.
+  const std::optional<double>& NoData() const { return noData_; }
+
+  // The band of an input that goes with a band of the run.
+  static int BandOf(const RunInput& input, int band) {
+    return input.raster->Bands() == 1 ? 1 : band;
+  }
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  // The inputs that the application reads; at least one.
+  std::list<RunInput>& Inputs() { return inputs_; }
+  const std::list<RunInput>& Inputs() const { return inputs_; }
+  RasterInput& FirstInput() { return *inputs_.front().raster; }
+
+  // The mode in which the output is stored.
+  const DataMode& Mode() const { return *mode_; }
+  const OutputGrid& Grid() const { return grid_; }
+
+  // The bands of the inputs that the run takes, in the output's order. An input with one band goes
+  // with every band of the others.
+  const std::vector<int>& Bands() const { return bands_; }
+
+  // Rows that a strip of the run has at most: few enough that the strips in work stay in a
+  // processor's second-level cache, and that all bands of a strip fit easily into memory.
+  int RowsPerStrip() const;
+
+  int OutputStream() const { return host_.registration.Output().number; }
+
+  // The buffer that the application finds for a stream from now on: whole rows of the grid.
+  void SetBlockData(int stream, float* data) { host_.streams[stream].blockData = data; }
+
+  // Has the application process so many rows of the buffers, each as a block of its own: it counts
+  // some blocks from their last element to the first, so that blocks of other sizes would make
+  // another record. Throws Failure without text when it desists.
+  void Process(int rows, IPOutputStats& record);
+
+  // Has the application clean up; once is enough.
+  void Finish();
+
+ private:
+  void AdvanceOneRow();
+  void OpenInputs(const Job& job);
+  void Prepare(const Job& job);
+  void DropUnreadInputs();
+  void ChooseMode(const Job& job);
+  void ChooseBandsAndGrid(const Job& job);
+  void ChooseNoData(const Job& job);
+  void StopIfDesisted() const;
+
+  HostState& host_;
+  std::list<RunInput> inputs_;
+  const DataMode* mode_ = nullptr;
+  OutputGrid grid_;
+  Resampling resampling_ = Resampling::kNearest;
+  std::vector<int> bands_;
+  std::optional<double> noData_;
+  bool maskNoData_ = false;
+  bool finished_ = true;
+};
+
+}  // namespace lumomixcalc::standalone
+
+#endif
