@@ -7,6 +7,7 @@
 
 #include "standalone/rasters/data_modes.h"
 #include "standalone/rasters/output_format.h"
+#include "standalone/rasters/publication.h"
 
 namespace lumomixcalc::standalone {
 
@@ -20,6 +21,7 @@ struct OutputSpecification {
   int rows = 0;
   int bands = 0;
   bool overwrite = false;
+  std::vector<InputFiles> inputs;
 };
 
 }  // namespace lumomixcalc::standalone

@@ -2,42 +2,72 @@
 #define LUMOMIXCALC_STANDALONE_RASTERS_PUBLICATION_H
 
 #include <filesystem>
+#include <string>
 #include <vector>
 
 namespace lumomixcalc::standalone {
 
-// A hidden folder beside a file that is being made: its pieces carry their final names inside and
-// are moved out together when they are complete. It is removed with all that is left in it. While
-// it is in use the process holds a lock on it; one without a lock was left by a run that was
-// killed, and the next run beside it removes it.
-class TemporaryFolder {
+// Where a file named path goes: symbolic links are followed, also one whose file does not exist
+// yet, so that a link stays a link. Throws Failure when they form a loop.
+std::filesystem::path FollowLinks(const std::string& path);
+
+// Where an output named path goes, its links followed. Throws Failure when no regular file can be
+// there, or when one is and overwrite is false.
+std::filesystem::path ResolveOutput(const std::string& path, bool overwrite);
+
+// Whether both names lead to one existing file.
+bool IsSameFile(const std::filesystem::path& one, const std::filesystem::path& other);
+
+// Gives a file its final name in the same file system. With overwrite a file that is replaced
+// passes its owner, group and permissions on as far as the system lets them; without it nothing is
+// replaced. Returns 0 or an error number.
+int MoveIntoPlace(const std::filesystem::path& from, const std::filesystem::path& to,
+                  bool overwrite);
+
+// An input of a run: its name and the names of all files that it consists of.
+struct InputFiles {
+  std::string name;
+  std::vector<std::string> files;
+};
+
+// The making of an output in a hidden folder beside its place, ".lumomixcalc-" and six characters:
+// its files have their final names there and are moved out when all are complete. The folder is
+// removed with its owner; a process that is killed leaves it.
+class Publication {
  public:
   // Makes the folder in the folder of target. Throws Failure.
-  explicit TemporaryFolder(const std::filesystem::path& target);
-  ~TemporaryFolder();
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  Publication(const std::filesystem::path& target, bool overwrite, std::vector<InputFiles> inputs);
+  ~Publication();
+  Publication(const Publication&) = delete;
+  Publication& operator=(const Publication&) = delete;
 
-  const std::filesystem::path& Path() const { return path_; }
+  const std::filesystem::path& Folder() const { return folder_; }
 
-  // Throws Failure when files of these names cannot be moved out because others are in their place:
-  // any without replace, but for those whose names continue the target's, and folders always.
-  void CheckNames(const std::vector<std::filesystem::path>& names, bool replace) const;
+  // Throws Failure when a file in the folder cannot be moved out: its place is taken, by any file
+  // without overwrite, or by a folder or a file of an input that is not itself replaced.
+  void CheckPlaces() const;
 
-  // Moves all files out, the one with the target's name last, so that whoever sees it sees the
-  // others. Existing files are replaced as CheckNames allows; their permissions stay. Of two runs
-  // to one target one moves its files after the other. Throws Failure, with everything as it was
-  // when nothing was to be replaced.
-  void Publish(bool replace);
+  // Moves the files out, the target last. Files in their places, and files that GDAL would read
+  // together with the new output, are refused without overwrite; with it they are set aside first,
+  // and come back when anything fails. Throws Failure, with every file as it was.
+  void Publish();
 
  private:
-  bool ContinuesTarget(const std::filesystem::path& name) const;
-  void Make(const std::filesystem::path& parent);
+  std::vector<std::filesystem::path> Names() const;
+  void RefuseFileOfInput(const std::filesystem::path& name) const;
+  std::vector<std::filesystem::path> StaleCompanions() const;
+  std::vector<std::filesystem::path> NamesToSetAside() const;
 
   std::filesystem::path target_;
-  std::filesystem::path path_;
-  int lock_ = -1;
+  bool overwrite_;
+  std::vector<InputFiles> inputs_;
+  std::filesystem::path parent_;
+  std::filesystem::path folder_;
 };
+
+// Removes the folders of all publications of this process, for one that is about to end. From any
+// thread; waits for files that are being moved out.
+void RemovePublicationFolders();
 
 }  // namespace lumomixcalc::standalone
 

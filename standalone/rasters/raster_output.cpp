@@ -24,51 +24,14 @@ CPLStringList CreationOptions(const OutputSpecification& specification) {
   return options;
 }
 
-// Files of GDAL's beside a raster that would be taken for the new one's. Only names that can belong
-// to nothing but the target.
-void RemoveStaleSidecars(const fs::path& target, const std::vector<fs::path>& kept) {
-  for (const char* const suffix : {".aux.xml", ".ovr", ".msk", ".msk.ovr"}) {
-    const fs::path sidecar = target.string() + suffix;
-    std::error_code ignored;
-    if (std::find(kept.begin(), kept.end(), sidecar.filename()) == kept.end())
-      fs::remove(sidecar, ignored);
-  }
-}
-
-std::vector<fs::path> NamesIn(const fs::path& folder) {
-  std::vector<fs::path> names;
-  for (const fs::directory_entry& entry : fs::directory_iterator(folder))
-    names.push_back(entry.path().filename());
-  return names;
-}
-
 }  // namespace
-
-fs::path ResolveOutput(const std::string& path, bool overwrite) {
-  if (path.starts_with("/vsi")) throw Failure("the output " + path + " must be a local file");
-  std::error_code error;
-  fs::path target = path;
-  if (fs::is_symlink(target, error)) target = fs::weakly_canonical(target, error);
-  const fs::path parent = target.has_parent_path() ? target.parent_path() : ".";
-  const fs::file_status status = fs::status(target, error);
-  if (fs::is_directory(status) || !target.has_filename())
-    throw Failure("the output " + path + " is a folder; a file name is expected");
-  if (!fs::is_directory(parent, error))
-    throw Failure("cannot write " + path + ": there is no folder " + parent.string());
-  if (fs::exists(status) && !fs::is_regular_file(status))
-    throw Failure("the output " + path + " is neither new nor a regular file");
-  if (fs::exists(status) && !overwrite)
-    throw Failure("the output " + path + " exists already; -overwrite replaces it");
-  return target;
-}
 
 RasterOutput::RasterOutput(const OutputSpecification& specification)
     : specification_(specification),
-      folder_(specification.target),
-      file_(folder_.Path() / specification.target.filename()),
-      workFile_(specification.format.copiesOnly ? folder_.Path() / ".uncopied.tif" : file_),
+      publication_(specification.target, specification.overwrite, specification.inputs),
+      file_(publication_.Folder() / specification.target.filename()),
+      workFile_(specification.format.copiesOnly ? publication_.Folder() / ".uncopied.tif" : file_),
       unheld_(static_cast<std::size_t>(specification.bands)) {
-  TryFormat();
   const bool copies = specification_.format.copiesOnly;
   GDALDriver& driver =
       copies ? *GetGDALDriverManager()->GetDriverByName("GTiff") : *specification_.format.driver;
@@ -106,34 +69,6 @@ void RasterOutput::LayOutRows() {
       UncompressedRows::Open(*dataset_, bands, {0, 0, specification_.columns, specification_.rows});
   if (!uncompressedRows_) return;
   if (const std::string reason = ReserveSpace(file_); !reason.empty()) FailToWrite(reason);
-}
-
-// Makes a small raster like the one to come in a folder of its own, to learn which files it has and
-// whether the format takes it.
-void RasterOutput::TryFormat() const {
-  constexpr int kSide = 256;
-  const fs::path folder = folder_.Path() / ".trial";
-  fs::create_directory(folder);
-  const std::string file = folder / specification_.target.filename();
-  const int columns = std::min(specification_.columns, kSide);
-  const int rows = std::min(specification_.rows, kSide);
-  const OutputFormat& format = specification_.format;
-  const CPLStringList options = CreationOptions(specification_);
-  GDALDriver& driver =
-      format.copiesOnly ? *GetGDALDriverManager()->GetDriverByName("MEM") : *format.driver;
-
-  const GdalFailures failures;
-  GDALDatasetUniquePtr trial(driver.Create(format.copiesOnly ? "" : file.c_str(), columns, rows,
-                                           specification_.bands, specification_.mode->type,
-                                           format.copiesOnly ? nullptr : options.List()));
-  if (trial && format.copiesOnly)
-    trial.reset(format.driver->CreateCopy(file.c_str(), trial.get(), FALSE, options.List(), nullptr,
-                                          nullptr));
-  if (!trial || (format.copiesOnly && failures.Any())) FailToWrite(failures.First());
-  trial.reset();
-  folder_.CheckNames(NamesIn(folder), specification_.overwrite);
-  std::error_code ignored;
-  fs::remove_all(folder, ignored);
 }
 
 bool RasterOutput::DeclareNoData(double value) {
@@ -197,9 +132,7 @@ void RasterOutput::Publish(const std::stop_token& stop) {
   if (const std::string fault = FaultOfFile(file_, specification_); !fault.empty())
     FailToWrite(fault);
   if (stop.stop_requested()) throw Cancelled();
-  const std::vector<fs::path> names = NamesIn(folder_.Path());
-  folder_.Publish(specification_.overwrite);
-  RemoveStaleSidecars(specification_.target, names);
+  publication_.Publish();
 }
 
 void RasterOutput::CopyToFormat(const std::stop_token& stop) {
@@ -215,9 +148,6 @@ void RasterOutput::CopyToFormat(const std::stop_token& stop) {
   if (!copy || failures.Any()) FailToWrite(failures.First());
   dataset_ = std::move(copy);
   Close();
-  // GDAL's drivers of text formats do not tell when the last bytes find no room; what was copied
-  // still takes its own.
-  if (const std::string reason = TryToGrow(file_); !reason.empty()) FailToWrite(reason);
   std::error_code ignored;
   fs::remove(workFile_, ignored);
   fs::remove(workFile_.string() + ".aux.xml", ignored);

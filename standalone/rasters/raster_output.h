@@ -20,10 +20,6 @@
 
 namespace lumomixcalc::standalone {
 
-// Where an output named path goes: symbolic links are followed, so that a link stays a link.
-// Throws Failure when no file can be there, or when one is and overwrite is false.
-std::filesystem::path ResolveOutput(const std::string& path, bool overwrite);
-
 // The output raster, written in strips of whole rows in a temporary folder beside its place.
 // Unless Publish is reached, nothing of it is left and a file that was there stays as it was.
 class RasterOutput {
@@ -62,7 +58,6 @@ class RasterOutput {
   GDALDataset& Dataset() { return *dataset_; }
 
  private:
-  void TryFormat() const;
   void Create(GDALDriver& driver, const CPLStringList& options);
   void LayOutRows();
   void CopyToFormat(const std::stop_token& stop);
@@ -70,7 +65,7 @@ class RasterOutput {
   [[noreturn]] void FailToWrite(const std::string& reason) const;
 
   OutputSpecification specification_;
-  TemporaryFolder folder_;
+  Publication publication_;
   std::filesystem::path file_;      // inside the folder
   std::filesystem::path workFile_;  // what is written first; the file itself unless it is a copy
   int blockRows_ = 1;

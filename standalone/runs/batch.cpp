@@ -80,6 +80,17 @@ void WarnOfUnheldElements(const std::vector<BandStatistics>& statistics, const D
   }
 }
 
+std::vector<InputFiles> FilesOf(Session& session) {
+  std::vector<InputFiles> inputs;
+  for (const RunInput& input : session.Inputs()) {
+    GDALDataset& dataset = input.raster->Dataset();
+    InputFiles& files = inputs.emplace_back(InputFiles{dataset.GetDescription(), {}});
+    const CPLStringList list(dataset.GetFileList());
+    for (int i = 0; i < list.size(); ++i) files.files.emplace_back(list[i]);
+  }
+  return inputs;
+}
+
 RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
                   const RunControl& control) {
   const auto start = std::chrono::steady_clock::now();
@@ -95,7 +106,7 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
 
   const int bands = static_cast<int>(session.Bands().size());
   RasterOutput output({target, format, &mode, job.creationOptions, session.Grid().columns,
-                       session.Grid().rows, bands, job.overwrite});
+                       session.Grid().rows, bands, job.overwrite, FilesOf(session)});
   Describe(session, command, outputName, output.Dataset());
   DeclareNoData(session, output, outputName);
   session.SelectInputs();
