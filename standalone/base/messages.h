@@ -1,9 +1,11 @@
 #ifndef LUMOMIXCALC_STANDALONE_BASE_MESSAGES_H
 #define LUMOMIXCALC_STANDALONE_BASE_MESSAGES_H
 
+#include <cstdint>
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace lumomixcalc::standalone {
 
@@ -67,6 +69,16 @@ void Tell(const std::string& sentence);
 
 // The same for what the user should know but what stops nothing; it begins with "warning: ".
 void Warn(const std::string& sentence);
+
+// "1 element", "12 elements".
+std::string CountText(std::uint64_t count, const std::string& noun);
+
+// The names as a sentence lists them, "a, b, c".
+std::string ListText(const std::vector<std::string>& names);
+
+// "; did you mean NAME?" with the name most like the unknown one, upper and lower case alike; empty
+// when none is much like it.
+std::string Suggestion(const std::string& unknown, const std::vector<std::string>& names);
 
 }  // namespace lumomixcalc::standalone
 

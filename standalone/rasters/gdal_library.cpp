@@ -3,27 +3,24 @@
 #include <cpl_conv.h>
 #include <cpl_error.h>
 #include <gdal.h>
-#include <malloc.h>
 
-#include <atomic>
+#include <algorithm>
+#include <deque>
 #include <mutex>
+#include <regex>
 #include <set>
-#include <vector>
 
 #include "standalone/base/messages.h"
 
 namespace lumomixcalc::standalone {
 
 struct GdalFailureLog {
-  std::atomic<std::size_t> failures = 0;
-  mutable std::mutex mutex;  // of what follows
-  std::vector<std::string> texts;
+  mutable std::mutex mutex;
+  std::size_t failures = 0;
+  std::deque<std::string> texts;  // of the last of them
 };
 
 namespace {
-
-// A damaged file can fail once a block; the first texts are enough, the count tells the rest.
-constexpr std::size_t kTextsKept = 1000;
 
 GdalFailureLog& SharedLog() {
   static GdalFailureLog log;
@@ -34,29 +31,50 @@ thread_local GdalFailureLog* ownLog = nullptr;
 
 GdalFailureLog& TheLog() { return ownLog ? *ownLog : SharedLog(); }
 
-std::string OnOneLine(const char* message) {
-  std::string text = message;
+// On one line, and with the final names of files that are still made in a hidden folder.
+std::string AsSentence(const char* message) {
+  static const std::regex kFolder("\\.lumomixcalc-[A-Za-z0-9]{6}/");
+  std::string text = std::regex_replace(message, kFolder, "");
   for (char& c : text)
     if (c == '\n' || c == '\r') c = ' ';
   text.erase(text.find_last_not_of(" .") + 1);
   return text;
 }
 
+struct ShownWarnings {
+  std::mutex mutex;
+  std::set<std::string> texts;
+};
+
+ShownWarnings& TheShownWarnings() {
+  static ShownWarnings shown;
+  return shown;
+}
+
 void ShowOnce(const std::string& warning) {
-  static std::mutex mutex;
-  static std::set<std::string> shown;
-  const std::lock_guard lock(mutex);
-  if (shown.insert(warning).second) Warn(warning);
+  {
+    const std::lock_guard lock(TheShownWarnings().mutex);
+    if (!TheShownWarnings().texts.insert(warning).second) return;
+  }
+  Warn(warning);
+}
+
+void NoteFailure(const std::string& text) {
+  constexpr std::size_t kTextsKept = 1000;  // a damaged file can fail at every block
+  GdalFailureLog& log = TheLog();
+  const std::lock_guard lock(log.mutex);
+  ++log.failures;
+  log.texts.push_back(text);
+  if (log.texts.size() > kTextsKept) log.texts.pop_front();
 }
 
 void CPL_STDCALL Handle(CPLErr severity, CPLErrorNum number, const char* message) {
-  if (severity == CE_Warning) {
-    ShowOnce(OnOneLine(message));
-  } else if (severity == CE_Failure) {
-    GdalFailureLog& log = TheLog();
-    const std::lock_guard lock(log.mutex);
-    if (log.texts.size() < kTextsKept) log.texts.push_back(OnOneLine(message));
-    ++log.failures;
+  // What a format keeps in a file beside it is lost with that file.
+  const bool losesMetadata = STARTS_WITH(message, "Unable to save auxiliary information");
+  if (severity == CE_Warning && !losesMetadata) {
+    ShowOnce(AsSentence(message));
+  } else if (severity == CE_Warning || severity == CE_Failure) {
+    NoteFailure(AsSentence(message));
   } else {
     CPLDefaultErrorHandler(severity, number, message);
   }
@@ -66,9 +84,6 @@ void CPL_STDCALL Handle(CPLErr severity, CPLErrorNum number, const char* message
 
 void SetUpGdal() {
   CPLSetErrorHandler(Handle);
-  // GDAL allocates and frees blocks of megabytes; of itself glibc takes that as a sign to keep ever
-  // more of what is freed.
-  mallopt(M_TRIM_THRESHOLD, 1 << 20);
   // Else a raw file that is too short reads as zeros where it ends.
   if (!CPLGetConfigOption("RAW_CHECK_FILE_SIZE", nullptr))
     CPLSetConfigOption("RAW_CHECK_FILE_SIZE", "YES");
@@ -81,13 +96,28 @@ OwnGdalFailures::OwnGdalFailures() : log_(std::make_unique<GdalFailureLog>()) {
 
 OwnGdalFailures::~OwnGdalFailures() { ownLog = nullptr; }
 
-GdalFailures::GdalFailures() : log_(TheLog()), before_(log_.failures) {}
+GdalFailures::GdalFailures() : log_(TheLog()) {
+  const std::lock_guard lock(log_.mutex);
+  before_ = log_.failures;
+}
 
-bool GdalFailures::Any() const { return log_.failures > before_; }
+bool GdalFailures::Any() const {
+  const std::lock_guard lock(log_.mutex);
+  return log_.failures > before_;
+}
 
 std::string GdalFailures::First() const {
   const std::lock_guard lock(log_.mutex);
-  return before_ < log_.texts.size() ? log_.texts[before_] : std::string();
+  if (log_.failures == before_) return "";
+  const std::size_t dropped = log_.failures - log_.texts.size();
+  return log_.texts[std::max(before_, dropped) - dropped];
 }
+
+GdalRun::GdalRun() : cacheBytes_(GDALGetCacheMax64()) {
+  const std::lock_guard lock(TheShownWarnings().mutex);
+  TheShownWarnings().texts.clear();
+}
+
+GdalRun::~GdalRun() { GDALSetCacheMax64(cacheBytes_); }
 
 }  // namespace lumomixcalc::standalone

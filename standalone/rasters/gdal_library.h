@@ -2,6 +2,7 @@
 #define LUMOMIXCALC_STANDALONE_RASTERS_GDAL_LIBRARY_H
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -40,7 +41,20 @@ class GdalFailures {
 
  private:
   const GdalFailureLog& log_;
-  std::size_t before_;
+  std::size_t before_ = 0;
+};
+
+// What GDAL keeps for the whole process, as one run needs it: each warning is shown once in a run,
+// and the size of the block cache is set back after it.
+class GdalRun {
+ public:
+  GdalRun();
+  ~GdalRun();
+  GdalRun(const GdalRun&) = delete;
+  GdalRun& operator=(const GdalRun&) = delete;
+
+ private:
+  std::int64_t cacheBytes_;
 };
 
 }  // namespace lumomixcalc::standalone

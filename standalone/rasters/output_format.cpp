@@ -1,7 +1,7 @@
 #include "standalone/rasters/output_format.h"
 
-#include <cpl_string.h>
-
+#include <algorithm>
+#include <array>
 #include <filesystem>
 
 #include "standalone/base/messages.h"
@@ -38,12 +38,6 @@ bool Holds(GDALDriver* driver, const DataMode& mode) {
          CPLStringList(CSLTokenizeString(types)).FindString(GDALGetDataTypeName(mode.type)) >= 0;
 }
 
-std::string Joined(const std::vector<std::string>& names) {
-  std::string text;
-  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
-  return text;
-}
-
 }  // namespace
 
 std::vector<std::string> WritableFormats() {
@@ -59,25 +53,26 @@ OutputFormat ChooseOutputFormat(const std::string& name, const std::string& path
   GDALDriverManager& manager = *GetGDALDriverManager();
   if (!name.empty()) {
     GDALDriver* const driver = manager.GetDriverByName(name.c_str());
-    if (!driver || !CanWriteFiles(driver))
-      throw WrongCommandLine("-format=" + name +
-                             ": not a format that GDAL can write here; it has " +
-                             Joined(WritableFormats()));
-    return FormatOf(driver);
+    if (driver && CanWriteFiles(driver)) return FormatOf(driver);
+    std::string suggestion = Suggestion(name, WritableFormats());
+    if (suggestion.empty()) suggestion = "; it has " + ListText(WritableFormats());
+    throw WrongCommandLine("-format=" + name + ": not a format that GDAL can write here" +
+                           suggestion);
   }
   std::string extension = std::filesystem::path(path).extension().string();
+  if (extension.empty()) return FormatOf(manager.GetDriverByName("GTiff"));
   extension.erase(0, 1);
   bool known = false;
-  for (int i = 0; i < manager.GetDriverCount() && !extension.empty(); ++i) {
+  for (int i = 0; i < manager.GetDriverCount(); ++i) {
     GDALDriver* const driver = manager.GetDriver(i);
     if (!HasExtension(driver, extension) || !Can(driver, GDAL_DCAP_RASTER)) continue;
     if (CanWriteFiles(driver)) return FormatOf(driver);
     known = true;
   }
-  if (known)
-    throw WrongCommandLine("GDAL can only read the format of " + path +
-                           "; choose another extension, or a format by -format=NAME");
-  return FormatOf(manager.GetDriverByName("GTiff"));
+  throw WrongCommandLine(
+      (known ? "GDAL can only read the format of " + path
+             : "the extension of " + path + " belongs to no format that GDAL knows here") +
+      "; choose another extension, or the format by -format=NAME, such as -format=GTiff");
 }
 
 void CheckCreationOptions(const OutputFormat& format, const std::vector<std::string>& options) {
@@ -90,14 +85,38 @@ void CheckCreationOptions(const OutputFormat& format, const std::vector<std::str
   if (!valid) throw WrongCommandLine("-co: " + reason);
 }
 
+CPLStringList CreationOptions(const OutputSpecification& specification) {
+  CPLStringList options;
+  for (const std::string& option : specification.creationOptions) options.AddString(option.c_str());
+  const auto setUnlessChosen = [&options](const char* name, const char* value) {
+    if (!options.FetchNameValue(name)) options.SetNameValue(name, value);
+  };
+  const std::string format = specification.format.Name();
+  // Classic TIFF ends at 4 GB; by itself the driver takes the larger layout only when it knows the
+  // final size.
+  if (format == "GTiff") setUnlessChosen("BIGTIFF", "IF_SAFER");
+  if (format == "netCDF") setUnlessChosen("WRITE_GDAL_HISTORY", "NO");
+  return options;
+}
+
+bool OnlyLayOut(const std::vector<std::string>& options) {
+  constexpr std::array<const char*, 4> kLayout = {"BIGTIFF=", "BLOCKYSIZE=", "COMPRESS=NONE",
+                                                  "INTERLEAVE="};
+  return std::all_of(options.begin(), options.end(), [&](const std::string& option) {
+    return std::any_of(kLayout.begin(), kLayout.end(),
+                       [&](const char* name) { return STARTS_WITH_CI(option.c_str(), name); });
+  });
+}
+
 void CheckThatFormatHolds(const OutputFormat& format, const DataMode& mode) {
   if (Holds(format.driver, mode)) return;
-  std::string held;
+  std::vector<std::string> held;
   for (const DataMode& other : DataModes())
-    if (Holds(format.driver, other)) held += (held.empty() ? "" : ", ") + std::string(other.name);
-  throw Failure("the format " + format.Name() + " cannot hold " + mode.name + " data; it holds " +
-                (held.empty() ? "none of -mode='s types" : held + " (choose by -mode=)") +
-                ", and GTiff and ENVI hold all");
+    if (Holds(format.driver, other)) held.emplace_back(other.name);
+  throw Failure(
+      "the format " + format.Name() + " cannot hold " + mode.name + " data; it holds " +
+      (held.empty() ? "none of the types of -mode=" : ListText(held) + " (choose by -mode=)") +
+      ", and GTiff and ENVI hold all");
 }
 
 }  // namespace lumomixcalc::standalone

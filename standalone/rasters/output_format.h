@@ -1,12 +1,15 @@
 #ifndef LUMOMIXCALC_STANDALONE_RASTERS_OUTPUT_FORMAT_H
 #define LUMOMIXCALC_STANDALONE_RASTERS_OUTPUT_FORMAT_H
 
+#include <cpl_string.h>
 #include <gdal_priv.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "standalone/rasters/data_modes.h"
+#include "standalone/rasters/publication.h"
 
 namespace lumomixcalc::standalone {
 
@@ -19,15 +22,35 @@ struct OutputFormat {
   std::string Name() const { return driver->GetDescription(); }
 };
 
+// The raster that a run is to write.
+struct OutputSpecification {
+  std::filesystem::path target;  // as ResolveOutput gives it
+  OutputFormat format;
+  const DataMode* mode = nullptr;
+  std::vector<std::string> creationOptions;
+  int columns = 0;
+  int rows = 0;
+  int bands = 0;
+  bool overwrite = false;
+  std::vector<InputFiles> inputs;
+};
+
 // The names of all formats that can write a raster file here.
 std::vector<std::string> WritableFormats();
 
-// The format named so, or with an empty name the one of the path's extension, else GTiff. Throws
-// WrongCommandLine when there is none that can write.
+// The format of that name, or with an empty name the one of the path's extension; GTiff for a path
+// without one. Throws WrongCommandLine when there is none that can write.
 OutputFormat ChooseOutputFormat(const std::string& name, const std::string& path);
 
 // Throws WrongCommandLine when the format knows no such option or value.
 void CheckCreationOptions(const OutputFormat& format, const std::vector<std::string>& options);
+
+// The creation options of a specification, and those that a driver needs to write what this host
+// promises: TIFFs of any size, and no name of a temporary file in the output.
+CPLStringList CreationOptions(const OutputSpecification& specification);
+
+// Whether options of a TIFF bear only on where its elements are in the file.
+bool OnlyLayOut(const std::vector<std::string>& options);
 
 // Throws Failure when the format has no elements of this mode, naming those that it has.
 void CheckThatFormatHolds(const OutputFormat& format, const DataMode& mode);

@@ -1,27 +1,54 @@
 #include "standalone/rasters/raster_output.h"
 
 #include <cpl_string.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 
-#include <algorithm>
+#include <array>
+#include <cerrno>
 #include <cstdint>
+#include <cstring>
+#include <fstream>
 #include <numeric>
 #include <span>
 #include <system_error>
+#include <utility>
 
 #include "standalone/base/messages.h"
-#include "standalone/rasters/disk_space.h"
 #include "standalone/rasters/gdal_library.h"
+#include "standalone/rasters/georeferencing.h"
 #include "standalone/rasters/output_check.h"
-#include "standalone/rasters/tiff_creation.h"
 
 namespace lumomixcalc::standalone {
 namespace fs = std::filesystem;
 namespace {
 
-CPLStringList CreationOptions(const OutputSpecification& specification) {
-  CPLStringList options;
-  for (const std::string& option : specification.creationOptions) options.AddString(option.c_str());
-  return options;
+// Sets room on the disk aside for the holes of a file: a disk that is too full tells so at once,
+// and what is written into them later is placed faster. Returns why it cannot, for a message; empty
+// when it could, or when the file system knows no such thing.
+std::string ReserveSpace(const fs::path& file) {
+  const FileDescriptor descriptor(open(file.c_str(), O_WRONLY | O_CLOEXEC));
+  struct stat status = {};
+  if (!descriptor.IsOpen() || fstat(descriptor.Get(), &status) != 0) return "";
+  if (fallocate(descriptor.Get(), 0, 0, status.st_size) == 0) return "";
+  const bool full = errno == ENOSPC || errno == EDQUOT || errno == EFBIG;
+  return full ? std::strerror(errno) : "";
+}
+
+// Some drivers keep the name under which a file was created at the head of a file: ENVI in its text
+// header, PCIDSK in a field of its own. The final name takes its place.
+void ReplaceNameAtHead(const fs::path& file, const std::string& made, std::string final) {
+  std::fstream stream(file, std::ios::in | std::ios::out | std::ios::binary);
+  constexpr std::streamsize kHeadBytes = 1024;
+  std::string head(kHeadBytes, '\0');
+  stream.read(head.data(), kHeadBytes);
+  head.resize(static_cast<std::size_t>(stream.gcount()));
+  const std::size_t place = head.find(made);
+  if (place == std::string::npos) return;
+  stream.clear();
+  stream.seekp(static_cast<std::streamoff>(place));
+  final.resize(made.size(), ' ');  // it is shorter, and what follows stays in its place
+  stream.write(final.data(), static_cast<std::streamsize>(final.size()));
 }
 
 }  // namespace
@@ -32,25 +59,25 @@ RasterOutput::RasterOutput(const OutputSpecification& specification)
       file_(publication_.Folder() / specification.target.filename()),
       workFile_(specification.format.copiesOnly ? publication_.Folder() / ".uncopied.tif" : file_),
       unheld_(static_cast<std::size_t>(specification.bands)) {
-  const bool copies = specification_.format.copiesOnly;
-  GDALDriver& driver =
-      copies ? *GetGDALDriverManager()->GetDriverByName("GTiff") : *specification_.format.driver;
-  CPLStringList options = copies ? CPLStringList() : CreationOptions(specification_);
-  if (EQUAL(driver.GetDescription(), "GTiff")) options = WithBigTiff(options);
-  Create(driver, options);
-  if (const int encoders = IsTiff(*dataset_) ? UsefulEncoders(*dataset_, options) : 0; encoders > 1)
-    Create(driver, options.SetNameValue("NUM_THREADS", std::to_string(encoders).c_str()));
-  if (!copies && HasPlainRows(*dataset_) && OnlyLayOut(specification_.creationOptions))
-    LayOutRows();
+  if (specification_.format.copiesOnly) {
+    OutputSpecification original = specification_;
+    original.format.driver = GetGDALDriverManager()->GetDriverByName("GTiff");
+    original.creationOptions.clear();
+    Create(original);
+    return;
+  }
+  Create(specification_);
+  if (HasPlainRows(*dataset_) && OnlyLayOut(specification_.creationOptions)) LayOutRows();
 }
 
-void RasterOutput::Create(GDALDriver& driver, const CPLStringList& options) {
+void RasterOutput::Create(const OutputSpecification& made) {
   const GdalFailures failures;
-  dataset_.reset();
-  dataset_.reset(driver.Create(workFile_.c_str(), specification_.columns, specification_.rows,
-                               specification_.bands, specification_.mode->type,
-                               CPLStringList(options).List()));
-  if (!dataset_ || failures.Any()) FailToWrite(failures.First());
+  dataset_.reset(made.format.driver->Create(workFile_.c_str(), made.columns, made.rows, made.bands,
+                                            made.mode->type, CreationOptions(made).List()));
+  if (!dataset_ || failures.Any())
+    FailToWrite(failures.First() + " (as " + made.mode->name + " in the format " +
+                made.format.Name() + ")");
+  publication_.CheckPlaces();
   int blockColumns = 0;
   dataset_->GetRasterBand(1)->GetBlockSize(&blockColumns, &blockRows_);
 }
@@ -125,42 +152,59 @@ void RasterOutput::Write(int band, int firstRow, int rows, const float* values) 
 }
 
 void RasterOutput::Publish(const std::stop_token& stop) {
+  GDALDatasetUniquePtr original;
   if (specification_.format.copiesOnly)
-    CopyToFormat(stop);
+    original = CopyToFormat(stop);
   else
     Close();
-  if (const std::string fault = FaultOfFile(file_, specification_); !fault.empty())
+  if (const std::string fault = FaultOfFile(file_, specification_, original.get()); !fault.empty())
     FailToWrite(fault);
+  original.reset();
+  std::error_code ignored;
+  if (workFile_ != file_) {
+    fs::remove(workFile_, ignored);
+    fs::remove(workFile_.string() + ".aux.xml", ignored);
+  }
+  for (const fs::directory_entry& entry : fs::directory_iterator(publication_.Folder()))
+    ReplaceNameAtHead(entry.path(), file_.string(), specification_.target.string());
   if (stop.stop_requested()) throw Cancelled();
   publication_.Publish();
 }
 
-void RasterOutput::CopyToFormat(const std::stop_token& stop) {
+// Returns the raster that was copied.
+GDALDatasetUniquePtr RasterOutput::CopyToFormat(const std::stop_token& stop) {
   const GDALProgressFunc goesOn = [](double, const char*, void* argument) {
     return static_cast<const std::stop_token*>(argument)->stop_requested() ? FALSE : TRUE;
   };
   const GdalFailures failures;
   dataset_->FlushCache(false);
+  dataset_->SetDescription(specification_.target.c_str());  // some drivers keep the name
+  // The driver of text grids writes a raster without a geotransform upside down.
+  std::array<double, 6> transform = {0, 1, 0, static_cast<double>(specification_.rows), 0, -1};
+  if (specification_.format.Name() == "AAIGrid" && !GeotransformOf(*dataset_))
+    dataset_->SetGeoTransform(transform.data());
   GDALDatasetUniquePtr copy(specification_.format.driver->CreateCopy(
       file_.c_str(), dataset_.get(), FALSE, CreationOptions(specification_).List(), goesOn,
       const_cast<std::stop_token*>(&stop)));
   if (stop.stop_requested()) throw Cancelled();
   if (!copy || failures.Any()) FailToWrite(failures.First());
-  dataset_ = std::move(copy);
+  std::swap(copy, dataset_);
   Close();
-  std::error_code ignored;
-  fs::remove(workFile_, ignored);
-  fs::remove(workFile_.string() + ".aux.xml", ignored);
+  return copy;
 }
 
 void RasterOutput::Close() {
   const GdalFailures failures;
   dataset_->FlushCache(true);
+  if (failures.Any()) FailToWrite(failures.First());
   dataset_.reset();
   if (failures.Any()) FailToWrite(failures.First());
 }
 
-void RasterOutput::FailToWrite(const std::string& reason) const {
+void RasterOutput::FailToWrite(const std::string& reason) {
+  // Not closed: after a failed write GDAL's encoder threads may wait for ever, and libtiff may
+  // crash.
+  dataset_.release();
   throw Failure("cannot write " + specification_.target.string() + ": " +
                 (reason.empty() ? "GDAL does not say why" : reason));
 }

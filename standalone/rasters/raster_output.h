@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "standalone/rasters/integer_output.h"
-#include "standalone/rasters/output_specification.h"
+#include "standalone/rasters/output_format.h"
 #include "standalone/rasters/publication.h"
 #include "standalone/rasters/uncompressed_rows.h"
 
@@ -58,11 +58,11 @@ class RasterOutput {
   GDALDataset& Dataset() { return *dataset_; }
 
  private:
-  void Create(GDALDriver& driver, const CPLStringList& options);
+  void Create(const OutputSpecification& made);
   void LayOutRows();
-  void CopyToFormat(const std::stop_token& stop);
+  GDALDatasetUniquePtr CopyToFormat(const std::stop_token& stop);
   void Close();
-  [[noreturn]] void FailToWrite(const std::string& reason) const;
+  [[noreturn]] void FailToWrite(const std::string& reason);
 
   OutputSpecification specification_;
   Publication publication_;

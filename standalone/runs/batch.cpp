@@ -94,6 +94,7 @@ std::vector<InputFiles> FilesOf(Session& session) {
 RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
                   const RunControl& control) {
   const auto start = std::chrono::steady_clock::now();
+  const GdalRun gdalRun;
   const std::string& outputName = job.files.at(host.registration.Output().number);
   const OutputFormat format = ChooseOutputFormat(job.format, outputName);
   CheckCreationOptions(format, job.creationOptions);
