@@ -1,4 +1,5 @@
 // The batch program: one run, or the panel's program in its place.
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,7 +12,6 @@
 #include <system_error>
 #include <vector>
 
-#include "host/ip.h"
 #include "standalone/base/messages.h"
 #include "standalone/cli/command_echo.h"
 #include "standalone/cli/progress_bar.h"
@@ -30,9 +30,16 @@ std::filesystem::path PanelProgram() {
   return own.parent_path() / (std::string(kProgramName) + "-panel");
 }
 
+// In a script, standard input or output is mostly a file or a pipe.
+bool IsOfScript(int descriptor) {
+  struct stat status = {};
+  return fstat(descriptor, &status) == 0 && (S_ISREG(status.st_mode) || S_ISFIFO(status.st_mode));
+}
+
 bool PanelCanBeShown() {
   std::error_code ignored;
-  return DisplayIsNamed() && std::filesystem::exists(PanelProgram(), ignored);
+  return DisplayIsNamed() && !IsOfScript(STDIN_FILENO) && !IsOfScript(STDOUT_FILENO) &&
+         std::filesystem::exists(PanelProgram(), ignored);
 }
 
 // Turns this process into the panel's program with these arguments.
@@ -45,15 +52,23 @@ bool PanelCanBeShown() {
                  [](std::string& text) { return text.data(); });
   execv(program.c_str(), pointers.data());
   throw WrongCommandLine("-panel: cannot start " + program + ": " + std::strerror(errno) +
-                         "; without the panel, name files and options (see -help)");
+                         "; to run without the panel, name files and options (see -help)");
+}
+
+RunReport RunWithBar(const Options& options, const std::string& command, HostState& host,
+                     const std::stop_token& stop) {
+  ProgressBar bar(!options.quiet && isatty(STDERR_FILENO) != 0);
+  return RunBatch(options.job, command, host, {stop, [&bar](double share) { bar.Show(share); }});
 }
 
 void RunOnce(const Options& options, HostState& host, const std::stop_token& stop) {
   SetUpGdal();
-  ProgressBar bar(!options.quiet && isatty(STDERR_FILENO) != 0);
-  const std::string command = ReproducingCommand(options.job, host.registration, EchoOptions(host));
+  const std::vector<std::string> echoed = EchoOptions(host);
   const RunReport report =
-      RunBatch(options.job, command, host, {stop, [&bar](double share) { bar.Show(share); }});
+      RunWithBar(options, ReproducingCommand(options.job, host.registration, echoed), host, stop);
+  if (std::find(echoed.begin(), echoed.end(), "-clamp") != echoed.end() &&
+      FindDataMode(report.mode)->complex)
+    Warn("-clamp has no effect on a complex output");
   if (options.quiet || options.job.statisticsFile == "-") return;
   for (std::size_t i = 0; i < report.bands.size(); ++i)
     std::puts(StatisticsLine(static_cast<int>(i) + 1, report.bands[i]).c_str());
@@ -67,7 +82,7 @@ int main(int argc, char** argv) {
   std::vector<std::string> arguments(argv + 1, argv + argc);
   // Whoever starts it from a desktop gives no arguments.
   if (arguments.empty() && PanelCanBeShown()) arguments = {"-panel"};
-  return RunProgram(arguments, IPAppSpecifics,
+  return RunProgram(arguments,
                     [&](const Options& options, HostState& host, const std::stop_token& stop) {
                       if (options.action == Options::Action::kPanel) StartPanel(arguments);
                       RunOnce(options, host, stop);

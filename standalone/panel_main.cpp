@@ -63,5 +63,5 @@ int main(int argc, char** argv) {
   // What it shows may have fewer files than a run needs, as after this option.
   if (std::find(arguments.begin(), arguments.end(), "-panel") == arguments.end())
     arguments.insert(arguments.begin(), "-panel");
-  return RunProgram(arguments, IPAppSpecifics, ShowPanel);
+  return RunProgram(arguments, ShowPanel);
 }

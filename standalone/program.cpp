@@ -1,24 +1,50 @@
 #include "standalone/program.h"
 
+#include <fcntl.h>
 #include <pthread.h>
 #include <signal.h>
 #include <string.h>
+#include <unistd.h>
 
 #include <atomic>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <thread>
 
 #include "host/ip.h"
+#include "ops/catalogue.h"
 #include "standalone/base/messages.h"
+#include "standalone/cli/application_options.h"
 #include "standalone/cli/usage.h"
+#include "standalone/rasters/publication.h"
 
 namespace lumomixcalc::standalone {
 namespace {
 
+// A descriptor from 0 to 2 that was closed at the start would be taken by a file, and messages
+// would be written into it.
+void OpenStandardDescriptors() {
+  for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor)
+    // The lowest free descriptor is the one that is opened.
+    if (fcntl(descriptor, F_GETFD) == -1) open("/dev/null", O_RDWR);
+}
+
+// Ends the process by a signal.
+[[noreturn]] void DieOf(int signal) {
+  std::signal(signal, SIG_DFL);
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, signal);
+  kill(getpid(), signal);
+  pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+  constexpr int kInterrupted = 128;  // plus the signal's number, as shells have it
+  _exit(kInterrupted + signal);
+}
+
 // Requests a stop when SIGINT, SIGTERM or SIGHUP comes. A thread of its own waits for them: they
-// are blocked in all threads that start later.
+// are blocked in all threads.
 class SignalWatch {
  public:
   SignalWatch() {
@@ -30,12 +56,7 @@ class SignalWatch {
         sigaddset(&signals_, signal);
     }
     pthread_sigmask(SIG_BLOCK, &signals_, nullptr);
-    std::thread([this] {
-      int signal = 0;
-      if (sigwait(&signals_, &signal) != 0) return;
-      signal_ = signal;
-      source_.request_stop();
-    }).detach();
+    std::thread([this] { Wait(); }).detach();
   }
   SignalWatch(const SignalWatch&) = delete;
   SignalWatch& operator=(const SignalWatch&) = delete;
@@ -44,6 +65,17 @@ class SignalWatch {
   int Signal() const { return signal_; }
 
  private:
+  void Wait() {
+    int signal = 0;
+    if (sigwait(&signals_, &signal) != 0) return;
+    signal_ = signal;
+    source_.request_stop();
+    constexpr timespec kPatience = {1, 0};
+    sigtimedwait(&signals_, nullptr, &kPatience);
+    RemovePublicationFolders();
+    DieOf(signal);
+  }
+
   sigset_t signals_ = {};
   std::stop_source source_;
   std::atomic<int> signal_ = 0;
@@ -55,18 +87,42 @@ SignalWatch& TheSignalWatch() {
   return *watch;
 }
 
-void Run(const std::vector<std::string>& arguments, int (*registerApplication)(),
-         const Action& act) {
+std::vector<OperatorName> Operators() {
+  std::vector<OperatorName> names;
+  for (const Operator& one : kOperators) names.push_back({one.commandName, one.label});
+  return names;
+}
+
+void Run(const std::vector<std::string>& arguments, const Action& act) {
   HostState& host = TheHostState();
-  registerApplication();
+  IPAppSpecifics();
   host.registration.CheckThatHostCanServe();
-  const Options options = ReadOptions(arguments, host.registration);
-  if (options.action == Options::Action::kHelp) return PrintUsage(host);
+  Options options = ReadOptions(arguments, host.registration);
+  if (options.action == Options::Action::kHelp) return PrintUsage(host, Operators());
   if (options.action == Options::Action::kVersion) return PrintVersion();
-  host.arguments = options.applicationArguments;
-  host.registration.Call(IP_SLOT_READ_CMD_LINE);
-  if (host.desisted) throw Desisted(ExitStatus::kWrongCommandLine);
+  ReadApplicationOptions(options.applicationArguments, host, Operators());
+  PlaceFiles(options, host.registration);
   act(options, host, TheSignalWatch().Token());
+}
+
+ExitStatus RunAndTell(const std::vector<std::string>& arguments, const Action& act) {
+  try {
+    Run(arguments, act);
+    if (std::fflush(stdout) != 0) throw Failure("cannot write to standard output");
+    return ExitStatus::kDone;
+  } catch (const Cancelled&) {
+    Tell(std::string("stopped by a signal (") + strsignal(TheSignalWatch().Signal()) +
+         "); nothing was written");
+    return ExitStatus::kFailed;
+  } catch (const Desisted& desisted) {
+    return desisted.Status();
+  } catch (const Failure& failure) {
+    Tell(failure.what());
+    return failure.Status();
+  } catch (const std::exception& error) {
+    Tell(std::string("unexpected failure: ") + error.what());
+    return ExitStatus::kFailed;
+  }
 }
 
 bool IsSet(const char* variable) {
@@ -76,28 +132,19 @@ bool IsSet(const char* variable) {
 
 }  // namespace
 
-int RunProgram(const std::vector<std::string>& arguments, int (*registerApplication)(),
-               const Action& act) {
-  constexpr int kInterrupted = 128;  // plus the signal's number, as shells have it
-  // A write beyond a file-size limit shall fail rather than end the process.
-  signal(SIGXFSZ, SIG_IGN);
-  try {
-    Run(arguments, registerApplication, act);
-    if (std::fflush(stdout) != 0) throw Failure("cannot write to standard output");
-    return static_cast<int>(ExitStatus::kDone);
-  } catch (const Cancelled&) {
-    const int signal = TheSignalWatch().Signal();
-    Tell(std::string("stopped by a signal (") + strsignal(signal) + "); nothing was written");
-    return kInterrupted + signal;
-  } catch (const Desisted& desisted) {
-    return static_cast<int>(desisted.Status());
-  } catch (const Failure& failure) {
-    Tell(failure.what());
-    return static_cast<int>(failure.Status());
-  } catch (const std::exception& error) {
-    Tell(std::string("unexpected failure: ") + error.what());
-    return static_cast<int>(ExitStatus::kFailed);
+int RunProgram(const std::vector<std::string>& arguments, const Action& act) {
+  OpenStandardDescriptors();
+  // A write beyond a file-size limit or to a pipe that nobody reads shall fail, not end the
+  // process.
+  std::signal(SIGXFSZ, SIG_IGN);
+  std::signal(SIGPIPE, SIG_IGN);
+  const SignalWatch& watch = TheSignalWatch();
+  const ExitStatus status = RunAndTell(arguments, act);
+  if (watch.Signal() != 0) {
+    std::fflush(nullptr);
+    DieOf(watch.Signal());
   }
+  return static_cast<int>(status);
 }
 
 bool DisplayIsNamed() { return IsSet("DISPLAY") || IsSet("WAYLAND_DISPLAY"); }

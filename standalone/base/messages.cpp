@@ -56,10 +56,26 @@ MessageRedirection::~MessageRedirection() { Exchange(std::move(before_)); }
 
 void Tell(const std::string& sentence) {
   const std::lock_guard lock(TheOutlet().mutex);
-  TheOutlet().sink(sentence);
+  TheOutlet().sink(WithVisibleControls(sentence));
 }
 
 void Warn(const std::string& sentence) { Tell("warning: " + sentence); }
+
+std::string WithVisibleControls(const std::string& text) {
+  std::string visible;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    // U+0080 to U+009F are controls, too; in UTF-8 they begin with this byte.
+    const bool beginsControl =
+        byte == 0xC2 && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0;
+    constexpr const char* kDigits = "0123456789abcdef";
+    if (byte < 0x20 || byte == 0x7F || beginsControl)
+      visible.append("\\x").append(1, kDigits[byte >> 4U]).append(1, kDigits[byte & 15U]);
+    else
+      visible += text[i];
+  }
+  return visible;
+}
 
 std::string CountText(std::uint64_t count, const std::string& noun) {
   return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");

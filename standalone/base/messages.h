@@ -64,11 +64,15 @@ class MessageRedirection {
 // Writes a sentence as a line on standard error, with the program's name before it.
 void WriteToStandardError(const std::string& sentence);
 
-// Hands one sentence to the sink; without a redirection that is WriteToStandardError.
+// Hands one sentence to the sink, its control characters visible; without a redirection that is
+// WriteToStandardError.
 void Tell(const std::string& sentence);
 
 // The same for what the user should know but what stops nothing; it begins with "warning: ".
 void Warn(const std::string& sentence);
+
+// The text with control characters written as \x1b and the like, which do nothing to a terminal.
+std::string WithVisibleControls(const std::string& text);
 
 // "1 element", "12 elements".
 std::string CountText(std::uint64_t count, const std::string& noun);

@@ -75,13 +75,19 @@ std::vector<std::string> EchoOptions(HostState& host) {
 std::string ShellWord(const std::string& word) {
   constexpr const char* kPlain =
       "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_@%+=:,./-";
-  if (!word.empty() && word.find_first_not_of(kPlain) == std::string::npos) return word;
-  std::string quoted = "'";
+  // zsh takes a word that begins with = for a command's name.
+  if (!word.empty() && !word.starts_with('=') &&
+      word.find_first_not_of(kPlain) == std::string::npos)
+    return word;
+  const bool hasControls = WithVisibleControls(word) != word;
+  std::string quoted = hasControls ? "$'" : "'";
   for (const char c : word) {
-    if (c == '\'')
+    if (hasControls && (c == '\'' || c == '\\'))
+      quoted.append("\\").append(1, c);
+    else if (c == '\'')
       quoted += "'\\''";
     else
-      quoted += c;
+      quoted += hasControls ? WithVisibleControls(std::string(1, c)) : std::string(1, c);
   }
   return quoted + "'";
 }

@@ -27,7 +27,8 @@ std::string WithAllDigits(std::string_view option, std::vector<std::vector<float
 // fields where there is a panel, else those read from the command line.
 std::vector<std::string> EchoOptions(HostState& host);
 
-// word as a POSIX shell reads it back: itself, or between single quotes.
+// word as a shell reads it back: itself, or between single quotes. With control characters it is
+// written as $'...', which bash, zsh and ksh read.
 std::string ShellWord(const std::string& word);
 
 // The command that repeats a run, for a POSIX shell: program, files, the host's options that bear

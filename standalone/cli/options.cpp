@@ -12,10 +12,22 @@
 namespace lumomixcalc::standalone {
 namespace {
 
+// The mode of a name, also of GDAL's and NumPy's names of the types.
+const DataMode* ModeOf(std::string name) {
+  std::transform(name.begin(), name.end(), name.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  if (name == "uint8") name = "byte";
+  if (name == "complex64") name = "cfloat32";
+  return FindDataMode(name);
+}
+
 void SetMode(Options& options, const std::string& name) {
-  options.job.mode = FindDataMode(name);
-  if (!options.job.mode)
-    throw WrongCommandLine("-mode=" + name + ": unknown data mode; known are " + DataModeNames());
+  options.job.mode = ModeOf(name);
+  if (options.job.mode) return;
+  std::vector<std::string> known;
+  for (const DataMode& mode : DataModes()) known.emplace_back(mode.name);
+  throw WrongCommandLine("-mode=" + name + ": unknown data mode; known are " + ListText(known) +
+                         Suggestion(name, known));
 }
 
 void SetFormat(Options& options, const std::string& name) { options.job.format = name; }
@@ -65,8 +77,10 @@ constexpr Switch kSwitches[] = {
     {"-overwrite", [](Options& options) { options.job.overwrite = true; }},
     {"-quiet", [](Options& options) { options.quiet = true; }},
     {"-panel", [](Options& options) { options.action = Options::Action::kPanel; }},
+    {"-h", [](Options& options) { options.action = Options::Action::kHelp; }},
     {"-help", [](Options& options) { options.action = Options::Action::kHelp; }},
     {"--help", [](Options& options) { options.action = Options::Action::kHelp; }},
+    {"-version", [](Options& options) { options.action = Options::Action::kVersion; }},
     {"--version", [](Options& options) { options.action = Options::Action::kVersion; }},
 };
 
@@ -92,7 +106,7 @@ class Reader {
     bool optionsEnded = false;
     for (const std::string& argument : arguments) {
       if (optionsEnded || !argument.starts_with('-'))
-        positional_.push_back(argument);
+        options_.filesWithoutName.push_back(argument);
       else if (argument == "--")
         optionsEnded = true;
       else if (!TakeHostOption(argument) && !TakeNamedFile(argument))
@@ -108,31 +122,34 @@ class Reader {
       throw WrongCommandLine("-region=, -window=: the application leaves no choice of region");
     if (selection.region && selection.window)
       throw WrongCommandLine("-region= and -window= exclude each other");
+    if (selection.resampling != Resampling::kNearest && selection.resolution == 1)
+      Warn("-resampling= has no effect without -resolution=");
   }
 
-  void PlacePositionalFiles() {
+  void Place() {
+    std::vector<std::string>& unplaced = options_.filesWithoutName;
     const int output = registration_.Output().number;
     // In a panel the user names what is missing; a file that comes alone is one to look at.
     const bool mayLack = options_.action == Options::Action::kPanel;
-    const bool isLookedAt = mayLack && options_.job.files.empty() && positional_.size() == 1;
+    const bool isLookedAt = mayLack && options_.job.files.empty() && unplaced.size() == 1;
     if (options_.job.files.count(output) == 0 && !isLookedAt) {
-      if (positional_.empty() && !mayLack) throw WrongCommandLine("no output file; " + Expected());
-      if (!positional_.empty()) {
-        options_.job.files[output] = positional_.back();
-        positional_.pop_back();
+      if (unplaced.empty() && !mayLack) throw WrongCommandLine("no output file; " + Usage());
+      if (!unplaced.empty()) {
+        options_.job.files[output] = unplaced.back();
+        unplaced.pop_back();
       }
     }
-    auto file = positional_.begin();
+    auto file = unplaced.begin();
     for (const DeclaredStream& input : registration_.inputs)
-      if (file != positional_.end() && options_.job.files.count(input.number) == 0)
+      if (file != unplaced.end() && options_.job.files.count(input.number) == 0)
         options_.job.files[input.number] = *file++;
-    if (file != positional_.end())
-      throw WrongCommandLine("too many files, " + *file + " is left over; " + Expected());
+    if (file != unplaced.end())
+      throw WrongCommandLine("too many files, " + *file + " is left over; " + Usage());
     if (options_.job.files.size() == 1 && !mayLack)
       throw WrongCommandLine("no input file beside the output " + options_.job.files[output] +
-                             "; " + Expected());
+                             "; " + Usage());
     for (const auto& [number, name] : options_.job.files)
-      if (name.empty()) throw WrongCommandLine("a file name is empty; " + Expected());
+      if (name.empty()) throw WrongCommandLine("a file name is empty; " + Usage());
   }
 
  private:
@@ -162,14 +179,14 @@ class Reader {
     return false;
   }
 
-  std::string Expected() const {
-    return "expected are " + FilesSynopsis(registration_) + " (-help tells more)";
+  std::string Usage() const {
+    return std::string("usage: ") + kProgramName + " " + FilesSynopsis(registration_) +
+           " [options] (see -help)";
   }
 
   const Registration& registration_;
   Options& options_;
   std::vector<DeclaredStream> streams_;
-  std::vector<std::string> positional_;
 };
 
 }  // namespace
@@ -181,8 +198,18 @@ Options ReadOptions(const std::vector<std::string>& arguments, const Registratio
   if (options.action != Options::Action::kRun && options.action != Options::Action::kPanel)
     return options;
   reader.CheckThatOptionsAgree();
-  reader.PlacePositionalFiles();
   return options;
+}
+
+void PlaceFiles(Options& options, const Registration& registration) {
+  Reader(registration, options).Place();
+}
+
+std::vector<std::string> HostOptionNames() {
+  std::vector<std::string> names;
+  for (const ValueOption& option : kValueOptions) names.emplace_back(option.name);
+  for (const Switch& option : kSwitches) names.emplace_back(option.name);
+  return names;
 }
 
 std::string FilesSynopsis(const Registration& registration) {

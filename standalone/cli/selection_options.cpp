@@ -73,7 +73,7 @@ PixelWindow ParseRegion(const std::string& text) {
   const auto numbers = FourOf<int>(text, ParseInt);
   if (!numbers || (*numbers)[2] < 1 || (*numbers)[3] < 1)
     throw WrongCommandLine("-region=" + text +
-                           ": expected is x:y:width:height in whole pixels, such as "
+                           ": write x:y:width:height in whole pixels, such as "
                            "-region=0:0:512:512");
   return {(*numbers)[0], (*numbers)[1], (*numbers)[2], (*numbers)[3]};
 }
@@ -87,7 +87,7 @@ MapWindow ParseWindow(const std::string& text) {
   };
   if (!numbers || !isWindow(*numbers))
     throw WrongCommandLine("-window=" + text +
-                           ": expected is xmin:ymin:xmax:ymax in the units of the first input's "
+                           ": write xmin:ymin:xmax:ymax in the units of the first input's "
                            "georeferencing, the minima below the maxima");
   return {(*numbers)[0], (*numbers)[1], (*numbers)[2], (*numbers)[3]};
 }
@@ -96,17 +96,18 @@ int ParseResolution(const std::string& text) {
   const std::optional<int> number = ParseInt(text);
   if (!number || *number < 1)
     throw WrongCommandLine("-resolution=" + text +
-                           ": expected is a whole number N from 1, for 1/N of the size");
+                           ": write a whole number N from 1, for 1/N of the size");
   return *number;
 }
 
 Resampling ParseResampling(const std::string& text) {
-  std::string names;
+  std::vector<std::string> names;
   for (const auto& known : kResamplings) {
     if (text == known.name) return known.resampling;
-    names += (names.empty() ? "" : ", ") + std::string(known.name);
+    names.emplace_back(known.name);
   }
-  throw WrongCommandLine("-resampling=" + text + ": unknown resampling; known are " + names);
+  throw WrongCommandLine("-resampling=" + text + ": unknown resampling; known are " +
+                         ListText(names) + Suggestion(text, names));
 }
 
 std::vector<int> ParseBands(const std::string& text) {
@@ -115,7 +116,7 @@ std::vector<int> ParseBands(const std::string& text) {
     const std::vector<int> range = BandRange(part);
     if (range.empty() || bands.size() + range.size() > kMostBands)
       throw WrongCommandLine("-bands=" + text +
-                             ": expected are band numbers from 1 and ranges of them, such as "
+                             ": write band numbers from 1 and ranges of them, such as "
                              "-bands=1,3-5");
     bands.insert(bands.end(), range.begin(), range.end());
   }

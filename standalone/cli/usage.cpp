@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "standalone/base/messages.h"
-#include "standalone/cli/application_choices.h"
 #include "standalone/cli/options.h"
 #include "standalone/framework/host_calls.h"
 #include "standalone/rasters/data_modes.h"
@@ -15,18 +14,25 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-// Every choice on a line of its own, the options flush with each other.
-void PrintChoices(const std::vector<ApplicationChoices>& all) {
-  for (const ApplicationChoices& choices : all) {
-    std::printf("\n%s:\n", choices.title.c_str());
-    for (const ApplicationChoice& choice : choices.choices)
-      std::printf("     %-22s  %s\n", choice.option.c_str(), choice.label.c_str());
-  }
+constexpr const char* kEnd =
+    "\nWithout options A and B are 1, the operator is a1+b2 and nothing is clamped. Numbers are\n"
+    "written with a decimal point; -a=0.5:-1.5 is 0.5 - 1.5i.\n"
+    "\nExamples:\n"
+    "     lumomixcalc first.slc second.slc interferogram.tif -operator=a1_conj_b2\n"
+    "     lumomixcalc interferogram.tif phase.tif -operator=a_phase_1 -mode=float32\n"
+    "\nExit status: 0 done, 1 failed with nothing published, 2 wrong command line, 128 plus the\n"
+    "signal's number when a signal ended the run.\n";
+
+// Every operator on a line of its own, the options flush with each other.
+void PrintOperators(const std::vector<OperatorName>& operators) {
+  std::fputs("\nOperators:\n", stdout);
+  for (const OperatorName& one : operators)
+    std::printf("     -operator=%-12s  %s\n", one.name.c_str(), one.label.c_str());
 }
 
 }  // namespace
 
-void PrintUsage(HostState& host) {
+void PrintUsage(HostState& host, const std::vector<OperatorName>& operators) {
   const Registration& registration = host.registration;
   std::string text = "Usage: " + std::string(kProgramName) + " " + FilesSynopsis(registration) +
                      " [options]\n\nFiles, in this order or by name:\n";
@@ -59,13 +65,14 @@ void PrintUsage(HostState& host) {
       "                   integer mode rounds and saturates it\n"
       "     -panel        show the panel with these files and options; files may be left out.\n"
       "                   On a desktop also without any argument\n"
-      "     -help, --help, --version\n"
+      "     -h, -help, --help, -version, --version\n"
       "     --            what follows are files, even when they begin with a dash\n\n";
   std::fputs(text.c_str(), stdout);
   host.messagesAreUsage = true;
   registration.Call(IP_SLOT_DISPLAY_USAGE);
   host.messagesAreUsage = false;
-  PrintChoices(AskForChoices(host));
+  PrintOperators(operators);
+  std::fputs(kEnd, stdout);
 }
 
 void PrintVersion() {

@@ -1,12 +1,14 @@
 #ifndef LUMOMIXCALC_STANDALONE_CLI_USAGE_H
 #define LUMOMIXCALC_STANDALONE_CLI_USAGE_H
 
+#include <vector>
+
+#include "standalone/cli/application_options.h"
+
 namespace lumomixcalc::standalone {
 
-struct HostState;
-
 // Prints the usage text to standard output: the host's part, then the application's.
-void PrintUsage(HostState& host);
+void PrintUsage(HostState& host, const std::vector<OperatorName>& operators);
 
 // Prints the versions of the program and of GDAL to standard output.
 void PrintVersion();

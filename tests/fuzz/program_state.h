@@ -7,6 +7,7 @@
 #include "app/parameters.h"
 #include "host/ip.h"
 #include "standalone/base/messages.h"
+#include "standalone/cli/application_options.h"
 #include "standalone/cli/options.h"
 #include "standalone/framework/host_calls.h"
 
@@ -28,9 +29,8 @@ inline standalone::HostState& StartAnew() {
 inline standalone::Options ReadCommandLine(const std::vector<std::string>& arguments,
                                            standalone::HostState& host) {
   standalone::Options options = standalone::ReadOptions(arguments, host.registration);
-  host.arguments = options.applicationArguments;
-  host.registration.Call(IP_SLOT_READ_CMD_LINE);
-  if (host.desisted) throw standalone::WrongCommandLine("");
+  standalone::ReadApplicationOptions(options.applicationArguments, host, {});
+  standalone::PlaceFiles(options, host.registration);
   return options;
 }
 

@@ -84,7 +84,8 @@ class PanelWindowTest : public ::testing::Test {
     IPAppSpecifics();
     std::istringstream stream("-panel " + arguments);
     const std::vector<std::string> words(std::istream_iterator<std::string>(stream), {});
-    const Options options = ReadOptions(words, TheHostState().registration);
+    Options options = ReadOptions(words, TheHostState().registration);
+    PlaceFiles(options, TheHostState().registration);
     TheHostState().arguments = options.applicationArguments;
     TheHostState().registration.Call(IP_SLOT_READ_CMD_LINE);
     TheHostState().registration.Call(IP_SLOT_SET_MENU);

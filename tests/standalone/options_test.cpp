@@ -24,9 +24,11 @@ TEST(ReadOptions, FillsStreamsByNameThenByPosition) {
       {{"a", "-panel", "o"}, {{1, "a"}, {3, "o"}}},
       {{"-panel", "-file2=b", "o"}, {{2, "b"}, {3, "o"}}},
   };
-  for (const auto& c : kCases)
-    EXPECT_EQ(ReadOptions(c.arguments, TheHostState().registration).job.files, c.files)
-        << testing::PrintToString(c.arguments);
+  for (const auto& c : kCases) {
+    Options options = ReadOptions(c.arguments, TheHostState().registration);
+    PlaceFiles(options, TheHostState().registration);
+    EXPECT_EQ(options.job.files, c.files) << testing::PrintToString(c.arguments);
+  }
 }
 
 }  // namespace
