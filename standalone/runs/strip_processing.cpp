@@ -1,0 +1,302 @@
+#include "standalone/runs/strip_processing.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <exception>
+#include <limits>
+#include <list>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <stdexcept>
+#include <thread>
+#include <utility>
+
+#include "standalone/base/messages.h"
+#include "standalone/rasters/gdal_library.h"
+
+namespace lumomixcalc::standalone {
+namespace {
+
+// Enough for one in work at either end of a channel and one between.
+constexpr int kStripsPerChannel = 3;
+
+struct Rows {
+  int first = 0;
+  int end = 0;
+};
+
+// Whole rows of one band in memory: columns * rows elements at the beginning of values.
+struct Strip {
+  int firstRow = 0;
+  int rows = 0;
+  int band = 0;
+  bool holdsNan = false;  // known of inputs alone
+  std::unique_ptr<float[]> values;
+};
+
+// Strips on their way from one thread to another, first in, first out.
+class StripQueue {
+ public:
+  void Put(Strip strip) {
+    const std::lock_guard lock(mutex_);
+    strips_.push_back(std::move(strip));
+    changed_.notify_all();
+  }
+
+  // Waits for a strip. None when asked to stop, or when the queue is closed and empty.
+  std::optional<Strip> Take(const std::stop_token& stop) {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, stop, [this] { return closed_ || !strips_.empty(); });
+    if (stop.stop_requested() || strips_.empty()) return std::nullopt;
+    std::optional<Strip> strip(std::move(strips_.front()));
+    strips_.pop_front();
+    return strip;
+  }
+
+  void Close() {
+    const std::lock_guard lock(mutex_);
+    closed_ = true;
+    changed_.notify_all();
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable_any changed_;
+  std::deque<Strip> strips_;
+  bool closed_ = false;
+};
+
+// A handful of strips that go full from one thread to another and come back empty, so that memory
+// is touched once. One end is the run's thread, the other a thread of the channel's own.
+class StripChannel {
+ public:
+  explicit StripChannel(std::size_t floatsPerStrip) {
+    for (int i = 0; i < kStripsPerChannel; ++i) {
+      Strip strip;
+      // Not set to zero: whoever fills it first touches the memory.
+      strip.values = std::make_unique_for_overwrite<float[]>(floatsPerStrip);
+      empty.Put(std::move(strip));
+    }
+  }
+
+  // Runs work on the channel's own thread, which is asked to stop when the channel is destroyed.
+  // What work throws is thrown again by Finish.
+  template <class Work>
+  void Start(Work work) {
+    thread_ = std::jthread([this, work](const std::stop_token& stop) {
+      try {
+        work(stop);
+      } catch (...) {
+        error_ = std::current_exception();
+      }
+      full.Close();
+      empty.Close();
+    });
+  }
+
+  // The next strip of full or empty, on the run's thread. Throws Cancelled when the run is asked to
+  // stop, and what ended the other thread.
+  Strip Take(StripQueue& queue, const RunControl& control) {
+    if (std::optional<Strip> strip = queue.Take(control.stop)) return std::move(*strip);
+    if (control.stop.stop_requested()) throw Cancelled();
+    Finish();
+    throw std::logic_error("a channel of strips ended early");
+  }
+
+  // Waits for the thread to end, then throws what it threw.
+  void Finish() {
+    thread_.join();
+    if (error_) std::rethrow_exception(error_);
+  }
+
+  StripQueue full;
+  StripQueue empty;
+
+ private:
+  std::exception_ptr error_;  // written by the thread, read after it ended
+  std::jthread thread_;       // last: it uses what stands above
+};
+
+std::vector<Rows> PlanStrips(const Session& session, const StripSink& sink) {
+  const int atMost = session.RowsPerStrip();
+  const int rows = session.Grid().rows;
+  std::vector<Rows> plan;
+  for (int row = 0; row < rows; row = plan.back().end) {
+    const int end = row + std::min(atMost, rows - row);
+    // Ends a strip with the output's blocks, so that complete blocks are written.
+    const int blockEnd = end - end % sink.blockRows;
+    plan.push_back({row, blockEnd > row ? blockEnd : end});
+  }
+  return plan;
+}
+
+// The bands of an input in the order in which the run needs them; one that comes several times in a
+// row is read once.
+std::vector<int> BandSequence(const RunInput& input, const std::vector<int>& bands) {
+  std::vector<int> sequence;
+  for (const int band : bands)
+    if (const int own = Session::BandOf(input, band); sequence.empty() || sequence.back() != own)
+      sequence.push_back(own);
+  return sequence;
+}
+
+bool HoldsNan(const float* values, std::size_t floats) {
+  constexpr std::size_t kChunk = 4096;
+  for (std::size_t start = 0; start < floats; start += kChunk) {
+    const std::size_t end = std::min(floats, start + kChunk);
+    unsigned any = 0;  // without a branch, so that compilers make vector instructions of it
+    for (std::size_t i = start; i < end; ++i) any |= values[i] != values[i] ? 1U : 0U;
+    if (any != 0) return true;
+  }
+  return false;
+}
+
+// Makes elements of out NaN, in both parts, where those of in are NaN in either part.
+template <std::size_t kInParts, std::size_t kOutParts>
+void SpreadNan(const float* in, std::size_t elements, float* out) {
+  constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+  for (std::size_t i = 0; i < elements; ++i) {
+    const float first = in[i * kInParts];
+    const float last = in[i * kInParts + kInParts - 1];
+    const bool noData = first != first || last != last;
+    for (std::size_t part = 0; part < kOutParts; ++part)
+      out[i * kOutParts + part] = noData ? kNan : out[i * kOutParts + part];
+  }
+}
+
+// One input, read ahead.
+class ReadAhead {
+ public:
+  ReadAhead(Session& session, RunInput& input, const std::vector<Rows>& plan,
+            std::size_t stripElements)
+      : session_(session),
+        input_(input),
+        parts_(static_cast<std::size_t>(input.raster->Parts())),
+        channel_(stripElements * parts_) {
+    channel_.Start([this, &plan, bands = BandSequence(input, session.Bands())](
+                       const std::stop_token& stop) { ReadAll(plan, bands, stop); });
+  }
+
+  // Points the stream's buffer at these rows of a band of the run.
+  void PointStreamAt(const Rows& rows, int band, const RunControl& control) {
+    if (!held_ || held_->firstRow != rows.first || held_->band != Session::BandOf(input_, band)) {
+      if (held_) channel_.empty.Put(std::move(*held_));
+      held_ = channel_.Take(channel_.full, control);
+    }
+    session_.SetBlockData(input_.stream, held_->values.get());
+  }
+
+  // Makes elements of the output NaN that are no data in the rows that the stream points at.
+  void SpreadNoData(std::size_t elements, int outputParts, float* output) const {
+    if (!held_->holdsNan) return;
+    const float* const values = held_->values.get();
+    if (parts_ == 1)
+      outputParts == 1 ? SpreadNan<1, 1>(values, elements, output)
+                       : SpreadNan<1, 2>(values, elements, output);
+    else
+      outputParts == 1 ? SpreadNan<2, 1>(values, elements, output)
+                       : SpreadNan<2, 2>(values, elements, output);
+  }
+
+ private:
+  void ReadAll(const std::vector<Rows>& plan, const std::vector<int>& bands,
+               const std::stop_token& stop) {
+    const OwnGdalFailures own;
+    const auto columns = static_cast<std::size_t>(session_.Grid().columns);
+    for (const Rows& rows : plan)
+      for (const int band : bands) {
+        std::optional<Strip> strip = channel_.empty.Take(stop);
+        if (!strip) return;
+        strip->firstRow = rows.first;
+        strip->rows = rows.end - rows.first;
+        strip->band = band;
+        float* const values = strip->values.get();
+        input_.raster->Read(band, rows.first, strip->rows, values);
+        const std::size_t floats = columns * static_cast<std::size_t>(strip->rows) * parts_;
+        strip->holdsNan = session_.MasksNoData() && HoldsNan(values, floats);
+        channel_.full.Put(std::move(*strip));
+      }
+  }
+
+  Session& session_;
+  RunInput& input_;
+  std::size_t parts_;
+  std::optional<Strip> held_;
+  StripChannel channel_;  // last: its thread uses what stands above
+};
+
+// The sink, written behind.
+class WriteBehind {
+ public:
+  WriteBehind(const StripSink& sink, int bands, std::size_t floatsPerStrip)
+      : sink_(sink), bands_(bands), channel_(floatsPerStrip) {
+    channel_.Start([this](const std::stop_token& stop) { WriteAll(stop); });
+  }
+
+  Strip TakeEmpty(const RunControl& control) { return channel_.Take(channel_.empty, control); }
+  void Write(Strip strip) { channel_.full.Put(std::move(strip)); }
+
+  // Waits until everything is written.
+  void Finish(const RunControl& control) {
+    for (int i = 0; i < kStripsPerChannel; ++i) TakeEmpty(control);
+    channel_.full.Close();
+    channel_.Finish();
+  }
+
+ private:
+  void WriteAll(const std::stop_token& stop) {
+    while (std::optional<Strip> strip = channel_.full.Take(stop)) {
+      sink_.write(strip->band, strip->firstRow, strip->rows, strip->values.get());
+      if (strip->band == bands_) sink_.flush(strip->firstRow + strip->rows);
+      channel_.empty.Put(std::move(*strip));
+    }
+  }
+
+  const StripSink& sink_;
+  int bands_;
+  StripChannel channel_;  // last: its thread uses what stands above
+};
+
+}  // namespace
+
+std::vector<IPOutputStats> ProcessStrips(Session& session, const StripSink& sink,
+                                         const RunControl& control) {
+  const OutputGrid& grid = session.Grid();
+  const std::vector<int>& bands = session.Bands();
+  const std::vector<Rows> plan = PlanStrips(session, sink);
+  const auto columns = static_cast<std::size_t>(grid.columns);
+  const std::size_t stripElements = columns * static_cast<std::size_t>(session.RowsPerStrip());
+  const int parts = session.Mode().complex ? 2 : 1;
+  WriteBehind output(sink, static_cast<int>(bands.size()),
+                     stripElements * static_cast<std::size_t>(parts));
+  std::list<ReadAhead> inputs;
+  for (RunInput& input : session.Inputs()) inputs.emplace_back(session, input, plan, stripElements);
+
+  constexpr float kInfinity = std::numeric_limits<float>::infinity();
+  std::vector<IPOutputStats> records(bands.size(), {kInfinity, -kInfinity, 0});
+  for (std::size_t strip = 0; strip < plan.size(); ++strip) {
+    const Rows& rows = plan[strip];
+    for (std::size_t i = 0; i < bands.size(); ++i) {
+      for (ReadAhead& input : inputs) input.PointStreamAt(rows, bands[i], control);
+      if (i == 0 && strip == plan.size() / 2) sink.atMiddleRow();
+      Strip result = output.TakeEmpty(control);
+      result.firstRow = rows.first;
+      result.rows = rows.end - rows.first;
+      result.band = static_cast<int>(i) + 1;
+      session.SetBlockData(session.OutputStream(), result.values.get());
+      session.Process(result.rows, records[i]);
+      for (const ReadAhead& input : inputs)
+        input.SpreadNoData(columns * static_cast<std::size_t>(result.rows), parts,
+                           result.values.get());
+      output.Write(std::move(result));
+    }
+    control.progress(static_cast<double>(rows.end) / grid.rows);
+  }
+  output.Finish(control);
+  return records;
+}
+
+}  // namespace lumomixcalc::standalone
