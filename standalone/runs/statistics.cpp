@@ -15,90 +15,76 @@ namespace {
 // loops over lanes into vector instructions.
 constexpr std::size_t kLanes = 16;
 
-template <std::size_t kParts, class Count>
-void ForEachElement(const float* values, std::size_t columns, Count count) {
-  std::size_t i = 0;
-  for (; i + kLanes <= columns; i += kLanes)
-    for (std::size_t lane = 0; lane < kLanes; ++lane) count(values[(i + lane) * kParts], lane);
-  for (std::size_t lane = 0; i + lane < columns; ++lane) count(values[(i + lane) * kParts], lane);
-}
-
-double Sum(const std::array<double, kLanes>& lanes) {
-  double sum = 0;
-  for (const double lane : lanes) sum += lane;
-  return sum;
-}
-
 struct RowCounts {
   float minimum = std::numeric_limits<float>::infinity();
   float maximum = -std::numeric_limits<float>::infinity();
-  double sum = 0;
+  double sum = 0;      // of the distances from an origin
+  double squares = 0;  // of them
   std::uint64_t noData = 0;
 };
 
-// Without kMasksNan a NaN makes the sum one.
+// Without kMasksNan a NaN makes the sums one.
 template <std::size_t kParts, bool kMasksNan>
-RowCounts CountRow(const float* values, std::size_t columns) {
+RowCounts CountRow(const float* values, std::size_t columns, double origin) {
   RowCounts row;
   std::array<float, kLanes> minimum;
   std::array<float, kLanes> maximum;
   std::array<double, kLanes> sum = {};
+  std::array<double, kLanes> squares = {};
   std::array<std::uint32_t, kLanes> noData = {};
   minimum.fill(row.minimum);
   maximum.fill(row.maximum);
-  ForEachElement<kParts>(values, columns, [&](float value, std::size_t lane) {
+  const auto count = [&](float value, std::size_t lane) {
     // A comparison with NaN is false and leaves the extremes alone.
     minimum[lane] = value < minimum[lane] ? value : minimum[lane];
     maximum[lane] = value > maximum[lane] ? value : maximum[lane];
     const bool counts = !kMasksNan || value == value;
     if constexpr (kMasksNan) noData[lane] += counts ? 0 : 1;
-    sum[lane] += static_cast<double>(counts ? value : 0.0F);
-  });
-  row.minimum = *std::min_element(minimum.begin(), minimum.end());
-  row.maximum = *std::max_element(maximum.begin(), maximum.end());
-  row.sum = Sum(sum);
-  for (const std::uint32_t lane : noData) row.noData += lane;
+    const double distance = counts ? static_cast<double>(value) - origin : 0;
+    sum[lane] += distance;
+    squares[lane] += distance * distance;
+  };
+  std::size_t i = 0;
+  for (; i + kLanes <= columns; i += kLanes)
+    for (std::size_t lane = 0; lane < kLanes; ++lane) count(values[(i + lane) * kParts], lane);
+  for (std::size_t lane = 0; i + lane < columns; ++lane) count(values[(i + lane) * kParts], lane);
+  for (std::size_t lane = 0; lane < kLanes; ++lane) {
+    row.minimum = std::min(row.minimum, minimum[lane]);
+    row.maximum = std::max(row.maximum, maximum[lane]);
+    row.sum += sum[lane];
+    row.squares += squares[lane];
+    row.noData += noData[lane];
+  }
   return row;
 }
 
-template <std::size_t kParts, bool kMasksNan>
-double SquaredDeviations(const float* values, std::size_t columns, double mean) {
-  std::array<double, kLanes> sum = {};
-  ForEachElement<kParts>(values, columns, [&](float value, std::size_t lane) {
-    const bool counts = !kMasksNan || value == value;
-    const double deviation = counts ? static_cast<double>(value) - mean : 0;
-    sum[lane] += deviation * deviation;
-  });
-  return Sum(sum);
-}
-
-// sum * sum / count, where sum is high + low, as two doubles whose exact sum is right to some 100
-// bits.
-std::array<double, 2> SquareOverCount(double high, double low, std::uint64_t count) {
-  const auto divisor = static_cast<double>(count);
-  const double square = high * high;
-  const double restOfSquare = std::fma(high, high, -square) + 2 * high * low;
-  const double quotient = square / divisor;
-  const double remainder = std::fma(-quotient, divisor, square) + restOfSquare;
-  return {quotient, remainder / divisor};
+// Distances from an element of the row stay exact and small where its elements lie close together.
+template <std::size_t kParts>
+double OriginOf(const float* values, std::size_t columns) {
+  for (std::size_t i = 0; i < columns; ++i)
+    if (std::isfinite(values[i * kParts])) return static_cast<double>(values[i * kParts]);
+  return 0;
 }
 
 template <std::size_t kParts>
 void AddRow(const float* values, std::size_t columns, ValidStatistics& statistics) {
-  RowCounts row = CountRow<kParts, false>(values, columns);
-  const bool masksNan = std::isnan(row.sum);  // seldom: a NaN, or infinities of both signs
-  if (masksNan) row = CountRow<kParts, true>(values, columns);
+  const double origin = OriginOf<kParts>(values, columns);
+  RowCounts row = CountRow<kParts, false>(values, columns, origin);
+  if (std::isnan(row.sum))  // seldom: a NaN, or infinities of both signs
+    row = CountRow<kParts, true>(values, columns, origin);
   statistics.noData += row.noData;
   const std::uint64_t valid = columns - row.noData;
   if (valid == 0) return;
+  statistics.valid += valid;
   statistics.minimum = std::min(statistics.minimum, row.minimum);
   statistics.maximum = std::max(statistics.maximum, row.maximum);
-  statistics.valid += valid;
+  const auto count = static_cast<double>(valid);
+  statistics.sum.AddProduct(origin, count);
   statistics.sum.Add(row.sum);
-  const double mean = row.sum / static_cast<double>(valid);
-  statistics.squares.Add(masksNan ? SquaredDeviations<kParts, true>(values, columns, mean)
-                                  : SquaredDeviations<kParts, false>(values, columns, mean));
-  for (const double part : SquareOverCount(row.sum, 0, valid)) statistics.squares.Add(part);
+  // Of origin + distance, squared.
+  statistics.squares.AddProduct(origin * origin, count);
+  statistics.squares.AddProduct(2 * origin, row.sum);
+  statistics.squares.Add(row.squares);
 }
 
 }  // namespace
@@ -118,6 +104,12 @@ void ExactSum::Add(double value) {
   }
   parts_.resize(kept);
   parts_.push_back(value);
+}
+
+void ExactSum::AddProduct(double a, double b) {
+  const double product = a * b;
+  Add(product);
+  if (std::isfinite(product)) Add(std::fma(a, b, -product));
 }
 
 double ExactSum::Rounded() const {
@@ -140,13 +132,21 @@ double ExactSum::Rounded() const {
 }
 
 double ValidStatistics::Deviation() const {
+  // The square of the sum divided by the count, as two doubles that have some 100 bits together.
+  const auto count = static_cast<double>(valid);
   const double high = sum.Rounded();
   ExactSum rest = sum;
   rest.Add(-high);
-  ExactSum squared = squares;
-  for (const double part : SquareOverCount(high, rest.Rounded(), valid)) squared.Add(-part);
-  const double deviations = squared.Rounded();
-  return deviations < 0 ? 0 : std::sqrt(deviations / static_cast<double>(valid));
+  const double square = high * high;
+  const double restOfSquare = std::fma(high, high, -square) + 2 * high * rest.Rounded();
+  const double quotient = square / count;
+  const double remainder = std::fma(-quotient, count, square) + restOfSquare;
+
+  ExactSum deviations = squares;
+  deviations.Add(-quotient);
+  deviations.Add(-remainder / count);
+  const double squared = deviations.Rounded();
+  return squared < 0 ? 0 : std::sqrt(squared / count);
 }
 
 void CountRows(const float* values, int columns, int rows, int parts, ValidStatistics& statistics) {

@@ -20,6 +20,7 @@ namespace lumomixcalc::standalone {
 class ExactSum {
  public:
   void Add(double value);
+  void AddProduct(double a, double b);
 
   // The double nearest to the sum; an infinity or NaN when one was added.
   double Rounded() const;
@@ -33,16 +34,16 @@ class ExactSum {
 // count. The application's own record is no substitute: it rounds its sum to single precision after
 // every element, so the sum of a large image sticks, and a single NaN takes it over.
 //
-// A row's sum S and its squared deviations Q from the row's mean are of double precision and depend
-// on the row alone; what the rows add is exact. The squared deviations from the mean of all are
-// the sum of Q + S^2/n over the rows, less the same S^2/n of all rows, where S^2/n has twice the
-// precision of a double. So a mean of 10^7 standard deviations costs no digit, and neither the
-// height of strips nor their order changes a bit.
+// The sums D of the distances d = x - c of a row's elements x from its first, c, and of d^2 are of
+// double precision and depend on the row alone. From them n*c + D adds to the exact sum of all
+// rows, n*c^2 + 2*c*D + (sum of d^2) to that of squares, both without rounding. So a mean of 10^7
+// standard deviations costs no digit, and neither the height of strips nor their order changes a
+// bit.
 struct ValidStatistics {
   float minimum = std::numeric_limits<float>::infinity();
   float maximum = -std::numeric_limits<float>::infinity();
   ExactSum sum;
-  ExactSum squares;          // Q + S^2/n of all rows
+  ExactSum squares;
   std::uint64_t valid = 0;   // elements counted
   std::uint64_t noData = 0;  // elements that are NaN
 
