@@ -99,9 +99,10 @@ ReportFile::ReportFile(const std::string& path, bool overwrite,
       Fail("it is the same file as " + kept + ", an input, the output or a part of them");
   std::error_code error;
   const fs::file_status status = fs::status(path, error);
-  isFile_ = !fs::exists(status) || fs::is_regular_file(status);
   if (fs::is_directory(status)) Fail("it is a folder");
-  if (isFile_ && !overwrite && fs::exists(fs::symlink_status(path, error)))
+  isFile_ = !fs::exists(status) || fs::is_regular_file(status);
+  if (!isFile_) return;
+  if (!overwrite && fs::exists(fs::symlink_status(path, error)))
     Fail("it exists already; -overwrite replaces it");
   target_ = fs::weakly_canonical(fs::absolute(path), error);
   if (error) Fail(error.message());
