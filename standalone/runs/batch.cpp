@@ -142,17 +142,14 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
   Session session(job, host);
   const std::filesystem::path target = ResolveOutput(outputName, job.overwrite);
   std::optional<ReportFile> reportFile;
-  if (!job.statisticsFile.empty()) {
-    std::vector<std::string> keptFiles = session.InputFiles();
-    keptFiles.push_back(target);
-    reportFile.emplace(job.statisticsFile, job.overwrite, keptFiles);
-  }
+  if (!job.statisticsFile.empty())
+    reportFile.emplace(job.statisticsFile, job.overwrite, session.Files(), target);
   const DataMode& mode = session.Mode();
   CheckThatFormatHolds(format, mode);
 
   const OutputGrid& grid = session.Grid();
   RasterOutput output({target, format, &mode, job.creationOptions, grid.columns, grid.rows,
-                       static_cast<int>(session.Bands().size()), job.overwrite});
+                       static_cast<int>(session.Bands().size()), job.overwrite, session.Files()});
   Describe(session, command, outputName, output.Dataset());
   DeclareNoData(session, output, outputName);
   session.SelectInputs();

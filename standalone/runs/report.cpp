@@ -6,10 +6,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <system_error>
 
@@ -62,14 +64,12 @@ std::string Utf8(const std::string& text) {
   return recoded.get();
 }
 
-bool IsSameFile(const fs::path& one, const fs::path& other) {
+// By name or as one file with several.
+bool IsTheSame(const fs::path& one, const fs::path& other) {
   std::error_code error;
-  if (fs::equivalent(one, other, error)) return true;
   const fs::path name = fs::weakly_canonical(one, error);
-  return !name.empty() && name == fs::weakly_canonical(other, error);
+  return IsSameFile(one, other) || (!name.empty() && name == fs::weakly_canonical(other, error));
 }
-
-std::string SystemError() { return std::generic_category().message(errno); }
 
 }  // namespace
 
@@ -91,23 +91,24 @@ std::string ReportAsJson(const RunReport& report) {
 }
 
 ReportFile::ReportFile(const std::string& path, bool overwrite,
-                       const std::vector<std::string>& keptFiles)
+                       const std::vector<InputFiles>& inputs, const fs::path& output)
     : path_(path), overwrite_(overwrite) {
   if (path == "-") return;
-  for (const std::string& kept : keptFiles)
-    if (IsSameFile(path, kept))
-      Fail("it is the same file as " + kept + ", an input, the output or a part of them");
+  if (IsTheSame(path, output)) Fail("it is the output");
+  for (const InputFiles& input : inputs) {
+    const auto isThis = [&path](const std::string& file) { return IsTheSame(path, file); };
+    if (isThis(input.name) || std::any_of(input.files.begin(), input.files.end(), isThis))
+      Fail("it belongs to the input " + input.name);
+  }
+  target_ = FollowLinks(path);
   std::error_code error;
-  const fs::file_status status = fs::status(path, error);
+  const fs::file_status status = fs::status(target_, error);
   if (fs::is_directory(status)) Fail("it is a folder");
   isFile_ = !fs::exists(status) || fs::is_regular_file(status);
-  if (!isFile_) return;
-  if (!overwrite && fs::exists(fs::symlink_status(path, error)))
+  if (isFile_ && !overwrite && fs::exists(fs::symlink_status(path, error)))
     Fail("it exists already; -overwrite replaces it");
-  target_ = fs::weakly_canonical(fs::absolute(path), error);
-  if (error) Fail(error.message());
-  if (!fs::is_directory(target_.parent_path(), error))
-    Fail("there is no folder " + target_.parent_path().string());
+  if (isFile_ && access(fs::absolute(target_).parent_path().c_str(), W_OK) != 0)
+    Fail(std::string("in its folder: ") + std::strerror(errno));
 }
 
 ReportFile::~ReportFile() {
@@ -121,18 +122,14 @@ void ReportFile::Fail(const std::string& reason) const {
   throw Failure("cannot write the " + place + ": " + reason);
 }
 
-// The file gets the permissions of a new file, but never more than those of the one it replaces.
 std::FILE* ReportFile::OpenTemporaryFile() {
-  std::string name = target_.parent_path() / ".lumomixcalc-XXXXXX";
+  std::string name = target_.string() + ".XXXXXX";
   const int descriptor = mkostemp(name.data(), O_CLOEXEC);
   if (descriptor < 0) return nullptr;
   temporary_ = name;
-  const mode_t mask = umask(0);
-  umask(mask);
-  mode_t permissions = 0666 & ~mask;
-  struct stat replaced = {};
-  if (stat(target_.c_str(), &replaced) == 0) permissions &= replaced.st_mode;
-  fchmod(descriptor, permissions);
+  const mode_t masked = umask(0);
+  umask(masked);
+  fchmod(descriptor, 0666 & ~masked);  // as a file that is not temporary
   return fdopen(descriptor, "w");
 }
 
@@ -140,21 +137,19 @@ void ReportFile::Write(const std::string& text) {
   std::FILE* const stream = path_ == "-" ? stdout
                             : isFile_    ? OpenTemporaryFile()
                                          : std::fopen(path_.c_str(), "we");
-  if (!stream) Fail(SystemError());
+  if (!stream) Fail(std::strerror(errno));
   std::string problem;
-  if (std::fputs(text.c_str(), stream) < 0 || std::fflush(stream) != 0) problem = SystemError();
-  if (stream != stdout && std::fclose(stream) != 0 && problem.empty()) problem = SystemError();
+  if (std::fputs(text.c_str(), stream) < 0 || std::fflush(stream) != 0)
+    problem = std::strerror(errno);
+  if (stream != stdout && std::fclose(stream) != 0 && problem.empty())
+    problem = std::strerror(errno);
   if (!problem.empty()) Fail(problem);
 }
 
 void ReportFile::Publish() {
   if (temporary_.empty()) return;
-  const auto rename = [this](unsigned flags) {
-    return renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, target_.c_str(), flags) == 0;
-  };
-  // Some file systems have no rename without replacement.
-  const bool renamed = rename(overwrite_ ? 0 : RENAME_NOREPLACE) || (errno == EINVAL && rename(0));
-  if (!renamed) Fail(SystemError());
+  if (const int error = MoveIntoPlace(temporary_, target_, overwrite_); error != 0)
+    Fail(std::strerror(error));
   temporary_.clear();
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "standalone/rasters/publication.h"
 #include "standalone/runs/statistics.h"
 
 namespace lumomixcalc::standalone {
@@ -33,9 +34,10 @@ std::string ReportAsJson(const RunReport& report);
 // standard output.
 class ReportFile {
  public:
-  // Throws Failure when path is one of keptFiles by name or as a file, exists without overwrite, or
+  // Throws Failure when path is the output, an input or a file of one, exists without overwrite, or
   // has no folder.
-  ReportFile(const std::string& path, bool overwrite, const std::vector<std::string>& keptFiles);
+  ReportFile(const std::string& path, bool overwrite, const std::vector<InputFiles>& inputs,
+             const std::filesystem::path& output);
   // Removes a file that was not published.
   ~ReportFile();
   ReportFile(const ReportFile&) = delete;

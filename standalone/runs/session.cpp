@@ -90,9 +90,8 @@ void Session::OpenInputs(const Job& job) {
     StreamState& state = host_.streams[declared.number];
     state.open = true;
     state.mode = raster.Mode().code;
-    inputFiles_.push_back(file->second);
     const CPLStringList names(raster.Dataset().GetFileList());
-    inputFiles_.insert(inputFiles_.end(), names.List(), names.List() + names.Count());
+    files_.push_back({file->second, {names.List(), names.List() + names.Count()}});
   }
   host_.streams[OutputStream()].open = true;
 }

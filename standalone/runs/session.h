@@ -11,6 +11,7 @@
 #include "standalone/framework/host_calls.h"
 #include "standalone/rasters/data_modes.h"
 #include "standalone/rasters/grid.h"
+#include "standalone/rasters/publication.h"
 #include "standalone/rasters/raster_input.h"
 #include "standalone/runs/job.h"
 
@@ -40,7 +41,7 @@ class Session {
   RasterInput& FirstInput() { return *inputs_.front().raster; }
 
   // The files of all inputs of the job, those that belong to them (headers, sources) included.
-  const std::vector<std::string>& InputFiles() const { return inputFiles_; }
+  const std::vector<InputFiles>& Files() const { return files_; }
 
   // The mode in which the output is stored.
   const DataMode& Mode() const { return *mode_; }
@@ -101,7 +102,7 @@ class Session {
 
   HostState& host_;
   std::list<RunInput> inputs_;
-  std::vector<std::string> inputFiles_;
+  std::vector<InputFiles> files_;
   const DataMode* mode_ = nullptr;
   OutputGrid grid_;
   Resampling resampling_ = Resampling::kNearest;

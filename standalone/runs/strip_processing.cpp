@@ -38,53 +38,20 @@ struct Strip {
   std::unique_ptr<float[]> values;
 };
 
-// Strips on their way from one thread to another, first in, first out.
-class StripQueue {
- public:
-  void Put(Strip strip) {
-    const std::lock_guard lock(mutex_);
-    strips_.push_back(std::move(strip));
-    changed_.notify_all();
-  }
-
-  // Waits for a strip. None when asked to stop, or when the queue is closed and empty.
-  std::optional<Strip> Take(const std::stop_token& stop) {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, stop, [this] { return closed_ || !strips_.empty(); });
-    if (stop.stop_requested() || strips_.empty()) return std::nullopt;
-    std::optional<Strip> strip(std::move(strips_.front()));
-    strips_.pop_front();
-    return strip;
-  }
-
-  void Close() {
-    const std::lock_guard lock(mutex_);
-    closed_ = true;
-    changed_.notify_all();
-  }
-
- private:
-  std::mutex mutex_;
-  std::condition_variable_any changed_;
-  std::deque<Strip> strips_;
-  bool closed_ = false;
-};
-
 // A handful of strips that go full from one thread to another and come back empty, so that memory
 // is touched once. One end is the run's thread, the other a thread of the channel's own.
 class StripChannel {
  public:
+  enum Way { kEmpty, kFull };
+
   explicit StripChannel(std::size_t floatsPerStrip) {
-    for (int i = 0; i < kStripsPerChannel; ++i) {
-      Strip strip;
+    for (int i = 0; i < kStripsPerChannel; ++i)
       // Not set to zero: whoever fills it first touches the memory.
-      strip.values = std::make_unique_for_overwrite<float[]>(floatsPerStrip);
-      empty.Put(std::move(strip));
-    }
+      strips_[kEmpty].push_back(
+          {.values = std::make_unique_for_overwrite<float[]>(floatsPerStrip)});
   }
 
   // Runs work on the channel's own thread, which is asked to stop when the channel is destroyed.
-  // What work throws is thrown again by Finish.
   template <class Work>
   void Start(Work work) {
     thread_ = std::jthread([this, work](const std::stop_token& stop) {
@@ -93,30 +60,53 @@ class StripChannel {
       } catch (...) {
         error_ = std::current_exception();
       }
-      full.Close();
-      empty.Close();
+      Close();
     });
   }
 
-  // The next strip of full or empty, on the run's thread. Throws Cancelled when the run is asked to
-  // stop, and what ended the other thread.
-  Strip Take(StripQueue& queue, const RunControl& control) {
-    if (std::optional<Strip> strip = queue.Take(control.stop)) return std::move(*strip);
+  void Put(Way way, Strip strip) {
+    const std::lock_guard lock(mutex_);
+    strips_[way].push_back(std::move(strip));
+    changed_.notify_all();
+  }
+
+  // Waits for a strip. None when asked to stop, or when none is left and the channel is closed.
+  std::optional<Strip> Take(Way way, const std::stop_token& stop) {
+    std::unique_lock lock(mutex_);
+    std::deque<Strip>& strips = strips_[way];
+    changed_.wait(lock, stop, [&] { return closed_ || !strips.empty(); });
+    if (stop.stop_requested() || strips.empty()) return std::nullopt;
+    std::optional<Strip> strip(std::move(strips.front()));
+    strips.pop_front();
+    return strip;
+  }
+
+  // The same on the run's thread. Throws Cancelled, and what ended the other thread.
+  Strip Take(Way way, const RunControl& control) {
+    if (std::optional<Strip> strip = Take(way, control.stop)) return std::move(*strip);
     if (control.stop.stop_requested()) throw Cancelled();
     Finish();
     throw std::logic_error("a channel of strips ended early");
   }
 
-  // Waits for the thread to end, then throws what it threw.
+  // Lets the thread end, waits for it and throws what it threw.
   void Finish() {
+    Close();
     thread_.join();
     if (error_) std::rethrow_exception(error_);
   }
 
-  StripQueue full;
-  StripQueue empty;
-
  private:
+  void Close() {
+    const std::lock_guard lock(mutex_);
+    closed_ = true;
+    changed_.notify_all();
+  }
+
+  std::mutex mutex_;
+  std::condition_variable_any changed_;
+  std::deque<Strip> strips_[2];
+  bool closed_ = false;
   std::exception_ptr error_;  // written by the thread, read after it ended
   std::jthread thread_;       // last: it uses what stands above
 };
@@ -185,22 +175,18 @@ class ReadAhead {
   // Points the stream's buffer at these rows of a band of the run.
   void PointStreamAt(const Rows& rows, int band, const RunControl& control) {
     if (!held_ || held_->firstRow != rows.first || held_->band != Session::BandOf(input_, band)) {
-      if (held_) channel_.empty.Put(std::move(*held_));
-      held_ = channel_.Take(channel_.full, control);
+      if (held_) channel_.Put(StripChannel::kEmpty, std::move(*held_));
+      held_ = channel_.Take(StripChannel::kFull, control);
     }
     session_.SetBlockData(input_.stream, held_->values.get());
   }
 
   // Makes elements of the output NaN that are no data in the rows that the stream points at.
-  void SpreadNoData(std::size_t elements, int outputParts, float* output) const {
+  void SpreadNoData(std::size_t elements, bool complexOutput, float* output) const {
     if (!held_->holdsNan) return;
-    const float* const values = held_->values.get();
-    if (parts_ == 1)
-      outputParts == 1 ? SpreadNan<1, 1>(values, elements, output)
-                       : SpreadNan<1, 2>(values, elements, output);
-    else
-      outputParts == 1 ? SpreadNan<2, 1>(values, elements, output)
-                       : SpreadNan<2, 2>(values, elements, output);
+    const auto spread = parts_ == 1 ? (complexOutput ? SpreadNan<1, 2> : SpreadNan<1, 1>)
+                                    : (complexOutput ? SpreadNan<2, 2> : SpreadNan<2, 1>);
+    spread(held_->values.get(), elements, output);
   }
 
  private:
@@ -210,7 +196,7 @@ class ReadAhead {
     const auto columns = static_cast<std::size_t>(session_.Grid().columns);
     for (const Rows& rows : plan)
       for (const int band : bands) {
-        std::optional<Strip> strip = channel_.empty.Take(stop);
+        std::optional<Strip> strip = channel_.Take(StripChannel::kEmpty, stop);
         if (!strip) return;
         strip->firstRow = rows.first;
         strip->rows = rows.end - rows.first;
@@ -219,7 +205,7 @@ class ReadAhead {
         input_.raster->Read(band, rows.first, strip->rows, values);
         const std::size_t floats = columns * static_cast<std::size_t>(strip->rows) * parts_;
         strip->holdsNan = session_.MasksNoData() && HoldsNan(values, floats);
-        channel_.full.Put(std::move(*strip));
+        channel_.Put(StripChannel::kFull, std::move(*strip));
       }
   }
 
@@ -238,22 +224,23 @@ class WriteBehind {
     channel_.Start([this](const std::stop_token& stop) { WriteAll(stop); });
   }
 
-  Strip TakeEmpty(const RunControl& control) { return channel_.Take(channel_.empty, control); }
-  void Write(Strip strip) { channel_.full.Put(std::move(strip)); }
+  Strip TakeEmpty(const RunControl& control) {
+    return channel_.Take(StripChannel::kEmpty, control);
+  }
+  void Write(Strip strip) { channel_.Put(StripChannel::kFull, std::move(strip)); }
 
   // Waits until everything is written.
   void Finish(const RunControl& control) {
     for (int i = 0; i < kStripsPerChannel; ++i) TakeEmpty(control);
-    channel_.full.Close();
     channel_.Finish();
   }
 
  private:
   void WriteAll(const std::stop_token& stop) {
-    while (std::optional<Strip> strip = channel_.full.Take(stop)) {
+    while (std::optional<Strip> strip = channel_.Take(StripChannel::kFull, stop)) {
       sink_.write(strip->band, strip->firstRow, strip->rows, strip->values.get());
       if (strip->band == bands_) sink_.flush(strip->firstRow + strip->rows);
-      channel_.empty.Put(std::move(*strip));
+      channel_.Put(StripChannel::kEmpty, std::move(*strip));
     }
   }
 
@@ -271,9 +258,8 @@ std::vector<IPOutputStats> ProcessStrips(Session& session, const StripSink& sink
   const std::vector<Rows> plan = PlanStrips(session, sink);
   const auto columns = static_cast<std::size_t>(grid.columns);
   const std::size_t stripElements = columns * static_cast<std::size_t>(session.RowsPerStrip());
-  const int parts = session.Mode().complex ? 2 : 1;
-  WriteBehind output(sink, static_cast<int>(bands.size()),
-                     stripElements * static_cast<std::size_t>(parts));
+  const bool complex = session.Mode().complex;
+  WriteBehind output(sink, static_cast<int>(bands.size()), stripElements * (complex ? 2 : 1));
   std::list<ReadAhead> inputs;
   for (RunInput& input : session.Inputs()) inputs.emplace_back(session, input, plan, stripElements);
 
@@ -291,7 +277,7 @@ std::vector<IPOutputStats> ProcessStrips(Session& session, const StripSink& sink
       session.SetBlockData(session.OutputStream(), result.values.get());
       session.Process(result.rows, records[i]);
       for (const ReadAhead& input : inputs)
-        input.SpreadNoData(columns * static_cast<std::size_t>(result.rows), parts,
+        input.SpreadNoData(columns * static_cast<std::size_t>(result.rows), complex,
                            result.values.get());
       output.Write(std::move(result));
     }
