@@ -65,13 +65,6 @@ void Describe(Session& session, const std::string& command, const std::string& o
   output.SetMetadataItem("LUMOMIXCALC_COMMAND", command.c_str());
 }
 
-// What a run finds out about its results beside the output itself.
-struct Findings {
-  std::vector<BandStatistics> bands;
-  bool imaginaryPartsLost = false;  // by a real output
-  bool imaginaryPartsHeld = false;  // by a complex output, one other than zero at least
-};
-
 void WarnOfUnheldElements(const std::vector<BandStatistics>& statistics, const DataMode& mode) {
   for (std::size_t i = 0; i < statistics.size(); ++i) {
     const UnheldElements& unheld = statistics[i].unheld;
@@ -85,50 +78,47 @@ void WarnOfUnheldElements(const std::vector<BandStatistics>& statistics, const D
   }
 }
 
-void WarnOfTheMode(const Findings& findings, const DataMode& mode) {
+void WarnOfTheMode(const RunReport& report, const DataMode& mode) {
+  const std::string name = mode.name;
   if (mode.type == GDT_Float64)
-    Warn(
-        "results have single precision, in a float64 output, too; float32 holds them in half the "
-        "space");
-  if (findings.imaginaryPartsLost)
-    Warn(std::string("results have imaginary parts, which ") + mode.name +
-         " leaves out; -mode=cfloat32 keeps them");
+    Warn("results have single precision, also in float64; float32 stores them in half the space");
+  if (report.imaginaryPartsLost)
+    Warn("results have imaginary parts, which " + name + " leaves out; -mode=cfloat32 keeps them");
   const bool anyValid =
-      std::any_of(findings.bands.begin(), findings.bands.end(),
+      std::any_of(report.bands.begin(), report.bands.end(),
                   [](const BandStatistics& band) { return band.valid.valid > 0; });
-  if (mode.complex && anyValid && !findings.imaginaryPartsHeld)
-    Warn(std::string("all imaginary parts are zero; -mode=") +
-         (mode.integer ? "int16" : "float32") + " holds the results in half the space");
+  if (mode.complex && anyValid && !report.imaginaryPartsHeld)
+    Warn("all imaginary parts are zero; -mode=" + name.substr(1) +
+         " stores the results in half the space");
 }
 
-// Has everything computed and written to output.
-Findings Compute(Session& session, RasterOutput& output, const RunControl& control) {
+// Has everything computed and written to output, and fills in what the report tells of it.
+void Compute(Session& session, RasterOutput& output, const RunControl& control, RunReport& report) {
   const OutputGrid& grid = session.Grid();
-  const bool complex = session.Mode().complex;
-  Findings findings;
-  findings.bands.resize(session.Bands().size());
+  const int parts = session.Mode().complex ? 2 : 1;
+  const int bands = static_cast<int>(session.Bands().size());
+  report.bands.resize(session.Bands().size());
   StripSink sink;
   sink.blockRows = output.BlockRows();
   sink.write = [&](int band, int firstRow, int rows, const float* values) {
-    const auto index = static_cast<std::size_t>(band) - 1;
-    CountRows(values, grid.columns, rows, complex ? 2 : 1, findings.bands[index].valid);
-    if (complex && !findings.imaginaryPartsHeld)
-      findings.imaginaryPartsHeld = HasImaginaryPart(
+    BandStatistics& statistics = report.bands[static_cast<std::size_t>(band) - 1];
+    CountRows(values, grid.columns, rows, parts, statistics.valid);
+    if (parts == 2 && !report.imaginaryPartsHeld)
+      report.imaginaryPartsHeld = HasImaginaryPart(
           values, static_cast<std::size_t>(grid.columns) * static_cast<std::size_t>(rows));
     output.Write(band, firstRow, rows, values);
+    if (band == bands) output.FlushCompleteBlocks(firstRow + rows);
   };
-  sink.flush = [&output](int endRow) { output.FlushCompleteBlocks(endRow); };
-  if (!complex)
-    sink.atMiddleRow = [&] { findings.imaginaryPartsLost = session.RowHasImaginaryParts(); };
+  if (parts == 1)
+    sink.atMiddleRow = [&] { report.imaginaryPartsLost = session.RowHasImaginaryParts(); };
   const std::vector<IPOutputStats> records = ProcessStrips(session, sink, control);
   session.Finish();
-  for (std::size_t i = 0; i < records.size(); ++i) {
-    const int band = static_cast<int>(i) + 1;
-    findings.bands[i].record = records[i];
-    findings.bands[i].unheld = output.Unheld(band);
-    StoreStatistics(findings.bands[i], session.Mode(), *output.Dataset().GetRasterBand(band));
+  for (int band = 1; band <= bands; ++band) {
+    BandStatistics& statistics = report.bands[static_cast<std::size_t>(band) - 1];
+    statistics.record = records[static_cast<std::size_t>(band) - 1];
+    statistics.unheld = output.Unheld(band);
+    StoreStatistics(statistics, session.Mode(), *output.Dataset().GetRasterBand(band));
   }
-  return findings;
 }
 
 RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
@@ -154,18 +144,23 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
   DeclareNoData(session, output, outputName);
   session.SelectInputs();
   SizeBlockCache(session, output);
-  const Findings findings = Compute(session, output, control);
+  RunReport report;
+  report.command = command;
+  report.output = outputName;
+  report.format = format.Name();
+  report.mode = mode.name;
+  report.columns = grid.columns;
+  report.rows = grid.rows;
+  Compute(session, output, control, report);
+  report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 
-  const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
-  const RunReport report = {command,      outputName, format.Name(),  mode.name,
-                            grid.columns, grid.rows,  passed.count(), findings.bands};
   // A report that cannot be written fails the run before the output is published. After that only
   // the file's renaming is left, which hardly fails.
   if (reportFile) reportFile->Write(ReportAsJson(report));
   output.Publish(control.stop);
   if (reportFile) reportFile->Publish();
   WarnOfUnheldElements(report.bands, mode);
-  WarnOfTheMode(findings, mode);
+  WarnOfTheMode(report, mode);
   return report;
 }
 

@@ -21,6 +21,8 @@ struct RunReport {
   int rows = 0;
   double seconds = 0;
   std::vector<BandStatistics> bands;
+  bool imaginaryPartsLost = false;  // by a real output
+  bool imaginaryPartsHeld = false;  // by a complex output, one other than zero at least
 };
 
 // The report as a JSON object in UTF-8. Of each band: counts of elements, valid and no_data ones;

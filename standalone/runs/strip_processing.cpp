@@ -219,8 +219,8 @@ class ReadAhead {
 // The sink, written behind.
 class WriteBehind {
  public:
-  WriteBehind(const StripSink& sink, int bands, std::size_t floatsPerStrip)
-      : sink_(sink), bands_(bands), channel_(floatsPerStrip) {
+  WriteBehind(const StripSink& sink, std::size_t floatsPerStrip)
+      : sink_(sink), channel_(floatsPerStrip) {
     channel_.Start([this](const std::stop_token& stop) { WriteAll(stop); });
   }
 
@@ -239,13 +239,11 @@ class WriteBehind {
   void WriteAll(const std::stop_token& stop) {
     while (std::optional<Strip> strip = channel_.Take(StripChannel::kFull, stop)) {
       sink_.write(strip->band, strip->firstRow, strip->rows, strip->values.get());
-      if (strip->band == bands_) sink_.flush(strip->firstRow + strip->rows);
       channel_.Put(StripChannel::kEmpty, std::move(*strip));
     }
   }
 
   const StripSink& sink_;
-  int bands_;
   StripChannel channel_;  // last: its thread uses what stands above
 };
 
@@ -259,7 +257,7 @@ std::vector<IPOutputStats> ProcessStrips(Session& session, const StripSink& sink
   const auto columns = static_cast<std::size_t>(grid.columns);
   const std::size_t stripElements = columns * static_cast<std::size_t>(session.RowsPerStrip());
   const bool complex = session.Mode().complex;
-  WriteBehind output(sink, static_cast<int>(bands.size()), stripElements * (complex ? 2 : 1));
+  WriteBehind output(sink, stripElements * (complex ? 2 : 1));
   std::list<ReadAhead> inputs;
   for (RunInput& input : session.Inputs()) inputs.emplace_back(session, input, plan, stripElements);
 

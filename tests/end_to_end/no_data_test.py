@@ -83,7 +83,8 @@ class NoData(harness.ProgramTest):
                 "sum": exact.sum()}
         band = json.loads(file.read_text())["bands"][0]
         self.assertEqual({name: band[name] for name in told}, told)
-        metadata = gdal.Open(self.out).GetRasterBand(1).GetMetadata()
+        dataset = gdal.Open(self.out)
+        metadata = dataset.GetRasterBand(1).GetMetadata()
         deviation = float(metadata.pop("STATISTICS_STDDEV"))
         self.assertEqual(deviation, band["standard_deviation"])
         self.assertAlmostEqual(deviation, exact.std(), delta=1e-12)
