@@ -42,9 +42,9 @@ void PrintUsage(HostState& host, const std::vector<OperatorName>& operators) {
   text += "\nOptions:\n";
   text +=
       "     -mode=MODE    how the output stores its elements:\n                   " +
-      DataModeNames() + ";\n                   without it cfloat32 when a complex " +
-      registration.inputs.front().label +
-      " is read, else float32;\n"
+      DataModeNames() +
+      ";\n                   without it cfloat32 when an input that is read is complex,\n"
+      "                   else float32;\n"
       "                   integer modes round to nearest and saturate\n"
       "     -format=NAME  GDAL format of the output; without it the one of the file's\n"
       "                   extension, else GTiff\n"
@@ -58,9 +58,9 @@ void PrintUsage(HostState& host, const std::vector<OperatorName>& operators) {
       "                   overviews of just that resolution\n"
       "     -bands=LIST   only these bands, such as 1,3-5, in this order\n"
       "     -nodata=keep  take the inputs' no-data values for numbers; without it they\n"
-      "                   become NaN before anything is computed\n"
+      "                   become NaN, in the output, too\n"
       "     -stats=FILE   write the statistics as JSON; - is standard output, in place of lines\n"
-      "     -overwrite    replace the output when it exists; it may be an input, too\n"
+      "     -overwrite    replace the output, which may be an input, and the file of -stats=\n"
       "     -quiet        print no statistics; they are those of the result before an\n"
       "                   integer mode rounds and saturates it\n"
       "     -panel        show the panel with these files and options; files may be left out.\n"

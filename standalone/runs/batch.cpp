@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <limits>
 #include <new>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,10 +20,10 @@
 #include "standalone/rasters/output_format.h"
 #include "standalone/rasters/raster_input.h"
 #include "standalone/rasters/raster_output.h"
-#include "standalone/runs/pipeline.h"
 #include "standalone/runs/report.h"
 #include "standalone/runs/session.h"
 #include "standalone/runs/statistics.h"
+#include "standalone/runs/strip_processing.h"
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -67,28 +68,57 @@ void Describe(Session& session, const std::string& command, const std::string& o
 void WarnOfUnheldElements(const std::vector<BandStatistics>& statistics, const DataMode& mode) {
   for (std::size_t i = 0; i < statistics.size(); ++i) {
     const UnheldElements& unheld = statistics[i].unheld;
-    const std::string band = "band " + std::to_string(i + 1) + ": ";
-    if (unheld.saturated > 0)
-      Warn(band + std::to_string(unheld.saturated) + " elements were beyond the range of " +
-           mode.name + " and saturated");
-    if (unheld.moved > 0)
-      Warn(band + std::to_string(unheld.moved) +
-           " elements were moved by one, away from the value that stands for no data");
-    if (unheld.nan > 0)
-      Warn(band + std::to_string(unheld.nan) + " elements were NaN, which " + mode.name +
-           " cannot hold, and are stored as 0");
+    const auto warn = [band = i + 1](std::uint64_t count, const std::string& fate) {
+      if (count > 0)
+        Warn("band " + std::to_string(band) + ": " + CountText(count, "element") + " " + fate);
+    };
+    warn(unheld.saturated, std::string("beyond the range of ") + mode.name + ", saturated");
+    warn(unheld.moved, "moved by one, away from the value that stands for no data");
+    warn(unheld.nan, std::string("stored as 0: NaN, which ") + mode.name + " cannot hold");
   }
 }
 
-std::vector<InputFiles> FilesOf(Session& session) {
-  std::vector<InputFiles> inputs;
-  for (const RunInput& input : session.Inputs()) {
-    GDALDataset& dataset = input.raster->Dataset();
-    InputFiles& files = inputs.emplace_back(InputFiles{dataset.GetDescription(), {}});
-    const CPLStringList list(dataset.GetFileList());
-    for (int i = 0; i < list.size(); ++i) files.files.emplace_back(list[i]);
+void WarnOfTheMode(const RunReport& report, const DataMode& mode) {
+  const std::string name = mode.name;
+  if (mode.type == GDT_Float64)
+    Warn("results have single precision, also in float64; float32 stores them in half the space");
+  if (report.imaginaryPartsLost)
+    Warn("results have imaginary parts, which " + name + " leaves out; -mode=cfloat32 keeps them");
+  const bool anyValid =
+      std::any_of(report.bands.begin(), report.bands.end(),
+                  [](const BandStatistics& band) { return band.valid.valid > 0; });
+  if (mode.complex && anyValid && !report.imaginaryPartsHeld)
+    Warn("all imaginary parts are zero; -mode=" + name.substr(1) +
+         " stores the results in half the space");
+}
+
+// Has everything computed and written to output, and fills in what the report tells of it.
+void Compute(Session& session, RasterOutput& output, const RunControl& control, RunReport& report) {
+  const OutputGrid& grid = session.Grid();
+  const int parts = session.Mode().complex ? 2 : 1;
+  const int bands = static_cast<int>(session.Bands().size());
+  report.bands.resize(session.Bands().size());
+  StripSink sink;
+  sink.blockRows = output.BlockRows();
+  sink.write = [&](int band, int firstRow, int rows, const float* values) {
+    BandStatistics& statistics = report.bands[static_cast<std::size_t>(band) - 1];
+    CountRows(values, grid.columns, rows, parts, statistics.valid);
+    if (parts == 2 && !report.imaginaryPartsHeld)
+      report.imaginaryPartsHeld = HasImaginaryPart(
+          values, static_cast<std::size_t>(grid.columns) * static_cast<std::size_t>(rows));
+    output.Write(band, firstRow, rows, values);
+    if (band == bands) output.FlushCompleteBlocks(firstRow + rows);
+  };
+  if (parts == 1)
+    sink.atMiddleRow = [&] { report.imaginaryPartsLost = session.RowHasImaginaryParts(); };
+  const std::vector<IPOutputStats> records = ProcessStrips(session, sink, control);
+  session.Finish();
+  for (int band = 1; band <= bands; ++band) {
+    BandStatistics& statistics = report.bands[static_cast<std::size_t>(band) - 1];
+    statistics.record = records[static_cast<std::size_t>(band) - 1];
+    statistics.unheld = output.Unheld(band);
+    StoreStatistics(statistics, session.Mode(), *output.Dataset().GetRasterBand(band));
   }
-  return inputs;
 }
 
 RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
@@ -98,46 +128,39 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
   const std::string& outputName = job.files.at(host.registration.Output().number);
   const OutputFormat format = ChooseOutputFormat(job.format, outputName);
   CheckCreationOptions(format, job.creationOptions);
-  CheckReportPath(job.statisticsFile);
 
   Session session(job, host);
   const std::filesystem::path target = ResolveOutput(outputName, job.overwrite);
+  std::optional<ReportFile> reportFile;
+  if (!job.statisticsFile.empty())
+    reportFile.emplace(job.statisticsFile, job.overwrite, session.Files(), target);
   const DataMode& mode = session.Mode();
   CheckThatFormatHolds(format, mode);
 
-  const int bands = static_cast<int>(session.Bands().size());
-  RasterOutput output({target, format, &mode, job.creationOptions, session.Grid().columns,
-                       session.Grid().rows, bands, job.overwrite, FilesOf(session)});
+  const OutputGrid& grid = session.Grid();
+  RasterOutput output({target, format, &mode, job.creationOptions, grid.columns, grid.rows,
+                       static_cast<int>(session.Bands().size()), job.overwrite, session.Files()});
   Describe(session, command, outputName, output.Dataset());
   DeclareNoData(session, output, outputName);
   session.SelectInputs();
   SizeBlockCache(session, output);
+  RunReport report;
+  report.command = command;
+  report.output = outputName;
+  report.format = format.Name();
+  report.mode = mode.name;
+  report.columns = grid.columns;
+  report.rows = grid.rows;
+  Compute(session, output, control, report);
+  report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 
-  const StripSink sink = {output.BlockRows(),
-                          [&output](int band, int firstRow, int rows, const float* values) {
-                            output.Write(band, firstRow, rows, values);
-                          },
-                          [&output](int endRow) { output.FlushCompleteBlocks(endRow); }};
-  std::vector<BandStatistics> statistics = ProcessStrips(session, sink, control);
-  session.Finish();
-  for (int band = 1; band <= bands; ++band) {
-    BandStatistics& ofBand = statistics[static_cast<std::size_t>(band) - 1];
-    ofBand.unheld = output.Unheld(band);
-    StoreStatistics(ofBand, mode, *output.Dataset().GetRasterBand(band));
-  }
+  // A report that cannot be written fails the run before the output is published. After that only
+  // the file's renaming is left, which hardly fails.
+  if (reportFile) reportFile->Write(ReportAsJson(report));
   output.Publish(control.stop);
-
-  WarnOfUnheldElements(statistics, mode);
-  const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
-  RunReport report = {command,
-                      outputName,
-                      format.Name(),
-                      mode.name,
-                      session.Grid().columns,
-                      session.Grid().rows,
-                      passed.count(),
-                      statistics};
-  if (!job.statisticsFile.empty()) WriteReport(ReportAsJson(report), job.statisticsFile);
+  if (reportFile) reportFile->Publish();
+  WarnOfUnheldElements(report.bands, mode);
+  WarnOfTheMode(report, mode);
   return report;
 }
 

@@ -10,10 +10,11 @@
 namespace lumomixcalc::standalone {
 
 // One run of the application over the files of a job: opens, checks, prepares, processes every band
-// strip by strip, publishes the output and writes the statistics file, if the job names one. The
+// strip by strip and publishes the output, and the statistics file, if the job names one. The
 // application must have its parameters, read from the command line or set by a panel. command,
 // which repeats the run, is stored in the output and the report. Throws Failure, Cancelled,
-// Desisted.
+// Desisted, with nothing published; only when a statistics file that was written cannot be renamed
+// to its place at last, the output is there.
 RunReport RunBatch(const Job& job, const std::string& command, HostState& host,
                    const RunControl& control);
 

@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "standalone/base/messages.h"
-#include "standalone/runs/pipeline.h"
 #include "standalone/runs/session.h"
+#include "standalone/runs/strip_processing.h"
 
 namespace lumomixcalc::standalone {
 namespace {

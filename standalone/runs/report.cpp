@@ -1,12 +1,18 @@
 #include "standalone/runs/report.h"
 
 #include <cpl_json.h>
+#include <cpl_string.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
 #include <system_error>
 
 #include "standalone/base/messages.h"
@@ -37,7 +43,8 @@ CPLJSONObject BandObject(int number, const BandStatistics& band) {
     AddNumber(object, "minimum", static_cast<double>(band.valid.minimum));
     AddNumber(object, "maximum", static_cast<double>(band.valid.maximum));
     AddNumber(object, "mean", band.valid.Mean());
-    AddNumber(object, "sum", band.valid.sum);
+    AddNumber(object, "standard_deviation", band.valid.Deviation());
+    AddNumber(object, "sum", band.valid.sum.Rounded());
   }
   AddCount(object, "saturated", band.unheld.saturated);
   AddCount(object, "moved", band.unheld.moved);
@@ -50,15 +57,18 @@ CPLJSONObject BandObject(int number, const BandStatistics& band) {
   return object;
 }
 
-[[noreturn]] void Fail(const std::string& path, const std::string& reason) {
-  throw Failure("cannot write the statistics file " + path + ": " + reason);
+std::string Utf8(const std::string& text) {
+  if (CPLIsUTF8(text.c_str(), -1)) return text;
+  const std::unique_ptr<char, decltype(&VSIFree)> recoded(
+      CPLRecode(text.c_str(), CPL_ENC_ISO8859_1, CPL_ENC_UTF8), VSIFree);
+  return recoded.get();
 }
 
-void WriteTo(const fs::path& file, const std::string& text, const std::string& path) {
-  std::ofstream stream(file, std::ios::binary);
-  stream << text;
-  stream.close();
-  if (!stream) Fail(path, "opening, writing or closing it fails");
+// By name or as one file with several.
+bool IsTheSame(const fs::path& one, const fs::path& other) {
+  std::error_code error;
+  const fs::path name = fs::weakly_canonical(one, error);
+  return IsSameFile(one, other) || (!name.empty() && name == fs::weakly_canonical(other, error));
 }
 
 }  // namespace
@@ -66,8 +76,8 @@ void WriteTo(const fs::path& file, const std::string& text, const std::string& p
 std::string ReportAsJson(const RunReport& report) {
   CPLJSONDocument document;
   CPLJSONObject root = document.GetRoot();
-  root.Add("command", report.command);
-  root.Add("output", report.output);
+  root.Add("command", Utf8(report.command));
+  root.Add("output", Utf8(report.output));
   root.Add("format", report.format);
   root.Add("mode", report.mode);
   root.Add("columns", report.columns);
@@ -80,33 +90,67 @@ std::string ReportAsJson(const RunReport& report) {
   return document.SaveAsString() + "\n";
 }
 
-void CheckReportPath(const std::string& path) {
-  if (path.empty() || path == "-") return;
-  const fs::path file = path;
+ReportFile::ReportFile(const std::string& path, bool overwrite,
+                       const std::vector<InputFiles>& inputs, const fs::path& output)
+    : path_(path), overwrite_(overwrite) {
+  if (path == "-") return;
+  if (IsTheSame(path, output)) Fail("it is the output");
+  for (const InputFiles& input : inputs) {
+    const auto isThis = [&path](const std::string& file) { return IsTheSame(path, file); };
+    if (isThis(input.name) || std::any_of(input.files.begin(), input.files.end(), isThis))
+      Fail("it belongs to the input " + input.name);
+  }
+  target_ = FollowLinks(path);
   std::error_code error;
-  if (fs::is_directory(file, error)) Fail(path, "it is a folder");
-  if (file.has_parent_path() && !fs::is_directory(file.parent_path(), error))
-    Fail(path, "there is no folder " + file.parent_path().string());
+  const fs::file_status status = fs::status(target_, error);
+  if (fs::is_directory(status)) Fail("it is a folder");
+  isFile_ = !fs::exists(status) || fs::is_regular_file(status);
+  if (isFile_ && !overwrite && fs::exists(fs::symlink_status(path, error)))
+    Fail("it exists already; -overwrite replaces it");
+  if (isFile_ && access(fs::absolute(target_).parent_path().c_str(), W_OK) != 0)
+    Fail(std::string("in its folder: ") + std::strerror(errno));
 }
 
-void WriteReport(const std::string& text, const std::string& path) {
-  if (path == "-") {
-    std::fputs(text.c_str(), stdout);
-    return;
-  }
-  std::error_code error;
-  const fs::file_status status = fs::status(path, error);
-  // A device or a pipe is written as it stands.
-  if (fs::exists(status) && !fs::is_regular_file(status)) return WriteTo(path, text, path);
-  const fs::path partial = path + ".partial";
-  try {
-    WriteTo(partial, text, path);
-    fs::rename(partial, path, error);
-    if (error) Fail(path, error.message());
-  } catch (const Failure&) {
-    fs::remove(partial, error);
-    throw;
-  }
+ReportFile::~ReportFile() {
+  std::error_code ignored;
+  if (!temporary_.empty()) fs::remove(temporary_, ignored);
+}
+
+void ReportFile::Fail(const std::string& reason) const {
+  const std::string place =
+      path_ == "-" ? "statistics to standard output" : "statistics file " + path_;
+  throw Failure("cannot write the " + place + ": " + reason);
+}
+
+std::FILE* ReportFile::OpenTemporaryFile() {
+  std::string name = target_.string() + ".XXXXXX";
+  const int descriptor = mkostemp(name.data(), O_CLOEXEC);
+  if (descriptor < 0) return nullptr;
+  temporary_ = name;
+  const mode_t masked = umask(0);
+  umask(masked);
+  fchmod(descriptor, 0666 & ~masked);  // as a file that is not temporary
+  return fdopen(descriptor, "w");
+}
+
+void ReportFile::Write(const std::string& text) {
+  std::FILE* const stream = path_ == "-" ? stdout
+                            : isFile_    ? OpenTemporaryFile()
+                                         : std::fopen(path_.c_str(), "we");
+  if (!stream) Fail(std::strerror(errno));
+  std::string problem;
+  if (std::fputs(text.c_str(), stream) < 0 || std::fflush(stream) != 0)
+    problem = std::strerror(errno);
+  if (stream != stdout && std::fclose(stream) != 0 && problem.empty())
+    problem = std::strerror(errno);
+  if (!problem.empty()) Fail(problem);
+}
+
+void ReportFile::Publish() {
+  if (temporary_.empty()) return;
+  if (const int error = MoveIntoPlace(temporary_, target_, overwrite_); error != 0)
+    Fail(std::strerror(error));
+  temporary_.clear();
 }
 
 }  // namespace lumomixcalc::standalone

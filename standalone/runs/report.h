@@ -1,9 +1,12 @@
 #ifndef LUMOMIXCALC_STANDALONE_RUNS_REPORT_H
 #define LUMOMIXCALC_STANDALONE_RUNS_REPORT_H
 
+#include <cstdio>
+#include <filesystem>
 #include <string>
 #include <vector>
 
+#include "standalone/rasters/publication.h"
 #include "standalone/runs/statistics.h"
 
 namespace lumomixcalc::standalone {
@@ -18,19 +21,46 @@ struct RunReport {
   int rows = 0;
   double seconds = 0;
   std::vector<BandStatistics> bands;
+  bool imaginaryPartsLost = false;  // by a real output
+  bool imaginaryPartsHeld = false;  // by a complex output, one other than zero at least
 };
 
-// The report as a JSON object. Of each band: counts of elements, valid and no_data ones; minimum,
-// maximum, mean and sum of the valid ones (absent when there are none); counts of saturated, moved
-// and zeroed elements of an integer mode; and record, what the application itself counted. Numbers
-// that JSON has not are the strings "nan", "inf" and "-inf".
+// The report as a JSON object in UTF-8. Of each band: counts of elements, valid and no_data ones;
+// minimum, maximum, mean, standard_deviation and sum of the valid ones (absent when there are
+// none); counts of saturated, moved and zeroed elements of an integer mode; and record, what the
+// application itself counted. Numbers that JSON has not are the strings "nan", "inf" and "-inf". A
+// text that is not UTF-8 is taken as Latin-1, so that no byte of a file name is lost.
 std::string ReportAsJson(const RunReport& report);
 
-// Throws Failure when a report cannot be written to path; to be called before any work.
-void CheckReportPath(const std::string& path);
+// Where a report goes: a file, which appears whole or not at all; a device or pipe; or, as "-",
+// standard output.
+class ReportFile {
+ public:
+  // Throws Failure when path is the output, an input or a file of one, exists without overwrite, or
+  // has no folder.
+  ReportFile(const std::string& path, bool overwrite, const std::vector<InputFiles>& inputs,
+             const std::filesystem::path& output);
+  // Removes a file that was not published.
+  ~ReportFile();
+  ReportFile(const ReportFile&) = delete;
+  ReportFile& operator=(const ReportFile&) = delete;
 
-// Writes text to the file path, whole or not at all, or for "-" to standard output. Throws Failure.
-void WriteReport(const std::string& text, const std::string& path);
+  // Writes text, for a file under a temporary name beside it. Throws Failure.
+  void Write(const std::string& text);
+
+  // Gives a file that was written its name. Throws Failure.
+  void Publish();
+
+ private:
+  std::FILE* OpenTemporaryFile();
+  [[noreturn]] void Fail(const std::string& reason) const;
+
+  std::string path_;  // as the user names it
+  bool overwrite_;
+  bool isFile_ = false;
+  std::filesystem::path target_;     // where links in path_ lead
+  std::filesystem::path temporary_;  // empty while there is no such file
+};
 
 }  // namespace lumomixcalc::standalone
 

@@ -1,5 +1,7 @@
 #include "standalone/runs/session.h"
 
+#include <cpl_string.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -9,13 +11,14 @@
 
 #include "standalone/base/messages.h"
 #include "standalone/rasters/georeferencing.h"
+#include "standalone/runs/statistics.h"
 
 namespace lumomixcalc::standalone {
 namespace {
 
 std::string SizeText(const RasterInput& raster) {
   return std::to_string(raster.Columns()) + " x " + std::to_string(raster.Rows()) + " pixels, " +
-         std::to_string(raster.Bands()) + (raster.Bands() == 1 ? " band" : " bands");
+         CountText(static_cast<std::uint64_t>(raster.Bands()), "band");
 }
 
 // The number of bands that all inputs share. Refuses inputs that do not fit the first, warns of
@@ -47,7 +50,7 @@ std::vector<int> ChosenBands(const std::vector<int>& chosen, int bands) {
   for (const int band : chosen)
     if (band > bands)
       throw Failure("-bands=: there is no band " + std::to_string(band) + "; the inputs have " +
-                    std::to_string(bands) + (bands == 1 ? " band" : " bands"));
+                    CountText(static_cast<std::uint64_t>(bands), "band"));
   return chosen;
 }
 
@@ -58,14 +61,14 @@ Session::Session(const Job& job, HostState& host) : host_(host) {
   OpenInputs(job);
   host_.registration.Call(IP_SLOT_CHECK_PARAMS);
   StopIfDesisted();
-  Prepare(job);
   try {
+    Prepare(job.mode ? job.mode->code : -1);
     DropUnreadInputs();
     ChooseMode(job);
     ChooseBandsAndGrid(job);
     ChooseNoData(job);
   } catch (...) {
-    Finish();  // a constructor that throws leaves this to nobody
+    Finish();  // after a constructor that throws there is no destructor to do it
     throw;
   }
 }
@@ -83,19 +86,21 @@ void Session::OpenInputs(const Job& job) {
     if (file == job.files.end()) continue;
     inputs_.push_back(
         {declared.number, std::make_unique<RasterInput>(declared.label, file->second)});
+    RasterInput& raster = *inputs_.back().raster;
     StreamState& state = host_.streams[declared.number];
     state.open = true;
-    state.mode = inputs_.back().raster->Mode().code;
+    state.mode = raster.Mode().code;
+    const CPLStringList names(raster.Dataset().GetFileList());
+    files_.push_back({file->second, {names.List(), names.List() + names.Count()}});
   }
   host_.streams[OutputStream()].open = true;
 }
 
-void Session::Prepare(const Job& job) {
-  host_.outputMode = job.mode ? job.mode->code : -1;
-  for (auto& [number, state] : host_.streams) state.modeAsked = false;
-  finished_ = false;
+void Session::Prepare(int outputMode) {
+  CleanUp();
+  host_.outputMode = outputMode;
+  prepared_ = true;
   host_.registration.Call(IP_SLOT_INIT_PROC);
-  if (host_.desisted) Finish();
   StopIfDesisted();
 }
 
@@ -106,14 +111,18 @@ void Session::DropUnreadInputs() {
   if (inputs_.empty()) throw Failure("the application reads none of the input files");
 }
 
-// The chosen one; without a choice float, complex when the first stream was read and is complex,
-// which is what the application does when it gets no choice.
+// Without a choice float, complex when an input that is read is. An application that gets no choice
+// follows its first stream; where only another is complex it prepares again, told the mode.
 void Session::ChooseMode(const Job& job) {
   mode_ = job.mode;
   if (mode_) return;
-  const StreamState& first = host_.Stream(host_.registration.inputs.front().number);
-  const bool complex = first.modeAsked && DataModeOf(first.mode).complex;
+  const bool complex = std::any_of(inputs_.begin(), inputs_.end(), [](const RunInput& input) {
+    return input.raster->Mode().complex;
+  });
   mode_ = FindDataMode(complex ? "cfloat32" : "float32");
+  const RunInput& first = inputs_.front();
+  const bool readsFirstStream = first.stream == host_.registration.inputs.front().number;
+  if (complex && !(readsFirstStream && first.raster->Mode().complex)) Prepare(mode_->code);
 }
 
 void Session::ChooseBandsAndGrid(const Job& job) {
@@ -158,28 +167,42 @@ int Session::RowsPerStrip() const {
   return static_cast<int>(std::clamp<std::int64_t>(rows, 1, grid_.rows));
 }
 
-void Session::Process(int rows, IPOutputStats& record) {
+void Session::ProcessRow(IPOutputStats& record) {
   const auto process =
       reinterpret_cast<IPProcDataRoutine>(host_.registration.routines.at(IP_SLOT_PROC_DATA));
   const IPBlock row = {grid_.columns, 1};
+  process(&row, &record);
+  StopIfDesisted();
+}
+
+void Session::Process(int rows, IPOutputStats& record) {
+  const std::ptrdiff_t columns = grid_.columns;
   for (int i = 0; i < rows; ++i) {
-    process(&row, &record);
-    StopIfDesisted();
-    AdvanceOneRow();
+    ProcessRow(record);
+    for (const RunInput& input : inputs_)
+      host_.streams[input.stream].blockData += columns * input.raster->Parts();
+    host_.streams[OutputStream()].blockData += columns * (mode_->complex ? 2 : 1);
   }
 }
 
-void Session::AdvanceOneRow() {
-  const std::ptrdiff_t columns = grid_.columns;
-  for (const RunInput& input : inputs_)
-    host_.streams[input.stream].blockData += columns * input.raster->Parts();
-  host_.streams[OutputStream()].blockData += columns * (mode_->complex ? 2 : 1);
+bool Session::RowHasImaginaryParts() {
+  const int outputMode = host_.outputMode;
+  std::vector<float> results(2 * static_cast<std::size_t>(grid_.columns));
+  SetBlockData(OutputStream(), results.data());
+  Prepare(FindDataMode("cfloat32")->code);
+  IPOutputStats ofTheRow = {};
+  ProcessRow(ofTheRow);
+  Prepare(outputMode);
+  return HasImaginaryPart(results.data(), results.size() / 2);
+}
+
+void Session::CleanUp() {
+  if (prepared_) host_.registration.Call(IP_SLOT_CLEANUP);
+  prepared_ = false;
 }
 
 void Session::Finish() {
-  if (finished_) return;
-  finished_ = true;
-  host_.registration.Call(IP_SLOT_CLEANUP);
+  CleanUp();
   for (auto& [number, state] : host_.streams) state.blockData = nullptr;
 }
 

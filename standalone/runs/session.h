@@ -11,6 +11,7 @@
 #include "standalone/framework/host_calls.h"
 #include "standalone/rasters/data_modes.h"
 #include "standalone/rasters/grid.h"
+#include "standalone/rasters/publication.h"
 #include "standalone/rasters/raster_input.h"
 #include "standalone/runs/job.h"
 
@@ -27,21 +28,9 @@ struct RunInput {
 // must have its parameters. Only one session may live at a time.
 class Session {
  public:
-  // Opens the inputs and has the application check and prepare. Throws Failure, one without text
-  // when the application desists, for it has told the reason itself.
+  // Opens the inputs and has the application check and prepare. Throws Failure, and Desisted when
+  // the application desists.
   Session(const Job& job, HostState& host);
-
-  // Prepares the inputs for reading; call it once, before they are read.
-  void SelectInputs();
-
-  // The no-data value that the first input to declare one declares; none when no-data values are
-  // kept as numbers.
-  const std::optional<double>& NoData() const { return noData_; }
-
-  // The band of an input that goes with a band of the run.
-  static int BandOf(const RunInput& input, int band) {
-    return input.raster->Bands() == 1 ? 1 : band;
-  }
   ~Session();
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
@@ -51,6 +40,9 @@ class Session {
   const std::list<RunInput>& Inputs() const { return inputs_; }
   RasterInput& FirstInput() { return *inputs_.front().raster; }
 
+  // The files of all inputs of the job, those that belong to them (headers, sources) included.
+  const std::vector<InputFiles>& Files() const { return files_; }
+
   // The mode in which the output is stored.
   const DataMode& Mode() const { return *mode_; }
   const OutputGrid& Grid() const { return grid_; }
@@ -59,42 +51,65 @@ class Session {
   // with every band of the others.
   const std::vector<int>& Bands() const { return bands_; }
 
-  // Rows that a strip of the run has at most: few enough that the strips in work stay in a
-  // processor's second-level cache, and that all bands of a strip fit easily into memory.
-  int RowsPerStrip() const;
+  // The band of an input that goes with a band of the run.
+  static int BandOf(const RunInput& input, int band) {
+    return input.raster->Bands() == 1 ? 1 : band;
+  }
+
+  // Whether what is no data in an input is no data in the output.
+  bool MasksNoData() const { return maskNoData_; }
+
+  // The no-data value that the first input to declare one declares; none when no-data values are
+  // kept as numbers.
+  const std::optional<double>& NoData() const { return noData_; }
 
   int OutputStream() const { return host_.registration.Output().number; }
+
+  // Rows that a strip of the run has at most: few enough that the strips in work stay in a
+  // processor's second-level cache, and that all bands of a strip fit easily into memory; at least
+  // one.
+  int RowsPerStrip() const;
+
+  // Prepares the inputs for reading; call it once, before they are read.
+  void SelectInputs();
 
   // The buffer that the application finds for a stream from now on: whole rows of the grid.
   void SetBlockData(int stream, float* data) { host_.streams[stream].blockData = data; }
 
   // Has the application process so many rows of the buffers, each as a block of its own: it counts
   // some blocks from their last element to the first, so that blocks of other sizes would make
-  // another record. Throws Failure without text when it desists.
+  // another record. Throws Desisted.
   void Process(int rows, IPOutputStats& record);
+
+  // Whether the results of the row at hand would have imaginary parts in a complex output. Has the
+  // application prepare for one, process the row into a buffer of its own, and prepare as before.
+  // For a real mode, with the inputs' buffers set. Throws Desisted.
+  bool RowHasImaginaryParts();
 
   // Has the application clean up; once is enough.
   void Finish();
 
  private:
-  void AdvanceOneRow();
   void OpenInputs(const Job& job);
-  void Prepare(const Job& job);
+  void Prepare(int outputMode);
   void DropUnreadInputs();
   void ChooseMode(const Job& job);
   void ChooseBandsAndGrid(const Job& job);
   void ChooseNoData(const Job& job);
+  void ProcessRow(IPOutputStats& record);
+  void CleanUp();
   void StopIfDesisted() const;
 
   HostState& host_;
   std::list<RunInput> inputs_;
+  std::vector<InputFiles> files_;
   const DataMode* mode_ = nullptr;
   OutputGrid grid_;
   Resampling resampling_ = Resampling::kNearest;
   std::vector<int> bands_;
   std::optional<double> noData_;
   bool maskNoData_ = false;
-  bool finished_ = true;
+  bool prepared_ = false;
 };
 
 }  // namespace lumomixcalc::standalone

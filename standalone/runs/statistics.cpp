@@ -1,19 +1,183 @@
 #include "standalone/runs/statistics.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
+#include <utility>
 
+#include "standalone/base/messages.h"
 #include "standalone/base/numbers.h"
 
 namespace lumomixcalc::standalone {
+namespace {
+
+// Elements are counted side by side, each in the lane of its column modulo kLanes: compilers turn
+// loops over lanes into vector instructions.
+constexpr std::size_t kLanes = 16;
+
+struct RowCounts {
+  float minimum = std::numeric_limits<float>::infinity();
+  float maximum = -std::numeric_limits<float>::infinity();
+  double sum = 0;      // of the distances from an origin
+  double squares = 0;  // of them
+  std::uint64_t noData = 0;
+};
+
+// Without kMasksNan a NaN makes the sums one.
+template <std::size_t kParts, bool kMasksNan>
+RowCounts CountRow(const float* values, std::size_t columns, double origin) {
+  RowCounts row;
+  std::array<float, kLanes> minimum;
+  std::array<float, kLanes> maximum;
+  std::array<double, kLanes> sum = {};
+  std::array<double, kLanes> squares = {};
+  std::array<std::uint32_t, kLanes> noData = {};
+  minimum.fill(row.minimum);
+  maximum.fill(row.maximum);
+  const auto count = [&](float value, std::size_t lane) {
+    // A comparison with NaN is false and leaves the extremes alone.
+    minimum[lane] = value < minimum[lane] ? value : minimum[lane];
+    maximum[lane] = value > maximum[lane] ? value : maximum[lane];
+    const bool counts = !kMasksNan || value == value;
+    if constexpr (kMasksNan) noData[lane] += counts ? 0 : 1;
+    const double distance = counts ? static_cast<double>(value) - origin : 0;
+    sum[lane] += distance;
+    squares[lane] += distance * distance;
+  };
+  std::size_t i = 0;
+  for (; i + kLanes <= columns; i += kLanes)
+    for (std::size_t lane = 0; lane < kLanes; ++lane) count(values[(i + lane) * kParts], lane);
+  for (std::size_t lane = 0; i + lane < columns; ++lane) count(values[(i + lane) * kParts], lane);
+  for (std::size_t lane = 0; lane < kLanes; ++lane) {
+    row.minimum = std::min(row.minimum, minimum[lane]);
+    row.maximum = std::max(row.maximum, maximum[lane]);
+    row.sum += sum[lane];
+    row.squares += squares[lane];
+    row.noData += noData[lane];
+  }
+  return row;
+}
+
+// Distances from an element of the row stay exact and small where its elements lie close together.
+template <std::size_t kParts>
+double OriginOf(const float* values, std::size_t columns) {
+  for (std::size_t i = 0; i < columns; ++i)
+    if (std::isfinite(values[i * kParts])) return static_cast<double>(values[i * kParts]);
+  return 0;
+}
+
+template <std::size_t kParts>
+void AddRow(const float* values, std::size_t columns, ValidStatistics& statistics) {
+  const double origin = OriginOf<kParts>(values, columns);
+  RowCounts row = CountRow<kParts, false>(values, columns, origin);
+  if (std::isnan(row.sum))  // seldom: a NaN, or infinities of both signs
+    row = CountRow<kParts, true>(values, columns, origin);
+  statistics.noData += row.noData;
+  const std::uint64_t valid = columns - row.noData;
+  if (valid == 0) return;
+  statistics.valid += valid;
+  statistics.minimum = std::min(statistics.minimum, row.minimum);
+  statistics.maximum = std::max(statistics.maximum, row.maximum);
+  const auto count = static_cast<double>(valid);
+  statistics.sum.AddProduct(origin, count);
+  statistics.sum.Add(row.sum);
+  // Of origin + distance, squared.
+  statistics.squares.AddProduct(origin * origin, count);
+  statistics.squares.AddProduct(2 * origin, row.sum);
+  statistics.squares.Add(row.squares);
+}
+
+}  // namespace
+
+void ExactSum::Add(double value) {
+  if (!std::isfinite(value)) {
+    notFinite_ += value;
+    return;
+  }
+  std::size_t kept = 0;
+  for (double part : parts_) {
+    if (std::abs(value) < std::abs(part)) std::swap(value, part);
+    const double high = value + part;
+    const double low = part - (high - value);
+    if (low != 0) parts_[kept++] = low;
+    value = high;
+  }
+  parts_.resize(kept);
+  parts_.push_back(value);
+}
+
+void ExactSum::AddProduct(double a, double b) {
+  const double product = a * b;
+  Add(product);
+  if (std::isfinite(product)) Add(std::fma(a, b, -product));
+}
+
+double ExactSum::Rounded() const {
+  if (notFinite_ != 0) return notFinite_;  // NaN, too, is unequal to zero
+  double high = 0;
+  double low = 0;
+  std::size_t left = parts_.size();
+  while (left > 0 && low == 0) {
+    const double before = high;
+    const double part = parts_[--left];
+    high = before + part;
+    low = part - (high - before);
+  }
+  // Half way between two doubles the parts that are left decide.
+  if (left > 0 && low != 0 && (low > 0) == (parts_[left - 1] > 0)) {
+    const double next = high + 2 * low;
+    if (next - high == 2 * low) return next;
+  }
+  return high;
+}
+
+double ValidStatistics::Deviation() const {
+  // The square of the sum divided by the count, as two doubles that have some 100 bits together.
+  const auto count = static_cast<double>(valid);
+  const double high = sum.Rounded();
+  ExactSum rest = sum;
+  rest.Add(-high);
+  const double square = high * high;
+  const double restOfSquare = std::fma(high, high, -square) + 2 * high * rest.Rounded();
+  const double quotient = square / count;
+  const double remainder = std::fma(-quotient, count, square) + restOfSquare;
+
+  ExactSum deviations = squares;
+  deviations.Add(-quotient);
+  deviations.Add(-remainder / count);
+  const double squared = deviations.Rounded();
+  return squared < 0 ? 0 : std::sqrt(squared / count);
+}
+
+void CountRows(const float* values, int columns, int rows, int parts, ValidStatistics& statistics) {
+  const auto width = static_cast<std::size_t>(columns);
+  for (int row = 0; row < rows; ++row) {
+    if (parts == 1)
+      AddRow<1>(values, width, statistics);
+    else
+      AddRow<2>(values, width, statistics);
+    values += width * static_cast<std::size_t>(parts);
+  }
+}
+
+bool HasImaginaryPart(const float* values, std::size_t elements) {
+  for (std::size_t i = 0; i < elements; ++i) {
+    const float imaginary = values[2 * i + 1];
+    if (imaginary < 0 || imaginary > 0) return true;
+  }
+  return false;
+}
 
 std::string StatisticsLine(int band, const BandStatistics& statistics) {
   const ValidStatistics& valid = statistics.valid;
   const std::string start = "band " + std::to_string(band) + ": ";
+  if (valid.noData == 1 && valid.valid == 0) return start + "its one element is no data";
   if (valid.valid == 0)
     return start + "all " + std::to_string(valid.noData) + " elements are no data";
   std::string line = start + "minimum " + ShortestText(valid.minimum) + ", maximum " +
                      ShortestText(valid.maximum) + ", mean " + ShortestText(valid.Mean()) +
-                     ", sum " + ShortestText(valid.sum);
+                     ", deviation " + ShortestText(valid.Deviation()) + ", sum " +
+                     ShortestText(valid.sum.Rounded());
   if (valid.noData > 0) line += ", " + std::to_string(valid.noData) + " no data";
   return line;
 }
@@ -21,18 +185,18 @@ std::string StatisticsLine(int band, const BandStatistics& statistics) {
 void StoreStatistics(const BandStatistics& statistics, const DataMode& mode, GDALRasterBand& band) {
   const ValidStatistics& valid = statistics.valid;
   const UnheldElements& unheld = statistics.unheld;
-  const bool finite =
-      std::isfinite(valid.minimum) && std::isfinite(valid.maximum) && std::isfinite(valid.sum);
-  if (mode.complex || !finite || unheld.saturated > 0 || unheld.moved > 0 || unheld.nan > 0) return;
+  const double deviation = valid.Deviation();  // finite only when all elements are
+  const bool stored = unheld.saturated == 0 && unheld.moved == 0 && unheld.nan == 0;
+  if (mode.complex || !stored || !std::isfinite(deviation)) return;
   const auto text = [&mode](float extreme) {
     return mode.integer ? ShortestText(RoundedAndSaturated(extreme, mode)) : ShortestText(extreme);
   };
+  const double share =
+      100 * static_cast<double>(valid.valid) / static_cast<double>(valid.Elements());
   band.SetMetadataItem("STATISTICS_MINIMUM", text(valid.minimum).c_str());
   band.SetMetadataItem("STATISTICS_MAXIMUM", text(valid.maximum).c_str());
   band.SetMetadataItem("STATISTICS_MEAN", ShortestText(valid.Mean()).c_str());
-  if (valid.noData == 0) return;
-  const double share =
-      100 * static_cast<double>(valid.valid) / static_cast<double>(valid.Elements());
+  band.SetMetadataItem("STATISTICS_STDDEV", ShortestText(deviation).c_str());
   band.SetMetadataItem("STATISTICS_VALID_PERCENT", ShortestText(share).c_str());
 }
 

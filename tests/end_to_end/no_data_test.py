@@ -84,7 +84,11 @@ class NoData(harness.ProgramTest):
         band = json.loads(file.read_text())["bands"][0]
         self.assertEqual({name: band[name] for name in told}, told)
         dataset = gdal.Open(self.out)
-        self.assertEqual(dataset.GetRasterBand(1).GetMetadata(),
+        metadata = dataset.GetRasterBand(1).GetMetadata()
+        deviation = float(metadata.pop("STATISTICS_STDDEV"))
+        self.assertEqual(deviation, band["standard_deviation"])
+        self.assertAlmostEqual(deviation, exact.std(), delta=1e-12)
+        self.assertEqual(metadata,
                          {"STATISTICS_MINIMUM": f"{np.rint(exact.min()):.0f}",
                           "STATISTICS_MAXIMUM": f"{np.rint(exact.max()):.0f}",
                           "STATISTICS_MEAN": f"{exact.mean()}",
