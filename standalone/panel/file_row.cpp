@@ -2,11 +2,12 @@
 
 #include <QDragEnterEvent>
 #include <QFileDialog>
-#include <QFileInfo>
 #include <QGridLayout>
 #include <QMimeData>
-#include <QUrl>
+#include <QPushButton>
 #include <utility>
+
+#include "standalone/panel/widgets.h"
 
 namespace lumomixcalc::standalone {
 
@@ -16,17 +17,12 @@ FileEdit::FileEdit() {
 }
 
 void FileEdit::dragEnterEvent(QDragEnterEvent* event) {
-  if (event->mimeData()->hasUrls())
-    event->acceptProposedAction();
-  else
-    QLineEdit::dragEnterEvent(event);
+  if (!event->mimeData()->hasUrls()) return QLineEdit::dragEnterEvent(event);
+  event->acceptProposedAction();
 }
 
 void FileEdit::dropEvent(QDropEvent* event) {
-  if (!event->mimeData()->hasUrls()) {
-    QLineEdit::dropEvent(event);
-    return;
-  }
+  if (!event->mimeData()->hasUrls()) return QLineEdit::dropEvent(event);
   const QUrl url = event->mimeData()->urls().first();
   setText(url.isLocalFile() ? url.toLocalFile() : url.toString());
   event->acceptProposedAction();
@@ -34,33 +30,27 @@ void FileEdit::dropEvent(QDropEvent* event) {
 
 FileRow::FileRow(QGridLayout& grid, const DeclaredStream& stream, FileUse use,
                  std::function<void()> changed)
-    : stream_(stream.number),
-      use_(use),
-      edit_(new FileEdit),
-      label_(QString::fromStdString(stream.label)) {
+    : stream_(stream.number), use_(use), edit_(new FileEdit), label_(Text(stream.label)) {
   const int row = grid.rowCount();
-  auto* const label = new QLabel(label_);
-  label->setBuddy(edit_);
-  edit_->setObjectName(label_);
-  edit_->setAccessibleName(label_ + QStringLiteral(" file"));
-  edit_->setToolTip(use == FileUse::kInput ? QStringLiteral("A raster; may be dropped here")
-                                           : QStringLiteral("The file to write"));
-  auto* const browse = new QPushButton(QStringLiteral("Browse\u2026"));
-  browse->setAccessibleName(QStringLiteral("Browse for ") + label_);
+  Named(edit_, label_, label_ + " file");
+  edit_->setToolTip(use == FileUse::kInput ? "A raster; may be dropped here" : "The file to write");
+  auto* const browse = new QPushButton("Browse\u2026");
+  browse->setAccessibleName("Browse for " + label_);
   QObject::connect(edit_, &QLineEdit::textChanged, std::move(changed));
   QObject::connect(browse, &QPushButton::clicked, edit_, [this] { Browse(); });
-  grid.addWidget(label, row, 0);
+  grid.addWidget(NewLabel(label_, edit_), row, 0);
   grid.addWidget(edit_, row, 1);
   grid.addWidget(browse, row, 2);
 }
 
 void FileRow::Browse() {
+  QWidget* const window = edit_->window();
   const QString folder = File().isEmpty() ? QString() : QFileInfo(File()).path();
   const QString file =
       use_ == FileUse::kInput
-          ? QFileDialog::getOpenFileName(edit_->window(), QStringLiteral("Open ") + label_, folder)
-          // Whether to replace a file is asked when the run starts.
-          : QFileDialog::getSaveFileName(edit_->window(), label_, File(), QString(), nullptr,
+          ? QFileDialog::getOpenFileName(window, "Open " + label_, folder)
+          // The run asks whether to replace a file.
+          : QFileDialog::getSaveFileName(window, label_, File(), QString(), nullptr,
                                          QFileDialog::DontConfirmOverwrite);
   if (!file.isEmpty()) SetFile(file);
 }

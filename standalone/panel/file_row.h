@@ -1,9 +1,7 @@
 #ifndef LUMOMIXCALC_STANDALONE_PANEL_FILE_ROW_H
 #define LUMOMIXCALC_STANDALONE_PANEL_FILE_ROW_H
 
-#include <QLabel>
 #include <QLineEdit>
-#include <QPushButton>
 #include <functional>
 
 #include "standalone/framework/registration.h"

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "standalone/base/messages.h"
 #include "standalone/framework/host_calls.h"
 #include "standalone/runs/job.h"
 
@@ -21,9 +22,9 @@ struct PreviewImage {
   std::string note;           // why there is nothing
 };
 
-// What the current settings give. All images show the whole area of the inputs.
+// The images of the current settings. All show the whole area of the inputs.
 struct Preview {
-  std::vector<PreviewImage> inputs;  // one a declared input
+  std::vector<PreviewImage> inputs;  // one per declared input
   PreviewImage result;
 };
 
@@ -31,9 +32,10 @@ struct Preview {
 // operator cost no more than the result.
 class PreviewMaker {
  public:
-  // The preview of a band for the files and the mode of job. A file or setting that does not
-  // serve is told by the note of its image. Throws Cancelled.
-  Preview Make(const Job& job, int band, HostState& host, const std::stop_token& stop);
+  // The preview of a band for the files and the mode of job. Problems are reported in the image's
+  // note; warn gets the warnings, from any thread, one at a time. Throws Cancelled.
+  Preview Make(const Job& job, int band, HostState& host, const std::stop_token& stop,
+               const MessageSink& warn);
 
  private:
   const PreviewImage& Input(const DeclaredStream& stream, const Job& job, int band,

@@ -20,9 +20,8 @@ class RasterView : public QWidget {
 
   explicit RasterView(Callbacks callbacks);
 
-  void SetPicture(QImage picture);
-  // Shown where there is no picture.
-  void SetNote(const QString& note);
+  // The note is shown where there is no picture.
+  void Show(QImage picture, const QString& note);
   // The outlined area, or none.
   void SetOutline(std::optional<QRectF> area);
   // The marked place, or none.

@@ -19,6 +19,12 @@ std::vector<float> Ramp() {
   return values;
 }
 
+std::vector<QRgb> Pixels(const std::vector<float>& values, Limits limits, bool cyclic) {
+  const QImage row = Picture(values, static_cast<int>(values.size()), limits, cyclic);
+  const auto* const pixels = reinterpret_cast<const QRgb*>(row.constScanLine(0));
+  return {pixels, pixels + row.width()};
+}
+
 TEST(PartOf, GivesEachPartOfComplexElements) {
   const std::vector<float> pairs = {3, 4, 0, -2};
   EXPECT_EQ(PartOf(pairs, ComplexPart::kMagnitude), (std::vector<float>{5, 2}));
@@ -47,19 +53,19 @@ TEST(Spread, TakesLogarithmsAndPutsWhatHasNoneLowest) {
   EXPECT_EQ(Spread({-5}, Stretch::kMinMax), std::vector<float>{-5});
 }
 
-TEST(Pixels, GoFromBlackToWhiteBetweenTheLimits) {
+TEST(Picture, GoFromBlackToWhiteBetweenTheLimits) {
   const std::vector<float> values = {-INFINITY, 0, 5, 10, 1e30F, NAN};
-  const std::vector<std::uint32_t> pixels = Pixels(values, {0, 10}, false);
-  EXPECT_EQ(pixels, (std::vector<std::uint32_t>{0xFF000000, 0xFF000000, 0xFF808080, 0xFFFFFFFF,
-                                                0xFFFFFFFF, 0}));
+  const std::vector<QRgb> pixels = Pixels(values, {0, 10}, false);
+  EXPECT_EQ(pixels,
+            (std::vector<QRgb>{0xFF000000, 0xFF000000, 0xFF808080, 0xFFFFFFFF, 0xFFFFFFFF, 0}));
   constexpr float kMost = std::numeric_limits<float>::max();
-  EXPECT_EQ(Pixels(std::vector<float>{0}, {-kMost, kMost}, false)[0], 0xFF808080);
-  EXPECT_EQ(Pixels(std::vector<float>{4}, {4, 4}, false)[0], 0xFF808080);
+  EXPECT_EQ(Pixels({0}, {-kMost, kMost}, false)[0], 0xFF808080);
+  EXPECT_EQ(Pixels({4}, {4, 4}, false)[0], 0xFF808080);
 }
 
-TEST(Pixels, GiveTheTwoEndsOfATurnNeighbouringColours) {
+TEST(Picture, GiveTheTwoEndsOfATurnNeighbouringColours) {
   const Limits turn = PhaseLimits();
-  const auto colours = Pixels(std::vector<float>{turn.low, -1.5F, 0, 1.5F, turn.high}, turn, true);
+  const auto colours = Pixels({turn.low, -1.5F, 0, 1.5F, turn.high}, turn, true);
   for (int shift = 0; shift < 24; shift += 8)
     EXPECT_NEAR(colours[0] >> shift & 0xFF, colours[4] >> shift & 0xFF, 6);
   EXPECT_NE(colours[1], colours[2]);
