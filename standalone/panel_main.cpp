@@ -43,19 +43,17 @@ void ShowPanel(const Options& options, HostState& host, const std::stop_token& s
 
   SetUpGdal();
   host.registration.Call(IP_SLOT_SET_MENU);
-  PanelWindow window(host, options.job);
-  window.show();
-  // A signal closes the panel without a question, as QApplication::quit would not. The window's end
-  // cancels its run.
-  const std::stop_callback end(stop, [&application] {
-    QMetaObject::invokeMethod(
-        &application, [] { QCoreApplication::exit(); }, Qt::QueuedConnection);
-  });
-  QCoreApplication::exec();
-}
-
-void RunPanel(const Options& options, HostState& host, const std::stop_token& stop) {
-  ShowPanel(options, host, stop);
+  {
+    PanelWindow window(host, options.job);
+    window.show();
+    // A signal closes the panel without a question, as QApplication::quit would not. The window's
+    // end cancels its run.
+    const std::stop_callback end(stop, [&application] {
+      QMetaObject::invokeMethod(
+          &application, [] { QCoreApplication::exit(); }, Qt::QueuedConnection);
+    });
+    QCoreApplication::exec();
+  }
   if (stop.stop_requested()) throw Cancelled();
 }
 
@@ -68,5 +66,5 @@ int main(int argc, char** argv) {
   // What it shows may have fewer files than a run needs, as after this option.
   if (std::find(arguments.begin(), arguments.end(), "-panel") == arguments.end())
     arguments.insert(arguments.begin(), "-panel");
-  return RunProgram(arguments, IPAppSpecifics, RunPanel);
+  return RunProgram(arguments, IPAppSpecifics, ShowPanel);
 }

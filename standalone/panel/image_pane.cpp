@@ -1,7 +1,5 @@
 #include "standalone/panel/image_pane.h"
 
-#include <QHBoxLayout>
-#include <QPainter>
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -9,7 +7,6 @@
 #include <utility>
 
 #include "standalone/base/numbers.h"
-#include "standalone/panel/widgets.h"
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -40,18 +37,12 @@ void HistogramView::Show(const std::vector<float>& spread, Limits limits, bool c
   setAccessibleName(QString("Histogram, shown from %1 to %2").arg(lowText_, highText_));
 }
 
-double HistogramView::ColumnOf(double value) const {
-  const double low = histogram_.range.low;
-  return (value - low) / (histogram_.range.high - low) * width();
-}
-
 void HistogramView::PaintBars(QPainter& painter) const {
-  const double most = *std::max_element(histogram_.counts.begin(), histogram_.counts.end());
-  if (most == 0) return;
-  const double binWidth =
-      static_cast<double>(width()) / static_cast<double>(histogram_.counts.size());
+  const std::vector<std::uint32_t>& counts = histogram_.counts;
+  const double most = std::max(1U, *std::max_element(counts.begin(), counts.end()));
+  const double binWidth = static_cast<double>(width()) / static_cast<double>(counts.size());
   double column = 0;
-  for (const std::uint32_t count : histogram_.counts) {
+  for (const std::uint32_t count : counts) {
     // Heights by the square root, so that rare values beside a dominant one are seen.
     const double height = kBarsHeight * std::sqrt(count / most);
     painter.fillRect(QRectF(column, kBarsHeight - height, binWidth, height),
@@ -64,8 +55,10 @@ void HistogramView::paintEvent(QPaintEvent*) {
   if (histogram_.counts.empty()) return;
   QPainter painter(this);
   PaintBars(painter);
-  const double low = ColumnOf(limits_.low);
-  const double high = ColumnOf(limits_.high);
+  const double left = histogram_.range.low;
+  const double scale = width() / (histogram_.range.high - left);
+  const double low = (limits_.low - left) * scale;
+  const double high = (limits_.high - left) * scale;
   painter.drawImage(QRectF(low, kBarsHeight, high - low, kColoursHeight), colours_);
   painter.setPen(QPen(palette().color(QPalette::Highlight), 2));
   for (const double limit : {low, high})
@@ -75,8 +68,8 @@ void HistogramView::paintEvent(QPaintEvent*) {
   painter.setPen(palette().color(QPalette::WindowText));
   const auto figure = [&](double column, const QString& text, double least, double most) {
     const double textWidth = fontMetrics().horizontalAdvance(text);
-    const double left = std::max(least, std::min(column - textWidth / 2, most - textWidth));
-    painter.drawText(QPointF(left, height() - fontMetrics().descent()), text);
+    const double start = std::max(least, std::min(column - textWidth / 2, most - textWidth));
+    painter.drawText(QPointF(start, height() - fontMetrics().descent()), text);
   };
   figure(low, lowText_, 0, width() / 2.0);
   figure(high, highText_, width() / 2.0 + 8, width());

@@ -1,13 +1,10 @@
 #ifndef LUMOMIXCALC_STANDALONE_PANEL_IMAGE_PANE_H
 #define LUMOMIXCALC_STANDALONE_PANEL_IMAGE_PANE_H
 
-#include <QWidget>
-
 #include "standalone/panel/preview.h"
 #include "standalone/panel/raster_view.h"
 #include "standalone/panel/rendering.h"
-
-class QComboBox;
+#include "standalone/panel/widgets.h"
 
 namespace lumomixcalc::standalone {
 
@@ -25,7 +22,6 @@ class HistogramView : public QWidget {
   void paintEvent(QPaintEvent* event) override;
 
  private:
-  double ColumnOf(double value) const;
   void PaintBars(QPainter& painter) const;
 
   Histogram histogram_;

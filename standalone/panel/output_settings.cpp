@@ -1,13 +1,7 @@
 #include "standalone/panel/output_settings.h"
 
-#include <QCheckBox>
-#include <QGridLayout>
-#include <QHBoxLayout>
-#include <QSignalBlocker>
-#include <QSpinBox>
 #include <utility>
 
-#include "standalone/panel/widgets.h"
 #include "standalone/rasters/data_modes.h"
 #include "standalone/rasters/output_format.h"
 

@@ -1,18 +1,9 @@
 #ifndef LUMOMIXCALC_STANDALONE_PANEL_OUTPUT_SETTINGS_H
 #define LUMOMIXCALC_STANDALONE_PANEL_OUTPUT_SETTINGS_H
 
-#include <QRect>
-#include <QWidget>
-#include <functional>
-#include <optional>
-
 #include "standalone/framework/registration.h"
+#include "standalone/panel/widgets.h"
 #include "standalone/runs/job.h"
-
-class QCheckBox;
-class QComboBox;
-class QGridLayout;
-class QSpinBox;
 
 namespace lumomixcalc::standalone {
 

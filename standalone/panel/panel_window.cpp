@@ -1,21 +1,5 @@
 #include "standalone/panel/panel_window.h"
 
-#include <QApplication>
-#include <QClipboard>
-#include <QCloseEvent>
-#include <QFileInfo>
-#include <QGridLayout>
-#include <QGroupBox>
-#include <QKeyEvent>
-#include <QLineEdit>
-#include <QMessageBox>
-#include <QPlainTextEdit>
-#include <QPushButton>
-#include <QScreen>
-#include <QSettings>
-#include <QShortcut>
-#include <QSplitter>
-#include <QVBoxLayout>
 #include <algorithm>
 #include <utility>
 
@@ -23,7 +7,6 @@
 #include "standalone/panel/preview_pane.h"
 #include "standalone/panel/rows_view.h"
 #include "standalone/panel/run_bar.h"
-#include "standalone/panel/widgets.h"
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -40,15 +23,17 @@ QLayout* LayoutOf(QWidget* widget) {
   return layout;
 }
 
-// A file's name that is valid in every folder, for the command to be copied and for the next start.
-// A name that is no file on disk, such as one that only GDAL understands, stays as it is.
-QString Absolute(const QString& file, bool isOutput) {
-  const QFileInfo info(file);
-  return isOutput || info.exists() ? info.absoluteFilePath() : file;
+// The chosen file by a name that is valid in every folder, for the command to be copied and for the
+// next start. A name that is no file on disk, such as one that only GDAL understands, stays as it
+// is.
+QString FileOf(const FileField& field) {
+  const QFileInfo info(field.File());
+  const bool isFile = field.Use() == FileUse::kOutput || info.exists();
+  return isFile && !field.File().isEmpty() ? info.absoluteFilePath() : field.File();
 }
 
-// The key under which the file of a row is kept.
-QString FileKey(const FileRow& row) { return QString("files/%1").arg(row.StreamNumber()); }
+// The key under which a field's file is kept.
+QString FileKey(const FileField& field) { return QString("files/%1").arg(field.StreamNumber()); }
 
 }  // namespace
 
@@ -83,8 +68,9 @@ QWidget* PanelWindow::MakeSettings() {
   auto* const layout = NewLayout<QVBoxLayout>(settings_);
   auto* const fileGrid = new QGridLayout;
   for (const DeclaredStream& input : host_.registration.inputs)
-    files_.emplace_back(*fileGrid, input, FileUse::kInput, changed);
-  files_.emplace_back(*fileGrid, host_.registration.Output(), FileUse::kOutput, changed);
+    files_.push_back(new FileField(*fileGrid, input, FileUse::kInput, changed));
+  files_.push_back(
+      new FileField(*fileGrid, host_.registration.Output(), FileUse::kOutput, changed));
   rows_ = new RowsView(host_.panel, {write, write, changed});
   output_ = new OutputSettings(host_.registration, first_, changed);
   AddGroup(*layout, "Files", fileGrid);
@@ -134,8 +120,8 @@ void PanelWindow::AddShortcuts() {
   };
   add(QKeySequence::Open, [this] {
     const auto empty = std::find_if(files_.begin(), files_.end(),
-                                    [](const FileRow& row) { return row.File().isEmpty(); });
-    if (!running_) (empty == files_.end() ? files_.front() : *empty).Browse();
+                                    [](FileField* field) { return field->File().isEmpty(); });
+    if (!running_) (empty == files_.end() ? files_.front() : *empty)->Browse();
   });
   add(QKeySequence(Qt::CTRL | Qt::Key_R), [this] { Run(); });
   add(QKeySequence(Qt::Key_Escape), [this] { worker_->CancelRun(); });
@@ -171,12 +157,12 @@ void PanelWindow::RestoreHabits() {
     columns_->setSizes({430, kFirstSize.width() - 430});
   preview_->Restore(settings);
   // When files are given at the start, none is restored beside them.
-  for (FileRow& row : files_) {
-    const auto given = first_.files.find(row.StreamNumber());
+  for (FileField* const field : files_) {
+    const auto given = first_.files.find(field->StreamNumber());
     if (given != first_.files.end())
-      row.SetFile(Text(given->second));
+      field->setText(Text(given->second));
     else if (first_.files.empty())
-      row.SetFile(settings.value(FileKey(row)).toString());
+      field->setText(settings.value(FileKey(*field)).toString());
   }
 }
 
@@ -185,11 +171,7 @@ void PanelWindow::SaveHabits() const {
   settings.setValue("window/size", size());
   settings.setValue("window/columns", columns_->saveState());
   preview_->Save(settings);
-  const Job job = CurrentJob();
-  for (const FileRow& row : files_) {
-    const auto file = job.files.find(row.StreamNumber());
-    settings.setValue(FileKey(row), file == job.files.end() ? QString() : Text(file->second));
-  }
+  for (const FileField* const field : files_) settings.setValue(FileKey(*field), FileOf(*field));
 }
 
 // Puts the window where the application wants it, but inside the screen.
@@ -205,11 +187,9 @@ void PanelWindow::PlaceOnScreen() {
 Job PanelWindow::CurrentJob() const {
   Job job = first_;
   job.files.clear();
-  for (const FileRow& row : files_) {
-    const bool isOutput = row.StreamNumber() == host_.registration.Output().number;
-    if (!row.File().isEmpty())
-      job.files[row.StreamNumber()] = Absolute(row.File(), isOutput).toStdString();
-  }
+  for (const FileField* const field : files_)
+    if (const QString file = FileOf(*field); !file.isEmpty())
+      job.files[field->StreamNumber()] = file.toStdString();
   output_->Apply(job);
   return job;
 }
@@ -286,7 +266,7 @@ void PanelWindow::EndRun(RunEnd end) {
   settings_->setEnabled(true);
   preview_->LetDraw(host_.registration.regions);
   runBar_->End(end == RunEnd::kDone ? "done" : end == RunEnd::kCancelled ? "cancelled" : "failed");
-  if (end == RunEnd::kDone) ShowMessage("Written: " + files_.back().File());
+  if (end == RunEnd::kDone) ShowMessage("Written: " + files_.back()->File());
   if (end == RunEnd::kCancelled) ShowMessage("Cancelled; nothing was written.");
   Refresh();
 }

@@ -1,21 +1,13 @@
 #ifndef LUMOMIXCALC_STANDALONE_PANEL_PANEL_WINDOW_H
 #define LUMOMIXCALC_STANDALONE_PANEL_PANEL_WINDOW_H
 
-#include <QWidget>
-#include <list>
 #include <memory>
-#include <optional>
-#include <string>
+#include <vector>
 
 #include "standalone/framework/host_calls.h"
-#include "standalone/panel/file_row.h"
+#include "standalone/panel/fields.h"
 #include "standalone/panel/panel_worker.h"
 #include "standalone/runs/job.h"
-
-class QLineEdit;
-class QPlainTextEdit;
-class QPushButton;
-class QSplitter;
 
 namespace lumomixcalc::standalone {
 
@@ -62,7 +54,7 @@ class PanelWindow : public QWidget {
 
   HostState& host_;
   Job first_;
-  std::list<FileRow> files_;  // the inputs, then the output; they must not move
+  std::vector<FileField*> files_;  // the inputs, then the output
   QWidget* settings_ = nullptr;
   RowsView* rows_ = nullptr;
   OutputSettings* output_ = nullptr;

@@ -7,7 +7,6 @@
 
 #include "standalone/base/messages.h"
 #include "standalone/rasters/raster_input.h"
-#include "standalone/runs/memory_run.h"
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -60,11 +59,8 @@ PreviewImage ComputeResult(const Job& job, int band, HostState& host, const std:
   Job coarse = job;
   coarse.selection = WholeImageCoarsely();
   coarse.bands = {band};
-  MemoryRaster raster = RunInMemory(coarse, host, {stop});
   PreviewImage image;
-  image.grid = raster.grid;
-  image.complex = raster.complex;
-  image.values = std::move(raster.values);
+  static_cast<MemoryRaster&>(image) = RunInMemory(coarse, host, {stop});
   return image;
 }
 

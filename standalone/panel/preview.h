@@ -8,18 +8,16 @@
 #include "standalone/base/messages.h"
 #include "standalone/framework/host_calls.h"
 #include "standalone/runs/job.h"
+#include "standalone/runs/memory_run.h"
 
 namespace lumomixcalc::standalone {
 
 // One band of an input or of the result, on the coarse grid of a preview.
-struct PreviewImage {
-  OutputGrid grid;
+struct PreviewImage : MemoryRaster {
   int fullColumns = 0;  // pixels of the whole image
   int fullRows = 0;
   int bands = 0;
-  bool complex = false;
-  std::vector<float> values;  // pairs when complex; none when there is nothing to show
-  std::string note;           // why there is nothing
+  std::string note;  // why there are no values
 };
 
 // The images of the current settings. All show the whole area of the inputs.

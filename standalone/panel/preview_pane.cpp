@@ -1,16 +1,9 @@
 #include "standalone/panel/preview_pane.h"
 
-#include <QGridLayout>
-#include <QHBoxLayout>
-#include <QSettings>
-#include <QSpinBox>
-#include <QVBoxLayout>
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <utility>
-
-#include "standalone/panel/widgets.h"
 
 namespace lumomixcalc::standalone {
 namespace {

@@ -1,22 +1,11 @@
 #ifndef LUMOMIXCALC_STANDALONE_PANEL_PREVIEW_PANE_H
 #define LUMOMIXCALC_STANDALONE_PANEL_PREVIEW_PANE_H
 
-#include <QRect>
-#include <QTimer>
-#include <QWidget>
-#include <functional>
-#include <optional>
 #include <vector>
 
 #include "standalone/panel/image_pane.h"
 #include "standalone/panel/preview.h"
-
-class QComboBox;
-class QGridLayout;
-class QHBoxLayout;
-class QLabel;
-class QSettings;
-class QSpinBox;
+#include "standalone/panel/widgets.h"
 
 namespace lumomixcalc::standalone {
 

@@ -1,7 +1,5 @@
 #include "standalone/panel/raster_view.h"
 
-#include <QMouseEvent>
-#include <QPainter>
 #include <algorithm>
 #include <utility>
 

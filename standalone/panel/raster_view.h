@@ -1,11 +1,7 @@
 #ifndef LUMOMIXCALC_STANDALONE_PANEL_RASTER_VIEW_H
 #define LUMOMIXCALC_STANDALONE_PANEL_RASTER_VIEW_H
 
-#include <QImage>
-#include <QRectF>
-#include <QWidget>
-#include <functional>
-#include <optional>
+#include "standalone/panel/widgets.h"
 
 namespace lumomixcalc::standalone {
 

@@ -1,19 +1,8 @@
 #include "standalone/panel/rows_view.h"
 
-#include <QCheckBox>
-#include <QDialog>
-#include <QDialogButtonBox>
-#include <QFile>
-#include <QFontDatabase>
-#include <QGridLayout>
-#include <QHBoxLayout>
-#include <QPlainTextEdit>
-#include <QPushButton>
 #include <algorithm>
 #include <utility>
 #include <variant>
-
-#include "standalone/panel/widgets.h"
 
 namespace lumomixcalc::standalone {
 namespace {

@@ -1,14 +1,11 @@
 #ifndef LUMOMIXCALC_STANDALONE_PANEL_ROWS_VIEW_H
 #define LUMOMIXCALC_STANDALONE_PANEL_ROWS_VIEW_H
 
-#include <QString>
-#include <QWidget>
 #include <cstdint>
-#include <functional>
 #include <vector>
 
 #include "standalone/framework/panel_rows.h"
-#include "standalone/panel/number_field.h"
+#include "standalone/panel/fields.h"
 
 namespace lumomixcalc::standalone {
 

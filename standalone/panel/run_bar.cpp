@@ -1,12 +1,7 @@
 #include "standalone/panel/run_bar.h"
 
-#include <QHBoxLayout>
-#include <QProgressBar>
-#include <QPushButton>
 #include <cmath>
 #include <utility>
-
-#include "standalone/panel/widgets.h"
 
 namespace lumomixcalc::standalone {
 namespace {

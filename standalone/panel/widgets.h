@@ -1,11 +1,12 @@
 #ifndef LUMOMIXCALC_STANDALONE_PANEL_WIDGETS_H
 #define LUMOMIXCALC_STANDALONE_PANEL_WIDGETS_H
 
-#include <QComboBox>
-#include <QLabel>
-#include <QString>
+#include <QtWidgets>
+#include <functional>
+#include <optional>
 #include <string>
 
+// What the widgets of the panel have in common.
 namespace lumomixcalc::standalone {
 
 inline QString Text(const std::string& text) { return QString::fromStdString(text); }

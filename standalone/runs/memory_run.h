@@ -17,10 +17,10 @@ struct MemoryRaster {
 };
 
 // One run of the application as RunBatch makes it, for one band and into memory: nothing is written
-// and the job needs no output file; warnings and the reason why the application desists are told. Of job.bands the first is taken, of no
-// bands band 1; job.selection chooses place and resolution, with Resampling::kPreview the
-// quickest to read. Elements are those before an integer mode would round them. Throws Failure,
-// Cancelled, Desisted.
+// and the job needs no output file; warnings and the reason why the application desists are told.
+// Of job.bands the first is taken, of no bands band 1; job.selection chooses place and resolution,
+// with Resampling::kPreview the quickest to read. Elements are those before an integer mode would
+// round them. Throws Failure, Cancelled, Desisted.
 MemoryRaster RunInMemory(const Job& job, HostState& host, const RunControl& control);
 
 }  // namespace lumomixcalc::standalone

@@ -1,9 +1,8 @@
-#ifndef LUMOMIXCALC_STANDALONE_PANEL_NUMBER_FIELD_H
-#define LUMOMIXCALC_STANDALONE_PANEL_NUMBER_FIELD_H
+#ifndef LUMOMIXCALC_STANDALONE_PANEL_FIELDS_H
+#define LUMOMIXCALC_STANDALONE_PANEL_FIELDS_H
 
-#include <QLineEdit>
-#include <functional>
-#include <optional>
+#include "standalone/framework/registration.h"
+#include "standalone/panel/widgets.h"
 
 namespace lumomixcalc::standalone {
 
@@ -37,6 +36,29 @@ class NumberField : public QLineEdit {
   std::function<void(float value)> changed_;
   std::function<void()> faultChanged_;
   bool fault_ = false;
+};
+
+enum class FileUse { kInput, kOutput };
+
+// The field for the file of one declared stream; it takes files dropped on it.
+class FileField : public QLineEdit {
+ public:
+  // Adds a row to grid: the stream's label, the field and a browse button.
+  FileField(QGridLayout& grid, const DeclaredStream& stream, FileUse use,
+            std::function<void()> changed);
+
+  int StreamNumber() const { return stream_; }
+  FileUse Use() const { return use_; }
+  QString File() const { return text().trimmed(); }
+  void Browse();
+
+ protected:
+  void dragEnterEvent(QDragEnterEvent* event) override;
+  void dropEvent(QDropEvent* event) override;
+
+ private:
+  int stream_;
+  FileUse use_;
 };
 
 }  // namespace lumomixcalc::standalone

@@ -1,13 +1,11 @@
-#include "standalone/panel/number_field.h"
+#include "standalone/panel/fields.h"
 
-#include <QKeyEvent>
 #include <bit>
 #include <cstdint>
 #include <cstdlib>
 #include <utility>
 
 #include "standalone/base/numbers.h"
-#include "standalone/panel/widgets.h"
 
 namespace lumomixcalc::standalone {
 
@@ -63,6 +61,47 @@ void NumberField::Set(float value) {
 void NumberField::Show() {
   setText(Text(ShortestText(value_)));
   setCursorPosition(0);
+}
+
+FileField::FileField(QGridLayout& grid, const DeclaredStream& stream, FileUse use,
+                     std::function<void()> changed)
+    : stream_(stream.number), use_(use) {
+  const QString label = Text(stream.label);
+  Named(this, label, label + " file");
+  setAcceptDrops(true);
+  setClearButtonEnabled(true);
+  setToolTip(use == FileUse::kInput ? "A raster; may be dropped here" : "The file to write");
+  auto* const browse = new QPushButton("Browse\u2026");
+  browse->setAccessibleName("Browse for " + label);
+  connect(this, &QLineEdit::textChanged, std::move(changed));
+  connect(browse, &QPushButton::clicked, [this] { Browse(); });
+  const int row = grid.rowCount();
+  grid.addWidget(NewLabel(label, this), row, 0);
+  grid.addWidget(this, row, 1);
+  grid.addWidget(browse, row, 2);
+}
+
+void FileField::Browse() {
+  const QString folder = File().isEmpty() ? QString() : QFileInfo(File()).path();
+  const QString file =
+      use_ == FileUse::kInput
+          ? QFileDialog::getOpenFileName(window(), "Open " + objectName(), folder)
+          // The run asks whether to replace a file.
+          : QFileDialog::getSaveFileName(window(), objectName(), File(), QString(), nullptr,
+                                         QFileDialog::DontConfirmOverwrite);
+  if (!file.isEmpty()) setText(file);
+}
+
+void FileField::dragEnterEvent(QDragEnterEvent* event) {
+  if (!event->mimeData()->hasUrls()) return QLineEdit::dragEnterEvent(event);
+  event->acceptProposedAction();
+}
+
+void FileField::dropEvent(QDropEvent* event) {
+  if (!event->mimeData()->hasUrls()) return QLineEdit::dropEvent(event);
+  const QUrl url = event->mimeData()->urls().first();
+  setText(url.isLocalFile() ? url.toLocalFile() : url.toString());
+  event->acceptProposedAction();
 }
 
 }  // namespace lumomixcalc::standalone
