@@ -120,7 +120,7 @@ void ImagePane::Redraw() {
   const Stretch stretch = phase ? Stretch::kMinMax : stretch_;
   const std::vector<float> values =
       Spread(image_.complex ? PartOf(image_.values, part) : image_.values, stretch);
-  const Limits limits = phase ? PhaseLimits() : LimitsOf(values, stretch);
+  const Limits limits = phase ? kTurn : LimitsOf(values, stretch);
   raster_->Show(Picture(values, image_.grid.columns, limits, phase), Text(image_.note));
   histogram_->Show(values, limits, phase, stretch == Stretch::kLogarithm);
 }

@@ -11,16 +11,10 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-void AddGroup(QVBoxLayout& layout, const QString& title, QLayout* content) {
+void AddGroup(QVBoxLayout& layout, const QString& title, QWidget* content) {
   auto* const group = new QGroupBox(title);
-  group->setLayout(content);
+  (new QVBoxLayout(group))->addWidget(content);
   layout.addWidget(group);
-}
-
-QLayout* LayoutOf(QWidget* widget) {
-  auto* const layout = new QVBoxLayout;
-  layout->addWidget(widget);
-  return layout;
 }
 
 // The chosen file by a name that is valid in every folder, for the command to be copied and for the
@@ -66,16 +60,17 @@ QWidget* PanelWindow::MakeSettings() {
   };
   settings_ = new QWidget;
   auto* const layout = NewLayout<QVBoxLayout>(settings_);
-  auto* const fileGrid = new QGridLayout;
+  auto* const files = new QWidget;
+  auto* const fileGrid = NewLayout<QGridLayout>(files);
   for (const DeclaredStream& input : host_.registration.inputs)
     files_.push_back(new FileField(*fileGrid, input, FileUse::kInput, changed));
   files_.push_back(
       new FileField(*fileGrid, host_.registration.Output(), FileUse::kOutput, changed));
   rows_ = new RowsView(host_.panel, {write, write, changed});
   output_ = new OutputSettings(host_.registration, first_, changed);
-  AddGroup(*layout, "Files", fileGrid);
-  AddGroup(*layout, "Parameters", LayoutOf(rows_));
-  AddGroup(*layout, "Output", LayoutOf(output_));
+  AddGroup(*layout, "Files", files);
+  AddGroup(*layout, "Parameters", rows_);
+  AddGroup(*layout, "Output", output_);
 
   runBar_ = new RunBar([this] { Run(); }, [this] { worker_->CancelRun(); });
   auto* const side = new QWidget;

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "standalone/framework/host_calls.h"
-#include "standalone/panel/fields.h"
 #include "standalone/panel/panel_worker.h"
+#include "standalone/panel/widgets.h"
 #include "standalone/runs/job.h"
 
 namespace lumomixcalc::standalone {

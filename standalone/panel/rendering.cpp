@@ -6,12 +6,10 @@
 #include <complex>
 #include <cstddef>
 #include <limits>
-#include <numbers>
 
 namespace lumomixcalc::standalone {
 namespace {
 
-constexpr float kPi = std::numbers::pi_v<float>;
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
 // Once around the colour circle, from -pi on, in equal steps.
@@ -40,25 +38,9 @@ std::array<QRgb, kShades> Palette(bool cyclic) {
 }
 
 float Part(std::complex<float> element, ComplexPart part) {
-  switch (part) {
-    case ComplexPart::kMagnitude:
-      return std::abs(element);
-    case ComplexPart::kPhase:
-      return std::arg(element);
-    case ComplexPart::kReal:
-      return element.real();
-    case ComplexPart::kImaginary:
-      break;
-  }
-  return element.imag();
-}
-
-std::vector<float> FiniteValues(std::span<const float> values) {
-  std::vector<float> finite;
-  finite.reserve(values.size());
-  std::copy_if(values.begin(), values.end(), std::back_inserter(finite),
-               [](float value) { return std::isfinite(value); });
-  return finite;
+  if (part == ComplexPart::kMagnitude) return std::abs(element);
+  if (part == ComplexPart::kPhase) return std::arg(element);
+  return part == ComplexPart::kReal ? element.real() : element.imag();
 }
 
 }  // namespace
@@ -77,7 +59,9 @@ std::vector<float> Spread(std::vector<float> values, Stretch stretch) {
 }
 
 Limits LimitsOf(std::span<const float> spread, Stretch stretch) {
-  std::vector<float> finite = FiniteValues(spread);
+  std::vector<float> finite;
+  std::copy_if(spread.begin(), spread.end(), std::back_inserter(finite),
+               [](float value) { return std::isfinite(value); });
   if (finite.empty()) return {};
   const std::size_t cut = stretch == Stretch::kMinMax ? 0 : finite.size() / 50;
   const auto low = finite.begin() + static_cast<std::ptrdiff_t>(cut);
@@ -87,8 +71,6 @@ Limits LimitsOf(std::span<const float> spread, Stretch stretch) {
   std::nth_element(finite.begin(), high, finite.end());
   return {lowest, *high};
 }
-
-Limits PhaseLimits() { return {-kPi, kPi}; }
 
 QImage Picture(std::span<const float> spread, int columns, Limits limits, bool cyclic) {
   static const std::array kPalettes = {Palette(false), Palette(true)};

@@ -5,6 +5,7 @@
 
 #include <QImage>
 #include <cstdint>
+#include <numbers>
 #include <span>
 #include <vector>
 
@@ -35,7 +36,7 @@ std::vector<float> Spread(std::vector<float> values, Stretch stretch);
 Limits LimitsOf(std::span<const float> spread, Stretch stretch);
 
 // The limits of a phase: one turn, in radians.
-Limits PhaseLimits();
+inline constexpr Limits kTurn = {-std::numbers::pi_v<float>, std::numbers::pi_v<float>};
 
 // One pixel per element, row by row: grey from black at the low limit to white at the high one, or
 // with cyclic once around the colour circle. NaN is transparent.

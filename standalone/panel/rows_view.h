@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "standalone/framework/panel_rows.h"
-#include "standalone/panel/fields.h"
+#include "standalone/panel/widgets.h"
 
 namespace lumomixcalc::standalone {
 

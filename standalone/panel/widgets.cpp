@@ -1,4 +1,4 @@
-#include "standalone/panel/fields.h"
+#include "standalone/panel/widgets.h"
 
 #include <bit>
 #include <cstdint>
