@@ -87,7 +87,7 @@ void OutputSettings::AddResolution(QGridLayout& grid, const Job& first) {
 }
 
 void OutputSettings::AddStorage(QGridLayout& grid, const Job& first) {
-  mode_ = NewChoice("Output mode", {"float32, complex when an input that is read is complex"});
+  mode_ = NewChoice("Output mode", {"float32, complex if an input in use is"});
   for (const DataMode& mode : DataModes()) mode_->addItem(mode.name);
   mode_->setCurrentIndex(first.mode ? first.mode->code + 1 : 0);
   format_ = NewChoice("Output format", {"that of the file's extension"});

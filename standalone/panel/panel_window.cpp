@@ -37,7 +37,12 @@ PanelWindow::PanelWindow(HostState& host, const Job& first) : host_(host), first
   columns_->setChildrenCollapsible(false);
   columns_->setHandleWidth(14);
   columns_->addWidget(MakeSettings());
-  MakePreview();
+  std::vector<QString> titles;
+  for (const DeclaredStream& input : host.registration.inputs) titles.push_back(Text(input.label));
+  titles.push_back("Result");
+  preview_ = new PreviewPane(
+      titles, {[this](QRect pixels) { output_->SetRegion(pixels); }, [this] { Refresh(); }});
+  preview_->LetDraw(host.registration.regions);
   columns_->addWidget(preview_);
   columns_->setStretchFactor(1, 1);
   auto* const layout = new QVBoxLayout(this);
@@ -79,15 +84,6 @@ QWidget* PanelWindow::MakeSettings() {
   sideLayout->addWidget(runBar_);
   sideLayout->addStretch();
   return side;
-}
-
-void PanelWindow::MakePreview() {
-  std::vector<QString> titles;
-  for (const DeclaredStream& input : host_.registration.inputs) titles.push_back(Text(input.label));
-  titles.push_back("Result");
-  preview_ = new PreviewPane(
-      titles, {[this](QRect pixels) { output_->SetRegion(pixels); }, [this] { Refresh(); }});
-  preview_->LetDraw(host_.registration.regions);
 }
 
 QWidget* PanelWindow::MakeReports() {
@@ -137,11 +133,12 @@ bool PanelWindow::eventFilter(QObject* watched, QEvent* event) {
 void PanelWindow::StartWorker() {
   worker_ = std::make_unique<PanelWorker>(
       host_, *this,
-      PanelWorker::Listener{[this](const std::string& command) { ShowCommand(command); },
-                            [this](const Preview& preview) { ShowPreview(preview); },
-                            [this](double share) { runBar_->SetProgress(share); },
-                            [this](const std::string& message) { ShowMessage(Text(message)); },
-                            [this](RunEnd end) { EndRun(end); }});
+      PanelWorker::Listener{
+          [this](const std::string& command) { ShowCommand(command); },
+          [this](const Preview& preview) { ShowPreview(preview); },
+          [this](double share) { runBar_->SetProgress(share); },
+          [this](const std::string& message) { messages_->appendPlainText(Text(message)); },
+          [this](RunEnd end) { EndRun(end); }});
 }
 
 void PanelWindow::RestoreHabits() {
@@ -192,11 +189,8 @@ Job PanelWindow::CurrentJob() const {
 void PanelWindow::Refresh() {
   if (!worker_) return;  // still being made
   preview_->SetRegion(output_->Region());
-  if (rows_->FirstFault()) {
-    // No command says what the fields say; the preview stays with the last numbers.
-    ShowCommand("");
-    return;
-  }
+  // Without a command for what the fields say; the preview keeps the last numbers.
+  if (rows_->FirstFault()) return ShowCommand("");
   copy_->setEnabled(false);  // until the command is the current one again
   preview_->Await();
   worker_->Refresh(CurrentJob(), preview_->Band());
@@ -223,8 +217,8 @@ void PanelWindow::ShowPreview(const Preview& preview) {
 // The job to run, or none when the user must or wants to change something first.
 std::optional<Job> PanelWindow::JobToRun() {
   if (NumberField* const fault = rows_->FirstFault()) {
-    ShowMessage(QString("%1: \u201c%2\u201d is not a number that can be used.")
-                    .arg(fault->accessibleName(), fault->text()));
+    messages_->appendPlainText(QString("%1: \u201c%2\u201d is not a number that can be used.")
+                                   .arg(fault->accessibleName(), fault->text()));
     fault->setFocus();
     return std::nullopt;
   }
@@ -232,7 +226,8 @@ std::optional<Job> PanelWindow::JobToRun() {
   const DeclaredStream& stream = host_.registration.Output();
   const auto output = job.files.find(stream.number);
   if (output == job.files.end()) {
-    ShowMessage("There is no file to write: choose one as " + Text(stream.label) + ".");
+    messages_->appendPlainText("There is no file to write: choose one as " + Text(stream.label) +
+                               ".");
     return std::nullopt;
   }
   const QFileInfo existing(Text(output->second));
@@ -261,12 +256,10 @@ void PanelWindow::EndRun(RunEnd end) {
   settings_->setEnabled(true);
   preview_->LetDraw(host_.registration.regions);
   runBar_->End(end == RunEnd::kDone ? "done" : end == RunEnd::kCancelled ? "cancelled" : "failed");
-  if (end == RunEnd::kDone) ShowMessage("Written: " + files_.back()->File());
-  if (end == RunEnd::kCancelled) ShowMessage("Cancelled; nothing was written.");
+  if (end == RunEnd::kDone) messages_->appendPlainText("Written: " + files_.back()->File());
+  if (end == RunEnd::kCancelled) messages_->appendPlainText("Cancelled; nothing was written.");
   Refresh();
 }
-
-void PanelWindow::ShowMessage(const QString& message) { messages_->appendPlainText(message); }
 
 void PanelWindow::CopyCommand() {
   if (copy_->isEnabled()) QGuiApplication::clipboard()->setText(command_->text());

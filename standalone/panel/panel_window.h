@@ -33,7 +33,6 @@ class PanelWindow : public QWidget {
  private:
   QWidget* MakeSettings();
   QWidget* MakeReports();
-  void MakePreview();
   void AddShortcuts();
   void StartWorker();
 
@@ -48,7 +47,6 @@ class PanelWindow : public QWidget {
   void EndRun(RunEnd end);
   void ShowCommand(const std::string& command);
   void ShowPreview(const Preview& preview);
-  void ShowMessage(const QString& message);
   void CopyCommand();
   bool UserAgrees(const QString& question, const QString& yes);
 
