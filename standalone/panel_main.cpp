@@ -15,9 +15,8 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-// What the toolkit says of a display that it cannot use, before it ends the process by itself. Must
-// not return then.
-void EndForWantOfDisplay(QtMsgType type, const QMessageLogContext&, const QString& message) {
+// Reports in our words that Qt cannot use the display. Qt would abort after its last message.
+void EndWithoutDisplay(QtMsgType type, const QMessageLogContext&, const QString& message) {
   static QString reason;
   if (type != QtFatalMsg) {
     if (reason.isEmpty()) reason = message;
@@ -28,30 +27,34 @@ void EndForWantOfDisplay(QtMsgType type, const QMessageLogContext&, const QStrin
 }
 
 void ShowPanel(const Options& options, HostState& host, const std::stop_token& stop) {
-  // Without a display the toolkit would end the process by itself.
+  // Without a display Qt would abort.
   if (!DisplayIsNamed() && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
     throw Failure("-panel needs a display, and neither DISPLAY nor WAYLAND_DISPLAY is set");
   int argumentCount = 1;
   char programName[] = "lumomixcalc";
   char* arguments[] = {programName, nullptr};
-  const QtMessageHandler usual = qInstallMessageHandler(EndForWantOfDisplay);
+  const QtMessageHandler usual = qInstallMessageHandler(EndWithoutDisplay);
   QApplication application(argumentCount, arguments);
   qInstallMessageHandler(usual);
-  // The toolkit takes the user's locale over; numbers in files and commands keep their point.
+  // Qt takes the user's locale; numbers in files and commands keep their decimal point.
   std::setlocale(LC_NUMERIC, "C");
-  QCoreApplication::setOrganizationName(QLatin1String(kProgramName));
-  QCoreApplication::setApplicationName(QStringLiteral("panel"));
+  QCoreApplication::setOrganizationName(kProgramName);
+  QCoreApplication::setApplicationName("panel");
 
   SetUpGdal();
   host.registration.Call(IP_SLOT_SET_MENU);
-  PanelWindow window(host, options.job);
-  window.show();
-  // A signal closes the panel without a question; its run, if there is one, is cancelled as it
-  // goes.
-  const std::stop_callback quit(stop, [&application] {
-    QMetaObject::invokeMethod(&application, &QApplication::quit, Qt::QueuedConnection);
-  });
-  QApplication::exec();
+  {
+    PanelWindow window(host, options.job);
+    window.show();
+    // A signal closes the panel without a question, as QApplication::quit would not. The window's
+    // end cancels its run.
+    const std::stop_callback end(stop, [&application] {
+      QMetaObject::invokeMethod(
+          &application, [] { QCoreApplication::exit(); }, Qt::QueuedConnection);
+    });
+    QCoreApplication::exec();
+  }
+  if (stop.stop_requested()) throw Cancelled();
 }
 
 }  // namespace

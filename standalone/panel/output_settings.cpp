@@ -1,12 +1,5 @@
 #include "standalone/panel/output_settings.h"
 
-#include <QCheckBox>
-#include <QComboBox>
-#include <QGridLayout>
-#include <QHBoxLayout>
-#include <QLabel>
-#include <QSignalBlocker>
-#include <QSpinBox>
 #include <utility>
 
 #include "standalone/rasters/data_modes.h"
@@ -15,31 +8,21 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-// A name for screen readers, and for tests to find the widget by.
-void Name(QWidget& widget, const QString& name) {
-  widget.setAccessibleName(name);
-  widget.setObjectName(name);
-}
-
 QSpinBox* NewSpin(const QString& name, int least, const QString& prefix) {
   constexpr int kMost = 9999999;
-  auto* const spin = new QSpinBox;
+  auto* const spin = Named(new QSpinBox, name);
   spin->setRange(least, kMost);
   spin->setPrefix(prefix);
   // Not as wide as the largest number.
-  spin->setMinimumWidth(spin->fontMetrics().horizontalAdvance(prefix + QStringLiteral("00000")) +
-                        40);
+  spin->setMinimumWidth(spin->fontMetrics().horizontalAdvance(prefix + "00000") + 40);
   spin->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
-  Name(*spin, name);
   return spin;
 }
 
-void AddLabelled(QGridLayout& grid, const QString& text, QWidget& widget) {
-  auto* const label = new QLabel(text);
-  label->setBuddy(&widget);
+void AddLabelled(QGridLayout& grid, const QString& text, QWidget* widget) {
   const int row = grid.rowCount();
-  grid.addWidget(label, row, 0);
-  grid.addWidget(&widget, row, 1);
+  grid.addWidget(NewLabel(text, widget), row, 0);
+  grid.addWidget(widget, row, 1);
 }
 
 }  // namespace
@@ -47,20 +30,17 @@ void AddLabelled(QGridLayout& grid, const QString& text, QWidget& widget) {
 OutputSettings::OutputSettings(const Registration& registration, const Job& first,
                                std::function<void()> changed)
     : changed_(std::move(changed)) {
-  auto* const grid = new QGridLayout(this);
-  grid->setContentsMargins(0, 0, 0, 0);
+  auto* const grid = NewLayout<QGridLayout>(this);
   grid->setColumnStretch(1, 1);
   if (registration.regions) AddRegion(*grid, first);
   if (registration.resolutions) AddResolution(*grid, first);
-  AddStorage(*grid, registration, first);
+  AddStorage(*grid, first);
 }
 
 void OutputSettings::AddRegion(QGridLayout& grid, const Job& first) {
-  region_ = new QCheckBox(QStringLiteral("Region"));
+  region_ = Named(new QCheckBox("Region"), "Region");
   region_->setToolTip(
-      QStringLiteral("Only this part of the images, in pixels; it can also be "
-                     "drawn on the preview"));
-  Name(*region_, QStringLiteral("Region"));
+      "Only this part of the images, in pixels; it can also be drawn on the preview");
   const int row = grid.rowCount();
   grid.addWidget(region_, row, 0);
   auto* const fields = new QGridLayout;
@@ -74,8 +54,7 @@ void OutputSettings::AddRegion(QGridLayout& grid, const Job& first) {
                 {"Region, columns", "width ", 1},
                 {"Region, rows", "height ", 1}};
   for (int i = 0; i < 4; ++i) {
-    spins_[i] =
-        NewSpin(QLatin1String(kSpins[i].name), kSpins[i].least, QLatin1String(kSpins[i].prefix));
+    spins_[i] = NewSpin(kSpins[i].name, kSpins[i].least, kSpins[i].prefix);
     spins_[i]->setEnabled(false);
     connect(region_, &QCheckBox::toggled, spins_[i], &QWidget::setEnabled);
     connect(spins_[i], &QSpinBox::valueChanged, [this] { changed_(); });
@@ -88,20 +67,15 @@ void OutputSettings::AddRegion(QGridLayout& grid, const Job& first) {
 
 void OutputSettings::AddResolution(QGridLayout& grid, const Job& first) {
   auto* const fields = new QWidget;
-  auto* const layout = new QHBoxLayout(fields);
-  layout->setContentsMargins(0, 0, 0, 0);
-  resolution_ = NewSpin(QStringLiteral("Resolution"), 1, QStringLiteral("1 : "));
-  resolution_->setToolTip(QStringLiteral("Input pixels to one output pixel, in both directions"));
+  auto* const layout = NewLayout<QHBoxLayout>(fields);
+  resolution_ = NewSpin("Resolution", 1, "1 : ");
+  resolution_->setToolTip("Input pixels to one output pixel, in both directions");
   resolution_->setValue(first.selection.resolution);
   // In the order of Resampling.
-  resampling_ = new QComboBox;
-  resampling_->addItems({QStringLiteral("nearest"), QStringLiteral("average"),
-                         QStringLiteral("bilinear"), QStringLiteral("cubic"),
-                         QStringLiteral("overview")});
+  resampling_ = NewChoice("Resampling", {"nearest", "average", "bilinear", "cubic", "overview"});
   resampling_->setCurrentIndex(static_cast<int>(first.selection.resampling));
-  resampling_->setToolTip(QStringLiteral("How coarser pixels are made"));
+  resampling_->setToolTip("How coarser pixels are made");
   resampling_->setEnabled(resolution_->value() > 1);
-  Name(*resampling_, QStringLiteral("Resampling"));
   connect(resolution_, &QSpinBox::valueChanged, [this](int value) {
     resampling_->setEnabled(value > 1);
     changed_();
@@ -109,33 +83,26 @@ void OutputSettings::AddResolution(QGridLayout& grid, const Job& first) {
   connect(resampling_, &QComboBox::currentIndexChanged, [this] { changed_(); });
   layout->addWidget(resolution_, 1);
   layout->addWidget(resampling_, 1);
-  AddLabelled(grid, QStringLiteral("Resolution"), *fields);
+  AddLabelled(grid, "Resolution", fields);
 }
 
-void OutputSettings::AddStorage(QGridLayout& grid, const Registration& registration,
-                                const Job& first) {
-  mode_ = new QComboBox;
-  mode_->addItem(QStringLiteral("float32, complex when %1 is read and complex")
-                     .arg(QString::fromStdString(registration.inputs.front().label)));
-  for (const DataMode& mode : DataModes()) mode_->addItem(QLatin1String(mode.name));
+void OutputSettings::AddStorage(QGridLayout& grid, const Job& first) {
+  mode_ = NewChoice("Output mode", {"float32, complex if an input in use is"});
+  for (const DataMode& mode : DataModes()) mode_->addItem(mode.name);
   mode_->setCurrentIndex(first.mode ? first.mode->code + 1 : 0);
-  mode_->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
-  Name(*mode_, QStringLiteral("Output mode"));
-  format_ = new QComboBox;
-  format_->addItem(QStringLiteral("that of the file's extension"));
-  for (const std::string& name : WritableFormats()) format_->addItem(QString::fromStdString(name));
-  // A format that cannot write shows as it was given; the run then tells what is wrong with it.
-  const QString format = QString::fromStdString(first.format);
-  if (!format.isEmpty()) {
+  format_ = NewChoice("Output format", {"that of the file's extension"});
+  for (const std::string& name : WritableFormats()) format_->addItem(Text(name));
+  if (const QString format = Text(first.format); !format.isEmpty()) {
+    // A format that cannot write is shown as it was given; the run then says what is wrong with it.
     if (format_->findText(format, Qt::MatchFixedString) < 0) format_->addItem(format);
     format_->setCurrentIndex(format_->findText(format, Qt::MatchFixedString));
   }
-  format_->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
-  Name(*format_, QStringLiteral("Output format"));
-  for (QComboBox* const box : {mode_, format_})
+  for (QComboBox* const box : {mode_, format_}) {
+    box->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     connect(box, &QComboBox::currentIndexChanged, [this] { changed_(); });
-  AddLabelled(grid, QStringLiteral("Mode"), *mode_);
-  AddLabelled(grid, QStringLiteral("Format"), *format_);
+  }
+  AddLabelled(grid, "Mode", mode_);
+  AddLabelled(grid, "Format", format_);
 }
 
 void OutputSettings::Apply(Job& job) const {

@@ -1,22 +1,13 @@
 #ifndef LUMOMIXCALC_STANDALONE_PANEL_OUTPUT_SETTINGS_H
 #define LUMOMIXCALC_STANDALONE_PANEL_OUTPUT_SETTINGS_H
 
-#include <QRect>
-#include <QWidget>
-#include <functional>
-#include <optional>
-
 #include "standalone/framework/registration.h"
+#include "standalone/panel/widgets.h"
 #include "standalone/runs/job.h"
-
-class QCheckBox;
-class QComboBox;
-class QGridLayout;
-class QSpinBox;
 
 namespace lumomixcalc::standalone {
 
-// What of the inputs a run takes and how its output is stored: region and resolution, as far as the
+// Which part of the inputs a run takes and how its output is stored: region and resolution, if the
 // application offers them, data mode and format.
 class OutputSettings : public QWidget {
  public:
@@ -30,17 +21,17 @@ class OutputSettings : public QWidget {
   std::optional<QRect> Region() const;
   void SetRegion(const QRect& pixels);
 
-  // The size of the inputs: what the region is until another is chosen.
+  // The size of the inputs: the region until another is chosen.
   void SetImageSize(int columns, int rows);
 
  private:
   void AddRegion(QGridLayout& grid, const Job& first);
   void AddResolution(QGridLayout& grid, const Job& first);
-  void AddStorage(QGridLayout& grid, const Registration& registration, const Job& first);
+  void AddStorage(QGridLayout& grid, const Job& first);
   void SetSpins(const QRect& pixels);
 
   std::function<void()> changed_;
-  QCheckBox* region_ = nullptr;  // null, as the next, when the application does not offer it
+  QCheckBox* region_ = nullptr;  // null when the application does not offer it
   QSpinBox* spins_[4] = {};      // x, y, columns, rows
   QSpinBox* resolution_ = nullptr;
   QComboBox* resampling_ = nullptr;

@@ -1,26 +1,8 @@
 #include "standalone/panel/panel_window.h"
 
-#include <QApplication>
-#include <QClipboard>
-#include <QCloseEvent>
-#include <QFileInfo>
-#include <QGridLayout>
-#include <QGroupBox>
-#include <QKeyEvent>
-#include <QLabel>
-#include <QLineEdit>
-#include <QMessageBox>
-#include <QPlainTextEdit>
-#include <QPushButton>
-#include <QScreen>
-#include <QSettings>
-#include <QShortcut>
-#include <QSplitter>
-#include <QVBoxLayout>
 #include <algorithm>
 #include <utility>
 
-#include "standalone/panel/help.h"
 #include "standalone/panel/output_settings.h"
 #include "standalone/panel/preview_pane.h"
 #include "standalone/panel/rows_view.h"
@@ -29,28 +11,38 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-QGroupBox* Group(const QString& title, QLayout* content) {
+void AddGroup(QVBoxLayout& layout, const QString& title, QWidget* content) {
   auto* const group = new QGroupBox(title);
-  group->setLayout(content);
-  return group;
+  (new QVBoxLayout(group))->addWidget(content);
+  layout.addWidget(group);
 }
 
-// A file's name that holds in every folder, for the command to be copied and for the next start.
-// What is no file on disk, such as a name that only GDAL understands, stays as it is.
-QString Absolute(const QString& file, bool isOutput) {
-  const QFileInfo info(file);
-  return isOutput || info.exists() ? info.absoluteFilePath() : file;
+// The chosen file by a name that is valid in every folder, for the command to be copied and for the
+// next start. A name that is no file on disk, such as one that only GDAL understands, stays as it
+// is.
+QString FileOf(const FileField& field) {
+  const QFileInfo info(field.File());
+  const bool isFile = field.Use() == FileUse::kOutput || info.exists();
+  return isFile && !field.File().isEmpty() ? info.absoluteFilePath() : field.File();
 }
+
+// The key under which a field's file is kept.
+QString FileKey(const FileField& field) { return QString("files/%1").arg(field.StreamNumber()); }
 
 }  // namespace
 
 PanelWindow::PanelWindow(HostState& host, const Job& first) : host_(host), first_(first) {
-  setWindowTitle(QString::fromStdString(host.registration.title));
+  setWindowTitle(Text(host.registration.title));
   columns_ = new QSplitter(Qt::Horizontal);
   columns_->setChildrenCollapsible(false);
   columns_->setHandleWidth(14);
   columns_->addWidget(MakeSettings());
-  MakePreview();
+  std::vector<QString> titles;
+  for (const DeclaredStream& input : host.registration.inputs) titles.push_back(Text(input.label));
+  titles.push_back("Result");
+  preview_ = new PreviewPane(
+      titles, {[this](QRect pixels) { output_->SetRegion(pixels); }, [this] { Refresh(); }});
+  preview_->LetDraw(host.registration.regions);
   columns_->addWidget(preview_);
   columns_->setStretchFactor(1, 1);
   auto* const layout = new QVBoxLayout(this);
@@ -58,94 +50,57 @@ PanelWindow::PanelWindow(HostState& host, const Job& first) : host_(host), first
   layout->addWidget(MakeReports());
   AddShortcuts();
   RestoreHabits();
-  StartApplicationThread();
+  StartWorker();
   PlaceOnScreen();
   Refresh();
 }
 
-PanelWindow::~PanelWindow() = default;
-
-void PanelWindow::AddFileRows(QGridLayout& grid) {
-  const auto changed = [this] { Refresh(); };
-  for (const DeclaredStream& input : host_.registration.inputs)
-    files_.emplace_back(grid, input, FileUse::kInput, changed);
-  files_.emplace_back(grid, host_.registration.Output(), FileUse::kOutput, changed);
-}
+PanelWindow::~PanelWindow() { SaveHabits(); }
 
 QWidget* PanelWindow::MakeSettings() {
-  auto* const side = new QWidget;
-  auto* const sideLayout = new QVBoxLayout(side);
-  sideLayout->setContentsMargins(0, 0, 0, 0);
+  const auto changed = [this] { Refresh(); };
+  const auto write = [this](auto* place, auto value) {
+    worker_->Write(place, value);
+    Refresh();
+  };
   settings_ = new QWidget;
-  auto* const layout = new QVBoxLayout(settings_);
-  layout->setContentsMargins(0, 0, 0, 0);
+  auto* const layout = NewLayout<QVBoxLayout>(settings_);
+  auto* const files = new QWidget;
+  auto* const fileGrid = NewLayout<QGridLayout>(files);
+  for (const DeclaredStream& input : host_.registration.inputs)
+    files_.push_back(new FileField(*fileGrid, input, FileUse::kInput, changed));
+  files_.push_back(
+      new FileField(*fileGrid, host_.registration.Output(), FileUse::kOutput, changed));
+  rows_ = new RowsView(host_.panel, {write, write, changed});
+  output_ = new OutputSettings(host_.registration, first_, changed);
+  AddGroup(*layout, "Files", files);
+  AddGroup(*layout, "Parameters", rows_);
+  AddGroup(*layout, "Output", output_);
 
-  auto* const fileGrid = new QGridLayout;
-  AddFileRows(*fileGrid);
-  layout->addWidget(Group(QStringLiteral("Files"), fileGrid));
-
-  rows_ = new RowsView(host_.panel, {[this](float* place, float value) {
-                                       application_->Write(place, value);
-                                       Refresh();
-                                     },
-                                     [this](std::int32_t* place, std::int32_t value) {
-                                       application_->Write(place, value);
-                                       Refresh();
-                                     },
-                                     [this] { Refresh(); },
-                                     [this](const std::string& key) { ShowHelp(*this, key); }});
-  auto* const rowsLayout = new QVBoxLayout;
-  rowsLayout->addWidget(rows_);
-  layout->addWidget(Group(QStringLiteral("Parameters"), rowsLayout));
-
-  output_ = new OutputSettings(host_.registration, first_, [this] { Refresh(); });
-  auto* const outputLayout = new QVBoxLayout;
-  outputLayout->addWidget(output_);
-  layout->addWidget(Group(QStringLiteral("Output"), outputLayout));
-
-  runBar_ = new RunBar([this] { Run(); }, [this] { application_->CancelRun(); });
+  runBar_ = new RunBar([this] { Run(); }, [this] { worker_->CancelRun(); });
+  auto* const side = new QWidget;
+  auto* const sideLayout = NewLayout<QVBoxLayout>(side);
   sideLayout->addWidget(settings_);
   sideLayout->addWidget(runBar_);
   sideLayout->addStretch();
   return side;
 }
 
-void PanelWindow::MakePreview() {
-  std::vector<QString> titles;
-  for (const DeclaredStream& input : host_.registration.inputs)
-    titles.push_back(QString::fromStdString(input.label));
-  titles.push_back(QStringLiteral("Result"));
-  preview_ = new PreviewPane(
-      titles, {[this](QRect pixels) { output_->SetRegion(pixels); }, [this] { Refresh(); }});
-  preview_->LetDraw(host_.registration.regions);
-}
-
 QWidget* PanelWindow::MakeReports() {
-  auto* const reports = new QWidget;
-  auto* const layout = new QGridLayout(reports);
-  layout->setContentsMargins(0, 0, 0, 0);
-  command_ = new QLineEdit;
+  command_ = Named(new QLineEdit, "Command", "Equivalent command");
   command_->setReadOnly(true);
-  command_->setObjectName(QStringLiteral("Command"));
-  command_->setAccessibleName(QStringLiteral("Equivalent command"));
-  auto* const commandLabel = new QLabel(QStringLiteral("Command"));
-  commandLabel->setBuddy(command_);
-  copy_ = new QPushButton(QStringLiteral("&Copy"));
-  copy_->setObjectName(QStringLiteral("Copy"));
-  copy_->setAccessibleName(QStringLiteral("Copy the command"));
+  copy_ = Named(new QPushButton("&Copy"), "Copy", "Copy the command");
   connect(copy_, &QPushButton::clicked, [this] { CopyCommand(); });
-  messages_ = new QPlainTextEdit;
+  messages_ = Named(new QPlainTextEdit, "Messages");
   messages_->setReadOnly(true);
-  messages_->setObjectName(QStringLiteral("Messages"));
-  messages_->setAccessibleName(QStringLiteral("Messages"));
   messages_->setFixedHeight(messages_->fontMetrics().lineSpacing() * 5);
   messages_->setTabChangesFocus(true);
-  layout->addWidget(commandLabel, 0, 0);
+  auto* const reports = new QWidget;
+  auto* const layout = NewLayout<QGridLayout>(reports);
+  layout->addWidget(NewLabel("Command", command_), 0, 0);
   layout->addWidget(command_, 0, 1);
   layout->addWidget(copy_, 0, 2);
-  auto* const messagesLabel = new QLabel(QStringLiteral("Messages"));
-  messagesLabel->setBuddy(messages_);
-  layout->addWidget(messagesLabel, 1, 0, Qt::AlignTop);
+  layout->addWidget(NewLabel("Messages", messages_), 1, 0, Qt::AlignTop);
   layout->addWidget(messages_, 1, 1, 1, 2);
   return reports;
 }
@@ -156,11 +111,11 @@ void PanelWindow::AddShortcuts() {
   };
   add(QKeySequence::Open, [this] {
     const auto empty = std::find_if(files_.begin(), files_.end(),
-                                    [](const FileRow& row) { return row.File().isEmpty(); });
-    if (!running_) (empty == files_.end() ? files_.front() : *empty).Browse();
+                                    [](FileField* field) { return field->File().isEmpty(); });
+    if (!running_) (empty == files_.end() ? files_.front() : *empty)->Browse();
   });
   add(QKeySequence(Qt::CTRL | Qt::Key_R), [this] { Run(); });
-  add(QKeySequence(Qt::Key_Escape), [this] { application_->CancelRun(); });
+  add(QKeySequence(Qt::Key_Escape), [this] { worker_->CancelRun(); });
   add(QKeySequence::Copy, [this] { CopyCommand(); });
   qApp->installEventFilter(this);
 }
@@ -175,48 +130,43 @@ bool PanelWindow::eventFilter(QObject* watched, QEvent* event) {
   return true;
 }
 
-void PanelWindow::StartApplicationThread() {
-  application_ = std::make_unique<ApplicationThread>(
-      host_, [this](std::function<void()> letter) { mailbox_.Post(std::move(letter)); },
-      ApplicationThread::Listener{
+void PanelWindow::StartWorker() {
+  worker_ = std::make_unique<PanelWorker>(
+      host_, *this,
+      PanelWorker::Listener{
           [this](const std::string& command) { ShowCommand(command); },
           [this](const Preview& preview) { ShowPreview(preview); },
           [this](double share) { runBar_->SetProgress(share); },
-          [this](const std::string& message) { ShowMessage(QString::fromStdString(message)); },
+          [this](const std::string& message) { messages_->appendPlainText(Text(message)); },
           [this](RunEnd end) { EndRun(end); }});
 }
 
 void PanelWindow::RestoreHabits() {
   const QSettings settings;
   constexpr QSize kFirstSize(1240, 800);
-  resize(settings.value(QStringLiteral("window/size"), kFirstSize).toSize());
-  if (!columns_->restoreState(settings.value(QStringLiteral("window/columns")).toByteArray()))
+  resize(settings.value("window/size", kFirstSize).toSize());
+  if (!columns_->restoreState(settings.value("window/columns").toByteArray()))
     columns_->setSizes({430, kFirstSize.width() - 430});
   preview_->Restore(settings);
-  // Files given at the start stand for themselves: remembered ones would mix with them.
-  for (FileRow& row : files_) {
-    const auto given = first_.files.find(row.StreamNumber());
+  // When files are given at the start, none is restored beside them.
+  for (FileField* const field : files_) {
+    const auto given = first_.files.find(field->StreamNumber());
     if (given != first_.files.end())
-      row.SetFile(QString::fromStdString(given->second));
+      field->setText(Text(given->second));
     else if (first_.files.empty())
-      row.SetFile(settings.value(QStringLiteral("files/%1").arg(row.StreamNumber())).toString());
+      field->setText(settings.value(FileKey(*field)).toString());
   }
 }
 
 void PanelWindow::SaveHabits() const {
   QSettings settings;
-  settings.setValue(QStringLiteral("window/size"), size());
-  settings.setValue(QStringLiteral("window/columns"), columns_->saveState());
+  settings.setValue("window/size", size());
+  settings.setValue("window/columns", columns_->saveState());
   preview_->Save(settings);
-  const Job job = CurrentJob();
-  for (const FileRow& row : files_) {
-    const auto file = job.files.find(row.StreamNumber());
-    settings.setValue(QStringLiteral("files/%1").arg(row.StreamNumber()),
-                      file == job.files.end() ? QString() : QString::fromStdString(file->second));
-  }
+  for (const FileField* const field : files_) settings.setValue(FileKey(*field), FileOf(*field));
 }
 
-// Where the application wants it, moved as far as it takes to lie on the screen.
+// Puts the window where the application wants it, but inside the screen.
 void PanelWindow::PlaceOnScreen() {
   const QRect screen = this->screen()->availableGeometry();
   resize(size().boundedTo(screen.size()));
@@ -229,34 +179,29 @@ void PanelWindow::PlaceOnScreen() {
 Job PanelWindow::CurrentJob() const {
   Job job = first_;
   job.files.clear();
-  for (const FileRow& row : files_) {
-    const bool isOutput = row.StreamNumber() == host_.registration.Output().number;
-    if (!row.File().isEmpty())
-      job.files[row.StreamNumber()] = Absolute(row.File(), isOutput).toStdString();
-  }
+  for (const FileField* const field : files_)
+    if (const QString file = FileOf(*field); !file.isEmpty())
+      job.files[field->StreamNumber()] = file.toStdString();
   output_->Apply(job);
   return job;
 }
 
 void PanelWindow::Refresh() {
-  if (!application_) return;  // still being made
+  if (!worker_) return;  // still being made
   preview_->SetRegion(output_->Region());
-  if (rows_->FirstFault()) {
-    // No command says what the fields say; the preview stays with the last numbers.
-    ShowCommand("");
-    return;
-  }
+  // Without a command for what the fields say; the preview keeps the last numbers.
+  if (rows_->FirstFault()) return ShowCommand("");
   copy_->setEnabled(false);  // until the command is the current one again
   preview_->Await();
-  application_->Refresh(CurrentJob(), preview_->Band());
+  worker_->Refresh(CurrentJob(), preview_->Band());
 }
 
 void PanelWindow::ShowCommand(const std::string& command) {
   const bool faulty = rows_->FirstFault();
   const bool known = !faulty && !command.empty();
-  command_->setText(known    ? QString::fromStdString(command)
-                    : faulty ? QStringLiteral("a number is not understood")
-                             : QStringLiteral("choose an input and the output file first"));
+  command_->setText(known    ? Text(command)
+                    : faulty ? "a number is not understood"
+                             : "choose an input and the output file first");
   command_->setCursorPosition(0);
   command_->setEnabled(known);
   copy_->setEnabled(known);
@@ -269,58 +214,52 @@ void PanelWindow::ShowPreview(const Preview& preview) {
   if (known != preview.inputs.end()) output_->SetImageSize(known->fullColumns, known->fullRows);
 }
 
-void PanelWindow::Run() {
-  if (running_) return;
-  if (FloatFieldView* const fault = rows_->FirstFault()) {
-    ShowMessage(QStringLiteral("%1: \u201c%2\u201d is not a number that can be used.")
-                    .arg(fault->accessibleName(), fault->text()));
+// The job to run, or none when the user must or wants to change something first.
+std::optional<Job> PanelWindow::JobToRun() {
+  if (NumberField* const fault = rows_->FirstFault()) {
+    messages_->appendPlainText(QString("%1: \u201c%2\u201d is not a number that can be used.")
+                                   .arg(fault->accessibleName(), fault->text()));
     fault->setFocus();
-    return;
+    return std::nullopt;
   }
   Job job = CurrentJob();
   const DeclaredStream& stream = host_.registration.Output();
   const auto output = job.files.find(stream.number);
   if (output == job.files.end()) {
-    ShowMessage(QStringLiteral("There is no file to write: choose one as %1.")
-                    .arg(QString::fromStdString(stream.label)));
-    return;
+    messages_->appendPlainText("There is no file to write: choose one as " + Text(stream.label) +
+                               ".");
+    return std::nullopt;
   }
-  const QFileInfo existing(QString::fromStdString(output->second));
+  const QFileInfo existing(Text(output->second));
   if (existing.exists() && !job.overwrite) {
-    if (!UserAgrees(QStringLiteral("%1 exists already. Replace it?").arg(existing.filePath()),
-                    QStringLiteral("Replace")))
-      return;
+    if (!UserAgrees(existing.filePath() + " exists already. Replace it?", "Replace"))
+      return std::nullopt;
     job.overwrite = true;
   }
+  return job;
+}
+
+void PanelWindow::Run() {
+  if (running_) return;
+  const std::optional<Job> job = JobToRun();
+  if (!job) return;
   running_ = true;
   settings_->setEnabled(false);
   preview_->LetDraw(false);
   preview_->StopAwaiting();
   runBar_->Begin();
-  application_->Run(job);
+  worker_->Run(*job);
 }
 
 void PanelWindow::EndRun(RunEnd end) {
   running_ = false;
   settings_->setEnabled(true);
   preview_->LetDraw(host_.registration.regions);
-  switch (end) {
-    case RunEnd::kDone:
-      runBar_->End(QStringLiteral("done"));
-      ShowMessage(QStringLiteral("Written: ") + files_.back().File());
-      break;
-    case RunEnd::kCancelled:
-      runBar_->End(QStringLiteral("cancelled"));
-      ShowMessage(QStringLiteral("Cancelled; nothing was written."));
-      break;
-    case RunEnd::kFailed:
-      runBar_->End(QStringLiteral("failed"));
-      break;
-  }
+  runBar_->End(end == RunEnd::kDone ? "done" : end == RunEnd::kCancelled ? "cancelled" : "failed");
+  if (end == RunEnd::kDone) messages_->appendPlainText("Written: " + files_.back()->File());
+  if (end == RunEnd::kCancelled) messages_->appendPlainText("Cancelled; nothing was written.");
   Refresh();
 }
-
-void PanelWindow::ShowMessage(const QString& message) { messages_->appendPlainText(message); }
 
 void PanelWindow::CopyCommand() {
   if (copy_->isEnabled()) QGuiApplication::clipboard()->setText(command_->text());
@@ -335,15 +274,11 @@ bool PanelWindow::UserAgrees(const QString& question, const QString& yes) {
 }
 
 void PanelWindow::closeEvent(QCloseEvent* event) {
-  // The run may end while the question stands; then it was answered in time either way.
-  if (running_ && !UserAgrees(QStringLiteral("A run is under way. Cancel it and close?"),
-                              QStringLiteral("Cancel the run and close"))) {
-    event->ignore();
-    return;
-  }
-  SaveHabits();
-  application_->CancelRun();
-  event->accept();
+  // The run may end before the question is answered; either answer is then right.
+  const bool close = !running_ || UserAgrees("A run is in progress. Cancel it and close?",
+                                             "Cancel the run and close");
+  event->setAccepted(close);
+  if (close) worker_->CancelRun();
 }
 
 }  // namespace lumomixcalc::standalone

@@ -1,22 +1,13 @@
 #ifndef LUMOMIXCALC_STANDALONE_PANEL_PANEL_WINDOW_H
 #define LUMOMIXCALC_STANDALONE_PANEL_PANEL_WINDOW_H
 
-#include <QWidget>
-#include <list>
 #include <memory>
-#include <string>
+#include <vector>
 
 #include "standalone/framework/host_calls.h"
-#include "standalone/panel/application_thread.h"
-#include "standalone/panel/file_row.h"
-#include "standalone/panel/gui_mailbox.h"
+#include "standalone/panel/panel_worker.h"
+#include "standalone/panel/widgets.h"
 #include "standalone/runs/job.h"
-
-class QGridLayout;
-class QLineEdit;
-class QPlainTextEdit;
-class QPushButton;
-class QSplitter;
 
 namespace lumomixcalc::standalone {
 
@@ -25,14 +16,14 @@ class PreviewPane;
 class RowsView;
 class RunBar;
 
-// The application's panel: its files and rows, what to take of the files and how to store the
-// result, the run, and a live preview. It knows what the application declared and described, not
-// the application.
+// The application's panel: its files and rows, the part of the files to use and how to store the
+// result, the run, and a live preview. It knows only what the application declared and described.
 class PanelWindow : public QWidget {
  public:
   // host holds the registration and the rows; first is what the panel shows first. Nothing else
-  // may touch the host, or what the rows are bound to, while the window lives. Throws Failure.
+  // may touch the host, or what the rows are bound to, while the window lives.
   PanelWindow(HostState& host, const Job& first);
+  // Cancels a run without a question, and keeps size, display and files for the next start.
   ~PanelWindow() override;
 
  protected:
@@ -42,10 +33,8 @@ class PanelWindow : public QWidget {
  private:
   QWidget* MakeSettings();
   QWidget* MakeReports();
-  void MakePreview();
-  void AddFileRows(QGridLayout& grid);
   void AddShortcuts();
-  void StartApplicationThread();
+  void StartWorker();
 
   void RestoreHabits();
   void SaveHabits() const;
@@ -53,17 +42,17 @@ class PanelWindow : public QWidget {
 
   Job CurrentJob() const;
   void Refresh();
+  std::optional<Job> JobToRun();
   void Run();
   void EndRun(RunEnd end);
   void ShowCommand(const std::string& command);
   void ShowPreview(const Preview& preview);
-  void ShowMessage(const QString& message);
   void CopyCommand();
   bool UserAgrees(const QString& question, const QString& yes);
 
   HostState& host_;
   Job first_;
-  std::list<FileRow> files_;  // the inputs, then the output; a list, for they must not move
+  std::vector<FileField*> files_;  // the inputs, then the output
   QWidget* settings_ = nullptr;
   RowsView* rows_ = nullptr;
   OutputSettings* output_ = nullptr;
@@ -74,8 +63,7 @@ class PanelWindow : public QWidget {
   QPlainTextEdit* messages_ = nullptr;
   QSplitter* columns_ = nullptr;
   bool running_ = false;
-  GuiMailbox mailbox_;
-  std::unique_ptr<ApplicationThread> application_;  // last: it ends before what it reports to
+  std::unique_ptr<PanelWorker> worker_;  // last: it ends before what it reports to
 };
 
 }  // namespace lumomixcalc::standalone

@@ -7,7 +7,6 @@
 
 #include "standalone/base/messages.h"
 #include "standalone/rasters/raster_input.h"
-#include "standalone/runs/memory_run.h"
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -47,7 +46,7 @@ PreviewImage ReadInput(const std::string& label, const std::string& file, int ba
   return image;
 }
 
-// What tells whether a file is still the one that was read.
+// Another text when the file is not the one that was read.
 std::string KeyOf(const std::string& file, int band, bool keepNoData) {
   std::error_code error;
   const auto written = std::filesystem::last_write_time(file, error).time_since_epoch().count();
@@ -60,11 +59,8 @@ PreviewImage ComputeResult(const Job& job, int band, HostState& host, const std:
   Job coarse = job;
   coarse.selection = WholeImageCoarsely();
   coarse.bands = {band};
-  MemoryRaster raster = RunInMemory(coarse, host, {stop});
   PreviewImage image;
-  image.grid = raster.grid;
-  image.complex = raster.complex;
-  image.values = std::move(raster.values);
+  static_cast<MemoryRaster&>(image) = RunInMemory(coarse, host, {stop});
   return image;
 }
 
@@ -89,7 +85,13 @@ const PreviewImage& PreviewMaker::Input(const DeclaredStream& stream, const Job&
   return kept.image;
 }
 
-Preview PreviewMaker::Make(const Job& job, int band, HostState& host, const std::stop_token& stop) {
+Preview PreviewMaker::Make(const Job& job, int band, HostState& host, const std::stop_token& stop,
+                           const MessageSink& warn) {
+  std::string reason;  // what the application says when it desists
+  const MessageRedirection redirection([&](const std::string& sentence) {
+    if (sentence.starts_with("warning: ")) return warn(sentence);
+    reason += (reason.empty() ? "" : "\n") + sentence;
+  });
   Preview preview;
   for (const DeclaredStream& stream : host.registration.inputs) {
     if (job.files.count(stream.number) > 0)
@@ -101,6 +103,8 @@ Preview PreviewMaker::Make(const Job& job, int band, HostState& host, const std:
     preview.result = ComputeResult(job, band, host, stop);
   } catch (const Cancelled&) {
     throw;
+  } catch (const Desisted&) {
+    preview.result.note = reason;
   } catch (const Failure& failure) {
     preview.result.note = failure.what();
   }

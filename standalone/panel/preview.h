@@ -5,25 +5,24 @@
 #include <string>
 #include <vector>
 
+#include "standalone/base/messages.h"
 #include "standalone/framework/host_calls.h"
 #include "standalone/runs/job.h"
+#include "standalone/runs/memory_run.h"
 
 namespace lumomixcalc::standalone {
 
 // One band of an input or of the result, on the coarse grid of a preview.
-struct PreviewImage {
-  OutputGrid grid;
+struct PreviewImage : MemoryRaster {
   int fullColumns = 0;  // pixels of the whole image
   int fullRows = 0;
   int bands = 0;
-  bool complex = false;
-  std::vector<float> values;  // pairs when complex; none when there is nothing to show
-  std::string note;           // why there is nothing
+  std::string note;  // why there are no values
 };
 
-// What the current settings give. All images show the whole area of the inputs.
+// The images of the current settings. All show the whole area of the inputs.
 struct Preview {
-  std::vector<PreviewImage> inputs;  // one a declared input
+  std::vector<PreviewImage> inputs;  // one per declared input
   PreviewImage result;
 };
 
@@ -31,9 +30,10 @@ struct Preview {
 // operator cost no more than the result.
 class PreviewMaker {
  public:
-  // The preview of a band for the files and the mode of job. A file or setting that does not
-  // serve is told by the note of its image. Throws Cancelled.
-  Preview Make(const Job& job, int band, HostState& host, const std::stop_token& stop);
+  // The preview of a band for the files and the mode of job. Problems are reported in the image's
+  // note; warn gets the warnings, from any thread, one at a time. Throws Cancelled.
+  Preview Make(const Job& job, int band, HostState& host, const std::stop_token& stop,
+               const MessageSink& warn);
 
  private:
   const PreviewImage& Input(const DeclaredStream& stream, const Job& job, int band,

@@ -1,12 +1,5 @@
 #include "standalone/panel/preview_pane.h"
 
-#include <QComboBox>
-#include <QGridLayout>
-#include <QHBoxLayout>
-#include <QLabel>
-#include <QSettings>
-#include <QSpinBox>
-#include <QVBoxLayout>
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -16,16 +9,13 @@ namespace lumomixcalc::standalone {
 namespace {
 
 QComboBox* AddChoice(QHBoxLayout& bar, const QString& name, const QStringList& items) {
-  auto* const box = new QComboBox;
-  box->addItems(items);
-  box->setAccessibleName(name);
-  box->setObjectName(name);
+  auto* const box = NewChoice(name, items);
   box->setToolTip(name);
   bar.addWidget(box);
   return box;
 }
 
-// The stored position, unless it is not one of the box's.
+// Chooses the stored position if the box has it.
 void RestoreChoice(const QSettings& settings, const QString& key, QComboBox& box) {
   const int position = settings.value(key, 0).toInt();
   if (position >= 0 && position < box.count()) box.setCurrentIndex(position);
@@ -34,56 +24,52 @@ void RestoreChoice(const QSettings& settings, const QString& key, QComboBox& box
 }  // namespace
 
 PreviewPane::PreviewPane(const std::vector<QString>& titles, Callbacks callbacks)
-    : callbacks_(std::move(callbacks)), values_(new QLabel) {
-  auto* const layout = new QVBoxLayout(this);
-  layout->setContentsMargins(0, 0, 0, 0);
+    : callbacks_(std::move(callbacks)),
+      grid_(new QGridLayout),
+      busy_(new QLabel),
+      values_(Named(new QLabel, "Values under the pointer")) {
   auto* const bar = new QHBoxLayout;
-  grid_ = new QGridLayout;
+  auto* const layout = NewLayout<QVBoxLayout>(this);
   layout->addLayout(bar);
   layout->addLayout(grid_, 1);
   layout->addWidget(values_);
-
-  QStringList arrangements = {QStringLiteral("Side by side")};
-  for (const QString& title : titles) arrangements += title;
-  arrangement_ = AddChoice(*bar, QStringLiteral("Images shown"), arrangements);
-  stretch_ = AddChoice(
-      *bar, QStringLiteral("Stretch"),
-      {QStringLiteral("2 to 98 %"), QStringLiteral("Min to max"), QStringLiteral("Logarithm")});
-  bandLabel_ = new QLabel(QStringLiteral("Band"));
-  band_ = new QSpinBox;
-  band_->setObjectName(QStringLiteral("Band"));
-  band_->setAccessibleName(QStringLiteral("Band shown"));
-  band_->setRange(1, 1);
-  bandLabel_->setBuddy(band_);
-  bar->addWidget(bandLabel_);
-  bar->addWidget(band_);
-  bar->addStretch();
-  busy_ = new QLabel;
-  bar->addWidget(busy_);
+  FillBar(*bar, titles);
+  AddPanes(titles);
+  values_->setTextInteractionFlags(Qt::TextSelectableByMouse);
   constexpr int kPatienceMs = 250;
   patience_.setSingleShot(true);
   patience_.setInterval(kPatienceMs);
-  connect(&patience_, &QTimer::timeout,
-          [this] { busy_->setText(QStringLiteral("Computing the preview\u2026")); });
+  connect(&patience_, &QTimer::timeout, [this] { busy_->setText("Computing the preview\u2026"); });
+  Show({});
+  Arrange();
+}
 
-  for (const QString& title : titles) {
-    panes_.push_back(new ImagePane(title, {[this](std::optional<QPointF> place) { Point(place); },
-                                           [this](const QRectF& area) { TakeDrawn(area); }}));
-  }
-  // The inputs one above the other, the result beside them and as high as all.
-  const int inputs = static_cast<int>(titles.size()) - 1;
-  for (int i = 0; i < inputs; ++i) grid_->addWidget(panes_[static_cast<std::size_t>(i)], i, 0);
-  grid_->addWidget(panes_.back(), 0, 1, inputs, 1);
-  values_->setTextInteractionFlags(Qt::TextSelectableByMouse);
-  values_->setObjectName(QStringLiteral("Values under the pointer"));
-
+void PreviewPane::FillBar(QHBoxLayout& bar, const std::vector<QString>& titles) {
+  arrangement_ = AddChoice(bar, "Images shown",
+                           QStringList("Side by side") + QStringList(titles.begin(), titles.end()));
+  stretch_ = AddChoice(bar, "Stretch", {"2 to 98 %", "Min to max", "Logarithm"});
+  band_ = Named(new QSpinBox, "Band", "Band shown");
+  band_->setRange(1, 1);
+  bandLabel_ = NewLabel("Band", band_);
+  bar.addWidget(bandLabel_);
+  bar.addWidget(band_);
+  bar.addStretch();
+  bar.addWidget(busy_);
   connect(arrangement_, &QComboBox::currentIndexChanged, [this] { Arrange(); });
   connect(stretch_, &QComboBox::currentIndexChanged, [this](int choice) {
     for (ImagePane* const pane : panes_) pane->SetStretch(static_cast<Stretch>(choice));
   });
   connect(band_, &QSpinBox::valueChanged, [this] { callbacks_.bandChanged(); });
-  Show({});
-  Arrange();
+}
+
+void PreviewPane::AddPanes(const std::vector<QString>& titles) {
+  for (const QString& title : titles)
+    panes_.push_back(new ImagePane(title, {[this](std::optional<QPointF> place) { Point(place); },
+                                           [this](const QRectF& area) { TakeDrawn(area); }}));
+  // The inputs one above the other, the result beside them and as high as all.
+  const int inputs = static_cast<int>(titles.size()) - 1;
+  for (int i = 0; i < inputs; ++i) grid_->addWidget(panes_[static_cast<std::size_t>(i)], i, 0);
+  grid_->addWidget(panes_.back(), 0, 1, inputs, 1);
 }
 
 int PreviewPane::Band() const { return band_->value(); }
@@ -109,14 +95,14 @@ void PreviewPane::Show(Preview preview) {
   bandLabel_->setVisible(band_->maximum() > 1);
   band_->setVisible(band_->maximum() > 1);
   SetRegion(region_);
-  Point(pointed_);  // the pointer may rest on an image whose values are others now
+  Point(pointed_);  // the values under a pointer at rest may have changed
 }
 
 void PreviewPane::Arrange() {
   const int only = arrangement_->currentIndex() - 1;
   for (std::size_t i = 0; i < panes_.size(); ++i)
     panes_[i]->setVisible(only < 0 || only == static_cast<int>(i));
-  // A column or row of hidden images would keep its share.
+  // Otherwise a column or row of hidden images keeps its share.
   const int inputs = static_cast<int>(panes_.size()) - 1;
   grid_->setColumnStretch(0, only == inputs ? 0 : 1);
   grid_->setColumnStretch(1, only < 0 ? 2 : only == inputs ? 1 : 0);
@@ -124,8 +110,8 @@ void PreviewPane::Arrange() {
     grid_->setRowStretch(i, only < 0 || only == i || only == inputs ? 1 : 0);
 }
 
-// The pixels of the inputs that the images show: all but what a coarse grid leaves out at the right
-// and at the bottom. Empty while there is no image.
+// The size in pixels of the inputs of the area that the images show: all but what a coarse grid
+// leaves out at the right and at the bottom. Empty while there is no image.
 QSize PreviewPane::Covered() const {
   for (const ImagePane* const pane : panes_)
     if (const PreviewImage& image = pane->Image(); !image.values.empty())
@@ -151,15 +137,15 @@ void PreviewPane::Point(std::optional<QPointF> place) {
   for (ImagePane* const pane : panes_) pane->Raster().SetMark(place);
   const QSize covered = Covered();
   if (!place || covered.isEmpty()) {
-    values_->setText(QStringLiteral("Point at an image to read its values."));
+    values_->setText("Point at an image to read its values.");
     return;
   }
-  QString text = QStringLiteral("Column %1, row %2")
+  QString text = QString("Column %1, row %2")
                      .arg(static_cast<int>(place->x() * covered.width()))
                      .arg(static_cast<int>(place->y() * covered.height()));
   for (const ImagePane* const pane : panes_)
     if (const QString value = pane->ValueAt(*place); !value.isEmpty())
-      text += QStringLiteral("    %1: %2").arg(pane->Title(), value);
+      text += "    " + pane->Title() + ": " + value;
   values_->setText(text);
 }
 
@@ -176,17 +162,17 @@ void PreviewPane::TakeDrawn(const QRectF& area) {
 }
 
 void PreviewPane::Save(QSettings& settings) const {
-  settings.setValue(QStringLiteral("display/images"), arrangement_->currentIndex());
-  settings.setValue(QStringLiteral("display/stretch"), stretch_->currentIndex());
+  settings.setValue("display/images", arrangement_->currentIndex());
+  settings.setValue("display/stretch", stretch_->currentIndex());
   for (const ImagePane* const pane : panes_)
-    settings.setValue(QStringLiteral("display/") + pane->Title(), pane->Part());
+    settings.setValue("display/" + pane->Title(), pane->Part().currentIndex());
 }
 
 void PreviewPane::Restore(const QSettings& settings) {
-  RestoreChoice(settings, QStringLiteral("display/images"), *arrangement_);
-  RestoreChoice(settings, QStringLiteral("display/stretch"), *stretch_);
+  RestoreChoice(settings, "display/images", *arrangement_);
+  RestoreChoice(settings, "display/stretch", *stretch_);
   for (ImagePane* const pane : panes_)
-    pane->SetPart(settings.value(QStringLiteral("display/") + pane->Title(), 0).toInt());
+    RestoreChoice(settings, "display/" + pane->Title(), pane->Part());
 }
 
 }  // namespace lumomixcalc::standalone

@@ -1,21 +1,11 @@
 #ifndef LUMOMIXCALC_STANDALONE_PANEL_PREVIEW_PANE_H
 #define LUMOMIXCALC_STANDALONE_PANEL_PREVIEW_PANE_H
 
-#include <QRect>
-#include <QTimer>
-#include <QWidget>
-#include <functional>
-#include <optional>
 #include <vector>
 
 #include "standalone/panel/image_pane.h"
 #include "standalone/panel/preview.h"
-
-class QComboBox;
-class QGridLayout;
-class QLabel;
-class QSettings;
-class QSpinBox;
+#include "standalone/panel/widgets.h"
 
 namespace lumomixcalc::standalone {
 
@@ -31,27 +21,27 @@ class PreviewPane : public QWidget {
   PreviewPane(const std::vector<QString>& titles, Callbacks callbacks);
 
   void Show(Preview preview);
-  // To be called when a new preview is wanted: says so when it takes its time.
+  // A new preview is being made: says so if it takes long.
   void Await();
-  // When the preview is not wanted any more.
   void StopAwaiting();
   // The outlined region in pixels of the inputs, or none.
   void SetRegion(std::optional<QRect> pixels);
   void LetDraw(bool allowed);
-  // The band that is wanted in the next preview, from 1.
+  // The chosen band, from 1.
   int Band() const;
 
   void Save(QSettings& settings) const;
   void Restore(const QSettings& settings);
 
  private:
+  void FillBar(QHBoxLayout& bar, const std::vector<QString>& titles);
+  void AddPanes(const std::vector<QString>& titles);
   void Arrange();
   void Point(std::optional<QPointF> place);
   void TakeDrawn(const QRectF& area);
-
-  Callbacks callbacks_;
   QSize Covered() const;
 
+  Callbacks callbacks_;
   std::optional<QRect> region_;
   std::optional<QPointF> pointed_;
   std::vector<ImagePane*> panes_;  // the inputs, then the result

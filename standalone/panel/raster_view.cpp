@@ -1,7 +1,5 @@
 #include "standalone/panel/raster_view.h"
 
-#include <QMouseEvent>
-#include <QPainter>
 #include <algorithm>
 #include <utility>
 
@@ -25,12 +23,8 @@ RasterView::RasterView(Callbacks callbacks) : callbacks_(std::move(callbacks)) {
   setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
 }
 
-void RasterView::SetPicture(QImage picture) {
+void RasterView::Show(QImage picture, const QString& note) {
   picture_ = std::move(picture);
-  update();
-}
-
-void RasterView::SetNote(const QString& note) {
   note_ = note;
   update();
 }

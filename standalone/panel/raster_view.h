@@ -1,11 +1,7 @@
 #ifndef LUMOMIXCALC_STANDALONE_PANEL_RASTER_VIEW_H
 #define LUMOMIXCALC_STANDALONE_PANEL_RASTER_VIEW_H
 
-#include <QImage>
-#include <QRectF>
-#include <QWidget>
-#include <functional>
-#include <optional>
+#include "standalone/panel/widgets.h"
 
 namespace lumomixcalc::standalone {
 
@@ -20,9 +16,8 @@ class RasterView : public QWidget {
 
   explicit RasterView(Callbacks callbacks);
 
-  void SetPicture(QImage picture);
-  // Shown where there is no picture.
-  void SetNote(const QString& note);
+  // The note is shown where there is no picture.
+  void Show(QImage picture, const QString& note);
   // The outlined area, or none.
   void SetOutline(std::optional<QRectF> area);
   // The marked place, or none.

@@ -3,82 +3,44 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <complex>
 #include <cstddef>
 #include <limits>
-#include <numbers>
 
 namespace lumomixcalc::standalone {
 namespace {
 
-constexpr float kPi = std::numbers::pi_v<float>;
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
-struct Colour {
-  int red, green, blue;
-};
-
 // Once around the colour circle, from -pi on, in equal steps.
-constexpr std::array<Colour, 12> kCircle = {{{230, 60, 60},
-                                             {235, 130, 50},
-                                             {235, 200, 60},
-                                             {180, 215, 60},
-                                             {80, 200, 80},
-                                             {50, 200, 150},
-                                             {50, 200, 215},
-                                             {50, 140, 225},
-                                             {70, 80, 220},
-                                             {130, 70, 220},
-                                             {200, 70, 215},
-                                             {230, 60, 150}}};
-
-std::uint32_t Packed(const Colour& colour) {
-  return 0xFF000000U | static_cast<std::uint32_t>(colour.red) << 16 |
-         static_cast<std::uint32_t>(colour.green) << 8 | static_cast<std::uint32_t>(colour.blue);
-}
+constexpr std::array<QRgb, 12> kCircle = {0xE63C3C, 0xEB8232, 0xEBC83C, 0xB4D73C,
+                                          0x50C850, 0x32C896, 0x32C8D7, 0x328CE1,
+                                          0x4650DC, 0x8246DC, 0xC846D7, 0xE63C96};
 
 // The colours of 256 positions between the limits. The circle closes after the last.
 constexpr std::size_t kShades = 256;
-std::array<std::uint32_t, kShades> Palette(bool cyclic) {
-  std::array<std::uint32_t, kShades> palette{};
+std::array<QRgb, kShades> Palette(bool cyclic) {
+  std::array<QRgb, kShades> palette{};
   for (std::size_t i = 0; i < kShades; ++i) {
-    const int grey = static_cast<int>(i);
-    if (!cyclic) {
-      palette[i] = Packed({grey, grey, grey});
-      continue;
-    }
     const double place = static_cast<double>(i) * kCircle.size() / kShades;
     const std::size_t sector = static_cast<std::size_t>(place);
-    const Colour& from = kCircle[sector];
-    const Colour& to = kCircle[(sector + 1) % kCircle.size()];
+    const QRgb from = kCircle[sector];
+    const QRgb to = kCircle[(sector + 1) % kCircle.size()];
     const auto between = [&](int a, int b) {
       return static_cast<int>(std::lround(a + (b - a) * (place - static_cast<double>(sector))));
     };
-    palette[i] = Packed(
-        {between(from.red, to.red), between(from.green, to.green), between(from.blue, to.blue)});
+    const int grey = static_cast<int>(i);
+    palette[i] = cyclic ? qRgb(between(qRed(from), qRed(to)), between(qGreen(from), qGreen(to)),
+                               between(qBlue(from), qBlue(to)))
+                        : qRgb(grey, grey, grey);
   }
   return palette;
 }
 
-float Part(float real, float imaginary, ComplexPart part) {
-  switch (part) {
-    case ComplexPart::kMagnitude:
-      return std::hypot(real, imaginary);
-    case ComplexPart::kPhase:
-      return std::atan2(imaginary, real);
-    case ComplexPart::kReal:
-      return real;
-    case ComplexPart::kImaginary:
-      return imaginary;
-  }
-  return real;
-}
-
-std::vector<float> FiniteValues(std::span<const float> values) {
-  std::vector<float> finite;
-  finite.reserve(values.size());
-  std::copy_if(values.begin(), values.end(), std::back_inserter(finite),
-               [](float value) { return std::isfinite(value); });
-  return finite;
+float Part(std::complex<float> element, ComplexPart part) {
+  if (part == ComplexPart::kMagnitude) return std::abs(element);
+  if (part == ComplexPart::kPhase) return std::arg(element);
+  return part == ComplexPart::kReal ? element.real() : element.imag();
 }
 
 }  // namespace
@@ -86,7 +48,7 @@ std::vector<float> FiniteValues(std::span<const float> values) {
 std::vector<float> PartOf(std::span<const float> pairs, ComplexPart part) {
   std::vector<float> values(pairs.size() / 2);
   for (std::size_t i = 0; i < values.size(); ++i)
-    values[i] = Part(pairs[2 * i], pairs[2 * i + 1], part);
+    values[i] = Part({pairs[2 * i], pairs[2 * i + 1]}, part);
   return values;
 }
 
@@ -97,7 +59,9 @@ std::vector<float> Spread(std::vector<float> values, Stretch stretch) {
 }
 
 Limits LimitsOf(std::span<const float> spread, Stretch stretch) {
-  std::vector<float> finite = FiniteValues(spread);
+  std::vector<float> finite;
+  std::copy_if(spread.begin(), spread.end(), std::back_inserter(finite),
+               [](float value) { return std::isfinite(value); });
   if (finite.empty()) return {};
   const std::size_t cut = stretch == Stretch::kMinMax ? 0 : finite.size() / 50;
   const auto low = finite.begin() + static_cast<std::ptrdiff_t>(cut);
@@ -108,23 +72,26 @@ Limits LimitsOf(std::span<const float> spread, Stretch stretch) {
   return {lowest, *high};
 }
 
-Limits PhaseLimits() { return {-kPi, kPi}; }
-
-std::vector<std::uint32_t> Pixels(std::span<const float> spread, Limits limits, bool cyclic) {
+QImage Picture(std::span<const float> spread, int columns, Limits limits, bool cyclic) {
   static const std::array kPalettes = {Palette(false), Palette(true)};
-  const std::array<std::uint32_t, kShades>& palette = kPalettes[cyclic ? 1 : 0];
-  // In double, for the difference of two floats can be beyond a float.
+  const std::array<QRgb, kShades>& palette = kPalettes[cyclic ? 1 : 0];
+  // In double, since the difference of two floats can be beyond a float.
   const double low = limits.low;
   const double width = limits.high - low;
-  const double scale = width > 0 ? kShades / width : 0;
-  std::vector<std::uint32_t> pixels(spread.size());
-  std::transform(spread.begin(), spread.end(), pixels.begin(), [&](float value) -> std::uint32_t {
+  const auto colour = [&](float value) -> QRgb {
     if (std::isnan(value)) return 0;
     // One value everywhere has no width: a medium grey.
-    const double shade = width > 0 ? (value - low) * scale : kShades / 2.0;
+    const double shade = width > 0 ? (value - low) / width * kShades : kShades / 2.0;
     return palette[static_cast<std::size_t>(std::clamp(shade, 0.0, kShades - 1.0))];
-  });
-  return pixels;
+  };
+  const std::size_t rowLength = static_cast<std::size_t>(columns);
+  QImage picture(columns, static_cast<int>(spread.size() / rowLength), QImage::Format_ARGB32);
+  for (int row = 0; row < picture.height(); ++row) {
+    const auto values = spread.subspan(static_cast<std::size_t>(row) * rowLength, rowLength);
+    std::transform(values.begin(), values.end(), reinterpret_cast<QRgb*>(picture.scanLine(row)),
+                   colour);
+  }
+  return picture;
 }
 
 Histogram HistogramOf(std::span<const float> spread, Limits limits) {

@@ -3,7 +3,9 @@
 #ifndef LUMOMIXCALC_STANDALONE_PANEL_RENDERING_H
 #define LUMOMIXCALC_STANDALONE_PANEL_RENDERING_H
 
+#include <QImage>
 #include <cstdint>
+#include <numbers>
 #include <span>
 #include <vector>
 
@@ -26,19 +28,19 @@ struct Limits {
   float high = 1;
 };
 
-// values as they are spread evenly over the colours: as they are, or their decimal logarithms;
-// what has none, for being negative, then is the lowest.
+// The values that are spread evenly over the colours: values, or their decimal logarithms, where
+// negative numbers count as the lowest.
 std::vector<float> Spread(std::vector<float> values, Stretch stretch);
 
 // The limits of spread values. NaN and infinities do not count; without any other value {0, 1}.
 Limits LimitsOf(std::span<const float> spread, Stretch stretch);
 
 // The limits of a phase: one turn, in radians.
-Limits PhaseLimits();
+inline constexpr Limits kTurn = {-std::numbers::pi_v<float>, std::numbers::pi_v<float>};
 
-// One pixel an element, 0xAARRGGBB: grey from black at the low limit to white at the high one, or
+// One pixel per element, row by row: grey from black at the low limit to white at the high one, or
 // with cyclic once around the colour circle. NaN is transparent.
-std::vector<std::uint32_t> Pixels(std::span<const float> spread, Limits limits, bool cyclic);
+QImage Picture(std::span<const float> spread, int columns, Limits limits, bool cyclic);
 
 // Elements in equal bins over a range of values.
 struct Histogram {

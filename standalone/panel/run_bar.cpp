@@ -1,9 +1,5 @@
 #include "standalone/panel/run_bar.h"
 
-#include <QHBoxLayout>
-#include <QLabel>
-#include <QProgressBar>
-#include <QPushButton>
 #include <cmath>
 #include <utility>
 
@@ -14,28 +10,23 @@ constexpr int kSteps = 1000;
 
 QString Duration(double seconds) {
   const int whole = static_cast<int>(std::ceil(seconds));
-  return whole < 60 ? QStringLiteral("%1 s").arg(whole)
-                    : QStringLiteral("%1 min %2 s").arg(whole / 60).arg(whole % 60);
+  return whole < 60 ? QString("%1 s").arg(whole)
+                    : QString("%1 min %2 s").arg(whole / 60).arg(whole % 60);
 }
 
 }  // namespace
 
 RunBar::RunBar(std::function<void()> run, std::function<void()> cancel)
-    : run_(new QPushButton(QStringLiteral("&Run"))),
-      cancel_(new QPushButton(QStringLiteral("Cancel"))),
-      progress_(new QProgressBar),
-      state_(new QLabel) {
-  auto* const layout = new QHBoxLayout(this);
-  layout->setContentsMargins(0, 0, 0, 0);
-  run_->setObjectName(QStringLiteral("Run"));
-  cancel_->setObjectName(QStringLiteral("Cancel"));
-  run_->setToolTip(QStringLiteral("Write the output (Ctrl+R)"));
-  cancel_->setToolTip(QStringLiteral("Give the run up; nothing is written (Esc)"));
+    : run_(Named(new QPushButton("&Run"), "Run")),
+      cancel_(Named(new QPushButton("Cancel"), "Cancel")),
+      progress_(Named(new QProgressBar, "Progress of the run")),
+      state_(Named(new QLabel, "Run state")) {
+  auto* const layout = NewLayout<QHBoxLayout>(this);
+  run_->setToolTip("Write the output (Ctrl+R)");
+  cancel_->setToolTip("Stop the run; nothing is written (Esc)");
   cancel_->setEnabled(false);
   progress_->setRange(0, kSteps);
-  progress_->setAccessibleName(QStringLiteral("Progress of the run"));
-  state_->setMinimumWidth(fontMetrics().horizontalAdvance(QStringLiteral("00 min 00 s left")));
-  state_->setObjectName(QStringLiteral("Run state"));
+  state_->setMinimumWidth(fontMetrics().horizontalAdvance("00 min 00 s left"));
   connect(run_, &QPushButton::clicked, std::move(run));
   connect(cancel_, &QPushButton::clicked, std::move(cancel));
   layout->addWidget(run_);
@@ -49,17 +40,17 @@ void RunBar::Begin() {
   run_->setEnabled(false);
   cancel_->setEnabled(true);
   progress_->setValue(0);
-  state_->setText(QStringLiteral("running"));
+  state_->setText("running");
 }
 
 void RunBar::SetProgress(double share) {
   progress_->setValue(static_cast<int>(share * kSteps));
   const double elapsed = static_cast<double>(sinceBegin_.elapsed()) / 1000;
-  constexpr double kLeastToJudgeBy = 0.5;  // seconds
+  constexpr double kShortest = 0.5;  // seconds, to judge by
   if (share >= 1)
-    state_->setText(QStringLiteral("completing the file"));
-  else if (share > 0 && elapsed > kLeastToJudgeBy)
-    state_->setText(Duration(elapsed / share * (1 - share)) + QStringLiteral(" left"));
+    state_->setText("completing the file");
+  else if (share > 0 && elapsed > kShortest)
+    state_->setText(Duration(elapsed / share * (1 - share)) + " left");
 }
 
 void RunBar::End(const QString& outcome) {

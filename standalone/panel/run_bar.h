@@ -1,13 +1,7 @@
 #ifndef LUMOMIXCALC_STANDALONE_PANEL_RUN_BAR_H
 #define LUMOMIXCALC_STANDALONE_PANEL_RUN_BAR_H
 
-#include <QElapsedTimer>
-#include <QWidget>
-#include <functional>
-
-class QLabel;
-class QProgressBar;
-class QPushButton;
+#include "standalone/panel/widgets.h"
 
 namespace lumomixcalc::standalone {
 

@@ -2,17 +2,16 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <utility>
 
-#include "standalone/base/messages.h"
 #include "standalone/runs/session.h"
 #include "standalone/runs/strip_processing.h"
 
 namespace lumomixcalc::standalone {
-namespace {
 
-MemoryRaster Compute(const Job& job, HostState& host, const RunControl& control) {
-  Session session(job, host);
+MemoryRaster RunInMemory(const Job& job, HostState& host, const RunControl& control) {
+  Job ofOneBand = job;
+  ofOneBand.bands = {job.bands.empty() ? 1 : job.bands.front()};
+  Session session(ofOneBand, host);
   MemoryRaster raster;
   raster.grid = session.Grid();
   raster.complex = session.Mode().complex;
@@ -27,21 +26,6 @@ MemoryRaster Compute(const Job& job, HostState& host, const RunControl& control)
   };
   ProcessStrips(session, sink, control);
   return raster;
-}
-
-}  // namespace
-
-MemoryRaster RunInMemory(const Job& job, HostState& host, const RunControl& control) {
-  Job ofOneBand = job;
-  ofOneBand.bands = {job.bands.empty() ? 1 : job.bands.front()};
-  std::string told;
-  const MessageRedirection redirection(
-      [&told](const std::string& sentence) { told += (told.empty() ? "" : "\n") + sentence; });
-  try {
-    return Compute(ofOneBand, host, control);
-  } catch (const Desisted&) {
-    throw Failure(told);
-  }
 }
 
 }  // namespace lumomixcalc::standalone
