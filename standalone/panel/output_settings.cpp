@@ -93,11 +93,9 @@ void OutputSettings::AddResolution(QGridLayout& grid, const Job& first) {
   resolution_ = NewSpin(QStringLiteral("Resolution"), 1, QStringLiteral("1 : "));
   resolution_->setToolTip(QStringLiteral("Input pixels to one output pixel, in both directions"));
   resolution_->setValue(first.selection.resolution);
-  // In the order of Resampling.
   resampling_ = new QComboBox;
-  resampling_->addItems({QStringLiteral("nearest"), QStringLiteral("average"),
-                         QStringLiteral("bilinear"), QStringLiteral("cubic"),
-                         QStringLiteral("overview")});
+  for (const ResamplingMethod& method : kResamplingMethods)
+    resampling_->addItem(QLatin1String(method.name));
   resampling_->setCurrentIndex(static_cast<int>(first.selection.resampling));
   resampling_->setToolTip(QStringLiteral("How coarser pixels are made"));
   resampling_->setEnabled(resolution_->value() > 1);

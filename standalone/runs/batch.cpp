@@ -127,6 +127,8 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
   }
   output.Publish(control.stop);
 
+  for (const RunInput& input : session.Inputs())
+    for (const std::string& loss : input.raster->Losses()) Warn(loss);
   WarnOfUnheldElements(statistics, mode);
   const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
   RunReport report = {command,

@@ -23,16 +23,17 @@ struct Rows {
   int end = 0;
 };
 
+// Strips end with rows of blocks of the output, so that these are complete, and of the inputs, so
+// that of several bands no block is decoded twice.
 std::vector<Rows> PlanStrips(const Session& session, const StripSink& sink) {
   const int atMost = session.RowsPerStrip();
   const int rows = session.Grid().rows;
   std::vector<Rows> plan;
   for (int row = 0; row < rows; row = plan.back().end) {
-    const int end = row + std::min(atMost, rows - row);
-    // A strip that reaches the end of a row of the output's blocks ends there, so that blocks are
-    // complete.
-    const int blockEnd = end - end % sink.blockRows;
-    plan.push_back({row, blockEnd > row ? blockEnd : end});
+    int end = row + std::min(atMost, rows - row);
+    if (const int blockEnd = end - end % sink.blockRows; blockEnd > row) end = blockEnd;
+    for (const RunInput& input : session.Inputs()) end = input.raster->StripEnd(row, end);
+    plan.push_back({row, end});
   }
   return plan;
 }

@@ -13,9 +13,9 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-std::string SizeText(const RasterInput& raster) {
-  return std::to_string(raster.Columns()) + " x " + std::to_string(raster.Rows()) + " pixels, " +
-         std::to_string(raster.Bands()) + (raster.Bands() == 1 ? " band" : " bands");
+std::string SizeAndBands(const RasterInput& raster) {
+  return SizeText(raster.Columns(), raster.Rows()) + ", " + std::to_string(raster.Bands()) +
+         (raster.Bands() == 1 ? " band" : " bands");
 }
 
 // The number of bands that all inputs share. Refuses inputs that do not fit the first, warns of
@@ -27,8 +27,9 @@ int CommonBands(const std::list<RunInput>& inputs) {
     RasterInput& raster = *input.raster;
     const bool sameBands = raster.Bands() == bands || raster.Bands() == 1 || bands == 1;
     if (raster.Columns() != first.Columns() || raster.Rows() != first.Rows() || !sameBands)
-      throw Failure("the inputs differ in size: " + first.Describe() + " has " + SizeText(first) +
-                    ", " + raster.Describe() + " has " + SizeText(raster));
+      throw Failure("the inputs differ in size: " + first.Describe() + " has " +
+                    SizeAndBands(first) + ", " + raster.Describe() + " has " +
+                    SizeAndBands(raster));
     bands = std::max(bands, raster.Bands());
     if (const std::string difference = GeoreferencingDifference(first.Dataset(), raster.Dataset());
         !difference.empty())
