@@ -45,6 +45,25 @@ bool IsWiderThanFloat(GDALDataType type) {
   return GDALDataTypeUnion(type, GDT_CFloat32) != GDT_CFloat32;
 }
 
+constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+constexpr float kMissing = std::numeric_limits<float>::lowest();  // for NaN where GDAL resamples
+
+// Replaces elements, each of so many parts, of which a part is from, by to in all parts. Returns
+// whether there were any.
+bool Replace(std::span<float> values, int parts, float from, float to) {
+  const auto is = [from](float value) {
+    return value == from || (std::isnan(value) && std::isnan(from));
+  };
+  bool any = false;
+  for (std::size_t i = 0; i < values.size(); i += static_cast<std::size_t>(parts)) {
+    const std::span element = values.subspan(i, static_cast<std::size_t>(parts));
+    if (std::none_of(element.begin(), element.end(), is)) continue;
+    std::fill(element.begin(), element.end(), to);
+    any = true;
+  }
+  return any;
+}
+
 // How far the furthest of count items that lie step bytes apart is beyond the first: with a step
 // backward the first is the furthest.
 std::int64_t Reach(std::int64_t step, int count) {
@@ -201,7 +220,10 @@ void RasterInput::Resample(const PixelWindow& source, const PixelWindow& wanted,
   options.SetNameValue("DATAPOINTER", address);
   memory->AddBand(type, options.List());
   GDALRasterBand& band = *memory->GetRasterBand(1);
-  if (maskNoData_) band.SetNoDataValue(std::numeric_limits<double>::quiet_NaN());
+  // GDAL multiplies what is missing by zero, so that NaN would spread. Without anything missing it
+  // makes the same pixels in two thirds of the time.
+  const bool missing = maskNoData_ && Replace(full_, Parts(), kNan, kMissing);
+  if (missing) band.SetNoDataValue(kMissing);
   GDALRasterIOExtraArg extra;
   INIT_RASTERIO_EXTRA_ARG(extra);
   extra.eResampleAlg = interpolation_->algorithm;
@@ -209,6 +231,10 @@ void RasterInput::Resample(const PixelWindow& source, const PixelWindow& wanted,
                     out, grid_.columns, rows, type, 0, 0, &extra) != CE_None ||
       failures.Any())
     throw Failure("cannot resample " + Describe() + ": " + failures.First());
+  if (missing)
+    Replace({out, static_cast<std::size_t>(grid_.columns) * static_cast<std::size_t>(rows) *
+                      static_cast<std::size_t>(Parts())},
+            Parts(), kMissing, kNan);
 }
 
 std::vector<std::string> RasterInput::Losses() const {
