@@ -45,25 +45,6 @@ bool IsWiderThanFloat(GDALDataType type) {
   return GDALDataTypeUnion(type, GDT_CFloat32) != GDT_CFloat32;
 }
 
-constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
-constexpr float kMissing = std::numeric_limits<float>::lowest();  // for NaN where GDAL resamples
-
-// Replaces elements, each of so many parts, of which a part is from, by to in all parts. Returns
-// whether there were any.
-bool Replace(std::span<float> values, int parts, float from, float to) {
-  const auto is = [from](float value) {
-    return value == from || (std::isnan(value) && std::isnan(from));
-  };
-  bool any = false;
-  for (std::size_t i = 0; i < values.size(); i += static_cast<std::size_t>(parts)) {
-    const std::span element = values.subspan(i, static_cast<std::size_t>(parts));
-    if (std::none_of(element.begin(), element.end(), is)) continue;
-    std::fill(element.begin(), element.end(), to);
-    any = true;
-  }
-  return any;
-}
-
 // How far the furthest of count items that lie step bytes apart is beyond the first: with a step
 // backward the first is the furthest.
 std::int64_t Reach(std::int64_t step, int count) {
@@ -143,8 +124,7 @@ void RasterInput::Read(int band, int firstRow, int rows, float* out) {
                               rows * n};
   if (!interpolation_) return ReadElements(band, wanted, grid_.columns, rows, out);
   const PixelWindow source = SourceOf(wanted);
-  full_.resize(static_cast<std::size_t>(source.columns) * static_cast<std::size_t>(source.rows) *
-               static_cast<std::size_t>(Parts()));
+  full_.resize(Floats(source.columns, source.rows));
   ReadElements(band, source, source.columns, source.rows, full_.data());
   Resample(source, wanted, rows, out);
 }
@@ -166,8 +146,7 @@ void RasterInput::ReadElements(int band, const PixelWindow& window, int columns,
   const GDALDataType type = Pixels().GetRasterBand(band)->GetRasterDataType();
   if (lostDigits_.empty() && IsWiderThanFloat(type))
     FindLostDigits(band, window, columns, rows, out);
-  const std::span elements(out, static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows) *
-                                    static_cast<std::size_t>(Parts()));
+  const std::span elements(out, Floats(columns, rows));
   if (IsSignedByte(*Pixels().GetRasterBand(band)))
     for (float& element : elements)
       if (element > 127) element -= 256;
@@ -195,8 +174,7 @@ void RasterInput::Transfer(int band, const PixelWindow& window, int columns, int
 
 void RasterInput::FindLostDigits(int band, const PixelWindow& window, int columns, int rows,
                                  const float* elements) {
-  exact_.resize(static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows) *
-                static_cast<std::size_t>(Parts()));
+  exact_.resize(Floats(columns, rows));
   Transfer(band, window, columns, rows, exact_.data(), Mode().complex ? GDT_CFloat64 : GDT_Float64);
   const auto masked = masked_.find(band);
   for (std::size_t i = 0; i < exact_.size(); ++i) {
@@ -220,9 +198,16 @@ void RasterInput::Resample(const PixelWindow& source, const PixelWindow& wanted,
   options.SetNameValue("DATAPOINTER", address);
   memory->AddBand(type, options.List());
   GDALRasterBand& band = *memory->GetRasterBand(1);
-  // GDAL multiplies what is missing by zero, so that NaN would spread. Without anything missing it
+  // GDAL multiplies what is missing by zero, so it must be a number. Without anything missing it
   // makes the same pixels in two thirds of the time.
-  const bool missing = maskNoData_ && Replace(full_, Parts(), kNan, kMissing);
+  constexpr float kMissing = std::numeric_limits<float>::lowest();
+  const auto parts = static_cast<std::size_t>(Parts());
+  bool missing = false;
+  for (std::size_t i = 0; maskNoData_ && i < full_.size(); i += parts)
+    if (std::isnan(full_[i]) || std::isnan(full_[i + parts - 1])) {
+      std::fill_n(&full_[i], parts, kMissing);
+      missing = true;
+    }
   if (missing) band.SetNoDataValue(kMissing);
   GDALRasterIOExtraArg extra;
   INIT_RASTERIO_EXTRA_ARG(extra);
@@ -231,10 +216,7 @@ void RasterInput::Resample(const PixelWindow& source, const PixelWindow& wanted,
                     out, grid_.columns, rows, type, 0, 0, &extra) != CE_None ||
       failures.Any())
     throw Failure("cannot resample " + Describe() + ": " + failures.First());
-  if (missing)
-    Replace({out, static_cast<std::size_t>(grid_.columns) * static_cast<std::size_t>(rows) *
-                      static_cast<std::size_t>(Parts())},
-            Parts(), kMissing, kNan);
+  if (missing) MaskNoData({out, Floats(grid_.columns, rows)}, Mode().complex, kMissing);
 }
 
 std::vector<std::string> RasterInput::Losses() const {

@@ -3,6 +3,7 @@
 
 #include <gdal_priv.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -72,6 +73,10 @@ class RasterInput {
   GDALDatasetUniquePtr Open(const char* overviewLevel) const;
   void OpenOverview();
   GDALDataset& Pixels() const { return *(resampled_ ? resampled_ : dataset_); }
+  std::size_t Floats(int columns, int rows) const {
+    return static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows) *
+           static_cast<std::size_t>(Parts());
+  }
   PixelWindow SourceOf(const PixelWindow& wanted) const;
   void ReadElements(int band, const PixelWindow& window, int columns, int rows, float* out);
   void Transfer(int band, const PixelWindow& window, int columns, int rows, void* out,
