@@ -16,15 +16,6 @@ namespace {
 // No raster of GDAL's has as many bands; a larger range is a slip that would only fill memory.
 constexpr int kMostBands = 65536;
 
-constexpr struct {
-  Resampling resampling;
-  const char* name;
-} kResamplings[] = {{Resampling::kNearest, "nearest"},
-                    {Resampling::kAverage, "average"},
-                    {Resampling::kBilinear, "bilinear"},
-                    {Resampling::kCubic, "cubic"},
-                    {Resampling::kOverview, "overview"}};
-
 std::vector<std::string_view> Split(std::string_view text, char separator) {
   std::vector<std::string_view> parts;
   for (std::size_t end = 0; (end = text.find(separator)) != std::string_view::npos;
@@ -59,12 +50,6 @@ std::vector<int> BandRange(std::string_view text) {
   std::vector<int> bands;
   for (int band = *first; band <= *last; ++band) bands.push_back(band);
   return bands;
-}
-
-const char* NameOf(Resampling resampling) {
-  for (const auto& known : kResamplings)
-    if (known.resampling == resampling) return known.name;
-  return nullptr;
 }
 
 }  // namespace
@@ -102,9 +87,9 @@ int ParseResolution(const std::string& text) {
 
 Resampling ParseResampling(const std::string& text) {
   std::vector<std::string> names;
-  for (const auto& known : kResamplings) {
-    if (text == known.name) return known.resampling;
-    names.emplace_back(known.name);
+  for (std::size_t i = 0; i < kResamplingMethods.size(); ++i) {
+    if (text == kResamplingMethods[i].name) return static_cast<Resampling>(i);
+    names.emplace_back(kResamplingMethods[i].name);
   }
   throw WrongCommandLine("-resampling=" + text + ": unknown resampling; known are " +
                          ListText(names) + Suggestion(text, names));
@@ -130,8 +115,9 @@ std::vector<std::string> SelectionArguments(const Selection& selection,
   if (selection.window) arguments.push_back("-window=" + ToText(*selection.window));
   if (selection.resolution != 1) {
     arguments.push_back("-resolution=" + std::to_string(selection.resolution));
-    if (const char* const name = NameOf(selection.resampling))
-      arguments.push_back(std::string("-resampling=") + name);
+    const auto method = static_cast<std::size_t>(selection.resampling);
+    if (method < kResamplingMethods.size())
+      arguments.push_back(std::string("-resampling=") + kResamplingMethods[method].name);
   }
   std::string list;
   for (const int band : bands) {

@@ -71,8 +71,9 @@ void OutputSettings::AddResolution(QGridLayout& grid, const Job& first) {
   resolution_ = NewSpin("Resolution", 1, "1 : ");
   resolution_->setToolTip("Input pixels to one output pixel, in both directions");
   resolution_->setValue(first.selection.resolution);
-  // In the order of Resampling.
-  resampling_ = NewChoice("Resampling", {"nearest", "average", "bilinear", "cubic", "overview"});
+  QStringList methods;
+  for (const ResamplingMethod& method : kResamplingMethods) methods << method.name;
+  resampling_ = NewChoice("Resampling", methods);
   resampling_->setCurrentIndex(static_cast<int>(first.selection.resampling));
   resampling_->setToolTip("How coarser pixels are made");
   resampling_->setEnabled(resolution_->value() > 1);

@@ -10,18 +10,15 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-std::string SizeText(int columns, int rows) {
-  return std::to_string(columns) + " x " + std::to_string(rows) + " pixels";
-}
-
 bool Contains(int columns, int rows, const PixelWindow& window) {
   return window.x >= 0 && window.y >= 0 && window.columns > 0 && window.rows > 0 &&
          std::int64_t{window.x} + window.columns <= columns &&
          std::int64_t{window.y} + window.rows <= rows;
 }
 
-// Map coordinates are seldom exact: an edge within a thousandth of a pixel of a pixel's is it.
-double Settled(double pixel) {
+// Map coordinates are seldom exact: a place within a thousandth of a pixel of a pixel's edge is
+// taken to be on it.
+double SnappedToEdge(double pixel) {
   constexpr double kTolerance = 1e-3;
   const double nearest = std::round(pixel);
   return std::abs(pixel - nearest) < kTolerance ? nearest : pixel;
@@ -38,10 +35,10 @@ PixelWindow PixelsOf(const MapWindow& window, const Geotransform& transform, int
   const double x2 = (window.xMax - transform[0]) / transform[1];
   const double y1 = (window.yMin - transform[3]) / transform[5];
   const double y2 = (window.yMax - transform[3]) / transform[5];
-  const double left = std::floor(Settled(std::min(x1, x2)));
-  const double right = std::ceil(Settled(std::max(x1, x2)));
-  const double top = std::floor(Settled(std::min(y1, y2)));
-  const double bottom = std::ceil(Settled(std::max(y1, y2)));
+  const double left = std::floor(SnappedToEdge(std::min(x1, x2)));
+  const double right = std::ceil(SnappedToEdge(std::max(x1, x2)));
+  const double top = std::floor(SnappedToEdge(std::min(y1, y2)));
+  const double bottom = std::ceil(SnappedToEdge(std::max(y1, y2)));
   // Written so that a NaN is refused, too.
   if (!(left >= 0 && top >= 0 && right <= columns && bottom <= rows && left < right &&
         top < bottom)) {
@@ -73,6 +70,10 @@ PixelWindow ChosenPixels(const Selection& selection, int columns, int rows,
 
 }  // namespace
 
+std::string SizeText(int columns, int rows) {
+  return std::to_string(columns) + " x " + std::to_string(rows) + " pixels";
+}
+
 std::string ToText(const PixelWindow& window) {
   return std::to_string(window.x) + ":" + std::to_string(window.y) + ":" +
          std::to_string(window.columns) + ":" + std::to_string(window.rows);
@@ -99,7 +100,7 @@ OutputGrid MakeOutputGrid(const Selection& selection, int columns, int rows,
   if (selection.longestSide > 0) {
     const int side = std::max(grid.window.columns, grid.window.rows);
     const int needed = (side - 1) / selection.longestSide + 1;
-    // Of a long thin image a row must remain.
+    // At least one row of a long thin image remains.
     grid.resolution =
         std::max(grid.resolution, std::min({needed, grid.window.columns, grid.window.rows}));
   }

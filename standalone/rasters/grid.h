@@ -28,6 +28,9 @@ struct MapWindow {
   double yMax = 0;
 };
 
+// "C x R pixels".
+std::string SizeText(int columns, int rows);
+
 // The windows as the options -region= and -window= take them.
 std::string ToText(const PixelWindow& window);
 std::string ToText(const MapWindow& window);
@@ -36,6 +39,20 @@ std::string ToText(const MapWindow& window);
 // of full resolution; kOverview takes the overview of just that resolution, as its maker made it;
 // kPreview takes whatever is quickest to read.
 enum class Resampling { kNearest, kAverage, kBilinear, kCubic, kOverview, kPreview };
+
+// What a user can choose as -resampling=, at the position of its Resampling.
+struct ResamplingMethod {
+  const char* name;
+  GDALRIOResampleAlg algorithm;
+  int radius;  // pixels of the coarser image that the algorithm looks at beyond a pixel's own
+};
+inline constexpr std::array<ResamplingMethod, 5> kResamplingMethods = {{
+    {"nearest", GRIORA_NearestNeighbour, 0},
+    {"average", GRIORA_Average, 0},
+    {"bilinear", GRIORA_Bilinear, 1},
+    {"cubic", GRIORA_Cubic, 2},
+    {"overview", GRIORA_NearestNeighbour, 0},
+}};
 
 // What a run takes of its inputs, as the user asks for it.
 struct Selection {

@@ -7,6 +7,8 @@
 #include <limits>
 #include <type_traits>
 
+#include "standalone/rasters/no_data.h"
+
 namespace lumomixcalc::standalone {
 namespace {
 
@@ -16,27 +18,6 @@ namespace {
 double Rounded(float value) {
   constexpr double kNoFraction = 0x1.8p52;
   return (static_cast<double>(value) + kNoFraction) - kNoFraction;
-}
-
-// What one float did not keep of itself.
-struct Losses {
-  bool saturated = false;
-  bool moved = false;
-  bool nan = false;
-};
-
-double Stored(float value, const DataMode& mode, const std::optional<double>& noData,
-              Losses& losses) {
-  if (std::isnan(value)) {
-    losses.nan |= !noData;
-    return noData.value_or(0);
-  }
-  const double rounded = Rounded(value);
-  losses.saturated |= rounded < mode.lowest || rounded > mode.highest;
-  const double held = std::clamp(rounded, mode.lowest, mode.highest);
-  if (held != noData) return held;
-  losses.moved = true;
-  return held > 0 ? held - 1 : held + 1;
 }
 
 constexpr std::size_t kLanes = 16;
@@ -50,7 +31,11 @@ bool StoreHeld(const float* values, const DataMode& mode, const std::optional<do
                Integer* out) {
   const double lowest = mode.lowest;
   const double highest = mode.highest;
-  const double avoided = noData.value_or(std::numeric_limits<double>::quiet_NaN());
+  // Only an element whose first part is this may be no data. Nothing equals NaN.
+  std::array<double, kLanes> avoided;
+  avoided.fill(std::numeric_limits<double>::quiet_NaN());
+  for (std::size_t lane = 0; noData && lane < kLanes; lane += mode.complex ? 2 : 1)
+    avoided[lane] = *noData;
   std::array<double, kLanes> unheld = {};
   for (std::size_t i = 0; i < kChunk; i += kLanes)
     for (std::size_t lane = 0; lane < kLanes; ++lane) {
@@ -59,7 +44,7 @@ bool StoreHeld(const float* values, const DataMode& mode, const std::optional<do
       const double above = rounded > lowest ? rounded : lowest;
       const double held = above < highest ? above : highest;
       unheld[lane] = held == rounded ? unheld[lane] : 1;
-      unheld[lane] = held == avoided ? 1 : unheld[lane];
+      unheld[lane] = held == avoided[lane] ? 1 : unheld[lane];
       // A double becomes 32 bits with sign in one instruction, and from there fewer.
       if constexpr (std::is_same_v<Integer, std::uint32_t>)
         out[i + lane] = static_cast<Integer>(held);
@@ -69,18 +54,29 @@ bool StoreHeld(const float* values, const DataMode& mode, const std::optional<do
   return std::all_of(unheld.begin(), unheld.end(), [](double lane) { return lane == 0; });
 }
 
+// Stores one element of one part or two.
 template <typename Integer>
-void StoreAny(std::span<const float> values, const DataMode& mode,
-              const std::optional<double>& noData, Integer* out, UnheldElements& counts) {
-  const std::size_t parts = mode.complex ? 2 : 1;
-  for (std::size_t element = 0; element < values.size(); element += parts) {
-    Losses losses;
-    for (std::size_t i = element; i < element + parts; ++i)
-      out[i] = static_cast<Integer>(Stored(values[i], mode, noData, losses));
-    counts.saturated += losses.saturated ? 1 : 0;
-    counts.moved += losses.moved ? 1 : 0;
-    counts.nan += losses.nan ? 1 : 0;
+void StoreElement(std::span<const float> parts, const DataMode& mode,
+                  const std::optional<double>& noData, Integer* out, UnheldElements& counts) {
+  const bool hasNan =
+      std::any_of(parts.begin(), parts.end(), [](float x) { return std::isnan(x); });
+  if (hasNan && noData) {
+    std::fill_n(out, parts.size(), static_cast<Integer>(*noData));
+    return;
   }
+  counts.nan += hasNan ? 1 : 0;
+  std::array<double, 2> held = {};
+  bool saturated = false;
+  for (std::size_t i = 0; i < parts.size(); ++i) {
+    held[i] = RoundedAndSaturated(parts[i], mode);
+    saturated |= !std::isnan(parts[i]) && held[i] != Rounded(parts[i]);
+  }
+  counts.saturated += saturated ? 1 : 0;
+  if (noData && IsNoData(held[0], held[1], *noData)) {
+    held[0] += held[0] > 0 ? -1 : 1;
+    ++counts.moved;
+  }
+  for (std::size_t i = 0; i < parts.size(); ++i) out[i] = static_cast<Integer>(held[i]);
 }
 
 template <typename Integer>
@@ -88,8 +84,10 @@ void Store(std::span<const float> values, const DataMode& mode, const std::optio
            Integer* out, UnheldElements& counts) {
   for (std::size_t i = 0; i < values.size(); i += kChunk) {
     const std::span chunk = values.subspan(i, std::min(kChunk, values.size() - i));
-    if (chunk.size() < kChunk || !StoreHeld(chunk.data(), mode, noData, out + i))
-      StoreAny(chunk, mode, noData, out + i, counts);
+    if (chunk.size() == kChunk && StoreHeld(chunk.data(), mode, noData, out + i)) continue;
+    const std::size_t parts = mode.complex ? 2 : 1;
+    for (std::size_t part = 0; part < chunk.size(); part += parts)
+      StoreElement(chunk.subspan(part, parts), mode, noData, out + i + part, counts);
   }
 }
 

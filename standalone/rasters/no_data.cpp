@@ -40,8 +40,7 @@ void MaskNoData(std::span<float> values, bool complex, double noData) {
     return;
   }
   for (std::size_t i = 0; i + 1 < values.size(); i += 2)
-    if (values[i] == value && (values[i + 1] == value || values[i + 1] == 0))
-      values[i] = values[i + 1] = kNan;
+    if (IsNoData(values[i], values[i + 1], value)) values[i] = values[i + 1] = kNan;
 }
 
 double IntegerNoData(const DataMode& mode, double declared) {

@@ -13,9 +13,15 @@ namespace lumomixcalc::standalone {
 // The no-data value that a band declares; none when it declares none.
 std::optional<double> DeclaredNoData(GDALRasterBand& band);
 
-// Replaces no-data elements by NaN. They are those equal to noData when both are rounded to single
-// precision, as the application would see them; a complex element is one when its real part is and
-// its imaginary part is equal to noData, too, or zero. Both its parts become NaN.
+// The one rule for complex elements, for reading and for storing: an element is no data when its
+// real part equals the no-data value and its imaginary part equals it, too, or is zero.
+template <typename Number>
+bool IsNoData(Number real, Number imaginary, Number noData) {
+  return real == noData && (imaginary == noData || imaginary == 0);
+}
+
+// Replaces no-data elements by NaN, complex ones in both parts. Values are compared in single
+// precision, as the application would see them.
 void MaskNoData(std::span<float> values, bool complex, double noData);
 
 // The value that stands for no data in an output of an integer mode: declared, the first input's,

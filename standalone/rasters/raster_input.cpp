@@ -1,21 +1,37 @@
 #include "standalone/rasters/raster_input.h"
 
+#include <cpl_error.h>
+#include <cpl_vsi.h>
+
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
+#include <limits>
 #include <span>
 
 #include "standalone/base/messages.h"
+#include "standalone/base/numbers.h"
 #include "standalone/rasters/gdal_library.h"
-#include "standalone/rasters/raw_files.h"
 
 namespace lumomixcalc::standalone {
 namespace {
 
-// "; name one of its subdatasets, such as ..." for a container that holds rasters but is none.
-std::string SubdatasetHint(GDALDataset& dataset) {
-  const char* const first =
-      CSLFetchNameValue(dataset.GetMetadata("SUBDATASETS"), "SUBDATASET_1_NAME");
-  return first ? std::string("; name one of its subdatasets, such as ") + first : std::string();
+// "; name one of its subdatasets, such as ..." for a container that holds rasters but is none: the
+// first complex one of two dimensions, else the first.
+std::string SubdatasetHint(GDALDataset& container) {
+  const CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);
+  std::string first;
+  for (int i = 1;; ++i) {
+    const std::string item = "SUBDATASET_" + std::to_string(i) + "_NAME";
+    const char* const name = container.GetMetadataItem(item.c_str(), "SUBDATASETS");
+    if (!name) return first;
+    const std::string hint = std::string("; name one of its subdatasets, such as ") + name;
+    const GDALDatasetUniquePtr raster(GDALDataset::Open(name, GDAL_OF_RASTER));
+    if (raster && raster->GetRasterCount() == 1 &&
+        GDALDataTypeIsComplex(raster->GetRasterBand(1)->GetRasterDataType()))
+      return hint;
+    if (i == 1) first = hint;
+  }
 }
 
 // Before GDAL has a type for it, signed 8-bit data is Byte with a remark.
@@ -24,17 +40,15 @@ bool IsSignedByte(GDALRasterBand& band) {
   return band.GetRasterDataType() == GDT_Byte && pixelType && EQUAL(pixelType, "SIGNEDBYTE");
 }
 
-GDALRIOResampleAlg GdalResampling(Resampling resampling) {
-  switch (resampling) {
-    case Resampling::kAverage:
-      return GRIORA_Average;
-    case Resampling::kBilinear:
-      return GRIORA_Bilinear;
-    case Resampling::kCubic:
-      return GRIORA_Cubic;
-    default:
-      return GRIORA_NearestNeighbour;
-  }
+// Whether a type has numbers that are rounded in single precision.
+bool IsWiderThanFloat(GDALDataType type) {
+  return GDALDataTypeUnion(type, GDT_CFloat32) != GDT_CFloat32;
+}
+
+// How far the furthest of count items that lie step bytes apart is beyond the first: with a step
+// backward the first is the furthest.
+std::int64_t Reach(std::int64_t step, int count) {
+  return std::max<std::int64_t>(0, step * (count - 1));
 }
 
 }  // namespace
@@ -43,6 +57,7 @@ RasterInput::RasterInput(const std::string& label, const std::string& name)
     : label_(label), name_(name) {
   dataset_ = Open(nullptr);
   if (Bands() == 0) throw Failure(Describe() + " has no bands" + SubdatasetHint(*dataset_));
+  FindRawFile();
   RefuseShortFile();
 
   GDALDataType type = dataset_->GetRasterBand(1)->GetRasterDataType();
@@ -65,16 +80,21 @@ GDALDatasetUniquePtr RasterInput::Open(const char* overviewLevel) const {
 void RasterInput::Select(const OutputGrid& grid, Resampling resampling,
                          const std::vector<int>& bands, bool maskNoData) {
   grid_ = grid;
-  resampling_ = resampling;
-  if (grid.resolution > 1 && resampling == Resampling::kOverview)
-    OpenOverview();
-  else if (grid.resolution > 1 && resampling != Resampling::kPreview)
-    resampled_ = Open("NONE");  // else GDAL reads from overviews without a word
+  bands_ = bands;
+  maskNoData_ = maskNoData;
   if (maskNoData)
     for (const int band : bands)
       if (const std::optional<double> value = NoData(band)) masked_[band] = *value;
-  if (grid_.resolution == 1 && !resampled_)
-    uncompressedRows_ = UncompressedRows::Open(Pixels(), bands, grid_.window);
+  if (grid.resolution > 1) {
+    if (resampling == Resampling::kOverview) return OpenOverview();
+    if (resampling == Resampling::kPreview) return;
+    if (resampling == Resampling::kNearest) {
+      resampled_ = Open("NONE");  // else GDAL takes pixels of overviews silently
+      return;
+    }
+    interpolation_ = &kResamplingMethods[static_cast<std::size_t>(resampling)];
+  }
+  uncompressedRows_ = UncompressedRows::Open(*dataset_, bands, SourceOf(grid.window));
 }
 
 void RasterInput::OpenOverview() {
@@ -94,66 +114,177 @@ void RasterInput::OpenOverview() {
     grid_.resolution = 1;
     return;
   }
-  throw Failure(Describe() + " has no overview of " + std::to_string(columns) + " x " +
-                std::to_string(rows) + " pixels for -resolution=" + std::to_string(n) +
-                "; gdaladdo makes one");
-}
-
-bool RasterInput::ReadPixels(int band, int firstRow, int rows, float* out, std::string& reason) {
-  const int n = grid_.resolution;
-  const int y = grid_.window.y + firstRow * n;
-  const GDALDataType type = Mode().complex ? GDT_CFloat32 : GDT_Float32;
-  if (uncompressedRows_) {
-    reason = uncompressedRows_->Read(band, y, rows, out, type);
-    return reason.empty();
-  }
-  GDALRasterIOExtraArg extra;
-  INIT_RASTERIO_EXTRA_ARG(extra);
-  extra.eResampleAlg = GdalResampling(resampling_);
-  return Pixels().GetRasterBand(band)->RasterIO(GF_Read, grid_.window.x, y, grid_.window.columns,
-                                                rows * n, out, grid_.columns, rows, type, 0, 0,
-                                                &extra) == CE_None;
+  throw Failure(Describe() + " has no overview of " + SizeText(columns, rows) +
+                " for -resolution=" + std::to_string(n) + "; gdaladdo makes one");
 }
 
 void RasterInput::Read(int band, int firstRow, int rows, float* out) {
+  const int n = grid_.resolution;
+  const PixelWindow wanted = {grid_.window.x, grid_.window.y + firstRow * n, grid_.window.columns,
+                              rows * n};
+  if (!interpolation_) return ReadElements(band, wanted, grid_.columns, rows, out);
+  const PixelWindow source = SourceOf(wanted);
+  full_.resize(Floats(source.columns, source.rows));
+  ReadElements(band, source, source.columns, source.rows, full_.data());
+  Resample(source, wanted, rows, out);
+}
+
+// The pixels of full resolution that pixels of the grid are made of.
+PixelWindow RasterInput::SourceOf(const PixelWindow& wanted) const {
+  const int margin = interpolation_ ? interpolation_->radius * grid_.resolution : 0;
+  const int left = std::max(0, wanted.x - margin);
+  const int top = std::max(0, wanted.y - margin);
+  const int right = std::min(Columns() - wanted.columns, wanted.x + margin) + wanted.columns;
+  const int bottom = std::min(Rows() - wanted.rows, wanted.y + margin) + wanted.rows;
+  return {left, top, right - left, bottom - top};
+}
+
+// Reads a window as columns x rows elements, with signed bytes as numbers and no data as NaN.
+void RasterInput::ReadElements(int band, const PixelWindow& window, int columns, int rows,
+                               float* out) {
+  Transfer(band, window, columns, rows, out, Mode().complex ? GDT_CFloat32 : GDT_Float32);
+  const GDALDataType type = Pixels().GetRasterBand(band)->GetRasterDataType();
+  if (lostDigits_.empty() && IsWiderThanFloat(type))
+    FindLostDigits(band, window, columns, rows, out);
+  const std::span elements(out, Floats(columns, rows));
+  if (IsSignedByte(*Pixels().GetRasterBand(band)))
+    for (float& element : elements)
+      if (element > 127) element -= 256;
+  if (const auto masked = masked_.find(band); masked != masked_.end())
+    MaskNoData(elements, Mode().complex, masked->second);
+}
+
+void RasterInput::Transfer(int band, const PixelWindow& window, int columns, int rows, void* out,
+                           GDALDataType type) {
   const GdalFailures failures;
   std::string reason;
-  if (!ReadPixels(band, firstRow, rows, out, reason) || failures.Any())
-    throw Failure("cannot read " + Describe() + ", band " + std::to_string(band) + ", from row " +
-                  std::to_string(grid_.window.y + firstRow * grid_.resolution) + ": " +
-                  (reason.empty() ? failures.First() : reason));
-  RefuseShortFile();  // it may have been cut since it was opened
-  const std::span values(out, static_cast<std::size_t>(grid_.columns) *
-                                  static_cast<std::size_t>(rows) *
-                                  static_cast<std::size_t>(Parts()));
-  if (IsSignedByte(*Pixels().GetRasterBand(band)))
-    for (float& value : values)
-      if (value > 127) value -= 256;
-  if (const auto masked = masked_.find(band); masked != masked_.end())
-    MaskNoData(values, Mode().complex, masked->second);
-}
-
-void RasterInput::RefuseShortFile() {
-  if (const std::string shortage = RawFileShortage(*dataset_); !shortage.empty())
-    throw Failure("cannot read " + Describe() + ": " + shortage);
-}
-
-std::int64_t RasterInput::CacheBytes(int stripRows) {
-  const std::int64_t stripInputRows = std::int64_t{stripRows} * grid_.resolution;
-  std::int64_t bytes = 0;
-  if (uncompressedRows_) return bytes;
-  for (GDALRasterBand* const band : Pixels().GetBands()) {
-    int width = 0;
-    int height = 0;
-    band->GetBlockSize(&width, &height);
-    const std::int64_t across = (Columns() - 1) / width + 1;
-    // Where a strip reaches into the next row of blocks, that one takes the place of the last.
-    const std::int64_t down = (stripInputRows - 1) / height + 1;
-    // A driver that interleaves bands fills the cache with a block of each.
-    const std::int64_t blocks = across * down;
-    bytes += blocks * width * height * GDALGetDataTypeSizeBytes(band->GetRasterDataType());
+  if (uncompressedRows_) {
+    reason = uncompressedRows_->Read(band, window.y, rows, out, type);
+  } else {
+    const CPLErr result = Pixels().GetRasterBand(band)->RasterIO(
+        GF_Read, window.x, window.y, window.columns, window.rows, out, columns, rows, type, 0, 0,
+        nullptr);
+    if (result != CE_None || failures.Any()) reason = failures.First() + " ";
+    RefuseShortFile();  // it may have been cut since it was opened
   }
-  return bytes;
+  if (!reason.empty())
+    throw Failure("cannot read " + Describe() + ", band " + std::to_string(band) + ", from row " +
+                  std::to_string(window.y) + ": " + reason);
+}
+
+void RasterInput::FindLostDigits(int band, const PixelWindow& window, int columns, int rows,
+                                 const float* elements) {
+  exact_.resize(Floats(columns, rows));
+  Transfer(band, window, columns, rows, exact_.data(), Mode().complex ? GDT_CFloat64 : GDT_Float64);
+  const auto masked = masked_.find(band);
+  for (std::size_t i = 0; i < exact_.size(); ++i) {
+    const double held = elements[i];
+    if (held == exact_[i] || std::isnan(exact_[i])) continue;
+    if (masked != masked_.end() && masked->second == exact_[i]) continue;
+    lostDigits_ = ShortestText(exact_[i]) + " is taken as " + ShortestText(held);
+    return;
+  }
+}
+
+void RasterInput::Resample(const PixelWindow& source, const PixelWindow& wanted, int rows,
+                           float* out) {
+  const GDALDataType type = Mode().complex ? GDT_CFloat32 : GDT_Float32;
+  const GdalFailures failures;
+  const GDALDatasetUniquePtr memory(GetGDALDriverManager()->GetDriverByName("MEM")->Create(
+      "", source.columns, source.rows, 0, type, nullptr));
+  char address[32] = {};
+  CPLPrintPointer(address, full_.data(), sizeof address - 1);
+  CPLStringList options;
+  options.SetNameValue("DATAPOINTER", address);
+  memory->AddBand(type, options.List());
+  GDALRasterBand& band = *memory->GetRasterBand(1);
+  // GDAL multiplies what is missing by zero, so it must be a number. Without anything missing it
+  // makes the same pixels in two thirds of the time.
+  constexpr float kMissing = std::numeric_limits<float>::lowest();
+  const auto parts = static_cast<std::size_t>(Parts());
+  bool missing = false;
+  for (std::size_t i = 0; maskNoData_ && i < full_.size(); i += parts)
+    if (std::isnan(full_[i]) || std::isnan(full_[i + parts - 1])) {
+      std::fill_n(&full_[i], parts, kMissing);
+      missing = true;
+    }
+  if (missing) band.SetNoDataValue(kMissing);
+  GDALRasterIOExtraArg extra;
+  INIT_RASTERIO_EXTRA_ARG(extra);
+  extra.eResampleAlg = interpolation_->algorithm;
+  if (band.RasterIO(GF_Read, wanted.x - source.x, wanted.y - source.y, wanted.columns, wanted.rows,
+                    out, grid_.columns, rows, type, 0, 0, &extra) != CE_None ||
+      failures.Any())
+    throw Failure("cannot resample " + Describe() + ": " + failures.First());
+  if (missing) MaskNoData({out, Floats(grid_.columns, rows)}, Mode().complex, kMissing);
+}
+
+std::vector<std::string> RasterInput::Losses() const {
+  std::vector<std::string> losses;
+  if (!lostDigits_.empty())
+    losses.push_back("the elements of " + Describe() +
+                     " are held in single precision: " + lostDigits_);
+  for (const int number : bands_) {
+    GDALRasterBand& band = *dataset_->GetRasterBand(number);
+    if (band.GetScale() == 1 && band.GetOffset() == 0) continue;
+    losses.push_back("the scale " + ShortestText(band.GetScale()) + " and offset " +
+                     ShortestText(band.GetOffset()) + " of " + Describe() + ", band " +
+                     std::to_string(number) + ", are not applied");
+    break;
+  }
+  return losses;
+}
+
+// GDAL reads what is missing at the end of some raw files as zeros, and refuses by itself only
+// those that lack more than half.
+void RasterInput::FindRawFile() {
+  // A TIFF may leave out blocks of zeros, and GDAL itself refuses one cut short.
+  GDALDataset::RawBinaryLayout layout;
+  if (IsTiff(*dataset_) || !dataset_->GetRawBinaryLayout(layout)) return;
+  rawFile_ = layout.osRawFilename;
+  rawBytes_ = static_cast<std::int64_t>(layout.nImageOffset) + Reach(layout.nBandOffset, Bands()) +
+              Reach(layout.nLineOffset, Rows()) + Reach(layout.nPixelOffset, Columns()) +
+              GDALGetDataTypeSizeBytes(layout.eDataType);
+}
+
+void RasterInput::RefuseShortFile() const {
+  VSIStatBufL status;
+  if (rawFile_.empty() || VSIStatL(rawFile_.c_str(), &status) != 0) return;
+  const auto found = static_cast<std::int64_t>(status.st_size);
+  if (found < rawBytes_)
+    throw Failure("cannot read " + Describe() + ": the file has " + std::to_string(found) +
+                  " bytes, and its header claims " + std::to_string(rawBytes_));
+}
+
+int RasterInput::StripEnd(int first, int end) const {
+  if (uncompressedRows_) return end;
+  int width = 0;
+  int height = 0;
+  Pixels().GetRasterBand(1)->GetBlockSize(&width, &height);
+  const int source = grid_.window.y + end * grid_.resolution;
+  const int blockEnd = (source - source % height - grid_.window.y) / grid_.resolution;
+  return blockEnd > first ? blockEnd : end;
+}
+
+std::int64_t RasterInput::CacheBytes(int stripRows) const {
+  if (uncompressedRows_) return 0;
+  PixelWindow strip = grid_.window;
+  strip.rows = std::min(strip.rows, stripRows * grid_.resolution);
+  const PixelWindow source = SourceOf(strip);
+  GDALRasterBand& band = *Pixels().GetRasterBand(bands_.front());
+  int width = 0;
+  int height = 0;
+  band.GetBlockSize(&width, &height);
+  // Strips end with blocks where they can, but not where the resolution or a margin prevents it.
+  const std::int64_t down = grid_.resolution > 1 ? (source.rows + height - 2) / height + 1
+                                                 : (source.rows - 1) / height + 1;
+  const std::int64_t across = (source.columns + width - 2) / width + 1;
+  // A driver that interleaves bands fills the cache with a block of each.
+  const char* const interleave = Pixels().GetMetadataItem("INTERLEAVE", "IMAGE_STRUCTURE");
+  const bool together = interleave && EQUAL(interleave, "PIXEL");
+  const std::int64_t bands = together ? Bands() : static_cast<std::int64_t>(bands_.size());
+  return bands * across * down * width * height *
+         GDALGetDataTypeSizeBytes(band.GetRasterDataType());
 }
 
 }  // namespace lumomixcalc::standalone

@@ -3,6 +3,7 @@
 
 #include <gdal_priv.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -37,37 +38,54 @@ class RasterInput {
   // "name (label)".
   std::string Describe() const { return name_ + " (" + label_ + ")"; }
 
-  // Chooses what Read reads and prepares for it. With maskNoData, elements equal
-  // to a no-data value that their band declares are read as NaN. May open the raster once more.
-  // Throws Failure when the resampling cannot be had of this raster.
+  // Chooses what Read reads and prepares for it. With maskNoData, elements equal to a no-data value
+  // that their band declares are read as NaN, and coarser pixels are made of the others. May open
+  // the raster once more. Throws Failure when it lacks what the resampling needs.
   void Select(const OutputGrid& grid, Resampling resampling, const std::vector<int>& bands,
               bool maskNoData);
 
   // Reads rows of the grid of a band into out, which has room for the grid's columns times rows
-  // elements. Valid after Select, for its bands; rows are quickest asked for from top to bottom.
-  // Values beyond a float's range become infinities. Throws Failure.
+  // elements. Valid after Select, for its bands; reading from top to bottom is fastest. Values
+  // beyond a float's range become infinities. Throws Failure.
   void Read(int band, int firstRow, int rows, float* out);
+
+  // What was lost of the elements that were read, one sentence each: digits beyond single
+  // precision, with the first example found; a scale or offset that a band declares.
+  std::vector<std::string> Losses() const;
 
   // The no-data value that a band (from 1) declares.
   std::optional<double> NoData(int band) const {
     return DeclaredNoData(*dataset_->GetRasterBand(band));
   }
 
+  // Where a strip of rows from first, with end its limit, should end so that a file of several
+  // bands decodes no block twice: at the last end of a row of blocks inside, else at end.
+  int StripEnd(int first, int end) const;
+
   // What GDAL's block cache must hold so that reading all bands of strips of so many rows decodes
   // nothing twice, in bytes.
-  std::int64_t CacheBytes(int stripRows);
+  std::int64_t CacheBytes(int stripRows) const;
 
   // The raster at full resolution, with all that it says of itself.
   GDALDataset& Dataset() { return *dataset_; }
 
-  // The raster that Read reads.
-  GDALDataset& Pixels() { return resampled_ ? *resampled_ : *dataset_; }
-
  private:
   GDALDatasetUniquePtr Open(const char* overviewLevel) const;
   void OpenOverview();
-  bool ReadPixels(int band, int firstRow, int rows, float* out, std::string& reason);
-  void RefuseShortFile();
+  GDALDataset& Pixels() const { return *(resampled_ ? resampled_ : dataset_); }
+  std::size_t Floats(int columns, int rows) const {
+    return static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows) *
+           static_cast<std::size_t>(Parts());
+  }
+  PixelWindow SourceOf(const PixelWindow& wanted) const;
+  void ReadElements(int band, const PixelWindow& window, int columns, int rows, float* out);
+  void Transfer(int band, const PixelWindow& window, int columns, int rows, void* out,
+                GDALDataType type);
+  void FindLostDigits(int band, const PixelWindow& window, int columns, int rows,
+                      const float* elements);
+  void Resample(const PixelWindow& source, const PixelWindow& wanted, int rows, float* out);
+  void FindRawFile();
+  void RefuseShortFile() const;
 
   std::string label_;
   std::string name_;
@@ -75,9 +93,16 @@ class RasterInput {
   GDALDatasetUniquePtr resampled_;  // the same opened for a coarser resolution
   const DataMode* mode_ = nullptr;
   OutputGrid grid_;
-  Resampling resampling_ = Resampling::kNearest;
+  const ResamplingMethod* interpolation_ = nullptr;  // how full resolution is made coarser here
+  std::vector<int> bands_;
+  bool maskNoData_ = false;
   std::map<int, double> masked_;  // no-data values to be masked, by band
   std::unique_ptr<UncompressedRows> uncompressedRows_;
+  std::string rawFile_;        // of a raw file, its name
+  std::int64_t rawBytes_ = 0;  // and the bytes that its header claims
+  std::vector<float> full_;    // full resolution, to be made coarser
+  std::vector<double> exact_;  // elements in double precision
+  std::string lostDigits_;     // an example
 };
 
 }  // namespace lumomixcalc::standalone

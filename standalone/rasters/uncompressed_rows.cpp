@@ -1,17 +1,78 @@
 #include "standalone/rasters/uncompressed_rows.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <optional>
+#include <system_error>
 
 namespace lumomixcalc::standalone {
 namespace {
+
+// Calls pread or pwrite until all bytes are done. Returns how many were, fewer at the file's end,
+// or -1 with errno set.
+template <typename Transfer, typename Byte>
+std::int64_t TransferAll(Transfer transfer, int file, Byte* bytes, std::int64_t count,
+                         std::int64_t place) {
+  std::int64_t done = 0;
+  while (done < count) {
+    const ssize_t now =
+        transfer(file, bytes + done, static_cast<std::size_t>(count - done), place + done);
+    if (now < 0 && errno == EINTR) continue;
+    if (now < 0) return -1;
+    if (now == 0) break;
+    done += now;
+  }
+  return done;
+}
+
+// The number that the lowest bytes at a place make, lowest first; 0 beyond the file's end.
+std::int64_t NumberAt(int file, std::int64_t place, std::int64_t bytes) {
+  std::int64_t number = 0;
+  const bool whole =
+      TransferAll(pread, file, reinterpret_cast<char*>(&number), bytes, place) == bytes;
+  return whole ? number : 0;
+}
+
+// Whether the numbers of a TIFF are little-endian with their bits in the usual order. GDAL does not
+// tell of a fill order that reverses the bits of each byte.
+bool HasPlainBytes(int tiff) {
+  constexpr std::int64_t kLittleEndian = 0x4949;
+  constexpr std::int64_t kBigTiff = 43;
+  constexpr std::int64_t kFillOrder = 266;
+  if (NumberAt(tiff, 0, 2) != kLittleEndian) return false;
+  const bool big = NumberAt(tiff, 2, 2) == kBigTiff;
+  const std::int64_t directory = big ? NumberAt(tiff, 8, 8) : NumberAt(tiff, 4, 4);
+  const std::int64_t entries = NumberAt(tiff, directory, 2);
+  for (std::int64_t i = 0; i < entries; ++i) {
+    const std::int64_t entry = directory + (big ? 8 + i * 20 : 2 + i * 12);
+    if (NumberAt(tiff, entry, 2) == kFillOrder)
+      return NumberAt(tiff, entry + (big ? 12 : 8), 2) == 1;
+  }
+  return true;
+}
+
+// Whether this process has the same file open under another descriptor, too. If not, the file that
+// GDAL opened under the same name was replaced in between, and may have had another layout.
+bool IsOpenTwice(int descriptor) {
+  struct stat own = {};
+  if (fstat(descriptor, &own) != 0) return false;
+  int found = 0;
+  std::error_code ignored;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", ignored)) {
+    struct stat other = {};
+    if (stat(entry.path().c_str(), &other) == 0 && other.st_dev == own.st_dev &&
+        other.st_ino == own.st_ino)
+      ++found;
+  }
+  return found > 1;
+}
 
 const char* Structure(GDALMajorObject& object, const char* item) {
   return object.GetMetadataItem(item, "IMAGE_STRUCTURE");
@@ -63,33 +124,22 @@ std::unique_ptr<UncompressedRows> UncompressedRows::Open(GDALDataset& dataset,
   GDALDataset::RawBinaryLayout layout;
   const bool isOnePiece = IsOnePiece(dataset, layout);
   if (!isTiff && !isOnePiece) return nullptr;
-  const std::string file = isOnePiece ? layout.osRawFilename : dataset.GetDescription();
-  const bool writes = dataset.GetAccess() == GA_Update;
-  std::unique_ptr<UncompressedRows> rows(new UncompressedRows(file, writes, window));
-  if (!rows->file_.IsOpen() || (isTiff && !rows->IsLittleEndianTiff())) return nullptr;
+  const std::string name = isOnePiece ? layout.osRawFilename : dataset.GetDescription();
+  const int access = dataset.GetAccess() == GA_Update ? O_RDWR : O_RDONLY;
+  std::unique_ptr<UncompressedRows> rows(
+      new UncompressedRows(open(name.c_str(), access | O_CLOEXEC), window));
+  const int file = rows->file_.Get();
+  if (!IsOpenTwice(file) || (isTiff && !HasPlainBytes(file))) return nullptr;
+  const auto image = static_cast<std::int64_t>(layout.nImageOffset);
   for (const int band : bands)
     if (isOnePiece)
-      rows->bands_[band] = BandOfOnePiece(dataset, layout, band);
+      rows->bands_[band] = {layout.eDataType,
+                            dataset.GetRasterYSize(),
+                            layout.nLineOffset,
+                            {image + (band - 1) * layout.nBandOffset}};
     else if (!FindStrips(*dataset.GetRasterBand(band), rows->bands_[band]))
       return nullptr;
   return rows;
-}
-
-UncompressedRows::UncompressedRows(const std::string& file, bool writes, const PixelWindow& window)
-    : file_(open(file.c_str(), (writes ? O_RDWR : O_RDONLY) | O_CLOEXEC)), window_(window) {}
-
-bool UncompressedRows::IsLittleEndianTiff() const {
-  std::array<char, 2> mark = {};
-  return ReadAt(file_.Get(), mark.data(), mark.size(), 0) == 2 && mark[0] == 'I' && mark[1] == 'I';
-}
-
-UncompressedRows::Band UncompressedRows::BandOfOnePiece(GDALDataset& dataset,
-                                                        const GDALDataset::RawBinaryLayout& layout,
-                                                        int band) {
-  return {layout.eDataType,
-          dataset.GetRasterYSize(),
-          layout.nLineOffset,
-          {static_cast<std::int64_t>(layout.nImageOffset) + (band - 1) * layout.nBandOffset}};
 }
 
 bool UncompressedRows::FindStrips(GDALRasterBand& band, Band& found) {
@@ -135,8 +185,7 @@ std::string UncompressedRows::ReadElements(const Band& band, int firstRow, int r
                                            std::byte* out) const {
   for (int row = firstRow; row < firstRow + rows;) {
     const Run run = NextRun(band, row, firstRow + rows);
-    const std::int64_t read =
-        ReadAt(file_.Get(), out, static_cast<std::size_t>(run.bytes), run.place);
+    const std::int64_t read = TransferAll(pread, file_.Get(), out, run.bytes, run.place);
     if (read < 0) return std::strerror(errno);
     if (read < run.bytes)
       return "the file ends in row " + std::to_string(row + read / (run.bytes / run.rows));
@@ -152,7 +201,7 @@ std::string UncompressedRows::Write(int bandNumber, int firstRow, int rows,
   const auto* next = static_cast<const std::byte*>(values);
   for (int row = firstRow; row < firstRow + rows;) {
     const Run run = NextRun(band, row, firstRow + rows);
-    if (!WriteAt(file_.Get(), next, static_cast<std::size_t>(run.bytes), run.place))
+    if (TransferAll(pwrite, file_.Get(), next, run.bytes, run.place) != run.bytes)
       return std::strerror(errno);
     next += run.bytes;
     row += run.rows;

@@ -2,6 +2,7 @@
 #define LUMOMIXCALC_STANDALONE_RASTERS_UNCOMPRESSED_ROWS_H
 
 #include <gdal_priv.h>
+#include <unistd.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -10,26 +11,42 @@
 #include <string>
 #include <vector>
 
-#include "standalone/rasters/file_bytes.h"
 #include "standalone/rasters/grid.h"
 
 namespace lumomixcalc::standalone {
 
+// A file descriptor that is closed with its owner; negative when there is none.
+class FileDescriptor {
+ public:
+  explicit FileDescriptor(int descriptor = -1) : descriptor_(descriptor) {}
+  ~FileDescriptor() {
+    if (IsOpen()) close(descriptor_);
+  }
+  FileDescriptor(const FileDescriptor&) = delete;
+  FileDescriptor& operator=(const FileDescriptor&) = delete;
+
+  int Get() const { return descriptor_; }
+  bool IsOpen() const { return descriptor_ >= 0; }
+
+ private:
+  int descriptor_;
+};
+
 // Whether a raster was opened by the driver of TIFFs.
 bool IsTiff(GDALDataset& dataset);
 
-// Whether a raster is, by what GDAL tells of it, a TIFF of uncompressed strips in which no other
-// band's elements stand between those of a row.
+// Whether a raster is, as far as GDAL tells, a TIFF of uncompressed strips in which each row of a
+// band is in one piece.
 bool HasPlainRows(GDALDataset& dataset);
 
 // Reads or writes a window of some bands of a raster whose file holds each row of a band in one
 // piece, as it is in memory: uncompressed TIFFs in strips and raw files. Rows that follow each
-// other in the file go with one call, straight from or to their place; GDAL would handle them one
-// by one through buffers, and does not tell what could not be written.
+// other in the file take one call, straight from or to their place; GDAL would copy them one by
+// one through buffers, and does not report what could not be written.
 class UncompressedRows {
  public:
-  // For reading, or for writing too when the dataset is open for that. Null when the raster is not
-  // like that, or no file of the local system.
+  // For reading, or for writing too when the dataset is open for that. Null when the file has
+  // another layout, is not on the local system, or is no longer the one that GDAL has open.
   static std::unique_ptr<UncompressedRows> Open(GDALDataset& dataset, const std::vector<int>& bands,
                                                 const PixelWindow& window);
 
@@ -58,10 +75,8 @@ class UncompressedRows {
     std::int64_t place = 0;
   };
 
-  UncompressedRows(const std::string& file, bool writes, const PixelWindow& window);
-  bool IsLittleEndianTiff() const;
-  static Band BandOfOnePiece(GDALDataset& dataset, const GDALDataset::RawBinaryLayout& layout,
-                             int band);
+  UncompressedRows(int descriptor, const PixelWindow& window)
+      : file_(descriptor), window_(window) {}
   static bool FindStrips(GDALRasterBand& band, Band& found);
   Run NextRun(const Band& band, int firstRow, int endRow) const;
   std::string ReadElements(const Band& band, int firstRow, int rows, std::byte* out) const;

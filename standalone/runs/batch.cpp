@@ -159,6 +159,8 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
   if (reportFile) reportFile->Write(ReportAsJson(report));
   output.Publish(control.stop);
   if (reportFile) reportFile->Publish();
+  for (const RunInput& input : session.Inputs())
+    for (const std::string& loss : input.raster->Losses()) Warn(loss);
   WarnOfUnheldElements(report.bands, mode);
   WarnOfTheMode(report, mode);
   return report;

@@ -16,8 +16,8 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-std::string SizeText(const RasterInput& raster) {
-  return std::to_string(raster.Columns()) + " x " + std::to_string(raster.Rows()) + " pixels, " +
+std::string SizeAndBands(const RasterInput& raster) {
+  return SizeText(raster.Columns(), raster.Rows()) + ", " +
          CountText(static_cast<std::uint64_t>(raster.Bands()), "band");
 }
 
@@ -30,8 +30,9 @@ int CommonBands(const std::list<RunInput>& inputs) {
     RasterInput& raster = *input.raster;
     const bool sameBands = raster.Bands() == bands || raster.Bands() == 1 || bands == 1;
     if (raster.Columns() != first.Columns() || raster.Rows() != first.Rows() || !sameBands)
-      throw Failure("the inputs differ in size: " + first.Describe() + " has " + SizeText(first) +
-                    ", " + raster.Describe() + " has " + SizeText(raster));
+      throw Failure("the inputs differ in size: " + first.Describe() + " has " +
+                    SizeAndBands(first) + ", " + raster.Describe() + " has " +
+                    SizeAndBands(raster));
     bands = std::max(bands, raster.Bands());
     if (const std::string difference = GeoreferencingDifference(first.Dataset(), raster.Dataset());
         !difference.empty())

@@ -111,15 +111,17 @@ class StripChannel {
   std::jthread thread_;       // last: it uses what stands above
 };
 
+// Strips end with rows of blocks of the output, so that these are complete, and of the inputs, so
+// that of several bands no block is decoded twice.
 std::vector<Rows> PlanStrips(const Session& session, const StripSink& sink) {
   const int atMost = session.RowsPerStrip();
   const int rows = session.Grid().rows;
   std::vector<Rows> plan;
   for (int row = 0; row < rows; row = plan.back().end) {
-    const int end = row + std::min(atMost, rows - row);
-    // Ends a strip with the output's blocks, so that complete blocks are written.
-    const int blockEnd = end - end % sink.blockRows;
-    plan.push_back({row, blockEnd > row ? blockEnd : end});
+    int end = row + std::min(atMost, rows - row);
+    if (const int blockEnd = end - end % sink.blockRows; blockEnd > row) end = blockEnd;
+    for (const RunInput& input : session.Inputs()) end = input.raster->StripEnd(row, end);
+    plan.push_back({row, end});
   }
   return plan;
 }
