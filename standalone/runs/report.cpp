@@ -100,14 +100,15 @@ ReportFile::ReportFile(const std::string& path, bool overwrite,
     if (isThis(input.name) || std::any_of(input.files.begin(), input.files.end(), isThis))
       Fail("it belongs to the input " + input.name);
   }
-  target_ = FollowLinks(path);
   std::error_code error;
-  const fs::file_status status = fs::status(target_, error);
+  const fs::file_status status = fs::status(path, error);
   if (fs::is_directory(status)) Fail("it is a folder");
   isFile_ = !fs::exists(status) || fs::is_regular_file(status);
-  if (isFile_ && !overwrite && fs::exists(fs::symlink_status(path, error)))
+  if (!isFile_) return;
+  if (!overwrite && fs::exists(fs::symlink_status(path, error)))
     Fail("it exists already; -overwrite replaces it");
-  if (isFile_ && access(fs::absolute(target_).parent_path().c_str(), W_OK) != 0)
+  target_ = FollowLinks(path);
+  if (access(fs::absolute(target_).parent_path().c_str(), W_OK) != 0)
     Fail(std::string("in its folder: ") + std::strerror(errno));
 }
 

@@ -86,6 +86,8 @@ class Results(harness.ProgramTest):
         np.testing.assert_array_equal(harness.read(self.a), REAL)
         self.assertEqual(report.read_text(), "kept")
         self.assertEqual(len(os.listdir(self.folder)), 4)
-        out = os.fsencode(self.out) + b"\xe4"
+        piped = self.done(*run, "-quiet", "-stats=/dev/stdout").stdout
+        self.assertEqual(json.loads(piped)["output"], self.out)
+        out = os.fsencode(self.path("")) + b"\xe4.tif"
         self.done(self.a, out, "-operator=a1b", f"-stats={report}", "-overwrite")
-        self.assertEqual(json.loads(report.read_text("utf-8"))["output"], self.out + "\xe4")
+        self.assertEqual(json.loads(report.read_text("utf-8"))["output"], self.path("\xe4.tif"))
