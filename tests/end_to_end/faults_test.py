@@ -46,7 +46,7 @@ def limit(**sizes):
 class FaultTest(harness.ProgramTest):
     def setUp(self):
         super().setUp()
-        self.noise = np.random.default_rng(1).normal(size=(512, 400)).astype(np.float32)
+        self.noise = np.random.default_rng(1).normal(size=(256, 200)).astype(np.float32)
         write(self.a, self.noise)
         write(self.b, self.noise[::-1])
 
@@ -72,8 +72,8 @@ class FullDisk(FaultTest):
                          *(f"-co={option}" for option in options))
             self.done(*arguments, "-overwrite")
             size = os.path.getsize(out)
-            limits = {0, 1, 7, 8, 16, 100, 400, 1000, 4096, size // 4, size // 2, size * 3 // 4,
-                      size - 70000, size - 5000, size - 1000, size - 100, size - 8, size - 1}
+            # Without a byte, in the header, among the elements, in the last of them.
+            limits = {0, 100, 4096, size // 2, size - 1000}
             for bytes_ in sorted(limits):
                 with self.subTest(bytes=bytes_, of=size):
                     self.loses_nothing(out, *arguments, preexec_fn=limit(FSIZE=bytes_))
@@ -95,13 +95,12 @@ class DamagedInput(FaultTest):
             self.done(damaged, self.b, self.out, "-overwrite")
             whole = Path(damaged).read_bytes()
             middle = len(whole) // 2
-            damages = [whole[:kept] for kept in (0, 5, 100, middle, len(whole) - 500)]
+            damages = [whole[:kept] for kept in (0, 100, middle, len(whole) - 500)]
             if "deflate" in file:  # elsewhere these are other pixels
                 damages.append(whole[:middle] + b"\xff" * 5000 + whole[middle + 5000:])
             for data in damages:
                 Path(damaged).write_bytes(data)
                 with self.subTest(kept=len(data), of=len(whole)):
-                    self.loses_nothing(damaged, damaged, self.b, self.out)
                     self.loses_nothing(damaged, self.b, damaged, self.out)
 
     def test_part_of_a_mosaic_vanished(self):
@@ -167,15 +166,18 @@ class MidRun(FaultTest):
     def temporary_folders(self):
         return {path.parent for path in Path(self.folder).glob(".lumomixcalc-*/out.tif")}
 
-    def start(self, *options):
+    def start(self, *options, ignored=()):
         """A run on the large image that has begun to write."""
         before = self.temporary_folders()
         process = subprocess.Popen(
             [harness.PROGRAM, self.big, self.out, "-operator=a1+b", "-mode=byte", *options],
             stderr=subprocess.PIPE, stdout=subprocess.DEVNULL, text=True,
             # Where the tests run in the background, some may be ignored.
-            preexec_fn=lambda: [signal.signal(number, signal.SIG_DFL) for number in SIGNALS])
+            preexec_fn=lambda: [signal.signal(
+                number, signal.SIG_IGN if number in ignored else signal.SIG_DFL)
+                for number in SIGNALS])
         self.addCleanup(process.stderr.close)
+        self.addCleanup(process.kill)
         while process.poll() is None and self.temporary_folders() <= before:
             time.sleep(0.001)
         self.assertIsNone(process.poll(), "the run ended before it could be disturbed")
@@ -187,9 +189,7 @@ class MidRun(FaultTest):
 
     def test_disturbed(self):
         for status, named, disturb in (
-                (-signal.SIGKILL, None, lambda run: run.kill()),  # the next run clears this away
-                *((128 + n, signal.strsignal(n), lambda run, n=n: run.send_signal(n))
-                  for n in SIGNALS),
+                *((-n, signal.strsignal(n), lambda run, n=n: run.send_signal(n)) for n in SIGNALS),
                 (GIVEN_UP, self.out, lambda _: shutil.rmtree(*self.temporary_folders())),
                 (GIVEN_UP, self.big, lambda _: os.truncate(self.big, 4 * self.SIZE))):
             process = self.start("-overwrite")
@@ -199,15 +199,41 @@ class MidRun(FaultTest):
             _, stderr = process.communicate(timeout=60)
             self.assertEqual(process.returncode, status, stderr)
             self.assertEqual(Path(self.out).read_bytes(), b"old")
-            if named:
-                self.assert_one_sentence(stderr, named)
-                self.assert_nothing_left()
+            self.assert_one_sentence(stderr, named)
+            self.assert_nothing_left()
+
+    def test_a_kill_leaves_one_hidden_folder_and_the_old_output(self):
+        process = self.start("-overwrite")
+        process.kill()
+        process.communicate()
+        self.assertEqual(Path(self.out).read_bytes(), b"old")
+        self.assertEqual(len(os.listdir(self.folder)), 6)
+
+    def test_a_thread_that_waits_for_ever_does_not_keep_a_signal_waiting(self):
+        os.mkfifo(self.path("pipe"))
+        for signals in (1, 2):
+            process = subprocess.Popen([harness.PROGRAM, self.path("pipe"), self.out, "-overwrite"],
+                                       stderr=subprocess.DEVNULL)
+            time.sleep(0.2)
+            for _ in range(signals):
+                process.send_signal(signal.SIGTERM)
+            self.assertEqual(process.wait(timeout=30), -signal.SIGTERM)
+
+    def test_an_ignored_hangup_stays_ignored(self):
+        process = self.start("-overwrite", ignored=[signal.SIGHUP])
+        process.send_signal(signal.SIGHUP)
+        self.assertEqual(process.wait(timeout=60), 0)
 
     def test_two_runs_to_one_output(self):
         """The later to end replaces the other's where it may, and is refused where it may not."""
         for options, statuses in ((["-overwrite"], [0, 0]), ([], [0, GIVEN_UP])):
             os.remove(self.out)
-            processes = [self.start(f"-b={number}", *options) for number in (0, 1)]
+            processes = []
+            for number in (0, 1):
+                processes.append(self.start(f"-b={number}", *options))
+                processes[-1].send_signal(signal.SIGSTOP)
+            for process in processes:
+                process.send_signal(signal.SIGCONT)
             stderr = "".join(process.communicate(timeout=60)[1] for process in processes)
             ends = [process.returncode for process in processes]
             self.assertEqual(sorted(ends), statuses, stderr)

@@ -137,18 +137,66 @@ class InPlace(FileTest):
         self.assertEqual(sorted(os.listdir(self.folder)),
                          ["a.tif", "b.tif", "hard.tif", "sub", "symbolic.tif"])
 
-    def test_file_beside_a_new_output_is_kept_unless_it_belongs_to_a_file_that_is_gone(self):
-        arguments = self.a, self.b, self.path("out.img"), "-format=ENVI"
-        header, leaving, overviews = (
-            Path(self.path(f"out.{ending}")) for ending in ("hdr", "img.aux.xml", "img.ovr"))
-        header.write_text("old")
-        self.refused(str(header), *arguments)
-        self.assertEqual(sorted(os.listdir(self.folder)), ["a.tif", "b.tif", "out.hdr"])
-        header.rename(leaving)
-        overviews.write_text("old")
-        self.done(*arguments)
-        self.assertNotEqual(leaving.read_text(), "old")
-        self.assertFalse(overviews.exists())
+    def test_files_beside_an_output_are_neither_replaced_nor_read_with_it(self):
+        """Without -overwrite they are refused; with it they go, but for those of an input."""
+        complex_ = self.path("x.slc")
+        write(complex_, RAMP[0] * 1j, format="ENVI")
+        header = Path(self.path("x.hdr")).read_bytes()
+        notes = Path(self.path(".lumomixcalc-notes"))
+        notes.mkdir()
+        gdal.Translate(self.path("over.tif"), self.a)
+        gdal.Open(self.path("over.tif")).BuildOverviews("NEAREST", [2])
+        over = Path(self.path("over.tif.ovr")).read_bytes()
+        for out, beside, contents, *options in (
+                ("out.img", "out.hdr", b"old", "-format=ENVI"),
+                ("out.img", "out.img.aux.xml", b"<PAMDataset/>", "-format=ENVI"),
+                ("out.img", "out.img.ovr", over, "-format=ENVI"),
+                ("out.tif", "out.tfw", b"1\n0\n0\n-1\n5\n5\n"),
+                ("out.tif", "out.tif.msk", Path(self.a).read_bytes())):
+            arguments = self.b, self.path(out), "-operator=a1b", *options
+            file = Path(self.path(beside))
+            file.write_bytes(contents)
+            self.refused(beside, *arguments)
+            self.assertEqual(file.read_bytes(), contents)
+            self.assertFalse(os.path.exists(self.path(out)))
+            self.done(*arguments, "-overwrite")
+            self.assertFalse(file.exists() and file.read_bytes() == contents)
+            for made in Path(self.folder).glob("out.*"):
+                made.unlink()
+        self.refused("x.hdr belongs to the input", complex_, self.path("x.mag"), "-format=ENVI",
+                     "-operator=abs_a1", "-overwrite")
+        self.assertEqual(Path(self.path("x.hdr")).read_bytes(), header)
+        self.assertTrue(notes.exists())
+
+    def test_output_of_several_files_that_cannot_be_published_leaves_the_old_one(self):
+        out = self.path("out.img")
+        self.done(self.a, out, "-format=ENVI", "-operator=a1b")
+        before = {file.name: file.read_bytes() for file in Path(self.folder).glob("out.*")}
+        subprocess.run(["chattr", "+i", out], check=False, stderr=subprocess.DEVNULL)
+        self.addCleanup(subprocess.run, ["chattr", "-i", out], stderr=subprocess.DEVNULL)
+        if subprocess.run(["lsattr", out], capture_output=True, text=True).stdout[4:5] != "i":
+            self.skipTest("the file system has no immutable files")
+        self.refused("out.img", self.b, out, "-format=ENVI", "-operator=a1b", "-overwrite")
+        after = {file.name: file.read_bytes() for file in Path(self.folder).glob("out.*")}
+        self.assertEqual(after, before)
+
+    def test_links_are_followed(self):
+        os.symlink("new.tif", self.out)
+        self.done(self.a, self.out, "-operator=a1b")
+        self.assertTrue(os.path.islink(self.out) and not os.path.islink(self.path("new.tif")))
+        os.symlink("loop", self.path("loop"))
+        self.refused("loop of symbolic links", self.a, self.path("loop"), "-operator=a1b")
+
+    def test_temporary_names_and_changed_values_are_told_of(self):
+        for out, *options in (("o.nc",), ("o.img", "-format=ENVI"), ("o.pix", "-format=PCIDSK")):
+            self.done(self.a, self.path(out), "-operator=a1b", *options)
+        for file in Path(self.folder).glob("o.*"):
+            self.assertNotIn(b".lumomixcalc-", file.read_bytes(), file)
+        write(self.a, np.float32([[0.1234567, 2], [3, 4]]))
+        result = self.done(self.a, self.path("o.asc"), "-operator=a1b", "-a=0.1",
+                           "-co=DECIMAL_PRECISION=2")
+        self.assertRegex(result.stderr, "warning: the format AAIGrid .* 4 values? changed|0.01")
+        np.testing.assert_allclose(read(self.path("o.asc")), [[0.01, 0.2], [0.3, 0.4]], atol=1e-6)
 
 
 class RepeatingCommand(FileTest):

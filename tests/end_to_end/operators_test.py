@@ -47,9 +47,11 @@ class Operators(harness.ProgramTest):
         for gdal_type, pixels in images.items():
             harness.write(self.path(gdal_type), pixels, format="GTiff",
                           outputType=gdal.GetDataTypeByName(gdal_type))
-        # The outputs take turns: their number has no factor in common with the others'.
-        cases = itertools.product(FORMULAS, zip(TYPES, TYPES[1:] + TYPES[:1]), COEFFICIENTS)
-        for (operator, types, (a, b)), (mode, *clamp) in zip(cases, itertools.cycle(OUTPUTS)):
+        # Types and outputs take turns: their numbers have no factor in common with the others'.
+        cases = itertools.product(COEFFICIENTS, FORMULAS)
+        for ((a, b), operator), types, (mode, *clamp) in zip(
+                cases, itertools.cycle(zip(TYPES, TYPES[1:] + TYPES[:1])),
+                itertools.cycle(OUTPUTS)):
             # An operator's name tells the files that it reads.
             files = [f"-file{n}={self.path(t)}" for n, t in zip("12", types) if n in operator]
             dataset, report = self.made(
