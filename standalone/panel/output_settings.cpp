@@ -19,12 +19,6 @@ QSpinBox* NewSpin(const QString& name, int least, const QString& prefix) {
   return spin;
 }
 
-void AddLabelled(QGridLayout& grid, const QString& text, QWidget* widget) {
-  const int row = grid.rowCount();
-  grid.addWidget(NewLabel(text, widget), row, 0);
-  grid.addWidget(widget, row, 1);
-}
-
 }  // namespace
 
 OutputSettings::OutputSettings(const Registration& registration, const Job& first,
@@ -84,7 +78,7 @@ void OutputSettings::AddResolution(QGridLayout& grid, const Job& first) {
   connect(resampling_, &QComboBox::currentIndexChanged, [this] { changed_(); });
   layout->addWidget(resolution_, 1);
   layout->addWidget(resampling_, 1);
-  AddLabelled(grid, "Resolution", fields);
+  AddRow(grid, "Resolution", fields);
 }
 
 void OutputSettings::AddStorage(QGridLayout& grid, const Job& first) {
@@ -102,8 +96,8 @@ void OutputSettings::AddStorage(QGridLayout& grid, const Job& first) {
     box->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     connect(box, &QComboBox::currentIndexChanged, [this] { changed_(); });
   }
-  AddLabelled(grid, "Mode", mode_);
-  AddLabelled(grid, "Format", format_);
+  AddRow(grid, "Mode", mode_);
+  AddRow(grid, "Format", format_);
 }
 
 void OutputSettings::Apply(Job& job) const {

@@ -39,7 +39,7 @@ PanelWindow::PanelWindow(HostState& host, const Job& first) : host_(host), first
   columns_->addWidget(MakeSettings());
   std::vector<QString> titles;
   for (const DeclaredStream& input : host.registration.inputs) titles.push_back(Text(input.label));
-  titles.push_back("Result");
+  titles.emplace_back("Result");
   preview_ = new PreviewPane(
       titles, {[this](QRect pixels) { output_->SetRegion(pixels); }, [this] { Refresh(); }});
   preview_->LetDraw(host.registration.regions);

@@ -69,20 +69,20 @@ PreviewImage ComputeResult(const Job& job, int band, HostState& host, const std:
 const PreviewImage& PreviewMaker::Input(const DeclaredStream& stream, const Job& job, int band,
                                         const std::stop_token& stop) {
   const std::string& file = job.files.at(stream.number);
-  KeptInput& kept = inputs_[stream.number];
+  auto& [keptKey, image] = inputs_[stream.number];
   const std::string key = KeyOf(file, band, job.keepNoData);
-  if (kept.key == key) return kept.image;
-  kept.key.clear();
+  if (keptKey == key) return image;
+  keptKey.clear();
   try {
-    kept.image = ReadInput(stream.label, file, band, job.keepNoData, stop);
+    image = ReadInput(stream.label, file, band, job.keepNoData, stop);
   } catch (const Cancelled&) {
     throw;
   } catch (const Failure& failure) {
-    kept.image = {};
-    kept.image.note = failure.what();
+    image = {};
+    image.note = failure.what();
   }
-  kept.key = key;
-  return kept.image;
+  keptKey = key;
+  return image;
 }
 
 Preview PreviewMaker::Make(const Job& job, int band, HostState& host, const std::stop_token& stop,

@@ -3,6 +3,7 @@
 
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "standalone/base/messages.h"
@@ -39,11 +40,8 @@ class PreviewMaker {
   const PreviewImage& Input(const DeclaredStream& stream, const Job& job, int band,
                             const std::stop_token& stop);
 
-  struct KeptInput {
-    std::string key;
-    PreviewImage image;
-  };
-  std::map<int, KeptInput> inputs_;  // by stream number
+  // By stream number; the text changes when the file does.
+  std::map<int, std::pair<std::string, PreviewImage>> inputs_;
 };
 
 }  // namespace lumomixcalc::standalone

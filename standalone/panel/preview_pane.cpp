@@ -72,10 +72,6 @@ void PreviewPane::AddPanes(const std::vector<QString>& titles) {
   grid_->addWidget(panes_.back(), 0, 1, inputs, 1);
 }
 
-int PreviewPane::Band() const { return band_->value(); }
-
-void PreviewPane::Await() { patience_.start(); }
-
 void PreviewPane::StopAwaiting() {
   patience_.stop();
   busy_->clear();

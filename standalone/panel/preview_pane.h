@@ -22,13 +22,13 @@ class PreviewPane : public QWidget {
 
   void Show(Preview preview);
   // A new preview is being made: says so if it takes long.
-  void Await();
+  void Await() { patience_.start(); }
   void StopAwaiting();
   // The outlined region in pixels of the inputs, or none.
   void SetRegion(std::optional<QRect> pixels);
   void LetDraw(bool allowed);
   // The chosen band, from 1.
-  int Band() const;
+  int Band() const { return band_->value(); }
 
   void Save(QSettings& settings) const;
   void Restore(const QSettings& settings);

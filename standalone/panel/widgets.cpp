@@ -75,10 +75,7 @@ FileField::FileField(QGridLayout& grid, const DeclaredStream& stream, FileUse us
   browse->setAccessibleName("Browse for " + label);
   connect(this, &QLineEdit::textChanged, std::move(changed));
   connect(browse, &QPushButton::clicked, [this] { Browse(); });
-  const int row = grid.rowCount();
-  grid.addWidget(NewLabel(label, this), row, 0);
-  grid.addWidget(this, row, 1);
-  grid.addWidget(browse, row, 2);
+  grid.addWidget(browse, AddRow(grid, label, this), 2);
 }
 
 void FileField::Browse() {

@@ -27,6 +27,14 @@ inline QLabel* NewLabel(const QString& text, QWidget* labelled) {
   return label;
 }
 
+// Adds a row that begins with a label and its widget; returns the row's number.
+inline int AddRow(QGridLayout& grid, const QString& label, QWidget* widget) {
+  const int row = grid.rowCount();
+  grid.addWidget(NewLabel(label, widget), row, 0);
+  grid.addWidget(widget, row, 1);
+  return row;
+}
+
 inline QComboBox* NewChoice(const QString& name, const QStringList& items) {
   auto* const box = Named(new QComboBox, name);
   box->addItems(items);

@@ -264,13 +264,11 @@ TEST_F(PanelWindowTest, AsksBeforeItReplacesAFile) {
 
 TEST_F(PanelWindowTest, SaysWhyTheRunFailedInTheWordsOfItsFields) {
   Open(kFiles);
-  const std::tuple<const char*, QString, QString> kCases[] = {
-      {"File2", "", "Operation requires File2, but it does not exist."},
-      {"File2", "none.tif", "none.tif"}};
-  for (const auto& [field, text, message] : kCases) {
-    Type(field, text);
-    EXPECT_TRUE(WaitFor(
-        [&, part = message] { return Find<RasterView>("Result preview").Note().contains(part); }));
+  const auto& result = Find<RasterView>("Result preview");
+  for (const auto& [file, message] : std::map<QString, QString>{
+           {"", "Operation requires File2, but it does not exist."}, {"none.tif", "none.tif"}}) {
+    Type("File2", file);
+    EXPECT_TRUE(WaitFor([&, text = message] { return result.Note().contains(text); }));
     Click("Run");
     WaitForRunState("failed");
     EXPECT_TRUE(Messages().contains(message)) << Messages().toStdString();
