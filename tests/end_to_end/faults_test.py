@@ -46,7 +46,7 @@ def limit(**sizes):
 class FaultTest(harness.ProgramTest):
     def setUp(self):
         super().setUp()
-        self.noise = np.random.default_rng(1).normal(size=(256, 200)).astype(np.float32)
+        self.noise = np.random.default_rng(1).normal(size=(512, 400)).astype(np.float32)
         write(self.a, self.noise)
         write(self.b, self.noise[::-1])
 
