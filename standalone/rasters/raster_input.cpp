@@ -40,9 +40,13 @@ bool IsSignedByte(GDALRasterBand& band) {
   return band.GetRasterDataType() == GDT_Byte && pixelType && EQUAL(pixelType, "SIGNEDBYTE");
 }
 
-// Whether a type has numbers that are rounded in single precision.
-bool IsWiderThanFloat(GDALDataType type) {
-  return GDALDataTypeUnion(type, GDT_CFloat32) != GDT_CFloat32;
+// Whether elements of a type may have been rounded to these floats; an integer only beyond 2^24.
+bool MayBeRounded(GDALDataType type, std::span<const float> elements) {
+  constexpr float kExactIntegers = 0x1p24F;
+  return GDALDataTypeUnion(type, GDT_CFloat32) != GDT_CFloat32 &&
+         (GDALDataTypeIsFloating(type) ||
+          std::any_of(elements.begin(), elements.end(),
+                      [](float element) { return std::abs(element) >= kExactIntegers; }));
 }
 
 // How far the furthest of count items that lie step bytes apart is beyond the first: with a step
@@ -144,9 +148,9 @@ void RasterInput::ReadElements(int band, const PixelWindow& window, int columns,
                                float* out) {
   Transfer(band, window, columns, rows, out, Mode().complex ? GDT_CFloat32 : GDT_Float32);
   const GDALDataType type = Pixels().GetRasterBand(band)->GetRasterDataType();
-  if (lostDigits_.empty() && IsWiderThanFloat(type))
-    FindLostDigits(band, window, columns, rows, out);
   const std::span elements(out, Floats(columns, rows));
+  if (lostDigits_.empty() && MayBeRounded(type, elements))
+    FindLostDigits(band, window, columns, rows, out);
   if (IsSignedByte(*Pixels().GetRasterBand(band)))
     for (float& element : elements)
       if (element > 127) element -= 256;
