@@ -44,7 +44,8 @@ struct OutputStats {
 static_assert(sizeof(OutputStats) == 3 * sizeof(float), "the record is three consecutive floats");
 
 // A kernel. `stats` points at the first of the three floats of an OutputStats; `n` >= 0 is the
-// number of elements, not of floats. Both inputs are valid pointers, also where one is not used.
+// number of elements, not of floats; n = 0 touches nothing, not even the record. Both inputs are
+// valid pointers, also where one is not used.
 using KernelFn = void (*)(float* out, float* stats, const float* in1, const float* in2,
                           std::int32_t n, const ProcParams& params);
 

@@ -80,6 +80,7 @@ struct ProcAsComplex {
   LUMOMIXCALC_PER_PROCESSOR static void Apply(float* out, float* stats, const float* in1,
                                               const float* in2, std::int32_t n,
                                               const ProcParams& params) {
+    if (n == 0) return;
     const bool in1Complex = params.in1Complex != 0;
     const bool in2Complex = params.in2Complex != 0;
     const bool outComplex = params.outComplex != 0;

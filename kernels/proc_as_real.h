@@ -21,6 +21,7 @@ struct ProcAsReal {
   LUMOMIXCALC_PER_PROCESSOR static void Apply(float* out, float* stats, const float* in1,
                                               const float* in2, std::int32_t n,
                                               const ProcParams& params) {
+    if (n == 0) return;
     const double A = params.A.real();
     const double B = params.B.real();
     RunningStatistics running(stats);

@@ -1,8 +1,9 @@
 // How a chunk of values is counted faster than one by one, and why the bits are the same.
 //
 // The rule makes a chain: every sum waits for the one before it to be added, rounded to double and
-// rounded to float. The chain is cut as follows. Let the sum s be in a binade, P <= |s| < 2P with
-// P = 2^k. Its unit there is u = 2^(k-23): s is a whole number m of units, below 2^24.
+// rounded to float. The chain is cut as follows, in the rounding mode to nearest, ties to even. Let
+// the sum s be in a binade, P <= |s| < 2P with P = 2^k. Its unit there is u = 2^(k-23): s is a
+// whole number m of units, below 2^24.
 //
 //   1. Let v be finite with |v| <= P/2 and let the new sum lie strictly inside the same binade. The
 //      rule rounds v + s first to double, whose grid in the binade is g = 2^(k-52). Since s is an
@@ -24,8 +25,8 @@
 //      are those of the even one within one unit, and only the even one's extremes are kept.
 //   5. Minimum and maximum do not depend on the order, since rounding is monotonic: the rule ends
 //      with the smallest value, rounded, if that is below the minimum it began with. Exceptions: a
-//      NaN among the values, a NaN minimum to begin with, and a new extreme that rounds to zero,
-//      whose sign depends on which zero came first.
+//      NaN or an infinity among the values (they are not told apart), a NaN minimum to begin with,
+//      and a new extreme that rounds to zero, whose sign depends on which zero came first.
 //
 // Whatever does not meet a condition is counted by the rule itself: a segment whose sum leaves the
 // binade, or the whole chunk where the order of its extremes matters.
@@ -59,8 +60,6 @@ struct Binade {
         u(P * 0x1p-23),
         D(1.5 * P),
         E(1.5 * P * 0x1p29) {}
-
-  bool Holds(float sum) const { return std::fabs(sum) >= P && std::fabs(sum) < 2 * P; }
 
   double P;
   double u;
