@@ -37,7 +37,7 @@ void OpenStandardDescriptors() {
   sigset_t signals;
   sigemptyset(&signals);
   sigaddset(&signals, signal);
-  kill(getpid(), signal);
+  raise(signal);  // to this thread: another may still wait for the signal
   pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
   constexpr int kInterrupted = 128;  // plus the signal's number, as shells have it
   _exit(kInterrupted + signal);

@@ -38,6 +38,11 @@ std::size_t Edits(const std::string& one, const std::string& other) {
   return row.back();
 }
 
+std::string AsHexadecimal(unsigned char byte) {
+  constexpr const char* kDigits = "0123456789abcdef";
+  return {'\\', 'x', kDigits[byte >> 4U], kDigits[byte & 15U]};
+}
+
 MessageSink Exchange(MessageSink sink) {
   const std::lock_guard lock(TheOutlet().mutex);
   return std::exchange(TheOutlet().sink, std::move(sink));
@@ -68,11 +73,12 @@ std::string WithVisibleControls(const std::string& text) {
     // U+0080 to U+009F are controls, too; in UTF-8 they begin with this byte.
     const bool beginsControl =
         byte == 0xC2 && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0;
-    constexpr const char* kDigits = "0123456789abcdef";
-    if (byte < 0x20 || byte == 0x7F || beginsControl)
-      visible.append("\\x").append(1, kDigits[byte >> 4U]).append(1, kDigits[byte & 15U]);
-    else
+    if (byte >= 0x20 && byte != 0x7F && !beginsControl) {
       visible += text[i];
+      continue;
+    }
+    visible += AsHexadecimal(byte);
+    if (beginsControl) visible += AsHexadecimal(static_cast<unsigned char>(text[++i]));
   }
   return visible;
 }

@@ -37,14 +37,16 @@ std::string ReserveSpace(const fs::path& file) {
 
 // Some drivers keep the name under which a file was created at the head of a file: ENVI in its text
 // header, PCIDSK in a field of its own. The final name takes its place.
-void ReplaceNameAtHead(const fs::path& file, const std::string& made, std::string final) {
+void ReplaceNameAtHead(const fs::path& file, std::string made, std::string final) {
   std::fstream stream(file, std::ios::in | std::ios::out | std::ios::binary);
   constexpr std::streamsize kHeadBytes = 1024;
   std::string head(kHeadBytes, '\0');
   stream.read(head.data(), kHeadBytes);
   head.resize(static_cast<std::size_t>(stream.gcount()));
+  // The field of PCIDSK is short: of a long name it holds the beginning.
+  while (head.find(made) == std::string::npos) made.pop_back();
   const std::size_t place = head.find(made);
-  if (place == std::string::npos) return;
+  if (made.find("/.lumomixcalc-") == std::string::npos) return;
   stream.clear();
   stream.seekp(static_cast<std::streamoff>(place));
   final.resize(made.size(), ' ');  // it is shorter, and what follows stays in its place
@@ -74,9 +76,9 @@ void RasterOutput::Create(const OutputSpecification& made) {
   const GdalFailures failures;
   dataset_.reset(made.format.driver->Create(workFile_.c_str(), made.columns, made.rows, made.bands,
                                             made.mode->type, CreationOptions(made).List()));
-  if (!dataset_ || failures.Any())
-    FailToWrite(failures.First() + " (as " + made.mode->name + " in the format " +
-                made.format.Name() + ")");
+  if (!dataset_ || failures.Any()) FailToWrite(failures.First());
+  if (dataset_->GetRasterBand(1)->GetRasterDataType() != made.mode->type)
+    FailToWrite("the format " + made.format.Name() + " cannot hold " + made.mode->name + " data");
   publication_.CheckPlaces();
   int blockColumns = 0;
   dataset_->GetRasterBand(1)->GetBlockSize(&blockColumns, &blockRows_);
@@ -187,7 +189,10 @@ GDALDatasetUniquePtr RasterOutput::CopyToFormat(const std::stop_token& stop) {
       file_.c_str(), dataset_.get(), FALSE, CreationOptions(specification_).List(), goesOn,
       const_cast<std::stop_token*>(&stop)));
   if (stop.stop_requested()) throw Cancelled();
-  if (!copy || failures.Any()) FailToWrite(failures.First());
+  if (!copy || failures.Any()) {
+    copy.release();
+    FailToWrite(failures.First());
+  }
   std::swap(copy, dataset_);
   Close();
   return copy;
