@@ -134,9 +134,12 @@ class PanelWindowTest : public ::testing::Test {
   void ExpectValuesAt(double x, double y, const QString& expected) {
     auto& result = Find<RasterView>("Result preview");
     ASSERT_TRUE(WaitFor([&] { return !result.Picture().isNull(); })) << result.Note().toStdString();
-    QTest::mouseMove(&result, PointOf(result, x, y));
     const auto& values = Find<QLabel>("Values under the pointer");
-    EXPECT_TRUE(WaitFor([&] { return values.text() == expected; })) << values.text().toStdString();
+    // Again and again: a picture that arrives may move the widgets under the pointer.
+    EXPECT_TRUE(WaitFor([&] {
+      QTest::mouseMove(&result, PointOf(result, x, y));
+      return values.text() == expected;
+    })) << values.text().toStdString();
   }
 
   void WaitForRunState(const QString& state) {
@@ -371,12 +374,14 @@ TEST_F(PanelWindowTest, CoarsePreviewShowsThePixelsInTheirPlaces) {
   EXPECT_EQ(result.Picture().pixel(0, 0), 0xFF000000);
   EXPECT_EQ(result.Picture().pixel(432, 299), 0xFFFFFFFF);
   EXPECT_NEAR(qGray(result.Picture().pixel(216, 150)), 128, 2);
-  QTest::mouseMove(&result, PointOf(result, 0.3, 0.6));
   int column = 0, row = 0, file1 = 0;
-  const std::string values = Find<QLabel>("Values under the pointer").text().toStdString();
-  ASSERT_EQ(std::sscanf(values.c_str(), "Column %d, row %d File1: %d", &column, &row, &file1), 3);
-  EXPECT_NEAR(column, 390, 3);
-  EXPECT_NEAR(row, 540, 3);
+  EXPECT_TRUE(WaitFor([&] {
+    QTest::mouseMove(&result, PointOf(result, 0.3, 0.6));
+    const std::string values = Find<QLabel>("Values under the pointer").text().toStdString();
+    return std::sscanf(values.c_str(), "Column %d, row %d File1: %d", &column, &row, &file1) == 3 &&
+           std::abs(column - 390) <= 3 && std::abs(row - 540) <= 3;
+  })) << column
+      << ", " << row;
   EXPECT_EQ(file1, (column / 3 * 3 + 1) + 100 * (row / 3 * 3 + 1));
 }
 
