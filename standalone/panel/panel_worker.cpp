@@ -50,6 +50,7 @@ std::string OfFields(std::string message) {
 PanelWorker::PanelWorker(HostState& host, QObject& windows, Listener listener)
     : host_(host), windows_(windows), listener_(std::move(listener)) {
   thread_.setMaxThreadCount(1);
+  thread_.setExpiryTimeout(-1);  // the same thread to the end
 }
 
 PanelWorker::~PanelWorker() {
