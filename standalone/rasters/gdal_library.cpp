@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <deque>
 #include <mutex>
-#include <regex>
 #include <set>
 
 #include "standalone/base/messages.h"
@@ -34,8 +33,11 @@ GdalFailureLog& TheLog() { return ownLog ? *ownLog : SharedLog(); }
 
 // On one line, and with the final names of files that are still made in a hidden folder.
 std::string AsSentence(const char* message) {
-  static const std::regex kFolder("\\.lumomixcalc-[A-Za-z0-9]{6}/");
-  std::string text = std::regex_replace(message, kFolder, "");
+  const std::string folder = ".lumomixcalc-";
+  const std::size_t length = folder.size() + std::string("XXXXXX/").size();
+  std::string text = message;
+  for (std::size_t place = 0; (place = text.find(folder, place)) != std::string::npos;)
+    text.erase(place, length);
   for (char& c : text)
     if (c == '\n' || c == '\r') c = ' ';
   text.erase(text.find_last_not_of(" .") + 1);
@@ -85,8 +87,8 @@ void CPL_STDCALL Handle(CPLErr severity, CPLErrorNum number, const char* message
 
 void SetUpGdal() {
   CPLSetErrorHandler(Handle);
-  // GDAL allocates and frees a row of tiles at a time. By itself glibc gives that memory back to the
-  // system each time, and an output in tiles takes three times as long.
+  // GDAL allocates and frees a row of tiles at a time. By itself glibc gives that memory back to
+  // the system each time, and an output in tiles takes three times as long.
   mallopt(M_MMAP_THRESHOLD, 32 << 20);
   mallopt(M_TRIM_THRESHOLD, 64 << 20);
   // Else a raw file that is too short reads as zeros where it ends.
