@@ -1,7 +1,6 @@
 #include "standalone/rasters/publication.h"
 
 #include <fcntl.h>
-#include <gdal_priv.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/stat.h>
@@ -52,25 +51,30 @@ int RenameToNew(const fs::path& from, const fs::path& to) {
   return rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
 }
 
-// Gives a new file owner, group, permissions and access control list of the old one, all or none.
-// Where they cannot be given, the new file gets no permission that the old one lacked.
+// Gives a new file the owner, group, permissions and access control list of the old one, all of
+// them or none: what a new file gets then, less whatever the old one denied to anybody it was
+// shared with.
 void TakeAccess(const fs::path& old, const fs::path& file) {
   constexpr const char* kList = "system.posix_acl_access";
   struct stat before = {};
   struct stat now = {};
   if (stat(old.c_str(), &before) != 0 || stat(file.c_str(), &now) != 0) return;
-  std::array<char, 65536> list;
+  std::array<char, 65536> list;  // the longest there is
   const ssize_t bytes = getxattr(old.c_str(), kList, list.data(), list.size());
-  const bool isOwned = (before.st_uid == now.st_uid && before.st_gid == now.st_gid) ||
-                       chown(file.c_str(), before.st_uid, before.st_gid) == 0;
+  const bool hasSameGroup = before.st_gid == now.st_gid;
+  const bool hasOwner = (hasSameGroup && before.st_uid == now.st_uid) ||
+                        chown(file.c_str(), before.st_uid, before.st_gid) == 0;
+  removexattr(file.c_str(), kList);  // one that the folder passes on
   // The bits of the mode that make a program run as its owner are for the old contents alone.
-  constexpr mode_t kPermissions = 0777;
-  constexpr mode_t kNotTheGroups = 0707;  // with a list or another group they mean something else
-  if (isOwned && chmod(file.c_str(), before.st_mode & kPermissions) == 0 &&
+  if (hasOwner &&
       (bytes <= 0 ||
-       setxattr(file.c_str(), kList, list.data(), static_cast<std::size_t>(bytes), 0) == 0))
+       setxattr(file.c_str(), kList, list.data(), static_cast<std::size_t>(bytes), 0) == 0) &&
+      chmod(file.c_str(), before.st_mode & 0777) == 0)
     return;
-  chmod(file.c_str(), before.st_mode & now.st_mode & kNotTheGroups);
+  // Anyone but the new owner may have been of the old group, or named in the old list.
+  const mode_t oldGroup = bytes > 0 ? 0 : before.st_mode >> 3 & 7;
+  const mode_t all = oldGroup & before.st_mode;
+  chmod(file.c_str(), now.st_mode & (0700 | (hasSameGroup ? oldGroup : all) << 3 | all));
 }
 
 // Moves that can be taken back in the reverse order.
@@ -81,17 +85,17 @@ class Moves {
     if (error == 0) done_.emplace_back(from, to);
     return error;
   }
-  void TakeBack() {
-    for (; !done_.empty(); done_.pop_back()) RenameToNew(done_.back().second, done_.back().first);
+  // Returns whether everything is where it was.
+  bool TakeBack() {
+    bool isBack = true;
+    for (; !done_.empty(); done_.pop_back())
+      isBack &= RenameToNew(done_.back().second, done_.back().first) == 0;
+    return isBack;
   }
 
  private:
   std::vector<std::pair<fs::path, fs::path>> done_;
 };
-
-[[noreturn]] void FailToMove(const fs::path& place, int error) {
-  throw Failure("cannot give " + place.string() + " its name: " + std::strerror(error));
-}
 
 }  // namespace
 
@@ -101,7 +105,7 @@ fs::path FollowLinks(const std::string& path) {
   std::error_code error;
   for (int links = 0; fs::is_symlink(target, error); ++links) {
     if (links == kMostLinks) throw Failure(path + " is a loop of symbolic links");
-    target = ParentOf(target) / fs::read_symlink(target, error);
+    target = target.parent_path() / fs::read_symlink(target, error);
   }
   return target;
 }
@@ -124,7 +128,9 @@ fs::path ResolveOutput(const std::string& path, bool overwrite) {
 
 bool IsSameFile(const fs::path& one, const fs::path& other) {
   std::error_code error;
-  return fs::equivalent(one, other, error) && !error;
+  if (fs::equivalent(one, other, error)) return true;
+  return one.filename() == other.filename() &&
+         fs::equivalent(ParentOf(one), ParentOf(other), error);
 }
 
 int MoveIntoPlace(const fs::path& from, const fs::path& to, bool overwrite) {
@@ -144,126 +150,114 @@ Publication::Publication(const fs::path& target, bool overwrite, std::vector<Inp
     throw Failure("cannot write " + target.string() + ": cannot make a folder in " +
                   parent_.string() + ": " + std::strerror(errno));
   folder_ = pattern;
-  // A program may change its working folder before the end.
-  std::error_code ignored;
-  TheFolders().paths.insert(fs::absolute(folder_, ignored));
+  TheFolders().paths.insert(folder_);
 }
 
 Publication::~Publication() {
   const std::lock_guard lock(TheFolders().mutex);
   std::error_code ignored;
-  fs::remove_all(folder_, ignored);
-  TheFolders().paths.erase(fs::absolute(folder_, ignored));
+  if (TheFolders().paths.erase(folder_) > 0) fs::remove_all(folder_, ignored);
 }
 
-// The files in the folder, the target last.
+// The files that the run made, the target last. Hidden ones of other names are something else, such
+// as what a network file system keeps of deleted files.
 std::vector<fs::path> Publication::Names() const {
   std::vector<fs::path> names;
-  for (const fs::directory_entry& entry : fs::directory_iterator(folder_))
-    names.push_back(entry.path().filename());
+  for (const fs::directory_entry& entry : fs::directory_iterator(folder_)) {
+    const std::string name = entry.path().filename();
+    if (!name.starts_with('.') || name.starts_with(target_.stem().string())) names.push_back(name);
+  }
   std::partition(names.begin(), names.end(),
                  [this](const fs::path& name) { return name != target_.filename(); });
   return names;
 }
 
-void Publication::RefuseFileOfInput(const fs::path& name) const {
+// Files beside the target that GDAL would read together with the new output though the run did not
+// make them, such as overviews of an earlier one.
+std::vector<fs::path> Publication::StaleNames() const {
+  const std::vector<fs::path> made = Names();
+  const std::string name = target_.filename();
+  const std::string stem = target_.stem();
+  const std::string extension = target_.extension();
+  std::vector<fs::path> stale = {name + ".aux.xml", name + ".ovr", name + ".msk",
+                                 name + ".msk.ovr"};
+  if (std::find(made.begin(), made.end(), stem + ".hdr") != made.end()) {
+    // Where both are there, this header is read and not the one without the target's extension.
+    stale.push_back(name + ".hdr");
+  } else if (extension.size() > 2) {  // world files: .tif has .tfw, .tifw and .wld
+    stale.push_back(stem + extension.substr(0, 2) + extension.back() + "w");
+    stale.push_back(name + "w");
+    stale.push_back(stem + ".wld");
+  }
+  std::erase_if(stale, [&](const fs::path& file) {
+    return !IsThere(parent_ / file) || fs::is_directory(parent_ / file) ||
+           std::find(made.begin(), made.end(), file) != made.end();
+  });
+  return stale;
+}
+
+void Publication::RefuseToReplace(const fs::path& name, const std::string& reason) const {
+  const std::string place = target_.parent_path() / name;
+  if (!overwrite_) throw Failure(place + reason);
   for (const InputFiles& input : inputs_)
     if (!IsSameFile(target_, input.name))
       for (const std::string& file : input.files)
         if (IsSameFile(parent_ / name, file))
-          throw Failure((target_.parent_path() / name).string() + " belongs to the input " +
-                        input.name + ", and the output " + target_.string() +
-                        " would replace it; choose another name" +
+          throw Failure(place + " belongs to the input " + input.name + ", and the output " +
+                        target_.string() + " would replace it; choose another name" +
                         (name.extension() == ".hdr" ? " or add -co=SUFFIX=ADD" : ""));
 }
 
 void Publication::CheckPlaces() const {
   for (const fs::path& name : Names()) {
-    const fs::path place = target_.parent_path() / name;
     if (fs::is_directory(fs::symlink_status(parent_ / name)))
-      throw Failure(place.string() + " is a folder; the output needs this name for a file");
-    RefuseFileOfInput(name);
-    if (!overwrite_ && IsThere(parent_ / name))
-      throw Failure(place.string() + " exists already; -overwrite replaces it");
+      throw Failure((target_.parent_path() / name).string() +
+                    " is a folder; the output needs this name for a file");
+    if (IsThere(parent_ / name)) RefuseToReplace(name, " exists already; -overwrite replaces it");
   }
-}
-
-// Files beside the target that GDAL would read together with the new output though the run did not
-// make them, such as overviews of an earlier one. GDAL itself tells which: the files whose names
-// begin like the target's are linked into the folder, and the output is opened there.
-std::vector<fs::path> Publication::StaleCompanions() const {
-  const std::vector<fs::path> own = Names();
-  const std::string stem = target_.stem();
-  std::vector<fs::path> linked;
-  std::error_code ignored;
-  for (const fs::directory_entry& entry : fs::directory_iterator(parent_, ignored)) {
-    const fs::path name = entry.path().filename();
-    if (!name.string().starts_with(stem) || entry.is_directory(ignored) ||
-        std::find(own.begin(), own.end(), name) != own.end())
-      continue;
-    fs::create_symlink(fs::absolute(entry.path()), folder_ / name, ignored);
-    linked.push_back(name);
-  }
-  std::vector<fs::path> stale;
-  if (!linked.empty()) {
-    CPLPushErrorHandler(CPLQuietErrorHandler);  // the output has been read back without them
-    const GDALDatasetUniquePtr output(
-        GDALDataset::Open((folder_ / target_.filename()).c_str(), GDAL_OF_RASTER));
-    const CPLStringList files(output ? output->GetFileList() : nullptr);
-    CPLPopErrorHandler();
-    for (int i = 0; i < files.size(); ++i)
-      if (const fs::path name = fs::path(files[i]).filename();
-          std::find(linked.begin(), linked.end(), name) != linked.end())
-        stale.push_back(name);
-  }
-  for (const fs::path& name : linked) fs::remove(folder_ / name, ignored);
-  return stale;
-}
-
-std::vector<fs::path> Publication::NamesToSetAside() const {
-  const std::vector<fs::path> stale = StaleCompanions();
-  if (!overwrite_ && !stale.empty())
-    throw Failure((target_.parent_path() / stale.front()).string() +
-                  " is there and would be read as a part of the output " + target_.string() +
-                  "; -overwrite removes it");
-  for (const fs::path& name : stale) RefuseFileOfInput(name);
-  std::vector<fs::path> names = Names();
-  std::erase_if(names, [this](const fs::path& name) { return !IsThere(parent_ / name); });
-  // One file alone is replaced at one moment.
-  if (stale.empty() && Names().size() == 1) return {};
-  names.insert(names.end(), stale.begin(), stale.end());
-  return names;
+  for (const fs::path& name : StaleNames())
+    RefuseToReplace(name, " would be read as a part of the output " + target_.string() +
+                              "; -overwrite removes it");
 }
 
 void Publication::Publish() {
   CheckPlaces();
   const std::vector<fs::path> names = Names();
-  const std::vector<fs::path> old = NamesToSetAside();
+  std::vector<fs::path> old;
+  if (overwrite_) {
+    old = StaleNames();
+    // A file alone is replaced at one moment. Of several, old and new ones are never mixed.
+    if (names.size() > 1) old.insert(old.end(), names.rbegin(), names.rend());
+  }
+  if (names.size() > 1)
+    for (const fs::path& name : names) TakeAccess(parent_ / name, folder_ / name);
   const fs::path aside = folder_ / ".old";
-  if (!old.empty()) fs::create_directory(aside);
+
   const std::lock_guard lock(TheFolders().mutex);
   Moves moves;
+  const auto failOn = [&](int error, const fs::path& name) {
+    if (error == 0) return;
+    const bool isBack = moves.TakeBack();
+    if (!isBack) TheFolders().paths.erase(folder_);  // it stays
+    throw Failure("cannot write " + (target_.parent_path() / name).string() + ": " +
+                  std::strerror(error) +
+                  (isBack ? "" : "; files that were there are in " + aside.string()));
+  };
+  if (!old.empty()) fs::create_directory(aside);
   for (const fs::path& name : old)
-    if (const int error = moves.Move(parent_ / name, aside / name); error != 0) {
-      moves.TakeBack();
-      throw Failure("cannot replace " + (target_.parent_path() / name).string() + ": " +
-                    std::strerror(error));
-    }
-  for (const fs::path& name : names) {
-    TakeAccess(aside / name, folder_ / name);
-    const int error = names.size() == 1 && old.empty()
-                          ? MoveIntoPlace(folder_ / name, parent_ / name, overwrite_)
-                          : moves.Move(folder_ / name, parent_ / name);
-    if (error == 0) continue;
-    moves.TakeBack();
-    FailToMove(target_.parent_path() / name, error);
-  }
+    if (IsThere(parent_ / name)) failOn(moves.Move(parent_ / name, aside / name), name);
+  for (const fs::path& name : names)
+    failOn(names.size() == 1 ? MoveIntoPlace(folder_ / name, parent_ / name, overwrite_)
+                             : moves.Move(folder_ / name, parent_ / name),
+           name);
 }
 
 void RemovePublicationFolders() {
   const std::lock_guard lock(TheFolders().mutex);
-  std::error_code ignored;
-  for (const fs::path& folder : TheFolders().paths) fs::remove_all(folder, ignored);
+  std::error_code error;
+  // A thread that still writes may make a file meanwhile.
+  for (const fs::path& folder : TheFolders().paths)
+    for (int tries = 0; tries < 3 && IsThere(folder); ++tries) fs::remove_all(folder, error);
 }
 
 }  // namespace lumomixcalc::standalone

@@ -15,7 +15,7 @@ std::filesystem::path FollowLinks(const std::string& path);
 // there, or when one is and overwrite is false.
 std::filesystem::path ResolveOutput(const std::string& path, bool overwrite);
 
-// Whether both names lead to one existing file.
+// Whether both names lead to one file, or would if it existed.
 bool IsSameFile(const std::filesystem::path& one, const std::filesystem::path& other);
 
 // Gives a file its final name in the same file system. With overwrite a file that is replaced
@@ -43,20 +43,20 @@ class Publication {
 
   const std::filesystem::path& Folder() const { return folder_; }
 
-  // Throws Failure when a file in the folder cannot be moved out: its place is taken, by any file
-  // without overwrite, or by a folder or a file of an input that is not itself replaced.
+  // Throws Failure when a file in the folder cannot be moved out, or when GDAL would read another
+  // one, such as an old .ovr, together with the output. With overwrite such files may be replaced
+  // or removed, but no folder and no file of an input that is not itself replaced.
   void CheckPlaces() const;
 
-  // Moves the files out, the target last. Files in their places, and files that GDAL would read
-  // together with the new output, are refused without overwrite; with it they are set aside first,
-  // and come back when anything fails. Throws Failure, with every file as it was.
+  // Moves the files out, the target last. What is to be replaced or removed is set aside first and
+  // comes back when anything fails; a target that is the only file is replaced at one moment.
+  // Throws Failure, also for what CheckPlaces refuses, with every file as it was.
   void Publish();
 
  private:
   std::vector<std::filesystem::path> Names() const;
-  void RefuseFileOfInput(const std::filesystem::path& name) const;
-  std::vector<std::filesystem::path> StaleCompanions() const;
-  std::vector<std::filesystem::path> NamesToSetAside() const;
+  std::vector<std::filesystem::path> StaleNames() const;
+  void RefuseToReplace(const std::filesystem::path& name, const std::string& reason) const;
 
   std::filesystem::path target_;
   bool overwrite_;

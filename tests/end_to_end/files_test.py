@@ -3,6 +3,8 @@ modes, results in place of inputs, the command that repeats a run, wrong command
 """
 
 import os
+import stat
+import struct
 import subprocess
 from pathlib import Path
 
@@ -151,6 +153,7 @@ class InPlace(FileTest):
                 ("out.img", "out.hdr", b"old", "-format=ENVI"),
                 ("out.img", "out.img.aux.xml", b"<PAMDataset/>", "-format=ENVI"),
                 ("out.img", "out.img.ovr", over, "-format=ENVI"),
+                ("out.img", "out.img.hdr", b"old", "-format=ENVI"),
                 ("out.tif", "out.tfw", b"1\n0\n0\n-1\n5\n5\n"),
                 ("out.tif", "out.tif.msk", Path(self.a).read_bytes())):
             arguments = self.b, self.path(out), "-operator=a1b", *options
@@ -179,6 +182,24 @@ class InPlace(FileTest):
         self.refused("out.img", self.b, out, "-format=ENVI", "-operator=a1b", "-overwrite")
         after = {file.name: file.read_bytes() for file in Path(self.folder).glob("out.*")}
         self.assertEqual(after, before)
+
+    def test_replaced_file_shares_its_contents_with_nobody_else(self):
+        """Neither by a list that the folder passes on nor without the list that it had."""
+        def access_list(named, mask):  # version; owner, user 1, group, mask, others
+            entries = (1, 6, -1), (2, named, 1), (4, 4, -1), (16, mask, -1), (32, 0, -1)
+            return struct.pack("<I", 2) + b"".join(struct.pack("<HHi", *entry) for entry in entries)
+        self.done(self.a, self.out, "-operator=a1b")
+        os.chmod(self.out, 0o6640)
+        try:
+            os.setxattr(self.folder, "system.posix_acl_default", access_list(6, 6))
+        except OSError:
+            self.skipTest("the file system has no access control lists")
+        self.done(self.a, self.out, "-operator=a1b", "-overwrite")
+        self.assertNotIn("system.posix_acl_access", os.listxattr(self.out))
+        self.assertEqual(stat.S_IMODE(os.stat(self.out).st_mode), 0o640)
+        os.setxattr(self.out, "system.posix_acl_access", access_list(0, 4))
+        self.done(self.a, self.out, "-operator=a1b", "-overwrite")
+        self.assertEqual(os.getxattr(self.out, "system.posix_acl_access"), access_list(0, 4))
 
     def test_links_are_followed(self):
         os.symlink("new.tif", self.out)
