@@ -6,6 +6,7 @@
 #include <string.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <cstdio>
@@ -88,8 +89,10 @@ SignalWatch& TheSignalWatch() {
 }
 
 std::vector<OperatorName> Operators() {
-  std::vector<OperatorName> names;
-  for (const Operator& one : kOperators) names.push_back({one.commandName, one.label});
+  std::vector<OperatorName> names(kOperators.size());
+  std::transform(kOperators.begin(), kOperators.end(), names.begin(), [](const Operator& one) {
+    return OperatorName{one.commandName, one.label};
+  });
   return names;
 }
 
