@@ -112,7 +112,7 @@ fs::path FollowLinks(const std::string& path) {
 
 fs::path ResolveOutput(const std::string& path, bool overwrite) {
   if (path.starts_with("/vsi")) throw Failure("the output " + path + " must be a local file");
-  const fs::path target = FollowLinks(path);
+  fs::path target = FollowLinks(path);
   std::error_code error;
   const fs::file_status status = fs::status(target, error);
   if (fs::is_directory(status) || !target.has_filename())
@@ -165,7 +165,8 @@ std::vector<fs::path> Publication::Names() const {
   std::vector<fs::path> names;
   for (const fs::directory_entry& entry : fs::directory_iterator(folder_)) {
     const std::string name = entry.path().filename();
-    if (!name.starts_with('.') || name.starts_with(target_.stem().string())) names.push_back(name);
+    if (!name.starts_with('.') || name.starts_with(target_.stem().string()))
+      names.emplace_back(name);
   }
   std::partition(names.begin(), names.end(),
                  [this](const fs::path& name) { return name != target_.filename(); });
@@ -183,11 +184,11 @@ std::vector<fs::path> Publication::StaleNames() const {
                                  name + ".msk.ovr"};
   if (std::find(made.begin(), made.end(), stem + ".hdr") != made.end()) {
     // Where both are there, this header is read and not the one without the target's extension.
-    stale.push_back(name + ".hdr");
+    stale.emplace_back(name + ".hdr");
   } else if (extension.size() > 2) {  // world files: .tif has .tfw, .tifw and .wld
-    stale.push_back(stem + extension.substr(0, 2) + extension.back() + "w");
-    stale.push_back(name + "w");
-    stale.push_back(stem + ".wld");
+    stale.emplace_back(stem + extension.substr(0, 2) + extension.back() + "w");
+    stale.emplace_back(name + "w");
+    stale.emplace_back(stem + ".wld");
   }
   std::erase_if(stale, [&](const fs::path& file) {
     return !IsThere(parent_ / file) || fs::is_directory(parent_ / file) ||

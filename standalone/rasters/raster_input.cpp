@@ -25,7 +25,7 @@ std::string SubdatasetHint(GDALDataset& container) {
     const std::string item = "SUBDATASET_" + std::to_string(i) + "_NAME";
     const char* const name = container.GetMetadataItem(item.c_str(), "SUBDATASETS");
     if (!name) return first;
-    const std::string hint = std::string("; name one of its subdatasets, such as ") + name;
+    std::string hint = std::string("; name one of its subdatasets, such as ") + name;
     const GDALDatasetUniquePtr raster(GDALDataset::Open(name, GDAL_OF_RASTER));
     if (raster && raster->GetRasterCount() == 1 &&
         GDALDataTypeIsComplex(raster->GetRasterBand(1)->GetRasterDataType()))

@@ -190,7 +190,7 @@ GDALDatasetUniquePtr RasterOutput::CopyToFormat(const std::stop_token& stop) {
       const_cast<std::stop_token*>(&stop)));
   if (stop.stop_requested()) throw Cancelled();
   if (!copy || failures.Any()) {
-    copy.release();
+    static_cast<void>(copy.release());
     FailToWrite(failures.First());
   }
   std::swap(copy, dataset_);
@@ -209,7 +209,7 @@ void RasterOutput::Close() {
 void RasterOutput::FailToWrite(const std::string& reason) {
   // Not closed: after a failed write GDAL's encoder threads may wait for ever, and libtiff may
   // crash.
-  dataset_.release();
+  static_cast<void>(dataset_.release());
   throw Failure("cannot write " + specification_.target.string() + ": " +
                 (reason.empty() ? "GDAL does not say why" : reason));
 }
