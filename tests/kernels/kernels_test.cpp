@@ -2,11 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <numeric>
 #include <vector>
 
-#include "kernels/proc_as_complex.h"
-#include "kernels/proc_as_real.h"
+#include "ops/selection.h"
 #include "tests/kernels/reference.h"
 
 namespace lumomixcalc {
@@ -37,9 +37,13 @@ TEST(EveryKernel, MatchesThePlainRuleInEveryLayoutPlaceAndSize) {
 }
 
 TEST(EveryKernel, TouchesNothingForNoElements) {
-  using Z = std::complex<float>;
-  ProcAsReal<AF1<float>, ClampAtZero>::Apply(nullptr, nullptr, nullptr, nullptr, 0, {});
-  ProcAsComplex<AF1<Z>, ClampAtZero>::Apply(nullptr, nullptr, nullptr, nullptr, 0, {});
+  const float coefficient[] = {1, 0};
+  for (const std::int32_t isComplex : {0, 1}) {
+    SelectedProc* const selected =
+        SelectProcessing(2, 1, coefficient, coefficient, isComplex, isComplex, isComplex);
+    PerformProcessing(nullptr, nullptr, nullptr, nullptr, 0, selected);
+    std::free(selected);
+  }
 }
 
 }  // namespace
