@@ -82,7 +82,15 @@ def median_time(function, repetitions=201):
     return sorted(times)[len(times) // 2] / ELEMENTS * 1e9
 
 
-def print_array_tools(table):
+def print_array_tools(title, rows):
+    print(f"| {title} on {ELEMENTS} elements | ns an element |")
+    print("|---|---:|")
+    for name, value in rows:
+        print(f"| {name} | {value:.2f} |")
+    print()
+
+
+def compare_sum(table):
     """A*F1 + B*F2 on real data with the tools that a user has at hand."""
     random = numpy.random.default_rng(1)
     f1 = (0.5 + random.random(ELEMENTS)).astype(numpy.float32)
@@ -101,24 +109,31 @@ def print_array_tools(table):
     def with_numexpr():
         numexpr.evaluate("a*f1 + b*f2", local_dict={"a": a, "b": b, "f1": f1, "f2": f2}, out=out)
 
-    product = table["Real_AF1_Plus_BF2", "positive", ELEMENTS]["product"]
-    rows = [
-        ("product, with minimum, maximum and sum", product),
+    print_array_tools("A*F1 + B*F2, real, positive,", [
+        ("product, with minimum, maximum and sum", table["Real_AF1_Plus_BF2", "positive", ELEMENTS]["product"]),
         ("NumPy, single precision, with minimum, maximum and sum", median_time(with_numpy_and_statistics)),
         ("NumPy, single precision, no statistics", median_time(with_numpy)),
         ("numexpr, single precision, one thread, no statistics", median_time(with_numexpr)),
-    ]
-    print(f"| A*F1 + B*F2 on {ELEMENTS} real elements | ns an element |")
-    print("|---|---:|")
-    for name, value in rows:
-        print(f"| {name} | {value:.2f} |")
+    ])
+
+
+def compare_phase(table):
+    """The phase of complex data that are uniform in [-1, 1) in both parts."""
+    random = numpy.random.default_rng(1)
+    f1 = (2 * random.random(2 * ELEMENTS) - 1).astype(numpy.float32).view(numpy.complex64)
+    loops = table["Complex_A_Phase_F1", "zero_mean", ELEMENTS]
+    print_array_tools("A * phase(F1), complex, zero mean,", [
+        ("product, with minimum, maximum and sum", loops["product"]),
+        ("plain rule, the library's arc tangent, with minimum, maximum and sum", loops["plain"]),
+        ("NumPy's angle, single precision, no statistics", median_time(lambda: numpy.angle(f1))),
+    ])
 
 
 def main():
     table = run_benchmark(sys.argv[1], int(sys.argv[2]) if len(sys.argv) > 2 else 5)
     print("Nanoseconds an element, medians.\n")
-    print_array_tools(table)
-    print()
+    compare_sum(table)
+    compare_phase(table)
     print_kernels(table)
 
 

@@ -13,6 +13,9 @@ target_compile_options(lumomixcalc_options INTERFACE
   # Nothing reads errno after a math function. Changes no result, but lets a square root be one
   # instruction.
   -fno-math-errno
+  # Nothing reads the floating-point exception flags. Changes no result, but lets g++ compute both
+  # sides of a choice between two doubles, and so several elements at once.
+  -fno-trapping-math
   # g++ 12 forgets the rounding of two doubles side by side to single precision and back when it
   # packs them, as in {static_cast<float>(x), static_cast<float>(y)} for two doubles.
   $<$<CXX_COMPILER_ID:GNU>:-fno-tree-slp-vectorize>

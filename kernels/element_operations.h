@@ -13,6 +13,7 @@
 
 #include "kernels/complex_value.h"
 #include "kernels/elementary_functions.h"
+#include "kernels/fast_phase.h"
 
 namespace lumomixcalc {
 
@@ -127,6 +128,17 @@ struct A_Phase_F1 : ReadsFile1 {
     if (IsZeroOrNan(F1.re) || IsZeroOrNan(F1.im)) return {};
     const double phase = std::atan2(F1.im, F1.re);
     return {static_cast<float>(A.re * phase), static_cast<float>(A.im * phase)};
+  }
+
+  // The same bits if isCertain; if not, the result is not to be used.
+  static Complex ApplyFast(Complex F1, Complex, Complex A, Complex, bool& isCertain) {
+    const bool hasNoPhase = IsZeroOrNan(F1.re) || IsZeroOrNan(F1.im);
+    const double phase = FastAtan2(F1.im, F1.re);
+    const double re = hasNoPhase ? 0.0 : A.re * phase;
+    const double im = hasNoPhase ? 0.0 : A.im * phase;
+    // No &&, which would be a branch.
+    isCertain = (int{IsFloatCertain(re)} & int{IsFloatCertain(im)}) != 0;
+    return {static_cast<float>(re), static_cast<float>(im)};
   }
 };
 

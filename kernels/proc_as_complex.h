@@ -64,6 +64,13 @@ struct OutputChunk {
   }
 }
 
+// An operation that has a fast form besides its formula: without branches and calls, and with the
+// same bits wherever it says so.
+template <class Op>
+concept HasFastForm = requires(Complex z, bool isCertain) {
+  Op::ApplyFast(z, z, z, z, isCertain);
+};
+
 // Op is an element operation over std::complex<float>, Post UnaryNoOp<float> or ClampAtZero, which
 // is applied to the real part. The real part is also what the statistics count. A real input
 // element x is x + 0i; a real output receives the real part alone.
@@ -96,12 +103,11 @@ struct ProcAsComplex {
       const std::ptrdiff_t start = backward ? n - done - count : done;
       const float* x1 = Op::kFile1 ? chunk1.Pairs(in1, in1Complex, start, count) : nullptr;
       const float* x2 = Op::kFile2 ? chunk2.Pairs(in2, in2Complex, start, count) : nullptr;
-      for (std::ptrdiff_t i = 0; i < count; ++i) {
-        const Complex F1 = Op::kFile1 ? Complex(x1[2 * i], x1[2 * i + 1]) : Complex();
-        const Complex F2 = Op::kFile2 ? Complex(x2[2 * i], x2[2 * i + 1]) : Complex();
-        const Complex result = Op::Apply(F1, F2, A, B);
-        w.re[i] = Post::template Apply<Op::kNanUnderClamp>(result.re);
-        w.im[i] = static_cast<float>(result.im);
+      if constexpr (HasFastForm<Op>) {
+        // A chunk with an uncertain element is computed by the formula throughout: they are rare.
+        if (!Compute<true>(x1, x2, A, B, count, w)) Compute<false>(x1, x2, A, B, count, w);
+      } else {
+        Compute<false>(x1, x2, A, B, count, w);
       }
       w.Write(out, outComplex, start, count);
       const std::ptrdiff_t next = backward ? start - kChunk : start + kChunk;
@@ -111,6 +117,32 @@ struct ProcAsComplex {
       running.CountChunk(w.re, static_cast<int>(count), backward);
     }
     running.Store(stats);
+  }
+
+ private:
+  // Computes a chunk, by the fast form if kFast; returns false if an element of it is uncertain.
+  // Always inlined, so that it is compiled for each processor.
+  template <bool kFast>
+  [[gnu::always_inline]] static inline bool Compute(const float* x1, const float* x2, Complex A,
+                                                    Complex B, std::ptrdiff_t count,
+                                                    OutputChunk& w) {
+    // As wide as a double: with a bool, g++ 12 computes the elements one by one.
+    std::uint64_t areCertain = 1;
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+      const Complex F1 = Op::kFile1 ? Complex(x1[2 * i], x1[2 * i + 1]) : Complex();
+      const Complex F2 = Op::kFile2 ? Complex(x2[2 * i], x2[2 * i + 1]) : Complex();
+      Complex result;
+      if constexpr (kFast) {
+        bool isCertain = false;
+        result = Op::ApplyFast(F1, F2, A, B, isCertain);
+        areCertain &= static_cast<std::uint64_t>(isCertain);
+      } else {
+        result = Op::Apply(F1, F2, A, B);
+      }
+      w.re[i] = Post::template Apply<Op::kNanUnderClamp>(result.re);
+      w.im[i] = static_cast<float>(result.im);
+    }
+    return areCertain != 0;
   }
 };
 
