@@ -17,7 +17,7 @@
 #include "standalone/cli/progress_bar.h"
 #include "standalone/program.h"
 #include "standalone/rasters/gdal_library.h"
-#include "standalone/runs/batch.h"
+#include "standalone/runs/run.h"
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -45,11 +45,10 @@ bool PanelCanBeShown() {
 // Turns this process into the panel's program with these arguments.
 [[noreturn]] void StartPanel(const std::vector<std::string>& arguments) {
   const std::string program = PanelProgram();
-  std::vector<std::string> texts = {program};
-  texts.insert(texts.end(), arguments.begin(), arguments.end());
-  std::vector<char*> pointers(texts.size() + 1);  // the last one null
-  std::transform(texts.begin(), texts.end(), pointers.begin(),
-                 [](std::string& text) { return text.data(); });
+  std::vector<char*> pointers = {const_cast<char*>(program.c_str())};  // execv only reads
+  for (const std::string& argument : arguments)
+    pointers.push_back(const_cast<char*>(argument.c_str()));
+  pointers.push_back(nullptr);
   execv(program.c_str(), pointers.data());
   throw WrongCommandLine("-panel: cannot start " + program + ": " + std::strerror(errno) +
                          "; to run without the panel, name files and options (see -help)");

@@ -6,7 +6,6 @@
 #include <string.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <cstdio>
@@ -89,10 +88,8 @@ SignalWatch& TheSignalWatch() {
 }
 
 std::vector<OperatorName> Operators() {
-  std::vector<OperatorName> names(kOperators.size());
-  std::transform(kOperators.begin(), kOperators.end(), names.begin(), [](const Operator& one) {
-    return OperatorName{one.commandName, one.label};
-  });
+  std::vector<OperatorName> names;
+  for (const Operator& one : kOperators) names.push_back({one.commandName, one.label});
   return names;
 }
 
@@ -128,11 +125,6 @@ ExitStatus RunAndTell(const std::vector<std::string>& arguments, const Action& a
   }
 }
 
-bool IsSet(const char* variable) {
-  const char* const value = std::getenv(variable);
-  return value && *value != '\0';
-}
-
 }  // namespace
 
 int RunProgram(const std::vector<std::string>& arguments, const Action& act) {
@@ -150,6 +142,8 @@ int RunProgram(const std::vector<std::string>& arguments, const Action& act) {
   return static_cast<int>(status);
 }
 
-bool DisplayIsNamed() { return IsSet("DISPLAY") || IsSet("WAYLAND_DISPLAY"); }
+bool DisplayIsNamed() {
+  return std::getenv("DISPLAY") != nullptr || std::getenv("WAYLAND_DISPLAY") != nullptr;
+}
 
 }  // namespace lumomixcalc::standalone

@@ -1,5 +1,4 @@
-#ifndef LUMOMIXCALC_STANDALONE_PROGRAM_H
-#define LUMOMIXCALC_STANDALONE_PROGRAM_H
+#pragma once
 
 #include <functional>
 #include <stop_token>
@@ -27,5 +26,3 @@ int RunProgram(const std::vector<std::string>& arguments, const Action& act);
 bool DisplayIsNamed();
 
 }  // namespace lumomixcalc::standalone
-
-#endif

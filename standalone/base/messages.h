@@ -1,5 +1,4 @@
-#ifndef LUMOMIXCALC_STANDALONE_BASE_MESSAGES_H
-#define LUMOMIXCALC_STANDALONE_BASE_MESSAGES_H
+#pragma once
 
 #include <cstdint>
 #include <functional>
@@ -85,5 +84,3 @@ std::string ListText(const std::vector<std::string>& names);
 std::string Suggestion(const std::string& unknown, const std::vector<std::string>& names);
 
 }  // namespace lumomixcalc::standalone
-
-#endif

@@ -35,14 +35,7 @@ std::optional<Number> ParseDecimal(std::string_view text) {
 
 std::optional<float> ParseFloat(std::string_view text) { return ParseDecimal<float>(text); }
 std::optional<double> ParseDouble(std::string_view text) { return ParseDecimal<double>(text); }
-
-std::optional<int> ParseInt(std::string_view text) {
-  int value = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, value);
-  if (error != std::errc() || stop != end) return std::nullopt;
-  return value;
-}
+std::optional<int> ParseInt(std::string_view text) { return ParseDecimal<int>(text); }
 
 int ParseRealArgument(std::string_view argument, std::string_view name, int maxCount,
                       float* values) {

@@ -1,5 +1,4 @@
-#ifndef LUMOMIXCALC_STANDALONE_BASE_NUMBERS_H
-#define LUMOMIXCALC_STANDALONE_BASE_NUMBERS_H
+#pragma once
 
 #include <optional>
 #include <string>
@@ -15,8 +14,8 @@ std::optional<float> ParseFloat(std::string_view text);
 // The same for a double.
 std::optional<double> ParseDouble(std::string_view text);
 
-// Reads the whole of text as a decimal integer with an optional minus sign. None when it is
-// anything else or out of an int's range.
+// Reads the whole of text as a decimal integer with an optional sign. None when it is anything else
+// or out of an int's range.
 std::optional<int> ParseInt(std::string_view text);
 
 // Reads "-NAME=value[:value...]", at most maxCount values. Returns 0 when argument does not begin
@@ -31,5 +30,3 @@ std::string ShortestText(float value);
 std::string ShortestText(double value);
 
 }  // namespace lumomixcalc::standalone
-
-#endif

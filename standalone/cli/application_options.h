@@ -1,5 +1,4 @@
-#ifndef LUMOMIXCALC_STANDALONE_CLI_APPLICATION_OPTIONS_H
-#define LUMOMIXCALC_STANDALONE_CLI_APPLICATION_OPTIONS_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -19,5 +18,3 @@ void ReadApplicationOptions(const std::vector<std::string>& arguments, HostState
                             const std::vector<OperatorName>& operators);
 
 }  // namespace lumomixcalc::standalone
-
-#endif

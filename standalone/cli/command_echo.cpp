@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstddef>
 #include <iterator>
+#include <utility>
 
 #include "standalone/base/messages.h"
 #include "standalone/base/numbers.h"
@@ -22,8 +23,7 @@ std::string SixDigits(float value) {
 
 std::string RealOption(const std::string& name, const std::vector<float>& values,
                        std::string (*print)(float)) {
-  std::string option = "-";
-  option += name;
+  std::string option = "-" + name;
   char separator = '=';
   for (const float value : values) {
     option += separator + print(value);
@@ -38,37 +38,40 @@ std::string FileArgument(const DeclaredStream& stream, const std::string& file, 
   return std::string("-").append(stream.OptionName()).append("=").append(file);
 }
 
-}  // namespace
-
-std::string WithAllDigits(std::string_view option,
-                          const std::map<std::string, std::vector<float>>& realOptions) {
-  for (const auto& [name, values] : realOptions)
-    if (option == RealOption(name, values, SixDigits))
-      return RealOption(name, values, ShortestText);
-  return std::string(option);
-}
-
-std::string WithAllDigits(std::string_view option, std::vector<std::vector<float>>& rows) {
-  const std::size_t equals = option.find('=');
-  if (!option.starts_with('-') || equals == std::string_view::npos) return std::string(option);
-  const std::string name(option.substr(1, equals - 1));
-  const auto row = std::find_if(rows.begin(), rows.end(), [&](const std::vector<float>& values) {
-    return option == RealOption(name, values, SixDigits);
+// An echoed option with the digits that "%g" dropped: when option is "-NAME=" with exactly the
+// values read for NAME, or of a row, in six digits each, their shortest exact decimals take the
+// place of those. Any other option is returned as it is. Values that were taken are removed from
+// read, so that of two rows whose values differ only in later digits the next option gets the
+// other.
+std::string WithAllDigits(const std::string& option, std::vector<RealValues>& read) {
+  const std::string name =
+      option.substr(0, option.find('=')).substr(option.starts_with('-') ? 1 : 0);
+  const auto found = std::find_if(read.begin(), read.end(), [&](const RealValues& one) {
+    return (one.name.empty() || one.name == name) &&
+           option == RealOption(name, one.values, SixDigits);
   });
-  if (row == rows.end()) return std::string(option);
-  std::string complete = RealOption(name, *row, ShortestText);
-  rows.erase(row);
+  if (found == read.end()) return option;
+  std::string complete = RealOption(name, found->values, ShortestText);
+  read.erase(found);
   return complete;
 }
+
+}  // namespace
 
 std::vector<std::string> EchoOptions(HostState& host) {
   host.echoedOptions.clear();
   host.registration.Call(IP_SLOT_WRITE_CMD_LINE);
-  std::vector<std::vector<float>> rows = host.panel.FieldValues();
+  std::vector<RealValues> read =
+      host.panelRows.empty() ? host.realOptions : std::vector<RealValues>();
+  for (const PanelRow& row : host.panelRows) {
+    std::vector<float> values;
+    for (const auto& element : row.elements)
+      if (const auto* field = std::get_if<FloatField>(&element)) values.push_back(*field->value);
+    if (!values.empty()) read.push_back({"", std::move(values)});
+  }
   std::vector<std::string> options;
   for (const std::string& echoed : host.echoedOptions)
-    options.push_back(host.panel.Rows().empty() ? WithAllDigits(echoed, host.realOptions)
-                                                : WithAllDigits(echoed, rows));
+    options.push_back(WithAllDigits(echoed, read));
   return options;
 }
 

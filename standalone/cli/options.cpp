@@ -24,13 +24,10 @@ const DataMode* ModeOf(std::string name) {
 void SetMode(Options& options, const std::string& name) {
   options.job.mode = ModeOf(name);
   if (options.job.mode) return;
-  std::vector<std::string> known;
-  for (const DataMode& mode : DataModes()) known.emplace_back(mode.name);
+  const std::vector<std::string> known = DataModeNames();
   throw WrongCommandLine("-mode=" + name + ": unknown data mode; known are " + ListText(known) +
                          Suggestion(name, known));
 }
-
-void SetFormat(Options& options, const std::string& name) { options.job.format = name; }
 
 void AddCreationOption(Options& options, const std::string& option) {
   if (const std::size_t equals = option.find('='); equals == 0 || equals == std::string::npos)
@@ -45,43 +42,41 @@ void SetNoData(Options& options, const std::string& name) {
   options.job.keepNoData = true;
 }
 
-struct ValueOption {
-  std::string_view name;
-  void (*set)(Options&, const std::string&);
-};
-constexpr ValueOption kValueOptions[] = {
-    {"-mode", SetMode},
-    {"-format", SetFormat},
-    {"-co", AddCreationOption},
-    {"-region",
-     [](Options& o, const std::string& text) { o.job.selection.region = ParseRegion(text); }},
-    {"-window",
-     [](Options& o, const std::string& text) { o.job.selection.window = ParseWindow(text); }},
-    {"-resolution",
-     [](Options& o, const std::string& text) {
-       o.job.selection.resolution = ParseResolution(text);
-     }},
-    {"-resampling",
-     [](Options& o, const std::string& text) {
-       o.job.selection.resampling = ParseResampling(text);
-     }},
-    {"-bands", [](Options& o, const std::string& text) { o.job.bands = ParseBands(text); }},
-    {"-nodata", SetNoData},
-    {"-stats", [](Options& o, const std::string& text) { o.job.statisticsFile = text; }}};
+// Sets a member of the job's selection to the value that a text stands for.
+template <auto kMember, auto kParse>
+void Select(Options& options, const std::string& text) {
+  options.job.selection.*kMember = kParse(text);
+}
 
-struct Switch {
+template <Options::Action kAction>
+void SetAction(Options& options, const std::string&) {
+  options.action = kAction;
+}
+
+struct HostOption {
   std::string_view name;
-  void (*set)(Options&);
+  bool hasValue;
+  void (*set)(Options&, const std::string& value);
 };
-constexpr Switch kSwitches[] = {
-    {"-overwrite", [](Options& options) { options.job.overwrite = true; }},
-    {"-quiet", [](Options& options) { options.quiet = true; }},
-    {"-panel", [](Options& options) { options.action = Options::Action::kPanel; }},
-    {"-h", [](Options& options) { options.action = Options::Action::kHelp; }},
-    {"-help", [](Options& options) { options.action = Options::Action::kHelp; }},
-    {"--help", [](Options& options) { options.action = Options::Action::kHelp; }},
-    {"-version", [](Options& options) { options.action = Options::Action::kVersion; }},
-    {"--version", [](Options& options) { options.action = Options::Action::kVersion; }},
+constexpr HostOption kHostOptions[] = {
+    {"-mode", true, SetMode},
+    {"-format", true, [](Options& o, const std::string& name) { o.job.format = name; }},
+    {"-co", true, AddCreationOption},
+    {"-region", true, Select<&Selection::region, ParseRegion>},
+    {"-window", true, Select<&Selection::window, ParseWindow>},
+    {"-resolution", true, Select<&Selection::resolution, ParseResolution>},
+    {"-resampling", true, Select<&Selection::resampling, ParseResampling>},
+    {"-bands", true, [](Options& o, const std::string& list) { o.job.bands = ParseBands(list); }},
+    {"-nodata", true, SetNoData},
+    {"-stats", true, [](Options& o, const std::string& file) { o.job.statisticsFile = file; }},
+    {"-overwrite", false, [](Options& o, const std::string&) { o.job.overwrite = true; }},
+    {"-quiet", false, [](Options& o, const std::string&) { o.quiet = true; }},
+    {"-panel", false, SetAction<Options::Action::kPanel>},
+    {"-h", false, SetAction<Options::Action::kHelp>},
+    {"-help", false, SetAction<Options::Action::kHelp>},
+    {"--help", false, SetAction<Options::Action::kHelp>},
+    {"-version", false, SetAction<Options::Action::kVersion>},
+    {"--version", false, SetAction<Options::Action::kVersion>},
 };
 
 // The value of "name=value"; null when argument is not that option. "name" alone lacks its value.
@@ -95,120 +90,90 @@ const char* ValueOf(const std::string& argument, std::string_view name) {
   return nullptr;
 }
 
-class Reader {
- public:
-  Reader(const Registration& registration, Options& options)
-      : registration_(registration), options_(options), streams_(registration.inputs) {
-    streams_.push_back(registration.Output());
+bool TakeHostOption(const std::string& argument, Options& options) {
+  for (const HostOption& option : kHostOptions) {
+    const char* const value = option.hasValue           ? ValueOf(argument, option.name)
+                              : argument == option.name ? ""
+                                                        : nullptr;
+    if (!value) continue;
+    option.set(options, value);
+    return true;
   }
+  return false;
+}
 
-  void Read(const std::vector<std::string>& arguments) {
-    bool optionsEnded = false;
-    for (const std::string& argument : arguments) {
-      if (optionsEnded || !argument.starts_with('-'))
-        options_.filesWithoutName.push_back(argument);
-      else if (argument == "--")
-        optionsEnded = true;
-      else if (!TakeHostOption(argument) && !TakeNamedFile(argument))
-        options_.applicationArguments.push_back(argument);
-    }
+bool TakeNamedFile(const std::string& argument, const Registration& registration, Job& job) {
+  std::vector<DeclaredStream> streams = registration.inputs;
+  streams.push_back(registration.Output());
+  for (const DeclaredStream& stream : streams) {
+    const char* const file = ValueOf(argument, std::string("-").append(stream.OptionName()));
+    if (!file) continue;
+    if (!job.files.emplace(stream.number, file).second)
+      throw WrongCommandLine(argument + ": this file is already named as " +
+                             job.files[stream.number]);
+    return true;
   }
+  return false;
+}
 
-  void CheckThatOptionsAgree() const {
-    const Selection& selection = options_.job.selection;
-    if (selection.resolution != 1 && !registration_.resolutions)
-      throw WrongCommandLine("-resolution=: the application leaves no choice of resolution");
-    if ((selection.region || selection.window) && !registration_.regions)
-      throw WrongCommandLine("-region=, -window=: the application leaves no choice of region");
-    if (selection.region && selection.window)
-      throw WrongCommandLine("-region= and -window= exclude each other");
-    if (selection.resampling != Resampling::kNearest && selection.resolution == 1)
-      Warn("-resampling= has no effect without -resolution=");
-  }
-
-  void Place() {
-    std::vector<std::string>& unplaced = options_.filesWithoutName;
-    const int output = registration_.Output().number;
-    // In a panel the user names what is missing; a file that comes alone is one to look at.
-    const bool mayLack = options_.action == Options::Action::kPanel;
-    const bool isLookedAt = mayLack && options_.job.files.empty() && unplaced.size() == 1;
-    if (options_.job.files.count(output) == 0 && !isLookedAt) {
-      if (unplaced.empty() && !mayLack) throw WrongCommandLine("no output file; " + Usage());
-      if (!unplaced.empty()) {
-        options_.job.files[output] = unplaced.back();
-        unplaced.pop_back();
-      }
-    }
-    auto file = unplaced.begin();
-    for (const DeclaredStream& input : registration_.inputs)
-      if (file != unplaced.end() && options_.job.files.count(input.number) == 0)
-        options_.job.files[input.number] = *file++;
-    if (file != unplaced.end())
-      throw WrongCommandLine("too many files, " + *file + " is left over; " + Usage());
-    if (options_.job.files.size() == 1 && !mayLack)
-      throw WrongCommandLine("no input file beside the output " + options_.job.files[output] +
-                             "; " + Usage());
-    for (const auto& [number, name] : options_.job.files)
-      if (name.empty()) throw WrongCommandLine("a file name is empty; " + Usage());
-  }
-
- private:
-  bool TakeHostOption(const std::string& argument) {
-    for (const Switch& option : kSwitches)
-      if (argument == option.name) {
-        option.set(options_);
-        return true;
-      }
-    for (const ValueOption& option : kValueOptions)
-      if (const char* value = ValueOf(argument, option.name)) {
-        option.set(options_, value);
-        return true;
-      }
-    return false;
-  }
-
-  bool TakeNamedFile(const std::string& argument) {
-    for (const DeclaredStream& stream : streams_) {
-      const char* const file = ValueOf(argument, std::string("-").append(stream.OptionName()));
-      if (!file) continue;
-      if (!options_.job.files.emplace(stream.number, file).second)
-        throw WrongCommandLine(argument + ": this file is already named as " +
-                               options_.job.files[stream.number]);
-      return true;
-    }
-    return false;
-  }
-
-  std::string Usage() const {
-    return std::string("usage: ") + kProgramName + " " + FilesSynopsis(registration_) +
-           " [options] (see -help)";
-  }
-
-  const Registration& registration_;
-  Options& options_;
-  std::vector<DeclaredStream> streams_;
-};
+void CheckThatOptionsAgree(const Selection& selection, const Registration& registration) {
+  if (selection.resolution != 1 && !registration.resolutions)
+    throw WrongCommandLine("-resolution=: the application leaves no choice of resolution");
+  if ((selection.region || selection.window) && !registration.regions)
+    throw WrongCommandLine("-region=, -window=: the application leaves no choice of region");
+  if (selection.region && selection.window)
+    throw WrongCommandLine("-region= and -window= exclude each other");
+  if (selection.resampling != Resampling::kNearest && selection.resolution == 1)
+    Warn("-resampling= has no effect without -resolution=");
+}
 
 }  // namespace
 
 Options ReadOptions(const std::vector<std::string>& arguments, const Registration& registration) {
   Options options;
-  Reader reader(registration, options);
-  reader.Read(arguments);
-  if (options.action != Options::Action::kRun && options.action != Options::Action::kPanel)
-    return options;
-  reader.CheckThatOptionsAgree();
+  bool optionsEnded = false;
+  for (const std::string& argument : arguments) {
+    if (optionsEnded || !argument.starts_with('-'))
+      options.filesWithoutName.push_back(argument);
+    else if (argument == "--")
+      optionsEnded = true;
+    else if (!TakeHostOption(argument, options) &&
+             !TakeNamedFile(argument, registration, options.job))
+      options.applicationArguments.push_back(argument);
+  }
+  if (options.action == Options::Action::kRun || options.action == Options::Action::kPanel)
+    CheckThatOptionsAgree(options.job.selection, registration);
   return options;
 }
 
 void PlaceFiles(Options& options, const Registration& registration) {
-  Reader(registration, options).Place();
+  std::vector<std::string>& unplaced = options.filesWithoutName;
+  std::map<int, std::string>& files = options.job.files;
+  const int output = registration.Output().number;
+  const std::string usage = std::string("; usage: ") + kProgramName + " " +
+                            FilesSynopsis(registration) + " [options] (see -help)";
+  // In a panel the user names what is missing; a file that comes alone is one to look at.
+  const bool mayLack = options.action == Options::Action::kPanel;
+  const bool isLookedAt = mayLack && files.empty() && unplaced.size() == 1;
+  if (files.count(output) == 0 && !unplaced.empty() && !isLookedAt) {
+    files[output] = unplaced.back();
+    unplaced.pop_back();
+  }
+  if (files.count(output) == 0 && !mayLack) throw WrongCommandLine("no output file" + usage);
+  auto file = unplaced.begin();
+  for (const DeclaredStream& input : registration.inputs)
+    if (file != unplaced.end() && files.count(input.number) == 0) files[input.number] = *file++;
+  if (file != unplaced.end())
+    throw WrongCommandLine("too many files, " + *file + " is left over" + usage);
+  if (files.size() == 1 && !mayLack)
+    throw WrongCommandLine("no input file beside the output " + files[output] + usage);
+  for (const auto& [number, name] : files)
+    if (name.empty()) throw WrongCommandLine("a file name is empty" + usage);
 }
 
 std::vector<std::string> HostOptionNames() {
   std::vector<std::string> names;
-  for (const ValueOption& option : kValueOptions) names.emplace_back(option.name);
-  for (const Switch& option : kSwitches) names.emplace_back(option.name);
+  for (const HostOption& option : kHostOptions) names.emplace_back(option.name);
   return names;
 }
 

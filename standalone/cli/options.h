@@ -1,10 +1,9 @@
-#ifndef LUMOMIXCALC_STANDALONE_CLI_OPTIONS_H
-#define LUMOMIXCALC_STANDALONE_CLI_OPTIONS_H
+#pragma once
 
 #include <string>
 #include <vector>
 
-#include "standalone/framework/registration.h"
+#include "standalone/framework/host_calls.h"
 #include "standalone/runs/job.h"
 
 namespace lumomixcalc::standalone {
@@ -35,5 +34,3 @@ std::vector<std::string> HostOptionNames();
 std::string FilesSynopsis(const Registration& registration);
 
 }  // namespace lumomixcalc::standalone
-
-#endif

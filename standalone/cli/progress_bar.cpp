@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdio>
+#include <string>
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -10,28 +11,20 @@ namespace {
 constexpr std::chrono::milliseconds kBeforeFirst(500);  // a short run shows nothing
 constexpr std::chrono::milliseconds kBetween(100);
 
-std::string TimeText(double seconds) {
-  const auto whole = static_cast<long>(std::ceil(seconds));
-  char text[32];
-  if (whole < 3600)
-    std::snprintf(text, sizeof text, "%ld:%02ld", whole / 60, whole % 60);
-  else
-    std::snprintf(text, sizeof text, "%ld:%02ld:%02ld", whole / 3600, whole / 60 % 60, whole % 60);
-  return text;
+// The time only when it is known, 0 or more seconds.
+std::string ProgressLine(double share, double secondsLeft) {
+  constexpr double kWidth = 30;
+  const std::string bar(static_cast<std::size_t>(share * kWidth), '=');
+  char line[80];
+  int end = std::snprintf(line, sizeof line, "[%-30s] %3d %%", bar.c_str(),
+                          static_cast<int>(share * 100));
+  const auto left = static_cast<long>(std::ceil(secondsLeft));
+  if (left >= 0)
+    end += std::snprintf(line + end, sizeof line - end, ", %ld:%02ld left", left / 60, left % 60);
+  return {line, static_cast<std::size_t>(end)};
 }
 
 }  // namespace
-
-std::string ProgressLine(double share, double secondsLeft) {
-  constexpr std::size_t kWidth = 30;
-  const auto done = static_cast<std::size_t>(share * static_cast<double>(kWidth));
-  char percent[16];
-  std::snprintf(percent, sizeof percent, "] %3d %%", static_cast<int>(share * 100));
-  std::string line = "[";
-  line.append(done, '=').append(kWidth - done, ' ').append(percent);
-  if (secondsLeft >= 0) line += ", " + TimeText(secondsLeft) + " left";
-  return line;
-}
 
 ProgressBar::ProgressBar(bool showBar)
     : showBar_(showBar), nextShow_(start_ + kBeforeFirst), redirection_([this](const auto& text) {

@@ -1,20 +1,15 @@
-#ifndef LUMOMIXCALC_STANDALONE_CLI_PROGRESS_BAR_H
-#define LUMOMIXCALC_STANDALONE_CLI_PROGRESS_BAR_H
+#pragma once
 
 #include <chrono>
 #include <mutex>
-#include <string>
 
 #include "standalone/base/messages.h"
 
 namespace lumomixcalc::standalone {
 
-// "[==========                    ]  33 %, 0:42 left"; the time only when it is known, 0 or more
-// seconds.
-std::string ProgressLine(double share, double secondsLeft);
-
-// Shows on standard error how far a run is, unless showBar is false. The line gives way to messages
-// and is removed with its owner.
+// Shows on standard error how far a run is, unless showBar is false, as in
+// "[==========                    ]  33 %, 0:42 left". The line gives way to messages and is
+// removed with its owner.
 class ProgressBar {
  public:
   explicit ProgressBar(bool showBar);
@@ -36,5 +31,3 @@ class ProgressBar {
 };
 
 }  // namespace lumomixcalc::standalone
-
-#endif

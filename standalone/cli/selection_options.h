@@ -1,5 +1,4 @@
-#ifndef LUMOMIXCALC_STANDALONE_CLI_SELECTION_OPTIONS_H
-#define LUMOMIXCALC_STANDALONE_CLI_SELECTION_OPTIONS_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -31,5 +30,3 @@ std::vector<std::string> SelectionArguments(const Selection& selection,
                                             const std::vector<int>& bands);
 
 }  // namespace lumomixcalc::standalone
-
-#endif

@@ -23,13 +23,6 @@ constexpr const char* kEnd =
     "\nExit status: 0 done, 1 failed with nothing published, 2 wrong command line, 128 plus the\n"
     "signal's number when a signal ended the run.\n";
 
-// Every operator on a line of its own, the options flush with each other.
-void PrintOperators(const std::vector<OperatorName>& operators) {
-  std::fputs("\nOperators:\n", stdout);
-  for (const OperatorName& one : operators)
-    std::printf("     -operator=%-12s  %s\n", one.name.c_str(), one.label.c_str());
-}
-
 }  // namespace
 
 void PrintUsage(HostState& host, const std::vector<OperatorName>& operators) {
@@ -42,7 +35,7 @@ void PrintUsage(HostState& host, const std::vector<OperatorName>& operators) {
   text += "\nOptions:\n";
   text +=
       "     -mode=MODE    how the output stores its elements:\n                   " +
-      DataModeNames() +
+      ListText(DataModeNames()) +
       ";\n                   without it cfloat32 when an input that is read is complex,\n"
       "                   else float32;\n"
       "                   integer modes round to nearest and saturate\n"
@@ -71,7 +64,9 @@ void PrintUsage(HostState& host, const std::vector<OperatorName>& operators) {
   host.messagesAreUsage = true;
   registration.Call(IP_SLOT_DISPLAY_USAGE);
   host.messagesAreUsage = false;
-  PrintOperators(operators);
+  std::fputs("\nOperators:\n", stdout);
+  for (const OperatorName& one : operators)
+    std::printf("     -operator=%-12s  %s\n", one.name.c_str(), one.label.c_str());
   std::fputs(kEnd, stdout);
 }
 

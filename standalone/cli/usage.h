@@ -1,5 +1,4 @@
-#ifndef LUMOMIXCALC_STANDALONE_CLI_USAGE_H
-#define LUMOMIXCALC_STANDALONE_CLI_USAGE_H
+#pragma once
 
 #include <vector>
 
@@ -14,5 +13,3 @@ void PrintUsage(HostState& host, const std::vector<OperatorName>& operators);
 void PrintVersion();
 
 }  // namespace lumomixcalc::standalone
-
-#endif

@@ -1,14 +1,55 @@
 #include "standalone/framework/host_calls.h"
 
 #include <cstdio>
+#include <utility>
 
 #include "host/im.h"
-#include "host/ip.h"
 #include "host/wm.h"
 #include "standalone/base/messages.h"
 #include "standalone/base/numbers.h"
 
 namespace lumomixcalc::standalone {
+namespace {
+
+// A declared stream from the label that the application passed.
+DeclaredStream MakeStream(int number, const char* label) {
+  std::string text = label;
+  text.erase(0, text.find_first_not_of(' '));
+  text.erase(text.find_last_not_of(' ') + 1);
+  return {number, text};
+}
+
+template <typename Element>
+void AddToPanel(Element element) {
+  HostState& host = TheHostState();
+  if (!host.panelRowIsOpen) host.panelRows.emplace_back();
+  host.panelRowIsOpen = true;
+  host.panelRows.back().elements.push_back(std::move(element));
+}
+
+}  // namespace
+
+std::string DeclaredStream::OptionName() const {
+  std::string name;
+  for (const char c : label) {
+    if (c == ' ') continue;
+    name += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  }
+  return name;
+}
+
+void Registration::Call(int slot) const {
+  const auto found = routines.find(slot);
+  if (found != routines.end()) found->second();
+}
+
+void Registration::CheckThatHostCanServe() const {
+  if (!inCore) throw Failure("the application does not ask for in-core processing");
+  if (inputs.empty() || outputs.size() != 1)
+    throw Failure("the application must declare an input or more and one output");
+  if (routines.count(IP_SLOT_PROC_DATA) == 0)
+    throw Failure("the application registers no routine that processes a block");
+}
 
 const StreamState& HostState::Stream(int number) const {
   static const StreamState kClosed;
@@ -76,7 +117,10 @@ const char* IPGetArg(int index) {
 
 int IPParseRealArg(const char* argument, const char* name, int maxCount, float* values) {
   const int count = ParseRealArgument(argument, name, maxCount, values);
-  if (count > 0) TheHostState().realOptions[name].assign(values, values + maxCount);
+  if (count <= 0) return count;
+  std::vector<RealValues>& read = TheHostState().realOptions;
+  std::erase_if(read, [name](const RealValues& before) { return before.name == name; });
+  read.push_back({name, {values, values + maxCount}});
   return count;
 }
 
@@ -94,28 +138,31 @@ int IMRtMode(int stream, int* mode) {
 }
 
 void WMAddInfoButton(const char* label, const char* helpKey) {
-  TheHostState().panel.Add(InfoButton{label, helpKey});
+  AddToPanel(InfoButton{label, helpKey});
 }
 
 // Of the numbers this host takes the width in characters and the step. It does not limit the
 // decimals: a field that showed fewer than the value has would change it when it is read back.
 void WMAddFloatField(float* value, int, int, int width, const float* step, const float*,
                      const int32_t*, int, int, int, int) {
-  TheHostState().panel.Add(FloatField{value, width, step ? *step : 1});
+  AddToPanel(FloatField{value, width, step ? *step : 1});
 }
 
-void WMAddText(const char* text, int, int) { TheHostState().panel.Add(FixedText{text}); }
+void WMAddText(const char* text, int, int) { AddToPanel(FixedText{text}); }
 
-void WMAttachRightSide() { TheHostState().panel.AttachRight(); }
+void WMAttachRightSide() {
+  HostState& host = TheHostState();
+  if (host.panelRowIsOpen) host.panelRows.back().attachedRight = true;
+}
 
-void WMNewRow() { TheHostState().panel.EndRow(); }
+void WMNewRow() { TheHostState().panelRowIsOpen = false; }
 
 void WMAddPulldown(const char* const* labels, int count, int32_t* choice, int, int, int, int) {
-  TheHostState().panel.Add(Pulldown{{labels, labels + count}, choice});
+  AddToPanel(Pulldown{{labels, labels + count}, choice});
 }
 
 void WMAddToggleButton(const char* label, int32_t* on, int, int, int, int) {
-  TheHostState().panel.Add(Toggle{label, on});
+  AddToPanel(Toggle{label, on});
 }
 
 }  // extern "C"

@@ -1,14 +1,82 @@
-#ifndef LUMOMIXCALC_STANDALONE_FRAMEWORK_HOST_CALLS_H
-#define LUMOMIXCALC_STANDALONE_FRAMEWORK_HOST_CALLS_H
+#pragma once
 
+#include <cstdint>
 #include <map>
 #include <string>
+#include <variant>
 #include <vector>
 
-#include "standalone/framework/panel_rows.h"
-#include "standalone/framework/registration.h"
+#include "host/ip.h"
 
 namespace lumomixcalc::standalone {
+
+// One input or output as the application declared it.
+struct DeclaredStream {
+  int number = 0;
+  std::string label;  // without the blanks around it
+
+  // The label as an option's name: lower case, blanks dropped.
+  std::string OptionName() const;
+};
+
+// What the application declared of itself.
+struct Registration {
+  std::string title;
+  int menuX = 0;  // the panel's place on the screen, in pixels
+  int menuY = 0;
+  bool inCore = false;
+  bool regions = false;      // the user may choose a region
+  bool resolutions = false;  // and a resolution
+  std::vector<DeclaredStream> inputs;
+  std::vector<DeclaredStream> outputs;
+  std::map<int, IPRoutine> routines;  // by slot
+
+  // Calls the routine of a slot; one that was not registered has nothing to do.
+  void Call(int slot) const;
+
+  // Throws Failure when the application asks for what this host does not offer.
+  void CheckThatHostCanServe() const;
+
+  // The one output. Valid after CheckThatHostCanServe.
+  const DeclaredStream& Output() const { return outputs.front(); }
+};
+
+// The elements of the application's panel. They are bound to addresses of the application's, so
+// only the thread that calls the application back may look behind them.
+
+// A button with the row's label; its key names the row's help entry.
+struct InfoButton {
+  std::string label;
+  std::string helpKey;
+};
+
+// A number of the application's, in a field about width characters wide.
+struct FloatField {
+  float* value = nullptr;
+  int width = 0;
+  float step = 1;  // what one step up or down adds
+};
+
+struct FixedText {
+  std::string text;
+};
+
+// A choice among labels; *choice is the position of the chosen one.
+struct Pulldown {
+  std::vector<std::string> labels;
+  std::int32_t* choice = nullptr;
+};
+
+// A switch; *on is nonzero when it is on.
+struct Toggle {
+  std::string label;
+  std::int32_t* on = nullptr;
+};
+
+struct PanelRow {
+  std::vector<std::variant<InfoButton, FloatField, FixedText, Pulldown, Toggle>> elements;
+  bool attachedRight = false;  // its last element reaches the panel's right side
+};
 
 // What the application may ask of one stream.
 struct StreamState {
@@ -18,19 +86,26 @@ struct StreamState {
   float* blockData = nullptr;  // the current block
 };
 
+// Values that an option or a row of the panel's fields has.
+struct RealValues {
+  std::string name;  // the option's; empty for a row
+  std::vector<float> values;
+};
+
 // Everything that the host calls read and write. They carry no handle, so there is one of it in
 // the process; whoever drives the application fills it before a callback and reads it afterwards.
 struct HostState {
   Registration registration;
-  PanelRows panel;                     // empty until the application was asked for its rows
+  std::vector<PanelRow> panelRows;     // empty until the application was asked for them
+  bool panelRowIsOpen = false;         // the next element belongs to the last row
   std::map<int, StreamState> streams;  // by number
   int outputMode = -1;                 // the mode that the user chose, or -1
   bool desisted = false;
   bool messagesAreUsage = false;  // texts shown now belong to the usage text on standard output
 
-  std::vector<std::string> arguments;                     // those left to the application
-  std::map<std::string, std::vector<float>> realOptions;  // as read last, by option name
-  std::vector<std::string> echoedOptions;                 // what the application appended
+  std::vector<std::string> arguments;      // those left to the application
+  std::vector<RealValues> realOptions;     // as read last, one for each name
+  std::vector<std::string> echoedOptions;  // what the application appended
 
   // The state of a stream; a closed one when there is none of that number.
   const StreamState& Stream(int number) const;
@@ -40,5 +115,3 @@ struct HostState {
 HostState& TheHostState();
 
 }  // namespace lumomixcalc::standalone
-
-#endif

@@ -1,57 +1,48 @@
 #include "standalone/panel/panel_window.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "standalone/panel/output_settings.h"
 #include "standalone/panel/preview_pane.h"
 #include "standalone/panel/rows_view.h"
-#include "standalone/panel/run_bar.h"
 
 namespace lumomixcalc::standalone {
 namespace {
 
-void AddGroup(QVBoxLayout& layout, const QString& title, QWidget* content) {
-  auto* const group = new QGroupBox(title);
-  (new QVBoxLayout(group))->addWidget(content);
-  layout.addWidget(group);
-}
+constexpr int kProgressSteps = 1000;
 
-// The chosen file by a name that is valid in every folder, for the command to be copied and for the
-// next start. A name that is no file on disk, such as one that only GDAL understands, stays as it
-// is.
-QString FileOf(const FileField& field) {
-  const QFileInfo info(field.File());
-  const bool isFile = field.Use() == FileUse::kOutput || info.exists();
-  return isFile && !field.File().isEmpty() ? info.absoluteFilePath() : field.File();
-}
-
-// The key under which a field's file is kept.
 QString FileKey(const FileField& field) { return QString("files/%1").arg(field.StreamNumber()); }
 
 }  // namespace
 
 PanelWindow::PanelWindow(HostState& host, const Job& first) : host_(host), first_(first) {
   setWindowTitle(Text(host.registration.title));
-  columns_ = new QSplitter(Qt::Horizontal);
   columns_->setChildrenCollapsible(false);
   columns_->setHandleWidth(14);
   columns_->addWidget(MakeSettings());
-  std::vector<QString> titles;
-  for (const DeclaredStream& input : host.registration.inputs) titles.push_back(Text(input.label));
-  titles.emplace_back("Result");
-  preview_ = new PreviewPane(
-      titles, {[this](QRect pixels) { output_->SetRegion(pixels); }, [this] { Refresh(); }});
-  preview_->LetDraw(host.registration.regions);
+  QStringList titles;
+  for (const DeclaredStream& input : host.registration.inputs) titles << Text(input.label);
+  preview_ = new PreviewPane(titles << "Result");
+  preview_->regionDrawn = [this](QRect pixels) { output_->SetRegion(pixels); };
+  connect(&preview_->Band(), &QSpinBox::valueChanged, [this] { Refresh(); });
   columns_->addWidget(preview_);
   columns_->setStretchFactor(1, 1);
   auto* const layout = new QVBoxLayout(this);
   layout->addWidget(columns_, 1);
-  layout->addWidget(MakeReports());
+  layout->addLayout(MakeReports());
   AddShortcuts();
+  SetRunning(false);
   RestoreHabits();
-  StartWorker();
-  PlaceOnScreen();
+  worker_ = std::make_unique<PanelWorker>(
+      host_, *this,
+      PanelWorker::Listener{
+          [this](const std::string& command) { ShowCommand(command); },
+          [this](const Preview& images) { ShowPreview(images); },
+          [this](double share) { ShowProgress(share); },
+          [this](const std::string& message) { messages_->appendPlainText(OfFields(message)); },
+          [this](RunEnd end) { EndRun(end); }});
   Refresh();
 }
 
@@ -59,64 +50,72 @@ PanelWindow::~PanelWindow() { SaveHabits(); }
 
 QWidget* PanelWindow::MakeSettings() {
   const auto changed = [this] { Refresh(); };
-  const auto write = [this](auto* place, auto value) {
-    worker_->Write(place, value);
-    Refresh();
-  };
-  settings_ = new QWidget;
-  auto* const layout = NewLayout<QVBoxLayout>(settings_);
   auto* const files = new QWidget;
   auto* const fileGrid = NewLayout<QGridLayout>(files);
   for (const DeclaredStream& input : host_.registration.inputs)
-    files_.push_back(new FileField(*fileGrid, input, FileUse::kInput, changed));
-  files_.push_back(
-      new FileField(*fileGrid, host_.registration.Output(), FileUse::kOutput, changed));
-  rows_ = new RowsView(host_.panel, {write, write, changed});
+    files_.push_back(new FileField(*fileGrid, input, FileUse::kInput));
+  files_.push_back(new FileField(*fileGrid, host_.registration.Output(), FileUse::kOutput));
+  for (FileField* const field : files_) connect(field, &QLineEdit::textChanged, changed);
+  rows_ = new RowsView(host_.panelRows, [this](PanelWorker::Task write) {
+    worker_->Post(std::move(write));
+    Refresh();
+  });
   output_ = new OutputSettings(host_.registration, first_, changed);
-  AddGroup(*layout, "Files", files);
-  AddGroup(*layout, "Parameters", rows_);
-  AddGroup(*layout, "Output", output_);
-
-  runBar_ = new RunBar([this] { Run(); }, [this] { worker_->CancelRun(); });
+  auto* const groups = NewLayout<QVBoxLayout>(settings_);
+  for (const auto& [title, content] : std::initializer_list<std::pair<const char*, QWidget*>>{
+           {"Files", files}, {"Parameters", rows_}, {"Output", output_}}) {
+    auto* const group = new QGroupBox(title);
+    (new QVBoxLayout(group))->addWidget(content);
+    groups->addWidget(group);
+  }
   auto* const side = new QWidget;
-  auto* const sideLayout = NewLayout<QVBoxLayout>(side);
-  sideLayout->addWidget(settings_);
-  sideLayout->addWidget(runBar_);
-  sideLayout->addStretch();
+  auto* const layout = NewLayout<QVBoxLayout>(side);
+  layout->addWidget(settings_);
+  layout->addLayout(MakeRunBar());
+  layout->addStretch();
   return side;
 }
 
-QWidget* PanelWindow::MakeReports() {
-  command_ = Named(new QLineEdit, "Command", "Equivalent command");
+QLayout* PanelWindow::MakeRunBar() {
+  run_->setToolTip("Write the output (Ctrl+R)");
+  cancel_->setToolTip("Stop the run; nothing is written (Esc)");
+  progress_->setRange(0, kProgressSteps);
+  runState_->setMinimumWidth(fontMetrics().horizontalAdvance("00 min 00 s left"));
+  connect(run_, &QPushButton::clicked, [this] { Run(); });
+  connect(cancel_, &QPushButton::clicked, [this] { worker_->CancelRun(); });
+  auto* const bar = new QHBoxLayout;
+  bar->addWidget(run_);
+  bar->addWidget(cancel_);
+  bar->addWidget(progress_, 1);
+  bar->addWidget(runState_);
+  return bar;
+}
+
+QLayout* PanelWindow::MakeReports() {
   command_->setReadOnly(true);
-  copy_ = Named(new QPushButton("&Copy"), "Copy", "Copy the command");
-  connect(copy_, &QPushButton::clicked, [this] { CopyCommand(); });
-  messages_ = Named(new QPlainTextEdit, "Messages");
+  connect(copy_, &QPushButton::clicked,
+          [this] { QGuiApplication::clipboard()->setText(command_->text()); });
   messages_->setReadOnly(true);
   messages_->setFixedHeight(messages_->fontMetrics().lineSpacing() * 5);
   messages_->setTabChangesFocus(true);
-  auto* const reports = new QWidget;
-  auto* const layout = NewLayout<QGridLayout>(reports);
+  auto* const layout = new QGridLayout;
   layout->addWidget(NewLabel("Command", command_), 0, 0);
   layout->addWidget(command_, 0, 1);
   layout->addWidget(copy_, 0, 2);
   layout->addWidget(NewLabel("Messages", messages_), 1, 0, Qt::AlignTop);
   layout->addWidget(messages_, 1, 1, 1, 2);
-  return reports;
+  return layout;
 }
 
 void PanelWindow::AddShortcuts() {
-  const auto add = [this](const QKeySequence& keys, std::function<void()> action) {
-    connect(new QShortcut(keys, this), &QShortcut::activated, std::move(action));
-  };
-  add(QKeySequence::Open, [this] {
-    const auto empty = std::find_if(files_.begin(), files_.end(),
-                                    [](FileField* field) { return field->File().isEmpty(); });
+  new QShortcut(QKeySequence::Open, this, [this] {
+    const auto empty =
+        std::ranges::find_if(files_, [](FileField* field) { return field->File().isEmpty(); });
     if (!running_) (empty == files_.end() ? files_.front() : *empty)->Browse();
   });
-  add(QKeySequence(Qt::CTRL | Qt::Key_R), [this] { Run(); });
-  add(QKeySequence(Qt::Key_Escape), [this] { worker_->CancelRun(); });
-  add(QKeySequence::Copy, [this] { CopyCommand(); });
+  new QShortcut(Qt::CTRL | Qt::Key_R, this, [this] { run_->click(); });
+  new QShortcut(Qt::Key_Escape, this, [this] { cancel_->click(); });
+  new QShortcut(QKeySequence::Copy, this, [this] { copy_->click(); });
   qApp->installEventFilter(this);
 }
 
@@ -130,21 +129,14 @@ bool PanelWindow::eventFilter(QObject* watched, QEvent* event) {
   return true;
 }
 
-void PanelWindow::StartWorker() {
-  worker_ = std::make_unique<PanelWorker>(
-      host_, *this,
-      PanelWorker::Listener{
-          [this](const std::string& command) { ShowCommand(command); },
-          [this](const Preview& preview) { ShowPreview(preview); },
-          [this](double share) { runBar_->SetProgress(share); },
-          [this](const std::string& message) { messages_->appendPlainText(Text(message)); },
-          [this](RunEnd end) { EndRun(end); }});
-}
-
 void PanelWindow::RestoreHabits() {
   const QSettings settings;
   constexpr QSize kFirstSize(1240, 800);
-  resize(settings.value("window/size", kFirstSize).toSize());
+  const QRect screen = this->screen()->availableGeometry();
+  resize(settings.value("window/size", kFirstSize).toSize().boundedTo(screen.size()));
+  // Where the application wants it, but inside the screen.
+  move(screen.x() + std::clamp(host_.registration.menuX, 0, screen.width() - width()),
+       screen.y() + std::clamp(host_.registration.menuY, 0, screen.height() - height()));
   if (!columns_->restoreState(settings.value("window/columns").toByteArray()))
     columns_->setSizes({430, kFirstSize.width() - 430});
   preview_->Restore(settings);
@@ -163,24 +155,14 @@ void PanelWindow::SaveHabits() const {
   settings.setValue("window/size", size());
   settings.setValue("window/columns", columns_->saveState());
   preview_->Save(settings);
-  for (const FileField* const field : files_) settings.setValue(FileKey(*field), FileOf(*field));
-}
-
-// Puts the window where the application wants it, but inside the screen.
-void PanelWindow::PlaceOnScreen() {
-  const QRect screen = this->screen()->availableGeometry();
-  resize(size().boundedTo(screen.size()));
-  const QPoint wanted =
-      screen.topLeft() + QPoint(host_.registration.menuX, host_.registration.menuY);
-  move(std::clamp(wanted.x(), screen.left(), screen.left() + screen.width() - width()),
-       std::clamp(wanted.y(), screen.top(), screen.top() + screen.height() - height()));
+  for (const FileField* const field : files_) settings.setValue(FileKey(*field), field->File());
 }
 
 Job PanelWindow::CurrentJob() const {
   Job job = first_;
   job.files.clear();
   for (const FileField* const field : files_)
-    if (const QString file = FileOf(*field); !file.isEmpty())
+    if (const QString file = field->File(); !file.isEmpty())
       job.files[field->StreamNumber()] = file.toStdString();
   output_->Apply(job);
   return job;
@@ -193,7 +175,7 @@ void PanelWindow::Refresh() {
   if (rows_->FirstFault()) return ShowCommand("");
   copy_->setEnabled(false);  // until the command is the current one again
   preview_->Await();
-  worker_->Refresh(CurrentJob(), preview_->Band());
+  worker_->Refresh(CurrentJob(), preview_->Band().value());
 }
 
 void PanelWindow::ShowCommand(const std::string& command) {
@@ -207,11 +189,10 @@ void PanelWindow::ShowCommand(const std::string& command) {
   copy_->setEnabled(known);
 }
 
-void PanelWindow::ShowPreview(const Preview& preview) {
-  preview_->Show(preview);
-  const auto known = std::find_if(preview.inputs.begin(), preview.inputs.end(),
-                                  [](const PreviewImage& image) { return image.fullColumns > 0; });
-  if (known != preview.inputs.end()) output_->SetImageSize(known->fullColumns, known->fullRows);
+void PanelWindow::ShowPreview(const Preview& images) {
+  preview_->Show(images);
+  for (const PreviewImage& image : images)
+    if (image.fullSize.isValid()) return output_->SetImageSize(image.fullSize);
 }
 
 // The job to run, or none when the user must or wants to change something first.
@@ -239,30 +220,48 @@ std::optional<Job> PanelWindow::JobToRun() {
   return job;
 }
 
+void PanelWindow::SetRunning(bool running) {
+  running_ = running;
+  settings_->setEnabled(!running);
+  run_->setEnabled(!running);
+  cancel_->setEnabled(running);
+  preview_->LetDraw(!running && host_.registration.regions);
+}
+
 void PanelWindow::Run() {
-  if (running_) return;
   const std::optional<Job> job = JobToRun();
   if (!job) return;
-  running_ = true;
-  settings_->setEnabled(false);
-  preview_->LetDraw(false);
+  SetRunning(true);
   preview_->StopAwaiting();
-  runBar_->Begin();
+  progress_->setValue(0);
+  runState_->setText("running");
+  sinceRun_.start();
   worker_->Run(*job);
 }
 
-void PanelWindow::EndRun(RunEnd end) {
-  running_ = false;
-  settings_->setEnabled(true);
-  preview_->LetDraw(host_.registration.regions);
-  runBar_->End(end == RunEnd::kDone ? "done" : end == RunEnd::kCancelled ? "cancelled" : "failed");
-  if (end == RunEnd::kDone) messages_->appendPlainText("Written: " + files_.back()->File());
-  if (end == RunEnd::kCancelled) messages_->appendPlainText("Cancelled; nothing was written.");
-  Refresh();
+void PanelWindow::ShowProgress(double share) {
+  progress_->setValue(static_cast<int>(share * kProgressSteps));
+  const double elapsed = static_cast<double>(sinceRun_.elapsed()) / 1000;
+  constexpr double kShortest = 0.5;  // seconds, to judge by
+  if (share >= 1) return runState_->setText("completing the file");
+  if (share <= 0 || elapsed <= kShortest) return;
+  const int left = static_cast<int>(std::ceil(elapsed / share * (1 - share)));
+  runState_->setText(left < 60 ? QString("%1 s left").arg(left)
+                               : QString("%1 min %2 s left").arg(left / 60).arg(left % 60));
 }
 
-void PanelWindow::CopyCommand() {
-  if (copy_->isEnabled()) QGuiApplication::clipboard()->setText(command_->text());
+void PanelWindow::EndRun(RunEnd end) {
+  SetRunning(false);
+  progress_->reset();
+  runState_->setText("failed");
+  if (end == RunEnd::kDone) {
+    runState_->setText("done");
+    messages_->appendPlainText("Written: " + files_.back()->text().trimmed());
+  } else if (end == RunEnd::kCancelled) {
+    runState_->setText("cancelled");
+    messages_->appendPlainText("Cancelled; nothing was written.");
+  }
+  Refresh();
 }
 
 bool PanelWindow::UserAgrees(const QString& question, const QString& yes) {

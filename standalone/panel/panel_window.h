@@ -1,5 +1,4 @@
-#ifndef LUMOMIXCALC_STANDALONE_PANEL_PANEL_WINDOW_H
-#define LUMOMIXCALC_STANDALONE_PANEL_PANEL_WINDOW_H
+#pragma once
 
 #include <memory>
 #include <vector>
@@ -14,7 +13,6 @@ namespace lumomixcalc::standalone {
 class OutputSettings;
 class PreviewPane;
 class RowsView;
-class RunBar;
 
 // The application's panel: its files and rows, the part of the files to use and how to store the
 // result, the run, and a live preview. It knows only what the application declared and described.
@@ -32,40 +30,42 @@ class PanelWindow : public QWidget {
 
  private:
   QWidget* MakeSettings();
-  QWidget* MakeReports();
+  QLayout* MakeRunBar();
+  QLayout* MakeReports();
   void AddShortcuts();
-  void StartWorker();
 
   void RestoreHabits();
   void SaveHabits() const;
-  void PlaceOnScreen();
 
   Job CurrentJob() const;
   void Refresh();
   std::optional<Job> JobToRun();
   void Run();
+  void ShowProgress(double share);
   void EndRun(RunEnd end);
+  void SetRunning(bool running);
   void ShowCommand(const std::string& command);
-  void ShowPreview(const Preview& preview);
-  void CopyCommand();
+  void ShowPreview(const Preview& images);
   bool UserAgrees(const QString& question, const QString& yes);
 
   HostState& host_;
   Job first_;
   std::vector<FileField*> files_;  // the inputs, then the output
-  QWidget* settings_ = nullptr;
+  QWidget* settings_ = new QWidget;
   RowsView* rows_ = nullptr;
   OutputSettings* output_ = nullptr;
-  RunBar* runBar_ = nullptr;
   PreviewPane* preview_ = nullptr;
-  QLineEdit* command_ = nullptr;
-  QPushButton* copy_ = nullptr;
-  QPlainTextEdit* messages_ = nullptr;
-  QSplitter* columns_ = nullptr;
+  QPushButton* run_ = Named(new QPushButton("&Run"), "Run");
+  QPushButton* cancel_ = Named(new QPushButton("Cancel"), "Cancel");
+  QProgressBar* progress_ = Named(new QProgressBar, "Progress of the run");
+  QLabel* runState_ = Named(new QLabel, "Run state");
+  QElapsedTimer sinceRun_;
+  QLineEdit* command_ = Named(new QLineEdit, "Command", "Equivalent command");
+  QPushButton* copy_ = Named(new QPushButton("&Copy"), "Copy", "Copy the command");
+  QPlainTextEdit* messages_ = Named(new QPlainTextEdit, "Messages");
+  QSplitter* columns_ = new QSplitter;
   bool running_ = false;
   std::unique_ptr<PanelWorker> worker_;  // last: it ends before what it reports to
 };
 
 }  // namespace lumomixcalc::standalone
-
-#endif

@@ -3,13 +3,11 @@
 #include <atomic>
 #include <exception>
 #include <filesystem>
-#include <new>
 #include <system_error>
 #include <utility>
 
-#include "standalone/base/messages.h"
 #include "standalone/cli/command_echo.h"
-#include "standalone/runs/batch.h"
+#include "standalone/runs/run.h"
 #include "standalone/runs/statistics.h"
 
 namespace lumomixcalc::standalone {
@@ -25,24 +23,8 @@ PanelWorker::Task HandedOver(PanelWorker::Task task) {
     task();
     ++handOvers;
   };
-  ++handOvers;
+  ++handOvers;  // when the task is whole
   return ordered;
-}
-
-// A message of the run host in the words of the panel: fields in place of options.
-std::string OfFields(std::string message) {
-  static constexpr struct {
-    const char* option;
-    const char* field;
-  } kWords[] = {{"-region=", "Region "},
-                {"-resolution=", "Resolution 1 : "},
-                {"-resampling=", "Resampling "},
-                {"-mode=", "Mode "},
-                {"-format=", "Format "}};
-  for (const auto& [option, field] : kWords)
-    for (std::size_t place = 0; (place = message.find(option, place)) != std::string::npos;)
-      message.replace(place, std::string(option).size(), field);
-  return message;
 }
 
 }  // namespace
@@ -84,38 +66,29 @@ void PanelWorker::Run(const Job& job) {
 
 void PanelWorker::MakePreview(const Job& job, int band, const std::stop_token& stop) {
   if (stop.stop_requested()) return;
-  std::string shown = Command(job);
-  const auto output = job.files.find(host_.registration.Output().number);
-  std::error_code ignored;
-  if (!shown.empty() && (job.overwrite || std::filesystem::exists(output->second, ignored)))
-    shown += " -overwrite";
-  Deliver([this, stop, command = std::move(shown)] {
+  std::string command = Command(job);
+  if (!command.empty()) {
+    std::error_code ignored;
+    const std::string& output = job.files.at(host_.registration.Output().number);
+    if (job.overwrite || std::filesystem::exists(output, ignored)) command += " -overwrite";
+  }
+  Deliver([this, stop, command] {
     // Not when the settings have changed on its way: the command would be an old one.
     if (!stop.stop_requested()) listener_.commandChanged(command);
   });
-  Preview preview;
   try {
-    preview = previews_.Make(job, band, host_, stop, [this](const std::string& warning) {
+    Preview preview = previews_.Make(job, band, host_, stop, [this](const std::string& warning) {
       if (warned_.insert(warning).second) Tell(warning);
     });
-  } catch (const Cancelled&) {
-    return;
-  } catch (const std::bad_alloc&) {
-    preview.result.note = "There is not enough memory for a preview.";
-  } catch (const std::exception& error) {
-    preview.result.note = error.what();
+    Deliver([this, preview = std::move(preview)] { listener_.previewMade(preview); });
+  } catch (const Cancelled&) {  // a newer one is wanted
   }
-  for (PreviewImage& image : preview.inputs) image.note = OfFields(image.note);
-  preview.result.note = OfFields(preview.result.note);
-  Deliver([this, preview = std::move(preview)] { listener_.previewMade(preview); });
 }
 
 RunEnd PanelWorker::MakeRun(const Job& job, const std::stop_token& stop) {
   const MessageRedirection redirection([this](const std::string& message) { Tell(message); });
-  const auto progress = [this, last = 0](double share) mutable {
-    constexpr int kSteps = 1000;  // no more than a progress bar can show
-    const int step = static_cast<int>(share * kSteps);
-    if (std::exchange(last, step) != step) Deliver([this, share] { listener_.progressed(share); });
+  const auto progress = [this](double share) {
+    Deliver([this, share] { listener_.progressed(share); });
   };
   try {
     const RunReport report = RunBatch(job, Command(job), host_, {stop, progress});
@@ -124,8 +97,7 @@ RunEnd PanelWorker::MakeRun(const Job& job, const std::stop_token& stop) {
     return RunEnd::kDone;
   } catch (const Cancelled&) {
     return RunEnd::kCancelled;
-  } catch (const Desisted&) {
-    return RunEnd::kFailed;
+  } catch (const Desisted&) {  // it has told the reason
   } catch (const Failure& failure) {
     Tell(failure.what());
   } catch (const std::exception& error) {
@@ -135,13 +107,12 @@ RunEnd PanelWorker::MakeRun(const Job& job, const std::stop_token& stop) {
 }
 
 std::string PanelWorker::Command(const Job& job) {
-  const auto output = job.files.find(host_.registration.Output().number);
-  if (output == job.files.end() || job.files.size() < 2) return {};
+  if (!job.files.contains(host_.registration.Output().number) || job.files.size() < 2) return {};
   return ReproducingCommand(job, host_.registration, EchoOptions(host_));
 }
 
 void PanelWorker::Tell(const std::string& message) {
-  Deliver([this, text = OfFields(message)] { listener_.told(text); });
+  Deliver([this, message] { listener_.told(message); });
 }
 
 }  // namespace lumomixcalc::standalone

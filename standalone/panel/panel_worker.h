@@ -1,5 +1,4 @@
-#ifndef LUMOMIXCALC_STANDALONE_PANEL_PANEL_WORKER_H
-#define LUMOMIXCALC_STANDALONE_PANEL_PANEL_WORKER_H
+#pragma once
 
 #include <QObject>
 #include <QThreadPool>
@@ -24,8 +23,7 @@ class PanelWorker {
  public:
   using Task = std::function<void()>;
   struct Listener {
-    std::function<void(const std::string& command)>
-        commandChanged;  // empty while files are missing
+    std::function<void(const std::string& command)> commandChanged;  // empty: files are missing
     std::function<void(const Preview& preview)> previewMade;
     std::function<void(double share)> progressed;
     std::function<void(const std::string& message)> told;
@@ -36,23 +34,14 @@ class PanelWorker {
   PanelWorker(HostState& host, QObject& windows, Listener listener);
   // Cancels what is being done and waits for its end; what has not begun is dropped.
   ~PanelWorker();
-  PanelWorker(const PanelWorker&) = delete;
-  PanelWorker& operator=(const PanelWorker&) = delete;
 
-  template <typename Number>
-  void Write(Number* place, Number value) {
-    Post([place, value] { *place = value; });
-  }
-
-  // Asks for the command and the preview of the current settings. A newer call cancels an older
-  // one.
+  void Post(Task task);  // to the worker's thread
+  // Asks for the command and the preview of these settings; cancels what was asked for before.
   void Refresh(const Job& job, int band);
-
   void Run(const Job& job);
   void CancelRun() { run_.request_stop(); }
 
  private:
-  void Post(Task task);     // to the worker's thread
   void Deliver(Task task);  // to the windows' thread
   void MakePreview(const Job& job, int band, const std::stop_token& stop);
   RunEnd MakeRun(const Job& job, const std::stop_token& stop);
@@ -70,5 +59,3 @@ class PanelWorker {
 };
 
 }  // namespace lumomixcalc::standalone
-
-#endif

@@ -1,38 +1,33 @@
 #include "standalone/panel/preview.h"
 
 #include <algorithm>
-#include <filesystem>
+#include <exception>
+#include <new>
 #include <system_error>
-#include <utility>
 
-#include "standalone/base/messages.h"
 #include "standalone/rasters/raster_input.h"
 
 namespace lumomixcalc::standalone {
 namespace {
 
-// Enough for a pane, and quickly computed.
-constexpr int kLongestSide = 640;
-
 Selection WholeImageCoarsely() {
   Selection selection;
   selection.resampling = Resampling::kPreview;
-  selection.longestSide = kLongestSide;
+  selection.longestSide = 640;  // enough for a pane, and quickly computed
   return selection;
 }
 
-PreviewImage ReadInput(const std::string& label, const std::string& file, int band, bool keepNoData,
+PreviewImage ReadInput(const DeclaredStream& stream, const Job& job, int band,
                        const std::stop_token& stop) {
-  RasterInput input(label, file);
+  RasterInput input(stream.label, job.files.at(stream.number));
   band = std::min(band, input.Bands());
   PreviewImage image;
   const Selection selection = WholeImageCoarsely();
   image.grid = MakeOutputGrid(selection, input.Columns(), input.Rows(), nullptr, input.Describe());
-  image.fullColumns = input.Columns();
-  image.fullRows = input.Rows();
+  image.fullSize = {input.Columns(), input.Rows()};
   image.bands = input.Bands();
   image.complex = input.Mode().complex;
-  input.Select(image.grid, selection.resampling, {band}, !keepNoData);
+  input.Select(image.grid, selection.resampling, {band}, !job.keepNoData);
   const std::size_t rowFloats =
       static_cast<std::size_t>(image.grid.columns) * static_cast<std::size_t>(input.Parts());
   image.values.resize(rowFloats * static_cast<std::size_t>(image.grid.rows));
@@ -46,22 +41,10 @@ PreviewImage ReadInput(const std::string& label, const std::string& file, int ba
   return image;
 }
 
-// Another text when the file is not the one that was read.
-std::string KeyOf(const std::string& file, int band, bool keepNoData) {
-  std::error_code error;
-  const auto written = std::filesystem::last_write_time(file, error).time_since_epoch().count();
-  const auto size = std::filesystem::file_size(file, error);
-  return file + '\n' + std::to_string(band) + (keepNoData ? " keep " : " ") +
-         std::to_string(written) + ' ' + std::to_string(size);
-}
-
-PreviewImage ComputeResult(const Job& job, int band, HostState& host, const std::stop_token& stop) {
-  Job coarse = job;
-  coarse.selection = WholeImageCoarsely();
-  coarse.bands = {band};
-  PreviewImage image;
-  static_cast<MemoryRaster&>(image) = RunInMemory(coarse, host, {stop});
-  return image;
+MemoryRaster ComputeResult(Job job, int band, HostState& host, const std::stop_token& stop) {
+  job.selection = WholeImageCoarsely();
+  job.bands = {band};
+  return RunInMemory(job, host, {stop});
 }
 
 }  // namespace
@@ -69,20 +52,21 @@ PreviewImage ComputeResult(const Job& job, int band, HostState& host, const std:
 const PreviewImage& PreviewMaker::Input(const DeclaredStream& stream, const Job& job, int band,
                                         const std::stop_token& stop) {
   const std::string& file = job.files.at(stream.number);
-  auto& [keptKey, image] = inputs_[stream.number];
-  const std::string key = KeyOf(file, band, job.keepNoData);
-  if (keptKey == key) return image;
-  keptKey.clear();
+  KeptInput& kept = inputs_[stream.number];
+  std::error_code ignored;
+  const auto key = std::tuple(file, std::filesystem::last_write_time(file, ignored),
+                              std::filesystem::file_size(file, ignored), band, job.keepNoData);
+  if (kept.key == key) return kept.image;
+  kept = {};
   try {
-    image = ReadInput(stream.label, file, band, job.keepNoData, stop);
+    kept.image = ReadInput(stream, job, band, stop);
   } catch (const Cancelled&) {
     throw;
   } catch (const Failure& failure) {
-    image = {};
-    image.note = failure.what();
+    kept.image.note = failure.what();
   }
-  keptKey = key;
-  return image;
+  kept.key = key;
+  return kept.image;
 }
 
 Preview PreviewMaker::Make(const Job& job, int band, HostState& host, const std::stop_token& stop,
@@ -92,21 +76,24 @@ Preview PreviewMaker::Make(const Job& job, int band, HostState& host, const std:
     if (sentence.starts_with("warning: ")) return warn(sentence);
     reason += (reason.empty() ? "" : "\n") + sentence;
   });
-  Preview preview;
-  for (const DeclaredStream& stream : host.registration.inputs) {
-    if (job.files.count(stream.number) > 0)
-      preview.inputs.push_back(Input(stream, job, band, stop));
-    else
-      preview.inputs.emplace_back().note = "No file chosen.";
-  }
+  const std::vector<DeclaredStream>& inputs = host.registration.inputs;
+  Preview preview(inputs.size() + 1);
+  PreviewImage& result = preview.back();
   try {
-    preview.result = ComputeResult(job, band, host, stop);
+    for (std::size_t i = 0; i < inputs.size(); ++i)
+      if (job.files.contains(inputs[i].number))
+        preview[i] = Input(inputs[i], job, band, stop);
+      else
+        preview[i].note = "No file chosen.";
+    static_cast<MemoryRaster&>(result) = ComputeResult(job, band, host, stop);
   } catch (const Cancelled&) {
     throw;
   } catch (const Desisted&) {
-    preview.result.note = reason;
-  } catch (const Failure& failure) {
-    preview.result.note = failure.what();
+    result.note = reason;
+  } catch (const std::bad_alloc&) {
+    result.note = "There is not enough memory for a preview.";
+  } catch (const std::exception& error) {
+    result.note = error.what();
   }
   return preview;
 }

@@ -1,31 +1,30 @@
-#ifndef LUMOMIXCALC_STANDALONE_PANEL_PREVIEW_H
-#define LUMOMIXCALC_STANDALONE_PANEL_PREVIEW_H
+#pragma once
 
+#include <QSize>
+#include <cstdint>
+#include <filesystem>
 #include <map>
 #include <string>
-#include <utility>
+#include <tuple>
 #include <vector>
 
 #include "standalone/base/messages.h"
 #include "standalone/framework/host_calls.h"
 #include "standalone/runs/job.h"
-#include "standalone/runs/memory_run.h"
+#include "standalone/runs/run.h"
 
 namespace lumomixcalc::standalone {
 
 // One band of an input or of the result, on the coarse grid of a preview.
 struct PreviewImage : MemoryRaster {
-  int fullColumns = 0;  // pixels of the whole image
-  int fullRows = 0;
+  QSize fullSize;  // pixels of the whole input; invalid for the result
   int bands = 0;
   std::string note;  // why there are no values
 };
 
-// The images of the current settings. All show the whole area of the inputs.
-struct Preview {
-  std::vector<PreviewImage> inputs;  // one per declared input
-  PreviewImage result;
-};
+// The images of the current settings: one per declared input, then the result. All show the whole
+// area of the inputs.
+using Preview = std::vector<PreviewImage>;
 
 // Makes previews. It keeps the inputs as it read them, so that other coefficients or another
 // operator cost no more than the result.
@@ -37,13 +36,16 @@ class PreviewMaker {
                const MessageSink& warn);
 
  private:
+  struct KeptInput {
+    // File, its time and size, band, and whether no data is kept: another when the image is.
+    std::tuple<std::string, std::filesystem::file_time_type, std::uintmax_t, int, bool> key;
+    PreviewImage image;
+  };
+
   const PreviewImage& Input(const DeclaredStream& stream, const Job& job, int band,
                             const std::stop_token& stop);
 
-  // By stream number; the text changes when the file does.
-  std::map<int, std::pair<std::string, PreviewImage>> inputs_;
+  std::map<int, KeptInput> inputs_;  // by stream number
 };
 
 }  // namespace lumomixcalc::standalone
-
-#endif

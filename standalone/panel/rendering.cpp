@@ -37,18 +37,17 @@ std::array<QRgb, kShades> Palette(bool cyclic) {
   return palette;
 }
 
-float Part(std::complex<float> element, ComplexPart part) {
-  if (part == ComplexPart::kMagnitude) return std::abs(element);
-  if (part == ComplexPart::kPhase) return std::arg(element);
-  return part == ComplexPart::kReal ? element.real() : element.imag();
-}
-
 }  // namespace
 
 std::vector<float> PartOf(std::span<const float> pairs, ComplexPart part) {
   std::vector<float> values(pairs.size() / 2);
-  for (std::size_t i = 0; i < values.size(); ++i)
-    values[i] = Part({pairs[2 * i], pairs[2 * i + 1]}, part);
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    const std::complex element(pairs[2 * i], pairs[2 * i + 1]);
+    values[i] = part == ComplexPart::kMagnitude ? std::abs(element)
+                : part == ComplexPart::kPhase   ? std::arg(element)
+                : part == ComplexPart::kReal    ? element.real()
+                                                : element.imag();
+  }
   return values;
 }
 
@@ -60,8 +59,8 @@ std::vector<float> Spread(std::vector<float> values, Stretch stretch) {
 
 Limits LimitsOf(std::span<const float> spread, Stretch stretch) {
   std::vector<float> finite;
-  std::copy_if(spread.begin(), spread.end(), std::back_inserter(finite),
-               [](float value) { return std::isfinite(value); });
+  std::ranges::copy_if(spread, std::back_inserter(finite),
+                       [](float value) { return std::isfinite(value); });
   if (finite.empty()) return {};
   const std::size_t cut = stretch == Stretch::kMinMax ? 0 : finite.size() / 50;
   const auto low = finite.begin() + static_cast<std::ptrdiff_t>(cut);
@@ -84,13 +83,11 @@ QImage Picture(std::span<const float> spread, int columns, Limits limits, bool c
     const double shade = width > 0 ? (value - low) / width * kShades : kShades / 2.0;
     return palette[static_cast<std::size_t>(std::clamp(shade, 0.0, kShades - 1.0))];
   };
-  const std::size_t rowLength = static_cast<std::size_t>(columns);
+  const auto rowLength = static_cast<std::size_t>(columns);
   QImage picture(columns, static_cast<int>(spread.size() / rowLength), QImage::Format_ARGB32);
-  for (int row = 0; row < picture.height(); ++row) {
-    const auto values = spread.subspan(static_cast<std::size_t>(row) * rowLength, rowLength);
-    std::transform(values.begin(), values.end(), reinterpret_cast<QRgb*>(picture.scanLine(row)),
-                   colour);
-  }
+  for (int row = 0; row < picture.height(); ++row, spread = spread.subspan(rowLength))
+    std::ranges::transform(spread.first(rowLength), reinterpret_cast<QRgb*>(picture.scanLine(row)),
+                           colour);
   return picture;
 }
 

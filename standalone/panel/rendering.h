@@ -1,7 +1,6 @@
 // How rasters become pictures: which part of a complex number is shown, how its values are spread
 // over the colours, and the histogram beside it.
-#ifndef LUMOMIXCALC_STANDALONE_PANEL_RENDERING_H
-#define LUMOMIXCALC_STANDALONE_PANEL_RENDERING_H
+#pragma once
 
 #include <QImage>
 #include <cstdint>
@@ -38,19 +37,16 @@ Limits LimitsOf(std::span<const float> spread, Stretch stretch);
 // The limits of a phase: one turn, in radians.
 inline constexpr Limits kTurn = {-std::numbers::pi_v<float>, std::numbers::pi_v<float>};
 
-// One pixel per element, row by row: grey from black at the low limit to white at the high one, or
-// with cyclic once around the colour circle. NaN is transparent.
+// One pixel for each element, row by row: grey from black at the low limit to white at the high
+// one, or with cyclic once around the colour circle. NaN is transparent.
 QImage Picture(std::span<const float> spread, int columns, Limits limits, bool cyclic);
 
-// Elements in equal bins over a range of values.
 struct Histogram {
   Limits range;
-  std::vector<std::uint32_t> counts;
+  std::vector<std::uint32_t> counts;  // of the values in equal bins of the range
 };
 
 // The histogram of spread values over the limits and a little to either side of them.
 Histogram HistogramOf(std::span<const float> spread, Limits limits);
 
 }  // namespace lumomixcalc::standalone
-
-#endif

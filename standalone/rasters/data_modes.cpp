@@ -64,9 +64,9 @@ const DataMode& DataModeOfType(GDALDataType type) {
   }
 }
 
-std::string DataModeNames() {
-  std::string names;
-  for (const DataMode& mode : kModes) names += (names.empty() ? "" : ", ") + std::string(mode.name);
+std::vector<std::string> DataModeNames() {
+  std::vector<std::string> names;
+  for (const DataMode& mode : kModes) names.emplace_back(mode.name);
   return names;
 }
 

@@ -1,11 +1,11 @@
-#ifndef LUMOMIXCALC_STANDALONE_RASTERS_DATA_MODES_H
-#define LUMOMIXCALC_STANDALONE_RASTERS_DATA_MODES_H
+#pragma once
 
 #include <gdal.h>
 
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace lumomixcalc::standalone {
 
@@ -35,9 +35,7 @@ const DataMode* FindDataMode(std::string_view name);
 // are Float64.
 const DataMode& DataModeOfType(GDALDataType type);
 
-// The names of all modes, with ", " between them.
-std::string DataModeNames();
+// The names of all modes.
+std::vector<std::string> DataModeNames();
 
 }  // namespace lumomixcalc::standalone
-
-#endif

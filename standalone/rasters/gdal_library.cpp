@@ -5,10 +5,9 @@
 #include <gdal.h>
 #include <malloc.h>
 
-#include <algorithm>
-#include <deque>
 #include <mutex>
 #include <set>
+#include <vector>
 
 #include "standalone/base/messages.h"
 
@@ -16,8 +15,7 @@ namespace lumomixcalc::standalone {
 
 struct GdalFailureLog {
   mutable std::mutex mutex;
-  std::size_t failures = 0;
-  std::deque<std::string> texts;  // of the last of them
+  std::vector<std::string> texts;
 };
 
 namespace {
@@ -44,31 +42,21 @@ std::string AsSentence(const char* message) {
   return text;
 }
 
-struct ShownWarnings {
-  std::mutex mutex;
-  std::set<std::string> texts;
-};
-
-ShownWarnings& TheShownWarnings() {
-  static ShownWarnings shown;
-  return shown;
-}
+std::mutex shownWarningsMutex;
+std::set<std::string> shownWarnings;
 
 void ShowOnce(const std::string& warning) {
   {
-    const std::lock_guard lock(TheShownWarnings().mutex);
-    if (!TheShownWarnings().texts.insert(warning).second) return;
+    const std::lock_guard lock(shownWarningsMutex);
+    if (!shownWarnings.insert(warning).second) return;
   }
   Warn(warning);
 }
 
 void NoteFailure(const std::string& text) {
-  constexpr std::size_t kTextsKept = 1000;  // a damaged file can fail at every block
   GdalFailureLog& log = TheLog();
   const std::lock_guard lock(log.mutex);
-  ++log.failures;
   log.texts.push_back(text);
-  if (log.texts.size() > kTextsKept) log.texts.pop_front();
 }
 
 void CPL_STDCALL Handle(CPLErr severity, CPLErrorNum number, const char* message) {
@@ -105,24 +93,22 @@ OwnGdalFailures::~OwnGdalFailures() { ownLog = nullptr; }
 
 GdalFailures::GdalFailures() : log_(TheLog()) {
   const std::lock_guard lock(log_.mutex);
-  before_ = log_.failures;
+  before_ = log_.texts.size();
 }
 
 bool GdalFailures::Any() const {
   const std::lock_guard lock(log_.mutex);
-  return log_.failures > before_;
+  return log_.texts.size() > before_;
 }
 
 std::string GdalFailures::First() const {
   const std::lock_guard lock(log_.mutex);
-  if (log_.failures == before_) return "";
-  const std::size_t dropped = log_.failures - log_.texts.size();
-  return log_.texts[std::max(before_, dropped) - dropped];
+  return log_.texts.size() > before_ ? log_.texts[before_] : "";
 }
 
 GdalRun::GdalRun() : cacheBytes_(GDALGetCacheMax64()) {
-  const std::lock_guard lock(TheShownWarnings().mutex);
-  TheShownWarnings().texts.clear();
+  const std::lock_guard lock(shownWarningsMutex);
+  shownWarnings.clear();
 }
 
 GdalRun::~GdalRun() { GDALSetCacheMax64(cacheBytes_); }

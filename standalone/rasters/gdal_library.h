@@ -1,5 +1,4 @@
-#ifndef LUMOMIXCALC_STANDALONE_RASTERS_GDAL_LIBRARY_H
-#define LUMOMIXCALC_STANDALONE_RASTERS_GDAL_LIBRARY_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -58,5 +57,3 @@ class GdalRun {
 };
 
 }  // namespace lumomixcalc::standalone
-
-#endif

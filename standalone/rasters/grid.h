@@ -1,7 +1,6 @@
-#ifndef LUMOMIXCALC_STANDALONE_RASTERS_GRID_H
-#define LUMOMIXCALC_STANDALONE_RASTERS_GRID_H
+#pragma once
 
-#include <gdal.h>
+#include <gdal_priv.h>
 
 #include <array>
 #include <optional>
@@ -82,6 +81,15 @@ struct OutputGrid {
 OutputGrid MakeOutputGrid(const Selection& selection, int columns, int rows,
                           const Geotransform* transform, const std::string& name);
 
-}  // namespace lumomixcalc::standalone
+// How the places of two rasters of one size differ, in words for a message; empty when they agree
+// to a hundredth of a pixel, or when one of them has no georeferencing to compare.
+std::string GeoreferencingDifference(GDALDataset& one, GDALDataset& other);
 
-#endif
+// The geotransform of a dataset; none when it has none.
+std::optional<Geotransform> GeotransformOf(GDALDataset& dataset);
+
+// Gives to the geotransform, coordinate reference system and ground control points of from, as they
+// are on the grid. Returns false when the format of to cannot hold them all.
+bool CopyGeoreferencing(GDALDataset& from, const OutputGrid& grid, GDALDataset& to);
+
+}  // namespace lumomixcalc::standalone

@@ -1,8 +1,11 @@
 #include "standalone/rasters/no_data.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <type_traits>
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -10,11 +13,79 @@ namespace {
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 
 // A double beyond a float's range rounds to an infinity, as GDAL converts pixels.
-float Rounded(double value) {
+float AsFloat(double value) {
   constexpr double kLargest = std::numeric_limits<float>::max();
   if (value > kLargest) return std::numeric_limits<float>::infinity();
   if (value < -kLargest) return -std::numeric_limits<float>::infinity();
   return static_cast<float>(value);
+}
+
+// The nearest integer, of two equally near ones the even: next to 1.5 * 2^52 a double has no
+// fraction. Inline arithmetic, where nearbyint is a call for the oldest processors. Numbers beyond
+// 2^51 come back as large as they are, if not exactly, which no integer mode holds anyway.
+double Rounded(float value) {
+  constexpr double kNoFraction = 0x1.8p52;
+  return (static_cast<double>(value) + kNoFraction) - kNoFraction;
+}
+
+// Stores values if the mode holds all of them as they are, but for their fractions, and none is
+// avoided. Returns false otherwise, with nothing that matters stored. A loop without a branch is
+// what compilers turn into vector instructions.
+template <typename Integer>
+bool StoreHeld(std::span<const float> values, const DataMode& mode, double avoided, Integer* out) {
+  // A double becomes 32 bits with sign in one instruction, and from there fewer.
+  using Wide = std::conditional_t<std::is_same_v<Integer, std::uint32_t>, Integer, std::int32_t>;
+  const double lowest = mode.lowest;
+  const double highest = mode.highest;
+  std::int64_t unheld = 0;  // as wide as a double
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    const double rounded = Rounded(values[i]);
+    const double above = rounded > lowest ? rounded : lowest;  // comparisons with NaN are false
+    const double held = above < highest ? above : highest;
+    unheld |=
+        static_cast<std::int64_t>(held != rounded) | static_cast<std::int64_t>(held == avoided);
+    out[i] = static_cast<Integer>(static_cast<Wide>(held));
+  }
+  return unheld == 0;
+}
+
+// Stores one element of one part or two.
+template <typename Integer>
+void StoreElement(std::span<const float> parts, const DataMode& mode,
+                  const std::optional<double>& noData, Integer* out, UnheldElements& counts) {
+  const bool hasNan =
+      std::any_of(parts.begin(), parts.end(), [](float x) { return std::isnan(x); });
+  if (hasNan && noData) {
+    std::fill_n(out, parts.size(), static_cast<Integer>(*noData));
+    return;
+  }
+  counts.nan += hasNan ? 1 : 0;
+  std::array<double, 2> held = {};
+  bool saturated = false;
+  for (std::size_t i = 0; i < parts.size(); ++i) {
+    held[i] = RoundedAndSaturated(parts[i], mode);
+    saturated |= !std::isnan(parts[i]) && held[i] != Rounded(parts[i]);
+  }
+  counts.saturated += saturated ? 1 : 0;
+  if (noData && IsNoData(held[0], held[1], *noData)) {
+    held[0] += held[0] > 0 ? -1 : 1;
+    ++counts.moved;
+  }
+  for (std::size_t i = 0; i < parts.size(); ++i) out[i] = static_cast<Integer>(held[i]);
+}
+
+template <typename Integer>
+void Store(std::span<const float> values, const DataMode& mode, const std::optional<double>& noData,
+           Integer* out, UnheldElements& counts) {
+  constexpr std::size_t kChunk = 256;
+  const double avoided = noData.value_or(std::numeric_limits<double>::quiet_NaN());
+  const std::size_t parts = mode.complex ? 2 : 1;
+  for (std::size_t i = 0; i < values.size(); i += kChunk) {
+    const std::span chunk = values.subspan(i, std::min(kChunk, values.size() - i));
+    if (StoreHeld(chunk, mode, avoided, out + i)) continue;
+    for (std::size_t part = 0; part < chunk.size(); part += parts)
+      StoreElement(chunk.subspan(part, parts), mode, noData, out + i + part, counts);
+  }
 }
 
 }  // namespace
@@ -34,7 +105,7 @@ std::optional<double> DeclaredNoData(GDALRasterBand& band) {
 }
 
 void MaskNoData(std::span<float> values, bool complex, double noData) {
-  const float value = Rounded(noData);
+  const float value = AsFloat(noData);
   if (!complex) {
     for (float& element : values) element = element == value ? kNan : element;
     return;
@@ -48,6 +119,31 @@ double IntegerNoData(const DataMode& mode, double declared) {
       declared >= mode.lowest && declared <= mode.highest && declared == std::nearbyint(declared);
   if (held) return declared;
   return mode.lowest < 0 ? mode.lowest : mode.highest;
+}
+
+double RoundedAndSaturated(float value, const DataMode& mode) {
+  if (std::isnan(value)) return 0;
+  // In double, which holds every integer of 32 bits; a float would round 2^31 - 1 up and out.
+  return std::clamp(Rounded(value), mode.lowest, mode.highest);
+}
+
+void StoreAsIntegers(std::span<const float> values, const DataMode& mode,
+                     std::optional<double> noData, void* out, UnheldElements& counts) {
+  switch (mode.type) {
+    case GDT_Byte:
+      return Store(values, mode, noData, static_cast<std::uint8_t*>(out), counts);
+    case GDT_UInt16:
+      return Store(values, mode, noData, static_cast<std::uint16_t*>(out), counts);
+    case GDT_Int16:
+    case GDT_CInt16:
+      return Store(values, mode, noData, static_cast<std::int16_t*>(out), counts);
+    case GDT_Int32:
+      return Store(values, mode, noData, static_cast<std::int32_t*>(out), counts);
+    case GDT_UInt32:
+      return Store(values, mode, noData, static_cast<std::uint32_t*>(out), counts);
+    default:
+      return;
+  }
 }
 
 }  // namespace lumomixcalc::standalone

@@ -1,13 +1,15 @@
-#ifndef LUMOMIXCALC_STANDALONE_RASTERS_NO_DATA_H
-#define LUMOMIXCALC_STANDALONE_RASTERS_NO_DATA_H
+#pragma once
 
 #include <gdal_priv.h>
 
+#include <cstdint>
 #include <optional>
 #include <span>
 
 #include "standalone/rasters/data_modes.h"
 
+// Which elements are no data, and how integer modes store the elements that they can hold and those
+// that they cannot.
 namespace lumomixcalc::standalone {
 
 // The no-data value that a band declares; none when it declares none.
@@ -29,6 +31,23 @@ void MaskNoData(std::span<float> values, bool complex, double noData);
 // one, whose zeros are wanted for results.
 double IntegerNoData(const DataMode& mode, double declared);
 
-}  // namespace lumomixcalc::standalone
+// Elements that an integer mode could not hold as they were. A complex element counts once.
+struct UnheldElements {
+  std::uint64_t saturated = 0;
+  std::uint64_t moved = 0;  // by one, because they would have been stored as no data
+  std::uint64_t nan = 0;    // stored as 0 because no value stands for no data
+};
 
-#endif
+// One value as an integer mode stores it: the nearest integer, of two equally near ones the even,
+// brought into the mode's range; NaN becomes 0.
+double RoundedAndSaturated(float value, const DataMode& mode);
+
+// Converts elements, each one float or, in a complex mode, two, to the mode's type at out, which
+// has room for as many, by the rule of RoundedAndSaturated. Infinities saturate. With noData, an
+// integer of the mode, elements with a NaN are stored as that value in all parts; other elements
+// that would read back as no data (IsNoData) are moved by one in their real part, towards zero
+// unless it is zero. Adds to counts. mode must be an integer mode.
+void StoreAsIntegers(std::span<const float> values, const DataMode& mode,
+                     std::optional<double> noData, void* out, UnheldElements& counts);
+
+}  // namespace lumomixcalc::standalone

@@ -18,58 +18,49 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-// A part of a row: the longest rows take no more memory than others.
-constexpr int kPieceColumns = 1 << 20;
-using Piece = std::vector<double>;  // pairs
+using Row = std::vector<double>;  // pairs
 
-bool ReadPiece(GDALRasterBand& band, int column, int row, int columns, Piece& piece) {
-  piece.resize(2 * static_cast<std::size_t>(columns));
-  return band.RasterIO(GF_Read, column, row, columns, 1, piece.data(), columns, 1, GDT_CFloat64, 0,
-                       0, nullptr) == CE_None;
+bool ReadRow(GDALRasterBand& band, int row, Row& elements) {
+  const int columns = band.GetXSize();
+  elements.resize(2 * static_cast<std::size_t>(columns));
+  return band.RasterIO(GF_Read, 0, row, columns, 1, elements.data(), columns, 1, GDT_CFloat64, 0, 0,
+                       nullptr) == CE_None;
 }
 
 // What a format did not keep of the elements: text has fewer digits, JPEG other values.
 struct Changes {
   std::uint64_t count = 0;
-  double from = 0;
+  double from = 0;  // of the first
   double to = 0;
-
   bool missing = false;
-
-  // The driver of XYZ files takes elements that are not in the file for its no-data value.
-  void Count(const Piece& original, const Piece& copy, const std::optional<double>& missingValue) {
-    for (std::size_t i = 0; i < copy.size(); ++i) {
-      if (original[i] == copy[i] || std::isnan(original[i])) continue;
-      missing |= i % 2 == 0 && copy[i] == missingValue;
-      if (count++ == 0) {
-        from = original[i];
-        to = copy[i];
-      }
-    }
-  }
 };
 
-bool IsOfDriver(const OutputSpecification& specification, const char* name) {
-  return specification.format.Name() == name;
+void CountChanges(const Row& original, const Row& copy, const std::optional<double>& missingValue,
+                  Changes& changes) {
+  for (std::size_t i = 0; i < copy.size(); ++i) {
+    if (original[i] == copy[i] || std::isnan(original[i])) continue;
+    changes.missing |= i % 2 == 0 && copy[i] == missingValue;
+    if (changes.count++ > 0) continue;
+    changes.from = original[i];
+    changes.to = copy[i];
+  }
 }
 
 bool ReadBack(GDALDataset& written, const OutputSpecification& specification, GDALDataset* original,
               Changes& changes) {
+  const std::string format = specification.format.Name();
   const int rows = specification.rows;
-  Piece copy;
-  Piece source;
-  for (int row = IsOfDriver(specification, "GTiff") ? rows - 1 : 0; row < rows; ++row)
-    for (int band = 1; band <= specification.bands; ++band)
-      for (int column = 0; column < specification.columns; column += kPieceColumns) {
-        const int columns = std::min(kPieceColumns, specification.columns - column);
-        if (!ReadPiece(*written.GetRasterBand(band), column, row, columns, copy)) return false;
-        if (!original) continue;
-        if (!ReadPiece(*original->GetRasterBand(band), column, row, columns, source)) return false;
-        changes.Count(source, copy,
-                      IsOfDriver(specification, "XYZ")
-                          ? DeclaredNoData(*written.GetRasterBand(band))
-                          : std::nullopt);
-      }
+  Row copy;
+  Row source;
+  for (int row = format == "GTiff" ? rows - 1 : 0; row < rows; ++row)
+    for (int number = 1; number <= specification.bands; ++number) {
+      GDALRasterBand& band = *written.GetRasterBand(number);
+      if (!ReadRow(band, row, copy)) return false;
+      if (!original) continue;
+      if (!ReadRow(*original->GetRasterBand(number), row, source)) return false;
+      // The driver of XYZ files takes elements that are not in the file for its no-data value.
+      CountChanges(source, copy, format == "XYZ" ? DeclaredNoData(band) : std::nullopt, changes);
+    }
   return true;
 }
 

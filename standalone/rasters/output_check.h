@@ -1,5 +1,4 @@
-#ifndef LUMOMIXCALC_STANDALONE_RASTERS_OUTPUT_CHECK_H
-#define LUMOMIXCALC_STANDALONE_RASTERS_OUTPUT_CHECK_H
+#pragma once
 
 #include <filesystem>
 #include <string>
@@ -16,5 +15,3 @@ std::string FaultOfFile(const std::filesystem::path& file, const OutputSpecifica
                         GDALDataset* original);
 
 }  // namespace lumomixcalc::standalone
-
-#endif

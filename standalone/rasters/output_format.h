@@ -1,5 +1,4 @@
-#ifndef LUMOMIXCALC_STANDALONE_RASTERS_OUTPUT_FORMAT_H
-#define LUMOMIXCALC_STANDALONE_RASTERS_OUTPUT_FORMAT_H
+#pragma once
 
 #include <cpl_string.h>
 #include <gdal_priv.h>
@@ -56,5 +55,3 @@ bool OnlyLayOut(const std::vector<std::string>& options);
 void CheckThatFormatHolds(const OutputFormat& format, const DataMode& mode);
 
 }  // namespace lumomixcalc::standalone
-
-#endif

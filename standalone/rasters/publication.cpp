@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <mutex>
@@ -51,30 +50,26 @@ int RenameToNew(const fs::path& from, const fs::path& to) {
   return rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
 }
 
-// Gives a new file the owner, group, permissions and access control list of the old one, all of
-// them or none: what a new file gets then, less whatever the old one denied to anybody it was
-// shared with.
+// Gives a new file the owner, group and permissions of the old one, as far as the system lets it
+// and only so that nobody new can read it. An access control list is not passed on: its file
+// becomes its owner's alone.
 void TakeAccess(const fs::path& old, const fs::path& file) {
   constexpr const char* kList = "system.posix_acl_access";
   struct stat before = {};
-  struct stat now = {};
-  if (stat(old.c_str(), &before) != 0 || stat(file.c_str(), &now) != 0) return;
-  std::array<char, 65536> list;  // the longest there is
-  const ssize_t bytes = getxattr(old.c_str(), kList, list.data(), list.size());
-  const bool hasSameGroup = before.st_gid == now.st_gid;
-  const bool hasOwner = (hasSameGroup && before.st_uid == now.st_uid) ||
-                        chown(file.c_str(), before.st_uid, before.st_gid) == 0;
+  if (stat(old.c_str(), &before) != 0) return;
+  const bool hasList = getxattr(old.c_str(), kList, nullptr, 0) > 0;
+  const bool hasGroup = chown(file.c_str(), before.st_uid, before.st_gid) == 0 ||
+                        chown(file.c_str(), static_cast<uid_t>(-1), before.st_gid) == 0;
   removexattr(file.c_str(), kList);  // one that the folder passes on
-  // The bits of the mode that make a program run as its owner are for the old contents alone.
-  if (hasOwner &&
-      (bytes <= 0 ||
-       setxattr(file.c_str(), kList, list.data(), static_cast<std::size_t>(bytes), 0) == 0) &&
-      chmod(file.c_str(), before.st_mode & 0777) == 0)
-    return;
-  // Anyone but the new owner may have been of the old group, or named in the old list.
-  const mode_t oldGroup = bytes > 0 ? 0 : before.st_mode >> 3 & 7;
-  const mode_t all = oldGroup & before.st_mode;
-  chmod(file.c_str(), now.st_mode & (0700 | (hasSameGroup ? oldGroup : all) << 3 | all));
+  // The bits that make a program run as its owner are for the old contents alone.
+  chmod(file.c_str(), before.st_mode & (hasGroup && !hasList ? 0777 : 0700));
+}
+
+// Gives a file its final name in the same file system. Returns 0 or an error number.
+int MoveIntoPlace(const fs::path& from, const fs::path& to, bool overwrite) {
+  if (!overwrite) return RenameToNew(from, to);
+  TakeAccess(to, from);
+  return rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
 }
 
 // Moves that can be taken back in the reverse order.
@@ -131,12 +126,6 @@ bool IsSameFile(const fs::path& one, const fs::path& other) {
   if (fs::equivalent(one, other, error)) return true;
   return one.filename() == other.filename() &&
          fs::equivalent(ParentOf(one), ParentOf(other), error);
-}
-
-int MoveIntoPlace(const fs::path& from, const fs::path& to, bool overwrite) {
-  if (!overwrite) return RenameToNew(from, to);
-  TakeAccess(to, from);
-  return rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
 }
 
 Publication::Publication(const fs::path& target, bool overwrite, std::vector<InputFiles> inputs)

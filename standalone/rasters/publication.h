@@ -1,5 +1,4 @@
-#ifndef LUMOMIXCALC_STANDALONE_RASTERS_PUBLICATION_H
-#define LUMOMIXCALC_STANDALONE_RASTERS_PUBLICATION_H
+#pragma once
 
 #include <filesystem>
 #include <string>
@@ -17,12 +16,6 @@ std::filesystem::path ResolveOutput(const std::string& path, bool overwrite);
 
 // Whether both names lead to one file, or would if it existed.
 bool IsSameFile(const std::filesystem::path& one, const std::filesystem::path& other);
-
-// Gives a file its final name in the same file system. With overwrite a file that is replaced
-// passes its owner, group and permissions on as far as the system lets them; without it nothing is
-// replaced. Returns 0 or an error number.
-int MoveIntoPlace(const std::filesystem::path& from, const std::filesystem::path& to,
-                  bool overwrite);
 
 // An input of a run: its name and the names of all files that it consists of.
 struct InputFiles {
@@ -49,7 +42,8 @@ class Publication {
   void CheckPlaces() const;
 
   // Moves the files out, the target last. What is to be replaced or removed is set aside first and
-  // comes back when anything fails; a target that is the only file is replaced at one moment.
+  // comes back when anything fails; a target that is the only file is replaced at one moment. A
+  // replaced file passes its owner, group and permissions on as far as the system lets it.
   // Throws Failure, also for what CheckPlaces refuses, with every file as it was.
   void Publish();
 
@@ -70,5 +64,3 @@ class Publication {
 void RemovePublicationFolders();
 
 }  // namespace lumomixcalc::standalone
-
-#endif

@@ -279,16 +279,17 @@ std::int64_t RasterInput::CacheBytes(int stripRows) const {
   int width = 0;
   int height = 0;
   band.GetBlockSize(&width, &height);
-  // Strips end with blocks where they can, but not where the resolution or a margin prevents it.
-  const std::int64_t down = grid_.resolution > 1 ? (source.rows + height - 2) / height + 1
-                                                 : (source.rows - 1) / height + 1;
-  const std::int64_t across = (source.columns + width - 2) / width + 1;
+  // Blocks that so many pixels touch at most; strips at full resolution begin with a block.
+  const auto touched = [](int pixels, int block, bool anywhere) {
+    return std::int64_t{(pixels + (anywhere ? block - 2 : -1)) / block + 1} * block;
+  };
+  const std::int64_t pixels =
+      touched(source.rows, height, grid_.resolution > 1) * touched(source.columns, width, true);
   // A driver that interleaves bands fills the cache with a block of each.
   const char* const interleave = Pixels().GetMetadataItem("INTERLEAVE", "IMAGE_STRUCTURE");
   const bool together = interleave && EQUAL(interleave, "PIXEL");
   const std::int64_t bands = together ? Bands() : static_cast<std::int64_t>(bands_.size());
-  return bands * across * down * width * height *
-         GDALGetDataTypeSizeBytes(band.GetRasterDataType());
+  return bands * pixels * GDALGetDataTypeSizeBytes(band.GetRasterDataType());
 }
 
 }  // namespace lumomixcalc::standalone

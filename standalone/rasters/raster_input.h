@@ -1,5 +1,4 @@
-#ifndef LUMOMIXCALC_STANDALONE_RASTERS_RASTER_INPUT_H
-#define LUMOMIXCALC_STANDALONE_RASTERS_RASTER_INPUT_H
+#pragma once
 
 #include <gdal_priv.h>
 
@@ -106,5 +105,3 @@ class RasterInput {
 };
 
 }  // namespace lumomixcalc::standalone
-
-#endif

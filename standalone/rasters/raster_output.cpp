@@ -1,13 +1,9 @@
 #include "standalone/rasters/raster_output.h"
 
 #include <cpl_string.h>
-#include <fcntl.h>
-#include <sys/stat.h>
 
 #include <array>
-#include <cerrno>
 #include <cstdint>
-#include <cstring>
 #include <fstream>
 #include <numeric>
 #include <span>
@@ -16,24 +12,12 @@
 
 #include "standalone/base/messages.h"
 #include "standalone/rasters/gdal_library.h"
-#include "standalone/rasters/georeferencing.h"
+#include "standalone/rasters/grid.h"
 #include "standalone/rasters/output_check.h"
 
 namespace lumomixcalc::standalone {
 namespace fs = std::filesystem;
 namespace {
-
-// Sets room on the disk aside for the holes of a file: a disk that is too full tells so at once,
-// and what is written into them later is placed faster. Returns why it cannot, for a message; empty
-// when it could, or when the file system knows no such thing.
-std::string ReserveSpace(const fs::path& file) {
-  const FileDescriptor descriptor(open(file.c_str(), O_WRONLY | O_CLOEXEC));
-  struct stat status = {};
-  if (!descriptor.IsOpen() || fstat(descriptor.Get(), &status) != 0) return "";
-  if (fallocate(descriptor.Get(), 0, 0, status.st_size) == 0) return "";
-  const bool full = errno == ENOSPC || errno == EDQUOT || errno == EFBIG;
-  return full ? std::strerror(errno) : "";
-}
 
 // Some drivers keep the name under which a file was created at the head of a file: ENVI in its text
 // header, PCIDSK in a field of its own. The final name takes its place.
@@ -96,8 +80,6 @@ void RasterOutput::LayOutRows() {
   std::iota(bands.begin(), bands.end(), 1);
   uncompressedRows_ =
       UncompressedRows::Open(*dataset_, bands, {0, 0, specification_.columns, specification_.rows});
-  if (!uncompressedRows_) return;
-  if (const std::string reason = ReserveSpace(file_); !reason.empty()) FailToWrite(reason);
 }
 
 bool RasterOutput::DeclareNoData(double value) {

@@ -1,5 +1,4 @@
-#ifndef LUMOMIXCALC_STANDALONE_RASTERS_RASTER_OUTPUT_H
-#define LUMOMIXCALC_STANDALONE_RASTERS_RASTER_OUTPUT_H
+#pragma once
 
 #include <cpl_string.h>
 #include <gdal_priv.h>
@@ -13,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "standalone/rasters/integer_output.h"
+#include "standalone/rasters/no_data.h"
 #include "standalone/rasters/output_format.h"
 #include "standalone/rasters/publication.h"
 #include "standalone/rasters/uncompressed_rows.h"
@@ -77,5 +76,3 @@ class RasterOutput {
 };
 
 }  // namespace lumomixcalc::standalone
-
-#endif

@@ -128,8 +128,7 @@ std::unique_ptr<UncompressedRows> UncompressedRows::Open(GDALDataset& dataset,
   const int access = dataset.GetAccess() == GA_Update ? O_RDWR : O_RDONLY;
   std::unique_ptr<UncompressedRows> rows(
       new UncompressedRows(open(name.c_str(), access | O_CLOEXEC), window));
-  const int file = rows->file_.Get();
-  if (!IsOpenTwice(file) || (isTiff && !HasPlainBytes(file))) return nullptr;
+  if (!IsOpenTwice(rows->file_) || (isTiff && !HasPlainBytes(rows->file_))) return nullptr;
   const auto image = static_cast<std::int64_t>(layout.nImageOffset);
   for (const int band : bands)
     if (isOnePiece)
@@ -159,54 +158,45 @@ bool UncompressedRows::FindStrips(GDALRasterBand& band, Band& found) {
   return true;
 }
 
+template <typename Transfer, typename Byte>
+std::string UncompressedRows::TransferRows(Transfer transfer, const Band& band, int firstRow,
+                                           int rows, Byte* bytes) const {
+  const std::int64_t elementBytes = GDALGetDataTypeSizeBytes(band.type);
+  const std::int64_t rowBytes = window_.columns * elementBytes;
+  const int end = firstRow + rows;
+  for (int row = firstRow; row < end;) {
+    // Rows that follow each other in the file take one call.
+    const std::int64_t place = band.Place(row);
+    int next = row + 1;
+    while (next < end && band.Place(next) == place + (next - row) * rowBytes) ++next;
+    const std::int64_t count = (next - row) * rowBytes;
+    const std::int64_t done =
+        TransferAll(transfer, file_, bytes, count, place + window_.x * elementBytes);
+    if (done < 0) return std::strerror(errno);
+    if (done < count) return "the file ends in row " + std::to_string(row + done / rowBytes);
+    bytes += count;
+    row = next;
+  }
+  return "";
+}
+
 std::string UncompressedRows::Read(int band, int firstRow, int rows, void* out, GDALDataType type) {
   const Band& from = bands_.at(band);
-  if (from.type == type) return ReadElements(from, firstRow, rows, static_cast<std::byte*>(out));
+  if (from.type == type)
+    return TransferRows(pread, from, firstRow, rows, static_cast<std::byte*>(out));
   const int bytes = GDALGetDataTypeSizeBytes(from.type);
   const std::size_t elements =
       static_cast<std::size_t>(rows) * static_cast<std::size_t>(window_.columns);
   unconverted_.resize(elements * static_cast<std::size_t>(bytes));
-  std::string failure = ReadElements(from, firstRow, rows, unconverted_.data());
+  std::string failure = TransferRows(pread, from, firstRow, rows, unconverted_.data());
   GDALCopyWords64(unconverted_.data(), from.type, bytes, out, type, GDALGetDataTypeSizeBytes(type),
                   static_cast<GPtrDiff_t>(elements));
   return failure;
 }
 
-UncompressedRows::Run UncompressedRows::NextRun(const Band& band, int firstRow, int endRow) const {
-  const std::int64_t elementBytes = GDALGetDataTypeSizeBytes(band.type);
-  const std::int64_t rowBytes = window_.columns * elementBytes;
-  const std::int64_t place = band.Place(firstRow);
-  int row = firstRow + 1;
-  while (row < endRow && band.Place(row) == place + (row - firstRow) * rowBytes) ++row;
-  return {row - firstRow, (row - firstRow) * rowBytes, place + window_.x * elementBytes};
-}
-
-std::string UncompressedRows::ReadElements(const Band& band, int firstRow, int rows,
-                                           std::byte* out) const {
-  for (int row = firstRow; row < firstRow + rows;) {
-    const Run run = NextRun(band, row, firstRow + rows);
-    const std::int64_t read = TransferAll(pread, file_.Get(), out, run.bytes, run.place);
-    if (read < 0) return std::strerror(errno);
-    if (read < run.bytes)
-      return "the file ends in row " + std::to_string(row + read / (run.bytes / run.rows));
-    out += run.bytes;
-    row += run.rows;
-  }
-  return "";
-}
-
-std::string UncompressedRows::Write(int bandNumber, int firstRow, int rows,
-                                    const void* values) const {
-  const Band& band = bands_.at(bandNumber);
-  const auto* next = static_cast<const std::byte*>(values);
-  for (int row = firstRow; row < firstRow + rows;) {
-    const Run run = NextRun(band, row, firstRow + rows);
-    if (TransferAll(pwrite, file_.Get(), next, run.bytes, run.place) != run.bytes)
-      return std::strerror(errno);
-    next += run.bytes;
-    row += run.rows;
-  }
-  return "";
+std::string UncompressedRows::Write(int band, int firstRow, int rows, const void* values) const {
+  return TransferRows(pwrite, bands_.at(band), firstRow, rows,
+                      static_cast<const std::byte*>(values));
 }
 
 }  // namespace lumomixcalc::standalone

@@ -1,5 +1,4 @@
-#ifndef LUMOMIXCALC_STANDALONE_RASTERS_UNCOMPRESSED_ROWS_H
-#define LUMOMIXCALC_STANDALONE_RASTERS_UNCOMPRESSED_ROWS_H
+#pragma once
 
 #include <gdal_priv.h>
 #include <unistd.h>
@@ -15,23 +14,6 @@
 
 namespace lumomixcalc::standalone {
 
-// A file descriptor that is closed with its owner; negative when there is none.
-class FileDescriptor {
- public:
-  explicit FileDescriptor(int descriptor = -1) : descriptor_(descriptor) {}
-  ~FileDescriptor() {
-    if (IsOpen()) close(descriptor_);
-  }
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
-
-  int Get() const { return descriptor_; }
-  bool IsOpen() const { return descriptor_ >= 0; }
-
- private:
-  int descriptor_;
-};
-
 // Whether a raster was opened by the driver of TIFFs.
 bool IsTiff(GDALDataset& dataset);
 
@@ -45,6 +27,12 @@ bool HasPlainRows(GDALDataset& dataset);
 // one through buffers, and does not report what could not be written.
 class UncompressedRows {
  public:
+  ~UncompressedRows() {
+    if (file_ >= 0) close(file_);
+  }
+  UncompressedRows(const UncompressedRows&) = delete;
+  UncompressedRows& operator=(const UncompressedRows&) = delete;
+
   // For reading, or for writing too when the dataset is open for that. Null when the file has
   // another layout, is not on the local system, or is no longer the one that GDAL has open.
   static std::unique_ptr<UncompressedRows> Open(GDALDataset& dataset, const std::vector<int>& bands,
@@ -68,25 +56,17 @@ class UncompressedRows {
     std::int64_t Place(int row) const;
   };
 
-  // Elements of the window that stand together in the file.
-  struct Run {
-    int rows = 0;
-    std::int64_t bytes = 0;
-    std::int64_t place = 0;
-  };
-
-  UncompressedRows(int descriptor, const PixelWindow& window)
-      : file_(descriptor), window_(window) {}
+  UncompressedRows(int file, const PixelWindow& window) : file_(file), window_(window) {}
   static bool FindStrips(GDALRasterBand& band, Band& found);
-  Run NextRun(const Band& band, int firstRow, int endRow) const;
-  std::string ReadElements(const Band& band, int firstRow, int rows, std::byte* out) const;
+  // Reads or writes as pread or pwrite does. Returns why it cannot.
+  template <typename Transfer, typename Byte>
+  std::string TransferRows(Transfer transfer, const Band& band, int firstRow, int rows,
+                           Byte* bytes) const;
 
-  FileDescriptor file_;
+  int file_;  // descriptor
   PixelWindow window_;
   std::map<int, Band> bands_;
   std::vector<std::byte> unconverted_;
 };
 
 }  // namespace lumomixcalc::standalone
-
-#endif

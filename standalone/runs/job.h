@@ -1,5 +1,4 @@
-#ifndef LUMOMIXCALC_STANDALONE_RUNS_JOB_H
-#define LUMOMIXCALC_STANDALONE_RUNS_JOB_H
+#pragma once
 
 #include <functional>
 #include <map>
@@ -34,5 +33,3 @@ struct RunControl {
 };
 
 }  // namespace lumomixcalc::standalone
-
-#endif

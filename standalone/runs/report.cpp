@@ -2,15 +2,12 @@
 
 #include <cpl_json.h>
 #include <cpl_string.h>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
+#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <system_error>
@@ -20,20 +17,19 @@
 
 namespace lumomixcalc::standalone {
 namespace fs = std::filesystem;
-namespace {
 
-void AddNumber(CPLJSONObject& object, const char* name, double value) {
+static void AddNumber(CPLJSONObject& object, const char* name, double value) {
   if (std::isfinite(value))
     object.Add(name, value);
   else
     object.Add(name, ShortestText(value));
 }
 
-void AddCount(CPLJSONObject& object, const char* name, std::uint64_t value) {
+static void AddCount(CPLJSONObject& object, const char* name, std::uint64_t value) {
   object.Add(name, static_cast<GInt64>(value));
 }
 
-CPLJSONObject BandObject(int number, const BandStatistics& band) {
+static CPLJSONObject BandObject(int number, const BandStatistics& band) {
   CPLJSONObject object;
   object.Add("band", number);
   AddCount(object, "elements", band.valid.Elements());
@@ -57,21 +53,12 @@ CPLJSONObject BandObject(int number, const BandStatistics& band) {
   return object;
 }
 
-std::string Utf8(const std::string& text) {
+static std::string Utf8(const std::string& text) {
   if (CPLIsUTF8(text.c_str(), -1)) return text;
   const std::unique_ptr<char, decltype(&VSIFree)> recoded(
       CPLRecode(text.c_str(), CPL_ENC_ISO8859_1, CPL_ENC_UTF8), VSIFree);
   return recoded.get();
 }
-
-// By name or as one file with several.
-bool IsTheSame(const fs::path& one, const fs::path& other) {
-  std::error_code error;
-  const fs::path name = fs::weakly_canonical(one, error);
-  return IsSameFile(one, other) || (!name.empty() && name == fs::weakly_canonical(other, error));
-}
-
-}  // namespace
 
 std::string ReportAsJson(const RunReport& report) {
   CPLJSONDocument document;
@@ -92,29 +79,23 @@ std::string ReportAsJson(const RunReport& report) {
 
 ReportFile::ReportFile(const std::string& path, bool overwrite,
                        const std::vector<InputFiles>& inputs, const fs::path& output)
-    : path_(path), overwrite_(overwrite) {
+    : path_(path) {
   if (path == "-") return;
-  if (IsTheSame(path, output)) Fail("it is the output");
+  const fs::path target = FollowLinks(path);
+  if (IsSameFile(target, output)) Fail("it is the output");
   for (const InputFiles& input : inputs) {
-    const auto isThis = [&path](const std::string& file) { return IsTheSame(path, file); };
+    const auto isThis = [&](const std::string& file) { return IsSameFile(target, file); };
     if (isThis(input.name) || std::any_of(input.files.begin(), input.files.end(), isThis))
       Fail("it belongs to the input " + input.name);
   }
+  file_ = path;
   std::error_code error;
   const fs::file_status status = fs::status(path, error);
   if (fs::is_directory(status)) Fail("it is a folder");
-  isFile_ = !fs::exists(status) || fs::is_regular_file(status);
-  if (!isFile_) return;
-  if (!overwrite && fs::exists(fs::symlink_status(path, error)))
-    Fail("it exists already; -overwrite replaces it");
-  target_ = FollowLinks(path);
-  if (access(fs::absolute(target_).parent_path().c_str(), W_OK) != 0)
-    Fail(std::string("in its folder: ") + std::strerror(errno));
-}
-
-ReportFile::~ReportFile() {
-  std::error_code ignored;
-  if (!temporary_.empty()) fs::remove(temporary_, ignored);
+  if (fs::exists(status) && !fs::is_regular_file(status)) return;
+  if (fs::exists(status) && !overwrite) Fail("it exists already; -overwrite replaces it");
+  publication_.emplace(target, overwrite, std::vector<InputFiles>());
+  file_ = publication_->Folder() / target.filename();
 }
 
 void ReportFile::Fail(const std::string& reason) const {
@@ -123,21 +104,8 @@ void ReportFile::Fail(const std::string& reason) const {
   throw Failure("cannot write the " + place + ": " + reason);
 }
 
-std::FILE* ReportFile::OpenTemporaryFile() {
-  std::string name = target_.string() + ".XXXXXX";
-  const int descriptor = mkostemp(name.data(), O_CLOEXEC);
-  if (descriptor < 0) return nullptr;
-  temporary_ = name;
-  const mode_t masked = umask(0);
-  umask(masked);
-  fchmod(descriptor, 0666 & ~masked);  // as a file that is not temporary
-  return fdopen(descriptor, "w");
-}
-
-void ReportFile::Write(const std::string& text) {
-  std::FILE* const stream = path_ == "-" ? stdout
-                            : isFile_    ? OpenTemporaryFile()
-                                         : std::fopen(path_.c_str(), "we");
+void ReportFile::Write(const std::string& text) const {
+  std::FILE* const stream = file_.empty() ? stdout : std::fopen(file_.c_str(), "we");
   if (!stream) Fail(std::strerror(errno));
   std::string problem;
   if (std::fputs(text.c_str(), stream) < 0 || std::fflush(stream) != 0)
@@ -148,10 +116,7 @@ void ReportFile::Write(const std::string& text) {
 }
 
 void ReportFile::Publish() {
-  if (temporary_.empty()) return;
-  if (const int error = MoveIntoPlace(temporary_, target_, overwrite_); error != 0)
-    Fail(std::strerror(error));
-  temporary_.clear();
+  if (publication_) publication_->Publish();
 }
 
 }  // namespace lumomixcalc::standalone

@@ -1,8 +1,7 @@
-#ifndef LUMOMIXCALC_STANDALONE_RUNS_REPORT_H
-#define LUMOMIXCALC_STANDALONE_RUNS_REPORT_H
+#pragma once
 
-#include <cstdio>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -37,31 +36,22 @@ std::string ReportAsJson(const RunReport& report);
 class ReportFile {
  public:
   // Throws Failure when path is the output, an input or a file of one, exists without overwrite, or
-  // has no folder.
+  // has no folder that can be written.
   ReportFile(const std::string& path, bool overwrite, const std::vector<InputFiles>& inputs,
              const std::filesystem::path& output);
-  // Removes a file that was not published.
-  ~ReportFile();
-  ReportFile(const ReportFile&) = delete;
-  ReportFile& operator=(const ReportFile&) = delete;
 
-  // Writes text, for a file under a temporary name beside it. Throws Failure.
-  void Write(const std::string& text);
+  // Writes text, which a file shows only after Publish. Throws Failure.
+  void Write(const std::string& text) const;
 
-  // Gives a file that was written its name. Throws Failure.
+  // Gives a file its name. Throws Failure.
   void Publish();
 
  private:
-  std::FILE* OpenTemporaryFile();
   [[noreturn]] void Fail(const std::string& reason) const;
 
-  std::string path_;  // as the user names it
-  bool overwrite_;
-  bool isFile_ = false;
-  std::filesystem::path target_;     // where links in path_ lead
-  std::filesystem::path temporary_;  // empty while there is no such file
+  std::string path_;                        // as the user names it
+  std::filesystem::path file_;              // what is written; empty for standard output
+  std::optional<Publication> publication_;  // of a regular file
 };
 
 }  // namespace lumomixcalc::standalone
-
-#endif

@@ -10,7 +10,7 @@
 #include <string>
 
 #include "standalone/base/messages.h"
-#include "standalone/rasters/georeferencing.h"
+#include "standalone/rasters/grid.h"
 #include "standalone/runs/statistics.h"
 
 namespace lumomixcalc::standalone {

@@ -1,5 +1,4 @@
-#ifndef LUMOMIXCALC_STANDALONE_RUNS_SESSION_H
-#define LUMOMIXCALC_STANDALONE_RUNS_SESSION_H
+#pragma once
 
 #include <list>
 #include <memory>
@@ -113,5 +112,3 @@ class Session {
 };
 
 }  // namespace lumomixcalc::standalone
-
-#endif

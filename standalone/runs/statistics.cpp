@@ -23,8 +23,7 @@ struct RowCounts {
   std::uint64_t noData = 0;
 };
 
-// Without kMasksNan a NaN makes the sums one.
-template <std::size_t kParts, bool kMasksNan>
+template <std::size_t kParts>
 RowCounts CountRow(const float* values, std::size_t columns, double origin) {
   RowCounts row;
   std::array<float, kLanes> minimum;
@@ -38,8 +37,8 @@ RowCounts CountRow(const float* values, std::size_t columns, double origin) {
     // A comparison with NaN is false and leaves the extremes alone.
     minimum[lane] = value < minimum[lane] ? value : minimum[lane];
     maximum[lane] = value > maximum[lane] ? value : maximum[lane];
-    const bool counts = !kMasksNan || value == value;
-    if constexpr (kMasksNan) noData[lane] += counts ? 0 : 1;
+    const bool counts = value == value;  // not NaN
+    noData[lane] += counts ? 0 : 1;
     const double distance = counts ? static_cast<double>(value) - origin : 0;
     sum[lane] += distance;
     squares[lane] += distance * distance;
@@ -69,9 +68,7 @@ double OriginOf(const float* values, std::size_t columns) {
 template <std::size_t kParts>
 void AddRow(const float* values, std::size_t columns, ValidStatistics& statistics) {
   const double origin = OriginOf<kParts>(values, columns);
-  RowCounts row = CountRow<kParts, false>(values, columns, origin);
-  if (std::isnan(row.sum))  // seldom: a NaN, or infinities of both signs
-    row = CountRow<kParts, true>(values, columns, origin);
+  const RowCounts row = CountRow<kParts>(values, columns, origin);
   statistics.noData += row.noData;
   const std::uint64_t valid = columns - row.noData;
   if (valid == 0) return;
@@ -112,6 +109,10 @@ void ExactSum::AddProduct(double a, double b) {
   if (std::isfinite(product)) Add(std::fma(a, b, -product));
 }
 
+void ExactSum::AddProduct(const ExactSum& a, double b) {
+  for (const double part : a.parts_) AddProduct(part, b);
+}
+
 double ExactSum::Rounded() const {
   if (notFinite_ != 0) return notFinite_;  // NaN, too, is unequal to zero
   double high = 0;
@@ -132,21 +133,16 @@ double ExactSum::Rounded() const {
 }
 
 double ValidStatistics::Deviation() const {
-  // The square of the sum divided by the count, as two doubles that have some 100 bits together.
+  // The sum of (x - mean)^2 = x^2 - 2 * mean * x + mean^2, without rounding.
+  const double mean = Mean();
   const auto count = static_cast<double>(valid);
-  const double high = sum.Rounded();
-  ExactSum rest = sum;
-  rest.Add(-high);
-  const double square = high * high;
-  const double restOfSquare = std::fma(high, high, -square) + 2 * high * rest.Rounded();
-  const double quotient = square / count;
-  const double remainder = std::fma(-quotient, count, square) + restOfSquare;
-
+  const double square = mean * mean;
   ExactSum deviations = squares;
-  deviations.Add(-quotient);
-  deviations.Add(-remainder / count);
-  const double squared = deviations.Rounded();
-  return squared < 0 ? 0 : std::sqrt(squared / count);
+  deviations.AddProduct(sum, -2 * mean);
+  deviations.AddProduct(square, count);
+  deviations.AddProduct(std::fma(mean, mean, -square), count);
+  const double sumOfDeviations = deviations.Rounded();
+  return sumOfDeviations < 0 ? 0 : std::sqrt(sumOfDeviations / count);
 }
 
 void CountRows(const float* values, int columns, int rows, int parts, ValidStatistics& statistics) {
@@ -171,9 +167,7 @@ bool HasImaginaryPart(const float* values, std::size_t elements) {
 std::string StatisticsLine(int band, const BandStatistics& statistics) {
   const ValidStatistics& valid = statistics.valid;
   const std::string start = "band " + std::to_string(band) + ": ";
-  if (valid.noData == 1 && valid.valid == 0) return start + "its one element is no data";
-  if (valid.valid == 0)
-    return start + "all " + std::to_string(valid.noData) + " elements are no data";
+  if (valid.valid == 0) return start + CountText(valid.noData, "element") + ", all no data";
   std::string line = start + "minimum " + ShortestText(valid.minimum) + ", maximum " +
                      ShortestText(valid.maximum) + ", mean " + ShortestText(valid.Mean()) +
                      ", deviation " + ShortestText(valid.Deviation()) + ", sum " +

@@ -1,5 +1,4 @@
-#ifndef LUMOMIXCALC_STANDALONE_RUNS_STATISTICS_H
-#define LUMOMIXCALC_STANDALONE_RUNS_STATISTICS_H
+#pragma once
 
 #include <gdal_priv.h>
 
@@ -11,7 +10,7 @@
 
 #include "host/ip.h"
 #include "standalone/rasters/data_modes.h"
-#include "standalone/rasters/integer_output.h"
+#include "standalone/rasters/no_data.h"
 
 namespace lumomixcalc::standalone {
 
@@ -21,6 +20,7 @@ class ExactSum {
  public:
   void Add(double value);
   void AddProduct(double a, double b);
+  void AddProduct(const ExactSum& a, double b);  // of finite numbers
 
   // The double nearest to the sum; an infinity or NaN when one was added.
   double Rounded() const;
@@ -81,5 +81,3 @@ std::string StatisticsLine(int band, const BandStatistics& statistics);
 void StoreStatistics(const BandStatistics& statistics, const DataMode& mode, GDALRasterBand& band);
 
 }  // namespace lumomixcalc::standalone
-
-#endif

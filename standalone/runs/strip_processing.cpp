@@ -4,14 +4,11 @@
 #include <cmath>
 #include <condition_variable>
 #include <cstddef>
-#include <deque>
-#include <exception>
+#include <future>
 #include <limits>
 #include <list>
 #include <memory>
 #include <mutex>
-#include <optional>
-#include <stdexcept>
 #include <thread>
 #include <utility>
 
@@ -21,8 +18,36 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-// Enough for one in work at either end of a channel and one between.
-constexpr int kStripsPerChannel = 3;
+// A thread that does one task at a time: far cheaper than a new thread for every strip.
+class Worker {
+ public:
+  Worker() : thread_([this](const std::stop_token& stop) { Work(stop); }) {}
+
+  // The task before must have ended. The future throws what the task threw.
+  std::future<void> Start(std::packaged_task<void()> task) {
+    std::future<void> end = task.get_future();
+    const std::lock_guard lock(mutex_);
+    task_ = std::move(task);
+    changed_.notify_one();
+    return end;
+  }
+
+ private:
+  void Work(const std::stop_token& stop) {
+    std::unique_lock lock(mutex_);
+    while (changed_.wait(lock, stop, [this] { return task_.valid(); })) {
+      std::packaged_task<void()> task = std::exchange(task_, {});
+      lock.unlock();
+      task();
+      lock.lock();
+    }
+  }
+
+  std::mutex mutex_;
+  std::condition_variable_any changed_;
+  std::packaged_task<void()> task_;
+  std::jthread thread_;  // last: it uses what stands above
+};
 
 struct Rows {
   int first = 0;
@@ -31,84 +56,14 @@ struct Rows {
 
 // Whole rows of one band in memory: columns * rows elements at the beginning of values.
 struct Strip {
-  int firstRow = 0;
+  // The memory is not set to zero: whoever fills it first touches it.
+  explicit Strip(std::size_t floats) : values(std::make_unique_for_overwrite<float[]>(floats)) {}
+
+  int firstRow = -1;
   int rows = 0;
   int band = 0;
   bool holdsNan = false;  // known of inputs alone
   std::unique_ptr<float[]> values;
-};
-
-// A handful of strips that go full from one thread to another and come back empty, so that memory
-// is touched once. One end is the run's thread, the other a thread of the channel's own.
-class StripChannel {
- public:
-  enum Way { kEmpty, kFull };
-
-  explicit StripChannel(std::size_t floatsPerStrip) {
-    for (int i = 0; i < kStripsPerChannel; ++i)
-      // Not set to zero: whoever fills it first touches the memory.
-      strips_[kEmpty].push_back(
-          {.values = std::make_unique_for_overwrite<float[]>(floatsPerStrip)});
-  }
-
-  // Runs work on the channel's own thread, which is asked to stop when the channel is destroyed.
-  template <class Work>
-  void Start(Work work) {
-    thread_ = std::jthread([this, work](const std::stop_token& stop) {
-      try {
-        work(stop);
-      } catch (...) {
-        error_ = std::current_exception();
-      }
-      Close();
-    });
-  }
-
-  void Put(Way way, Strip strip) {
-    const std::lock_guard lock(mutex_);
-    strips_[way].push_back(std::move(strip));
-    changed_.notify_all();
-  }
-
-  // Waits for a strip. None when asked to stop, or when none is left and the channel is closed.
-  std::optional<Strip> Take(Way way, const std::stop_token& stop) {
-    std::unique_lock lock(mutex_);
-    std::deque<Strip>& strips = strips_[way];
-    changed_.wait(lock, stop, [&] { return closed_ || !strips.empty(); });
-    if (stop.stop_requested() || strips.empty()) return std::nullopt;
-    std::optional<Strip> strip(std::move(strips.front()));
-    strips.pop_front();
-    return strip;
-  }
-
-  // The same on the run's thread. Throws Cancelled, and what ended the other thread.
-  Strip Take(Way way, const RunControl& control) {
-    if (std::optional<Strip> strip = Take(way, control.stop)) return std::move(*strip);
-    if (control.stop.stop_requested()) throw Cancelled();
-    Finish();
-    throw std::logic_error("a channel of strips ended early");
-  }
-
-  // Lets the thread end, waits for it and throws what it threw.
-  void Finish() {
-    Close();
-    thread_.join();
-    if (error_) std::rethrow_exception(error_);
-  }
-
- private:
-  void Close() {
-    const std::lock_guard lock(mutex_);
-    closed_ = true;
-    changed_.notify_all();
-  }
-
-  std::mutex mutex_;
-  std::condition_variable_any changed_;
-  std::deque<Strip> strips_[2];
-  bool closed_ = false;
-  std::exception_ptr error_;  // written by the thread, read after it ended
-  std::jthread thread_;       // last: it uses what stands above
 };
 
 // Strips end with rows of blocks of the output, so that these are complete, and of the inputs, so
@@ -137,116 +92,76 @@ std::vector<int> BandSequence(const RunInput& input, const std::vector<int>& ban
 }
 
 bool HoldsNan(const float* values, std::size_t floats) {
-  constexpr std::size_t kHalf = 2048;
-  std::size_t i = 0;
-  for (; i + 2 * kHalf <= floats; i += 2 * kHalf) {
-    unsigned any = 0;  // two elements an instruction, and no branch
-    for (std::size_t k = i; k < i + kHalf; ++k)
-      any |= std::isunordered(values[k], values[k + kHalf]) ? 1U : 0U;
-    if (any != 0) return true;
-  }
-  return std::any_of(values + i, values + floats, [](float value) { return std::isnan(value); });
+  unsigned any = 0;  // without a branch, for vector instructions
+  for (std::size_t i = 0; i < floats; ++i) any |= values[i] != values[i] ? 1U : 0U;
+  return any != 0;
 }
 
-// Makes elements of out NaN, in both parts, where those of in are NaN in either part.
-template <std::size_t kInParts, std::size_t kOutParts>
-void SpreadNan(const float* in, std::size_t elements, float* out) {
-  constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
-  for (std::size_t i = 0; i < elements; ++i) {
-    const float first = in[i * kInParts];
-    const float last = in[i * kInParts + kInParts - 1];
-    const bool noData = first != first || last != last;
-    for (std::size_t part = 0; part < kOutParts; ++part)
-      out[i * kOutParts + part] = noData ? kNan : out[i * kOutParts + part];
-  }
-}
-
-// One input, read ahead.
+// One input: while the run works on one strip of it, a thread reads the next.
 class ReadAhead {
  public:
   ReadAhead(Session& session, RunInput& input, const std::vector<Rows>& plan,
             std::size_t stripElements)
       : session_(session),
         input_(input),
+        plan_(plan),
+        bands_(BandSequence(input, session.Bands())),
         parts_(static_cast<std::size_t>(input.raster->Parts())),
-        channel_(stripElements * parts_) {
-    channel_.Start([this, &plan, bands = BandSequence(input, session.Bands())](
-                       const std::stop_token& stop) { ReadAll(plan, bands, stop); });
+        current_(stripElements * parts_),
+        next_(stripElements * parts_) {
+    StartReading();
   }
 
   // Points the stream's buffer at these rows of a band of the run.
-  void PointStreamAt(const Rows& rows, int band, const RunControl& control) {
-    if (!held_ || held_->firstRow != rows.first || held_->band != Session::BandOf(input_, band)) {
-      if (held_) channel_.Put(StripChannel::kEmpty, std::move(*held_));
-      held_ = channel_.Take(StripChannel::kFull, control);
+  void PointStreamAt(const Rows& rows, int band) {
+    if (current_.firstRow != rows.first || current_.band != Session::BandOf(input_, band)) {
+      reading_.get();
+      std::swap(current_, next_);
+      StartReading();
     }
-    session_.SetBlockData(input_.stream, held_->values.get());
+    session_.SetBlockData(input_.stream, current_.values.get());
   }
 
-  // Makes elements of the output NaN that are no data in the rows that the stream points at.
-  void SpreadNoData(std::size_t elements, bool complexOutput, float* output) const {
-    if (!held_->holdsNan) return;
-    const auto spread = parts_ == 1 ? (complexOutput ? SpreadNan<1, 2> : SpreadNan<1, 1>)
-                                    : (complexOutput ? SpreadNan<2, 2> : SpreadNan<2, 1>);
-    spread(held_->values.get(), elements, output);
+  // Makes elements of the output, of one part or two, NaN in all parts where those that the stream
+  // points at are NaN in any.
+  void SpreadNoData(std::size_t elements, std::size_t outputParts, float* output) const {
+    if (!current_.holdsNan) return;
+    for (std::size_t i = 0; i < elements; ++i) {
+      const float* const element = current_.values.get() + i * parts_;
+      if (std::isnan(element[0]) || std::isnan(element[parts_ - 1]))
+        std::fill_n(output + i * outputParts, outputParts, std::numeric_limits<float>::quiet_NaN());
+    }
   }
 
  private:
-  void ReadAll(const std::vector<Rows>& plan, const std::vector<int>& bands,
-               const std::stop_token& stop) {
-    const OwnGdalFailures own;
-    const auto columns = static_cast<std::size_t>(session_.Grid().columns);
-    for (const Rows& rows : plan)
-      for (const int band : bands) {
-        std::optional<Strip> strip = channel_.Take(StripChannel::kEmpty, stop);
-        if (!strip) return;
-        strip->firstRow = rows.first;
-        strip->rows = rows.end - rows.first;
-        strip->band = band;
-        float* const values = strip->values.get();
-        input_.raster->Read(band, rows.first, strip->rows, values);
-        const std::size_t floats = columns * static_cast<std::size_t>(strip->rows) * parts_;
-        strip->holdsNan = session_.MasksNoData() && HoldsNan(values, floats);
-        channel_.Put(StripChannel::kFull, std::move(*strip));
-      }
+  void StartReading() {
+    const std::size_t strip = step_ / bands_.size();
+    if (strip == plan_.size()) return;
+    const Rows& rows = plan_[strip];
+    next_.firstRow = rows.first;
+    next_.rows = rows.end - rows.first;
+    next_.band = bands_[step_ % bands_.size()];
+    ++step_;
+    reading_ = worker_.Start(std::packaged_task<void()>([this] {
+      const OwnGdalFailures own;
+      input_.raster->Read(next_.band, next_.firstRow, next_.rows, next_.values.get());
+      next_.holdsNan =
+          session_.MasksNoData() &&
+          HoldsNan(next_.values.get(), static_cast<std::size_t>(session_.Grid().columns) *
+                                           static_cast<std::size_t>(next_.rows) * parts_);
+    }));
   }
 
   Session& session_;
   RunInput& input_;
+  const std::vector<Rows>& plan_;
+  std::vector<int> bands_;
   std::size_t parts_;
-  std::optional<Strip> held_;
-  StripChannel channel_;  // last: its thread uses what stands above
-};
-
-// The sink, written behind.
-class WriteBehind {
- public:
-  WriteBehind(const StripSink& sink, std::size_t floatsPerStrip)
-      : sink_(sink), channel_(floatsPerStrip) {
-    channel_.Start([this](const std::stop_token& stop) { WriteAll(stop); });
-  }
-
-  Strip TakeEmpty(const RunControl& control) {
-    return channel_.Take(StripChannel::kEmpty, control);
-  }
-  void Write(Strip strip) { channel_.Put(StripChannel::kFull, std::move(strip)); }
-
-  // Waits until everything is written.
-  void Finish(const RunControl& control) {
-    for (int i = 0; i < kStripsPerChannel; ++i) TakeEmpty(control);
-    channel_.Finish();
-  }
-
- private:
-  void WriteAll(const std::stop_token& stop) {
-    while (std::optional<Strip> strip = channel_.Take(StripChannel::kFull, stop)) {
-      sink_.write(strip->band, strip->firstRow, strip->rows, strip->values.get());
-      channel_.Put(StripChannel::kEmpty, std::move(*strip));
-    }
-  }
-
-  const StripSink& sink_;
-  StripChannel channel_;  // last: its thread uses what stands above
+  std::size_t step_ = 0;  // the next strip to read, counting each of bands_
+  Strip current_;
+  Strip next_;
+  std::future<void> reading_;
+  Worker worker_;  // last: its thread uses what stands above
 };
 
 }  // namespace
@@ -258,32 +173,38 @@ std::vector<IPOutputStats> ProcessStrips(Session& session, const StripSink& sink
   const std::vector<Rows> plan = PlanStrips(session, sink);
   const auto columns = static_cast<std::size_t>(grid.columns);
   const std::size_t stripElements = columns * static_cast<std::size_t>(session.RowsPerStrip());
-  const bool complex = session.Mode().complex;
-  WriteBehind output(sink, stripElements * (complex ? 2 : 1));
+  const std::size_t outputParts = session.Mode().complex ? 2 : 1;
   std::list<ReadAhead> inputs;
   for (RunInput& input : session.Inputs()) inputs.emplace_back(session, input, plan, stripElements);
+  Strip result(stripElements * outputParts);
+  Strip written(stripElements * outputParts);
+  std::future<void> writing;  // of `written`, while the run works on `result`
+  Worker writer;
 
   constexpr float kInfinity = std::numeric_limits<float>::infinity();
   std::vector<IPOutputStats> records(bands.size(), {kInfinity, -kInfinity, 0});
   for (std::size_t strip = 0; strip < plan.size(); ++strip) {
     const Rows& rows = plan[strip];
     for (std::size_t i = 0; i < bands.size(); ++i) {
-      for (ReadAhead& input : inputs) input.PointStreamAt(rows, bands[i], control);
+      if (control.stop.stop_requested()) throw Cancelled();
+      for (ReadAhead& input : inputs) input.PointStreamAt(rows, bands[i]);
       if (i == 0 && strip == plan.size() / 2) sink.atMiddleRow();
-      Strip result = output.TakeEmpty(control);
       result.firstRow = rows.first;
       result.rows = rows.end - rows.first;
       result.band = static_cast<int>(i) + 1;
       session.SetBlockData(session.OutputStream(), result.values.get());
       session.Process(result.rows, records[i]);
       for (const ReadAhead& input : inputs)
-        input.SpreadNoData(columns * static_cast<std::size_t>(result.rows), complex,
+        input.SpreadNoData(columns * static_cast<std::size_t>(result.rows), outputParts,
                            result.values.get());
-      output.Write(std::move(result));
+      if (writing.valid()) writing.get();
+      std::swap(result, written);
+      writing = writer.Start(std::packaged_task<void()>(
+          [&] { sink.write(written.band, written.firstRow, written.rows, written.values.get()); }));
     }
     control.progress(static_cast<double>(rows.end) / grid.rows);
   }
-  output.Finish(control);
+  writing.get();
   return records;
 }
 

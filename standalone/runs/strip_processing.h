@@ -1,5 +1,4 @@
-#ifndef LUMOMIXCALC_STANDALONE_RUNS_STRIP_PROCESSING_H
-#define LUMOMIXCALC_STANDALONE_RUNS_STRIP_PROCESSING_H
+#pragma once
 
 #include <functional>
 #include <vector>
@@ -31,5 +30,3 @@ std::vector<IPOutputStats> ProcessStrips(Session& session, const StripSink& sink
                                          const RunControl& control);
 
 }  // namespace lumomixcalc::standalone
-
-#endif

@@ -10,7 +10,7 @@
 
 #include "ops/catalogue.h"
 #include "standalone/rasters/gdal_library.h"
-#include "standalone/runs/batch.h"
+#include "standalone/runs/run.h"
 #include "tests/fuzz/program_state.h"
 
 namespace {

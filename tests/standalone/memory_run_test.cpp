@@ -1,4 +1,4 @@
-#include "standalone/runs/memory_run.h"
+#include "standalone/runs/run.h"
 
 #include <gdal_priv.h>
 #include <gtest/gtest.h>

@@ -1,9 +1,10 @@
-#include "standalone/runs/batch.h"
+#include "standalone/runs/run.h"
 
 #include <gdal_priv.h>
 
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <limits>
@@ -15,7 +16,7 @@
 #include "standalone/base/messages.h"
 #include "standalone/base/numbers.h"
 #include "standalone/rasters/gdal_library.h"
-#include "standalone/rasters/georeferencing.h"
+#include "standalone/rasters/grid.h"
 #include "standalone/rasters/no_data.h"
 #include "standalone/rasters/output_format.h"
 #include "standalone/rasters/raster_input.h"
@@ -179,6 +180,26 @@ RunReport RunBatch(const Job& job, const std::string& command, HostState& host,
   } catch (const std::filesystem::filesystem_error& error) {
     throw Failure("cannot write " + output + ": " + error.code().message());
   }
+}
+
+MemoryRaster RunInMemory(const Job& job, HostState& host, const RunControl& control) {
+  Job ofOneBand = job;
+  ofOneBand.bands = {job.bands.empty() ? 1 : job.bands.front()};
+  Session session(ofOneBand, host);
+  MemoryRaster raster;
+  raster.grid = session.Grid();
+  raster.complex = session.Mode().complex;
+  session.SelectInputs();
+  const std::size_t rowFloats =
+      static_cast<std::size_t>(raster.grid.columns) * (raster.complex ? 2 : 1);
+  raster.values.resize(rowFloats * static_cast<std::size_t>(raster.grid.rows));
+  StripSink sink;
+  sink.write = [&](int, int firstRow, int rows, const float* values) {
+    std::copy_n(values, rowFloats * static_cast<std::size_t>(rows),
+                raster.values.data() + rowFloats * static_cast<std::size_t>(firstRow));
+  };
+  ProcessStrips(session, sink, control);
+  return raster;
 }
 
 }  // namespace lumomixcalc::standalone
