@@ -50,7 +50,7 @@ static_assert(kSegments * kSegmentLength == kChunk);
 // t of segment j is at [t][j]. A processor's vector then holds one value of each of several
 // segments, and the loop over the segments in TrySegments is computed side by side.
 struct Walk {
-  double at[kSegmentLength][kSegments];
+  alignas(64) double at[kSegmentLength][kSegments];  // a vector of 64 bytes is one cache line
 };
 
 // The binade of a normal sum, and the constants above that go with it.
@@ -77,11 +77,17 @@ struct Trial {
   double largest[kSegments];
 };
 
+// The direction is chosen outside the loops. With the choice inside, compilers copy single values,
+// and the loads of whole vectors that follow wait until all of these are stored.
 LUMOMIXCALC_PER_PROCESSOR void Turn(const double* values, bool backward, Walk& walk) {
-  for (int t = 0; t < kSegmentLength; ++t) {
-    for (int j = 0; j < kSegments; ++j) {
-      const int place = j * kSegmentLength + t;
-      walk.at[t][j] = values[backward ? kChunk - 1 - place : place];
+  if (backward) {
+    const double* last = values + kChunk - 1;
+    for (int t = 0; t < kSegmentLength; ++t) {
+      for (int j = 0; j < kSegments; ++j) walk.at[t][j] = last[-(j * kSegmentLength + t)];
+    }
+  } else {
+    for (int t = 0; t < kSegmentLength; ++t) {
+      for (int j = 0; j < kSegments; ++j) walk.at[t][j] = values[j * kSegmentLength + t];
     }
   }
 }
