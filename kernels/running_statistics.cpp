@@ -27,6 +27,13 @@
 //      with the smallest value, rounded, if that is below the minimum it began with. Exceptions: a
 //      NaN or an infinity among the values (they are not told apart), a NaN minimum to begin with,
 //      and a new extreme that rounds to zero, whose sign depends on which zero came first.
+//   6. Sums near zero or a power of two, which change binades all the time, are often sums of
+//      integers. Let B = |s| + |v1| + |v2| + ... over a chunk be below 2P, now for any binade, and
+//      let s and every v be whole numbers of its unit u: (v + E) - E = v. Then every sum on the way
+//      is one, too, and at most 2^24 of them, which a float holds: nothing is ever rounded, and the
+//      values can be added in any order. Below the smallest normal number floats have the unit of
+//      the binade above it, which serves for any smaller B. A zero sum is -0 only if s and every v
+//      are, in any order; so adding starts from -0.
 //
 // Whatever does not meet a condition is counted by the rule itself: a segment whose sum leaves the
 // binade, or the whole chunk where the order of its extremes matters.
@@ -34,6 +41,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cfloat>
 #include <cmath>
 #include <cstdint>
 
@@ -123,6 +131,37 @@ LUMOMIXCALC_PER_PROCESSOR void TrySegments(const Walk& __restrict walk, const Bi
   }
 }
 
+// Adds a chunk to the sum if no sum on the way needs rounding; false, and nothing, if one may. Data
+// that are not integers mostly fail the test of three values before the loop.
+LUMOMIXCALC_PER_PROCESSOR bool AddUnrounded(const Walk& walk, const Trial& trial, float& sum) {
+  double bound = std::fabs(sum);
+  for (int j = 0; j < kSegments; ++j) {
+    bound += kSegmentLength * std::max(trial.largest[j], -trial.smallest[j]);
+  }
+  const double E = Binade(std::max(static_cast<float>(bound), FLT_MIN)).E;
+  const auto rest = [E](double v) { return (v + E) - E - v; };
+  if (rest(sum) != 0 || rest(trial.smallest[0]) != 0 || rest(trial.largest[0]) != 0) return false;
+  double sums[kSegments];
+  double rests[kSegments];
+  for (int j = 0; j < kSegments; ++j) {
+    sums[j] = -0.0;
+    rests[j] = 0.0;
+    for (int t = 0; t < kSegmentLength; ++t) {
+      sums[j] += walk.at[t][j];
+      rests[j] += std::fabs(rest(walk.at[t][j]));
+    }
+  }
+  double total = sum;
+  double totalRest = 0.0;
+  for (int j = 0; j < kSegments; ++j) {
+    total += sums[j];
+    totalRest += rests[j];
+  }
+  if (totalRest != 0) return false;
+  sum = static_cast<float>(total);
+  return true;
+}
+
 // Adds a segment's change to the sum, a float widened, if the conditions hold for it; false, and
 // nothing, if not.
 bool AddSegment(const Trial& trial, int j, const Binade& binade, double& sum) {
@@ -182,8 +221,12 @@ bool CountFullChunk(const double* values, bool backward, OutputStats& stats) {
   if (!CountExtremes(trial, stats)) return false;
   if (!std::isfinite(stats.sum)) return true;  // no finite value changes it
   double sum = stats.sum;
+  bool mayRound = false;
   for (int j = 0; j < kSegments; ++j) {
-    if (!AddSegment(trial, j, binade, sum)) sum = AddOneByOne(walk, j, static_cast<float>(sum));
+    if (AddSegment(trial, j, binade, sum)) continue;
+    if (!mayRound && AddUnrounded(walk, trial, stats.sum)) return true;
+    mayRound = true;
+    sum = AddOneByOne(walk, j, static_cast<float>(sum));
   }
   stats.sum = static_cast<float>(sum);
   return true;

@@ -113,6 +113,15 @@ double Vanishing(Random& random, float sum) {
                              : values[random() % std::size(values)];
 }
 
+// Integers about zero, zeros among them and seldom what is none; now and then to where floats
+// cannot hold every integer any more, and back.
+double Integers(Random& random, float sum) {
+  if (OneIn(random, 4000)) return Uniform(random, -1.0, 1.0);
+  if (OneIn(random, 700)) return 0x1p24 - Uniform(random, 0.0, 1e5) - sum;
+  if (OneIn(random, 700)) return -sum;
+  return std::floor(Uniform(random, -300.0, 301.0));
+}
+
 // Up to the largest float and, now and then, to the power of two beyond it and back down.
 double Huge(Random& random, float sum) {
   const double step = Uniform(random, 0.0, 1e37);
@@ -136,6 +145,8 @@ const std::pair<const char*, Maker> kData[] = {
     {"steps of half a binade", HalfTheBinade},
     {"small", Small},
     {"huge", Huge},
+    {"integers", Integers},
+    {"zeros", [](Random& random, float) { return OneIn(random, 2000) ? 0.0 : -0.0; }},
 };
 
 TEST(RunningStatistics, CountByChunksAsByTheRule) {
