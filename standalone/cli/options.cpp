@@ -66,6 +66,7 @@ constexpr HostOption kHostOptions[] = {
     {"-window", true, Select<&Selection::window, ParseWindow>},
     {"-resolution", true, Select<&Selection::resolution, ParseResolution>},
     {"-resampling", true, Select<&Selection::resampling, ParseResampling>},
+    {"-looks", true, Select<&Selection::looks, ParseLooks>},
     {"-bands", true, [](Options& o, const std::string& list) { o.job.bands = ParseBands(list); }},
     {"-nodata", true, SetNoData},
     {"-stats", true, [](Options& o, const std::string& file) { o.job.statisticsFile = file; }},

@@ -85,6 +85,17 @@ int ParseResolution(const std::string& text) {
   return *number;
 }
 
+Looks ParseLooks(const std::string& text) {
+  const std::vector<std::string_view> parts = Split(text, ':');
+  const std::optional<int> x = ParseInt(parts.front());
+  const std::optional<int> y = ParseInt(parts.back());
+  if (parts.size() > 2 || !x || !y || *x < 1 || *y < 1)
+    throw WrongCommandLine("-looks=" + text +
+                           ": write NX:NY, whole numbers from 1, such as -looks=4:1, or one number "
+                           "for both");
+  return {*x, *y};
+}
+
 Resampling ParseResampling(const std::string& text) {
   std::vector<std::string> names;
   for (std::size_t i = 0; i < kResamplingMethods.size(); ++i) {
@@ -119,6 +130,8 @@ std::vector<std::string> SelectionArguments(const Selection& selection,
     if (method < kResamplingMethods.size())
       arguments.push_back(std::string("-resampling=") + kResamplingMethods[method].name);
   }
+  if (selection.looks.x != 1 || selection.looks.y != 1)
+    arguments.push_back("-looks=" + ToText(selection.looks));
   std::string list;
   for (const int band : bands) {
     if (!list.empty()) list += ',';

@@ -19,6 +19,9 @@ MapWindow ParseWindow(const std::string& text);
 // A whole number from 1.
 int ParseResolution(const std::string& text);
 
+// "N" or "NX:NY", whole numbers from 1.
+Looks ParseLooks(const std::string& text);
+
 // "nearest", "average", "bilinear", "cubic" or "overview".
 Resampling ParseResampling(const std::string& text);
 

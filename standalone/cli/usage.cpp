@@ -49,6 +49,8 @@ void PrintUsage(HostState& host, const std::vector<OperatorName>& operators) {
       "     -resampling=METHOD  how: nearest (the default), average, bilinear or cubic, from\n"
       "                   the pixels of full resolution; or overview, the inputs' own\n"
       "                   overviews of just that resolution\n"
+      "     -looks=NX:NY  average the results over blocks of NX columns and NY rows, complex\n"
+      "                   ones as complex numbers; -looks=N is -looks=N:N\n"
       "     -bands=LIST   only these bands, such as 1,3-5, in this order\n"
       "     -nodata=keep  take the inputs' no-data values for numbers; without it they\n"
       "                   become NaN, in the output, too\n"

@@ -97,17 +97,26 @@ std::string ToText(const PixelWindow& window) {
          std::to_string(window.columns) + ":" + std::to_string(window.rows);
 }
 
+std::string ToText(const Looks& looks) {
+  return std::to_string(looks.x) + ":" + std::to_string(looks.y);
+}
+
 std::string ToText(const MapWindow& window) {
   return ShortestText(window.xMin) + ":" + ShortestText(window.yMin) + ":" +
          ShortestText(window.xMax) + ":" + ShortestText(window.yMax);
 }
 
+OutputGrid OutputGrid::BeforeLooks() const {
+  return {window, resolution, {}, columns * looks.x, rows * looks.y};
+}
+
 Geotransform OutputGrid::Transformed(const Geotransform& input) const {
   const double x = window.x;
   const double y = window.y;
-  const double n = resolution;
-  return {input[0] + x * input[1] + y * input[2], n * input[1], n * input[2],
-          input[3] + x * input[4] + y * input[5], n * input[4], n * input[5]};
+  const double nx = resolution * looks.x;
+  const double ny = resolution * looks.y;
+  return {input[0] + x * input[1] + y * input[2], nx * input[1], ny * input[2],
+          input[3] + x * input[4] + y * input[5], nx * input[4], ny * input[5]};
 }
 
 OutputGrid MakeOutputGrid(const Selection& selection, int columns, int rows,
@@ -122,13 +131,15 @@ OutputGrid MakeOutputGrid(const Selection& selection, int columns, int rows,
     grid.resolution =
         std::max(grid.resolution, std::min({needed, grid.window.columns, grid.window.rows}));
   }
-  if (grid.resolution > std::min(grid.window.columns, grid.window.rows))
-    throw Failure("-resolution=" + std::to_string(grid.resolution) + " leaves no pixel of the " +
+  grid.looks = selection.looks;
+  grid.columns = grid.window.columns / grid.resolution / grid.looks.x;
+  grid.rows = grid.window.rows / grid.resolution / grid.looks.y;
+  if (grid.columns == 0 || grid.rows == 0)
+    throw Failure("-resolution=" + std::to_string(grid.resolution) +
+                  " and -looks=" + ToText(grid.looks) + " leave no pixel of the " +
                   SizeText(grid.window.columns, grid.window.rows) + " of " + name);
-  grid.columns = grid.window.columns / grid.resolution;
-  grid.rows = grid.window.rows / grid.resolution;
-  grid.window.columns = grid.columns * grid.resolution;
-  grid.window.rows = grid.rows * grid.resolution;
+  grid.window.columns = grid.columns * grid.resolution * grid.looks.x;
+  grid.window.rows = grid.rows * grid.resolution * grid.looks.y;
   return grid;
 }
 
@@ -162,8 +173,8 @@ bool CopyGeoreferencing(GDALDataset& from, const OutputGrid& grid, GDALDataset& 
   if (from.GetGCPCount() > 0) {
     std::vector<GDAL_GCP> points(from.GetGCPs(), from.GetGCPs() + from.GetGCPCount());
     for (GDAL_GCP& point : points) {
-      point.dfGCPPixel = (point.dfGCPPixel - grid.window.x) / grid.resolution;
-      point.dfGCPLine = (point.dfGCPLine - grid.window.y) / grid.resolution;
+      point.dfGCPPixel = (point.dfGCPPixel - grid.window.x) / (grid.resolution * grid.looks.x);
+      point.dfGCPLine = (point.dfGCPLine - grid.window.y) / (grid.resolution * grid.looks.y);
     }
     to.SetGCPs(from.GetGCPCount(), points.data(), from.GetGCPSpatialRef());
   }

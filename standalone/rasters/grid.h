@@ -53,29 +53,44 @@ inline constexpr std::array<ResamplingMethod, 5> kResamplingMethods = {{
     {"overview", GRIORA_NearestNeighbour, 0},
 }};
 
+// Blocks of so many columns and rows of results whose average is stored in place of them.
+struct Looks {
+  int x = 1;
+  int y = 1;
+};
+
+// As the option -looks= takes it.
+std::string ToText(const Looks& looks);
+
 // What a run takes of its inputs, as the user asks for it.
 struct Selection {
   std::optional<PixelWindow> region;
   std::optional<MapWindow> window;  // not together with region
   int resolution = 1;               // input pixels to one output pixel, in both directions
   Resampling resampling = Resampling::kNearest;
+  Looks looks;
   int longestSide = 0;  // not 0: the resolution is reduced until no side has more pixels
 };
 
-// Where the pixels of the output lie on the pixels of the inputs: output pixel (c, r) covers
-// resolution x resolution input pixels from (window.x + c * resolution, window.y + r * resolution).
+// Where the pixels of the output lie on the pixels of the inputs: with nx = resolution * looks.x
+// and ny = resolution * looks.y, output pixel (c, r) covers nx * ny input pixels from (window.x + c
+// * nx, window.y + r * ny).
 struct OutputGrid {
   PixelWindow window;  // covered by whole output pixels
   int resolution = 1;
+  Looks looks;
   int columns = 0;
   int rows = 0;
+
+  // The grid of the results of which looks are the average.
+  OutputGrid BeforeLooks() const;
 
   // The geotransform of the output, given that of the input.
   Geotransform Transformed(const Geotransform& input) const;
 };
 
-// The grid that a selection makes of an image of columns x rows pixels. Where the resolution does
-// not divide the region, what is left over at its right and bottom is left out. transform is the
+// The grid that a selection makes of an image of columns x rows pixels. Where resolution and looks
+// do not divide the region, what is left over at its right and bottom is left out. transform is the
 // image's, null when it has none; name is for messages. Throws Failure when the selection does not
 // fit the image, with the image's size.
 OutputGrid MakeOutputGrid(const Selection& selection, int columns, int rows,

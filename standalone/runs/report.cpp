@@ -69,6 +69,10 @@ std::string ReportAsJson(const RunReport& report) {
   root.Add("mode", report.mode);
   root.Add("columns", report.columns);
   root.Add("rows", report.rows);
+  CPLJSONArray looks;
+  looks.Add(report.looks.x);
+  looks.Add(report.looks.y);
+  root.Add("looks", looks);
   root.Add("seconds", report.seconds);
   CPLJSONArray bands;
   for (std::size_t i = 0; i < report.bands.size(); ++i)

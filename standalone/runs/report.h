@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "standalone/rasters/grid.h"
 #include "standalone/rasters/publication.h"
 #include "standalone/runs/statistics.h"
 
@@ -18,6 +19,7 @@ struct RunReport {
   std::string mode;
   int columns = 0;
   int rows = 0;
+  Looks looks;
   double seconds = 0;
   std::vector<BandStatistics> bands;
   bool imaginaryPartsLost = false;  // by a real output

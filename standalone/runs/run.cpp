@@ -21,6 +21,7 @@
 #include "standalone/rasters/output_format.h"
 #include "standalone/rasters/raster_input.h"
 #include "standalone/rasters/raster_output.h"
+#include "standalone/runs/looks.h"
 #include "standalone/runs/report.h"
 #include "standalone/runs/session.h"
 #include "standalone/runs/statistics.h"
@@ -99,15 +100,22 @@ void Compute(Session& session, RasterOutput& output, const RunControl& control, 
   const int parts = session.Mode().complex ? 2 : 1;
   const int bands = static_cast<int>(session.Bands().size());
   report.bands.resize(session.Bands().size());
+  const Looks& looks = grid.looks;
+  std::vector<LooksAverage> averages(session.Bands().size(), {looks, grid.columns, parts});
   StripSink sink;
-  sink.blockRows = output.BlockRows();
+  sink.blockRows = std::min(output.BlockRows(), grid.rows) * looks.y;
   sink.write = [&](int band, int firstRow, int rows, const float* values) {
-    BandStatistics& statistics = report.bands[static_cast<std::size_t>(band) - 1];
-    CountRows(values, grid.columns, rows, parts, statistics.valid);
+    const auto index = static_cast<std::size_t>(band) - 1;
+    if (looks.x > 1 || looks.y > 1) {
+      values = averages[index].Add(values, rows).data();
+      rows = (firstRow + rows) / looks.y - firstRow / looks.y;
+      firstRow /= looks.y;
+    }
+    CountRows(values, grid.columns, rows, parts, report.bands[index].valid);
     if (parts == 2 && !report.imaginaryPartsHeld)
       report.imaginaryPartsHeld = HasImaginaryPart(
           values, static_cast<std::size_t>(grid.columns) * static_cast<std::size_t>(rows));
-    output.Write(band, firstRow, rows, values);
+    if (rows > 0) output.Write(band, firstRow, rows, values);
     if (band == bands) output.FlushCompleteBlocks(firstRow + rows);
   };
   if (parts == 1)
@@ -152,6 +160,7 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
   report.mode = mode.name;
   report.columns = grid.columns;
   report.rows = grid.rows;
+  report.looks = grid.looks;
   Compute(session, output, control, report);
   report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 
@@ -185,6 +194,7 @@ RunReport RunBatch(const Job& job, const std::string& command, HostState& host,
 MemoryRaster RunInMemory(const Job& job, HostState& host, const RunControl& control) {
   Job ofOneBand = job;
   ofOneBand.bands = {job.bands.empty() ? 1 : job.bands.front()};
+  ofOneBand.selection.looks = {};
   Session session(ofOneBand, host);
   MemoryRaster raster;
   raster.grid = session.Grid();

@@ -132,6 +132,7 @@ void Session::ChooseBandsAndGrid(const Job& job) {
   const std::optional<Geotransform> transform = GeotransformOf(first.Dataset());
   grid_ = MakeOutputGrid(job.selection, first.Columns(), first.Rows(),
                          transform ? &*transform : nullptr, first.Describe());
+  processedGrid_ = grid_.BeforeLooks();
   resampling_ = job.selection.resampling;
 }
 
@@ -150,7 +151,7 @@ void Session::SelectInputs() {
       if (const int own = BandOf(input, band);
           std::find(bands.begin(), bands.end(), own) == bands.end())
         bands.push_back(own);
-    input.raster->Select(grid_, resampling_, bands, maskNoData_);
+    input.raster->Select(processedGrid_, resampling_, bands, maskNoData_);
   }
 }
 
@@ -158,26 +159,27 @@ int Session::RowsPerStrip() const {
   constexpr std::int64_t kStripBytes = 2 << 20;
   constexpr std::int64_t kAllBandsBytes = 8 << 20;
   // A coarser pixel is read from many.
-  const std::int64_t n = grid_.resolution;
+  const std::int64_t n = processedGrid_.resolution;
   std::int64_t parts = mode_->complex ? 2 : 1;
   for (const RunInput& input : inputs_) parts += input.raster->Parts() * n * n;
-  const std::int64_t rowBytes = parts * static_cast<std::int64_t>(sizeof(float)) * grid_.columns;
+  const std::int64_t rowBytes =
+      parts * static_cast<std::int64_t>(sizeof(float)) * processedGrid_.columns;
   const std::int64_t rows =
       std::min(kStripBytes / rowBytes,
                kAllBandsBytes / (rowBytes * static_cast<std::int64_t>(bands_.size())));
-  return static_cast<int>(std::clamp<std::int64_t>(rows, 1, grid_.rows));
+  return static_cast<int>(std::clamp<std::int64_t>(rows, 1, processedGrid_.rows));
 }
 
 void Session::ProcessRow(IPOutputStats& record) {
   const auto process =
       reinterpret_cast<IPProcDataRoutine>(host_.registration.routines.at(IP_SLOT_PROC_DATA));
-  const IPBlock row = {grid_.columns, 1};
+  const IPBlock row = {processedGrid_.columns, 1};
   process(&row, &record);
   StopIfDesisted();
 }
 
 void Session::Process(int rows, IPOutputStats& record) {
-  const std::ptrdiff_t columns = grid_.columns;
+  const std::ptrdiff_t columns = processedGrid_.columns;
   for (int i = 0; i < rows; ++i) {
     ProcessRow(record);
     for (const RunInput& input : inputs_)
@@ -188,7 +190,7 @@ void Session::Process(int rows, IPOutputStats& record) {
 
 bool Session::RowHasImaginaryParts() {
   const int outputMode = host_.outputMode;
-  std::vector<float> results(2 * static_cast<std::size_t>(grid_.columns));
+  std::vector<float> results(2 * static_cast<std::size_t>(processedGrid_.columns));
   SetBlockData(OutputStream(), results.data());
   Prepare(FindDataMode("cfloat32")->code);
   IPOutputStats ofTheRow = {};

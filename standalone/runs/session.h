@@ -45,6 +45,8 @@ class Session {
   // The mode in which the output is stored.
   const DataMode& Mode() const { return *mode_; }
   const OutputGrid& Grid() const { return grid_; }
+  // The grid of what is read and processed: the output's before looks are averaged.
+  const OutputGrid& ProcessedGrid() const { return processedGrid_; }
 
   // The bands of the inputs that the run takes, in the output's order. An input with one band goes
   // with every band of the others.
@@ -64,15 +66,16 @@ class Session {
 
   int OutputStream() const { return host_.registration.Output().number; }
 
-  // Rows that a strip of the run has at most: few enough that the strips in work stay in a
-  // processor's second-level cache, and that all bands of a strip fit easily into memory; at least
-  // one.
+  // Processed rows that a strip of the run has at most: few enough that the strips in work stay in
+  // a processor's second-level cache, and that all bands of a strip fit easily into memory; at
+  // least one.
   int RowsPerStrip() const;
 
   // Prepares the inputs for reading; call it once, before they are read.
   void SelectInputs();
 
-  // The buffer that the application finds for a stream from now on: whole rows of the grid.
+  // The buffer that the application finds for a stream from now on: whole rows of
+  // the processed grid.
   void SetBlockData(int stream, float* data) { host_.streams[stream].blockData = data; }
 
   // Has the application process so many rows of the buffers, each as a block of its own: it counts
@@ -104,6 +107,7 @@ class Session {
   std::vector<InputFiles> files_;
   const DataMode* mode_ = nullptr;
   OutputGrid grid_;
+  OutputGrid processedGrid_;
   Resampling resampling_ = Resampling::kNearest;
   std::vector<int> bands_;
   std::optional<double> noData_;

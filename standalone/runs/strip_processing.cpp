@@ -70,7 +70,7 @@ struct Strip {
 // that of several bands no block is decoded twice.
 std::vector<Rows> PlanStrips(const Session& session, const StripSink& sink) {
   const int atMost = session.RowsPerStrip();
-  const int rows = session.Grid().rows;
+  const int rows = session.ProcessedGrid().rows;
   std::vector<Rows> plan;
   for (int row = 0; row < rows; row = plan.back().end) {
     int end = row + std::min(atMost, rows - row);
@@ -147,7 +147,7 @@ class ReadAhead {
       input_.raster->Read(next_.band, next_.firstRow, next_.rows, next_.values.get());
       next_.holdsNan =
           session_.MasksNoData() &&
-          HoldsNan(next_.values.get(), static_cast<std::size_t>(session_.Grid().columns) *
+          HoldsNan(next_.values.get(), static_cast<std::size_t>(session_.ProcessedGrid().columns) *
                                            static_cast<std::size_t>(next_.rows) * parts_);
     }));
   }
@@ -168,7 +168,7 @@ class ReadAhead {
 
 std::vector<IPOutputStats> ProcessStrips(Session& session, const StripSink& sink,
                                          const RunControl& control) {
-  const OutputGrid& grid = session.Grid();
+  const OutputGrid& grid = session.ProcessedGrid();
   const std::vector<int>& bands = session.Bands();
   const std::vector<Rows> plan = PlanStrips(session, sink);
   const auto columns = static_cast<std::size_t>(grid.columns);

@@ -11,10 +11,10 @@ namespace lumomixcalc::standalone {
 
 // What becomes of the strips that a run computes.
 struct StripSink {
-  // Rows of a block of the file: strips end with them where they can.
+  // Processed rows that make rows of blocks of the file: strips end with them where they can.
   int blockRows = 1;
-  // Takes rows of a band (from 1, counting the run's bands): columns * rows elements, pairs of
-  // floats in a complex mode. Called on a thread of its own.
+  // Takes processed rows of a band (from 1, counting the run's bands): columns * rows elements,
+  // pairs of floats in a complex mode. Called on a thread of its own.
   std::function<void(int band, int firstRow, int rows, const float* values)> write;
   // Called once on the caller's thread, with the streams at a row in the middle of the image.
   std::function<void()> atMiddleRow = [] {};
