@@ -21,6 +21,7 @@
 #include "standalone/rasters/output_format.h"
 #include "standalone/rasters/raster_input.h"
 #include "standalone/rasters/raster_output.h"
+#include "standalone/runs/description.h"
 #include "standalone/runs/looks.h"
 #include "standalone/runs/report.h"
 #include "standalone/runs/session.h"
@@ -49,22 +50,6 @@ void DeclareNoData(const Session& session, RasterOutput& output, const std::stri
                                     : std::numeric_limits<double>::quiet_NaN();
   if (!output.DeclareNoData(value))
     Warn(name + " cannot declare a no-data value; " + ShortestText(value) + " stands for it");
-}
-
-// What the output says of itself beside its elements.
-void Describe(Session& session, const std::string& command, const std::string& outputName,
-              GDALDataset& output) {
-  GDALDataset& first = session.FirstInput().Dataset();
-  const GdalFailures failures;
-  if (!CopyGeoreferencing(first, session.Grid(), output))
-    Warn(outputName + " cannot hold all of the georeferencing: " + failures.First());
-  for (std::size_t i = 0; i < session.Bands().size(); ++i) {
-    const int band = session.Bands()[i];
-    if (band > first.GetRasterCount()) continue;
-    if (const char* text = first.GetRasterBand(band)->GetDescription(); *text)
-      output.GetRasterBand(static_cast<int>(i) + 1)->SetDescription(text);
-  }
-  output.SetMetadataItem("LUMOMIXCALC_COMMAND", command.c_str());
 }
 
 void WarnOfUnheldElements(const std::vector<BandStatistics>& statistics, const DataMode& mode) {
