@@ -2,8 +2,8 @@
 
 #include <string>
 
+#include "tests/app/expected_catalogue.h"
 #include "tests/app/recording_host.h"
-#include "tests/ops/expected_catalogue.h"
 
 namespace lumomixcalc {
 namespace {

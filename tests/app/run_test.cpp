@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "app/parameters.h"
+#include "tests/app/expected_catalogue.h"
 #include "tests/app/recording_host.h"
-#include "tests/ops/expected_catalogue.h"
 
 namespace lumomixcalc {
 namespace {

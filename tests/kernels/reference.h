@@ -23,21 +23,17 @@ struct OperatorRun {
   Layout layout;
 };
 
-// Where the output is and, at the end, both inputs are.
-enum class Place { kSeparate, kOverFile1, kOverFile2, kOverBoth };
-
-// Selects the run's kernel and calls it on n elements, special ones or ordinary ones, within memory
-// full of drawn numbers. Checks that the coefficients are folded as documented, and that memory and
-// record end as the plain rule leaves them: the output as it must be, and nothing else changed. The
-// kernel must obey any layout, not only the one that it was selected by.
-void ExpectPlainRule(const OperatorRun& run, const Layout& layout, std::int32_t n, bool special,
-                     Place place, std::mt19937& random);
-
-// An ordinary number, or one of those at which arithmetic is easily wrong.
-float Draw(bool special, std::mt19937& random);
+// Computes n elements; `out` must not overlap the inputs. A kernel must obey any layout, not only
+// the one that it was selected by. Returns the folded coefficients, which are all that the
+// parameters of a kernel keep.
+ProcParams Reference(const OperatorRun& run, const Layout& layout, float* out, OutputStats& stats,
+                     const float* in1, const float* in2, std::int32_t n);
 
 // The plain rule of counting one value.
 void ReferenceCount(double v, OutputStats& stats);
+
+// An ordinary number, or one of those at which arithmetic is easily wrong.
+float Draw(bool special, std::mt19937& random);
 
 // True when the two have the same bits, or are both NaN: which NaN an operation on two NaNs gives
 // is the compiler's choice.

@@ -6,9 +6,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cfloat>
 #include <cmath>
 #include <iterator>
-#include <limits>
 #include <random>
 #include <utility>
 #include <vector>
@@ -18,9 +18,6 @@
 namespace lumomixcalc {
 namespace {
 
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
-constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
-
 using Random = std::mt19937_64;
 
 double Uniform(Random& random, double low, double high) {
@@ -28,39 +25,6 @@ double Uniform(Random& random, double low, double high) {
 }
 
 bool OneIn(Random& random, std::uint64_t n) { return random() % n == 0; }
-
-// Makes the value that comes after the sum so far.
-using Maker = double (*)(Random& random, float sum);
-
-// Counts chunks of values, uneven ones among them, by the rule and by chunks, and compares the
-// records after each. A sign of -1 turns all around zero.
-void ExpectCountsByTheRule(Maker maker, OutputStats start, float sign, bool backward,
-                           unsigned seed) {
-  Random random(seed);
-  if (sign < 0) start = {-start.maximum, -start.minimum, -start.sum};
-  OutputStats expected = start;
-  RunningStatistics running(&start.minimum);
-  for (int chunk = 0; chunk < 20; ++chunk) {
-    const int n = OneIn(random, 16) ? static_cast<int>(random() % (kChunk + 1)) : kChunk;
-    std::vector<double> values(static_cast<std::size_t>(n));
-    const OutputStats before = expected;
-    for (double& v : values) {
-      v = sign * maker(random, sign * expected.sum);
-      ReferenceCount(v, expected);
-    }
-    if (backward) std::reverse(values.begin(), values.end());
-    running.CountChunk(values.data(), n, backward);
-    OutputStats actual{};
-    running.Store(&actual.minimum);
-    ASSERT_TRUE(SameBits(actual, expected))
-        << std::hexfloat << "chunk " << chunk << " from minimum " << before.minimum << ", maximum "
-        << before.maximum << ", sum " << before.sum << "\n  counted " << actual.minimum << " "
-        << actual.maximum << " " << actual.sum << "\n  rule    " << expected.minimum << " "
-        << expected.maximum << " " << expected.sum;
-  }
-}
-
-// ---- Data ---------------------------------------------------------------------------------------
 
 // The unit of the sum in its binade.
 double UnitOf(float sum) {
@@ -70,27 +34,47 @@ double UnitOf(float sum) {
 // A whole or half number of units, nudged by an amount around the last bit that a double near the
 // sum has: ties, and what is a tie only once the sum is rounded to double.
 double NearTie(Random& random, float sum, double magnitude) {
-  const double u = UnitOf(sum);
   const double halves = std::floor(Uniform(random, -2.0 * magnitude, 2.0 * magnitude));
   static constexpr std::array kNudges = {0.0,      0.0,     0x1p-29,  -0x1p-29, 0x1p-30,
                                          -0x1p-30, 0x1p-31, -0x1p-31, 0x1p-60,  -0x1p-60};
-  return (halves / 2.0 + kNudges[random() % kNudges.size()]) * u;
+  return (halves / 2.0 + kNudges[random() % kNudges.size()]) * UnitOf(sum);
+}
+
+// ---- Data: each makes the value that comes after the sum so far, of a kind from 0 to 3 ----------
+
+// Positive, of zero mean, or tiny, and seldom no number.
+double Ordinary(Random& random, float, unsigned kind) {
+  constexpr double kRare[] = {INFINITY, -INFINITY, NAN};
+  if (kind == 1 && OneIn(random, 5000)) return kRare[random() % 3];
+  const double v = Uniform(random, kind == 0 ? 0 : -10, kind < 2 ? 10 : 16);
+  return kind < 2 ? v : std::floor(v) * 0x1p-150;
+}
+
+// Zeros of both signs, values that become zeros when rounded, and what takes the sum to one. Of the
+// first two alone, the first to lower the minimum or to raise the maximum gives its sign, though
+// the other one is the extreme.
+double Vanishing(Random& random, float sum, unsigned kind) {
+  const double values[] = {1e-60, -0.0, 0, -1e-60, 1e-46, -1e-46, -sum, -sum + 1e-60, -sum - 1e-60};
+  if (kind == 0) return values[random() % 2];
+  return OneIn(random, 1000) ? Uniform(random, -1e-30, 1e-30)
+                             : values[random() % std::size(values)];
 }
 
 // Mostly small steps back to the middle of the binade; now and then to within a few units of one of
-// its ends, from this side or the other.
-double AroundTheEnds(Random& random, float sum) {
+// its ends, from this side or the other. Of one kind, steps of about half a unit or less, always
+// up: the sum comes to rest on a power of two.
+double AroundTheEnds(Random& random, float sum, unsigned kind) {
   if (!std::isnormal(sum)) return Uniform(random, 1.0, 2.0);
   const double P = UnitOf(sum) * 0x1p23;
-  if (OneIn(random, 50)) {
+  if (kind == 0 && !OneIn(random, 300)) return std::fabs(NearTie(random, sum, 1.1));
+  if (OneIn(random, 50))
     return std::copysign(OneIn(random, 2) ? P : 2 * P, sum) + NearTie(random, sum, 3.0) - sum;
-  }
   if (OneIn(random, 8)) return std::copysign(1.5 * P, sum) - sum;
   return NearTie(random, sum, 4.0);
 }
 
 // Steps of about half the binade, just below and just above what the fast way takes.
-double HalfTheBinade(Random& random, float sum) {
+double HalfTheBinade(Random& random, float sum, unsigned) {
   if (!std::isnormal(sum)) return 1.5;
   if (OneIn(random, 4)) return NearTie(random, sum, 4.0);
   const double P = UnitOf(sum) * 0x1p23;
@@ -98,72 +82,64 @@ double HalfTheBinade(Random& random, float sum) {
   return std::copysign(1.0, sum) * step;
 }
 
-// Steps of about half a unit or less, always up, and now and then one to an end of the
-// binade: the sum comes to rest there, on a power of two.
-double Small(Random& random, float sum) {
-  if (!std::isnormal(sum)) return 1.0;
-  if (OneIn(random, 300)) return AroundTheEnds(random, sum);
-  return std::fabs(NearTie(random, sum, 1.1));
-}
-
-// Zeros of both signs, values that become zeros when rounded, and what takes the sum to one.
-double Vanishing(Random& random, float sum) {
-  const double values[] = {0, -0.0, 1e-60, -1e-60, 1e-46, -1e-46, -sum, -sum + 1e-60, -sum - 1e-60};
-  return OneIn(random, 1000) ? Uniform(random, -1e-30, 1e-30)
-                             : values[random() % std::size(values)];
+// Up to the largest float and, now and then, to the power of two beyond it and back down.
+double Huge(Random& random, float sum, unsigned) {
+  const double step = Uniform(random, 0.0, 1e37);
+  if (sum > 3.2e38F && OneIn(random, 30)) return 0x1p128 - std::min(sum, 3.4e38F);
+  return sum > 3.3e38F || (sum > 0 && OneIn(random, 3)) ? -step : step;
 }
 
 // Integers about zero, zeros among them and seldom what is none; now and then to where floats
-// cannot hold every integer any more, and back.
-double Integers(Random& random, float sum) {
+// cannot hold every integer any more, and back. Of one kind mostly -0.
+double Integers(Random& random, float sum, unsigned kind) {
+  if (kind == 0) return OneIn(random, 2000) ? 0.0 : -0.0;
   if (OneIn(random, 4000)) return Uniform(random, -1.0, 1.0);
   if (OneIn(random, 700)) return 0x1p24 - Uniform(random, 0.0, 1e5) - sum;
   if (OneIn(random, 700)) return -sum;
   return std::floor(Uniform(random, -300.0, 301.0));
 }
 
-// Up to the largest float and, now and then, to the power of two beyond it and back down.
-double Huge(Random& random, float sum) {
-  const double step = Uniform(random, 0.0, 1e37);
-  if (sum > 3.2e38F && OneIn(random, 30)) return 0x1p128 - std::min(sum, 3.4e38F);
-  return sum > 3.3e38F || (sum > 0 && OneIn(random, 3)) ? -step : step;
+// Counts chunks of values, uneven ones among them, by the rule and by chunks, and compares the
+// records after each. A sign of -1 turns all around zero.
+void ExpectCountsByTheRule(double (*data)(Random&, float, unsigned), OutputStats start, float sign,
+                           bool backward, unsigned seed) {
+  Random random(seed);
+  if (sign < 0) start = {-start.maximum, -start.minimum, -start.sum};
+  OutputStats expected = start;
+  RunningStatistics running(&start.minimum);
+  for (int chunk = 0; chunk < 20; ++chunk) {
+    const int n = OneIn(random, 16) ? static_cast<int>(random() % (kChunk + 1)) : kChunk;
+    std::vector<double> values(static_cast<std::size_t>(n));
+    const OutputStats before = expected;
+    for (double& v : values) {
+      v = sign * data(random, sign * expected.sum, seed % 4);
+      ReferenceCount(v, expected);
+    }
+    if (backward) std::reverse(values.begin(), values.end());
+    running.CountChunk(values.data(), n, backward);
+    OutputStats actual{};
+    running.Store(&actual.minimum);
+    const auto text = [](const OutputStats& stats) {
+      return testing::PrintToString(std::array{stats.minimum, stats.maximum, stats.sum});
+    };
+    ASSERT_TRUE(SameBits(actual, expected))
+        << "chunk " << chunk << " from minimum, maximum and sum " << text(before) << " counted "
+        << text(actual) << ", the rule " << text(expected);
+  }
 }
 
-const std::pair<const char*, Maker> kData[] = {
-    {"positive", [](Random& random, float) { return Uniform(random, 0, 1); }},
-    {"zero mean, seldom infinite or NaN",
-     [](Random& random, float) {
-       constexpr float kRare[] = {kInfinity, -kInfinity, kNan};
-       return OneIn(random, 5000) ? kRare[random() % 3] : Uniform(random, -5, 5);
-     }},
-    {"tiny", [](Random& random, float) { return 0x1p-150 * std::floor(Uniform(random, -10, 16)); }},
-    // What rounds to one zero before the other zero: the first to lower the minimum or to raise the
-    // maximum gives its sign, though the other one is the extreme.
-    {"vanishing above zero", [](Random& random, float) { return OneIn(random, 2) ? 1e-60 : -0.0; }},
-    {"vanishing", Vanishing},
-    {"around the ends of a binade", AroundTheEnds},
-    {"steps of half a binade", HalfTheBinade},
-    {"small", Small},
-    {"huge", Huge},
-    {"integers", Integers},
-    {"zeros", [](Random& random, float) { return OneIn(random, 2000) ? 0.0 : -0.0; }},
-};
-
 TEST(RunningStatistics, CountByChunksAsByTheRule) {
-  constexpr std::pair<float, float> kExtremes[] = {
-      {kInfinity, -kInfinity}, {-1, -kInfinity}, {0, 0}, {-0.0F, -0.0F}, {kNan, kNan}, {1, 2}};
-  constexpr float kSums[] = {0,       -0.0F,     3,        -1000.5F,
-                             8388609, -12582913, 16777216, std::numeric_limits<float>::min(),
-                             3e38F,   kInfinity, kNan};
-  for (const auto& [name, maker] : kData) {
-    for (unsigned run = 0; run < 6 * 11 * 2 * 2 * 4; ++run) {
-      const auto& [minimum, maximum] = kExtremes[run % 6];
-      const OutputStats start = {minimum, maximum, kSums[run / 6 % 11]};
-      const float sign = run / 66 % 2 == 0 ? 1 : -1;
-      const bool backward = run / 132 % 2 != 0;
-      SCOPED_TRACE(testing::Message() << name << ", run " << run);
-      ExpectCountsByTheRule(maker, start, sign, backward, run);
-      if (HasFatalFailure()) return;
+  constexpr std::pair<float, float> kExtremes[] = {{INFINITY, -INFINITY}, {-1, -INFINITY}, {0, 0},
+                                                   {-0.0F, -0.0F},        {NAN, NAN},      {1, 2}};
+  constexpr float kSums[] = {0,        -0.0F,   3,     -1000.5F, 8388609, -12582913,
+                             16777216, FLT_MIN, 3e38F, INFINITY, NAN};
+  for (const auto data : {Ordinary, Vanishing, AroundTheEnds, HalfTheBinade, Huge, Integers}) {
+    for (unsigned run = 0; run < 4 * 6 * 11 * 2 * 2 && !HasFatalFailure(); ++run) {
+      const auto digit = [run](unsigned place, unsigned base) { return run / place % base; };
+      const auto& [minimum, maximum] = kExtremes[digit(4, 6)];
+      SCOPED_TRACE(run);
+      ExpectCountsByTheRule(data, {minimum, maximum, kSums[digit(24, 11)]},
+                            digit(264, 2) == 0 ? 1 : -1, digit(528, 2) != 0, run);
     }
   }
 }

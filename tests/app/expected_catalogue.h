@@ -1,6 +1,6 @@
 // The thirteen operators as their users know them, spelled out apart from the catalogue itself.
-#ifndef LUMOMIXCALC_TESTS_OPS_EXPECTED_CATALOGUE_H
-#define LUMOMIXCALC_TESTS_OPS_EXPECTED_CATALOGUE_H
+#ifndef LUMOMIXCALC_TESTS_APP_EXPECTED_CATALOGUE_H
+#define LUMOMIXCALC_TESTS_APP_EXPECTED_CATALOGUE_H
 
 namespace lumomixcalc {
 
