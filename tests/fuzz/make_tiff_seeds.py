@@ -2,35 +2,28 @@
 choose operator and output mode: make_tiff_seeds.py FOLDER
 """
 
-import os
 import sys
 from itertools import product
 
 import numpy as np
-from osgeo import gdal, osr
+from osgeo import gdal
 
 gdal.UseExceptions()
-LAYOUTS = ([], ["TILED=YES", "BLOCKXSIZE=16", "BLOCKYSIZE=16"], ["COMPRESS=DEFLATE", "PREDICTOR=2"],
+LAYOUTS = ([], ["TILED=YES", "BLOCKXSIZE=16", "BLOCKYSIZE=16"], ["COMPRESS=DEFLATE"],
            ["COMPRESS=LZW", "INTERLEAVE=BAND"], ["COMPRESS=PACKBITS", "BIGTIFF=YES"],
            ["ENDIANNESS=BIG"], ["SPARSE_OK=TRUE"])
 TYPES = gdal.GDT_Byte, gdal.GDT_Int16, gdal.GDT_Float32, gdal.GDT_CInt16, gdal.GDT_CFloat32, \
     gdal.GDT_CFloat64
 
-folder = sys.argv[1]
-random = np.random.default_rng(0)
-crs = osr.SpatialReference()
-crs.ImportFromEPSG(32632)
 for number, (layout, gdal_type) in enumerate(product(LAYOUTS, TYPES)):
-    if "PREDICTOR=2" in layout and gdal_type not in (gdal.GDT_Byte, gdal.GDT_Int16):
-        continue
-    path = os.path.join(folder, f"{number:02}.tif")
+    path = f"{sys.argv[1]}/{number:02}.tif"
     bands = 1 + number % 3
     dataset = gdal.GetDriverByName("GTiff").Create(path, 10, 9, bands, gdal_type, layout)
     if "SPARSE_OK=TRUE" not in layout:
-        dataset.WriteArray(random.integers(0, 99, (bands, 9, 10)))
+        dataset.WriteArray(np.arange(bands * 90).reshape(bands, 9, 10) % 99)
     if number % 2:
         dataset.SetGeoTransform((6e5, 30, 0, 5e6, 0, -30))
-        dataset.SetSpatialRef(crs)
+        dataset.SetProjection("EPSG:32632")
         dataset.GetRasterBand(1).SetNoDataValue(7)
         dataset.GetRasterBand(1).SetDescription("first")
     dataset = None

@@ -11,7 +11,7 @@
 #include "ops/catalogue.h"
 #include "standalone/rasters/gdal_library.h"
 #include "standalone/runs/run.h"
-#include "tests/fuzz/program_state.h"
+#include "tests/standalone/command_lines.h"
 
 namespace {
 
@@ -47,14 +47,13 @@ bool IsSmall() {
   return elements * dataset->GetRasterCount() < kMostElements;
 }
 
-Job JobFor(const std::uint8_t* choice, const std::string& output, HostState& host) {
+Job JobFor(const std::uint8_t* choice, const std::string& output) {
   const std::string name = kOperators[choice[0] % kOperators.size()].commandName;
   Job job = ReadCommandLine({kInput, kInput, output, "-quiet", "-overwrite", "-operator=" + name,
-                             "-a=1.5:-2", choice[0] < 128 ? "-b=0" : "-b=3:1"},
-                            host)
+                             "-a=1.5:-2", choice[0] < 128 ? "-b=0" : "-b=3:1"})
                 .job;
-  if (const std::size_t mode = choice[1] % (DataModes().size() + 1); mode < DataModes().size())
-    job.mode = &DataModes()[mode];
+  const std::size_t mode = choice[1] % (DataModes().size() + 1);
+  if (mode < DataModes().size()) job.mode = &DataModes()[mode];
   return job;
 }
 
@@ -74,9 +73,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   VSIFCloseL(
       VSIFileFromMemBuffer(kInput, reinterpret_cast<GByte*>(file.data()), file.size(), FALSE));
   if (IsSmall()) {
-    HostState& host = StartAnew();
     try {
-      RunBatch(JobFor(data + size - kChoiceBytes, output, host), "", host, {});
+      RunBatch(JobFor(data + size - kChoiceBytes, output), "", TheHostState(), {});
       if (!GDALDatasetUniquePtr(GDALDataset::Open(output.c_str(), GDAL_OF_RASTER))) std::abort();
       fs::remove(output);
     } catch (const Failure&) {

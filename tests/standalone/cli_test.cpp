@@ -1,0 +1,113 @@
+// Command lines and the texts of numbers.
+#include <gtest/gtest.h>
+
+#include <iterator>
+#include <random>
+#include <sstream>
+
+#include "standalone/base/numbers.h"
+#include "standalone/cli/progress_bar.h"
+#include "tests/standalone/command_lines.h"
+
+namespace lumomixcalc::standalone {
+namespace {
+
+TEST(CommandLines, FillStreamsByNameThenByPosition) {
+  const struct {
+    std::vector<std::string> arguments;
+    std::map<int, std::string> files;
+  } kCases[] = {
+      {{"-save=o", "a"}, {{1, "a"}, {3, "o"}}},
+      {{"a", "-file1=x", "o"}, {{1, "x"}, {2, "a"}, {3, "o"}}},
+      {{"a", "--", "-b", "--"}, {{1, "a"}, {2, "-b"}, {3, "--"}}},
+      // The panel takes any of the files.
+      {{"-panel"}, {}},
+      {{"-panel", "a"}, {{1, "a"}}},
+      {{"a", "-panel", "o"}, {{1, "a"}, {3, "o"}}},
+      {{"-panel", "-file2=b", "o"}, {{2, "b"}, {3, "o"}}},
+  };
+  for (const auto& [arguments, files] : kCases)
+    EXPECT_EQ(ReadCommandLine(arguments).job.files, files) << testing::PrintToString(arguments);
+}
+
+TEST(CommandLines, ComeBackFromTheCommandThatRepeatsTheRun) {
+  std::istringstream words(
+      "a.tif -file1=-dash =x -b -- o.img -save=\xc3\xa4 -mode=cfloat32 -mode=byte -format=ENVI "
+      "-co=INTERLEAVE=BIL -co=A=' -region=1:2:30:40 -window=-1.5:2e3:1e6:4e300 -resolution=2 "
+      "-resampling=average -resampling=overview -bands=1,3-5 -bands=2,1 -nodata=keep -clamp "
+      "-operator=1+b_pow_a -operator=a/b2 -overwrite -quiet -file2=$HOME`;\\ \x1b[m\x01'2");
+  std::vector<std::string> known(std::istream_iterator<std::string>(words), {});
+  known.emplace_back("it's of two words");
+  const MessageRedirection quiet([](const std::string&) {});
+  std::mt19937 random;
+  const auto real = [&random] {
+    const auto bits = static_cast<std::uint32_t>(random());
+    const float value = random() % 2 == 0 ? std::bit_cast<float>(bits) : static_cast<float>(bits);
+    return ShortestText(value);
+  };
+  int accepted = 0;
+  for (int run = 0; run < 20000; ++run) {
+    std::vector<std::string> arguments = {"-a=" + real() + ":" + real(), "-b=" + real(), "c.tif"};
+    for (auto count = random() % 7; count > 0; --count)
+      arguments.insert(arguments.begin() + random() % 3, known[random() % known.size()]);
+    try {
+      SCOPED_TRACE(testing::PrintToString(arguments));
+      accepted += ComesBackTheSame(arguments) ? 1 : 0;
+    } catch (const WrongCommandLine&) {
+      // Told to the user.
+    }
+  }
+  EXPECT_GT(accepted, 3000);
+}
+
+TEST(ParseFloat, ReadsWhatIsWhollyADecimalInRange) {
+  const std::pair<const char*, float> kNumbers[] = {
+      {"0", 0},          {"-2.5", -2.5F}, {"+3", 3},          {".5", 0.5F},
+      {"5.", 5},         {"1e3", 1000},   {"1E-3", 0.001F},   {"3.4028235e38", 3.4028235e38F},
+      {"1e-45", 1e-45F}, {"0.1", 0.1F},   {"-inf", -INFINITY}};
+  for (const auto& [text, value] : kNumbers) EXPECT_EQ(ParseFloat(text), value) << text;
+  EXPECT_TRUE(std::signbit(ParseFloat("-0").value()));
+  EXPECT_TRUE(std::isnan(ParseFloat("nan").value()));
+  for (const char* text : {"", "+", "-", "x", "1x", " 1", "1 ", "1,5", "1.5.2", "--1", "+-1", "++1",
+                           "0x10", "1e", "3.5e38", "-1e39", "1e-50", "one"})
+    EXPECT_FALSE(ParseFloat(text)) << "'" << text << "'";
+}
+
+TEST(ParseRealArgument, StoresTheNumbersOfAWellFormedOptionAlone) {
+  using Values = std::array<float, 2>;
+  const struct {
+    const char* argument;
+    int count;
+    Values values = {7, 8};
+  } kCases[] = {{"-a=-1:+0.5", 2, {-1, 0.5F}},
+                {"-a=2", 1, {2, 0}},
+                {"-a=", -1},
+                {"-a=1:", -1},
+                {"-a=:1", -1},
+                {"-a=1:2:3", -1},
+                {"-a=1:x", -1},
+                {"-a=1 ", -1},
+                {"-a=1:2:", -1},
+                {"-a", 0},
+                {"a=1", 0},
+                {"-A=1", 0},
+                {"-b=1", 0},
+                {"-aa=1", 0},
+                {"--a=1", 0},
+                {"", 0}};
+  for (const auto& [argument, count, expected] : kCases) {
+    Values values = {7, 8};
+    EXPECT_EQ(ParseRealArgument(argument, "a", 2, values.data()), count) << argument;
+    EXPECT_EQ(values, expected) << argument;
+  }
+}
+
+TEST(ProgressLine, ShowsShareAndTimeLeft) {
+  EXPECT_EQ(ProgressLine(0, -1), "[                              ]   0 %");
+  EXPECT_EQ(ProgressLine(0.5, 61.2), "[===============               ]  50 %, 1:02 left");
+  EXPECT_EQ(ProgressLine(1, 0), "[==============================] 100 %, 0:00 left");
+  EXPECT_EQ(ProgressLine(0.999, 7325), "[============================= ]  99 %, 2:02:05 left");
+}
+
+}  // namespace
+}  // namespace lumomixcalc::standalone
