@@ -20,6 +20,7 @@ gdal.PushErrorHandler("CPLQuietErrorHandler")
 PROGRAM = os.environ["LUMOMIXCALC"]
 GIVEN_UP, WRONG_COMMAND_LINE = 1, 2
 GEOTRANSFORM = (600000.0, 30.0, 0.0, 5100000.0, 0.0, -30.0)
+equal = np.testing.assert_array_equal
 
 
 def run(*arguments, prefix=(), **options):
@@ -30,20 +31,31 @@ def run(*arguments, prefix=(), **options):
                           timeout=100, **options)
 
 
-def write(path, array, **options):
-    """Writes an array, bands first if it has three dimensions; options are gdal.Translate's.
-    Returns the dataset, still open."""
-    return gdal.Translate(path, gdal_array.OpenArray(np.asarray(array)), **options)
+def write(path, array, *creation, type=None, change=None, **options):
+    """Writes an array, bands first if it has three dimensions, with creation options, as a GDAL
+    type by its name; other options are gdal.Translate's. Changes the dataset before it is closed.
+    """
+    dataset = gdal.Translate(path, gdal_array.OpenArray(np.asarray(array)),
+                             creationOptions=creation,
+                             outputType=gdal.GetDataTypeByName(type or "Unknown"), **options)
+    if change:
+        change(dataset)
 
 
-def bounds(columns, rows, x=0):
+def bounds(array, x=0):
     """The option that gives a raster GEOTRANSFORM's place, moved by x metres."""
     left, pixel, _, top, _, _ = GEOTRANSFORM
+    rows, columns = array.shape[-2:]
     return {"outputBounds": (left + x, top, left + x + pixel * columns, top - pixel * rows)}
 
 
 def read(path):
     return gdal.Open(path).ReadAsArray()
+
+
+def strict_json(text):
+    """Without NaN and infinities, which JSON has not."""
+    return json.loads(text, parse_constant=lambda name: 1 / 0)
 
 
 class ProgramTest(unittest.TestCase):
@@ -67,7 +79,18 @@ class ProgramTest(unittest.TestCase):
     def made(self, *arguments):
         """A run that must succeed, over an older output: its dataset and its report."""
         result = self.done(*arguments, self.out, "-overwrite", "-stats=-")
-        return gdal.Open(self.out), json.loads(result.stdout)
+        return gdal.Open(self.out), strict_json(result.stdout)
+
+    def result(self, *arguments):
+        """The elements of such a run."""
+        return self.made(*arguments)[0].ReadAsArray()
+
+    def warned(self, text, *arguments):
+        """A run that must succeed with one warning, which has the text; without a text with none.
+        """
+        stderr = self.done(*arguments, self.out, "-overwrite").stderr
+        self.assertRegex(stderr, rf"\A(lumomixcalc: warning: .*{re.escape(text)}.*\n)\Z"
+                         if text else r"\A\Z")
 
     def refused(self, named, *arguments, status=GIVEN_UP, **options):
         """A run that must end with a status and one sentence that has the text named in it."""

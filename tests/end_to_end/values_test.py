@@ -1,0 +1,282 @@
+"""What a run makes of values beside the arithmetic: no data, the mode without -mode=, losses and
+their warnings, integer modes, and what is told of a run: the printed line, the bands' metadata and
+the report that -stats= writes."""
+
+import json
+import math
+import os
+from pathlib import Path
+
+import numpy as np
+from osgeo import gdal
+
+import harness
+from harness import equal, strict_json, write
+
+SHAPE = 40, 50
+HOLES = np.add.outer(np.arange(SHAPE[0]), np.arange(SHAPE[1])) % 7 == 0
+HOLES[20:] = False  # many numbers in a row without one
+VALUES = np.arange(np.prod(SHAPE)).reshape(SHAPE) % 200 + 1.0
+REAL = np.random.default_rng(5).normal(2, 1, SHAPE).astype(np.float32)
+COMPLEX = REAL + 1j * REAL.T.reshape(SHAPE)
+NAN = np.nan
+COPY, SUM = "-operator=a1b", "-operator=a1+b2"
+
+
+class NoData(harness.ProgramTest):
+    def setUp(self):
+        super().setUp()
+        self.write_holes(-9999)
+        write(self.b, np.ones(SHAPE))
+
+    def write_holes(self, no_data, type="Float32"):
+        write(self.a, np.where(HOLES, no_data, VALUES), type=type, noData=no_data)
+
+    def assert_result(self, dataset, expected, no_data):
+        equal(dataset.ReadAsArray(), expected)
+        np.testing.assert_equal(dataset.GetRasterBand(1).GetNoDataValue(), no_data)
+
+    def test_becomes_nan_in_either_input(self):
+        most_negative = float(np.finfo(np.float32).min)
+        for number, (type, no_data) in enumerate((
+                ("Int16", -9999), ("Byte", 255), ("Float32", most_negative), ("Float32", 0.1),
+                ("Float64", 1e300), ("Float64", -1e300), ("Int32", -2147483648), ("Int64", -7),
+                ("UInt64", 777), ("Float32", 0))):
+            self.write_holes(no_data, type)
+            files = (self.a, self.b)[::-1 if number % 2 else 1]
+            self.assert_result(self.made(*files)[0], np.where(HOLES, NAN, VALUES + 1), NAN)
+
+    def test_is_that_of_each_input_and_band(self):
+        write(self.b, [[7, -9999, 1]], noData=7)
+        write(self.a, [[-9999, 7, 1]], noData=-9999)
+        equal(self.result(self.a, self.b), [[NAN, 7 - 9999, 2]])
+        bands = self.path("bands.vrt")
+        write(self.out, [[[5, 6]], [[5, 6]], [[5, 6]]])
+        gdal.Translate(bands, self.out, format="VRT")
+        text = Path(bands).read_text()
+        for value in (5, 6):  # of bands 1 and 2; band 3 has none
+            text = text.replace('band="%d">' % (value - 4),
+                                f'band="{value - 4}"><NoDataValue>{value}</NoDataValue>')
+        Path(bands).write_text(text.replace("out.tif", "many.tif"))
+        os.rename(self.out, self.path("many.tif"))
+        equal(self.result(bands, COPY), [[[NAN, 6]], [[5, NAN]], [[5, 6]]])
+
+    def test_complex_no_data_is_nan_in_both_parts(self):
+        for holes, number in ((-9, -9 + 1j), (-9 - 9j, -9j)):
+            pixels = np.where(HOLES, holes, (1 + 2j) * VALUES)
+            pixels[0, 1] = number
+            write(self.a, pixels, type="CFloat32", noData=-9)
+            result = self.result(self.a, self.b)
+            self.assertTrue(np.all(np.isnan(result.real[HOLES]) & np.isnan(result.imag[HOLES])))
+            equal(result[~HOLES], pixels[~HOLES] + 1)
+
+    def test_in_an_input_is_none_in_the_output_of_any_operator(self):
+        outputs = ("-mode=float32", "-clamp"), ("-mode=cfloat32",)
+        for number, operator in enumerate(("a_phase_1", "1+b_pow_a", "abs_a1", "a1b") * 2):
+            hole, values = (NAN, REAL) if number < 4 else (complex(1, NAN), COMPLEX)
+            write(self.a, np.where(HOLES, hole, values))
+            result = self.result(self.a, f"-operator={operator}", "-a=2", *outputs[number % 2])
+            for part in (result.real, result.imag if np.iscomplexobj(result) else result):
+                equal(np.isnan(part), HOLES, operator)
+        result = self.result(self.a, "-operator=a_phase_1", "-mode=float32", "-nodata=keep")
+        self.assertFalse(np.isnan(result).any())
+
+    def test_integer_modes_store_a_value_that_they_hold_and_no_number_takes(self):
+        for mode, declared, no_data, neighbour in (
+                ("int16", -9999, -9999, -9998), ("byte", -9999, 255, 254), ("byte", 0, 0, 1),
+                ("uint16", 65536, 65535, 65534), ("int16", NAN, -32768, -32767),
+                ("int32", 1.5, -2147483648, -2147483647)):
+            self.write_holes(declared)
+            other = np.ones(SHAPE)
+            other[32, 1] = no_data - 0.75 * VALUES[32, 1]
+            write(self.b, other)
+            expected = np.where(HOLES, no_data, np.rint(0.75 * VALUES + 1))
+            expected[32, 1] = neighbour
+            dataset, report = self.made(self.a, self.b, f"-mode={mode}", "-a=0.75")
+            self.assert_result(dataset, expected, no_data)
+            self.assertEqual(report["bands"][0]["moved"], 1)
+            self.assertNotIn("STATISTICS_MINIMUM", dataset.GetRasterBand(1).GetMetadata())
+
+    def test_complex_integers_read_back_as_no_data_or_as_they_were(self):
+        for no_data, moved in ((0, {0.4: 1}), (5, {5: 4}), (-3, {-3 - 3j: -2 - 3j})):
+            values = [6, 5j, 5, -3 - 3j, 1 + 2j, 0.4] * 100
+            write(self.a, [np.array([no_data] + [value / 2 for value in values], np.complex64)],
+                  noData=no_data)
+            made, report = self.made(self.a, "-mode=cint16", COPY, "-a=2")
+            expected = [no_data * (1 + 1j)] + [moved.get(value, np.rint(value)) for value in values]
+            equal(made.ReadAsArray(), [expected])
+            self.assertEqual(report["bands"][0]["moved"], 100)
+
+    def test_kept_as_numbers_on_demand(self):
+        for mode in ("float32", "int16"):
+            dataset, report = self.made(self.a, self.b, "-nodata=keep", f"-mode={mode}")
+            self.assert_result(dataset, np.where(HOLES, -9998, VALUES + 1), None)
+            self.assertEqual(report["bands"][0]["minimum"], -9998)
+
+    def test_is_left_out_of_all_statistics(self):
+        file = Path(self.path("report.json"))
+        result = self.done(self.a, self.b, self.out, "-mode=int16", "-a=0.75", f"-stats={file}")
+        self.assertIn(f", {HOLES.sum()} no data\n", result.stdout)
+        self.assertEqual(len(os.listdir(self.folder)), 4)  # nothing beside the report
+        exact = 0.75 * VALUES[~HOLES] + 1
+        told = {"elements": HOLES.size, "valid": exact.size, "no_data": HOLES.sum(),
+                "minimum": exact.min(), "maximum": exact.max(), "mean": exact.mean(),
+                "sum": exact.sum()}
+        band = strict_json(file.read_text())["bands"][0]
+        self.assertEqual({name: band[name] for name in told}, told)
+        dataset = gdal.Open(self.out)
+        metadata = dataset.GetRasterBand(1).GetMetadata()
+        deviation = float(metadata.pop("STATISTICS_STDDEV"))
+        self.assertEqual(deviation, band["standard_deviation"])
+        self.assertAlmostEqual(deviation, exact.std(), delta=1e-12)
+        self.assertEqual(metadata,
+                         {"STATISTICS_MINIMUM": f"{np.rint(exact.min()):.0f}",
+                          "STATISTICS_MAXIMUM": f"{np.rint(exact.max()):.0f}",
+                          "STATISTICS_MEAN": f"{exact.mean()}",
+                          "STATISTICS_VALID_PERCENT": f"{100 * np.mean(~HOLES):.4g}"})
+
+        dataset, report = self.made(self.a, self.b, "-a=nan")
+        self.assertNotIn("minimum", report["bands"][0])
+        self.assertEqual(dataset.GetRasterBand(1).GetMetadata(), {})
+        dataset, report = self.made(self.a, self.b, "-a=inf")
+        self.assertEqual([report["bands"][0][name] for name in ("minimum", "sum", "mean")],
+                         ["inf"] * 3)
+        self.assertEqual(dataset.GetRasterBand(1).GetMetadata(), {})
+        for shape, told in ((SHAPE, "all 2000 elements are"), ((1, 1), "its one element is")):
+            write(self.b, np.ones(shape))
+            result = self.done(self.b, self.out, COPY, "-a=nan", "-overwrite")
+            self.assertEqual(result.stdout, f"band 1: {told} no data\n")
+
+
+class Results(harness.ProgramTest):
+    def setUp(self):
+        super().setUp()
+        write(self.a, REAL)
+        write(self.b, COMPLEX)
+
+    def test_the_mode_is_complex_when_an_input_that_is_read_is(self):
+        mixed, whole = self.path("mixed.vrt"), "-operator=a1+b"
+        gdal.BuildVRT(mixed, [self.a, self.b], separate=True)
+        for mode, *arguments in (("cfloat32", self.a, self.b), ("cfloat32", self.b, self.a),
+                                 ("cfloat32", f"-file2={self.b}", "-operator=a/b2"),
+                                 ("cfloat32", mixed, whole), ("cfloat32", mixed, whole, "-bands=2"),
+                                 ("float32", self.b, self.a, "-operator=a/b2"),
+                                 ("float32", self.a, self.b, whole),
+                                 ("float32", self.a, self.b, "-mode=float32")):
+            dataset, report = self.made(*arguments)
+            self.assertEqual(report["mode"], mode, arguments)
+            if mode == "cfloat32":
+                band = dataset.GetRasterBand(dataset.RasterCount)
+                self.assertTrue((band.ReadAsArray().imag != 0).all())
+                self.assertEqual(band.GetMetadata(), {})
+
+    def test_losses_are_warned_of_once(self):
+        for told, *arguments in (
+                ("have imaginary parts", self.b, "-operator=conj_a1", "-mode=int16"),
+                ("have imaginary parts", self.a, COPY, "-b=0:1"),
+                ("all imaginary parts are zero", self.b, "-operator=abs_a1"),
+                ("results have single precision", self.a, COPY, "-mode=float64"),
+                ("2000 elements beyond the range of byte, saturated", self.a, COPY, "-mode=byte",
+                 "-b=inf"),
+                ("2000 elements stored as 0: NaN, which byte cannot hold", self.a, COPY,
+                 "-mode=byte", "-b=nan"),
+                ("-clamp has no effect on a complex output", self.b, COPY, "-clamp"),
+                ("", self.b, "-operator=abs_a1", "-mode=float32"),
+                ("", self.b, COPY), ("", self.a, COPY)):
+            self.warned(told, *arguments)
+        digits = f"elements of {self.a} (File1) are held in single precision: " + "{} is taken as {}"
+        for value, type, told in (
+                (16777217, "Int32", digits.format(16777217, 16777216)),
+                (0.1, "Float64", digits.format(0.1, 0.10000000149011612)),
+                (1 + 16777217j, "CInt32", digits.format(16777217, 16777216)),
+                (3, "Int16", "scale 0.5 and offset 2 of"),
+                (16777216, "Int32", ""), (0.5, "Float64", ""), (1e300, "Float64", "")):
+            def scale(dataset, value=value):
+                for band in (dataset.GetRasterBand(i) for i in (1, 2) if value == 3):
+                    band.SetScale(0.5)
+                    band.SetOffset(2)
+            write(self.a, np.full((2, 900, 900), value), type=type, change=scale,
+                  noData=1e300 if value == 1e300 else None)
+            self.warned(told, self.a, COPY)
+
+    def test_integer_modes_store_their_types_and_saturate(self):
+        edges = (0, -0.5, 0.5, 1.5, 2.5, 0.49999997, -0.6, 255.4, 255.5, -70000, 70000, 2147483648,
+                 -2147483904, 4294967040, 3e9, -3e9, 5e9, np.inf, -np.inf, NAN)
+        # Far from each other: numbers are stored many at a time where all can be.
+        values = np.arange(256 * len(edges), dtype=np.float32) % 256 / 4
+        values[13::256] = edges
+        finite = values[np.isfinite(values)]
+        pairs = np.append(finite + 1j * finite[::-1], complex(NAN, NAN)).astype(np.complex64)
+        write(self.a, [values])
+        write(self.b, [pairs])
+        for mode in ("byte", "int16", "uint16", "int32", "uint32", "float32", "float64", "cint16",
+                     "cfloat32"):
+            file, pixels = (self.b, pairs) if mode.startswith("c") else (self.a, values)
+            dataset, report = self.made(file, COPY, f"-mode={mode}")
+            band = dataset.GetRasterBand(1)
+            self.assertEqual(gdal.GetDataTypeName(band.DataType).lower(), mode)
+            self.assertNotIn("STATISTICS_MINIMUM", band.GetMetadata())
+            stored = dataset.ReadAsArray()[0]
+            # The parts of an element in a row, which count as one.
+            stored = stored.view(stored.real.dtype).reshape(pixels.size, -1)
+            expected = pixels.view(np.float32).astype(float).reshape(stored.shape)
+            counts = 0, 0
+            if "float" not in mode:
+                limits = np.iinfo(mode.removeprefix("c").replace("byte", "uint8"))
+                rounded = np.rint(expected)
+                beyond = (rounded < limits.min) | (rounded > limits.max)
+                counts = beyond.any(axis=1).sum(), np.isnan(rounded).any(axis=1).sum()
+                expected = np.nan_to_num(rounded.clip(limits.min, limits.max))
+            equal(stored, expected)
+            self.assertEqual((report["bands"][0]["saturated"], report["bands"][0]["zeroed"]),
+                             counts)
+
+    def test_deviation_of_a_large_mean(self):
+        values = (1e6 + np.random.default_rng(6).normal(0, 0.1, (300, 70))).astype(np.float32)
+        write(self.a, values)
+        band = self.made(self.a, COPY)[1]["bands"][0]
+        exact = values.astype(float).ravel()
+        self.assertEqual(band["sum"], math.fsum(exact))
+        deviations = exact - math.fsum(exact) / exact.size
+        expected = math.sqrt(math.fsum(deviations**2) / exact.size)
+        self.assertAlmostEqual(band["standard_deviation"], expected, delta=1e-11 * expected)
+
+    def test_report_tells_of_the_run_and_of_the_applications_own_record(self):
+        write(self.a, np.ones(SHAPE))
+        dataset, report = self.made(self.a, self.a, "-a=0.1", "-b=0:1")
+        a = np.float32(0.1)
+        total = np.cumsum(np.full(HOLES.size, a))[-1]  # one after the other, in single precision
+        record = report.pop("bands")[0]["record"]
+        self.assertEqual([np.float32(number) for number in record.values()], [a, a, total])
+        del report["seconds"]
+        self.assertEqual(report, {
+            "command": dataset.GetMetadataItem("LUMOMIXCALC_COMMAND"), "output": self.out,
+            "format": "GTiff", "mode": "float32", "columns": SHAPE[1], "rows": SHAPE[0]})
+
+    def test_the_statistics_file_replaces_nothing_that_it_must_not(self):
+        write(self.a, REAL, format="ENVI")
+        os.remove(self.b)
+        report = Path(self.path("report.json"))
+        report.write_text("kept")
+        os.symlink(self.a, self.path("link"))
+        run = self.a, self.out, COPY
+        for name, *options in (("a.tif", "-overwrite"), ("a.hdr", "-overwrite"), ("a.hdr",),
+                               ("link", "-overwrite"), ("out.tif", "-overwrite"), ("no/r.json",),
+                               ("report.json",)):
+            self.refused(name, *run, f"-stats={self.path(name)}", *options)
+        # By a link: a program that put a file in its place must not take the machine's device.
+        os.symlink("/dev/full", self.path("full"))
+        with open("/dev/full", "w") as full:
+            self.refused("statistics file", *run, f"-stats={self.path('full')}")
+            self.refused("statistics to standard output", *run, "-stats=-", stdout=full)
+            self.assertFalse(os.path.exists(self.out))
+            self.refused("standard output", *run, stdout=full)
+            os.remove(self.out)
+        equal(harness.read(self.a), REAL)
+        self.assertEqual(report.read_text(), "kept")
+        self.assertEqual(len(os.listdir(self.folder)), 5)
+        piped = self.done(*run, "-quiet", "-stats=/dev/stdout").stdout
+        self.assertEqual(json.loads(piped)["output"], self.out)
+        out = os.fsencode(self.path("")) + b"\xe4.tif"
+        self.done(self.a, out, COPY, f"-stats={report}", "-overwrite")
+        self.assertEqual(json.loads(report.read_text("utf-8"))["output"], self.path("\xe4.tif"))
