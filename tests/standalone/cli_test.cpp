@@ -60,6 +60,32 @@ TEST(CommandLines, ComeBackFromTheCommandThatRepeatsTheRun) {
   EXPECT_GT(accepted, 3000);
 }
 
+TEST(CommandLines, NameTheArgumentThatIsWrong) {
+  std::istringstream words(
+      "-region= -region=1:2:3 -region=1:2:3:4:5 -region=1:2:3: -region=1,2,3,4 -region=a:0:1:1 "
+      "-region=1.0:2:3:4 -region=0:0:0:1 -region=1:2:-3:4 -region=0:0:1:99999999999 -window=1:2:3 "
+      "-window=1:2:3:x -window=5:1:1:5 -window=0:5:1:5 -window=nan:0:1:1 -window=0:0:inf:1 "
+      "-resolution=0 -resolution=-1 -resolution=2.5 -resolution=1/2 -resampling= "
+      "-resampling=Average -resampling=near -resampling=preview -bands= -bands=0 -bands=x "
+      "-bands=1.5 -bands=1, -bands=1,,2 -bands=1- -bands=3-1 -bands=1-2-3 -bands=1-65536,1 "
+      "-bands=1-999999999 -mode=float16 -nodata=drop -overwrite=yes -file1 -file1=b.tif -file2= "
+      "c.tif");
+  for (std::string word; words >> word;) {
+    try {
+      ReadCommandLine({"-file1=a.tif", "-file2=b.tif", word, "o.tif"});
+      ADD_FAILURE() << "accepted: " << word;
+    } catch (const WrongCommandLine& wrong) {
+      EXPECT_NE(std::string(wrong.what()).find(word), std::string::npos) << wrong.what();
+    }
+  }
+  for (const std::vector<std::string>& arguments :
+       {std::vector<std::string>{"-save=o.tif"},
+        {"a.tif", "b.tif", ""},
+        {"a.tif", "o.tif", "-bands=1 "},
+        {"a.tif", "o.tif", "-window=0:0:1:1", "-region=0:0:1:1"}})
+    EXPECT_THROW(ReadCommandLine(arguments), WrongCommandLine) << testing::PrintToString(arguments);
+}
+
 TEST(ParseFloat, ReadsWhatIsWhollyADecimalInRange) {
   const std::pair<const char*, float> kNumbers[] = {
       {"0", 0},          {"-2.5", -2.5F}, {"+3", 3},          {".5", 0.5F},
