@@ -1,7 +1,6 @@
 // A host for the tests: it answers the application as a test sets it up, and writes down in order
 // what the application calls.
-#ifndef LUMOMIXCALC_TESTS_APP_RECORDING_HOST_H
-#define LUMOMIXCALC_TESTS_APP_RECORDING_HOST_H
+#pragma once
 
 #include <array>
 #include <map>
@@ -32,5 +31,3 @@ struct RecordingHost {
 extern RecordingHost gHost;
 
 }  // namespace lumomixcalc
-
-#endif

@@ -1,7 +1,6 @@
 // The documented arithmetic, written out one element at a time and independently of kernels/ and
 // ops/: what every selection and every kernel must match bit for bit.
-#ifndef LUMOMIXCALC_TESTS_KERNELS_REFERENCE_H
-#define LUMOMIXCALC_TESTS_KERNELS_REFERENCE_H
+#pragma once
 
 #include <complex>
 #include <cstdint>
@@ -42,5 +41,3 @@ bool SameBits(std::complex<float> a, std::complex<float> b);
 bool SameBits(const OutputStats& a, const OutputStats& b);
 
 }  // namespace lumomixcalc
-
-#endif

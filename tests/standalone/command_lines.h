@@ -1,6 +1,5 @@
 // Command lines read as the program reads them, for its tests and its fuzz targets.
-#ifndef LUMOMIXCALC_TESTS_STANDALONE_COMMAND_LINES_H
-#define LUMOMIXCALC_TESTS_STANDALONE_COMMAND_LINES_H
+#pragma once
 
 #include <array>
 #include <bit>
@@ -102,5 +101,3 @@ inline bool ComesBackTheSame(const std::vector<std::string>& arguments) {
 }
 
 }  // namespace lumomixcalc::standalone
-
-#endif
