@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <new>
 #include <random>
 #include <sstream>
 #include <string>
@@ -300,3 +301,14 @@ TEST_F(ApplicationDeathTest, CallsOutOfOrderFailTheirAssertions) {
 
 }  // namespace
 }  // namespace lumomixcalc
+
+// The linker sends the program's own malloc and new (std::nothrow) char[] here.
+extern "C" {
+void* __real_malloc(std::size_t size);
+void* __wrap_malloc(std::size_t size) {
+  return lumomixcalc::gHost.outOfMemory ? nullptr : __real_malloc(size);
+}
+void* __wrap__ZnamRKSt9nothrow_t(std::size_t size, const std::nothrow_t&) {
+  return __wrap_malloc(size);
+}
+}

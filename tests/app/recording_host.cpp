@@ -1,8 +1,6 @@
 #include "tests/app/recording_host.h"
 
 #include <cstdio>
-#include <cstdlib>
-#include <new>
 #include <sstream>
 #include <utility>
 
@@ -99,12 +97,5 @@ void WMAddPulldown(const char* const* labels, int count, std::int32_t* choice, i
 }
 void WMAddToggleButton(const char* label, std::int32_t* on, int a, int b, int c, int d) {
   Record("WMAddToggleButton", label, on, a, b, c, d);
-}
-
-// The linker sends the program's own malloc and new (std::nothrow) char[] here.
-void* __real_malloc(std::size_t size);
-void* __wrap_malloc(std::size_t size) { return gHost.outOfMemory ? nullptr : __real_malloc(size); }
-void* __wrap__ZnamRKSt9nothrow_t(std::size_t size, const std::nothrow_t&) {
-  return __wrap_malloc(size);
 }
 }

@@ -54,7 +54,8 @@ class Inputs(FileTest):
                 (False, "GTiff", "Float32", "INTERLEAVE=PIXEL"), (False, "GTiff", "Float32", "NBITS=16"),
                 (False, "GTiff", "Float32", "COMPRESS=PACKBITS"),
                 (False, "GTiff", "Int16", "TILED=YES", "BLOCKXSIZE=16", "BLOCKYSIZE=16"),
-                (False, "GTiff", "Int16", "ENDIANNESS=BIG", "BIGTIFF=YES"),
+                (False, "GTiff", "Int16", "ENDIANNESS=BIG", "INTERLEAVE=BAND"),
+                (False, "GTiff", "CFloat32", "ENDIANNESS=BIG", "BIGTIFF=YES", "INTERLEAVE=BAND"),
                 (False, "ENVI", "Float64", "INTERLEAVE=BSQ"), (False, "ENVI", "CFloat32", "INTERLEAVE=BIL"),
                 (False, "ENVI", "Int16", "INTERLEAVE=BIP")):
             pixels = RAMP * (1 + 1j) if type.startswith("C") else RAMP
