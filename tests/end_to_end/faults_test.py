@@ -212,8 +212,8 @@ class MidRun(FaultTest):
             self.assertEqual(process.wait(timeout=30), -signal.SIGTERM)
 
     def test_progress_bar_is_shown_in_a_terminal_alone_and_an_ignored_hangup_stays_ignored(self):
-        for terminal, bar, *options in ((True, r"(\[=* *\] +\d+ %(, [\d:]+ left)?\r\x1b\[K)+"),
-                                        (True, "", "-quiet"), (False, "")):
+        line = r"(\[(?=.{30}\])=* *\] +\d+ %, \d+:\d\d left\r\x1b\[K)+"
+        for terminal, bar, *options in ((True, line), (True, "", "-quiet"), (False, "")):
             main, end = pty.openpty()
             process = self.start("-b=1", "-overwrite", *options, ignored=[signal.SIGHUP],
                                  stderr=end if terminal else subprocess.PIPE)

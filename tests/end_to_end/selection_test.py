@@ -29,10 +29,10 @@ class Selection(harness.ProgramTest):
             left, right = LEFT + 30 * x, LEFT + 30 * (x + columns)
             bottom, top = TOP - 30 * (y + rows), TOP - 30 * y
             # A window takes the pixels that it touches.
-            inner, outer = (9, -16) if columns % 2 else (16, -9)
+            more, less = (9, 16) if columns % 2 else (16, 9)
             for option in (f"-region={x}:{y}:{columns}:{rows}",
                            f"-window={left}:{bottom}:{right}:{top}",
-                           f"-window={left + inner}:{bottom + inner}:{right + outer}:{top + outer}"):
+                           f"-window={left + more}:{bottom + more}:{right - less}:{top - less}"):
                 dataset, _ = self.made(self.a, "-operator=a1b", option)
                 equal(dataset.ReadAsArray(), IMAGE[:, y:y + rows, x:x + columns])
                 self.assert_place(dataset, x, y)
@@ -94,7 +94,8 @@ class Selection(harness.ProgramTest):
                 ("average", [[-9999, 1], [1, 1]], -2499, holes, keep),
                 ("average", [[-9999, 1j], [3, 2]], (5 + 1j) / 3, holes),
                 ("average", [[-9999, 1], [1, 1j]], (-9997 + 1j) / 4, holes, keep),
-                ("average", [[NAN, 1], [1, 4]], 2, {}), ("average", [[NAN, 1], [1, 4]], NAN, {}, keep),
+                ("average", [[NAN, 1], [1, 4]], 2, {}),
+                ("average", [[NAN, 1], [1, 4]], NAN, {}, keep),
                 ("average", [[-9999, -9999], [-9999, -9999]], NAN, holes)):
             pixels = np.tile(pixels, (3, 3))
             write(self.a, pixels.astype(np.result_type(pixels, np.float32)),

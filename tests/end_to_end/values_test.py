@@ -184,7 +184,7 @@ class Results(harness.ProgramTest):
                 ("", self.b, "-operator=abs_a1", "-mode=float32"),
                 ("", self.b, COPY), ("", self.a, COPY)):
             self.warned(told, *arguments)
-        digits = f"elements of {self.a} (File1) are held in single precision: " + "{} is taken as {}"
+        digits = f"{self.a} (File1) are held in single precision: " + "{} is taken as {}"
         for value, type, told in (
                 (16777217, "Int32", digits.format(16777217, 16777216)),
                 (0.1, "Float64", digits.format(0.1, 0.10000000149011612)),

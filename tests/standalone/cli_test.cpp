@@ -6,7 +6,6 @@
 #include <sstream>
 
 #include "standalone/base/numbers.h"
-#include "standalone/cli/progress_bar.h"
 #include "tests/standalone/command_lines.h"
 
 namespace lumomixcalc::standalone {
@@ -107,13 +106,6 @@ TEST(ParseRealArgument, StoresTheNumbersOfAWellFormedOptionAlone) {
     EXPECT_EQ(parse(std::string("-a=") + text), std::tuple(-1, 7, 8)) << "'" << text << "'";
   for (const char* other : {"-a", "a=1", "-A=1", "-b=1", "-aa=1", "--a=1", ""})
     EXPECT_EQ(parse(other), std::tuple(0, 7, 8)) << other;
-}
-
-TEST(ProgressLine, ShowsShareAndTimeLeft) {
-  EXPECT_EQ(ProgressLine(0, -1), "[                              ]   0 %");
-  EXPECT_EQ(ProgressLine(0.5, 61.2), "[===============               ]  50 %, 1:02 left");
-  EXPECT_EQ(ProgressLine(1, 0), "[==============================] 100 %, 0:00 left");
-  EXPECT_EQ(ProgressLine(0.999, 7325), "[============================= ]  99 %, 2:02:05 left");
 }
 
 }  // namespace
