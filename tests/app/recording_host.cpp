@@ -55,7 +55,9 @@ void* IPGetDataPtr(int stream) {
 }
 int IPIsOpen(int stream) { return gHost.isOpen.at(static_cast<std::size_t>(stream)) ? 7 : 0; }
 int IPGetDefOutPutMode() { return Record("IPGetDefOutPutMode"), gHost.outputMode; }
-void IPDisplayMessage(const char* text, int level) { Record("IPDisplayMessage", text, level); }
+void IPDisplayMessage(const char* text, int severity) {
+  Record("IPDisplayMessage", text, severity);
+}
 void IPDesist() { Record("IPDesist"); }
 
 // The result is one that would mislead whoever took it for the mode.

@@ -152,8 +152,8 @@ ProcParams Reference(const OperatorRun& run, const Layout& layout, float* out, O
   const auto number = [isComplex](const float* parts, bool isPair) {
     return isComplex ? N(parts[0], isPair ? parts[1] : 0) : N(parts[0]);
   };
-  const N a = number(reinterpret_cast<const float*>(&A), true);
-  const N b = number(reinterpret_cast<const float*>(&B), true);
+  const N a = isComplex ? N(A.real(), A.imag()) : N(A.real());
+  const N b = isComplex ? N(B.real(), B.imag()) : N(B.real());
   const bool clamps = clamp != 0 && layoutOfRun.out == 0 && plan->formula != AbsAf1;
   const bool keepsNan = !isComplex && (plan->formula == ALn || plan->formula == PowA);
   const bool pairs = isComplex && layout.out != 0;
