@@ -15,8 +15,8 @@ namespace fs = std::filesystem;
 
 TEST(MakeOutputGrid, MovesARotatedGeotransformAlongItsOwnAxes) {
   const Geotransform rotated = {100, 3, 4, 200, 4, -3};
-  EXPECT_EQ((OutputGrid{.window = {10, 20, 100, 100}, .resolution = 2}.Transformed(rotated)),
-            (Geotransform{210, 6, 8, 180, 8, -6}));
+  const OutputGrid grid = {{10, 20, 100, 100}, 1, {2, 4}, 50, 25};
+  EXPECT_EQ(grid.Transformed(rotated), (Geotransform{210, 6, 16, 180, 8, -12}));
 }
 
 TEST(MakeOutputGrid, TakesTheWindowOnAMapAndReducesUntilTheLongestSideFits) {
