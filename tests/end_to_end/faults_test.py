@@ -221,7 +221,9 @@ class MidRun(FaultTest):
             time.sleep(0.6)  # a shorter run shows no bar
             status, told = self.end(process)
             os.write(end, b".")
-            shown = os.read(main, 10_000).decode() if terminal else told + "."
+            shown = "" if terminal else told + "."
+            while not shown.endswith("."):
+                shown += os.read(main, 10_000).decode()
             os.close(main)
             os.close(end)
             self.assertEqual(status, 0)

@@ -22,7 +22,7 @@ TEST(CountRows, GivesTheSameBitsWhateverTheHeightAndOrderOfStrips) {
     value = std::ldexp(i % 3 == 0 ? -1.3F : 1.1F, i * 7 % 60 - 30);
     ++i;
   }
-  values[5 * kColumns] = NAN;
+  values[std::size_t{5} * kColumns] = NAN;
   const auto count = [&](int height, bool upwards) {
     ValidStatistics statistics;
     for (int row = 0; row < kRows; row += height) {
