@@ -107,16 +107,23 @@ class Inputs(FileTest):
 
 
 class Georeferencing(FileTest):
-    def test_of_the_first_file_read_is_carried(self):
-        write(self.a, RAMP[:2], outputSRS="EPSG:32632", **bounds(RAMP),
-              change=lambda dataset: dataset.GetRasterBand(2).SetDescription("near infrared"))
-        for arguments in ((self.a, self.b), (f"-file2={self.a}", "-operator=a/b2"),
+    def test_and_metadata_of_the_first_file_read_that_has_them_are_carried(self):
+        def describe(dataset):
+            dataset.GetRasterBand(2).SetDescription("near infrared")
+            dataset.GetRasterBand(2).SetUnitType("mW")
+            dataset.SetMetadataItem("SENSOR", "X")
+            dataset.SetMetadataItem("LUMOMIXCALC_COMMAND", "another")
+        write(self.a, RAMP[:2], outputSRS="EPSG:32632", change=describe, **bounds(RAMP))
+        for arguments in ((self.a, self.b), (self.b, self.a), (f"-file2={self.a}", "-operator=a/b2"),
                           (self.b, self.a, "-operator=a/b2")):
             result, _ = self.made(*arguments)
             self.assertEqual(result.GetGeoTransform(), GEOTRANSFORM)
             self.assertEqual(result.GetSpatialRef().GetAuthorityCode(None), "32632")
             self.assertEqual([result.GetRasterBand(i).GetDescription() for i in (1, 2)],
                              ["", "near infrared"])
+            self.assertEqual(result.GetRasterBand(2).GetUnitType(), "mW")
+            self.assertEqual(result.GetMetadataItem("SENSOR"), "X")
+            self.assertIn("lumomixcalc ", result.GetMetadataItem("LUMOMIXCALC_COMMAND"))
 
     def test_other_places_are_warned_of_and_combined(self):
         for told, other in (("differ by up to 0.5 pixels", bounds(RAMP, x=15)),

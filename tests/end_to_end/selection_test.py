@@ -105,6 +105,33 @@ class Selection(harness.ProgramTest):
                                  *arguments)
             np.testing.assert_allclose(result[1, 1], expected, rtol=1e-6)
 
+    def test_looks_average_the_result(self):
+        random = np.random.default_rng(4)
+        a, b = random.normal(size=(2, 2, 700, 301)) + 1j * random.normal(size=(2, 2, 700, 301))
+        a[0, 5:40, 7:9] = complex(NAN, 1)
+        rpc = {"SAMP_OFF": "150", "SAMP_SCALE": "300", "LINE_OFF": "350", "LINE_SCALE": "700"}
+        rest = {**{f"{name}_{item}": "1" for name in ("LAT", "LONG", "HEIGHT")
+                   for item in ("OFF", "SCALE")},
+                **{f"{name}_{item}_COEFF": "1 " * 20 for name in ("LINE", "SAMP")
+                   for item in ("NUM", "DEN")}}
+        write(self.a, a.astype(np.complex64), **bounds(a),
+              change=lambda dataset: dataset.SetMetadata({**rpc, **rest}, "RPC"))
+        write(self.b, b.astype(np.complex64))
+        for mode in ("cfloat32", "float32"):
+            result, report = self.made(self.a, self.b, "-operator=a1_conj_b2", "-looks=3:4",
+                                       "-region=2:1:299:699", f"-mode={mode}")
+            product = (a * b.conj())[:, 1:697, 2:299].reshape(2, 174, 4, 99, 3)
+            expected = np.nanmean(product if mode == "cfloat32" else product.real, axis=(2, 4))
+            np.testing.assert_allclose(result.ReadAsArray(), expected, atol=2e-6)
+            self.assertEqual(result.GetGeoTransform(), (LEFT + 60, 90, 0, TOP - 30, 0, -120))
+            moved = result.GetMetadata("RPC")
+            self.assertEqual({name: float(moved[name]) for name in rpc},
+                             {"SAMP_OFF": 49, "SAMP_SCALE": 100, "LINE_OFF": 86.875,
+                              "LINE_SCALE": 175})
+        for looks in ("0", "1:0", "2:3:4", "x", "-1", "1.5"):
+            self.refused(f"-looks={looks}", self.a, self.out, "-operator=a1b", f"-looks={looks}",
+                         status=2)
+
     def test_bands_are_taken_in_the_order_given(self):
         self.write_image(lambda dataset: [dataset.GetRasterBand(i).SetDescription(f"band {i}")
                                           for i in (1, 2, 3)])

@@ -33,7 +33,8 @@ TEST(CommandLines, ComeBackFromTheCommandThatRepeatsTheRun) {
   std::istringstream words(
       "a.tif -file1=-dash =x -b -- o.img -save=\xc3\xa4 -mode=cfloat32 -mode=byte -format=ENVI "
       "-co=INTERLEAVE=BIL -co=A=' -region=1:2:30:40 -window=-1.5:2e3:1e6:4e300 -resolution=2 "
-      "-resampling=average -resampling=overview -bands=1,3-5 -bands=2,1 -nodata=keep -clamp "
+      "-resampling=average -resampling=overview -bands=1,3-5 -bands=2,1 -looks=3:2 -nodata=keep "
+      "-clamp "
       "-operator=1+b_pow_a -operator=a/b2 -overwrite -quiet -file2=$HOME`;\\ \x1b[m\x01'2");
   std::vector<std::string> known(std::istream_iterator<std::string>(words), {});
   known.emplace_back("it's of two words");

@@ -75,6 +75,7 @@ inline auto Decisive(const Job& job) {
   return std::make_tuple(job.files, job.mode, job.format, job.creationOptions,
                          selected.region ? ToText(*selected.region) : "",
                          selected.window ? ToText(*selected.window) : "", selected.resolution,
+                         selected.looks.x, selected.looks.y,
                          coarser ? selected.resampling : Resampling::kNearest, job.bands,
                          job.keepNoData, std::bit_cast<std::array<std::uint32_t, 4>>(parts),
                          gOperationChoice, gClampAtZero != 0);
