@@ -44,7 +44,7 @@ class Selection(harness.ProgramTest):
                 ("-region=0:0:2001:1", outside), ("-region=0:400:1:1", outside),
                 ("-region=-1:0:5:5", outside), ("-region=2147483647:0:2147483647:1", outside),
                 ("-window=0:0:1:1", outside), ("-window=599990:5099000:600100:5099900", outside),
-                ("-resolution=401", " leaves no pixel of the 2000 x 400 pixels"),
+                ("-resolution=401", "no pixel of the 2000 x 400 pixels"),
                 ("-bands=4", "-bands=: there is no band 4")):
             self.refused((option if told[0] == " " else "") + told, self.a, self.out,
                          "-operator=a1b", option)

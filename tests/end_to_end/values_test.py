@@ -251,7 +251,8 @@ class Results(harness.ProgramTest):
         del report["seconds"]
         self.assertEqual(report, {
             "command": dataset.GetMetadataItem("LUMOMIXCALC_COMMAND"), "output": self.out,
-            "format": "GTiff", "mode": "float32", "columns": SHAPE[1], "rows": SHAPE[0]})
+            "format": "GTiff", "mode": "float32", "columns": SHAPE[1], "rows": SHAPE[0],
+            "looks": [1, 1]})
 
     def test_the_statistics_file_replaces_nothing_that_it_must_not(self):
         write(self.a, REAL, format="ENVI")
