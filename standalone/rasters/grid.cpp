@@ -135,9 +135,11 @@ OutputGrid MakeOutputGrid(const Selection& selection, int columns, int rows,
   grid.columns = grid.window.columns / grid.resolution / grid.looks.x;
   grid.rows = grid.window.rows / grid.resolution / grid.looks.y;
   if (grid.columns == 0 || grid.rows == 0)
-    throw Failure("-resolution=" + std::to_string(grid.resolution) +
-                  " and -looks=" + ToText(grid.looks) + " leave no pixel of the " +
-                  SizeText(grid.window.columns, grid.window.rows) + " of " + name);
+    throw Failure(
+        "-resolution=" + std::to_string(grid.resolution) +
+        (grid.looks.x > 1 || grid.looks.y > 1 ? " with -looks=" + ToText(grid.looks) : "") +
+        " leaves no pixel of the " + SizeText(grid.window.columns, grid.window.rows) + " of " +
+        name);
   grid.window.columns = grid.columns * grid.resolution * grid.looks.x;
   grid.window.rows = grid.rows * grid.resolution * grid.looks.y;
   return grid;
