@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -54,19 +55,18 @@ bool PanelCanBeShown() {
                          "; to run without the panel, name files and options (see -help)");
 }
 
-RunReport RunWithBar(const Options& options, const std::string& command, HostState& host,
-                     const std::stop_token& stop) {
-  ProgressBar bar(!options.quiet && isatty(STDERR_FILENO) != 0);
-  return RunBatch(options.job, command, host, {stop, [&bar](double share) { bar.Show(share); }});
-}
-
 void RunOnce(const Options& options, HostState& host, const std::stop_token& stop) {
   SetUpGdal();
   const std::vector<std::string> echoed = EchoOptions(host);
-  const RunReport report =
-      RunWithBar(options, ReproducingCommand(options.job, host.registration, echoed), host, stop);
-  if (std::find(echoed.begin(), echoed.end(), "-clamp") != echoed.end() &&
-      FindDataMode(report.mode)->complex)
+  const std::string command = ReproducingCommand(options.job, host.registration, echoed);
+  std::optional<ProgressBar> bar;
+  if (!options.quiet && isatty(STDERR_FILENO) != 0) bar.emplace();
+  const auto show = [&bar](double share) {
+    if (bar) bar->Show(share);
+  };
+  const RunReport report = RunBatch(options.job, command, host, {stop, show});
+  bar.reset();
+  if (std::ranges::find(echoed, "-clamp") != echoed.end() && FindDataMode(report.mode)->complex)
     Warn("-clamp has no effect on a complex output");
   if (options.quiet || options.job.statisticsFile == "-") return;
   for (std::size_t i = 0; i < report.bands.size(); ++i)

@@ -64,7 +64,7 @@ int main(int argc, char** argv) {
   using namespace lumomixcalc::standalone;
   std::vector<std::string> arguments(argv + 1, argv + argc);
   // What it shows may have fewer files than a run needs, as after this option.
-  if (std::find(arguments.begin(), arguments.end(), "-panel") == arguments.end())
+  if (std::ranges::find(arguments, "-panel") == arguments.end())
     arguments.insert(arguments.begin(), "-panel");
   return RunProgram(arguments, ShowPanel);
 }

@@ -16,7 +16,6 @@
 #include "host/ip.h"
 #include "ops/catalogue.h"
 #include "standalone/base/messages.h"
-#include "standalone/cli/application_options.h"
 #include "standalone/cli/usage.h"
 #include "standalone/rasters/publication.h"
 
@@ -58,8 +57,6 @@ class SignalWatch {
     pthread_sigmask(SIG_BLOCK, &signals_, nullptr);
     std::thread([this] { Wait(); }).detach();
   }
-  SignalWatch(const SignalWatch&) = delete;
-  SignalWatch& operator=(const SignalWatch&) = delete;
 
   std::stop_token Token() const { return source_.get_token(); }
   int Signal() const { return signal_; }
@@ -87,20 +84,16 @@ SignalWatch& TheSignalWatch() {
   return *watch;
 }
 
-std::vector<OperatorName> Operators() {
-  std::vector<OperatorName> names;
-  for (const Operator& one : kOperators) names.push_back({one.commandName, one.label});
-  return names;
-}
-
 void Run(const std::vector<std::string>& arguments, const Action& act) {
   HostState& host = TheHostState();
   IPAppSpecifics();
   host.registration.CheckThatHostCanServe();
+  std::vector<OperatorName> operators;
+  for (const Operator& one : kOperators) operators.push_back({one.commandName, one.label});
   Options options = ReadOptions(arguments, host.registration);
-  if (options.action == Options::Action::kHelp) return PrintUsage(host, Operators());
+  if (options.action == Options::Action::kHelp) return PrintUsage(host.registration, operators);
   if (options.action == Options::Action::kVersion) return PrintVersion();
-  ReadApplicationOptions(options.applicationArguments, host, Operators());
+  ReadApplicationOptions(options.applicationArguments, host, operators);
   PlaceFiles(options, host.registration);
   act(options, host, TheSignalWatch().Token());
 }

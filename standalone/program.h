@@ -22,7 +22,6 @@ using Action = std::function<void(const Options& options, HostState& host, std::
 // ends, too. One second later, or at a second signal, it does so at once, whatever its threads do.
 int RunProgram(const std::vector<std::string>& arguments, const Action& act);
 
-// Whether the environment names a display.
 bool DisplayIsNamed();
 
 }  // namespace lumomixcalc::standalone

@@ -1,7 +1,8 @@
 #include "standalone/base/messages.h"
 
+#include <strings.h>
+
 #include <algorithm>
-#include <cctype>
 #include <cstddef>
 #include <cstdio>
 #include <mutex>
@@ -11,17 +12,8 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-struct Outlet {
-  std::mutex mutex;
-  MessageSink sink = WriteToStandardError;
-};
-
-Outlet& TheOutlet() {
-  static Outlet outlet;
-  return outlet;
-}
-
-char Lower(char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); }
+std::mutex sinkMutex;
+MessageSink theSink = WriteToStandardError;
 
 // How many characters must be added, dropped or replaced to make one text from the other
 // (Levenshtein's distance).
@@ -31,7 +23,7 @@ std::size_t Edits(const std::string& one, const std::string& other) {
   for (std::size_t i = 0; i < one.size(); ++i) {
     std::size_t diagonal = std::exchange(row[0], i + 1);
     for (std::size_t j = 0; j < other.size(); ++j) {
-      const std::size_t replaced = diagonal + (Lower(one[i]) == Lower(other[j]) ? 0 : 1);
+      const std::size_t replaced = diagonal + (strncasecmp(&one[i], &other[j], 1) == 0 ? 0 : 1);
       diagonal = std::exchange(row[j + 1], std::min({replaced, row[j] + 1, row[j + 1] + 1}));
     }
   }
@@ -44,8 +36,8 @@ std::string AsHexadecimal(unsigned char byte) {
 }
 
 MessageSink Exchange(MessageSink sink) {
-  const std::lock_guard lock(TheOutlet().mutex);
-  return std::exchange(TheOutlet().sink, std::move(sink));
+  const std::lock_guard lock(sinkMutex);
+  return std::exchange(theSink, std::move(sink));
 }
 
 }  // namespace
@@ -60,25 +52,23 @@ MessageRedirection::MessageRedirection(MessageSink sink) : before_(Exchange(std:
 MessageRedirection::~MessageRedirection() { Exchange(std::move(before_)); }
 
 void Tell(const std::string& sentence) {
-  const std::lock_guard lock(TheOutlet().mutex);
-  TheOutlet().sink(WithVisibleControls(sentence));
+  const std::lock_guard lock(sinkMutex);
+  theSink(WithVisibleControls(sentence));
 }
 
 void Warn(const std::string& sentence) { Tell("warning: " + sentence); }
 
 std::string WithVisibleControls(const std::string& text) {
   std::string visible;
+  bool continuesControl = false;
   for (std::size_t i = 0; i < text.size(); ++i) {
     const auto byte = static_cast<unsigned char>(text[i]);
     // U+0080 to U+009F are controls, too; in UTF-8 they begin with this byte.
     const bool beginsControl =
         byte == 0xC2 && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0;
-    if (byte >= 0x20 && byte != 0x7F && !beginsControl) {
-      visible += text[i];
-      continue;
-    }
-    visible += AsHexadecimal(byte);
-    if (beginsControl) visible += AsHexadecimal(static_cast<unsigned char>(text[++i]));
+    const bool isControl = byte < 0x20 || byte == 0x7F || beginsControl || continuesControl;
+    visible += isControl ? AsHexadecimal(byte) : std::string(1, text[i]);
+    continuesControl = beginsControl;
   }
   return visible;
 }
@@ -87,17 +77,24 @@ std::string CountText(std::uint64_t count, const std::string& noun) {
   return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
-std::string ListText(const std::vector<std::string>& names) {
-  std::string text;
-  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
-  return text;
+std::vector<std::string> Split(std::string_view text, char separator) {
+  std::vector<std::string> parts;
+  for (std::size_t end = 0; (end = text.find(separator)) != std::string_view::npos;
+       text.remove_prefix(end + 1))
+    parts.emplace_back(text.substr(0, end));
+  parts.emplace_back(text);
+  return parts;
+}
+
+std::string Joined(const std::vector<std::string>& texts, const std::string& separator) {
+  std::string joined;
+  for (std::size_t i = 0; i < texts.size(); ++i) joined += (i > 0 ? separator : "") + texts[i];
+  return joined;
 }
 
 std::string Suggestion(const std::string& unknown, const std::vector<std::string>& names) {
-  const auto nearest =
-      std::min_element(names.begin(), names.end(), [&](const auto& one, const auto& other) {
-        return Edits(unknown, one) < Edits(unknown, other);
-      });
+  const auto nearest = std::ranges::min_element(
+      names, {}, [&](const std::string& name) { return Edits(unknown, name); });
   if (nearest == names.end() || Edits(unknown, *nearest) * 2 > nearest->size()) return "";
   return "; did you mean " + *nearest + "?";
 }

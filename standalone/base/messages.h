@@ -4,13 +4,13 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace lumomixcalc::standalone {
 
 inline constexpr const char* kProgramName = "lumomixcalc";
 
-// Exit statuses of the program.
 enum class ExitStatus { kDone = 0, kFailed = 1, kWrongCommandLine = 2 };
 
 // Ends a run: what() is one sentence for the user that names the file, option or value.
@@ -24,7 +24,6 @@ class Failure : public std::runtime_error {
   ExitStatus status_;
 };
 
-// A failure for which the command line is to blame.
 class WrongCommandLine : public Failure {
  public:
   explicit WrongCommandLine(const std::string& sentence)
@@ -40,12 +39,10 @@ class Cancelled : public Failure {
 // The end of a run in which the application desisted. It has told the reason itself.
 class Desisted : public Failure {
  public:
-  explicit Desisted(ExitStatus status = ExitStatus::kFailed)
-      : Failure("the application desisted", status) {}
+  Desisted() : Failure("the application desisted") {}
 };
 
-// Where messages go; it gets one sentence without an end of line. Called by one thread at a time,
-// but by any.
+// Gets one sentence without an end of line. Called by one thread at a time, but by any.
 using MessageSink = std::function<void(const std::string& sentence)>;
 
 // Sends messages to a sink of one's own for as long as it lives, then to where they went before.
@@ -64,10 +61,8 @@ class MessageRedirection {
 void WriteToStandardError(const std::string& sentence);
 
 // Hands one sentence to the sink, its control characters visible; without a redirection that is
-// WriteToStandardError.
+// WriteToStandardError. A warning is for what stops nothing; it begins with "warning: ".
 void Tell(const std::string& sentence);
-
-// The same for what the user should know but what stops nothing; it begins with "warning: ".
 void Warn(const std::string& sentence);
 
 // The text with control characters written as \x1b and the like, which do nothing to a terminal.
@@ -76,8 +71,11 @@ std::string WithVisibleControls(const std::string& text);
 // "1 element", "12 elements".
 std::string CountText(std::uint64_t count, const std::string& noun);
 
-// The names as a sentence lists them, "a, b, c".
-std::string ListText(const std::vector<std::string>& names);
+// The parts between separators, empty ones included; one at least.
+std::vector<std::string> Split(std::string_view text, char separator);
+
+// "a, b, c".
+std::string Joined(const std::vector<std::string>& texts, const std::string& separator = ", ");
 
 // "; did you mean NAME?" with the name most like the unknown one, upper and lower case alike; empty
 // when none is much like it.

@@ -6,6 +6,8 @@
 #include <system_error>
 #include <vector>
 
+#include "standalone/base/messages.h"
+
 namespace lumomixcalc::standalone {
 namespace {
 
@@ -13,8 +15,7 @@ template <typename Number>
 std::string Shortest(Number value) {
   if (std::isnan(value)) return "nan";  // to_chars shows the sign of a NaN, which says nothing
   char text[64];
-  const auto [end, error] = std::to_chars(std::begin(text), std::end(text), value);
-  return error == std::errc() ? std::string(text, end) : std::string("?");
+  return {text, std::to_chars(std::begin(text), std::end(text), value).ptr};
 }
 
 template <typename Number>
@@ -40,21 +41,18 @@ std::optional<int> ParseInt(std::string_view text) { return ParseDecimal<int>(te
 int ParseRealArgument(std::string_view argument, std::string_view name, int maxCount,
                       float* values) {
   constexpr int kMalformed = -1;
-  if (!argument.starts_with('-') || !argument.substr(1).starts_with(name) ||
-      !argument.substr(1 + name.size()).starts_with('='))
-    return 0;
-  std::string_view rest = argument.substr(name.size() + 2);
-  std::vector<float> read;
-  for (bool more = true; more;) {
-    const std::size_t colon = rest.find(':');
-    const std::optional<float> value = ParseFloat(rest.substr(0, colon));
-    if (!value || read.size() == static_cast<std::size_t>(maxCount)) return kMalformed;
-    read.push_back(*value);
-    more = colon != std::string_view::npos;
-    if (more) rest.remove_prefix(colon + 1);
+  const std::string start = std::string("-").append(name) + "=";
+  if (!argument.starts_with(start)) return 0;
+  const std::vector<std::string> parts = Split(argument.substr(start.size()), ':');
+  if (parts.size() > static_cast<std::size_t>(maxCount)) return kMalformed;
+  std::vector<float> read(static_cast<std::size_t>(maxCount));
+  for (std::size_t i = 0; i < parts.size(); ++i) {
+    const std::optional<float> value = ParseFloat(parts[i]);
+    if (!value) return kMalformed;
+    read[i] = *value;
   }
-  std::fill(std::copy(read.begin(), read.end(), values), values + maxCount, 0.0F);
-  return static_cast<int>(read.size());
+  std::copy(read.begin(), read.end(), values);
+  return static_cast<int>(parts.size());
 }
 
 std::string ShortestText(float value) { return Shortest(value); }

@@ -10,12 +10,9 @@ namespace lumomixcalc::standalone {
 // decimal point and exponent, or inf or nan. None when it is anything else, blanks included, or
 // when the value is beyond a float's range, too small to be told from zero included.
 std::optional<float> ParseFloat(std::string_view text);
-
-// The same for a double.
 std::optional<double> ParseDouble(std::string_view text);
 
-// Reads the whole of text as a decimal integer with an optional sign. None when it is anything else
-// or out of an int's range.
+// The same for digits with an optional sign and an int's range.
 std::optional<int> ParseInt(std::string_view text);
 
 // Reads "-NAME=value[:value...]", at most maxCount values. Returns 0 when argument does not begin

@@ -1,41 +1,35 @@
 #include "standalone/cli/command_echo.h"
 
+#include <cpl_string.h>
+
 #include <algorithm>
-#include <charconv>
 #include <cstddef>
-#include <iterator>
+#include <map>
 #include <utility>
 
 #include "standalone/base/messages.h"
 #include "standalone/base/numbers.h"
-#include "standalone/cli/selection_options.h"
 
 namespace lumomixcalc::standalone {
 namespace {
 
-std::string SixDigits(float value) {
-  // As printf's %g in the C locale; a panel's process has the user's.
-  char text[32];
-  return {text, std::to_chars(std::begin(text), std::end(text), static_cast<double>(value),
-                              std::chars_format::general, 6)
-                    .ptr};
-}
+// As printf has it in the C locale; a panel's process has the user's.
+std::string SixDigits(float value) { return CPLSPrintf("%g", static_cast<double>(value)); }
+
+// Values by the name of their option; those of a row in the panel have an empty name.
+using RealValues = std::multimap<std::string, std::vector<float>>;
 
 std::string RealOption(const std::string& name, const std::vector<float>& values,
                        std::string (*print)(float)) {
-  std::string option = "-" + name;
-  char separator = '=';
-  for (const float value : values) {
-    option += separator + print(value);
-    separator = ':';
-  }
-  return option;
+  std::vector<std::string> texts;
+  for (const float value : values) texts.push_back(print(value));
+  return "-" + name + "=" + Joined(texts, ":");
 }
 
 // Named files come as "-label=file"; a positional one may not look like an option.
 std::string FileArgument(const DeclaredStream& stream, const std::string& file, bool positional) {
   if (positional && !file.starts_with('-')) return file;
-  return std::string("-").append(stream.OptionName()).append("=").append(file);
+  return std::string("-").append(stream.OptionName()) + "=" + file;
 }
 
 // An echoed option with the digits that "%g" dropped: when option is "-NAME=" with exactly the
@@ -43,15 +37,15 @@ std::string FileArgument(const DeclaredStream& stream, const std::string& file, 
 // place of those. Any other option is returned as it is. Values that were taken are removed from
 // read, so that of two rows whose values differ only in later digits the next option gets the
 // other.
-std::string WithAllDigits(const std::string& option, std::vector<RealValues>& read) {
+std::string WithAllDigits(const std::string& option, RealValues& read) {
   const std::string name =
       option.substr(0, option.find('=')).substr(option.starts_with('-') ? 1 : 0);
-  const auto found = std::find_if(read.begin(), read.end(), [&](const RealValues& one) {
-    return (one.name.empty() || one.name == name) &&
-           option == RealOption(name, one.values, SixDigits);
+  const auto found = std::ranges::find_if(read, [&](const auto& one) {
+    return (one.first.empty() || one.first == name) &&
+           option == RealOption(name, one.second, SixDigits);
   });
   if (found == read.end()) return option;
-  std::string complete = RealOption(name, found->values, ShortestText);
+  std::string complete = RealOption(name, found->second, ShortestText);
   read.erase(found);
   return complete;
 }
@@ -61,13 +55,13 @@ std::string WithAllDigits(const std::string& option, std::vector<RealValues>& re
 std::vector<std::string> EchoOptions(HostState& host) {
   host.echoedOptions.clear();
   host.registration.Call(IP_SLOT_WRITE_CMD_LINE);
-  std::vector<RealValues> read =
-      host.panelRows.empty() ? host.realOptions : std::vector<RealValues>();
+  RealValues read;
+  if (host.panelRows.empty()) read.insert(host.realOptions.begin(), host.realOptions.end());
   for (const PanelRow& row : host.panelRows) {
     std::vector<float> values;
     for (const auto& element : row.elements)
       if (const auto* field = std::get_if<FloatField>(&element)) values.push_back(*field->value);
-    if (!values.empty()) read.push_back({"", std::move(values)});
+    if (!values.empty()) read.emplace("", std::move(values));
   }
   std::vector<std::string> options;
   for (const std::string& echoed : host.echoedOptions)
@@ -95,6 +89,25 @@ std::string ShellWord(const std::string& word) {
   return quoted + "'";
 }
 
+std::vector<std::string> SelectionArguments(const Selection& selection,
+                                            const std::vector<int>& bands) {
+  std::vector<std::string> arguments;
+  if (selection.region) arguments.push_back("-region=" + ToText(*selection.region));
+  if (selection.window) arguments.push_back("-window=" + ToText(*selection.window));
+  if (selection.resolution != 1) {
+    arguments.push_back("-resolution=" + std::to_string(selection.resolution));
+    const auto method = static_cast<std::size_t>(selection.resampling);
+    if (method < kResamplingMethods.size())
+      arguments.push_back(std::string("-resampling=") + kResamplingMethods[method].name);
+  }
+  if (selection.looks.x != 1 || selection.looks.y != 1)
+    arguments.push_back("-looks=" + ToText(selection.looks));
+  std::vector<std::string> numbers;
+  for (const int band : bands) numbers.push_back(std::to_string(band));
+  if (!bands.empty()) arguments.push_back("-bands=" + Joined(numbers, ","));
+  return arguments;
+}
+
 std::string ReproducingCommand(const Job& job, const Registration& registration,
                                const std::vector<std::string>& echoedOptions) {
   std::vector<std::string> words = {kProgramName};
@@ -115,13 +128,9 @@ std::string ReproducingCommand(const Job& job, const Registration& registration,
     words.push_back(argument);
   if (job.keepNoData) words.emplace_back("-nodata=keep");
 
-  std::string command;
-  for (const std::string& word : words) {
-    if (!command.empty()) command += ' ';
-    command += ShellWord(word);
-  }
-  for (const std::string& option : echoedOptions) command.append(" ").append(option);
-  return command;
+  for (std::string& word : words) word = ShellWord(word);
+  words.insert(words.end(), echoedOptions.begin(), echoedOptions.end());
+  return Joined(words, " ");
 }
 
 }  // namespace lumomixcalc::standalone

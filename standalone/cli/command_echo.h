@@ -16,6 +16,10 @@ std::vector<std::string> EchoOptions(HostState& host);
 // written as $'...', which bash, zsh and ksh read.
 std::string ShellWord(const std::string& word);
 
+// The options that say the same as selection and bands, each in its whole "-name=value".
+std::vector<std::string> SelectionArguments(const Selection& selection,
+                                            const std::vector<int>& bands);
+
 // The command that repeats a run, for a POSIX shell: program, files, the host's options that bear
 // on the result, and the application's options as it echoed them (they come quoted).
 std::string ReproducingCommand(const Job& job, const Registration& registration,

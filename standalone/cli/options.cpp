@@ -1,31 +1,102 @@
 #include "standalone/cli/options.h"
 
+#include <cpl_string.h>
+
 #include <algorithm>
-#include <cctype>
+#include <array>
+#include <cmath>
 #include <cstddef>
-#include <functional>
+#include <optional>
 #include <string_view>
 
 #include "standalone/base/messages.h"
-#include "standalone/cli/selection_options.h"
+#include "standalone/base/numbers.h"
 
 namespace lumomixcalc::standalone {
 namespace {
 
-// The mode of a name, also of GDAL's and NumPy's names of the types.
-const DataMode* ModeOf(std::string name) {
-  std::transform(name.begin(), name.end(), name.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  if (name == "uint8") name = "byte";
-  if (name == "complex64") name = "cfloat32";
-  return FindDataMode(name);
+// The numbers of "a:b:c:d"; empty unless there are four, all well formed.
+template <typename Number>
+std::vector<Number> FourOf(const std::string& text,
+                           std::optional<Number> (*parse)(std::string_view)) {
+  const std::vector<std::string> parts = Split(text, ':');
+  std::vector<Number> numbers;
+  for (const std::string& part : parts)
+    if (const std::optional<Number> number = parse(part)) numbers.push_back(*number);
+  if (parts.size() != 4 || numbers.size() != 4) numbers.clear();
+  return numbers;
+}
+
+void SetRegion(Options& options, const std::string& text) {
+  const std::vector<int> n = FourOf<int>(text, ParseInt);
+  if (n.empty() || n[2] < 1 || n[3] < 1)
+    throw WrongCommandLine("-region=" + text + ": write x:y:width:height in whole pixels, such " +
+                           "as -region=0:0:512:512");
+  options.job.selection.region = {n[0], n[1], n[2], n[3]};
+}
+
+void SetWindow(Options& options, const std::string& text) {
+  const std::vector<double> n = FourOf<double>(text, ParseDouble);
+  const auto isFinite = [](double number) { return std::isfinite(number); };
+  if (n.empty() || !std::ranges::all_of(n, isFinite) || n[0] >= n[2] || n[1] >= n[3])
+    throw WrongCommandLine("-window=" + text + ": write xmin:ymin:xmax:ymax in the units of the " +
+                           "first input's georeferencing, the minima below the maxima");
+  options.job.selection.window = {n[0], n[1], n[2], n[3]};
+}
+
+void SetResolution(Options& options, const std::string& text) {
+  options.job.selection.resolution = ParseInt(text).value_or(0);
+  if (options.job.selection.resolution < 1)
+    throw WrongCommandLine("-resolution=" + text +
+                           ": write a whole number N from 1, for 1/N of the size");
+}
+
+void SetResampling(Options& options, const std::string& text) {
+  std::vector<std::string> names;
+  for (const ResamplingMethod& method : kResamplingMethods) names.emplace_back(method.name);
+  const auto found = std::ranges::find(names, text);
+  if (found == names.end())
+    throw WrongCommandLine("-resampling=" + text + ": unknown resampling; known are " +
+                           Joined(names) + Suggestion(text, names));
+  options.job.selection.resampling = static_cast<Resampling>(found - names.begin());
+}
+
+void SetLooks(Options& options, const std::string& text) {
+  const std::vector<std::string> parts = Split(text, ':');
+  const std::optional<int> x = ParseInt(parts.front());
+  const std::optional<int> y = ParseInt(parts.back());
+  if (parts.size() > 2 || !x || !y || *x < 1 || *y < 1)
+    throw WrongCommandLine("-looks=" + text + ": write NX:NY, whole numbers from 1, such as " +
+                           "-looks=4:1, or one number for both");
+  options.job.selection.looks = {*x, *y};
+}
+
+// "1,3-5": band numbers and ranges of them.
+void SetBands(Options& options, const std::string& text) {
+  // No raster of GDAL's has as many; a larger range is a slip that would only fill memory.
+  constexpr int kMostBands = 65536;
+  std::vector<int>& bands = options.job.bands;
+  bands.clear();
+  for (const std::string& range : Split(text, ',')) {
+    const std::vector<std::string> ends = Split(range, '-');
+    const std::optional<int> first = ParseInt(ends.front());
+    const std::optional<int> last = ParseInt(ends.back());
+    if (ends.size() > 2 || !first || !last || *first < 1 || *last < *first || *last > kMostBands ||
+        static_cast<int>(bands.size()) + *last - *first >= kMostBands)
+      throw WrongCommandLine("-bands=" + text + ": write band numbers from 1 and ranges of them, " +
+                             "such as -bands=1,3-5");
+    for (int band = *first; band <= *last; ++band) bands.push_back(band);
+  }
 }
 
 void SetMode(Options& options, const std::string& name) {
-  options.job.mode = ModeOf(name);
+  options.job.mode = FindDataMode(name);
+  // NumPy's names.
+  if (EQUAL(name.c_str(), "uint8")) options.job.mode = FindDataMode("byte");
+  if (EQUAL(name.c_str(), "complex64")) options.job.mode = FindDataMode("cfloat32");
   if (options.job.mode) return;
   const std::vector<std::string> known = DataModeNames();
-  throw WrongCommandLine("-mode=" + name + ": unknown data mode; known are " + ListText(known) +
+  throw WrongCommandLine("-mode=" + name + ": unknown data mode; known are " + Joined(known) +
                          Suggestion(name, known));
 }
 
@@ -42,12 +113,6 @@ void SetNoData(Options& options, const std::string& name) {
   options.job.keepNoData = true;
 }
 
-// Sets a member of the job's selection to the value that a text stands for.
-template <auto kMember, auto kParse>
-void Select(Options& options, const std::string& text) {
-  options.job.selection.*kMember = kParse(text);
-}
-
 template <Options::Action kAction>
 void SetAction(Options& options, const std::string&) {
   options.action = kAction;
@@ -62,12 +127,12 @@ constexpr HostOption kHostOptions[] = {
     {"-mode", true, SetMode},
     {"-format", true, [](Options& o, const std::string& name) { o.job.format = name; }},
     {"-co", true, AddCreationOption},
-    {"-region", true, Select<&Selection::region, ParseRegion>},
-    {"-window", true, Select<&Selection::window, ParseWindow>},
-    {"-resolution", true, Select<&Selection::resolution, ParseResolution>},
-    {"-resampling", true, Select<&Selection::resampling, ParseResampling>},
-    {"-looks", true, Select<&Selection::looks, ParseLooks>},
-    {"-bands", true, [](Options& o, const std::string& list) { o.job.bands = ParseBands(list); }},
+    {"-region", true, SetRegion},
+    {"-window", true, SetWindow},
+    {"-resolution", true, SetResolution},
+    {"-resampling", true, SetResampling},
+    {"-looks", true, SetLooks},
+    {"-bands", true, SetBands},
     {"-nodata", true, SetNoData},
     {"-stats", true, [](Options& o, const std::string& file) { o.job.statisticsFile = file; }},
     {"-overwrite", false, [](Options& o, const std::string&) { o.job.overwrite = true; }},
@@ -128,6 +193,33 @@ void CheckThatOptionsAgree(const Selection& selection, const Registration& regis
     Warn("-resampling= has no effect without -resolution=");
 }
 
+// The application says which of its options is faulty; this says what is wrong with it, for the end
+// of a sentence. Empty when nothing is.
+std::string Hint(const std::string& argument, const std::vector<OperatorName>& operators) {
+  for (const std::string name : {"-a", "-b"}) {
+    std::array<float, 2> values = {};
+    const int count = ParseRealArgument(argument, name.substr(1), 2, values.data());
+    if (count > 0) return "";
+    if (count < 0)
+      return "; " + argument + " is not " + name + "=REAL or " + name +
+             "=REAL:IMAGINARY, such as " + name +
+             "=0.5:-1.5, with numbers that are 0 or from 1e-45 to 3.4e38 in size";
+  }
+  if (argument == "-clamp") return "";
+  std::string unknown = argument;
+  std::vector<std::string> known;
+  if (argument.starts_with("-operator=")) {
+    for (const OperatorName& one : operators) known.push_back("-operator=" + one.name);
+    if (std::ranges::find(known, argument) != known.end()) return "";
+  } else {
+    unknown = argument.substr(0, argument.find('='));
+    for (const HostOption& option : kHostOptions) known.emplace_back(option.name);
+    known.insert(known.end(), {"-a", "-b", "-operator", "-clamp"});
+  }
+  const std::string suggestion = Suggestion(unknown, known);
+  return suggestion.empty() ? "; see -help" : suggestion;
+}
+
 }  // namespace
 
 Options ReadOptions(const std::vector<std::string>& arguments, const Registration& registration) {
@@ -145,6 +237,23 @@ Options ReadOptions(const std::vector<std::string>& arguments, const Registratio
   if (options.action == Options::Action::kRun || options.action == Options::Action::kPanel)
     CheckThatOptionsAgree(options.job.selection, registration);
   return options;
+}
+
+void ReadApplicationOptions(const std::vector<std::string>& arguments, HostState& host,
+                            const std::vector<OperatorName>& operators) {
+  std::string told;
+  {
+    const MessageRedirection redirection([&told](const std::string& sentence) {
+      if (told.empty()) told = sentence;
+    });
+    host.arguments = arguments;
+    host.registration.Call(IP_SLOT_READ_CMD_LINE);
+  }
+  if (!host.desisted) return;
+  for (const std::string& argument : arguments)
+    if (const std::string hint = Hint(argument, operators); !hint.empty())
+      throw WrongCommandLine(told + hint);
+  throw WrongCommandLine(told);
 }
 
 void PlaceFiles(Options& options, const Registration& registration) {
@@ -172,23 +281,11 @@ void PlaceFiles(Options& options, const Registration& registration) {
     if (name.empty()) throw WrongCommandLine("a file name is empty" + usage);
 }
 
-std::vector<std::string> HostOptionNames() {
-  std::vector<std::string> names;
-  for (const HostOption& option : kHostOptions) names.emplace_back(option.name);
-  return names;
-}
-
 std::string FilesSynopsis(const Registration& registration) {
-  const auto upper = [](const DeclaredStream& stream) {
-    std::string name = stream.OptionName();
-    std::transform(name.begin(), name.end(), name.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-    return name;
-  };
-  std::string synopsis = upper(registration.inputs.front());
+  std::string synopsis = registration.inputs.front().OptionName();
   for (std::size_t i = 1; i < registration.inputs.size(); ++i)
-    synopsis += " [" + upper(registration.inputs[i]) + "]";
-  return synopsis + " " + upper(registration.Output());
+    synopsis += " [" + registration.inputs[i].OptionName() + "]";
+  return CPLString(synopsis + " " + registration.Output().OptionName()).toupper();
 }
 
 }  // namespace lumomixcalc::standalone

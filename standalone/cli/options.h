@@ -8,7 +8,7 @@
 
 namespace lumomixcalc::standalone {
 
-// The command line, as far as it is the host's.
+// What the command line asks for.
 struct Options {
   enum class Action { kRun, kPanel, kHelp, kVersion };
 
@@ -19,16 +19,23 @@ struct Options {
   std::vector<std::string> filesWithoutName;
 };
 
+struct OperatorName {
+  std::string name;   // as -operator= takes it
+  std::string label;  // its formula
+};
+
 // Reads the arguments after the program's name. What begins with a dash and is not the host's is
 // left to the application; after "--" everything is a file. Files that are not named by an option
 // wait for PlaceFiles, so that all options are judged first. Throws WrongCommandLine.
 Options ReadOptions(const std::vector<std::string>& arguments, const Registration& registration);
 
+// Has the application read its own options. Throws WrongCommandLine with what the application says
+// of a faulty one and what was expected: the nearest known name, or the form of a number.
+void ReadApplicationOptions(const std::vector<std::string>& arguments, HostState& host,
+                            const std::vector<OperatorName>& operators);
+
 // Gives the files without a name to the streams that have none yet. Throws WrongCommandLine.
 void PlaceFiles(Options& options, const Registration& registration);
-
-// "-mode", "-format" and all other options of the host.
-std::vector<std::string> HostOptionNames();
 
 // The files of a command line as the usage text shows them: "FILE1 [FILE2] SAVE".
 std::string FilesSynopsis(const Registration& registration);

@@ -1,5 +1,7 @@
 #include "standalone/cli/progress_bar.h"
 
+#include <cpl_string.h>
+
 #include <cmath>
 #include <cstddef>
 #include <cstdio>
@@ -15,19 +17,16 @@ constexpr std::chrono::milliseconds kBetween(100);
 std::string ProgressLine(double share, double secondsLeft) {
   constexpr double kWidth = 30;
   const std::string bar(static_cast<std::size_t>(share * kWidth), '=');
-  char line[80];
-  int end = std::snprintf(line, sizeof line, "[%-30s] %3d %%", bar.c_str(),
-                          static_cast<int>(share * 100));
+  std::string line = CPLSPrintf("[%-30s] %3d %%", bar.c_str(), static_cast<int>(share * 100));
   const auto left = static_cast<long>(std::ceil(secondsLeft));
-  if (left >= 0)
-    end += std::snprintf(line + end, sizeof line - end, ", %ld:%02ld left", left / 60, left % 60);
-  return {line, static_cast<std::size_t>(end)};
+  if (left >= 0) line += CPLSPrintf(", %ld:%02ld left", left / 60, left % 60);
+  return line;
 }
 
 }  // namespace
 
-ProgressBar::ProgressBar(bool showBar)
-    : showBar_(showBar), nextShow_(start_ + kBeforeFirst), redirection_([this](const auto& text) {
+ProgressBar::ProgressBar()
+    : nextShow_(start_ + kBeforeFirst), redirection_([this](const auto& text) {
         const std::lock_guard lock(mutex_);
         Clear();
         WriteToStandardError(text);
@@ -39,7 +38,6 @@ ProgressBar::~ProgressBar() {
 }
 
 void ProgressBar::Show(double share) {
-  if (!showBar_) return;
   const Clock::time_point now = Clock::now();
   const std::lock_guard lock(mutex_);
   if (now < nextShow_) return;
@@ -51,9 +49,8 @@ void ProgressBar::Show(double share) {
 }
 
 void ProgressBar::Clear() {
-  if (!shown_) return;
   constexpr const char* kEraseLine = "\r\033[K";
-  std::fputs(kEraseLine, stderr);
+  if (shown_) std::fputs(kEraseLine, stderr);
   shown_ = false;
 }
 

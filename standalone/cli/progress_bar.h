@@ -7,12 +7,12 @@
 
 namespace lumomixcalc::standalone {
 
-// Shows on standard error how far a run is, unless showBar is false, as in
+// Shows on standard error how far a run is, as in
 // "[==========                    ]  33 %, 0:42 left". The line gives way to messages and is
 // removed with its owner.
 class ProgressBar {
  public:
-  explicit ProgressBar(bool showBar);
+  ProgressBar();
   ~ProgressBar();
 
   void Show(double share);
@@ -22,10 +22,9 @@ class ProgressBar {
 
   void Clear();  // with mutex_ held
 
-  bool showBar_;
   Clock::time_point start_ = Clock::now();
   std::mutex mutex_;  // messages come from any thread
-  Clock::time_point nextShow_ = start_;
+  Clock::time_point nextShow_;
   bool shown_ = false;
   MessageRedirection redirection_;
 };

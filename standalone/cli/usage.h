@@ -2,14 +2,13 @@
 
 #include <vector>
 
-#include "standalone/cli/application_options.h"
+#include "standalone/cli/options.h"
 
 namespace lumomixcalc::standalone {
 
-// Prints the usage text to standard output: the host's part, then the application's.
-void PrintUsage(HostState& host, const std::vector<OperatorName>& operators);
-
-// Prints the versions of the program and of GDAL to standard output.
+// Both print to standard output: the usage text, the application's part included, or the versions
+// of the program and of GDAL.
+void PrintUsage(const Registration& registration, const std::vector<OperatorName>& operators);
 void PrintVersion();
 
 }  // namespace lumomixcalc::standalone

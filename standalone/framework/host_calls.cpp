@@ -1,6 +1,7 @@
 #include "standalone/framework/host_calls.h"
 
-#include <cstdio>
+#include <cpl_string.h>
+
 #include <utility>
 
 #include "host/im.h"
@@ -10,14 +11,6 @@
 
 namespace lumomixcalc::standalone {
 namespace {
-
-// A declared stream from the label that the application passed.
-DeclaredStream MakeStream(int number, const char* label) {
-  std::string text = label;
-  text.erase(0, text.find_first_not_of(' '));
-  text.erase(text.find_last_not_of(' ') + 1);
-  return {number, text};
-}
 
 template <typename Element>
 void AddToPanel(Element element) {
@@ -30,17 +23,11 @@ void AddToPanel(Element element) {
 }  // namespace
 
 std::string DeclaredStream::OptionName() const {
-  std::string name;
-  for (const char c : label) {
-    if (c == ' ') continue;
-    name += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  }
-  return name;
+  return CPLString(label).replaceAll(' ', "").tolower();
 }
 
 void Registration::Call(int slot) const {
-  const auto found = routines.find(slot);
-  if (found != routines.end()) found->second();
+  if (const auto found = routines.find(slot); found != routines.end()) found->second();
 }
 
 void Registration::CheckThatHostCanServe() const {
@@ -49,12 +36,6 @@ void Registration::CheckThatHostCanServe() const {
     throw Failure("the application must declare an input or more and one output");
   if (routines.count(IP_SLOT_PROC_DATA) == 0)
     throw Failure("the application registers no routine that processes a block");
-}
-
-const StreamState& HostState::Stream(int number) const {
-  static const StreamState kClosed;
-  const auto found = streams.find(number);
-  return found == streams.end() ? kClosed : found->second;
 }
 
 HostState& TheHostState() {
@@ -79,11 +60,11 @@ void IPSetMenuLoc(int x, int y) {
 }
 
 void IPAddInput(int stream, const char* label, int, int, int, int) {
-  TheHostState().registration.inputs.push_back(MakeStream(stream, label));
+  TheHostState().registration.inputs.push_back({stream, CPLString(label).Trim()});
 }
 
 void IPAddOutput(int stream, const char* label, int, int, int, int) {
-  TheHostState().registration.outputs.push_back(MakeStream(stream, label));
+  TheHostState().registration.outputs.push_back({stream, CPLString(label).Trim()});
 }
 
 void IPEnableRegionSelection(int) { TheHostState().registration.regions = true; }
@@ -94,47 +75,35 @@ void IPSetCustRoutine(int slot, IPRoutine routine, int) {
   TheHostState().registration.routines[slot] = routine;
 }
 
-void* IPGetDataPtr(int stream) { return TheHostState().Stream(stream).blockData; }
+void* IPGetDataPtr(int stream) { return TheHostState().streams[stream].blockData; }
 
-int IPIsOpen(int stream) { return TheHostState().Stream(stream).open ? 1 : 0; }
+int IPIsOpen(int stream) { return TheHostState().streams[stream].open ? 1 : 0; }
 
 int IPGetDefOutPutMode() { return TheHostState().outputMode; }
 
-void IPDisplayMessage(const char* text, int) {
-  if (TheHostState().messagesAreUsage)
-    std::puts(text);
-  else
-    Tell(text);
-}
+void IPDisplayMessage(const char* text, int) { Tell(text); }
 
 void IPDesist() { TheHostState().desisted = true; }
 
 const char* IPGetArg(int index) {
   const std::vector<std::string>& arguments = TheHostState().arguments;
-  if (index < 1 || static_cast<std::size_t>(index) > arguments.size()) return nullptr;
-  return arguments[static_cast<std::size_t>(index) - 1].c_str();
+  const auto position = static_cast<std::size_t>(index) - 1;  // of 0 and below, beyond any end
+  return position < arguments.size() ? arguments[position].c_str() : nullptr;
 }
 
 int IPParseRealArg(const char* argument, const char* name, int maxCount, float* values) {
   const int count = ParseRealArgument(argument, name, maxCount, values);
-  if (count <= 0) return count;
-  std::vector<RealValues>& read = TheHostState().realOptions;
-  std::erase_if(read, [name](const RealValues& before) { return before.name == name; });
-  read.push_back({name, {values, values + maxCount}});
+  if (count > 0) TheHostState().realOptions[name].assign(values, values + maxCount);
   return count;
 }
 
 void IPAppendCommand(const char* option) { TheHostState().echoedOptions.emplace_back(option); }
 
 int IMRtMode(int stream, int* mode) {
-  const auto found = TheHostState().streams.find(stream);
-  if (found == TheHostState().streams.end() || !found->second.open) {
-    *mode = 0;
-    return -1;
-  }
-  found->second.modeAsked = true;
-  *mode = found->second.mode;
-  return 0;
+  StreamState& state = TheHostState().streams[stream];
+  state.modeAsked = true;
+  *mode = state.open ? state.mode : 0;
+  return state.open ? 0 : -1;
 }
 
 void WMAddInfoButton(const char* label, const char* helpKey) {

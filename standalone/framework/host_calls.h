@@ -10,7 +10,7 @@
 
 namespace lumomixcalc::standalone {
 
-// One input or output as the application declared it.
+// One input or output.
 struct DeclaredStream {
   int number = 0;
   std::string label;  // without the blanks around it
@@ -19,7 +19,7 @@ struct DeclaredStream {
   std::string OptionName() const;
 };
 
-// What the application declared of itself.
+// What the application declares of itself.
 struct Registration {
   std::string title;
   int menuX = 0;  // the panel's place on the screen, in pixels
@@ -31,7 +31,7 @@ struct Registration {
   std::vector<DeclaredStream> outputs;
   std::map<int, IPRoutine> routines;  // by slot
 
-  // Calls the routine of a slot; one that was not registered has nothing to do.
+  // Calls the routine of a slot, if one is registered.
   void Call(int slot) const;
 
   // Throws Failure when the application asks for what this host does not offer.
@@ -86,32 +86,21 @@ struct StreamState {
   float* blockData = nullptr;  // the current block
 };
 
-// Values that an option or a row of the panel's fields has.
-struct RealValues {
-  std::string name;  // the option's; empty for a row
-  std::vector<float> values;
-};
-
 // Everything that the host calls read and write. They carry no handle, so there is one of it in
 // the process; whoever drives the application fills it before a callback and reads it afterwards.
 struct HostState {
   Registration registration;
   std::vector<PanelRow> panelRows;     // empty until the application was asked for them
   bool panelRowIsOpen = false;         // the next element belongs to the last row
-  std::map<int, StreamState> streams;  // by number
+  std::map<int, StreamState> streams;  // by number; others are closed
   int outputMode = -1;                 // the mode that the user chose, or -1
   bool desisted = false;
-  bool messagesAreUsage = false;  // texts shown now belong to the usage text on standard output
 
-  std::vector<std::string> arguments;      // those left to the application
-  std::vector<RealValues> realOptions;     // as read last, one for each name
-  std::vector<std::string> echoedOptions;  // what the application appended
-
-  // The state of a stream; a closed one when there is none of that number.
-  const StreamState& Stream(int number) const;
+  std::vector<std::string> arguments;                     // those left to the application
+  std::map<std::string, std::vector<float>> realOptions;  // as read last, by name
+  std::vector<std::string> echoedOptions;                 // what the application appended
 };
 
-// The one host of the process.
 HostState& TheHostState();
 
 }  // namespace lumomixcalc::standalone

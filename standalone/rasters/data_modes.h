@@ -4,7 +4,6 @@
 
 #include <span>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace lumomixcalc::standalone {
@@ -16,7 +15,7 @@ struct DataMode {
   GDALDataType type;
   bool complex;
   bool integer;
-  // For integer modes, the range of an element, or of each of its two parts.
+  // The range of an element, or of each of its two parts.
   double lowest;
   double highest;
 };
@@ -27,15 +26,14 @@ std::span<const DataMode> DataModes();
 // The mode of a code from 0 to 8.
 const DataMode& DataModeOf(int code);
 
-// The mode named so, in lower case; null when there is none.
-const DataMode* FindDataMode(std::string_view name);
+// The mode named so, in upper or lower case; null when there is none.
+const DataMode* FindDataMode(const std::string& name);
 
 // The mode that a source of a type reports. Types without a mode of their own report the nearest
 // that says whether they are complex: CInt32 is CInt16, CFloat64 is CFloat32, and 64-bit integers
 // are Float64.
 const DataMode& DataModeOfType(GDALDataType type);
 
-// The names of all modes.
 std::vector<std::string> DataModeNames();
 
 }  // namespace lumomixcalc::standalone

@@ -5,67 +5,49 @@
 #include <gdal.h>
 #include <malloc.h>
 
-#include <mutex>
 #include <set>
-#include <vector>
 
 #include "standalone/base/messages.h"
 
 namespace lumomixcalc::standalone {
-
-struct GdalFailureLog {
-  mutable std::mutex mutex;
-  std::vector<std::string> texts;
-};
-
 namespace {
-
-GdalFailureLog& SharedLog() {
-  static GdalFailureLog log;
-  return log;
-}
 
 thread_local GdalFailureLog* ownLog = nullptr;
 
-GdalFailureLog& TheLog() { return ownLog ? *ownLog : SharedLog(); }
+GdalFailureLog& TheLog() {
+  static GdalFailureLog shared;
+  return ownLog ? *ownLog : shared;
+}
 
 // On one line, and with the final names of files that are still made in a hidden folder.
 std::string AsSentence(const char* message) {
-  const std::string folder = ".lumomixcalc-";
-  const std::size_t length = folder.size() + std::string("XXXXXX/").size();
+  const std::string folder = ".lumomixcalc-XXXXXX/";
   std::string text = message;
-  for (std::size_t place = 0; (place = text.find(folder, place)) != std::string::npos;)
-    text.erase(place, length);
+  for (std::size_t place = 0; (place = text.find(".lumomixcalc-", place)) != std::string::npos;)
+    text.erase(place, folder.size());
   for (char& c : text)
     if (c == '\n' || c == '\r') c = ' ';
   text.erase(text.find_last_not_of(" .") + 1);
-  return text;
+  return text.empty() ? "GDAL does not say why" : text;
 }
 
 std::mutex shownWarningsMutex;
 std::set<std::string> shownWarnings;
 
-void ShowOnce(const std::string& warning) {
-  {
-    const std::lock_guard lock(shownWarningsMutex);
-    if (!shownWarnings.insert(warning).second) return;
-  }
-  Warn(warning);
-}
-
-void NoteFailure(const std::string& text) {
-  GdalFailureLog& log = TheLog();
-  const std::lock_guard lock(log.mutex);
-  log.texts.push_back(text);
+bool IsNewWarning(const std::string& text) {
+  const std::lock_guard lock(shownWarningsMutex);
+  return shownWarnings.insert(text).second;
 }
 
 void CPL_STDCALL Handle(CPLErr severity, CPLErrorNum number, const char* message) {
   // What a format keeps in a file beside it is lost with that file.
   const bool losesMetadata = STARTS_WITH(message, "Unable to save auxiliary information");
+  const std::string text = AsSentence(message);
   if (severity == CE_Warning && !losesMetadata) {
-    ShowOnce(AsSentence(message));
+    if (IsNewWarning(text)) Warn(text);
   } else if (severity == CE_Warning || severity == CE_Failure) {
-    NoteFailure(AsSentence(message));
+    const std::lock_guard lock(TheLog().mutex);
+    TheLog().texts.push_back(text);
   } else {
     CPLDefaultErrorHandler(severity, number, message);
   }
@@ -85,20 +67,13 @@ void SetUpGdal() {
   GDALAllRegister();
 }
 
-OwnGdalFailures::OwnGdalFailures() : log_(std::make_unique<GdalFailureLog>()) {
-  ownLog = log_.get();
-}
+OwnGdalFailures::OwnGdalFailures() { ownLog = &log_; }
 
 OwnGdalFailures::~OwnGdalFailures() { ownLog = nullptr; }
 
 GdalFailures::GdalFailures() : log_(TheLog()) {
   const std::lock_guard lock(log_.mutex);
   before_ = log_.texts.size();
-}
-
-bool GdalFailures::Any() const {
-  const std::lock_guard lock(log_.mutex);
-  return log_.texts.size() > before_;
 }
 
 std::string GdalFailures::First() const {

@@ -2,12 +2,17 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <mutex>
 #include <string>
+#include <vector>
 
 namespace lumomixcalc::standalone {
 
-struct GdalFailureLog;
+// The texts of failures, each on one line.
+struct GdalFailureLog {
+  mutable std::mutex mutex;
+  std::vector<std::string> texts;
+};
 
 // Sets GDAL up for runs of this host: configuration, drivers, and an error handler that collects
 // failures of all threads and shows each warning once. GDAL reports most write errors in this way
@@ -22,11 +27,9 @@ class OwnGdalFailures {
  public:
   OwnGdalFailures();
   ~OwnGdalFailures();
-  OwnGdalFailures(const OwnGdalFailures&) = delete;
-  OwnGdalFailures& operator=(const OwnGdalFailures&) = delete;
 
  private:
-  std::unique_ptr<GdalFailureLog> log_;
+  GdalFailureLog log_;
 };
 
 // Tells the failures that came since it was made: those of its own thread when they are kept apart,
@@ -34,8 +37,8 @@ class OwnGdalFailures {
 class GdalFailures {
  public:
   GdalFailures();
-  bool Any() const;
-  // GDAL's text of the first of them, on one line; empty when there is none.
+  bool Any() const { return !First().empty(); }
+  // GDAL's text of the first of them; empty when there is none.
   std::string First() const;
 
  private:

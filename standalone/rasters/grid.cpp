@@ -1,11 +1,11 @@
 #include "standalone/rasters/grid.h"
 
+#include <cpl_string.h>
 #include <ogr_spatialref.h>
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
-#include <cstdio>
+#include <utility>
 #include <vector>
 
 #include "standalone/base/messages.h"
@@ -17,8 +17,7 @@ namespace {
 
 bool Contains(int columns, int rows, const PixelWindow& window) {
   return window.x >= 0 && window.y >= 0 && window.columns > 0 && window.rows > 0 &&
-         std::int64_t{window.x} + window.columns <= columns &&
-         std::int64_t{window.y} + window.rows <= rows;
+         window.x <= columns - window.columns && window.y <= rows - window.rows;
 }
 
 // Map coordinates are seldom exact: a place within a thousandth of a pixel of a pixel's edge is
@@ -29,6 +28,12 @@ double SnappedToEdge(double pixel) {
   return std::abs(pixel - nearest) < kTolerance ? nearest : pixel;
 }
 
+// The first pixel and the one after the last that the range of map coordinates touches.
+std::pair<double, double> Touched(double from, double to, double origin, double pixel) {
+  const auto [low, high] = std::minmax({(from - origin) / pixel, (to - origin) / pixel});
+  return {std::floor(SnappedToEdge(low)), std::ceil(SnappedToEdge(high))};
+}
+
 // The pixels that the map window touches.
 PixelWindow PixelsOf(const MapWindow& window, const Geotransform& transform, int columns, int rows,
                      const std::string& name) {
@@ -36,14 +41,8 @@ PixelWindow PixelsOf(const MapWindow& window, const Geotransform& transform, int
   if (transform[2] != 0 || transform[4] != 0)
     throw Failure(option + ": the image " + name +
                   " is rotated on the map; choose pixels by -region=");
-  const double x1 = (window.xMin - transform[0]) / transform[1];
-  const double x2 = (window.xMax - transform[0]) / transform[1];
-  const double y1 = (window.yMin - transform[3]) / transform[5];
-  const double y2 = (window.yMax - transform[3]) / transform[5];
-  const double left = std::floor(SnappedToEdge(std::min(x1, x2)));
-  const double right = std::ceil(SnappedToEdge(std::max(x1, x2)));
-  const double top = std::floor(SnappedToEdge(std::min(y1, y2)));
-  const double bottom = std::ceil(SnappedToEdge(std::max(y1, y2)));
+  const auto [left, right] = Touched(window.xMin, window.xMax, transform[0], transform[1]);
+  const auto [top, bottom] = Touched(window.yMin, window.yMax, transform[3], transform[5]);
   // Written so that a NaN is refused, too.
   if (!(left >= 0 && top >= 0 && right <= columns && bottom <= rows && left < right &&
         top < bottom)) {
@@ -88,18 +87,13 @@ double LargestShift(const Geotransform& a, const Geotransform& b, double columns
 
 }  // namespace
 
-std::string SizeText(int columns, int rows) {
-  return std::to_string(columns) + " x " + std::to_string(rows) + " pixels";
-}
+std::string SizeText(int columns, int rows) { return CPLSPrintf("%d x %d pixels", columns, rows); }
 
 std::string ToText(const PixelWindow& window) {
-  return std::to_string(window.x) + ":" + std::to_string(window.y) + ":" +
-         std::to_string(window.columns) + ":" + std::to_string(window.rows);
+  return CPLSPrintf("%d:%d:%d:%d", window.x, window.y, window.columns, window.rows);
 }
 
-std::string ToText(const Looks& looks) {
-  return std::to_string(looks.x) + ":" + std::to_string(looks.y);
-}
+std::string ToText(const Looks& looks) { return CPLSPrintf("%d:%d", looks.x, looks.y); }
 
 std::string ToText(const MapWindow& window) {
   return ShortestText(window.xMin) + ":" + ShortestText(window.yMin) + ":" +
@@ -156,9 +150,7 @@ std::string GeoreferencingDifference(GDALDataset& one, GDALDataset& other) {
   const double shift =
       LargestShift(*transform1, *transform2, one.GetRasterXSize(), one.GetRasterYSize());
   if (shift <= kTolerance) return "";
-  char text[64];
-  std::snprintf(text, sizeof text, "their geotransforms differ by up to %.3g pixels", shift);
-  return text;
+  return CPLSPrintf("their geotransforms differ by up to %.3g pixels", shift);
 }
 
 std::optional<Geotransform> GeotransformOf(GDALDataset& dataset) {

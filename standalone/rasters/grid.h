@@ -27,12 +27,18 @@ struct MapWindow {
   double yMax = 0;
 };
 
-// "C x R pixels".
-std::string SizeText(int columns, int rows);
+// Blocks of so many columns and rows of results whose average is stored in place of them.
+struct Looks {
+  int x = 1;
+  int y = 1;
+};
 
-// The windows as the options -region= and -window= take them.
+std::string SizeText(int columns, int rows);  // "C x R pixels"
+
+// As the options -region=, -window= and -looks= take them.
 std::string ToText(const PixelWindow& window);
 std::string ToText(const MapWindow& window);
+std::string ToText(const Looks& looks);
 
 // How pixels are made when the resolution is reduced. The first four are GDAL's, from the pixels
 // of full resolution; kOverview takes the overview of just that resolution, as its maker made it;
@@ -52,15 +58,6 @@ inline constexpr std::array<ResamplingMethod, 5> kResamplingMethods = {{
     {"cubic", GRIORA_Cubic, 2},
     {"overview", GRIORA_NearestNeighbour, 0},
 }};
-
-// Blocks of so many columns and rows of results whose average is stored in place of them.
-struct Looks {
-  int x = 1;
-  int y = 1;
-};
-
-// As the option -looks= takes it.
-std::string ToText(const Looks& looks);
 
 // What a run takes of its inputs, as the user asks for it.
 struct Selection {
@@ -85,7 +82,6 @@ struct OutputGrid {
   // The grid of the results of which looks are the average.
   OutputGrid BeforeLooks() const;
 
-  // The geotransform of the output, given that of the input.
   Geotransform Transformed(const Geotransform& input) const;
 };
 
@@ -100,7 +96,6 @@ OutputGrid MakeOutputGrid(const Selection& selection, int columns, int rows,
 // to a hundredth of a pixel, or when one of them has no georeferencing to compare.
 std::string GeoreferencingDifference(GDALDataset& one, GDALDataset& other);
 
-// The geotransform of a dataset; none when it has none.
 std::optional<Geotransform> GeotransformOf(GDALDataset& dataset);
 
 // Gives to the geotransform, coordinate reference system and ground control points of from, as they

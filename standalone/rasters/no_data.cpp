@@ -53,8 +53,7 @@ bool StoreHeld(std::span<const float> values, const DataMode& mode, double avoid
 template <typename Integer>
 void StoreElement(std::span<const float> parts, const DataMode& mode,
                   const std::optional<double>& noData, Integer* out, UnheldElements& counts) {
-  const bool hasNan =
-      std::any_of(parts.begin(), parts.end(), [](float x) { return std::isnan(x); });
+  const bool hasNan = std::ranges::any_of(parts, [](float x) { return std::isnan(x); });
   if (hasNan && noData) {
     std::fill_n(out, parts.size(), static_cast<Integer>(*noData));
     return;
@@ -100,8 +99,7 @@ std::optional<double> DeclaredNoData(GDALRasterBand& band) {
     value = static_cast<double>(band.GetNoDataValueAsUInt64(&declared));
   else
     value = band.GetNoDataValue(&declared);
-  if (!declared) return std::nullopt;
-  return value;
+  return declared ? std::optional(value) : std::nullopt;
 }
 
 void MaskNoData(std::span<float> values, bool complex, double noData) {

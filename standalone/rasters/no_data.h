@@ -12,7 +12,6 @@
 // that they cannot.
 namespace lumomixcalc::standalone {
 
-// The no-data value that a band declares; none when it declares none.
 std::optional<double> DeclaredNoData(GDALRasterBand& band);
 
 // The one rule for complex elements, for reading and for storing: an element is no data when its

@@ -1,11 +1,12 @@
 #include "standalone/rasters/output_format.h"
 
+#include <cpl_error.h>
+
 #include <algorithm>
 #include <array>
 #include <filesystem>
 
 #include "standalone/base/messages.h"
-#include "standalone/rasters/gdal_library.h"
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -23,22 +24,20 @@ bool CanWriteFiles(GDALDriver* driver) {
          (Can(driver, GDAL_DCAP_CREATE) || Can(driver, GDAL_DCAP_CREATECOPY));
 }
 
-bool HasExtension(GDALDriver* driver, const std::string& extension) {
-  const char* const extensions = driver->GetMetadataItem(GDAL_DMD_EXTENSIONS);
-  return extensions &&
-         CPLStringList(CSLTokenizeString(extensions)).FindString(extension.c_str()) >= 0;
+bool Lists(GDALDriver* driver, const char* item, const char* wanted) {
+  const char* const list = driver->GetMetadataItem(item);
+  return list && CPLStringList(CSLTokenizeString(list)).FindString(wanted) >= 0;
 }
 
-OutputFormat FormatOf(GDALDriver* driver) { return {driver, !Can(driver, GDAL_DCAP_CREATE)}; }
-
 bool Holds(GDALDriver* driver, const DataMode& mode) {
-  const char* const types = driver->GetMetadataItem(GDAL_DMD_CREATIONDATATYPES);
   // A driver that does not say is left to refuse by itself.
-  return !types ||
-         CPLStringList(CSLTokenizeString(types)).FindString(GDALGetDataTypeName(mode.type)) >= 0;
+  return !driver->GetMetadataItem(GDAL_DMD_CREATIONDATATYPES) ||
+         Lists(driver, GDAL_DMD_CREATIONDATATYPES, GDALGetDataTypeName(mode.type));
 }
 
 }  // namespace
+
+bool OutputFormat::CopiesOnly() const { return !Can(driver, GDAL_DCAP_CREATE); }
 
 std::vector<std::string> WritableFormats() {
   std::vector<std::string> names;
@@ -53,20 +52,20 @@ OutputFormat ChooseOutputFormat(const std::string& name, const std::string& path
   GDALDriverManager& manager = *GetGDALDriverManager();
   if (!name.empty()) {
     GDALDriver* const driver = manager.GetDriverByName(name.c_str());
-    if (driver && CanWriteFiles(driver)) return FormatOf(driver);
-    std::string suggestion = Suggestion(name, WritableFormats());
-    if (suggestion.empty()) suggestion = "; it has " + ListText(WritableFormats());
-    throw WrongCommandLine("-format=" + name + ": not a format that GDAL can write here" +
-                           suggestion);
+    if (driver && CanWriteFiles(driver)) return {driver};
+    const std::string suggestion = Suggestion(name, WritableFormats());
+    throw WrongCommandLine(
+        "-format=" + name + ": not a format that GDAL can write here" +
+        (suggestion.empty() ? "; it has " + Joined(WritableFormats()) : suggestion));
   }
-  std::string extension = std::filesystem::path(path).extension().string();
-  if (extension.empty()) return FormatOf(manager.GetDriverByName("GTiff"));
-  extension.erase(0, 1);
+  const std::string extension = std::filesystem::path(path).extension().string();
+  if (extension.empty()) return {manager.GetDriverByName("GTiff")};
   bool known = false;
   for (int i = 0; i < manager.GetDriverCount(); ++i) {
     GDALDriver* const driver = manager.GetDriver(i);
-    if (!HasExtension(driver, extension) || !Can(driver, GDAL_DCAP_RASTER)) continue;
-    if (CanWriteFiles(driver)) return FormatOf(driver);
+    if (!Lists(driver, GDAL_DMD_EXTENSIONS, &extension[1]) || !Can(driver, GDAL_DCAP_RASTER))
+      continue;
+    if (CanWriteFiles(driver)) return {driver};
     known = true;
   }
   throw WrongCommandLine(
@@ -78,33 +77,29 @@ OutputFormat ChooseOutputFormat(const std::string& name, const std::string& path
 void CheckCreationOptions(const OutputFormat& format, const std::vector<std::string>& options) {
   CPLStringList list;
   for (const std::string& option : options) list.AddString(option.c_str());
-  CPLPushErrorHandler(CPLQuietErrorHandler);  // the texts are in the sentence below
-  const bool valid = GDALValidateCreationOptions(format.driver, list.List()) != FALSE;
-  const std::string reason = CPLGetLastErrorMsg();
-  CPLPopErrorHandler();
-  if (!valid) throw WrongCommandLine("-co: " + reason);
+  const CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);
+  if (!GDALValidateCreationOptions(format.driver, list.List()))
+    throw WrongCommandLine(std::string("-co: ") + CPLGetLastErrorMsg());
 }
 
-CPLStringList CreationOptions(const OutputSpecification& specification) {
-  CPLStringList options;
-  for (const std::string& option : specification.creationOptions) options.AddString(option.c_str());
-  const auto setUnlessChosen = [&options](const char* name, const char* value) {
-    if (!options.FetchNameValue(name)) options.SetNameValue(name, value);
-  };
-  const std::string format = specification.format.Name();
+CPLStringList CreationOptions(const OutputFormat& format, const std::vector<std::string>& options) {
+  CPLStringList list;
+  for (const std::string& option : options) list.AddString(option.c_str());
   // Classic TIFF ends at 4 GB; by itself the driver takes the larger layout only when it knows the
   // final size.
-  if (format == "GTiff") setUnlessChosen("BIGTIFF", "IF_SAFER");
-  if (format == "netCDF") setUnlessChosen("WRITE_GDAL_HISTORY", "NO");
-  return options;
+  if (format.Name() == "GTiff" && !list.FetchNameValue("BIGTIFF"))
+    list.SetNameValue("BIGTIFF", "IF_SAFER");
+  if (format.Name() == "netCDF" && !list.FetchNameValue("WRITE_GDAL_HISTORY"))
+    list.SetNameValue("WRITE_GDAL_HISTORY", "NO");
+  return list;
 }
 
 bool OnlyLayOut(const std::vector<std::string>& options) {
   constexpr std::array<const char*, 4> kLayout = {"BIGTIFF=", "BLOCKYSIZE=", "COMPRESS=NONE",
                                                   "INTERLEAVE="};
-  return std::all_of(options.begin(), options.end(), [&](const std::string& option) {
-    return std::any_of(kLayout.begin(), kLayout.end(),
-                       [&](const char* name) { return STARTS_WITH_CI(option.c_str(), name); });
+  return std::ranges::all_of(options, [&](const std::string& option) {
+    return std::ranges::any_of(
+        kLayout, [&](const char* name) { return STARTS_WITH_CI(option.c_str(), name); });
   });
 }
 
@@ -115,7 +110,7 @@ void CheckThatFormatHolds(const OutputFormat& format, const DataMode& mode) {
     if (Holds(format.driver, other)) held.emplace_back(other.name);
   throw Failure(
       "the format " + format.Name() + " cannot hold " + mode.name + " data; it holds " +
-      (held.empty() ? "none of the types of -mode=" : ListText(held) + " (choose by -mode=)") +
+      (held.empty() ? "none of the types of -mode=" : Joined(held) + " (choose by -mode=)") +
       ", and GTiff and ENVI hold all");
 }
 

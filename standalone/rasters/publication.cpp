@@ -31,22 +31,21 @@ bool IsThere(const fs::path& path) {
 }
 
 // The folders of this process, and what keeps them from being removed while files are moved out.
+// Never destroyed: a thread that ends the process may come after the end of main.
 struct Folders {
   std::mutex mutex;
   std::set<fs::path> paths;
 };
+Folders& folders = *new Folders;
 
-// Never destroyed: a thread that ends the process may come after the end of main.
-Folders& TheFolders() {
-  static auto* const folders = new Folders;
-  return *folders;
-}
-
-// Renames without replacing anything, as far as the file system can promise that.
-int RenameToNew(const fs::path& from, const fs::path& to) {
-  if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
-  if (errno != EINVAL && errno != ENOSYS) return errno;
-  if (IsThere(to)) return EEXIST;
+// Moves a file inside its file system. Unless it replaces, it leaves alone what is at the new
+// place, as far as the file system can promise that. Returns 0 or an error number.
+int Move(const fs::path& from, const fs::path& to, bool replaces) {
+  if (!replaces) {
+    if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
+    if (errno != EINVAL && errno != ENOSYS) return errno;
+    if (IsThere(to)) return EEXIST;
+  }
   return rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
 }
 
@@ -64,33 +63,6 @@ void TakeAccess(const fs::path& old, const fs::path& file) {
   // The bits that make a program run as its owner are for the old contents alone.
   chmod(file.c_str(), before.st_mode & (hasGroup && !hasList ? 0777 : 0700));
 }
-
-// Gives a file its final name in the same file system. Returns 0 or an error number.
-int MoveIntoPlace(const fs::path& from, const fs::path& to, bool overwrite) {
-  if (!overwrite) return RenameToNew(from, to);
-  TakeAccess(to, from);
-  return rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
-}
-
-// Moves that can be taken back in the reverse order.
-class Moves {
- public:
-  int Move(const fs::path& from, const fs::path& to) {
-    const int error = RenameToNew(from, to);
-    if (error == 0) done_.emplace_back(from, to);
-    return error;
-  }
-  // Returns whether everything is where it was.
-  bool TakeBack() {
-    bool isBack = true;
-    for (; !done_.empty(); done_.pop_back())
-      isBack &= RenameToNew(done_.back().second, done_.back().first) == 0;
-    return isBack;
-  }
-
- private:
-  std::vector<std::pair<fs::path, fs::path>> done_;
-};
 
 }  // namespace
 
@@ -134,18 +106,18 @@ Publication::Publication(const fs::path& target, bool overwrite, std::vector<Inp
       inputs_(std::move(inputs)),
       parent_(ParentOf(target)) {
   std::string pattern = (parent_ / ".lumomixcalc-XXXXXX").string();
-  const std::lock_guard lock(TheFolders().mutex);
+  const std::lock_guard lock(folders.mutex);
   if (!mkdtemp(pattern.data()))
     throw Failure("cannot write " + target.string() + ": cannot make a folder in " +
                   parent_.string() + ": " + std::strerror(errno));
   folder_ = pattern;
-  TheFolders().paths.insert(folder_);
+  folders.paths.insert(folder_);
 }
 
 Publication::~Publication() {
-  const std::lock_guard lock(TheFolders().mutex);
+  const std::lock_guard lock(folders.mutex);
   std::error_code ignored;
-  if (TheFolders().paths.erase(folder_) > 0) fs::remove_all(folder_, ignored);
+  if (folders.paths.erase(folder_) > 0) fs::remove_all(folder_, ignored);
 }
 
 // The files that the run made, the target last. Hidden ones of other names are something else, such
@@ -157,8 +129,8 @@ std::vector<fs::path> Publication::Names() const {
     if (!name.starts_with('.') || name.starts_with(target_.stem().string()))
       names.emplace_back(name);
   }
-  std::partition(names.begin(), names.end(),
-                 [this](const fs::path& name) { return name != target_.filename(); });
+  std::ranges::partition(names,
+                         [this](const fs::path& name) { return name != target_.filename(); });
   return names;
 }
 
@@ -171,7 +143,7 @@ std::vector<fs::path> Publication::StaleNames() const {
   const std::string extension = target_.extension();
   std::vector<fs::path> stale = {name + ".aux.xml", name + ".ovr", name + ".msk",
                                  name + ".msk.ovr"};
-  if (std::find(made.begin(), made.end(), stem + ".hdr") != made.end()) {
+  if (std::ranges::find(made, fs::path(stem + ".hdr")) != made.end()) {
     // Where both are there, this header is read and not the one without the target's extension.
     stale.emplace_back(name + ".hdr");
   } else if (extension.size() > 2) {  // world files: .tif has .tfw, .tifw and .wld
@@ -181,7 +153,7 @@ std::vector<fs::path> Publication::StaleNames() const {
   }
   std::erase_if(stale, [&](const fs::path& file) {
     return !IsThere(parent_ / file) || fs::is_directory(parent_ / file) ||
-           std::find(made.begin(), made.end(), file) != made.end();
+           std::ranges::find(made, file) != made.end();
   });
   return stale;
 }
@@ -189,13 +161,12 @@ std::vector<fs::path> Publication::StaleNames() const {
 void Publication::RefuseToReplace(const fs::path& name, const std::string& reason) const {
   const std::string place = target_.parent_path() / name;
   if (!overwrite_) throw Failure(place + reason);
+  const auto isThis = [&](const std::string& file) { return IsSameFile(parent_ / name, file); };
   for (const InputFiles& input : inputs_)
-    if (!IsSameFile(target_, input.name))
-      for (const std::string& file : input.files)
-        if (IsSameFile(parent_ / name, file))
-          throw Failure(place + " belongs to the input " + input.name + ", and the output " +
-                        target_.string() + " would replace it; choose another name" +
-                        (name.extension() == ".hdr" ? " or add -co=SUFFIX=ADD" : ""));
+    if (!IsSameFile(target_, input.name) && std::ranges::any_of(input.files, isThis))
+      throw Failure(place + " belongs to the input " + input.name + ", and the output " +
+                    target_.string() + " would replace it; choose another name" +
+                    (name.extension() == ".hdr" ? " or add -co=SUFFIX=ADD" : ""));
 }
 
 void Publication::CheckPlaces() const {
@@ -213,40 +184,39 @@ void Publication::CheckPlaces() const {
 void Publication::Publish() {
   CheckPlaces();
   const std::vector<fs::path> names = Names();
+  for (const fs::path& name : names) TakeAccess(parent_ / name, folder_ / name);
+  // A file alone is replaced at one moment. Of several, old and new ones are never mixed.
+  const bool replaces = overwrite_ && names.size() == 1;
   std::vector<fs::path> old;
-  if (overwrite_) {
-    old = StaleNames();
-    // A file alone is replaced at one moment. Of several, old and new ones are never mixed.
-    if (names.size() > 1) old.insert(old.end(), names.rbegin(), names.rend());
-  }
-  if (names.size() > 1)
-    for (const fs::path& name : names) TakeAccess(parent_ / name, folder_ / name);
+  if (overwrite_) old = StaleNames();
+  if (overwrite_ && !replaces) old.insert(old.end(), names.rbegin(), names.rend());
   const fs::path aside = folder_ / ".old";
+  if (!old.empty()) fs::create_directory(aside);
 
-  const std::lock_guard lock(TheFolders().mutex);
-  Moves moves;
-  const auto failOn = [&](int error, const fs::path& name) {
-    if (error == 0) return;
-    const bool isBack = moves.TakeBack();
-    if (!isBack) TheFolders().paths.erase(folder_);  // it stays
-    throw Failure("cannot write " + (target_.parent_path() / name).string() + ": " +
+  const std::lock_guard lock(folders.mutex);
+  std::vector<std::pair<fs::path, fs::path>> moves;
+  for (const fs::path& name : old)
+    if (IsThere(parent_ / name)) moves.emplace_back(parent_ / name, aside / name);
+  for (const fs::path& name : names) moves.emplace_back(folder_ / name, parent_ / name);
+  for (std::size_t i = 0; i < moves.size(); ++i) {
+    const auto& [from, to] = moves[i];
+    const int error = Move(from, to, replaces);
+    if (error == 0) continue;
+    bool isBack = true;
+    for (std::size_t done = i; done-- > 0;)
+      isBack &= Move(moves[done].second, moves[done].first, false) == 0;
+    if (!isBack) folders.paths.erase(folder_);  // it stays
+    throw Failure("cannot write " + (target_.parent_path() / from.filename()).string() + ": " +
                   std::strerror(error) +
                   (isBack ? "" : "; files that were there are in " + aside.string()));
-  };
-  if (!old.empty()) fs::create_directory(aside);
-  for (const fs::path& name : old)
-    if (IsThere(parent_ / name)) failOn(moves.Move(parent_ / name, aside / name), name);
-  for (const fs::path& name : names)
-    failOn(names.size() == 1 ? MoveIntoPlace(folder_ / name, parent_ / name, overwrite_)
-                             : moves.Move(folder_ / name, parent_ / name),
-           name);
+  }
 }
 
 void RemovePublicationFolders() {
-  const std::lock_guard lock(TheFolders().mutex);
+  const std::lock_guard lock(folders.mutex);
   std::error_code error;
   // A thread that still writes may make a file meanwhile.
-  for (const fs::path& folder : TheFolders().paths)
+  for (const fs::path& folder : folders.paths)
     for (int tries = 0; tries < 3 && IsThere(folder); ++tries) fs::remove_all(folder, error);
 }
 

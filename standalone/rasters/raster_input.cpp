@@ -22,8 +22,8 @@ std::string SubdatasetHint(GDALDataset& container) {
   const CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);
   std::string first;
   for (int i = 1;; ++i) {
-    const std::string item = "SUBDATASET_" + std::to_string(i) + "_NAME";
-    const char* const name = container.GetMetadataItem(item.c_str(), "SUBDATASETS");
+    const char* const name =
+        container.GetMetadataItem(CPLSPrintf("SUBDATASET_%d_NAME", i), "SUBDATASETS");
     if (!name) return first;
     std::string hint = std::string("; name one of its subdatasets, such as ") + name;
     const GDALDatasetUniquePtr raster(GDALDataset::Open(name, GDAL_OF_RASTER));
@@ -45,8 +45,7 @@ bool MayBeRounded(GDALDataType type, std::span<const float> elements) {
   constexpr float kExactIntegers = 0x1p24F;
   return GDALDataTypeUnion(type, GDT_CFloat32) != GDT_CFloat32 &&
          (GDALDataTypeIsFloating(type) ||
-          std::any_of(elements.begin(), elements.end(),
-                      [](float element) { return std::abs(element) >= kExactIntegers; }));
+          std::ranges::any_of(elements, [](float x) { return std::abs(x) >= kExactIntegers; }));
 }
 
 // How far the furthest of count items that lie step bytes apart is beyond the first: with a step
@@ -288,7 +287,7 @@ std::int64_t RasterInput::CacheBytes(int stripRows) const {
   // A driver that interleaves bands fills the cache with a block of each.
   const char* const interleave = Pixels().GetMetadataItem("INTERLEAVE", "IMAGE_STRUCTURE");
   const bool together = interleave && EQUAL(interleave, "PIXEL");
-  const std::int64_t bands = together ? Bands() : static_cast<std::int64_t>(bands_.size());
+  const int bands = together ? Bands() : static_cast<int>(bands_.size());
   return bands * pixels * GDALGetDataTypeSizeBytes(band.GetRasterDataType());
 }
 

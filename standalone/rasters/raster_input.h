@@ -52,7 +52,6 @@ class RasterInput {
   // precision, with the first example found; a scale or offset that a band declares.
   std::vector<std::string> Losses() const;
 
-  // The no-data value that a band (from 1) declares.
   std::optional<double> NoData(int band) const {
     return DeclaredNoData(*dataset_->GetRasterBand(band));
   }

@@ -3,6 +3,7 @@
 #include <cpl_string.h>
 
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <fstream>
 #include <numeric>
@@ -11,9 +12,9 @@
 #include <utility>
 
 #include "standalone/base/messages.h"
+#include "standalone/base/numbers.h"
 #include "standalone/rasters/gdal_library.h"
 #include "standalone/rasters/grid.h"
-#include "standalone/rasters/output_check.h"
 
 namespace lumomixcalc::standalone {
 namespace fs = std::filesystem;
@@ -37,32 +38,113 @@ void ReplaceNameAtHead(const fs::path& file, std::string made, std::string final
   stream.write(final.data(), static_cast<std::streamsize>(final.size()));
 }
 
+using Row = std::vector<double>;  // pairs
+
+bool ReadRow(GDALRasterBand& band, int row, Row& elements) {
+  const int columns = band.GetXSize();
+  elements.resize(2 * static_cast<std::size_t>(columns));
+  return band.RasterIO(GF_Read, 0, row, columns, 1, elements.data(), columns, 1, GDT_CFloat64, 0, 0,
+                       nullptr) == CE_None;
+}
+
+// What a format did not keep of the elements: text has fewer digits, JPEG other values.
+struct Changes {
+  std::uint64_t count = 0;
+  double from = 0;  // of the first
+  double to = 0;
+  bool missing = false;
+};
+
+void CountChanges(const Row& original, const Row& copy, const std::optional<double>& missingValue,
+                  Changes& changes) {
+  for (std::size_t i = 0; i < copy.size(); ++i) {
+    if (original[i] == copy[i] || std::isnan(original[i])) continue;
+    changes.missing |= i % 2 == 0 && copy[i] == missingValue;
+    if (changes.count++ > 0) continue;
+    changes.from = original[i];
+    changes.to = copy[i];
+  }
+}
+
+bool ReadBack(GDALDataset& written, const OutputSpecification& specification, GDALDataset* original,
+              Changes& changes) {
+  const std::string format = specification.format.Name();
+  const int rows = specification.rows;
+  Row copy;
+  Row source;
+  for (int row = format == "GTiff" ? rows - 1 : 0; row < rows; ++row)
+    for (int number = 1; number <= specification.bands; ++number) {
+      GDALRasterBand& band = *written.GetRasterBand(number);
+      if (!ReadRow(band, row, copy)) return false;
+      if (!original) continue;
+      if (!ReadRow(*original->GetRasterBand(number), row, source)) return false;
+      // The driver of XYZ files takes elements that are not in the file for its no-data value.
+      CountChanges(source, copy, format == "XYZ" ? DeclaredNoData(band) : std::nullopt, changes);
+    }
+  return true;
+}
+
+// Reads a complete output back: whether it opens, has size, bands and a type wide enough, and its
+// elements can be read: the last row of a TIFF, whose driver reports every failed write, and all of
+// other formats. With original, the raster that it is a copy of, warns of elements that the format
+// changed. Returns what is wrong with the output, for a message; empty when nothing is.
+std::string FaultOfFile(const fs::path& file, const OutputSpecification& specification,
+                        GDALDataset* original) {
+  const GdalFailures failures;
+  // Only by its own driver, unless that writes a variety of another driver's files.
+  const std::array<const char*, 2> own = {specification.format.driver->GetDescription(), nullptr};
+  const bool opens = specification.format.driver->GetMetadataItem(GDAL_DCAP_OPEN) != nullptr;
+  const GDALDatasetUniquePtr written(
+      GDALDataset::Open(file.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR,
+                        opens ? own.data() : nullptr));
+  if (!written) return "it does not open again: " + failures.First();
+  // A container of one raster per band shows them as subdatasets; that it opens is enough.
+  if (written->GetRasterCount() == 0 && written->GetMetadata("SUBDATASETS")) return "";
+  if (written->GetRasterXSize() != specification.columns ||
+      written->GetRasterYSize() != specification.rows ||
+      written->GetRasterCount() != specification.bands)
+    return "it reads back with another size";
+  // A text format may take a wider type for what it reads.
+  const GDALDataType type = written->GetRasterBand(1)->GetRasterDataType();
+  if (GDALDataTypeUnion(type, specification.mode->type) != type)
+    return std::string("it reads back as ") + GDALGetDataTypeName(type);
+  // A file cut short by a full disk opens well, but its last elements cannot be read.
+  Changes changes;
+  if (!ReadBack(*written, specification, original, changes) || failures.Any())
+    return "its elements cannot be read back: " + failures.First();
+  if (changes.missing) return "elements are missing when it is read back; the disk may be full";
+  if (changes.count > 0)
+    Warn("the format " + specification.format.Name() + " does not hold all values exactly: " +
+         CountText(changes.count, "value") + " changed, the first from " +
+         ShortestText(changes.from) + " to " + ShortestText(changes.to));
+  return "";
+}
+
 }  // namespace
 
 RasterOutput::RasterOutput(const OutputSpecification& specification)
     : specification_(specification),
       publication_(specification.target, specification.overwrite, specification.inputs),
       file_(publication_.Folder() / specification.target.filename()),
-      workFile_(specification.format.copiesOnly ? publication_.Folder() / ".uncopied.tif" : file_),
-      unheld_(static_cast<std::size_t>(specification.bands)) {
-  if (specification_.format.copiesOnly) {
-    OutputSpecification original = specification_;
-    original.format.driver = GetGDALDriverManager()->GetDriverByName("GTiff");
-    original.creationOptions.clear();
-    Create(original);
-    return;
-  }
-  Create(specification_);
-  if (HasPlainRows(*dataset_) && OnlyLayOut(specification_.creationOptions)) LayOutRows();
+      workFile_(specification.format.CopiesOnly() ? publication_.Folder() / ".uncopied.tif"
+                                                  : file_) {
+  if (workFile_ != file_)
+    Create({GetGDALDriverManager()->GetDriverByName("GTiff")}, {});
+  else
+    Create(specification_.format, specification_.creationOptions);
+  if (workFile_ == file_ && HasPlainRows(*dataset_) && OnlyLayOut(specification_.creationOptions))
+    LayOutRows();
 }
 
-void RasterOutput::Create(const OutputSpecification& made) {
+void RasterOutput::Create(const OutputFormat& format, const std::vector<std::string>& options) {
+  const DataMode& mode = *specification_.mode;
   const GdalFailures failures;
-  dataset_.reset(made.format.driver->Create(workFile_.c_str(), made.columns, made.rows, made.bands,
-                                            made.mode->type, CreationOptions(made).List()));
+  dataset_.reset(format.driver->Create(workFile_.c_str(), specification_.columns,
+                                       specification_.rows, specification_.bands, mode.type,
+                                       CreationOptions(format, options).List()));
   if (!dataset_ || failures.Any()) FailToWrite(failures.First());
-  if (dataset_->GetRasterBand(1)->GetRasterDataType() != made.mode->type)
-    FailToWrite("the format " + made.format.Name() + " cannot hold " + made.mode->name + " data");
+  if (dataset_->GetRasterBand(1)->GetRasterDataType() != mode.type)
+    FailToWrite("the format " + format.Name() + " cannot hold " + mode.name + " data");
   publication_.CheckPlaces();
   int blockColumns = 0;
   dataset_->GetRasterBand(1)->GetBlockSize(&blockColumns, &blockRows_);
@@ -99,10 +181,9 @@ void RasterOutput::FlushCompleteBlocks(int endRow) {
 }
 
 std::int64_t RasterOutput::CacheBytes(int stripRows) const {
-  // Between two flushes a strip of each band is in the cache, whole blocks of it.
-  const std::int64_t rows = std::int64_t{stripRows} + blockRows_;
   if (uncompressedRows_) return 0;
-  return rows * specification_.columns * specification_.bands *
+  // Between two flushes a strip of each band is in the cache, whole blocks of it.
+  return (std::int64_t{stripRows} + blockRows_) * specification_.columns * specification_.bands *
          GDALGetDataTypeSizeBytes(specification_.mode->type);
 }
 
@@ -118,7 +199,7 @@ void RasterOutput::Write(int band, int firstRow, int rows, const float* values) 
     buffer = converted_.data();
     if (mode.integer)
       StoreAsIntegers(std::span(values, elements * (mode.complex ? 2 : 1)), mode, noData_, buffer,
-                      unheld_[static_cast<std::size_t>(band) - 1]);
+                      unheld_[band]);
     else
       GDALCopyWords64(values, type, GDALGetDataTypeSizeBytes(type), buffer, mode.type,
                       GDALGetDataTypeSizeBytes(mode.type), static_cast<GPtrDiff_t>(elements));
@@ -137,7 +218,7 @@ void RasterOutput::Write(int band, int firstRow, int rows, const float* values) 
 
 void RasterOutput::Publish(const std::stop_token& stop) {
   GDALDatasetUniquePtr original;
-  if (specification_.format.copiesOnly)
+  if (workFile_ != file_)
     original = CopyToFormat(stop);
   else
     Close();
@@ -168,7 +249,8 @@ GDALDatasetUniquePtr RasterOutput::CopyToFormat(const std::stop_token& stop) {
   if (specification_.format.Name() == "AAIGrid" && !GeotransformOf(*dataset_))
     dataset_->SetGeoTransform(transform.data());
   GDALDatasetUniquePtr copy(specification_.format.driver->CreateCopy(
-      file_.c_str(), dataset_.get(), FALSE, CreationOptions(specification_).List(), goesOn,
+      file_.c_str(), dataset_.get(), FALSE,
+      CreationOptions(specification_.format, specification_.creationOptions).List(), goesOn,
       const_cast<std::stop_token*>(&stop)));
   if (stop.stop_requested()) throw Cancelled();
   if (!copy || failures.Any()) {

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <cpl_string.h>
 #include <gdal_priv.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <optional>
 #include <stop_token>
@@ -19,6 +19,19 @@
 
 namespace lumomixcalc::standalone {
 
+// The raster that a run is to write.
+struct OutputSpecification {
+  std::filesystem::path target;  // as ResolveOutput gives it
+  OutputFormat format;
+  const DataMode* mode = nullptr;
+  std::vector<std::string> creationOptions;
+  int columns = 0;
+  int rows = 0;
+  int bands = 0;
+  bool overwrite = false;
+  std::vector<InputFiles> inputs;
+};
+
 // The output raster, written in strips of whole rows in a temporary folder beside its place.
 // Unless Publish is reached, nothing of it is left and a file that was there stays as it was.
 class RasterOutput {
@@ -31,7 +44,6 @@ class RasterOutput {
   // Returns false when the format cannot hold it.
   bool DeclareNoData(double value);
 
-  // Rows of a block of the file.
   int BlockRows() const { return blockRows_; }
 
   // Throws Failure.
@@ -46,9 +58,7 @@ class RasterOutput {
   std::int64_t CacheBytes(int stripRows) const;
 
   // What a band's integer mode could not hold of what was written.
-  const UnheldElements& Unheld(int band) const {
-    return unheld_.at(static_cast<std::size_t>(band) - 1);
-  }
+  const UnheldElements& Unheld(int band) { return unheld_[band]; }
 
   // Completes the file, reads it back as far as to know that it is whole, and gives it its name.
   // Throws Failure, and Cancelled when stop asks for it before the file has its name.
@@ -57,7 +67,7 @@ class RasterOutput {
   GDALDataset& Dataset() { return *dataset_; }
 
  private:
-  void Create(const OutputSpecification& made);
+  void Create(const OutputFormat& format, const std::vector<std::string>& options);
   void LayOutRows();
   GDALDatasetUniquePtr CopyToFormat(const std::stop_token& stop);
   void Close();
@@ -72,7 +82,7 @@ class RasterOutput {
   GDALDatasetUniquePtr dataset_;  // closed before the folder goes
   std::unique_ptr<UncompressedRows> uncompressedRows_;
   std::vector<std::byte> converted_;
-  std::vector<UnheldElements> unheld_;  // by band
+  std::map<int, UnheldElements> unheld_;  // by band
 };
 
 }  // namespace lumomixcalc::standalone

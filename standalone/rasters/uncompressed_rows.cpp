@@ -1,7 +1,6 @@
 #include "standalone/rasters/uncompressed_rows.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <bit>
@@ -9,21 +8,21 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <optional>
 #include <system_error>
 
 namespace lumomixcalc::standalone {
+namespace fs = std::filesystem;
 namespace {
 
-// Calls pread or pwrite until all bytes are done. Returns how many were, fewer at the file's end,
-// or -1 with errno set.
-template <typename Transfer, typename Byte>
-std::int64_t TransferAll(Transfer transfer, int file, Byte* bytes, std::int64_t count,
+// Reads or writes all bytes. Returns how many were, fewer at the file's end, or -1 with errno set.
+std::int64_t TransferAll(GDALRWFlag flag, int file, void* buffer, std::int64_t count,
                          std::int64_t place) {
   std::int64_t done = 0;
   while (done < count) {
-    const ssize_t now =
-        transfer(file, bytes + done, static_cast<std::size_t>(count - done), place + done);
+    std::byte* const bytes = static_cast<std::byte*>(buffer) + done;
+    const auto left = static_cast<std::size_t>(count - done);
+    const ssize_t now = flag == GF_Read ? pread(file, bytes, left, place + done)
+                                        : pwrite(file, bytes, left, place + done);
     if (now < 0 && errno == EINTR) continue;
     if (now < 0) return -1;
     if (now == 0) break;
@@ -35,9 +34,7 @@ std::int64_t TransferAll(Transfer transfer, int file, Byte* bytes, std::int64_t 
 // The number that the lowest bytes at a place make, lowest first; 0 beyond the file's end.
 std::int64_t NumberAt(int file, std::int64_t place, std::int64_t bytes) {
   std::int64_t number = 0;
-  const bool whole =
-      TransferAll(pread, file, reinterpret_cast<char*>(&number), bytes, place) == bytes;
-  return whole ? number : 0;
+  return TransferAll(GF_Read, file, &number, bytes, place) == bytes ? number : 0;
 }
 
 // Whether the numbers of a TIFF are little-endian with their bits in the usual order. GDAL does not
@@ -61,16 +58,11 @@ bool HasPlainBytes(int tiff) {
 // Whether this process has the same file open under another descriptor, too. If not, the file that
 // GDAL opened under the same name was replaced in between, and may have had another layout.
 bool IsOpenTwice(int descriptor) {
-  struct stat own = {};
-  if (fstat(descriptor, &own) != 0) return false;
-  int found = 0;
+  const fs::path folder = "/proc/self/fd";
   std::error_code ignored;
-  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", ignored)) {
-    struct stat other = {};
-    if (stat(entry.path().c_str(), &other) == 0 && other.st_dev == own.st_dev &&
-        other.st_ino == own.st_ino)
-      ++found;
-  }
+  int found = 0;
+  for (const fs::directory_entry& entry : fs::directory_iterator(folder, ignored))
+    if (fs::equivalent(entry.path(), folder / std::to_string(descriptor), ignored)) ++found;
   return found > 1;
 }
 
@@ -78,12 +70,10 @@ const char* Structure(GDALMajorObject& object, const char* item) {
   return object.GetMetadataItem(item, "IMAGE_STRUCTURE");
 }
 
-// The number that the TIFF driver knows of a strip; none when the strip is missing.
-std::optional<std::int64_t> OfStrip(GDALRasterBand& band, const char* item, int strip) {
-  const std::string name = std::string(item) + "_0_" + std::to_string(strip);
-  const char* const value = band.GetMetadataItem(name.c_str(), "TIFF");
-  if (!value) return std::nullopt;
-  return std::strtoll(value, nullptr, 10);
+// The number that the TIFF driver knows of a strip; 0 when the strip is missing.
+std::int64_t OfStrip(GDALRasterBand& band, const char* item, int strip) {
+  const char* const value = band.GetMetadataItem(CPLSPrintf("%s_0_%d", item, strip), "TIFF");
+  return value ? std::strtoll(value, nullptr, 10) : 0;
 }
 
 // Whether GDAL knows all rows to stand at even distances in one file. It says so of real data
@@ -111,19 +101,14 @@ bool HasPlainRows(GDALDataset& dataset) {
   return width == dataset.GetRasterXSize();
 }
 
-std::int64_t UncompressedRows::Band::Place(int row) const {
-  return stripPlaces[static_cast<std::size_t>(row / stripRows)] + row % stripRows * rowStep;
-}
-
 std::unique_ptr<UncompressedRows> UncompressedRows::Open(GDALDataset& dataset,
                                                          const std::vector<int>& bands,
                                                          const PixelWindow& window) {
   if constexpr (std::endian::native != std::endian::little) return nullptr;
   const bool isTiff = IsTiff(dataset);
-  if (isTiff && !HasPlainRows(dataset)) return nullptr;
   GDALDataset::RawBinaryLayout layout;
   const bool isOnePiece = IsOnePiece(dataset, layout);
-  if (!isTiff && !isOnePiece) return nullptr;
+  if (isTiff ? !HasPlainRows(dataset) : !isOnePiece) return nullptr;
   const std::string name = isOnePiece ? layout.osRawFilename : dataset.GetDescription();
   const int access = dataset.GetAccess() == GA_Update ? O_RDWR : O_RDONLY;
   std::unique_ptr<UncompressedRows> rows(
@@ -148,19 +133,18 @@ bool UncompressedRows::FindStrips(GDALRasterBand& band, Band& found) {
   found.rowStep = std::int64_t{width} * GDALGetDataTypeSizeBytes(found.type);
   const int rows = band.GetYSize();
   for (int row = 0, strip = 0; row < rows; row += std::min(found.stripRows, rows - row), ++strip) {
-    const std::optional<std::int64_t> place = OfStrip(band, "BLOCK_OFFSET", strip);
-    const std::optional<std::int64_t> bytes = OfStrip(band, "BLOCK_SIZE", strip);
+    const std::int64_t place = OfStrip(band, "BLOCK_OFFSET", strip);
+    const std::int64_t bytes = OfStrip(band, "BLOCK_SIZE", strip);
     // Less than whole elements are packed: half floats, twelve bits.
-    if (!place || !bytes || *bytes < std::min(found.stripRows, rows - row) * found.rowStep)
-      return false;
-    found.stripPlaces.push_back(*place);
+    if (place == 0 || bytes < std::min(found.stripRows, rows - row) * found.rowStep) return false;
+    found.stripPlaces.push_back(place);
   }
   return true;
 }
 
-template <typename Transfer, typename Byte>
-std::string UncompressedRows::TransferRows(Transfer transfer, const Band& band, int firstRow,
-                                           int rows, Byte* bytes) const {
+std::string UncompressedRows::TransferRows(GDALRWFlag flag, const Band& band, int firstRow,
+                                           int rows, void* buffer) const {
+  auto* bytes = static_cast<std::byte*>(buffer);
   const std::int64_t elementBytes = GDALGetDataTypeSizeBytes(band.type);
   const std::int64_t rowBytes = window_.columns * elementBytes;
   const int end = firstRow + rows;
@@ -171,7 +155,7 @@ std::string UncompressedRows::TransferRows(Transfer transfer, const Band& band, 
     while (next < end && band.Place(next) == place + (next - row) * rowBytes) ++next;
     const std::int64_t count = (next - row) * rowBytes;
     const std::int64_t done =
-        TransferAll(transfer, file_, bytes, count, place + window_.x * elementBytes);
+        TransferAll(flag, file_, bytes, count, place + window_.x * elementBytes);
     if (done < 0) return std::strerror(errno);
     if (done < count) return "the file ends in row " + std::to_string(row + done / rowBytes);
     bytes += count;
@@ -182,21 +166,20 @@ std::string UncompressedRows::TransferRows(Transfer transfer, const Band& band, 
 
 std::string UncompressedRows::Read(int band, int firstRow, int rows, void* out, GDALDataType type) {
   const Band& from = bands_.at(band);
-  if (from.type == type)
-    return TransferRows(pread, from, firstRow, rows, static_cast<std::byte*>(out));
+  if (from.type == type) return TransferRows(GF_Read, from, firstRow, rows, out);
   const int bytes = GDALGetDataTypeSizeBytes(from.type);
   const std::size_t elements =
       static_cast<std::size_t>(rows) * static_cast<std::size_t>(window_.columns);
   unconverted_.resize(elements * static_cast<std::size_t>(bytes));
-  std::string failure = TransferRows(pread, from, firstRow, rows, unconverted_.data());
+  std::string failure = TransferRows(GF_Read, from, firstRow, rows, unconverted_.data());
   GDALCopyWords64(unconverted_.data(), from.type, bytes, out, type, GDALGetDataTypeSizeBytes(type),
                   static_cast<GPtrDiff_t>(elements));
   return failure;
 }
 
 std::string UncompressedRows::Write(int band, int firstRow, int rows, const void* values) const {
-  return TransferRows(pwrite, bands_.at(band), firstRow, rows,
-                      static_cast<const std::byte*>(values));
+  // Only read.
+  return TransferRows(GF_Write, bands_.at(band), firstRow, rows, const_cast<void*>(values));
 }
 
 }  // namespace lumomixcalc::standalone

@@ -14,7 +14,6 @@
 
 namespace lumomixcalc::standalone {
 
-// Whether a raster was opened by the driver of TIFFs.
 bool IsTiff(GDALDataset& dataset);
 
 // Whether a raster is, as far as GDAL tells, a TIFF of uncompressed strips in which each row of a
@@ -38,30 +37,29 @@ class UncompressedRows {
   static std::unique_ptr<UncompressedRows> Open(GDALDataset& dataset, const std::vector<int>& bands,
                                                 const PixelWindow& window);
 
-  // Reads rows of a band (one of those given) from firstRow of the raster into out, as elements of
-  // type. Returns why it cannot, for a message; empty when it could.
+  // Both take one of the bands given, and firstRow in the raster; Read converts to type, Write
+  // takes elements of the band's own. They return why they cannot, for a message; empty when they
+  // could.
   std::string Read(int band, int firstRow, int rows, void* out, GDALDataType type);
-
-  // Writes rows of a band that has elements of just this type. Returns why it cannot.
   std::string Write(int band, int firstRow, int rows, const void* values) const;
 
  private:
-  // Where the rows of a band are: row r at stripPlaces[r / stripRows] + r % stripRows * rowStep.
+  // Where the rows of a band are.
   struct Band {
     GDALDataType type = GDT_Unknown;
     int stripRows = 1;
     std::int64_t rowStep = 0;
     std::vector<std::int64_t> stripPlaces;  // in bytes from the file's beginning
 
-    std::int64_t Place(int row) const;
+    std::int64_t Place(int row) const {
+      return stripPlaces[static_cast<std::size_t>(row / stripRows)] + row % stripRows * rowStep;
+    }
   };
 
   UncompressedRows(int file, const PixelWindow& window) : file_(file), window_(window) {}
   static bool FindStrips(GDALRasterBand& band, Band& found);
-  // Reads or writes as pread or pwrite does. Returns why it cannot.
-  template <typename Transfer, typename Byte>
-  std::string TransferRows(Transfer transfer, const Band& band, int firstRow, int rows,
-                           Byte* bytes) const;
+  std::string TransferRows(GDALRWFlag flag, const Band& band, int firstRow, int rows,
+                           void* buffer) const;
 
   int file_;  // descriptor
   PixelWindow window_;

@@ -108,7 +108,7 @@ void Session::Prepare(int outputMode) {
 // What the application asked about while it prepared the run is what it reads.
 void Session::DropUnreadInputs() {
   inputs_.remove_if(
-      [this](const RunInput& input) { return !host_.Stream(input.stream).modeAsked; });
+      [this](const RunInput& input) { return !host_.streams[input.stream].modeAsked; });
   if (inputs_.empty()) throw Failure("the application reads none of the input files");
 }
 
