@@ -126,7 +126,11 @@ std::string ReproducingCommand(const Job& job, const Registration& registration,
   for (const std::string& option : job.creationOptions) words.push_back("-co=" + option);
   for (const std::string& argument : SelectionArguments(job.selection, job.bands))
     words.push_back(argument);
-  if (job.keepNoData) words.emplace_back("-nodata=keep");
+  for (const std::string& option : job.openOptions) words.push_back("-oo=" + option);
+  if (job.elements.keepNoData) words.emplace_back("-nodata=keep");
+  if (job.elements.noData) words.push_back("-nodata=" + ShortestText(*job.elements.noData));
+  if (job.outputNoData) words.push_back("-a_nodata=" + ShortestText(*job.outputNoData));
+  if (job.elements.unscale) words.emplace_back("-unscale");
 
   for (std::string& word : words) word = ShellWord(word);
   words.insert(words.end(), echoedOptions.begin(), echoedOptions.end());

@@ -1,5 +1,6 @@
 #include "standalone/cli/options.h"
 
+#include <cpl_conv.h>
 #include <cpl_string.h>
 
 #include <algorithm>
@@ -7,6 +8,7 @@
 #include <cmath>
 #include <cstddef>
 #include <optional>
+#include <span>
 #include <string_view>
 
 #include "standalone/base/messages.h"
@@ -101,16 +103,30 @@ void SetMode(Options& options, const std::string& name) {
 }
 
 void AddCreationOption(Options& options, const std::string& option) {
-  if (const std::size_t equals = option.find('='); equals == 0 || equals == std::string::npos)
+  if (option.find('=') == std::string::npos || option.starts_with('='))
     throw WrongCommandLine("-co=" + option + ": a creation option has the form NAME=VALUE");
   options.job.creationOptions.push_back(option);
 }
 
-void SetNoData(Options& options, const std::string& name) {
-  if (name != "keep")
-    throw WrongCommandLine("-nodata=" + name +
-                           ": only -nodata=keep is known, which leaves no-data values as numbers");
-  options.job.keepNoData = true;
+void AddOpenOption(Options& options, const std::string& option) {
+  if (option.find('=') == std::string::npos || option.starts_with('='))
+    throw WrongCommandLine("-oo=" + option + ": an option for opening has the form NAME=VALUE");
+  options.job.openOptions.push_back(option);
+}
+
+void SetNoData(Options& options, const std::string& text) {
+  options.job.elements.keepNoData = text == "keep";
+  options.job.elements.noData = ParseDouble(text);
+  if (!options.job.elements.keepNoData && !options.job.elements.noData)
+    throw WrongCommandLine("-nodata=" + text +
+                           ": write the number that is no data in the inputs, " +
+                           "or keep, which leaves no-data values as numbers");
+}
+
+void SetOutputNoData(Options& options, const std::string& text) {
+  options.job.outputNoData = ParseDouble(text);
+  if (!options.job.outputNoData)
+    throw WrongCommandLine("-a_nodata=" + text + ": write the number that is to stand for no data");
 }
 
 template <Options::Action kAction>
@@ -127,6 +143,7 @@ constexpr HostOption kHostOptions[] = {
     {"-mode", true, SetMode},
     {"-format", true, [](Options& o, const std::string& name) { o.job.format = name; }},
     {"-co", true, AddCreationOption},
+    {"-oo", true, AddOpenOption},
     {"-region", true, SetRegion},
     {"-window", true, SetWindow},
     {"-resolution", true, SetResolution},
@@ -134,6 +151,8 @@ constexpr HostOption kHostOptions[] = {
     {"-looks", true, SetLooks},
     {"-bands", true, SetBands},
     {"-nodata", true, SetNoData},
+    {"-a_nodata", true, SetOutputNoData},
+    {"-unscale", false, [](Options& o, const std::string&) { o.job.elements.unscale = true; }},
     {"-stats", true, [](Options& o, const std::string& file) { o.job.statisticsFile = file; }},
     {"-overwrite", false, [](Options& o, const std::string&) { o.job.overwrite = true; }},
     {"-quiet", false, [](Options& o, const std::string&) { o.quiet = true; }},
@@ -144,6 +163,50 @@ constexpr HostOption kHostOptions[] = {
     {"-version", false, SetAction<Options::Action::kVersion>},
     {"--version", false, SetAction<Options::Action::kVersion>},
 };
+
+using Values = std::span<const std::string>;
+
+// What GDAL's own programs take, with their values after them.
+struct GdalOption {
+  std::string_view name;
+  std::size_t values;
+  void (*set)(Options&, Values);
+};
+constexpr GdalOption kGdalOptions[] = {
+    {"-ot", 1, [](Options& o, Values v) { SetMode(o, v[0]); }},
+    {"-of", 1, [](Options& o, Values v) { o.job.format = v[0]; }},
+    {"-co", 1, [](Options& o, Values v) { AddCreationOption(o, v[0]); }},
+    {"-oo", 1, [](Options& o, Values v) { AddOpenOption(o, v[0]); }},
+    {"-srcwin", 4,
+     [](Options& o, Values v) {
+       SetRegion(o, Joined({v.begin(), v.end()}, ":"));
+     }},
+    // Upper left and lower right corner.
+    {"-projwin", 4,
+     [](Options& o, Values v) {
+       SetWindow(o, Joined({v[0], v[3], v[2], v[1]}, ":"));
+     }},
+    {"-r", 1, [](Options& o, Values v) { SetResampling(o, v[0] == "near" ? "nearest" : v[0]); }},
+    {"-a_nodata", 1, [](Options& o, Values v) { SetOutputNoData(o, v[0]); }},
+    {"-q", 0, [](Options& o, Values) { o.quiet = true; }},
+    {"--config", 2, [](Options&, Values v) { CPLSetConfigOption(v[0].c_str(), v[1].c_str()); }},
+};
+
+// Takes the option of GDAL's that rest begins with. Returns the arguments that it takes: 0 when it
+// begins with another.
+std::size_t TakeGdalOption(Values rest, Options& options) {
+  if (rest[0] == "-b")
+    throw WrongCommandLine("-b: write -bands=2 to choose a band, and -b=2 for the coefficient B");
+  for (const GdalOption& option : kGdalOptions) {
+    if (rest[0] != option.name) continue;
+    if (rest.size() <= option.values)
+      throw WrongCommandLine(rest[0] + ": " + CountText(option.values, "value") +
+                             " must follow it");
+    option.set(options, rest.subspan(1, option.values));
+    return 1 + option.values;
+  }
+  return 0;
+}
 
 // The value of "name=value"; null when argument is not that option. "name" alone lacks its value.
 const char* ValueOf(const std::string& argument, std::string_view name) {
@@ -225,14 +288,19 @@ std::string Hint(const std::string& argument, const std::vector<OperatorName>& o
 Options ReadOptions(const std::vector<std::string>& arguments, const Registration& registration) {
   Options options;
   bool optionsEnded = false;
-  for (const std::string& argument : arguments) {
+  for (Values rest = arguments; !rest.empty();) {
+    const std::string& argument = rest[0];
+    std::size_t taken = 1;
     if (optionsEnded || !argument.starts_with('-'))
       options.filesWithoutName.push_back(argument);
     else if (argument == "--")
       optionsEnded = true;
+    else if (const std::size_t ofGdal = TakeGdalOption(rest, options); ofGdal > 0)
+      taken = ofGdal;
     else if (!TakeHostOption(argument, options) &&
              !TakeNamedFile(argument, registration, options.job))
       options.applicationArguments.push_back(argument);
+    rest = rest.subspan(taken);
   }
   if (options.action == Options::Action::kRun || options.action == Options::Action::kPanel)
     CheckThatOptionsAgree(options.job.selection, registration);

@@ -30,8 +30,11 @@ constexpr const char* kOptions = R"(;
      -looks=NX:NY  average the results over blocks of NX columns and NY rows, complex
                    ones as complex numbers; -looks=N is -looks=N:N
      -bands=LIST   only these bands, such as 1,3-5, in this order
-     -nodata=keep  take the inputs' no-data values for numbers; without it they
-                   become NaN, in the output, too
+     -nodata=VALUE  what is no data in the inputs, in place of what they declare; no data
+                   becomes NaN, in the output, too. -nodata=keep leaves it as numbers
+     -a_nodata=VALUE  what stands for no data in the output
+     -unscale      apply the scale and offset that the inputs' bands declare
+     -oo=NAME=VALUE  option for opening the inputs; may be repeated
      -stats=FILE   write the statistics as JSON; - is standard output, in place of lines
      -overwrite    replace the output, which may be an input, and the file of -stats=
      -quiet        print no statistics; they are those of the result before an
@@ -39,6 +42,8 @@ constexpr const char* kOptions = R"(;
      -panel        show the panel with these files and options; files may be left out.
                    On a desktop also without any argument
      -h, -help, --help, -version, --version
+     -ot, -of, -co, -oo, -srcwin, -projwin, -r, -a_nodata, -q, --config
+                   as GDAL's programs take them, values after them
      --            what follows are files, even when they begin with a dash
 
 )";

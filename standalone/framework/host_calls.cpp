@@ -17,7 +17,7 @@ void AddToPanel(Element element) {
   HostState& host = TheHostState();
   if (!host.panelRowIsOpen) host.panelRows.emplace_back();
   host.panelRowIsOpen = true;
-  host.panelRows.back().elements.push_back(std::move(element));
+  host.panelRows.back().elements.emplace_back(std::move(element));
 }
 
 }  // namespace

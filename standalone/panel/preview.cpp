@@ -19,7 +19,7 @@ Selection WholeImageCoarsely() {
 
 PreviewImage ReadInput(const DeclaredStream& stream, const Job& job, int band,
                        const std::stop_token& stop) {
-  RasterInput input(stream.label, job.files.at(stream.number));
+  RasterInput input(stream.label, job.files.at(stream.number), job.openOptions);
   band = std::min(band, input.Bands());
   PreviewImage image;
   const Selection selection = WholeImageCoarsely();
@@ -27,7 +27,7 @@ PreviewImage ReadInput(const DeclaredStream& stream, const Job& job, int band,
   image.fullSize = {input.Columns(), input.Rows()};
   image.bands = input.Bands();
   image.complex = input.Mode().complex;
-  input.Select(image.grid, selection.resampling, {band}, !job.keepNoData);
+  input.Select(image.grid, selection.resampling, {band}, job.elements);
   const std::size_t rowFloats =
       static_cast<std::size_t>(image.grid.columns) * static_cast<std::size_t>(input.Parts());
   image.values.resize(rowFloats * static_cast<std::size_t>(image.grid.rows));
@@ -54,8 +54,9 @@ const PreviewImage& PreviewMaker::Input(const DeclaredStream& stream, const Job&
   const std::string& file = job.files.at(stream.number);
   KeptInput& kept = inputs_[stream.number];
   std::error_code ignored;
-  const auto key = std::tuple(file, std::filesystem::last_write_time(file, ignored),
-                              std::filesystem::file_size(file, ignored), band, job.keepNoData);
+  const auto key =
+      std::tuple(file, std::filesystem::last_write_time(file, ignored),
+                 std::filesystem::file_size(file, ignored), band, job.elements.keepNoData);
   if (kept.key == key) return kept.image;
   kept = {};
   try {

@@ -144,4 +144,17 @@ void StoreAsIntegers(std::span<const float> values, const DataMode& mode,
   }
 }
 
+void ReplaceNan(std::span<float> values, bool complex, double noData, UnheldElements& counts) {
+  const std::size_t parts = complex ? 2 : 1;
+  const auto value = static_cast<float>(noData);
+  for (std::size_t i = 0; i < values.size(); i += parts) {
+    const float first = values[i];
+    const float last = values[i + parts - 1];
+    if (std::isnan(first) || std::isnan(last))
+      std::fill_n(&values[i], parts, value);
+    else if (IsNoData(first, last, value))
+      ++counts.taken;
+  }
+}
+
 }  // namespace lumomixcalc::standalone

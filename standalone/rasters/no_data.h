@@ -34,6 +34,7 @@ double IntegerNoData(const DataMode& mode, double declared);
 struct UnheldElements {
   std::uint64_t saturated = 0;
   std::uint64_t moved = 0;  // by one, because they would have been stored as no data
+  std::uint64_t taken = 0;  // equal to the number that stands for no data in a floating mode
   std::uint64_t nan = 0;    // stored as 0 because no value stands for no data
 };
 
@@ -48,5 +49,9 @@ double RoundedAndSaturated(float value, const DataMode& mode);
 // unless it is zero. Adds to counts. mode must be an integer mode.
 void StoreAsIntegers(std::span<const float> values, const DataMode& mode,
                      std::optional<double> noData, void* out, UnheldElements& counts);
+
+// Replaces elements with a NaN by the value that stands for no data, in both parts of complex ones.
+// Adds to counts the others that will read back as no data.
+void ReplaceNan(std::span<float> values, bool complex, double noData, UnheldElements& counts);
 
 }  // namespace lumomixcalc::standalone

@@ -129,8 +129,8 @@ std::vector<fs::path> Publication::Names() const {
     if (!name.starts_with('.') || name.starts_with(target_.stem().string()))
       names.emplace_back(name);
   }
-  std::ranges::partition(names,
-                         [this](const fs::path& name) { return name != target_.filename(); });
+  std::partition(names.begin(), names.end(),
+                 [this](const fs::path& name) { return name != target_.filename(); });
   return names;
 }
 

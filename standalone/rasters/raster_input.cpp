@@ -4,6 +4,7 @@
 #include <cpl_vsi.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <limits>
@@ -56,8 +57,10 @@ std::int64_t Reach(std::int64_t step, int count) {
 
 }  // namespace
 
-RasterInput::RasterInput(const std::string& label, const std::string& name)
+RasterInput::RasterInput(const std::string& label, const std::string& name,
+                         const std::vector<std::string>& openOptions)
     : label_(label), name_(name) {
+  for (const std::string& option : openOptions) openOptions_.AddString(option.c_str());
   dataset_ = Open(nullptr);
   if (Bands() == 0) throw Failure(Describe() + " has no bands" + SubdatasetHint(*dataset_));
   FindRawFile();
@@ -71,7 +74,7 @@ RasterInput::RasterInput(const std::string& label, const std::string& name)
 
 GDALDatasetUniquePtr RasterInput::Open(const char* overviewLevel) const {
   const GdalFailures failures;
-  CPLStringList options;
+  CPLStringList options = openOptions_;
   if (overviewLevel) options.SetNameValue("OVERVIEW_LEVEL", overviewLevel);
   GDALDatasetUniquePtr dataset(
       GDALDataset::Open(name_.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR,
@@ -81,13 +84,13 @@ GDALDatasetUniquePtr RasterInput::Open(const char* overviewLevel) const {
 }
 
 void RasterInput::Select(const OutputGrid& grid, Resampling resampling,
-                         const std::vector<int>& bands, bool maskNoData) {
+                         const std::vector<int>& bands, const ElementRules& rules) {
   grid_ = grid;
   bands_ = bands;
-  maskNoData_ = maskNoData;
-  if (maskNoData)
+  rules_ = rules;
+  if (!rules.keepNoData)
     for (const int band : bands)
-      if (const std::optional<double> value = NoData(band)) masked_[band] = *value;
+      if (const auto value = rules.noData ? rules.noData : NoData(band)) masked_[band] = *value;
   if (grid.resolution > 1) {
     if (resampling == Resampling::kOverview) return OpenOverview();
     if (resampling == Resampling::kPreview) return;
@@ -142,6 +145,11 @@ PixelWindow RasterInput::SourceOf(const PixelWindow& wanted) const {
   return {left, top, right - left, bottom - top};
 }
 
+bool RasterInput::HasMask(int band) const {
+  const int flags = dataset_->GetRasterBand(band)->GetMaskFlags();
+  return (flags & GMF_ALL_VALID) == 0 && flags != GMF_NODATA;
+}
+
 // Reads a window as columns x rows elements, with signed bytes as numbers and no data as NaN.
 void RasterInput::ReadElements(int band, const PixelWindow& window, int columns, int rows,
                                float* out) {
@@ -155,6 +163,32 @@ void RasterInput::ReadElements(int band, const PixelWindow& window, int columns,
       if (element > 127) element -= 256;
   if (const auto masked = masked_.find(band); masked != masked_.end())
     MaskNoData(elements, Mode().complex, masked->second);
+  if (!rules_.keepNoData && HasMask(band)) ApplyMask(band, window, columns, rows, out);
+  if (rules_.unscale) Unscale(band, elements);
+}
+
+void RasterInput::ApplyMask(int band, const PixelWindow& window, int columns, int rows,
+                            float* out) {
+  const GdalFailures failures;
+  const auto parts = static_cast<std::size_t>(Parts());
+  mask_.resize(Floats(columns, rows) / parts);
+  if (Pixels().GetRasterBand(band)->GetMaskBand()->RasterIO(
+          GF_Read, window.x, window.y, window.columns, window.rows, mask_.data(), columns, rows,
+          GDT_Byte, 0, 0, nullptr) != CE_None ||
+      failures.Any())
+    throw Failure("cannot read the mask of " + Describe() + ": " + failures.First());
+  for (std::size_t i = 0; i < mask_.size(); ++i)
+    if (mask_[i] == 0) std::fill_n(out + i * parts, parts, std::numeric_limits<float>::quiet_NaN());
+}
+
+void RasterInput::Unscale(int number, std::span<float> elements) const {
+  GDALRasterBand& band = *dataset_->GetRasterBand(number);
+  const double scale = band.GetScale();
+  const std::array<double, 2> offset = {band.GetOffset(), 0};  // of real and imaginary part
+  if (scale == 1 && offset[0] == 0) return;
+  const auto parts = static_cast<std::size_t>(Parts());
+  for (std::size_t i = 0; i < elements.size(); ++i)
+    elements[i] = static_cast<float>(elements[i] * scale + offset[i % parts]);
 }
 
 void RasterInput::Transfer(int band, const PixelWindow& window, int columns, int rows, void* out,
@@ -206,7 +240,7 @@ void RasterInput::Resample(const PixelWindow& source, const PixelWindow& wanted,
   constexpr float kMissing = std::numeric_limits<float>::lowest();
   const auto parts = static_cast<std::size_t>(Parts());
   bool missing = false;
-  for (std::size_t i = 0; maskNoData_ && i < full_.size(); i += parts)
+  for (std::size_t i = 0; !rules_.keepNoData && i < full_.size(); i += parts)
     if (std::isnan(full_[i]) || std::isnan(full_[i + parts - 1])) {
       std::fill_n(&full_[i], parts, kMissing);
       missing = true;
@@ -229,10 +263,10 @@ std::vector<std::string> RasterInput::Losses() const {
                      " are held in single precision: " + lostDigits_);
   for (const int number : bands_) {
     GDALRasterBand& band = *dataset_->GetRasterBand(number);
-    if (band.GetScale() == 1 && band.GetOffset() == 0) continue;
+    if (rules_.unscale || (band.GetScale() == 1 && band.GetOffset() == 0)) continue;
     losses.push_back("the scale " + ShortestText(band.GetScale()) + " and offset " +
                      ShortestText(band.GetOffset()) + " of " + Describe() + ", band " +
-                     std::to_string(number) + ", are not applied");
+                     std::to_string(number) + ", are not applied; -unscale applies them");
     break;
   }
   return losses;

@@ -167,7 +167,7 @@ void RasterOutput::LayOutRows() {
 bool RasterOutput::DeclareNoData(double value) {
   const GdalFailures failures;
   for (GDALRasterBand* const band : dataset_->GetBands()) band->SetNoDataValue(value);
-  if (specification_.mode->integer) noData_ = value;
+  if (!std::isnan(value)) noData_ = value;
   return !failures.Any();
 }
 
@@ -191,6 +191,12 @@ void RasterOutput::Write(int band, int firstRow, int rows, const float* values) 
   const DataMode& mode = *specification_.mode;
   const std::size_t elements =
       static_cast<std::size_t>(specification_.columns) * static_cast<std::size_t>(rows);
+  UnheldElements& unheld = unheld_[band];
+  if (noData_ && !mode.integer) {
+    replaced_.assign(values, values + elements * (mode.complex ? 2 : 1));
+    ReplaceNan(replaced_, mode.complex, *noData_, unheld);
+    values = replaced_.data();
+  }
   // GDAL only reads from the buffer when it writes.
   void* buffer = const_cast<float*>(values);
   const GDALDataType type = mode.complex ? GDT_CFloat32 : GDT_Float32;
@@ -199,7 +205,7 @@ void RasterOutput::Write(int band, int firstRow, int rows, const float* values) 
     buffer = converted_.data();
     if (mode.integer)
       StoreAsIntegers(std::span(values, elements * (mode.complex ? 2 : 1)), mode, noData_, buffer,
-                      unheld_[band]);
+                      unheld);
     else
       GDALCopyWords64(values, type, GDALGetDataTypeSizeBytes(type), buffer, mode.type,
                       GDALGetDataTypeSizeBytes(mode.type), static_cast<GPtrDiff_t>(elements));

@@ -40,7 +40,7 @@ class RasterOutput {
   // a format that takes no such bands, files in the places of those that come with the output.
   explicit RasterOutput(const OutputSpecification& specification);
 
-  // Declares value as the no-data value of all bands; integer modes store NaN as it from now on.
+  // Declares value as the no-data value of all bands; NaN is stored as it from now on.
   // Returns false when the format cannot hold it.
   bool DeclareNoData(double value);
 
@@ -81,6 +81,7 @@ class RasterOutput {
   std::optional<double> noData_;
   GDALDatasetUniquePtr dataset_;  // closed before the folder goes
   std::unique_ptr<UncompressedRows> uncompressedRows_;
+  std::vector<float> replaced_;
   std::vector<std::byte> converted_;
   std::map<int, UnheldElements> unheld_;  // by band
 };

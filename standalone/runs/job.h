@@ -2,12 +2,14 @@
 
 #include <functional>
 #include <map>
+#include <optional>
 #include <stop_token>
 #include <string>
 #include <vector>
 
 #include "standalone/rasters/data_modes.h"
 #include "standalone/rasters/grid.h"
+#include "standalone/rasters/raster_input.h"
 
 namespace lumomixcalc::standalone {
 
@@ -20,8 +22,10 @@ struct Job {
   std::vector<std::string> creationOptions;  // NAME=VALUE
   Selection selection;                       // region and resolution
   std::vector<int> bands;                    // from 1, in the output's order; empty for all
-  bool keepNoData = false;                   // no-data values of the inputs stay numbers
-  std::string statisticsFile;                // "-" for standard output; empty for none
+  ElementRules elements;
+  std::vector<std::string> openOptions;  // NAME=VALUE, of the inputs
+  std::optional<double> outputNoData;    // what stands for no data in the output
+  std::string statisticsFile;            // "-" for standard output; empty for none
   bool overwrite = false;
 };
 

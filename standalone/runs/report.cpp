@@ -44,6 +44,7 @@ static CPLJSONObject BandObject(int number, const BandStatistics& band) {
   }
   AddCount(object, "saturated", band.unheld.saturated);
   AddCount(object, "moved", band.unheld.moved);
+  AddCount(object, "taken", band.unheld.taken);
   AddCount(object, "zeroed", band.unheld.nan);
   CPLJSONObject record;
   AddNumber(record, "minimum", static_cast<double>(band.record.minimum));

@@ -28,7 +28,8 @@ struct RunReport {
 
 // The report as a JSON object in UTF-8. Of each band: counts of elements, valid and no_data ones;
 // minimum, maximum, mean, standard_deviation and sum of the valid ones (absent when there are
-// none); counts of saturated, moved and zeroed elements of an integer mode; and record, what the
+// none); counts of saturated, moved and zeroed
+// elements of an integer mode, and of those taken for no data in another; and record, what the
 // application itself counted. Numbers that JSON has not are the strings "nan", "inf" and "-inf". A
 // text that is not UTF-8 is taken as Latin-1, so that no byte of a file name is lost.
 std::string ReportAsJson(const RunReport& report);

@@ -43,13 +43,29 @@ void SizeBlockCache(const Session& session, const RasterOutput& output) {
   GDALSetCacheMax64(bytes);
 }
 
-void DeclareNoData(const Session& session, RasterOutput& output, const std::string& name) {
-  if (!session.NoData()) return;
+// What stands for no data in the output; none when nothing is no data.
+std::optional<double> OutputNoData(const Session& session, const Job& job,
+                                   const OutputFormat& format) {
+  const std::optional<double>& asked = job.outputNoData;
+  const std::optional<double> declared = asked ? asked : session.NoData();
+  if (!declared) return std::nullopt;
   const DataMode& mode = session.Mode();
-  const double value = mode.integer ? IntegerNoData(mode, *session.NoData())
-                                    : std::numeric_limits<double>::quiet_NaN();
-  if (!output.DeclareNoData(value))
-    Warn(name + " cannot declare a no-data value; " + ShortestText(value) + " stands for it");
+  if (mode.integer) {
+    const double value = IntegerNoData(mode, *declared);
+    if (asked && value != *asked)
+      throw Failure("-a_nodata=" + ShortestText(*asked) + ": " + mode.name + " cannot hold it");
+    return value;
+  }
+  if (asked) return static_cast<double>(static_cast<float>(*asked));
+  // Programs that read text grids know no NaN.
+  constexpr double kOfTextGrids = -9999;
+  return format.Name() == "AAIGrid" ? kOfTextGrids : std::numeric_limits<double>::quiet_NaN();
+}
+
+void DeclareNoData(const std::optional<double>& value, RasterOutput& output,
+                   const std::string& name) {
+  if (value && !output.DeclareNoData(*value))
+    Warn(name + " cannot declare a no-data value; " + ShortestText(*value) + " stands for it");
 }
 
 void WarnOfUnheldElements(const std::vector<BandStatistics>& statistics, const DataMode& mode) {
@@ -61,6 +77,7 @@ void WarnOfUnheldElements(const std::vector<BandStatistics>& statistics, const D
     };
     warn(unheld.saturated, std::string("beyond the range of ") + mode.name + ", saturated");
     warn(unheld.moved, "moved by one, away from the value that stands for no data");
+    warn(unheld.taken, "equal to the number that stands for no data");
     warn(unheld.nan, std::string("stored as 0: NaN, which ") + mode.name + " cannot hold");
   }
 }
@@ -130,12 +147,13 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
     reportFile.emplace(job.statisticsFile, job.overwrite, session.Files(), target);
   const DataMode& mode = session.Mode();
   CheckThatFormatHolds(format, mode);
+  const std::optional<double> noData = OutputNoData(session, job, format);
 
   const OutputGrid& grid = session.Grid();
   RasterOutput output({target, format, &mode, job.creationOptions, grid.columns, grid.rows,
                        static_cast<int>(session.Bands().size()), job.overwrite, session.Files()});
   Describe(session, command, outputName, output.Dataset());
-  DeclareNoData(session, output, outputName);
+  DeclareNoData(noData, output, outputName);
   session.SelectInputs();
   SizeBlockCache(session, output);
   RunReport report;

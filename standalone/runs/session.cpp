@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <numeric>
 #include <optional>
 #include <string>
@@ -85,8 +86,8 @@ void Session::OpenInputs(const Job& job) {
   for (const DeclaredStream& declared : host_.registration.inputs) {
     const auto file = job.files.find(declared.number);
     if (file == job.files.end()) continue;
-    inputs_.push_back(
-        {declared.number, std::make_unique<RasterInput>(declared.label, file->second)});
+    inputs_.push_back({declared.number, std::make_unique<RasterInput>(declared.label, file->second,
+                                                                      job.openOptions)});
     RasterInput& raster = *inputs_.back().raster;
     StreamState& state = host_.streams[declared.number];
     state.open = true;
@@ -129,7 +130,9 @@ void Session::ChooseMode(const Job& job) {
 void Session::ChooseBandsAndGrid(const Job& job) {
   bands_ = ChosenBands(job.bands, CommonBands(inputs_));
   RasterInput& first = FirstInput();
-  const std::optional<Geotransform> transform = GeotransformOf(first.Dataset());
+  std::optional<Geotransform> transform;
+  for (const RunInput& input : inputs_)
+    if (!transform) transform = GeotransformOf(input.raster->Dataset());
   grid_ = MakeOutputGrid(job.selection, first.Columns(), first.Rows(),
                          transform ? &*transform : nullptr, first.Describe());
   processedGrid_ = grid_.BeforeLooks();
@@ -137,11 +140,16 @@ void Session::ChooseBandsAndGrid(const Job& job) {
 }
 
 void Session::ChooseNoData(const Job& job) {
-  maskNoData_ = !job.keepNoData;
-  if (!maskNoData_) return;
+  rules_ = job.elements;
+  if (rules_.keepNoData) return;
+  noData_ = rules_.noData;
   for (const RunInput& input : inputs_)
-    for (const int band : bands_)
-      if (!noData_) noData_ = input.raster->NoData(BandOf(input, band));
+    for (const int band : bands_) {
+      const int own = BandOf(input, band);
+      if (!noData_) noData_ = input.raster->NoData(own);
+      if (!noData_ && input.raster->HasMask(own))
+        noData_ = std::numeric_limits<double>::quiet_NaN();
+    }
 }
 
 void Session::SelectInputs() {
@@ -151,7 +159,7 @@ void Session::SelectInputs() {
       if (const int own = BandOf(input, band);
           std::find(bands.begin(), bands.end(), own) == bands.end())
         bands.push_back(own);
-    input.raster->Select(processedGrid_, resampling_, bands, maskNoData_);
+    input.raster->Select(processedGrid_, resampling_, bands, rules_);
   }
 }
 

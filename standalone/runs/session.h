@@ -58,10 +58,10 @@ class Session {
   }
 
   // Whether what is no data in an input is no data in the output.
-  bool MasksNoData() const { return maskNoData_; }
+  bool MasksNoData() const { return !rules_.keepNoData; }
 
-  // The no-data value that the first input to declare one declares; none when no-data values are
-  // kept as numbers.
+  // The no-data value that the user names, or that the first input to declare one declares; NaN
+  // when only masks tell; none when nothing does or no-data values are kept as numbers.
   const std::optional<double>& NoData() const { return noData_; }
 
   int OutputStream() const { return host_.registration.Output().number; }
@@ -111,7 +111,7 @@ class Session {
   Resampling resampling_ = Resampling::kNearest;
   std::vector<int> bands_;
   std::optional<double> noData_;
-  bool maskNoData_ = false;
+  ElementRules rules_;
   bool prepared_ = false;
 };
 

@@ -180,7 +180,7 @@ void StoreStatistics(const BandStatistics& statistics, const DataMode& mode, GDA
   const ValidStatistics& valid = statistics.valid;
   const UnheldElements& unheld = statistics.unheld;
   const double deviation = valid.Deviation();  // finite only when all elements are
-  const bool stored = unheld.saturated == 0 && unheld.moved == 0 && unheld.nan == 0;
+  const bool stored = unheld.saturated + unheld.moved + unheld.taken + unheld.nan == 0;
   if (mode.complex || !stored || !std::isfinite(deviation)) return;
   const auto text = [&mode](float extreme) {
     return mode.integer ? ShortestText(RoundedAndSaturated(extreme, mode)) : ShortestText(extreme);

@@ -61,6 +61,48 @@ class NoData(harness.ProgramTest):
         os.rename(self.out, self.path("many.tif"))
         equal(self.result(bands, COPY), [[[NAN, 6]], [[5, NAN]], [[5, 6]]])
 
+    def test_is_what_an_option_names(self):
+        write(self.a, [[-9999, 7, 1]], noData=-9999)
+        for options, expected, no_data in (
+                (("-nodata=7",), [[-9999, NAN, 1]], NAN),
+                (("-nodata=keep", "-a_nodata=7"), [[-9999, 7, 1]], 7),
+                (("-a_nodata=-1",), [[-1, 7, 1]], -1),
+                (("-nodata=7", "-mode=int16", "-a_nodata=-2"), [[-9999, -2, 1]], -2),
+                (("-nodata=1", "-a_nodata=0.1"), [[-9999, 7, np.float32(0.1)]], np.float32(0.1))):
+            dataset, report = self.made(self.a, COPY, *options)
+            self.assert_result(dataset, expected, no_data)
+            self.assertEqual(report["bands"][0]["taken"], int("-a_nodata=7" in options))
+        self.refused("-a_nodata=300", self.a, self.path("o.tif"), COPY, "-mode=byte",
+                     "-a_nodata=300")
+        write(self.a, [[1 + 1j, 7, 7j]])
+        equal(self.result(self.a, COPY, "-nodata=7", "-a_nodata=3"), [[1 + 1j, 3 + 3j, 7j]])
+        grid = self.path("o.asc")
+        self.done(self.b, grid, COPY, "-nodata=1")
+        self.assertEqual(Path(grid).read_text().count("-9999"), 1 + HOLES.size)
+
+    def test_is_what_a_mask_or_an_alpha_band_leaves_out(self):
+        shown = np.where(HOLES, 0, 255)
+
+        def mask(dataset):
+            dataset.CreateMaskBand(gdal.GMF_PER_DATASET)
+            dataset.GetRasterBand(1).GetMaskBand().WriteArray(shown)
+        expected = np.where(HOLES, NAN, VALUES)
+        for bands, creation, change in ((VALUES, (), mask), ([VALUES, shown], ("ALPHA=YES",), None)):
+            write(self.a, bands, *creation, change=change, type="UInt16")
+            self.assert_result(self.made(self.a, COPY, "-bands=1")[0], expected, NAN)
+            equal(self.result(self.a, COPY, "-bands=1", "-resolution=2"), expected[1::2, 1::2])
+            equal(self.result(self.a, COPY, "-bands=1", "-nodata=keep"), VALUES)
+
+    def test_is_told_before_values_are_unscaled(self):
+        def scale(dataset):
+            dataset.GetRasterBand(1).SetScale(0.5)
+            dataset.GetRasterBand(1).SetOffset(10)
+        for values, expected in (([[4, 7, -9]], [[12, 13.5, NAN]]),
+                                 ([[4j, 7, -9]], [[10 + 2j, 13.5, complex(NAN, NAN)]])):
+            write(self.a, values, noData=-9, change=scale)
+            equal(self.result(self.a, COPY, "-unscale"), expected)
+        self.warned("", self.a, COPY, "-unscale")
+
     def test_complex_no_data_is_nan_in_both_parts(self):
         for holes, number in ((-9, -9 + 1j), (-9 - 9j, -9j)):
             pixels = np.where(HOLES, holes, (1 + 2j) * VALUES)

@@ -93,7 +93,7 @@ TEST(EveryKernel, MatchesThePlainRuleForAllCoefficientsLayoutsPlacesAndSizes) {
     const Layout selected = {flag(26, 3), flag(52, -1), flag(104, 2)};
     const Layout called = {flag(208, 1), flag(416, 5), flag(832, -1)};
     // Up to some vectors' widths, and those around the borders of chunks.
-    static constexpr std::array kLarge = {255, 256, 257, 511, 513, 777, 2048};
+    static constexpr std::array<std::uint32_t, 7> kLarge = {255, 256, 257, 511, 513, 777, 2048};
     const auto n =
         static_cast<std::int32_t>(random() % 8 != 0 ? random() % 35 : kLarge[random() % 7]);
     const OperatorRun r = {digit(1, 13), flag(13, 4), {part(), part()}, {part(), part()}, selected};

@@ -1,4 +1,5 @@
 // Command lines and the texts of numbers.
+#include <cpl_conv.h>
 #include <gtest/gtest.h>
 
 #include <iterator>
@@ -34,7 +35,7 @@ TEST(CommandLines, ComeBackFromTheCommandThatRepeatsTheRun) {
       "a.tif -file1=-dash =x -b -- o.img -save=\xc3\xa4 -mode=cfloat32 -mode=byte -format=ENVI "
       "-co=INTERLEAVE=BIL -co=A=' -region=1:2:30:40 -window=-1.5:2e3:1e6:4e300 -resolution=2 "
       "-resampling=average -resampling=overview -bands=1,3-5 -bands=2,1 -looks=3:2 -nodata=keep "
-      "-clamp "
+      "-nodata=-9.5 -a_nodata=1e-3 -unscale -oo=A=1 -clamp "
       "-operator=1+b_pow_a -operator=a/b2 -overwrite -quiet -file2=$HOME`;\\ \x1b[m\x01'2");
   std::vector<std::string> known(std::istream_iterator<std::string>(words), {});
   known.emplace_back("it's of two words");
@@ -60,6 +61,20 @@ TEST(CommandLines, ComeBackFromTheCommandThatRepeatsTheRun) {
   EXPECT_GT(accepted, 3000);
 }
 
+TEST(CommandLines, TakeWhatGdalsProgramsTake) {
+  const auto commandOf = [](const std::string& text) {
+    std::istringstream words(text);
+    const Options options = ReadCommandLine({std::istream_iterator<std::string>(words), {}});
+    const HostState& host = TheHostState();
+    return ReproducingCommand(options.job, host.registration, {}) + (options.quiet ? " q" : "");
+  };
+  EXPECT_EQ(commandOf("a -ot Int16 -of ENVI -co A=B -oo C=D -srcwin 1 2 3 4 -r near -q o"),
+            commandOf("a o -mode=int16 -format=ENVI -co=A=B -oo=C=D -region=1:2:3:4 -quiet"));
+  EXPECT_EQ(commandOf("-a_nodata -1 -projwin -2 4 6 -8 a o --config LUMOMIXCALC_TEST yes"),
+            commandOf("a o -a_nodata=-1 -window=-2:-8:6:4"));
+  EXPECT_STREQ(CPLGetConfigOption("LUMOMIXCALC_TEST", ""), "yes");
+}
+
 TEST(CommandLines, NameTheArgumentThatIsWrong) {
   std::istringstream words(
       "-region= -region=1:2:3 -region=1:2:3:4:5 -region=1:2:3: -region=1,2,3,4 -region=a:0:1:1 "
@@ -68,7 +83,7 @@ TEST(CommandLines, NameTheArgumentThatIsWrong) {
       "-resolution=0 -resolution=-1 -resolution=2.5 -resolution=1/2 -resampling= "
       "-resampling=Average -resampling=near -resampling=preview -bands= -bands=0 -bands=x "
       "-bands=1.5 -bands=1, -bands=1,,2 -bands=1- -bands=3-1 -bands=1-2-3 -bands=1-65536,1 "
-      "-bands=1-999999999 -mode=float16 -nodata=drop -overwrite=yes -file1 -file1=b.tif -file2= "
+      "-bands=1-999999999 -mode=float16 -nodata=drop -a_nodata=x -co=A -oo==B -b -srcwin -overwrite=yes -file1 -file1=b.tif -file2= "
       "c.tif");
   for (std::string word; words >> word;) {
     try {

@@ -76,7 +76,8 @@ inline auto Decisive(const Job& job) {
                          selected.window ? ToText(*selected.window) : "", selected.resolution,
                          selected.looks.x, selected.looks.y,
                          coarser ? selected.resampling : Resampling::kNearest, job.bands,
-                         job.keepNoData, std::bit_cast<std::array<std::uint32_t, 4>>(parts),
+                         job.elements.keepNoData, job.elements.noData, job.elements.unscale,
+                         job.outputNoData, job.openOptions, std::bit_cast<std::array<std::uint32_t, 4>>(parts),
                          gOperationChoice, gClampAtZero != 0);
 }
 

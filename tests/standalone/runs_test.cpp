@@ -62,7 +62,7 @@ TEST(RunInMemory, ComputesTheChosenBandWithNanForNoDataOrCleansUpWhenCancelled) 
   for (const auto& [band, keepNoData, expected] :
        {std::tuple(1, false, NAN), {1, true, 4}, {2, false, 1001}}) {
     job.bands = {band};
-    job.keepNoData = keepNoData;
+    job.elements.keepNoData = keepNoData;
     double last = 0;
     const auto progress = [&last](double share) {
       EXPECT_GE(share, last);
