@@ -42,8 +42,6 @@ constexpr const char* kOptions = R"(;
      -panel        show the panel with these files and options; files may be left out.
                    On a desktop also without any argument
      -h, -help, --help, -version, --version
-     -ot, -of, -co, -oo, -srcwin, -projwin, -r, -a_nodata, -q, --config
-                   as GDAL's programs take them, values after them
      --            what follows are files, even when they begin with a dash
 
 )";

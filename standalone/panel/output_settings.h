@@ -18,6 +18,7 @@ class OutputSettings : public QWidget {
     grid_->setColumnStretch(1, 1);
     if (registration.regions) AddRegion(first.selection.region);
     if (registration.resolutions) AddResolution(first.selection);
+    AddLooks(first.selection.looks);
     AddStorage(first);
   }
 
@@ -31,6 +32,7 @@ class OutputSettings : public QWidget {
       job.selection.resolution = resolution_->value();
       job.selection.resampling = static_cast<Resampling>(resampling_->currentIndex());
     }
+    job.selection.looks = {looks_[0]->value(), looks_[1]->value()};
     job.mode = mode_->currentIndex() == 0 ? nullptr : &DataModeOf(mode_->currentIndex() - 1);
     job.format = format_->currentIndex() == 0 ? "" : format_->currentText().toStdString();
   }
@@ -105,6 +107,21 @@ class OutputSettings : public QWidget {
     AddRow(*grid_, "Resolution", fields);
   }
 
+  void AddLooks(const Looks& first) {
+    looks_ = {NewSpin("Looks, columns", 1, "columns "), NewSpin("Looks, rows", 1, "rows ")};
+    looks_[0]->setValue(first.x);
+    looks_[1]->setValue(first.y);
+    auto* const fields = new QWidget;
+    auto* const layout = NewLayout<QHBoxLayout>(fields);
+    for (QSpinBox* const spin : looks_) {
+      spin->setToolTip(
+          "Results of so many columns and rows are averaged; the preview shows single ones");
+      connect(spin, &QSpinBox::valueChanged, changed_);
+      layout->addWidget(spin, 1);
+    }
+    AddRow(*grid_, "Looks", fields);
+  }
+
   void AddStorage(const Job& first) {
     for (const DataMode& mode : DataModes()) mode_->addItem(mode.name);
     mode_->setCurrentIndex(first.mode ? first.mode->code + 1 : 0);
@@ -135,6 +152,7 @@ class OutputSettings : public QWidget {
   QCheckBox* region_ = nullptr;       // null when the application does not offer it
   std::array<QSpinBox*, 4> spins_{};  // x, y, columns, rows
   QSpinBox* resolution_ = nullptr;
+  std::array<QSpinBox*, 2> looks_{};
   QComboBox* resampling_ = nullptr;
   QComboBox* mode_ = NewChoice("Output mode", {"float32, complex if an input in use is"});
   QComboBox* format_ = NewChoice("Output format", {"that of the file's extension"});

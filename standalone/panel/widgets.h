@@ -23,6 +23,7 @@ inline QString OfFields(const std::string& message) {
       {"-region=", "Region "},
       {"-resolution=", "Resolution 1 : "},
       {"-resampling=", "Resampling "},
+      {"-looks=", "Looks "},
       {"-mode=", "Mode "},
       {"-format=", "Format "}};
   QString text = Text(message);

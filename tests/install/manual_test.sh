@@ -10,7 +10,8 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
 "$1" -help >"$work/help"
-sed 's/\\-/-/g; s/\\f.//g; s/^\.B[IR]* //; s/ *" *//g; s/ = /=/g' "$root/docs/lumomixcalc.1" >"$work/manual"
+sed 's/\\-/-/g; s/\\f.//g; s/^\.B[IR]* //; s/ *" *//g; s/ = /=/g' "$root/docs/lumomixcalc.1" |
+  sed "/OPTIONS OF GDAL/,/EXIT STATUS/d" >"$work/manual" # which the help leaves out
 sed -nE 's|^ +-operator=([^ ]+).*|\1|p' "$work/help" >"$work/help.names"
 sed -n '/^a1+b2 /,/^1+b_pow_a /p' "$work/manual" | cut -d' ' -f1 >"$work/manual.names"
 for text in help manual; do

@@ -181,6 +181,7 @@ TEST_F(PanelWindowTest, EditsReachTheRunAndTheCommandThatRepeatsIt) {
         {"Region, columns", "50"},
         {"Resolution", "2"},
         {"Resampling", "average"},
+        {"Looks, rows", "3"},
         {"Output mode", "cfloat32"},
         {"Output format", "GTiff"}}) {
     const std::string before = CurrentCommand();
@@ -189,12 +190,12 @@ TEST_F(PanelWindowTest, EditsReachTheRunAndTheCommandThatRepeatsIt) {
   }
   Run("done");
   const std::string folder = folder_.path().toStdString();
-  EXPECT_EQ(
-      CurrentCommand(),
-      "lumomixcalc '" + folder + "/it'\\''s a $file.tif' " + folder + "/f2.tif " + folder +
-          "/out.tif -mode=cfloat32 -format=GTiff -region=7:0:50:40 -resolution=2 "
-          "-resampling=average -a=0.12345678:-0.15 -b=0.12345679:-0.15 -operator='a1/b2' -clamp "
-          "-overwrite");
+  EXPECT_EQ(CurrentCommand(),
+            "lumomixcalc '" + folder + "/it'\\''s a $file.tif' " + folder + "/f2.tif " + folder +
+                "/out.tif -mode=cfloat32 -format=GTiff -region=7:0:50:40 -resolution=2 "
+                "-resampling=average -looks=1:3 -a=0.12345678:-0.15 -b=0.12345679:-0.15 "
+                "-operator='a1/b2' -clamp "
+                "-overwrite");
   const std::string written = Bytes("out.tif");
   std::ofstream("out.tif") << "other";
   Set("Copy");
@@ -207,7 +208,7 @@ TEST_F(PanelWindowTest, EditsReachTheRunAndTheCommandThatRepeatsIt) {
 TEST_F(PanelWindowTest, ShowsWhatTheCommandLineSays) {
   const std::string options =
       " -mode=cfloat32 -format=ENVI -co=INTERLEAVE=BIL -region=3:4:20:10 -resolution=2 "
-      "-resampling=cubic -bands=1 -nodata=keep -a=0.1:0 -b=1:16777216 -operator=";
+      "-resampling=cubic -looks=2:1 -bands=1 -nodata=keep -a=0.1:0 -b=1:16777216 -operator=";
   Open(kFiles + options + "1+b_pow_a -clamp");
   EXPECT_TRUE(CurrentCommand().ends_with("/out.tif" + options + "'1+b_pow_a' -clamp"));
   EXPECT_EQ(TextOf(kA), "0.1");
@@ -463,7 +464,8 @@ TEST_F(PanelWindowTest, TabGoesFromTopToBottomThroughWidgetsThatScreenReadersCan
   } while (QApplication::focusWidget() != &Find<QLineEdit>("File1") && visited.size() < 1000);
   EXPECT_EQ(visited.replace(", number", "").toStdString(),
             "File1; File2; Save; File1 Coeff (A) 1 of 2; File1 Coeff (A) 2 of 2; File2 Coeff (B) 1 "
-            "of 2; File2 Coeff (B) 2 of 2; Operator; Clamp at 0?; Region; Resolution; Output mode; "
+            "of 2; File2 Coeff (B) 2 of 2; Operator; Clamp at 0?; Region; Resolution; Looks, "
+            "columns; Looks, rows; Output mode; "
             "Output format; Run; Images shown; Stretch; Band; File1 part; File2 part; Result part; "
             "Command; Copy; Messages; ");
 }

@@ -83,7 +83,8 @@ TEST(CommandLines, NameTheArgumentThatIsWrong) {
       "-resolution=0 -resolution=-1 -resolution=2.5 -resolution=1/2 -resampling= "
       "-resampling=Average -resampling=near -resampling=preview -bands= -bands=0 -bands=x "
       "-bands=1.5 -bands=1, -bands=1,,2 -bands=1- -bands=3-1 -bands=1-2-3 -bands=1-65536,1 "
-      "-bands=1-999999999 -mode=float16 -nodata=drop -a_nodata=x -co=A -oo==B -b -srcwin -overwrite=yes -file1 -file1=b.tif -file2= "
+      "-bands=1-999999999 -mode=float16 -nodata=drop -a_nodata=x -co=A -oo==B -b -srcwin "
+      "-overwrite=yes -file1 -file1=b.tif -file2= "
       "c.tif");
   for (std::string word; words >> word;) {
     try {
