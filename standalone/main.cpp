@@ -1,4 +1,4 @@
-// The batch program: one run, or the panel's program in its place.
+// The batch program: one run, the joining of parts, or the panel's program in its place.
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -18,6 +18,7 @@
 #include "standalone/cli/progress_bar.h"
 #include "standalone/program.h"
 #include "standalone/rasters/gdal_library.h"
+#include "standalone/runs/parts.h"
 #include "standalone/runs/run.h"
 
 namespace lumomixcalc::standalone {
@@ -55,8 +56,7 @@ bool PanelCanBeShown() {
                          "; to run without the panel, name files and options (see -help)");
 }
 
-void RunOnce(const Options& options, HostState& host, const std::stop_token& stop) {
-  SetUpGdal();
+RunReport Run(const Options& options, HostState& host, const std::stop_token& stop) {
   const std::vector<std::string> echoed = EchoOptions(host);
   const std::string command = ReproducingCommand(options.job, host.registration, echoed);
   std::optional<ProgressBar> bar;
@@ -64,10 +64,18 @@ void RunOnce(const Options& options, HostState& host, const std::stop_token& sto
   const auto show = [&bar](double share) {
     if (bar) bar->Show(share);
   };
-  const RunReport report = RunBatch(options.job, command, host, {stop, show});
+  RunReport report = RunBatch(options.job, command, host, {stop, show});
   bar.reset();
   if (std::ranges::find(echoed, "-clamp") != echoed.end() && FindDataMode(report.mode)->complex)
     Warn("-clamp has no effect on a complex output");
+  return report;
+}
+
+void RunOrJoin(const Options& options, HostState& host, const std::stop_token& stop) {
+  SetUpGdal();
+  const RunReport report = options.action == Options::Action::kJoin
+                               ? JoinParts(options.mosaic, options.job)
+                               : Run(options, host, stop);
   if (options.quiet || options.job.statisticsFile == "-") return;
   for (std::size_t i = 0; i < report.bands.size(); ++i)
     std::puts(StatisticsLine(static_cast<int>(i) + 1, report.bands[i]).c_str());
@@ -84,6 +92,6 @@ int main(int argc, char** argv) {
   return RunProgram(arguments,
                     [&](const Options& options, HostState& host, const std::stop_token& stop) {
                       if (options.action == Options::Action::kPanel) StartPanel(arguments);
-                      RunOnce(options, host, stop);
+                      RunOrJoin(options, host, stop);
                     });
 }

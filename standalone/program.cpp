@@ -93,8 +93,10 @@ void Run(const std::vector<std::string>& arguments, const Action& act) {
   Options options = ReadOptions(arguments, host.registration);
   if (options.action == Options::Action::kHelp) return PrintUsage(host.registration, operators);
   if (options.action == Options::Action::kVersion) return PrintVersion();
-  ReadApplicationOptions(options.applicationArguments, host, operators);
-  PlaceFiles(options, host.registration);
+  if (options.action != Options::Action::kJoin) {
+    ReadApplicationOptions(options.applicationArguments, host, operators);
+    PlaceFiles(options, host.registration);
+  }
   act(options, host, TheSignalWatch().Token());
 }
 

@@ -129,6 +129,21 @@ void SetOutputNoData(Options& options, const std::string& text) {
     throw WrongCommandLine("-a_nodata=" + text + ": write the number that is to stand for no data");
 }
 
+void SetPart(Options& options, const std::string& text) {
+  const std::size_t slash = std::min(text.find('/'), text.size() - 1);
+  const int number = ParseInt(text.substr(0, slash)).value_or(0);
+  const int count = ParseInt(text.substr(slash + 1)).value_or(0);
+  if (number < 1 || number > count)
+    throw WrongCommandLine("-part=" + text +
+                           ": write K/N, whole numbers with K from 1 to N, such as -part=3/16");
+  options.job.part = {number, count};
+}
+
+void SetMosaic(Options& options, const std::string& file) {
+  options.action = Options::Action::kJoin;
+  options.mosaic = file;
+}
+
 template <Options::Action kAction>
 void SetAction(Options& options, const std::string&) {
   options.action = kAction;
@@ -154,6 +169,8 @@ constexpr HostOption kHostOptions[] = {
     {"-a_nodata", true, SetOutputNoData},
     {"-unscale", false, [](Options& o, const std::string&) { o.job.elements.unscale = true; }},
     {"-stats", true, [](Options& o, const std::string& file) { o.job.statisticsFile = file; }},
+    {"-part", true, SetPart},
+    {"-join", true, SetMosaic},
     {"-overwrite", false, [](Options& o, const std::string&) { o.job.overwrite = true; }},
     {"-quiet", false, [](Options& o, const std::string&) { o.quiet = true; }},
     {"-panel", false, SetAction<Options::Action::kPanel>},
@@ -245,6 +262,22 @@ bool TakeNamedFile(const std::string& argument, const Registration& registration
   return false;
 }
 
+void CheckJoin(const std::vector<std::string>& arguments) {
+  for (const std::string& argument : arguments)
+    if (argument != "-overwrite" && argument != "-quiet" && !argument.starts_with("-stats=") &&
+        !argument.starts_with("-join="))
+      throw WrongCommandLine(argument + ": -join= goes with -overwrite, -stats= and -quiet alone");
+}
+
+void CheckPart(const Options& options) {
+  if (options.action == Options::Action::kPanel)
+    throw WrongCommandLine("-part= and -panel exclude each other");
+  if (!options.job.format.empty())
+    throw WrongCommandLine("-part= and -format= exclude each other: parts are GeoTIFFs");
+  if (!options.job.statisticsFile.empty())
+    throw WrongCommandLine("-part= and -stats= exclude each other: -join= takes -stats=");
+}
+
 void CheckThatOptionsAgree(const Selection& selection, const Registration& registration) {
   if (selection.resolution != 1 && !registration.resolutions)
     throw WrongCommandLine("-resolution=: the application leaves no choice of resolution");
@@ -304,6 +337,8 @@ Options ReadOptions(const std::vector<std::string>& arguments, const Registratio
   }
   if (options.action == Options::Action::kRun || options.action == Options::Action::kPanel)
     CheckThatOptionsAgree(options.job.selection, registration);
+  if (options.job.part) CheckPart(options);
+  if (options.action == Options::Action::kJoin) CheckJoin(arguments);
   return options;
 }
 

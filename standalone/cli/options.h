@@ -10,10 +10,11 @@ namespace lumomixcalc::standalone {
 
 // What the command line asks for.
 struct Options {
-  enum class Action { kRun, kPanel, kHelp, kVersion };
+  enum class Action { kRun, kJoin, kPanel, kHelp, kVersion };
 
   Action action = Action::kRun;
   Job job;
+  std::string mosaic;  // of parts that are to be joined
   bool quiet = false;
   std::vector<std::string> applicationArguments;
   std::vector<std::string> filesWithoutName;

@@ -13,6 +13,12 @@
 
 namespace lumomixcalc::standalone {
 
+// The part of an output that a run makes: number, from 1, of count bands of rows.
+struct PartNumber {
+  int number = 0;
+  int count = 0;
+};
+
 // What a run is to do with which files, as the user asks for it.
 struct Job {
   std::map<int, std::string> files;          // by stream number: one input or more, and the output;
@@ -27,6 +33,7 @@ struct Job {
   std::optional<double> outputNoData;    // what stands for no data in the output
   std::string statisticsFile;            // "-" for standard output; empty for none
   bool overwrite = false;
+  std::optional<PartNumber> part;  // of the output; empty for all of it
 };
 
 // What whoever started a run may ask of it and learns of it.

@@ -29,6 +29,14 @@ static void AddCount(CPLJSONObject& object, const char* name, std::uint64_t valu
   object.Add(name, static_cast<GInt64>(value));
 }
 
+static CPLJSONObject RecordObject(const IPOutputStats& record) {
+  CPLJSONObject object;
+  AddNumber(object, "minimum", static_cast<double>(record.minimum));
+  AddNumber(object, "maximum", static_cast<double>(record.maximum));
+  AddNumber(object, "sum", static_cast<double>(record.sum));
+  return object;
+}
+
 static CPLJSONObject BandObject(int number, const BandStatistics& band) {
   CPLJSONObject object;
   object.Add("band", number);
@@ -46,15 +54,16 @@ static CPLJSONObject BandObject(int number, const BandStatistics& band) {
   AddCount(object, "moved", band.unheld.moved);
   AddCount(object, "taken", band.unheld.taken);
   AddCount(object, "zeroed", band.unheld.nan);
-  CPLJSONObject record;
-  AddNumber(record, "minimum", static_cast<double>(band.record.minimum));
-  AddNumber(record, "maximum", static_cast<double>(band.record.maximum));
-  AddNumber(record, "sum", static_cast<double>(band.record.sum));
-  object.Add("record", record);
+  CPLJSONArray records;
+  for (const IPOutputStats& record : band.recordsOfParts) records.Add(RecordObject(record));
+  if (records.Size() > 0)
+    object.Add("records", records);
+  else
+    object.Add("record", RecordObject(band.record));
   return object;
 }
 
-static std::string Utf8(const std::string& text) {
+std::string Utf8(const std::string& text) {
   if (CPLIsUTF8(text.c_str(), -1)) return text;
   const std::unique_ptr<char, decltype(&VSIFree)> recoded(
       CPLRecode(text.c_str(), CPL_ENC_ISO8859_1, CPL_ENC_UTF8), VSIFree);

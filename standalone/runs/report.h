@@ -28,11 +28,14 @@ struct RunReport {
 
 // The report as a JSON object in UTF-8. Of each band: counts of elements, valid and no_data ones;
 // minimum, maximum, mean, standard_deviation and sum of the valid ones (absent when there are
-// none); counts of saturated, moved and zeroed
-// elements of an integer mode, and of those taken for no data in another; and record, what the
-// application itself counted. Numbers that JSON has not are the strings "nan", "inf" and "-inf". A
-// text that is not UTF-8 is taken as Latin-1, so that no byte of a file name is lost.
+// none); counts of saturated, moved and zeroed elements of an integer mode, and of those taken for
+// no data in another; and record, what the application itself counted, or records, by parts, of a
+// mosaic. Numbers that JSON has not are the strings "nan", "inf" and "-inf". A text that is not
+// UTF-8 is taken as Latin-1, so that no byte of a file name is lost.
 std::string ReportAsJson(const RunReport& report);
+
+// The text in UTF-8; one that is not is taken as Latin-1.
+std::string Utf8(const std::string& text);
 
 // Where a report goes: a file, which appears whole or not at all; a device or pipe; or, as "-",
 // standard output.

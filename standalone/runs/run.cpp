@@ -23,6 +23,7 @@
 #include "standalone/rasters/raster_output.h"
 #include "standalone/runs/description.h"
 #include "standalone/runs/looks.h"
+#include "standalone/runs/parts.h"
 #include "standalone/runs/report.h"
 #include "standalone/runs/session.h"
 #include "standalone/runs/statistics.h"
@@ -137,11 +138,18 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
   const auto start = std::chrono::steady_clock::now();
   const GdalRun gdalRun;
   const std::string& outputName = job.files.at(host.registration.Output().number);
-  const OutputFormat format = ChooseOutputFormat(job.format, outputName);
+  const OutputFormat format = ChooseOutputFormat(job.part ? "GTiff" : job.format, outputName);
   CheckCreationOptions(format, job.creationOptions);
 
   Session session(job, host);
-  const std::filesystem::path target = ResolveOutput(outputName, job.overwrite);
+  std::optional<Part> part;
+  if (job.part) {
+    part.emplace(job, command, format, session);
+    if (const std::optional<RunReport> done = part->ReportIfThere()) return *done;
+    part->MakeFolder();
+  }
+  const std::filesystem::path target =
+      part ? part->Raster() : ResolveOutput(outputName, job.overwrite);
   std::optional<ReportFile> reportFile;
   if (!job.statisticsFile.empty())
     reportFile.emplace(job.statisticsFile, job.overwrite, session.Files(), target);
@@ -151,8 +159,9 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
 
   const OutputGrid& grid = session.Grid();
   RasterOutput output({target, format, &mode, job.creationOptions, grid.columns, grid.rows,
-                       static_cast<int>(session.Bands().size()), job.overwrite, session.Files()});
-  Describe(session, command, outputName, output.Dataset());
+                       static_cast<int>(session.Bands().size()), job.overwrite || part,
+                       session.Files()});
+  Describe(session, part ? command + " " + part->Option() : command, outputName, output.Dataset());
   DeclareNoData(noData, output, outputName);
   session.SelectInputs();
   SizeBlockCache(session, output);
@@ -170,16 +179,23 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
   // A report that cannot be written fails the run before the output is published. After that only
   // the file's renaming is left, which hardly fails.
   if (reportFile) reportFile->Write(ReportAsJson(report));
+  if (part) part->Withdraw();
   output.Publish(control.stop);
+  if (part) part->Publish(report);
   if (reportFile) reportFile->Publish();
   for (const RunInput& input : session.Inputs())
     for (const std::string& loss : input.raster->Losses()) Warn(loss);
-  WarnOfUnheldElements(report.bands, mode);
-  WarnOfTheMode(report, mode);
+  if (!part) WarnOfResults(report);
   return report;
 }
 
 }  // namespace
+
+void WarnOfResults(const RunReport& report) {
+  const DataMode& mode = *FindDataMode(report.mode);
+  WarnOfUnheldElements(report.bands, mode);
+  WarnOfTheMode(report, mode);
+}
 
 RunReport RunBatch(const Job& job, const std::string& command, HostState& host,
                    const RunControl& control) {

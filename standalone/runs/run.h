@@ -19,6 +19,10 @@ namespace lumomixcalc::standalone {
 RunReport RunBatch(const Job& job, const std::string& command, HostState& host,
                    const RunControl& control);
 
+// Warns of what the mode does not hold of the results, and of a mode that holds more than they
+// have.
+void WarnOfResults(const RunReport& report);
+
 // One band that a run computed, in memory.
 struct MemoryRaster {
   OutputGrid grid;  // its size, and where it lies on the inputs

@@ -152,6 +152,14 @@ void Session::ChooseNoData(const Job& job) {
     }
 }
 
+void Session::LimitRows(int firstRow, int rows) {
+  const int inputRows = grid_.resolution * grid_.looks.y;
+  grid_.window.y += firstRow * inputRows;
+  grid_.window.rows = rows * inputRows;
+  grid_.rows = rows;
+  processedGrid_ = grid_.BeforeLooks();
+}
+
 void Session::SelectInputs() {
   for (const RunInput& input : inputs_) {
     std::vector<int> bands;

@@ -64,6 +64,9 @@ class Session {
   // when only masks tell; none when nothing does or no-data values are kept as numbers.
   const std::optional<double>& NoData() const { return noData_; }
 
+  // Limits the grids to rows of the output, before SelectInputs.
+  void LimitRows(int firstRow, int rows);
+
   int OutputStream() const { return host_.registration.Output().number; }
 
   // Processed rows that a strip of the run has at most: few enough that the strips in work stay in

@@ -113,6 +113,12 @@ void ExactSum::AddProduct(const ExactSum& a, double b) {
   for (const double part : a.parts_) AddProduct(part, b);
 }
 
+std::vector<double> ExactSum::Terms() const {
+  std::vector<double> terms = parts_;
+  if (notFinite_ != 0) terms.push_back(notFinite_);
+  return terms;
+}
+
 double ExactSum::Rounded() const {
   if (notFinite_ != 0) return notFinite_;  // NaN, too, is unequal to zero
   double high = 0;
@@ -130,6 +136,15 @@ double ExactSum::Rounded() const {
     if (next - high == 2 * low) return next;
   }
   return high;
+}
+
+void ValidStatistics::Add(const ValidStatistics& following) {
+  minimum = std::min(minimum, following.minimum);
+  maximum = std::max(maximum, following.maximum);
+  for (const double term : following.sum.Terms()) sum.Add(term);
+  for (const double term : following.squares.Terms()) squares.Add(term);
+  valid += following.valid;
+  noData += following.noData;
 }
 
 double ValidStatistics::Deviation() const {
@@ -162,6 +177,14 @@ bool HasImaginaryPart(const float* values, std::size_t elements) {
     if (imaginary < 0 || imaginary > 0) return true;
   }
   return false;
+}
+
+void BandStatistics::AddPart(const BandStatistics& part) {
+  valid.Add(part.valid);
+  unheld.saturated += part.unheld.saturated;
+  unheld.moved += part.unheld.moved;
+  unheld.nan += part.unheld.nan;
+  recordsOfParts.push_back(part.record);
 }
 
 std::string StatisticsLine(int band, const BandStatistics& statistics) {

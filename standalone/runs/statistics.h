@@ -22,6 +22,9 @@ class ExactSum {
   void AddProduct(double a, double b);
   void AddProduct(const ExactSum& a, double b);  // of finite numbers
 
+  // Doubles of which it is the exact sum.
+  std::vector<double> Terms() const;
+
   // The double nearest to the sum; an infinity or NaN when one was added.
   double Rounded() const;
 
@@ -50,6 +53,9 @@ struct ValidStatistics {
   std::uint64_t Elements() const { return valid + noData; }
   double Mean() const { return sum.Rounded() / static_cast<double>(valid); }
 
+  // Adds what was counted of rows that follow.
+  void Add(const ValidStatistics& following);
+
   // The root of the mean squared deviation from the mean.
   double Deviation() const;
 };
@@ -68,6 +74,10 @@ struct BandStatistics {
                           -std::numeric_limits<float>::infinity(), 0};
   ValidStatistics valid;
   UnheldElements unheld;
+  std::vector<IPOutputStats> recordsOfParts;  // in place of record, of a mosaic of parts
+
+  // Adds the statistics of a part, the next of the mosaic.
+  void AddPart(const BandStatistics& part);
 };
 
 // "band 1: minimum 0, maximum 3.5, mean 1.25, deviation 0.5, sum 80, 12 no data", each number in

@@ -1,0 +1,446 @@
+#include "standalone/runs/parts.h"
+
+#include <cpl_string.h>
+#include <cpl_vsi.h>
+#include <gdal_priv.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "standalone/base/messages.h"
+#include "standalone/base/numbers.h"
+#include "standalone/rasters/data_modes.h"
+#include "standalone/rasters/gdal_library.h"
+#include "standalone/rasters/grid.h"
+#include "standalone/rasters/publication.h"
+#include "standalone/runs/run.h"
+#include "standalone/runs/statistics.h"
+
+namespace lumomixcalc::standalone {
+namespace fs = std::filesystem;
+namespace {
+
+fs::path FolderOfParts(fs::path mosaic) { return mosaic.replace_extension(".parts"); }
+
+// The name of a part's files without their extension.
+std::string StemOf(const PartNumber& part) {
+  return std::to_string(part.number) + "-of-" + std::to_string(part.count);
+}
+
+// N of "K-of-N.tif" and the like; 0 of any other name.
+int CountInName(const std::string& name) {
+  const std::string separator = "-of-";
+  const std::size_t end = name.find(separator);
+  if (end == std::string::npos || !ParseInt(name.substr(0, end))) return 0;
+  const std::string rest = name.substr(end + separator.size());
+  return ParseInt(rest.substr(0, rest.find('.'))).value_or(0);
+}
+
+// Of how many parts those in the folder are; count where there are none. Throws Failure when they
+// are of another count, unless that is 0, or when the folder holds other things alone.
+int CountOfParts(const fs::path& folder, int count) {
+  std::error_code error;
+  if (!fs::exists(fs::symlink_status(folder, error))) return count;
+  std::string other;
+  bool holdsParts = false;
+  for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
+    const std::string name = entry.path().filename();
+    if (name.starts_with('.')) continue;  // parts in the making
+    const int found = CountInName(name);
+    if (found == 0) {
+      other = name;
+      continue;
+    }
+    if (count != 0 && found != count)
+      throw Failure("the folder " + folder.string() + " holds " + name + ", which is none of " +
+                    CountText(static_cast<unsigned>(count), "part") +
+                    "; choose another name or remove what is not wanted");
+    count = found;
+    holdsParts = true;
+  }
+  if (error) throw Failure("cannot read the folder " + folder.string() + ": " + error.message());
+  if (!holdsParts && !other.empty())
+    throw Failure("the folder " + folder.string() + " holds " + other +
+                  " and no parts; choose another name");
+  return count;
+}
+
+fs::path MosaicOf(const std::string& option, const std::string& name, bool overwrite) {
+  if (!name.ends_with(".vrt"))
+    throw WrongCommandLine(option + ": the output " + name +
+                           " must end in .vrt, since it is a mosaic of parts");
+  return ResolveOutput(name, overwrite);
+}
+
+CPLJSONArray FactsOfInputs(const Session& session) {
+  CPLJSONArray inputs;
+  for (const InputFiles& input : session.Files())
+    for (const std::string& file : input.files) {
+      VSIStatBufL status = {};
+      CPLJSONObject object;
+      object.Add("file", Utf8(file));
+      if (VSIStatL(file.c_str(), &status) == 0) {
+        object.Add("bytes", static_cast<GInt64>(status.st_size));
+        object.Add("modified", std::to_string(status.st_mtim.tv_sec) + " s " +
+                                   std::to_string(status.st_mtim.tv_nsec) + " ns");
+      }
+      inputs.Add(object);
+    }
+  return inputs;
+}
+
+// How a part differs from another, for a sentence; empty when both belong to one output.
+std::string Difference(const CPLJSONObject& one, const CPLJSONObject& other) {
+  constexpr std::array<std::pair<const char*, const char*>, 4> kKinds = {
+      {{"command", "of another command"},
+       {"inputs", "of other inputs, or of inputs that changed since"},
+       {"mosaic", "of an output of another size"},
+       {"version", "of another version of the program"}}};
+  for (const auto& [key, kind] : kKinds)
+    if (one.GetObj(key).Format(CPLJSONObject::PrettyFormat::Plain) !=
+        other.GetObj(key).Format(CPLJSONObject::PrettyFormat::Plain))
+      return kind;
+  return "";
+}
+
+CPLJSONArray AsJson(const ExactSum& sum) {
+  CPLJSONArray terms;
+  for (const double term : sum.Terms()) terms.Add(ShortestText(term));
+  return terms;
+}
+
+double NumberAt(const CPLJSONObject& object, const char* name) {
+  return ParseDouble(object.GetString(name)).value_or(0);
+}
+
+std::uint64_t CountAt(const CPLJSONObject& object, const char* name) {
+  return static_cast<std::uint64_t>(object.GetLong(name));
+}
+
+void AddTerms(CPLJSONArray terms, ExactSum& sum) {
+  for (int i = 0; i < terms.Size(); ++i) sum.Add(ParseDouble(terms[i].ToString()).value_or(0));
+}
+
+// What Publish wrote of a band, back to the bit.
+BandStatistics BandOf(const CPLJSONObject& object) {
+  BandStatistics band;
+  band.valid.valid = CountAt(object, "valid");
+  band.valid.noData = CountAt(object, "no_data");
+  if (band.valid.valid > 0) {
+    band.valid.minimum = static_cast<float>(NumberAt(object, "minimum"));
+    band.valid.maximum = static_cast<float>(NumberAt(object, "maximum"));
+  }
+  AddTerms(object.GetArray("sum_terms"), band.valid.sum);
+  AddTerms(object.GetArray("square_terms"), band.valid.squares);
+  band.unheld = {CountAt(object, "saturated"), CountAt(object, "moved"), CountAt(object, "zeroed")};
+  band.record = {static_cast<float>(NumberAt(object, "record/minimum")),
+                 static_cast<float>(NumberAt(object, "record/maximum")),
+                 static_cast<float>(NumberAt(object, "record/sum"))};
+  return band;
+}
+
+RunReport ReportOf(const CPLJSONObject& facts) {
+  RunReport report;
+  report.command = facts.GetString("command");
+  report.output = facts.GetString("output");
+  report.format = facts.GetString("format");
+  report.mode = facts.GetString("mode");
+  report.columns = facts.GetInteger("columns");
+  report.rows = facts.GetInteger("rows");
+  report.looks = {facts.GetArray("looks")[0].ToInteger(), facts.GetArray("looks")[1].ToInteger()};
+  report.seconds = facts.GetDouble("seconds");
+  CPLJSONArray bands = facts.GetArray("bands");
+  for (int i = 0; i < bands.Size(); ++i) report.bands.push_back(BandOf(bands[i]));
+  report.imaginaryPartsLost = facts.GetBool("imaginary_parts_lost");
+  report.imaginaryPartsHeld = facts.GetBool("imaginary_parts_held");
+  return report;
+}
+
+// Adds the rows of a part to those before it.
+void AddReport(const RunReport& part, RunReport& whole) {
+  whole.rows += part.rows;
+  whole.seconds += part.seconds;
+  whole.imaginaryPartsLost |= part.imaginaryPartsLost;
+  whole.imaginaryPartsHeld |= part.imaginaryPartsHeld;
+  for (std::size_t i = 0; i < whole.bands.size(); ++i) whole.bands[i].AddPart(part.bands[i]);
+}
+
+// The facts of a part; none when the file is not there or was not written whole.
+std::optional<CPLJSONObject> ReadFacts(const fs::path& file) {
+  const CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);
+  CPLJSONDocument document;
+  if (!document.Load(file.string())) return std::nullopt;
+  const CPLJSONObject facts = document.GetRoot();
+  const bool isPart =
+      facts.GetString("part") == file.stem() && FindDataMode(facts.GetString("mode")) != nullptr;
+  return isPart ? std::optional(facts) : std::nullopt;
+}
+
+// The raster of a part; null when it does not open or is not as it was published.
+GDALDatasetUniquePtr OpenRaster(const fs::path& file, const CPLJSONObject& facts) {
+  const CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);
+  const char* const drivers[] = {"GTiff", nullptr};
+  GDALDatasetUniquePtr raster(
+      GDALDataset::Open(file.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY, drivers));
+  std::error_code ignored;
+  const bool isWhole =
+      raster && raster->GetRasterXSize() == facts.GetInteger("columns") &&
+      raster->GetRasterYSize() == facts.GetInteger("rows") &&
+      raster->GetRasterCount() == facts.GetArray("bands").Size() &&
+      static_cast<GInt64>(fs::file_size(file, ignored)) == facts.GetLong("raster_bytes");
+  return isWhole ? std::move(raster) : nullptr;
+}
+
+// "2,5-7", as schedulers take the tasks of an array.
+std::string RangesText(const std::vector<int>& numbers) {
+  std::string text;
+  for (std::size_t i = 0, end = 0; i < numbers.size(); i = end) {
+    for (end = i + 1; end < numbers.size() && numbers[end] == numbers[end - 1] + 1;) ++end;
+    text.append(i > 0 ? "," : "").append(std::to_string(numbers[i]));
+    if (end > i + 1) text.append("-").append(std::to_string(numbers[end - 1]));
+  }
+  return text;
+}
+
+// The facts of all parts. Throws Failure that names those that cannot be joined.
+std::vector<CPLJSONObject> ReadParts(const fs::path& folder, int count) {
+  std::vector<CPLJSONObject> parts;
+  int firstPart = 0;
+  std::map<std::string, std::vector<int>> faults;
+  for (int number = 1; number <= count; ++number) {
+    const std::string stem = (folder / StemOf({number, count})).string();
+    const std::optional<CPLJSONObject> facts = ReadFacts(stem + ".json");
+    std::string fault;
+    if (!facts)
+      fault = "missing";
+    else if (!OpenRaster(stem + ".tif", *facts))
+      fault = "broken";
+    else if (parts.empty())
+      firstPart = number;
+    else if (fault = Difference(*facts, parts.front()); !fault.empty())
+      fault += ", unlike part " + std::to_string(firstPart);
+    if (fault.empty())
+      parts.push_back(*facts);
+    else
+      faults[fault].push_back(number);
+  }
+  std::string sentence;
+  for (const auto& [fault, numbers] : faults)
+    sentence += (sentence.empty() ? "" : "; ") +
+                std::string(numbers.size() > 1 ? "parts " : "part ") + RangesText(numbers) +
+                " of " + std::to_string(count) + (numbers.size() > 1 ? " are " : " is ") + fault;
+  if (!sentence.empty())
+    throw Failure("cannot join what is in " + folder.string() + ": " + sentence);
+  return parts;
+}
+
+// The rows of one part as a source of a band of the VRT.
+std::string SourceXml(const std::string& raster, int band, int columns, int firstRow, int rows) {
+  const std::unique_ptr<char, decltype(&VSIFree)> name(
+      CPLEscapeString(raster.c_str(), -1, CPLES_XML), VSIFree);
+  return CPLString().Printf(
+      R"(<SimpleSource><SourceFilename relativeToVRT="1">%s</SourceFilename>)"
+      R"(<SourceBand>%d</SourceBand><SrcRect xOff="0" yOff="0" xSize="%d" ySize="%d"/>)"
+      R"(<DstRect xOff="0" yOff="%d" xSize="%d" ySize="%d"/></SimpleSource>)",
+      name.get(), band, columns, rows, firstRow, columns, rows);
+}
+
+// What the bands of all parts have in common.
+void DescribeBand(GDALRasterBand& part, GDALRasterBand& mosaic) {
+  mosaic.SetDescription(part.GetDescription());
+  if (*part.GetUnitType() != '\0') mosaic.SetUnitType(part.GetUnitType());
+  mosaic.SetColorInterpretation(part.GetColorInterpretation());
+  if (const std::optional<double> value = DeclaredNoData(part)) mosaic.SetNoDataValue(*value);
+}
+
+// Makes the VRT file, which names its parts as they lie beside its place.
+void WriteMosaic(const fs::path& file, const fs::path& folder,
+                 const std::vector<CPLJSONObject>& parts, const RunReport& report) {
+  const GdalFailures failures;
+  const DataMode& mode = *FindDataMode(report.mode);
+  const int count = static_cast<int>(parts.size());
+  const auto rasterOf = [count](int number) { return StemOf({number, count}) + ".tif"; };
+  const GDALDatasetUniquePtr first = OpenRaster(folder / rasterOf(1), parts.front());
+  GDALDatasetUniquePtr mosaic(GetGDALDriverManager()->GetDriverByName("VRT")->Create(
+      file.c_str(), report.columns, report.rows, static_cast<int>(report.bands.size()), mode.type,
+      nullptr));
+  if (first && mosaic) {
+    // The first part begins where the whole does.
+    CopyGeoreferencing(*first, {}, *mosaic);
+    if (char** const rpc = first->GetMetadata("RPC")) mosaic->SetMetadata(rpc, "RPC");
+    mosaic->SetMetadata(first->GetMetadata());
+    mosaic->SetMetadataItem("LUMOMIXCALC_COMMAND", report.command.c_str());
+    for (int band = 1; band <= mosaic->GetRasterCount(); ++band) {
+      GDALRasterBand& target = *mosaic->GetRasterBand(band);
+      DescribeBand(*first->GetRasterBand(band), target);
+      StoreStatistics(report.bands[static_cast<std::size_t>(band) - 1], mode, target);
+      int row = 0;
+      for (int number = 1; number <= count; ++number) {
+        const int rows = parts[static_cast<std::size_t>(number) - 1].GetInteger("rows");
+        target.SetMetadataItem(
+            ("source_" + std::to_string(number - 1)).c_str(),
+            SourceXml(folder.filename() / rasterOf(number), band, report.columns, row, rows)
+                .c_str(),
+            "new_vrt_sources");
+        row += rows;
+      }
+    }
+  }
+  mosaic.reset();
+  if (!first || failures.Any())
+    throw Failure("cannot write " + report.output + ": " + failures.First());
+}
+
+// Rows of a block of the TIFF that a run would make in one piece, which depend on its options.
+int BlockRowsOf(const OutputSpecification& whole) {
+  CPLStringList options = CreationOptions(whole);
+  options.SetNameValue("SPARSE_OK", "TRUE");  // else all of it is filled in memory
+  const std::string file = "/vsimem/lumomixcalc/whole.tif";
+  const GdalFailures failures;
+  GDALDatasetUniquePtr tiff(whole.format.driver->Create(
+      file.c_str(), whole.columns, whole.rows, whole.bands, whole.mode->type, options.List()));
+  if (!tiff) throw Failure("cannot write " + whole.target.string() + ": " + failures.First());
+  int columns = 0;
+  int rows = 0;
+  tiff->GetRasterBand(1)->GetBlockSize(&columns, &rows);
+  tiff.reset();
+  VSIRmdirRecursive("/vsimem/lumomixcalc");
+  return rows;
+}
+
+}  // namespace
+
+Part::Part(const Job& job, const std::string& command, const OutputFormat& format, Session& session)
+    : output_(job.files.at(session.OutputStream())), number_(*job.part), overwrite_(job.overwrite) {
+  folder_ = FolderOfParts(MosaicOf(Option(), output_, true));
+  raster_ = folder_ / (StemOf(number_) + ".tif");
+  facts_ = folder_ / (StemOf(number_) + ".json");
+  CountOfParts(folder_, number_.count);
+  RefuseOwnInputs(session);
+  common_.Add("part", StemOf(number_));
+  common_.Add("version", LUMOMIXCALC_VERSION);
+  common_.Add("command", Utf8(command));
+  common_.Add("inputs", FactsOfInputs(session));
+  LimitRows(job, format, session);
+}
+
+std::string Part::Option() const {
+  return "-part=" + std::to_string(number_.number) + "/" + std::to_string(number_.count);
+}
+
+// To other parts they would change while these are made.
+void Part::RefuseOwnInputs(const Session& session) const {
+  for (const InputFiles& input : session.Files())
+    for (const std::string& file : input.files)
+      if (IsSameFile(fs::absolute(file).parent_path(), folder_))
+        throw Failure("the input " + input.name + " has files in " + folder_.string() +
+                      ", the place of the parts of " + output_ + "; choose another name");
+}
+
+void Part::LimitRows(const Job& job, const OutputFormat& format, Session& session) {
+  const OutputGrid& grid = session.Grid();
+  const int bands = static_cast<int>(session.Bands().size());
+  const int blockRows = BlockRowsOf({raster_,
+                                     format,
+                                     &session.Mode(),
+                                     job.creationOptions,
+                                     grid.columns,
+                                     grid.rows,
+                                     bands,
+                                     false,
+                                     {}});
+  const int blocks = (grid.rows - 1) / blockRows + 1;
+  if (number_.count > blocks)
+    throw Failure(Option() + ": the output has " +
+                  CountText(static_cast<unsigned>(grid.rows), "row") + " in blocks of " +
+                  std::to_string(blockRows) + ", enough for " +
+                  CountText(static_cast<unsigned>(blocks), "part"));
+  common_.Add("mosaic", std::to_string(grid.columns) + " x " + std::to_string(grid.rows) + " x " +
+                            std::to_string(bands) + " " + session.Mode().name + ", blocks of " +
+                            std::to_string(blockRows));
+  const auto boundary = [&](std::int64_t number) {
+    return static_cast<int>(
+        std::min<std::int64_t>(number * blocks / number_.count * blockRows, grid.rows));
+  };
+  const int first = boundary(number_.number - 1);
+  session.LimitRows(first, boundary(number_.number) - first);
+}
+
+std::optional<RunReport> Part::ReportIfThere() const {
+  std::error_code ignored;
+  if (overwrite_ || !fs::exists(facts_, ignored)) return std::nullopt;
+  const std::optional<CPLJSONObject> facts = ReadFacts(facts_);
+  const std::string difference = facts ? Difference(*facts, common_) : "not readable";
+  if (!difference.empty())
+    throw Failure(facts_.string() + ", which is there, is " + difference +
+                  "; -overwrite makes the part again");
+  if (!OpenRaster(raster_, *facts)) return std::nullopt;
+  return ReportOf(*facts);
+}
+
+void Part::MakeFolder() const {
+  std::error_code error;
+  fs::create_directory(folder_, error);
+  if (error)
+    throw Failure("cannot write " + output_ + ": cannot make the folder " + folder_.string() +
+                  ": " + error.message());
+}
+
+void Part::Withdraw() const {
+  std::error_code ignored;
+  fs::remove(facts_, ignored);
+}
+
+void Part::Publish(const RunReport& report) const {
+  CPLJSONDocument document;
+  static_cast<void>(document.LoadMemory(ReportAsJson(report)));
+  CPLJSONObject facts = document.GetRoot();
+  for (const CPLJSONObject& one : common_.GetChildren()) facts.Add(one.GetName(), one);
+  facts.Add("imaginary_parts_lost", report.imaginaryPartsLost);
+  facts.Add("imaginary_parts_held", report.imaginaryPartsHeld);
+  CPLJSONArray bands = facts.GetArray("bands");
+  for (int i = 0; i < bands.Size(); ++i) {
+    const ValidStatistics& valid = report.bands[static_cast<std::size_t>(i)].valid;
+    bands[i].Add("sum_terms", AsJson(valid.sum));
+    bands[i].Add("square_terms", AsJson(valid.squares));
+  }
+  facts.Add("raster_bytes", static_cast<GInt64>(fs::file_size(raster_)));
+  ReportFile file(facts_, true, {}, raster_);
+  file.Write(document.SaveAsString() + "\n");
+  file.Publish();
+}
+
+RunReport JoinParts(const std::string& name, const Job& job) {
+  const GdalRun gdalRun;
+  const fs::path target = MosaicOf("-join=", name, job.overwrite);
+  const fs::path folder = FolderOfParts(target);
+  const int count = CountOfParts(folder, 0);
+  if (count == 0) throw Failure("there are no parts of " + name + " in " + folder.string());
+  std::optional<ReportFile> reportFile;
+  if (!job.statisticsFile.empty())
+    reportFile.emplace(job.statisticsFile, job.overwrite, std::vector<InputFiles>(), target);
+  const std::vector<CPLJSONObject> parts = ReadParts(folder, count);
+  RunReport report = ReportOf(parts.front());
+  report.output = name;
+  report.format = "VRT";
+  report.rows = 0;
+  report.seconds = 0;
+  for (BandStatistics& band : report.bands) band = {};
+  for (const CPLJSONObject& part : parts) AddReport(ReportOf(part), report);
+
+  Publication publication(target, job.overwrite, {});
+  WriteMosaic(publication.Folder() / target.filename(), folder, parts, report);
+  if (reportFile) reportFile->Write(ReportAsJson(report));
+  publication.Publish();
+  if (reportFile) reportFile->Publish();
+  WarnOfResults(report);
+  return report;
+}
+
+}  // namespace lumomixcalc::standalone
