@@ -139,7 +139,13 @@ void SetPart(Options& options, const std::string& text) {
   options.job.part = {number, count};
 }
 
+void CheckMosaicName(const std::string& name) {
+  if (!name.ends_with(".vrt"))
+    throw WrongCommandLine("the name of " + name + ", a mosaic of parts, must end in .vrt");
+}
+
 void SetMosaic(Options& options, const std::string& file) {
+  CheckMosaicName(file);
   options.action = Options::Action::kJoin;
   options.mosaic = file;
 }
@@ -382,6 +388,7 @@ void PlaceFiles(Options& options, const Registration& registration) {
     throw WrongCommandLine("no input file beside the output " + files[output] + usage);
   for (const auto& [number, name] : files)
     if (name.empty()) throw WrongCommandLine("a file name is empty" + usage);
+  if (options.job.part) CheckMosaicName(files.at(output));
 }
 
 std::string FilesSynopsis(const Registration& registration) {

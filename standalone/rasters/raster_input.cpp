@@ -49,6 +49,17 @@ bool MayBeRounded(GDALDataType type, std::span<const float> elements) {
           std::ranges::any_of(elements, [](float x) { return std::abs(x) >= kExactIntegers; }));
 }
 
+// Makes elements of parts floats NaN in all where they are in one. Returns whether any is.
+bool MaskWholeElements(std::vector<float>& elements, std::size_t parts) {
+  bool any = false;
+  for (std::size_t i = 0; i < elements.size(); i += parts)
+    if (std::isnan(elements[i]) || std::isnan(elements[i + parts - 1])) {
+      std::fill_n(&elements[i], parts, std::numeric_limits<float>::quiet_NaN());
+      any = true;
+    }
+  return any;
+}
+
 // How far the furthest of count items that lie step bytes apart is beyond the first: with a step
 // backward the first is the furthest.
 std::int64_t Reach(std::int64_t step, int count) {
@@ -235,25 +246,33 @@ void RasterInput::Resample(const PixelWindow& source, const PixelWindow& wanted,
   options.SetNameValue("DATAPOINTER", address);
   memory->AddBand(type, options.List());
   GDALRasterBand& band = *memory->GetRasterBand(1);
-  // GDAL multiplies what is missing by zero, so it must be a number. Without anything missing it
-  // makes the same pixels in two thirds of the time.
-  constexpr float kMissing = std::numeric_limits<float>::lowest();
-  const auto parts = static_cast<std::size_t>(Parts());
-  bool missing = false;
-  for (std::size_t i = 0; !rules_.keepNoData && i < full_.size(); i += parts)
-    if (std::isnan(full_[i]) || std::isnan(full_[i + parts - 1])) {
-      std::fill_n(&full_[i], parts, kMissing);
-      missing = true;
-    }
-  if (missing) band.SetNoDataValue(kMissing);
   GDALRasterIOExtraArg extra;
   INIT_RASTERIO_EXTRA_ARG(extra);
   extra.eResampleAlg = interpolation_->algorithm;
-  if (band.RasterIO(GF_Read, wanted.x - source.x, wanted.y - source.y, wanted.columns, wanted.rows,
-                    out, grid_.columns, rows, type, 0, 0, &extra) != CE_None ||
-      failures.Any())
-    throw Failure("cannot resample " + Describe() + ": " + failures.First());
-  if (missing) MaskNoData({out, Floats(grid_.columns, rows)}, Mode().complex, kMissing);
+  const auto resample = [&](float* to) {
+    if (band.RasterIO(GF_Read, wanted.x - source.x, wanted.y - source.y, wanted.columns,
+                      wanted.rows, to, grid_.columns, rows, type, 0, 0, &extra) != CE_None ||
+        failures.Any())
+      throw Failure("cannot resample " + Describe() + ": " + failures.First());
+  };
+  const auto parts = static_cast<std::size_t>(Parts());
+  const bool missing = !rules_.keepNoData && MaskWholeElements(full_, parts);
+  resample(out);
+  if (!missing) return;
+  // Where anything is missing GDAL computes all pixels of what it has at hand in another way, with
+  // other last bits. So only pixels that it touches, which are NaN, are taken from there: the
+  // others do not depend on what else was read. GDAL multiplies what is missing by zero, so it
+  // must be a number.
+  constexpr float kMissing = std::numeric_limits<float>::lowest();
+  std::ranges::replace_if(
+      full_, [](float value) { return std::isnan(value); }, kMissing);
+  band.SetNoDataValue(kMissing);
+  std::vector<float> masked(Floats(grid_.columns, rows));
+  resample(masked.data());
+  MaskNoData(masked, Mode().complex, kMissing);
+  for (std::size_t i = 0; i < masked.size(); i += parts)
+    if (std::isnan(out[i]) || std::isnan(out[i + parts - 1]))
+      std::copy_n(&masked[i], parts, out + i);
 }
 
 std::vector<std::string> RasterInput::Losses() const {

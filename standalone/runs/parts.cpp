@@ -71,13 +71,6 @@ int CountOfParts(const fs::path& folder, int count) {
   return count;
 }
 
-fs::path MosaicOf(const std::string& option, const std::string& name, bool overwrite) {
-  if (!name.ends_with(".vrt"))
-    throw WrongCommandLine(option + ": the output " + name +
-                           " must end in .vrt, since it is a mosaic of parts");
-  return ResolveOutput(name, overwrite);
-}
-
 CPLJSONArray FactsOfInputs(const Session& session) {
   CPLJSONArray inputs;
   for (const InputFiles& input : session.Files())
@@ -138,7 +131,8 @@ BandStatistics BandOf(const CPLJSONObject& object) {
   }
   AddTerms(object.GetArray("sum_terms"), band.valid.sum);
   AddTerms(object.GetArray("square_terms"), band.valid.squares);
-  band.unheld = {CountAt(object, "saturated"), CountAt(object, "moved"), CountAt(object, "zeroed")};
+  band.unheld = {CountAt(object, "saturated"), CountAt(object, "moved"), CountAt(object, "taken"),
+                 CountAt(object, "zeroed")};
   band.record = {static_cast<float>(NumberAt(object, "record/minimum")),
                  static_cast<float>(NumberAt(object, "record/maximum")),
                  static_cast<float>(NumberAt(object, "record/sum"))};
@@ -318,7 +312,7 @@ int BlockRowsOf(const OutputSpecification& whole) {
 
 Part::Part(const Job& job, const std::string& command, const OutputFormat& format, Session& session)
     : output_(job.files.at(session.OutputStream())), number_(*job.part), overwrite_(job.overwrite) {
-  folder_ = FolderOfParts(MosaicOf(Option(), output_, true));
+  folder_ = FolderOfParts(ResolveOutput(output_, true));
   raster_ = folder_ / (StemOf(number_) + ".tif");
   facts_ = folder_ / (StemOf(number_) + ".json");
   CountOfParts(folder_, number_.count);
@@ -418,7 +412,7 @@ void Part::Publish(const RunReport& report) const {
 
 RunReport JoinParts(const std::string& name, const Job& job) {
   const GdalRun gdalRun;
-  const fs::path target = MosaicOf("-join=", name, job.overwrite);
+  const fs::path target = ResolveOutput(name, job.overwrite);
   const fs::path folder = FolderOfParts(target);
   const int count = CountOfParts(folder, 0);
   if (count == 0) throw Failure("there are no parts of " + name + " in " + folder.string());

@@ -21,7 +21,7 @@ class Part {
   // Limits the session to the rows of job.part. Their boundaries are those of the blocks of the
   // TIFF that would be made in one piece, so that a lossy compression makes the same elements.
   // Throws Failure when there are more parts than rows of blocks, or when what is in the place of
-  // the folder is not of this cut; WrongCommandLine when the output does not end in .vrt.
+  // the folder is not of this cut.
   Part(const Job& job, const std::string& command, const OutputFormat& format, Session& session);
 
   // As the command line has it.
@@ -59,8 +59,7 @@ class Part {
 // Publishes the mosaic of the parts of a run as the VRT file name: georeferencing, metadata and
 // descriptions of the whole, and its statistics to the bit. Takes statisticsFile and overwrite of
 // job. The report has the whole; its records are those of the parts. Throws Failure that names the
-// parts that are missing, broken or do not belong to the others, WrongCommandLine when name does
-// not end in .vrt; then nothing is published.
+// parts that are missing, broken or do not belong to the others; then nothing is published.
 RunReport JoinParts(const std::string& name, const Job& job);
 
 }  // namespace lumomixcalc::standalone

@@ -183,6 +183,7 @@ void BandStatistics::AddPart(const BandStatistics& part) {
   valid.Add(part.valid);
   unheld.saturated += part.unheld.saturated;
   unheld.moved += part.unheld.moved;
+  unheld.taken += part.unheld.taken;
   unheld.nan += part.unheld.nan;
   recordsOfParts.push_back(part.record);
 }
