@@ -16,7 +16,7 @@ _lumomixcalc() {
   local line=${COMP_LINE:0:COMP_POINT}
   local word=${line##*[[:space:]]}
   case $word in
-    -file[12]=* | -save=* | -stats=*)
+    -file[12]=* | -save=* | -stats=* | -join=*)
       compopt -o filenames
       mapfile -t COMPREPLY < <(compgen -f -- "${word#*=}")
       ;;

@@ -36,6 +36,9 @@ constexpr const char* kOptions = R"(;
      -unscale      apply the scale and offset that the inputs' bands declare
      -oo=NAME=VALUE  option for opening the inputs; may be repeated
      -stats=FILE   write the statistics as JSON; - is standard output, in place of lines
+     -part=K/N     compute the K-th of N bands of rows of the output NAME.vrt, into the
+                   folder NAME.parts; a part that is there is done
+     -join=NAME.vrt  make the mosaic of all parts; with -overwrite, -stats=, -quiet alone
      -overwrite    replace the output, which may be an input, and the file of -stats=
      -quiet        print no statistics; they are those of the result before an
                    integer mode rounds and saturates it
