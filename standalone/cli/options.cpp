@@ -130,9 +130,9 @@ void SetOutputNoData(Options& options, const std::string& text) {
 }
 
 void SetPart(Options& options, const std::string& text) {
-  const std::size_t slash = std::min(text.find('/'), text.size() - 1);
-  const int number = ParseInt(text.substr(0, slash)).value_or(0);
-  const int count = ParseInt(text.substr(slash + 1)).value_or(0);
+  const std::vector<std::string> numbers = Split(text, '/');
+  const int number = ParseInt(numbers.front()).value_or(0);
+  const int count = numbers.size() == 2 ? ParseInt(numbers.back()).value_or(0) : 0;
   if (number < 1 || number > count)
     throw WrongCommandLine("-part=" + text +
                            ": write K/N, whole numbers with K from 1 to N, such as -part=3/16");
@@ -270,8 +270,8 @@ bool TakeNamedFile(const std::string& argument, const Registration& registration
 
 void CheckJoin(const std::vector<std::string>& arguments) {
   for (const std::string& argument : arguments)
-    if (argument != "-overwrite" && argument != "-quiet" && !argument.starts_with("-stats=") &&
-        !argument.starts_with("-join="))
+    if (argument != "-overwrite" && argument != "-quiet" && argument != "-q" &&
+        !argument.starts_with("-stats=") && !argument.starts_with("-join="))
       throw WrongCommandLine(argument + ": -join= goes with -overwrite, -stats= and -quiet alone");
 }
 

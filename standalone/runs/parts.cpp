@@ -35,11 +35,9 @@ std::string StemOf(const PartNumber& part) {
 
 // N of "K-of-N.tif" and the like; 0 of any other name.
 int CountInName(const std::string& name) {
-  const std::string separator = "-of-";
-  const std::size_t end = name.find(separator);
-  if (end == std::string::npos || !ParseInt(name.substr(0, end))) return 0;
-  const std::string rest = name.substr(end + separator.size());
-  return ParseInt(rest.substr(0, rest.find('.'))).value_or(0);
+  const std::vector<std::string> words = Split(name.substr(0, name.find('.')), '-');
+  const bool isPart = words.size() == 3 && ParseInt(words[0]) && words[1] == "of";
+  return isPart ? ParseInt(words[2]).value_or(0) : 0;
 }
 
 // Of how many parts those in the folder are; count where there are none. Throws Failure when they
@@ -292,14 +290,14 @@ void WriteMosaic(const fs::path& file, const fs::path& folder,
 }
 
 // Rows of a block of the TIFF that a run would make in one piece, which depend on its options.
-int BlockRowsOf(const OutputSpecification& whole) {
-  CPLStringList options = CreationOptions(whole);
+int BlockRowsOf(const Session& session, const OutputFormat& format, const Job& job) {
+  CPLStringList options = CreationOptions(format, job.creationOptions);
   options.SetNameValue("SPARSE_OK", "TRUE");  // else all of it is filled in memory
-  const std::string file = "/vsimem/lumomixcalc/whole.tif";
   const GdalFailures failures;
-  GDALDatasetUniquePtr tiff(whole.format.driver->Create(
-      file.c_str(), whole.columns, whole.rows, whole.bands, whole.mode->type, options.List()));
-  if (!tiff) throw Failure("cannot write " + whole.target.string() + ": " + failures.First());
+  GDALDatasetUniquePtr tiff(format.driver->Create(
+      "/vsimem/lumomixcalc/whole.tif", session.Grid().columns, session.Grid().rows,
+      static_cast<int>(session.Bands().size()), session.Mode().type, options.List()));
+  if (!tiff) throw Failure("cannot make a GeoTIFF: " + failures.First());
   int columns = 0;
   int rows = 0;
   tiff->GetRasterBand(1)->GetBlockSize(&columns, &rows);
@@ -339,25 +337,16 @@ void Part::RefuseOwnInputs(const Session& session) const {
 
 void Part::LimitRows(const Job& job, const OutputFormat& format, Session& session) {
   const OutputGrid& grid = session.Grid();
-  const int bands = static_cast<int>(session.Bands().size());
-  const int blockRows = BlockRowsOf({raster_,
-                                     format,
-                                     &session.Mode(),
-                                     job.creationOptions,
-                                     grid.columns,
-                                     grid.rows,
-                                     bands,
-                                     false,
-                                     {}});
+  const int blockRows = BlockRowsOf(session, format, job);
   const int blocks = (grid.rows - 1) / blockRows + 1;
   if (number_.count > blocks)
     throw Failure(Option() + ": the output has " +
                   CountText(static_cast<unsigned>(grid.rows), "row") + " in blocks of " +
                   std::to_string(blockRows) + ", enough for " +
                   CountText(static_cast<unsigned>(blocks), "part"));
-  common_.Add("mosaic", std::to_string(grid.columns) + " x " + std::to_string(grid.rows) + " x " +
-                            std::to_string(bands) + " " + session.Mode().name + ", blocks of " +
-                            std::to_string(blockRows));
+  common_.Add("mosaic", SizeText(grid.columns, grid.rows) + ", " +
+                            CountText(session.Bands().size(), "band") + ", " + session.Mode().name +
+                            ", blocks of " + std::to_string(blockRows));
   const auto boundary = [&](std::int64_t number) {
     return static_cast<int>(
         std::min<std::int64_t>(number * blocks / number_.count * blockRows, grid.rows));

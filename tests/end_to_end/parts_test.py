@@ -67,6 +67,7 @@ class Parts(harness.ProgramTest):
                 ((7,), self.a, "-operator=a1b", "-a=9000", "-mode=cint16"),
                 ((7,), self.a, "-operator=a1b", "-mode=float32"),
                 ((7,), self.b, "-operator=a1b", "-mode=uint16", "-nodata=keep"),
+                ((7,), self.b, "-operator=a1b", "-b=0", "-a_nodata=0", "-oo=NUM_THREADS=1"),
                 ((2,), self.b, "-operator=a1b", "-mode=byte", *tiles, "-co=COMPRESS=JPEG",
                  "-region=0:2:2100:32"),
                 ((3,), self.a, "-operator=a_phase_1", "-mode=float32", *tiles, "-bands=2,1,2"),
