@@ -34,122 +34,107 @@ class Parts(harness.ProgramTest):
         return os.path.join(self.folder_of_parts, name)
 
     def make(self, count, *arguments):
+        """Makes all parts. Returns the names of the files that this changes."""
+        before = self.times()
         for number in range(1, count + 1):
             self.done(f"-part={number}/{count}", *arguments, self.mosaic, "-quiet")
+        return {name for name, time in self.times().items() if time != before.get(name)}
 
-    def state(self):
-        """What files there are, in which state."""
-        return {name: os.stat(self.part(name)).st_mtime_ns
-                for name in os.listdir(self.folder_of_parts)}
+    def times(self):
+        there = os.path.exists(self.folder_of_parts) and os.listdir(self.folder_of_parts)
+        return {name: os.stat(self.part(name)).st_mtime_ns for name in there or ()}
 
     def told(self, path, stdout):
-        """All that a raster and its run tell, but for its command and the application's records."""
-        dataset = gdal.Open(path)
+        """The application's records; and all else that a raster and its run tell, but its command.
+        """
+        dataset, report = gdal.Open(path), strict_json(stdout)
         bands = [dataset.GetRasterBand(i + 1) for i in range(dataset.RasterCount)]
         metadata = dataset.GetMetadata()
         self.assertIn("-operator=", metadata.pop("LUMOMIXCALC_COMMAND"))
-        report = strict_json(stdout)
-        records = [band.pop("record", None) or band.pop("records") for band in report["bands"]]
-        return records, [
+        return [band.pop("record", None) or band.pop("records") for band in report["bands"]], [
             dataset.ReadAsArray().tobytes(), metadata, dataset.GetMetadata("RPC"),
-            dataset.GetGeoTransform(), dataset.GetProjection(),
-            [(round(p.GCPPixel, 4), round(p.GCPLine, 4), p.GCPX) for p in dataset.GetGCPs()], report["mode"],
-            report["columns"], report["rows"], report["bands"],
+            dataset.GetGeoTransform(), dataset.GetProjection(), dataset.GetGCPProjection(),
+            [(round(p.GCPPixel, 4), round(p.GCPLine, 4), p.GCPX) for p in dataset.GetGCPs()],
+            *(report[key] for key in ("mode", "columns", "rows", "looks", "bands")),
             [(b.GetMetadata(), repr(b.GetNoDataValue()), b.GetDescription(), b.DataType,
               b.GetColorInterpretation()) for b in bands]]
 
     def test_joined_parts_are_the_output_of_one_run(self):
         tiles = "-co=TILED=YES", "-co=BLOCKXSIZE=16", "-co=BLOCKYSIZE=16"
+        a, b, gain = (self.a,), (self.b,), "-operator=a1b"
         for counts, *arguments in (
-                ((1, 2, 7, ROWS), self.a, "-operator=1+b_pow_a", "-a=0.5:1"),
-                ((7,), self.b, "-operator=a1b", "-a=200", "-mode=int16"),
-                ((7,), self.b, self.a, "-operator=a1_conj_b2"),
-                ((7,), self.a, "-operator=a1b", "-a=9000", "-mode=cint16"),
-                ((7,), self.a, "-operator=a1b", "-mode=float32"),
-                ((7,), self.b, "-operator=a1b", "-mode=uint16", "-nodata=keep"),
-                ((7,), self.b, "-operator=a1b", "-b=0", "-a_nodata=0", "-oo=NUM_THREADS=1"),
-                ((2,), self.b, "-operator=a1b", "-mode=byte", *tiles, "-co=COMPRESS=JPEG",
-                 "-region=0:2:2100:32"),
-                ((3,), self.a, "-operator=a_phase_1", "-mode=float32", *tiles, "-bands=2,1,2"),
-                ((2, 3), self.a, self.b, "-operator=a1_conj_b2", "-looks=1:5"),
-                ((4,), self.b, "-operator=a1b", "-looks=1:2", "-resolution=2"),
-                ((7,), self.b, "-operator=a1b", "-resolution=2", "-resampling=average"),
-                ((7,), self.b, "-operator=a1b", "-resolution=3", "-resampling=bilinear"),
-                ((5,), self.b, "-operator=a1b", "-resolution=3", "-resampling=cubic"),
-                ((7,), self.a, "-operator=a1b", "-resolution=2", "-resampling=cubic",
-                 "-region=1:4:2099:15"),
-                ((7,), self.b, "-operator=a1b", "-region=5:2:2095:11", "-bands=2")):
+                ((1, 2, 7, ROWS), *a, "-operator=1+b_pow_a", "-a=0.5:1"),
+                ((7,), *b, gain, "-a=200", "-mode=int16"),
+                ((7,), *b, *a, "-operator=a1_conj_b2"), ((7,), *a, gain, "-mode=float32"),
+                ((7,), *a, gain, "-a=9000", "-mode=cint16"),
+                ((7,), *b, gain, "-mode=uint16", "-nodata=keep"),
+                ((7,), *b, gain, "-b=0", "-a_nodata=0", "-oo=NUM_THREADS=1"),
+                ((2,), *b, gain, "-mode=byte", *tiles, "-co=COMPRESS=JPEG", "-region=0:2:2100:32"),
+                ((3,), *a, "-operator=a_phase_1", "-mode=float32", *tiles, "-bands=2,1,2"),
+                ((2, 3), *a, *b, "-operator=a1_conj_b2", "-looks=1:5"),
+                ((4,), *b, gain, "-looks=1:2", "-resolution=2"),
+                ((7,), *b, gain, "-resolution=2", "-resampling=average"),
+                ((7,), *b, gain, "-resolution=3", "-resampling=bilinear"),
+                ((5,), *b, gain, "-resolution=3", "-resampling=cubic"),
+                ((7,), *a, gain, "-resolution=2", "-resampling=cubic", "-region=1:4:2099:15"),
+                ((7,), *b, gain, "-region=5:2:2095:11", "-bands=2")):
             one = self.done(*arguments, self.out, "-overwrite", "-stats=-")
-            records, expected = self.told(self.out, one.stdout)
+            _, expected = self.told(self.out, one.stdout)
             for count in counts:
                 with self.subTest(arguments, count=count):
                     shutil.rmtree(self.folder_of_parts, ignore_errors=True)
                     self.make(count, *arguments)
                     joined = self.done(f"-join={self.mosaic}", "-stats=-", "-overwrite")
-                    records_of_parts, told = self.told(self.mosaic, joined.stdout)
-                    self.assertEqual(told, expected)
-                    self.assertEqual(joined.stderr, one.stderr)
-                    self.assertEqual([len(of_band) for of_band in records_of_parts],
-                                     [count] * len(records))
+                    records, told = self.told(self.mosaic, joined.stdout)
+                    self.assertEqual((told, joined.stderr), (expected, one.stderr))
+                    self.assertEqual({len(of_band) for of_band in records}, {count})
 
     def test_only_what_is_missing_is_computed(self):
         command = self.a, "-operator=a1b"
-        self.make(3, *command)
-        before = self.state()
-        self.make(3, *command)
-        self.assertEqual(self.state(), before)
+        self.assertEqual(len(self.make(3, *command)), 6)
+        self.assertEqual(self.make(3, *command), set())
         os.remove(self.part("2-of-3.json"))
         os.truncate(self.part("3-of-3.tif"), 50000)
-        self.make(3, *command)
-        self.assertEqual({name for name, time in self.state().items() if time != before[name]},
+        self.assertEqual(self.make(3, *command),
                          {f"{k}-of-3.{end}" for k in (2, 3) for end in ("tif", "json")})
-        before = self.state()
-        self.done("-part=1/3", self.a, "-operator=a1b", "-a=2", self.mosaic, "-overwrite")
-        self.assertEqual({name for name, time in self.state().items() if time != before[name]},
-                         {"1-of-3.tif", "1-of-3.json"})
-        self.refused("parts 2-3 of 3 are of another command, unlike part 1", f"-join={self.mosaic}")
+        self.assertEqual(len(self.make(3, *command, "-overwrite")), 6)
 
     def test_bad_input_is_refused_with_nothing_lost(self):
-        command = self.a, "-operator=a1b", self.mosaic
-        for option in ("0/3", "4/3", "-1/3", "1/0", "3", "1/3/5", "/3", "1/", "x/y", "1/99999999999"):
-            self.refused(f"-part={option}: write K/N", f"-part={option}", *command,
-                         status=WRONG_COMMAND_LINE)
+        command, join = (self.a, "-operator=a1b", self.mosaic), f"-join={self.mosaic}"
         for told, *arguments in (
-                ("must end in .vrt", "-part=1/2", self.a, self.out), ("must end in .vrt", "-join=m"),
-                ("-format=", "-part=1/2", *command, "-format=GTiff"),
+                *((f"-part={part}: write K/N", f"-part={part}", *command) for part in (
+                    "0/3", "4/3", "-1/3", "1/0", "3", "1/3/5", "/3", "1/", "x/y", "1/99999999999")),
+                ("must end in .vrt", "-part=1/2", *command[:2], self.out),
+                ("must end in .vrt", "-join=m"), ("-format=", "-part=1/2", *command, "-format=GTiff"),
                 ("-stats=", "-part=1/2", *command, "-stats=-"),
                 ("-panel", "-part=1/2", *command, "-panel"),
-                ("-mode=byte: -join= goes with", f"-join={self.mosaic}", "-mode=byte")):
+                ("-mode=byte: -join= goes with", join, "-mode=byte")):
             self.refused(told, *arguments, status=WRONG_COMMAND_LINE)
         self.refused("35 rows in blocks of 1, enough for 35 parts", "-part=1/36", *command)
-        self.refused("there are no parts of", f"-join={self.mosaic}")
-        self.assertEqual(sorted(os.listdir(self.folder)), ["a.tif", "b.tif"])
+        self.refused("there are no parts of", join)
+        os.mkdir(self.folder_of_parts)
+        os.link(self.a, self.part("thesis.tif"))
+        self.refused("holds thesis.tif and no parts", "-part=1/2", *command, "-overwrite")
+        self.refused("holds thesis.tif and no parts", join, "-overwrite")
+        self.assertEqual(os.listdir(self.folder_of_parts), ["thesis.tif"])
+        os.remove(self.part("thesis.tif"))
 
         self.make(4, *command[:2])
-        before = self.state()
-        self.refused("4-of-4.json, which is there, is of another command", "-part=4/4", *command,
-                     "-a=2")
-        self.refused("which is none of 5 parts", "-part=1/5", *command)
-        self.refused("has files in", "-part=1/4", self.part("1-of-4.tif"), "-operator=a1b",
-                     self.mosaic, "-overwrite")
+        before = self.times()
+        for told, *arguments in (
+                ("4-of-4.json, which is there, is of another command", "-part=4/4", *command, "-a=2"),
+                ("which is none of 5 parts", "-part=1/5", *command),
+                ("has files in", "-part=1/4", self.part("1-of-4.tif"), *command[1:], "-overwrite")):
+            self.refused(told, *arguments)
         os.utime(self.a)
         self.refused("of inputs that changed since", "-part=1/4", *command)
-        self.assertEqual(self.state(), before)
+        self.assertEqual(self.times(), before)
         self.done("-part=4/4", *command, "-overwrite")
-        self.refused("part 4 of 4 is of other inputs", f"-join={self.mosaic}")
         os.remove(self.part("1-of-4.json"))
-        os.remove(self.part("3-of-4.json"))
         os.truncate(self.part("2-of-4.tif"), 50000)
-        self.refused("part 2 of 4 is broken; parts 1,3 of 4 are missing", f"-join={self.mosaic}")
+        self.refused("part 2 of 4 is broken; part 1 of 4 is missing; part 4 of 4 is of other inputs, "
+                     "or of inputs that changed since, unlike part 3", join)
         self.assertFalse(os.path.exists(self.mosaic))
-
-    def test_a_folder_of_something_else_is_left_alone(self):
-        os.mkdir(self.folder_of_parts)
-        open(self.part("thesis.txt"), "w").close()
-        for arguments in (("-part=1/2", self.a, "-operator=a1b", self.mosaic),
-                          (f"-join={self.mosaic}",)):
-            self.refused("holds thesis.txt and no parts", *arguments, "-overwrite")
-        self.assertEqual(os.listdir(self.folder_of_parts), ["thesis.txt"])
 
     def test_of_two_joins_at_once_one_succeeds(self):
         self.make(7, self.a, "-operator=a1b")
