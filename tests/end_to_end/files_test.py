@@ -273,7 +273,7 @@ class CommandLines(FileTest):
         for named, *arguments in (
                 ("no output file", f"-file1={a}"),
                 # What was meant is said, and files are not blamed for an option.
-                ("Unrecognized option -ot", a, b, out, "-ot", "CFloat32"),
+                ("Unrecognized option -tr", a, b, out, "-tr", "5"),
                 ("did you mean -overwrite?", a, b, out, "-overwrit"),
                 ("did you mean -operator=a1+b2?", a, b, out, "-operator=a1+b3"),
                 ("did you mean float32?", a, b, out, "-mode=flot32"),
