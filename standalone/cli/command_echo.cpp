@@ -77,16 +77,13 @@ std::string ShellWord(const std::string& word) {
       word.find_first_not_of(kPlain) == std::string::npos)
     return word;
   const bool hasControls = WithVisibleControls(word) != word;
-  std::string quoted = hasControls ? "$'" : "'";
-  for (const char c : word) {
+  std::string quoted;
+  for (const char c : word)
     if (hasControls && (c == '\'' || c == '\\'))
       quoted.append("\\").append(1, c);
-    else if (c == '\'')
-      quoted += "'\\''";
     else
-      quoted += hasControls ? WithVisibleControls(std::string(1, c)) : std::string(1, c);
-  }
-  return quoted + "'";
+      quoted += c == '\'' ? "'\\''" : std::string(1, c);
+  return hasControls ? "$'" + WithVisibleControls(quoted) + "'" : "'" + quoted + "'";
 }
 
 std::vector<std::string> SelectionArguments(const Selection& selection,
