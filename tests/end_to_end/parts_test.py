@@ -14,6 +14,7 @@ from harness import PROGRAM, WRONG_COMMAND_LINE, bounds, strict_json, write
 ROWS, COLUMNS = 35, 2100  # a row of any mode but byte is a block of a TIFF
 NORMAL = np.random.default_rng(3).normal(size=(2, 2, ROWS, COLUMNS)).astype(np.float32)
 COMPLEX, REAL = NORMAL[0] + 1j * NORMAL[1], 100 * NORMAL[0]
+TILES = "-co=TILED=YES", "-co=BLOCKXSIZE=16", "-co=BLOCKYSIZE=16"
 REAL[:, 3:9, 40:900] = REAL[1, 12] = -9999
 
 
@@ -60,7 +61,6 @@ class Parts(harness.ProgramTest):
               b.GetColorInterpretation()) for b in bands]]
 
     def test_joined_parts_are_the_output_of_one_run(self):
-        tiles = "-co=TILED=YES", "-co=BLOCKXSIZE=16", "-co=BLOCKYSIZE=16"
         a, b, gain = (self.a,), (self.b,), "-operator=a1b"
         for counts, *arguments in (
                 ((1, 2, 7, ROWS), *a, "-operator=1+b_pow_a", "-a=0.5:1"),
@@ -69,8 +69,8 @@ class Parts(harness.ProgramTest):
                 ((7,), *a, gain, "-a=9000", "-mode=cint16"),
                 ((7,), *b, gain, "-mode=uint16", "-nodata=keep"),
                 ((7,), *b, gain, "-b=0", "-a_nodata=0", "-oo=NUM_THREADS=1"),
-                ((2,), *b, gain, "-mode=byte", *tiles, "-co=COMPRESS=JPEG", "-region=0:2:2100:32"),
-                ((3,), *a, "-operator=a_phase_1", "-mode=float32", *tiles, "-bands=2,1,2"),
+                ((2,), *b, gain, "-mode=byte", *TILES, "-co=COMPRESS=JPEG", "-region=0:2:2100:32"),
+                ((3,), *a, "-operator=a_phase_1", "-mode=float32", *TILES, "-bands=2,1,2"),
                 ((2, 3), *a, *b, "-operator=a1_conj_b2", "-looks=1:5"),
                 ((4,), *b, gain, "-looks=1:2", "-resolution=2"),
                 ((7,), *b, gain, "-resolution=2", "-resampling=average"),
@@ -110,7 +110,7 @@ class Parts(harness.ProgramTest):
                 ("-panel", "-part=1/2", *command, "-panel"),
                 ("-mode=byte: -join= goes with", join, "-mode=byte")):
             self.refused(told, *arguments, status=WRONG_COMMAND_LINE)
-        self.refused("35 rows in blocks of 1, enough for 35 parts", "-part=1/36", *command)
+        self.refused("35 rows in blocks of 16, enough for 3 parts", "-part=1/4", *command, *TILES)
         self.refused("there are no parts of", join)
         os.mkdir(self.folder_of_parts)
         os.link(self.a, self.part("thesis.tif"))
