@@ -178,6 +178,7 @@ constexpr HostOption kHostOptions[] = {
     {"-part", true, SetPart},
     {"-join", true, SetMosaic},
     {"-overwrite", false, [](Options& o, const std::string&) { o.job.overwrite = true; }},
+    {"-check", false, [](Options& o, const std::string&) { o.job.checkOnly = true; }},
     {"-quiet", false, [](Options& o, const std::string&) { o.quiet = true; }},
     {"-panel", false, SetAction<Options::Action::kPanel>},
     {"-h", false, SetAction<Options::Action::kHelp>},

@@ -33,6 +33,7 @@ struct Job {
   std::optional<double> outputNoData;    // what stands for no data in the output
   std::string statisticsFile;            // "-" for standard output; empty for none
   bool overwrite = false;
+  bool checkOnly = false;          // nothing is computed, no file is made
   std::optional<PartNumber> part;  // of the output; empty for all of it
 };
 

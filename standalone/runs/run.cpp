@@ -146,7 +146,6 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
   if (job.part) {
     part.emplace(job, command, format, session);
     if (const std::optional<RunReport> done = part->ReportIfThere()) return *done;
-    part->MakeFolder();
   }
   const std::filesystem::path target =
       part ? part->Raster() : ResolveOutput(outputName, job.overwrite);
@@ -158,13 +157,6 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
   const std::optional<double> noData = OutputNoData(session, job, format);
 
   const OutputGrid& grid = session.Grid();
-  RasterOutput output({target, format, &mode, job.creationOptions, grid.columns, grid.rows,
-                       static_cast<int>(session.Bands().size()), job.overwrite || part,
-                       session.Files()});
-  Describe(session, part ? command + " " + part->Option() : command, outputName, output.Dataset());
-  DeclareNoData(noData, output, outputName);
-  session.SelectInputs();
-  SizeBlockCache(session, output);
   RunReport report;
   report.command = command;
   report.output = outputName;
@@ -173,6 +165,16 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
   report.columns = grid.columns;
   report.rows = grid.rows;
   report.looks = grid.looks;
+  if (job.checkOnly) return report;
+
+  if (part) part->MakeFolder();
+  RasterOutput output({target, format, &mode, job.creationOptions, grid.columns, grid.rows,
+                       static_cast<int>(session.Bands().size()), job.overwrite || part,
+                       session.Files()});
+  Describe(session, part ? command + " " + part->Option() : command, outputName, output.Dataset());
+  DeclareNoData(noData, output, outputName);
+  session.SelectInputs();
+  SizeBlockCache(session, output);
   Compute(session, output, control, report);
   report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 

@@ -12,7 +12,7 @@ import numpy as np
 from osgeo import gdal
 
 import harness
-from harness import GEOTRANSFORM, WRONG_COMMAND_LINE, bounds, equal, read, write
+from harness import GEOTRANSFORM, WRONG_COMMAND_LINE, bounds, equal, read, run, write
 
 RAMP = np.arange(3 * 40 * 9, dtype=np.float32).reshape(3, 40, 9) % 200  # sums are exact
 COPY, ADD_1 = "-operator=a1b", "-operator=a1+b"
@@ -267,6 +267,16 @@ class CommandLines(FileTest):
             subprocess.run(f"{command} -overwrite -quiet", shell=True, check=True,
                            cwd=self.folder, env={**os.environ, "PATH": path})
             self.assertEqual(file.read_bytes(), first)
+
+    def test_a_check_refuses_what_a_run_does_and_makes_nothing(self):
+        write(self.out, RAMP[0])
+        before, new = self.files(), self.path("new.vrt")
+        for wrong in (self.path("none"), self.out), (self.a, self.out), (self.a, new, "-part=1/2"):
+            sentence = run(*wrong, ADD_1).stderr.strip().removeprefix("lumomixcalc: ")
+            self.refused(sentence, *wrong, ADD_1, "-check")
+        for right in (self.a, self.out, "-overwrite", "-clamp"), (self.a, new, "-part=1/1"):
+            self.assertEqual(self.done(*right, ADD_1, "-check").stdout, "")
+        self.assertEqual(self.files(), before)
 
     def test_wrong_ones_are_told_in_one_sentence(self):
         a, b, out, many = self.a, self.b, self.out, "1" * 40_000
