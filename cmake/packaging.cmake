@@ -9,6 +9,9 @@ install(FILES ${PROJECT_SOURCE_DIR}/packaging/lumomixcalc.bash
   DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
   RENAME lumomixcalc
   COMPONENT program)
+install(PROGRAMS ${PROJECT_SOURCE_DIR}/packaging/slurm/lumomixcalc-slurm
+  DESTINATION ${CMAKE_INSTALL_BINDIR}
+  COMPONENT program)
 if(LUMOMIXCALC_PANEL)
   install(FILES ${PROJECT_SOURCE_DIR}/packaging/lumomixcalc.desktop
     DESTINATION ${CMAKE_INSTALL_DATADIR}/applications
@@ -21,6 +24,7 @@ install(FILES
     ${PROJECT_SOURCE_DIR}/README.md
     ${PROJECT_SOURCE_DIR}/docs/arithmetic.md
     ${PROJECT_SOURCE_DIR}/docs/batch_runs.md
+    ${PROJECT_SOURCE_DIR}/docs/clusters.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR}
   COMPONENT program)
 
