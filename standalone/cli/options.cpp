@@ -296,17 +296,19 @@ void CheckThatOptionsAgree(const Selection& selection, const Registration& regis
     Warn("-resampling= has no effect without -resolution=");
 }
 
+std::string FormOfCoefficients(const std::string& argument, const std::string& name) {
+  return "; " + argument + " is not " + name + "=REAL or " + name + "=REAL:IMAGINARY, such as " +
+         name + "=0.5:-1.5, with numbers that are 0 or from 1e-45 to 3.4e38 in size";
+}
+
 // The application says which of its options is faulty; this says what is wrong with it, for the end
 // of a sentence. Empty when nothing is.
 std::string Hint(const std::string& argument, const std::vector<OperatorName>& operators) {
-  for (const std::string name : {"-a", "-b"}) {
+  for (const char* const name : {"-a", "-b"}) {
     std::array<float, 2> values = {};
-    const int count = ParseRealArgument(argument, name.substr(1), 2, values.data());
+    const int count = ParseRealArgument(argument, name + 1, 2, values.data());
     if (count > 0) return "";
-    if (count < 0)
-      return "; " + argument + " is not " + name + "=REAL or " + name +
-             "=REAL:IMAGINARY, such as " + name +
-             "=0.5:-1.5, with numbers that are 0 or from 1e-45 to 3.4e38 in size";
+    if (count < 0) return FormOfCoefficients(argument, name);
   }
   if (argument == "-clamp") return "";
   std::string unknown = argument;

@@ -92,7 +92,7 @@ class RasterInput {
   PixelWindow SourceOf(const PixelWindow& wanted) const;
   void ReadElements(int band, const PixelWindow& window, int columns, int rows, float* out);
   void ApplyMask(int band, const PixelWindow& window, int columns, int rows, float* out);
-  void Unscale(int band, std::span<float> elements) const;
+  void Unscale(int number, std::span<float> elements) const;
   void Transfer(int band, const PixelWindow& window, int columns, int rows, void* out,
                 GDALDataType type);
   void FindLostDigits(int band, const PixelWindow& window, int columns, int rows,

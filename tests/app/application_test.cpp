@@ -308,7 +308,8 @@ void* __real_malloc(std::size_t size);
 void* __wrap_malloc(std::size_t size) {
   return lumomixcalc::gHost.outOfMemory ? nullptr : __real_malloc(size);
 }
-void* __wrap__ZnamRKSt9nothrow_t(std::size_t size, const std::nothrow_t&) {
-  return __wrap_malloc(size);
+void* __real__ZnamRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag);
+void* __wrap__ZnamRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag) {
+  return lumomixcalc::gHost.outOfMemory ? nullptr : __real__ZnamRKSt9nothrow_t(size, tag);
 }
 }
