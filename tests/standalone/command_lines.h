@@ -71,14 +71,14 @@ inline auto Decisive(const Job& job) {
     if (std::isnan(part)) part = NAN;
   const Selection& selected = job.selection;
   const bool coarser = selected.resolution != 1;
-  return std::make_tuple(job.files, job.mode, job.format, job.creationOptions,
-                         selected.region ? ToText(*selected.region) : "",
-                         selected.window ? ToText(*selected.window) : "", selected.resolution,
-                         selected.looks.x, selected.looks.y,
-                         coarser ? selected.resampling : Resampling::kNearest, job.bands,
-                         job.elements.keepNoData, job.elements.noData, job.elements.unscale,
-                         job.outputNoData, job.openOptions, std::bit_cast<std::array<std::uint32_t, 4>>(parts),
-                         gOperationChoice, gClampAtZero != 0);
+  return std::make_tuple(
+      job.files, job.mode, job.format, job.creationOptions,
+      selected.region ? ToText(*selected.region) : "",
+      selected.window ? ToText(*selected.window) : "", selected.resolution, selected.looks.x,
+      selected.looks.y, coarser ? selected.resampling : Resampling::kNearest, job.bands,
+      job.elements.keepNoData, job.elements.noData, job.elements.unscale, job.outputNoData,
+      job.openOptions, std::bit_cast<std::array<std::uint32_t, 4>>(parts), gOperationChoice,
+      gClampAtZero != 0);
 }
 
 // Reads a command line. One that asks for a run must come back the same from the command that is
