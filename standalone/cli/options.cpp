@@ -256,17 +256,14 @@ bool TakeHostOption(const std::string& argument, Options& options) {
 }
 
 bool TakeNamedFile(const std::string& argument, const Registration& registration, Job& job) {
-  std::vector<DeclaredStream> streams = registration.inputs;
-  streams.push_back(registration.Output());
-  for (const DeclaredStream& stream : streams) {
+  const auto isOf = [&](const DeclaredStream& stream) {
     const char* const file = ValueOf(argument, std::string("-").append(stream.OptionName()));
-    if (!file) continue;
-    if (!job.files.emplace(stream.number, file).second)
+    if (file && !job.files.emplace(stream.number, file).second)
       throw WrongCommandLine(argument + ": this file is already named as " +
                              job.files[stream.number]);
-    return true;
-  }
-  return false;
+    return file != nullptr;
+  };
+  return std::ranges::any_of(registration.inputs, isOf) || isOf(registration.Output());
 }
 
 void CheckJoin(const std::vector<std::string>& arguments) {
