@@ -64,8 +64,8 @@ std::string WithVisibleControls(const std::string& text) {
   for (std::size_t i = 0; i < text.size(); ++i) {
     const auto byte = static_cast<unsigned char>(text[i]);
     // U+0080 to U+009F are controls, too; in UTF-8 they begin with this byte.
-    const bool beginsControl =
-        byte == 0xC2 && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0;
+    const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
+    const bool beginsControl = byte == 0xC2 && next >= 0x80 && next < 0xA0;
     const bool isControl = byte < 0x20 || byte == 0x7F || beginsControl || continuesControl;
     visible += isControl ? AsHexadecimal(byte) : std::string(1, text[i]);
     continuesControl = beginsControl;

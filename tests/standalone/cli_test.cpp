@@ -36,7 +36,8 @@ TEST(CommandLines, ComeBackFromTheCommandThatRepeatsTheRun) {
       "-co=INTERLEAVE=BIL -co=A=' -region=1:2:30:40 -window=-1.5:2e3:1e6:4e300 -resolution=2 "
       "-resampling=average -resampling=overview -bands=1,3-5 -bands=2,1 -looks=3:2 -nodata=keep "
       "-nodata=-9.5 -a_nodata=1e-3 -unscale -oo=A=1 -clamp "
-      "-operator=1+b_pow_a -operator=a/b2 -overwrite -quiet -file2=$HOME`;\\ \x1b[m\x01'2");
+      "-operator=1+b_pow_a -operator=a/b2 -overwrite -quiet -file2=$HOME`;\\ \x1b[m\x01'2 "
+      "\x01\xc2'");
   std::vector<std::string> known(std::istream_iterator<std::string>(words), {});
   known.emplace_back("it's of two words");
   const MessageRedirection quiet([](const std::string&) {});
