@@ -10,6 +10,7 @@ import re
 import subprocess
 import tempfile
 import unittest
+from pathlib import Path
 
 import numpy as np
 from osgeo import gdal, gdal_array
@@ -70,6 +71,11 @@ class ProgramTest(unittest.TestCase):
     def path(self, name):
         return os.path.join(self.folder, name)
 
+    def files(self):
+        """What is in all files, and the modes of folders and whatever else is there, by path."""
+        return {path: path.read_bytes() if path.is_file() else path.lstat().st_mode
+                for path in Path(self.folder).rglob("*")}
+
     def done(self, *arguments, **options):
         """A run that must succeed."""
         result = run(*arguments, **options)
@@ -93,10 +99,15 @@ class ProgramTest(unittest.TestCase):
                          if text else r"\A\Z")
 
     def refused(self, named, *arguments, status=GIVEN_UP, **options):
-        """A run that must end with a status and one sentence that has the text named in it."""
+        """A run that must end with a status and one sentence that has the text named in it, and
+        leave all files as they were."""
+        before = self.files()
         result = run(*arguments, **options)
         self.assertEqual(result.returncode, status, result.stderr)
         self.assert_one_sentence(result.stderr, named)
+        after = self.files()
+        changed = [path for path in {*before, *after} if before.get(path) != after.get(path)]
+        self.assertEqual(changed, [])
 
     def assert_one_sentence(self, stderr, named):
         """Warnings may come before it."""

@@ -4,13 +4,11 @@
 #include <bit>
 #include <cmath>
 #include <complex>
-#include <cstdlib>
 #include <numbers>
 #include <random>
 #include <vector>
 
 #include "kernels/fast_phase.h"
-#include "ops/selection.h"
 #include "tests/kernels/reference.h"
 
 namespace lumomixcalc {
@@ -19,29 +17,19 @@ namespace {
 using Element = std::complex<float>;
 
 void ExpectLibraryPhases(const std::vector<Element>& elements, Element A) {
+  const auto n = static_cast<std::int32_t>(elements.size());
+  const auto* const in = reinterpret_cast<const float*>(elements.data());
   for (const std::int32_t outComplex : {0, 1}) {
-    const float B[2] = {};
-    SelectedProc* const selected =
-        SelectProcessing(7, 0, reinterpret_cast<const float*>(&A), B, outComplex, 1, 0);
-    std::vector<Element> out(elements.size());
+    const OperatorRun run = {7, 0, A, 0, {outComplex, 1, 0}};
+    std::vector<float> expected(2 * elements.size());
+    std::vector<float> actual(expected.size());
     OutputStats stats = {};
-    const auto* const in = reinterpret_cast<const float*>(elements.data());
-    auto* const results = reinterpret_cast<float*>(out.data());
-    PerformProcessing(results, &stats.minimum, in, in, static_cast<std::int32_t>(elements.size()),
-                      selected);
-    std::free(selected);
-    for (std::size_t i = 0; i < elements.size(); ++i) {
-      const double re = elements[i].real();
-      const double im = elements[i].imag();
-      const bool hasPhase = std::abs(re) > 0 && std::abs(im) > 0;
-      const double phase = hasPhase ? std::atan2(im, re) : 0;
-      const float a = hasPhase ? static_cast<float>(A.real() * phase) : 0;
-      const float b = hasPhase ? static_cast<float>(A.imag() * phase) : 0;
-      const bool isRight = outComplex != 0 ? SameBits(out[i], {a, b}) : SameBits(results[i], a);
-      ASSERT_TRUE(isRight) << A << " * phase" << elements[i] << ", output complex " << outComplex
-                           << ": " << (outComplex != 0 ? out[i] : Element(results[i]))
-                           << ", expected " << Element(a, b);
-    }
+    Reference(run, run.layout, expected.data(), stats, in, in, n);
+    PerformProcessing(actual.data(), &stats.minimum, in, in, n, Select(run).get());
+    for (std::size_t i = 0; i < actual.size(); ++i)
+      ASSERT_TRUE(SameBits(actual[i], expected[i]))
+          << A << ", float " << i << " of the output, complex " << outComplex << ": " << actual[i]
+          << ", not " << expected[i];
   }
 }
 

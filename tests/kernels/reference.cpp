@@ -1,5 +1,7 @@
 #include "tests/kernels/reference.h"
 
+#include <gtest/gtest.h>
+
 #include <array>
 #include <bit>
 #include <cmath>
@@ -173,6 +175,14 @@ ProcParams Reference(const OperatorRun& run, const Layout& layout, float* out, O
   return {A, B, layoutOfRun.in1, layoutOfRun.in2, layoutOfRun.out};
 }
 
+std::unique_ptr<SelectedProc, decltype(&std::free)> Select(const OperatorRun& run) {
+  // A std::complex<float> may be accessed as an array of its two parts.
+  return {SelectProcessing(run.op, run.clamp, reinterpret_cast<const float*>(&run.a),
+                           reinterpret_cast<const float*>(&run.b), run.layout.out, run.layout.in1,
+                           run.layout.in2),
+          std::free};
+}
+
 void ReferenceCount(double v, OutputStats& stats) {
   if (!(v >= stats.minimum)) stats.minimum = Single(v);
   if (v > stats.maximum) stats.maximum = Single(v);
@@ -198,6 +208,10 @@ bool SameBits(std::complex<float> a, std::complex<float> b) {
 
 bool SameBits(const OutputStats& a, const OutputStats& b) {
   return SameBits(a.minimum, b.minimum) && SameBits(a.maximum, b.maximum) && SameBits(a.sum, b.sum);
+}
+
+std::string StatsText(const OutputStats& stats) {
+  return testing::PrintToString(std::array{stats.minimum, stats.maximum, stats.sum});
 }
 
 }  // namespace lumomixcalc

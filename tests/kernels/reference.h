@@ -4,9 +4,13 @@
 
 #include <complex>
 #include <cstdint>
+#include <cstdlib>
+#include <memory>
 #include <random>
+#include <string>
 
 #include "kernels/contract.h"
+#include "ops/selection.h"
 
 namespace lumomixcalc {
 
@@ -21,6 +25,9 @@ struct OperatorRun {
   std::complex<float> a, b;
   Layout layout;
 };
+
+// What ops/ selects for such a run.
+std::unique_ptr<SelectedProc, decltype(&std::free)> Select(const OperatorRun& run);
 
 // Computes n elements; `out` must not overlap the inputs. A kernel must obey any layout, not only
 // the one that it was selected by. Returns the folded coefficients, which are all that the
@@ -39,5 +46,8 @@ float Draw(bool special, std::mt19937& random);
 bool SameBits(float a, float b);
 bool SameBits(std::complex<float> a, std::complex<float> b);
 bool SameBits(const OutputStats& a, const OutputStats& b);
+
+// Minimum, maximum and sum, for a message.
+std::string StatsText(const OutputStats& stats);
 
 }  // namespace lumomixcalc

@@ -110,7 +110,6 @@ void ExpectCountsByTheRule(double (*data)(Random&, float, unsigned), OutputStats
   for (int chunk = 0; chunk < 20; ++chunk) {
     const int n = OneIn(random, 16) ? static_cast<int>(random() % (kChunk + 1)) : kChunk;
     std::vector<double> values(static_cast<std::size_t>(n));
-    const OutputStats before = expected;
     for (double& v : values) {
       v = sign * data(random, sign * expected.sum, seed % 4);
       ReferenceCount(v, expected);
@@ -119,12 +118,9 @@ void ExpectCountsByTheRule(double (*data)(Random&, float, unsigned), OutputStats
     running.CountChunk(values.data(), n, backward);
     OutputStats actual{};
     running.Store(&actual.minimum);
-    const auto text = [](const OutputStats& stats) {
-      return testing::PrintToString(std::array{stats.minimum, stats.maximum, stats.sum});
-    };
     ASSERT_TRUE(SameBits(actual, expected))
-        << "chunk " << chunk << " from minimum, maximum and sum " << text(before) << " counted "
-        << text(actual) << ", the rule " << text(expected);
+        << "chunk " << chunk << ": minimum, maximum and sum " << StatsText(actual) << ", the rule "
+        << StatsText(expected);
   }
 }
 

@@ -109,12 +109,9 @@ TEST(ParseRealArgument, StoresTheNumbersOfAWellFormedOptionAlone) {
     const int count = ParseRealArgument(argument, "a", 2, values.data());
     return std::tuple(count, values[0], values[1]);
   };
-  const std::pair<const char*, float> kNumbers[] = {
-      {"0", 0},          {"-2.5", -2.5F}, {"+3", 3},          {".5", 0.5F},
-      {"5.", 5},         {"1e3", 1000},   {"1E-3", 0.001F},   {"3.4028235e38", 3.4028235e38F},
-      {"1e-45", 1e-45F}, {"0.1", 0.1F},   {"-inf", -INFINITY}};
-  for (const auto& [text, value] : kNumbers)
-    EXPECT_EQ(parse(std::string("-a=") + text), std::tuple(1, value, 0)) << text;
+  for (const char* text :
+       {"0", "-2.5", "+3", ".5", "5.", "1e3", "1E-3", "3.4028235e38", "1e-45", "0.1", "-inf"})
+    EXPECT_EQ(parse(std::string("-a=") + text), std::tuple(1, std::strtof(text, nullptr), 0));
   EXPECT_EQ(parse("-a=-1:+0.5"), std::tuple(2, -1, 0.5F));
   EXPECT_TRUE(std::signbit(std::get<1>(parse("-a=-0"))));
   EXPECT_TRUE(std::isnan(std::get<1>(parse("-a=nan"))));

@@ -1,12 +1,14 @@
-// Statistics, and runs into memory.
+// Grids, rows read without GDAL, exact sums, and runs into memory.
 #include <gdal_priv.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstddef>
-#include <vector>
+#include <filesystem>
+#include <optional>
+#include <string>
 
 #include "standalone/rasters/gdal_library.h"
+#include "standalone/rasters/uncompressed_rows.h"
 #include "standalone/runs/run.h"
 #include "standalone/runs/statistics.h"
 #include "tests/standalone/command_lines.h"
@@ -14,28 +16,62 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-TEST(CountRows, GivesTheSameBitsWhateverTheHeightAndOrderOfStrips) {
-  constexpr int kColumns = 37, kRows = 24;
-  std::vector<float> values(std::size_t{kColumns} * kRows);
-  // Their sums depend on the order of adding.
-  for (int i = 0; float& value : values) {
-    value = std::ldexp(i % 3 == 0 ? -1.3F : 1.1F, i * 7 % 60 - 30);
-    ++i;
-  }
-  values[std::size_t{5} * kColumns] = NAN;
-  const auto count = [&](int height, bool upwards) {
-    ValidStatistics statistics;
-    for (int row = 0; row < kRows; row += height) {
-      const int first = upwards ? kRows - height - row : row;
-      CountRows(values.data() + std::ptrdiff_t{first} * kColumns, kColumns, height, 1, statistics);
-    }
-    return std::tuple(statistics.sum.Rounded(), statistics.Deviation(), statistics.valid,
-                      statistics.noData);
+namespace fs = std::filesystem;
+
+TEST(MakeOutputGrid, MovesARotatedGeotransformAlongItsOwnAxes) {
+  const Geotransform rotated = {100, 3, 4, 200, 4, -3};
+  const OutputGrid grid = {{10, 20, 100, 100}, 1, {2, 4}, 50, 25};
+  EXPECT_EQ(grid.Transformed(rotated), (Geotransform{210, 6, 16, 180, 8, -12}));
+}
+
+TEST(MakeOutputGrid, TakesTheWindowOnAMapAndReducesUntilTheLongestSideFits) {
+  const Geotransform tenths = {0, 0.1, 0, 0, 0, 0.1};
+  const Geotransform rotated = {0, 3, 4, 0, 4, -3};
+  const struct {
+    int columns, rows;
+    std::optional<MapWindow> window;
+    int longestSide;
+    const Geotransform* transform;
+    std::string expected;  // window and size; empty for a failure
+  } kCases[] = {
+      // Decimals that no double holds exactly shall not add a pixel.
+      {10, 10, {{0.3, 0.6, 0.7, 0.9}}, 0, &tenths, "3:6:4:3, 4 x 3 pixels"},
+      {10, 10, {{0.3, 0.6, 0.7, 0.9}}, 0, &rotated, ""},
+      {10, 10, {{0.3, 0.6, 0.7, 0.9}}, 0, nullptr, ""},
+      {10, 10, {{1e300, 0, 2e300, 1}}, 0, &tenths, ""},
+      {700, 500, {}, 100, nullptr, "0:0:700:497, 100 x 71 pixels"},
+      {700, 500, {}, 699, nullptr, "0:0:700:500, 350 x 250 pixels"},
+      {700, 500, {}, 700, nullptr, "0:0:700:500, 700 x 500 pixels"},
+      {10000, 1, {}, 10, nullptr, "0:0:10000:1, 10000 x 1 pixels"},
   };
-  EXPECT_EQ(std::get<3>(count(kRows, false)), 1);
-  for (const int height : {1, 2, 3, 8, 12})
-    for (const bool upwards : {false, true})
-      EXPECT_EQ(count(height, upwards), count(kRows, false)) << height;
+  for (const auto& [columns, rows, window, longestSide, transform, expected] : kCases) {
+    Selection selection;
+    selection.window = window;
+    selection.longestSide = longestSide;
+    try {
+      const OutputGrid grid = MakeOutputGrid(selection, columns, rows, transform, "i");
+      EXPECT_EQ(ToText(grid.window) + ", " + SizeText(grid.columns, grid.rows), expected);
+    } catch (const Failure& failure) {
+      EXPECT_EQ(expected, "") << failure.what();
+    }
+  }
+}
+
+// A file of another layout may have come in its place.
+TEST(UncompressedRows, LeaveAFileThatWasReplacedToGdal) {
+  GDALAllRegister();
+  const std::string file = fs::temp_directory_path() / (std::to_string(getpid()) + "-replaced.tif");
+  GDALDriver& driver = *GetGDALDriverManager()->GetDriverByName("GTiff");
+  GDALDatasetUniquePtr dataset(driver.Create(file.c_str(), 37, 23, 1, GDT_Float32, nullptr));
+  dataset->GetRasterBand(1)->Fill(1);
+  dataset.reset();
+  dataset.reset(GDALDataset::Open(file.c_str(), GDAL_OF_RASTER));
+  const PixelWindow all = {0, 0, 37, 23};
+  EXPECT_NE(UncompressedRows::Open(*dataset, {1}, all), nullptr);
+  fs::copy(file, file + "2");
+  fs::rename(file + "2", file);
+  EXPECT_EQ(UncompressedRows::Open(*dataset, {1}, all), nullptr);
+  fs::remove(file);
 }
 
 TEST(ExactSum, RoundsOnce) {
@@ -58,7 +94,7 @@ TEST(RunInMemory, ComputesTheChosenBandWithNanForNoDataOrCleansUpWhenCancelled) 
     file->GetRasterBand(1)->Fill(3);
     file->GetRasterBand(2)->Fill(1000);
   }
-  Job job = ReadCommandLine({"-panel", "/vsimem/a.tif", "-operator=a1+b"}).job;
+  Job job = ReadCommandLine({"-panel", "/vsimem/a.tif", "-operator=a1+b", "-looks=2:2"}).job;
   for (const auto& [band, keepNoData, expected] :
        {std::tuple(1, false, NAN), {1, true, 4}, {2, false, 1001}}) {
     job.bands = {band};
