@@ -21,6 +21,10 @@ gdal.PushErrorHandler("CPLQuietErrorHandler")
 PROGRAM = os.environ["LUMOMIXCALC"]
 GIVEN_UP, WRONG_COMMAND_LINE = 1, 2
 GEOTRANSFORM = (600000.0, 30.0, 0.0, 5100000.0, 0.0, -30.0)
+RPC = {  # without any of these GDAL keeps none
+    "SAMP_OFF": "150", "SAMP_SCALE": "300", "LINE_OFF": "350", "LINE_SCALE": "700",
+    **{f"{name}_{item}": "1" for name in ("LAT", "LONG", "HEIGHT") for item in ("OFF", "SCALE")},
+    **{f"{axis}_{term}_COEFF": "1 " * 20 for axis in ("LINE", "SAMP") for term in ("NUM", "DEN")}}
 equal = np.testing.assert_array_equal
 
 
@@ -36,8 +40,8 @@ def write(path, array, *creation, type=None, change=None, **options):
     """Writes an array, bands first if it has three dimensions, with creation options, as a GDAL
     type by its name; other options are gdal.Translate's. Changes the dataset before it is closed.
     """
+    options.setdefault("creationOptions", creation)
     dataset = gdal.Translate(path, gdal_array.OpenArray(np.asarray(array)),
-                             creationOptions=creation,
                              outputType=gdal.GetDataTypeByName(type or "Unknown"), **options)
     if change:
         change(dataset)

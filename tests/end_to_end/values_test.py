@@ -23,6 +23,12 @@ NAN = np.nan
 COPY, SUM = "-operator=a1b", "-operator=a1+b2"
 
 
+def scale(dataset, factor, offset):
+    for i in range(dataset.RasterCount):
+        dataset.GetRasterBand(i + 1).SetScale(factor)
+        dataset.GetRasterBand(i + 1).SetOffset(offset)
+
+
 class NoData(harness.ProgramTest):
     def setUp(self):
         super().setUp()
@@ -50,21 +56,18 @@ class NoData(harness.ProgramTest):
         write(self.b, [[7, -9999, 1]], noData=7)
         write(self.a, [[-9999, 7, 1]], noData=-9999)
         equal(self.result(self.a, self.b), [[NAN, 7 - 9999, 2]])
-        bands = self.path("bands.vrt")
-        write(self.out, [[[5, 6]], [[5, 6]], [[5, 6]]])
-        gdal.Translate(bands, self.out, format="VRT")
-        text = Path(bands).read_text()
-        for value in (5, 6):  # of bands 1 and 2; band 3 has none
-            text = text.replace('band="%d">' % (value - 4),
-                                f'band="{value - 4}"><NoDataValue>{value}</NoDataValue>')
-        Path(bands).write_text(text.replace("out.tif", "many.tif"))
-        os.rename(self.out, self.path("many.tif"))
-        equal(self.result(bands, COPY), [[[NAN, 6]], [[5, NAN]], [[5, 6]]])
+        write(self.a, [[[5, 6]], [[5, 6]], [[5, 6]]])
+        bands = gdal.Translate(self.path("bands.vrt"), self.a, format="VRT")
+        for number, value in ((1, 5), (2, 6)):  # band 3 has none
+            bands.GetRasterBand(number).SetNoDataValue(value)
+        bands.FlushCache()
+        equal(self.result(self.path("bands.vrt"), COPY), [[[NAN, 6]], [[5, NAN]], [[5, 6]]])
 
     def test_is_what_an_option_names(self):
         write(self.a, [[-9999, 7, 1]], noData=-9999)
         for options, expected, no_data in (
                 (("-nodata=7",), [[-9999, NAN, 1]], NAN),
+                (("-nodata=keep",), [[-9999, 7, 1]], None),
                 (("-nodata=keep", "-a_nodata=7"), [[-9999, 7, 1]], 7),
                 (("-a_nodata=-1",), [[-1, 7, 1]], -1),
                 (("-nodata=7", "-mode=int16", "-a_nodata=-2"), [[-9999, -2, 1]], -2),
@@ -94,12 +97,9 @@ class NoData(harness.ProgramTest):
             equal(self.result(self.a, COPY, "-bands=1", "-nodata=keep"), VALUES)
 
     def test_is_told_before_values_are_unscaled(self):
-        def scale(dataset):
-            dataset.GetRasterBand(1).SetScale(0.5)
-            dataset.GetRasterBand(1).SetOffset(10)
         for values, expected in (([[4, 7, -9]], [[12, 13.5, NAN]]),
                                  ([[4j, 7, -9]], [[10 + 2j, 13.5, complex(NAN, NAN)]])):
-            write(self.a, values, noData=-9, change=scale)
+            write(self.a, values, noData=-9, change=lambda dataset: scale(dataset, 0.5, 10))
             equal(self.result(self.a, COPY, "-unscale"), expected)
         self.warned("", self.a, COPY, "-unscale")
 
@@ -149,23 +149,17 @@ class NoData(harness.ProgramTest):
             equal(made.ReadAsArray(), [expected])
             self.assertEqual(report["bands"][0]["moved"], 100)
 
-    def test_kept_as_numbers_on_demand(self):
-        for mode in ("float32", "int16"):
-            dataset, report = self.made(self.a, self.b, "-nodata=keep", f"-mode={mode}")
-            self.assert_result(dataset, np.where(HOLES, -9998, VALUES + 1), None)
-            self.assertEqual(report["bands"][0]["minimum"], -9998)
-
     def test_is_left_out_of_all_statistics(self):
         file = Path(self.path("report.json"))
         result = self.done(self.a, self.b, self.out, "-mode=int16", "-a=0.75", f"-stats={file}")
         self.assertIn(f", {HOLES.sum()} no data\n", result.stdout)
         self.assertEqual(len(os.listdir(self.folder)), 4)  # nothing beside the report
         exact = 0.75 * VALUES[~HOLES] + 1
-        told = {"elements": HOLES.size, "valid": exact.size, "no_data": HOLES.sum(),
-                "minimum": exact.min(), "maximum": exact.max(), "mean": exact.mean(),
-                "sum": exact.sum()}
         band = strict_json(file.read_text())["bands"][0]
-        self.assertEqual({name: band[name] for name in told}, told)
+        self.assertLessEqual(
+            {"elements": HOLES.size, "valid": exact.size, "no_data": HOLES.sum(),
+             "minimum": exact.min(), "maximum": exact.max(), "mean": exact.mean(),
+             "sum": exact.sum()}.items(), band.items())
         dataset = gdal.Open(self.out)
         metadata = dataset.GetRasterBand(1).GetMetadata()
         deviation = float(metadata.pop("STATISTICS_STDDEV"))
@@ -177,13 +171,11 @@ class NoData(harness.ProgramTest):
                           "STATISTICS_MEAN": f"{exact.mean()}",
                           "STATISTICS_VALID_PERCENT": f"{100 * np.mean(~HOLES):.4g}"})
 
-        dataset, report = self.made(self.a, self.b, "-a=nan")
-        self.assertNotIn("minimum", report["bands"][0])
-        self.assertEqual(dataset.GetRasterBand(1).GetMetadata(), {})
-        dataset, report = self.made(self.a, self.b, "-a=inf")
-        self.assertEqual([report["bands"][0][name] for name in ("minimum", "sum", "mean")],
-                         ["inf"] * 3)
-        self.assertEqual(dataset.GetRasterBand(1).GetMetadata(), {})
+        for a, told in (("nan", None), ("inf", "inf")):
+            dataset, report = self.made(self.a, self.b, f"-a={a}")
+            for name in ("minimum", "sum", "mean"):
+                self.assertEqual(report["bands"][0].get(name), told)
+            self.assertEqual(dataset.GetRasterBand(1).GetMetadata(), {})
         for shape, count in ((SHAPE, "2000 elements"), ((1, 1), "1 element")):
             write(self.b, np.ones(shape))
             result = self.done(self.b, self.out, COPY, "-a=nan", "-overwrite")
@@ -233,11 +225,8 @@ class Results(harness.ProgramTest):
                 (1 + 16777217j, "CInt32", digits.format(16777217, 16777216)),
                 (3, "Int16", "scale 0.5 and offset 2 of"),
                 (16777216, "Int32", ""), (0.5, "Float64", ""), (1e300, "Float64", "")):
-            def scale(dataset, value=value):
-                for band in (dataset.GetRasterBand(i) for i in (1, 2) if value == 3):
-                    band.SetScale(0.5)
-                    band.SetOffset(2)
-            write(self.a, np.full((2, 900, 900), value), type=type, change=scale,
+            write(self.a, np.full((2, 900, 900), value), type=type,
+                  change=lambda dataset: scale(dataset, 0.5, 2) if value == 3 else None,
                   noData=1e300 if value == 1e300 else None)
             self.warned(told, self.a, COPY)
 
@@ -298,9 +287,8 @@ class Results(harness.ProgramTest):
 
     def test_the_statistics_file_replaces_nothing_that_it_must_not(self):
         write(self.a, REAL, format="ENVI")
-        os.remove(self.b)
         report = Path(self.path("report.json"))
-        report.write_text("kept")
+        report.write_text("old")
         os.symlink(self.a, self.path("link"))
         run = self.a, self.out, COPY
         for name, *options in (("a.tif", "-overwrite"), ("a.hdr", "-overwrite"), ("a.hdr",),
@@ -312,13 +300,8 @@ class Results(harness.ProgramTest):
         with open("/dev/full", "w") as full:
             self.refused("statistics file", *run, f"-stats={self.path('full')}")
             self.refused("statistics to standard output", *run, "-stats=-", stdout=full)
-            self.assertFalse(os.path.exists(self.out))
-            self.refused("standard output", *run, stdout=full)
-            os.remove(self.out)
-        equal(harness.read(self.a), REAL)
-        self.assertEqual(report.read_text(), "kept")
-        self.assertEqual(len(os.listdir(self.folder)), 5)
-        piped = self.done(*run, "-quiet", "-stats=/dev/stdout").stdout
+            piped = self.done(*run, "-quiet", "-stats=/dev/stdout").stdout
+            self.refused("standard output", *run, "-overwrite", stdout=full)
         self.assertEqual(json.loads(piped)["output"], self.out)
         out = os.fsencode(self.path("")) + b"\xe4.tif"
         self.done(self.a, out, COPY, f"-stats={report}", "-overwrite")

@@ -85,8 +85,11 @@ TEST(CommandLines, NameTheArgumentThatIsWrong) {
       "-resampling=Average -resampling=near -resampling=preview -bands= -bands=0 -bands=x "
       "-bands=1.5 -bands=1, -bands=1,,2 -bands=1- -bands=3-1 -bands=1-2-3 -bands=1-65536,1 "
       "-bands=1-999999999 -mode=float16 -nodata=drop -a_nodata=x -co=A -oo==B -b -srcwin "
-      "-overwrite=yes -file1 -file1=b.tif -file2= "
-      "c.tif");
+      "-overwrite=yes -file1 -file1=b.tif -file2= c.tif "
+      "-part=0/3 -part=4/3 -part=-1/3 -part=1/0 -part=3 -part=1/3/5 -part=/3 -part=1/ -part=x/y "
+      "-part=1/99999999999 -looks=0 -looks=1:0 -looks=2:3:4 -looks=x -looks=-1 -looks=1.5 -a= -a=+ "
+      "-a=- -a=x -a=1x -a=1,5 -a=1.5.2 -a=--1 -a=+-1 -a=++1 -a=0x10 -a=1e -a=3.5e38 -a=-1e39 "
+      "-a=1e-50 -a=one -a=1: -a=:1 -a=1:2:3 -a=1:x -b=1:2: -A=1 -aa=1 --a=1 -a");
   for (std::string word; words >> word;) {
     try {
       ReadCommandLine({"-file1=a.tif", "-file2=b.tif", word, "o.tif"});
@@ -103,7 +106,7 @@ TEST(CommandLines, NameTheArgumentThatIsWrong) {
     EXPECT_THROW(ReadCommandLine(arguments), WrongCommandLine) << testing::PrintToString(arguments);
 }
 
-TEST(ParseRealArgument, StoresTheNumbersOfAWellFormedOptionAlone) {
+TEST(ParseRealArgument, StoresTheNumbersOfAWellFormedOption) {
   const auto parse = [](const std::string& argument) {
     std::array<float, 2> values = {7, 8};
     const int count = ParseRealArgument(argument, "a", 2, values.data());
@@ -115,12 +118,8 @@ TEST(ParseRealArgument, StoresTheNumbersOfAWellFormedOptionAlone) {
   EXPECT_EQ(parse("-a=-1:+0.5"), std::tuple(2, -1, 0.5F));
   EXPECT_TRUE(std::signbit(std::get<1>(parse("-a=-0"))));
   EXPECT_TRUE(std::isnan(std::get<1>(parse("-a=nan"))));
-  for (const char* text :
-       {"",     "+",  "-",      "x",     "1x",    " 1",  "1 ", "1,5", "1.5.2", "--1", "+-1", "++1",
-        "0x10", "1e", "3.5e38", "-1e39", "1e-50", "one", "1:", ":1",  "1:2:3", "1:x", "1:2:"})
-    EXPECT_EQ(parse(std::string("-a=") + text), std::tuple(-1, 7, 8)) << "'" << text << "'";
-  for (const char* other : {"-a", "a=1", "-A=1", "-b=1", "-aa=1", "--a=1", ""})
-    EXPECT_EQ(parse(other), std::tuple(0, 7, 8)) << other;
+  EXPECT_EQ(parse("-a=1:x"), std::tuple(-1, 7, 8));
+  EXPECT_EQ(parse("-b=1"), std::tuple(0, 7, 8));
 }
 
 }  // namespace
