@@ -40,15 +40,13 @@ def limit(**sizes):
                     for name, size in sizes.items()]
 
 
-class FaultTest(harness.ProgramTest):
+class Faults(harness.ProgramTest):
     def setUp(self):
         super().setUp()
         self.noise = np.random.default_rng(1).normal(size=(100, 120)).astype(np.float32)
         write(self.a, self.noise)
         write(self.b, self.noise[::-1])
 
-
-class Faults(FaultTest):
     def test_full_disk(self):
         """A limit on the size of a file, without a byte, in the header, among the elements, in the
         last of them."""
@@ -117,17 +115,15 @@ class Faults(FaultTest):
         self.refused("out.hdr", self.a, self.b, self.path("out.img"), "-format=ENVI", "-overwrite")
 
 
-class MidRun(FaultTest):
+class MidRun(harness.ProgramTest):
     """Faults that come while the program is at work: slow arithmetic on a sparse raw file."""
-
-    SIZE = 3000
 
     def setUp(self):
         super().setUp()
         self.big = self.path("big.img")
-        Path(self.path("big.hdr")).write_text(RAW_HEADER.format(self.SIZE, self.SIZE))
+        Path(self.path("big.hdr")).write_text(RAW_HEADER.format(3000, 3000))
         Path(self.big).touch()
-        os.truncate(self.big, 4 * self.SIZE**2)
+        os.truncate(self.big, 4 * 3000 * 3000)
         Path(self.out).write_bytes(b"old")
 
     def temporary_folders(self):
@@ -157,14 +153,13 @@ class MidRun(FaultTest):
         return process.returncode, stderr
 
     def assert_nothing_left(self):
-        self.assertEqual(sorted(os.listdir(self.folder)),
-                         ["a.tif", "b.tif", "big.hdr", "big.img", "out.tif"])
+        self.assertEqual(sorted(os.listdir(self.folder)), ["big.hdr", "big.img", "out.tif"])
 
     def test_disturbed(self):
         for status, named, disturb in (
                 *((-n, signal.strsignal(n), lambda run, n=n: run.send_signal(n)) for n in SIGNALS),
                 (GIVEN_UP, self.out, lambda _: shutil.rmtree(*self.temporary_folders())),
-                (GIVEN_UP, self.big, lambda _: os.truncate(self.big, 4 * self.SIZE))):
+                (GIVEN_UP, self.big, lambda _: os.truncate(self.big, 4 * 3000))):
             process = self.start("-overwrite")
             disturb(process)
             returned, stderr = self.end(process)
@@ -178,7 +173,7 @@ class MidRun(FaultTest):
         process.kill()
         process.communicate()
         self.assertEqual(Path(self.out).read_bytes(), b"old")
-        self.assertEqual(len(os.listdir(self.folder)), 6)
+        self.assertEqual(len(os.listdir(self.folder)), 4)
 
     def test_a_thread_that_waits_for_ever_does_not_keep_a_signal_waiting(self):
         os.mkfifo(self.path("pipe"))

@@ -5,7 +5,7 @@ import numpy as np
 from osgeo import gdal
 
 import harness
-from harness import GEOTRANSFORM, RPC, bounds, equal, write
+from harness import GEOTRANSFORM, RPC, bounds, equal, read, write
 
 ROWS, COLUMNS = 400, 2000  # several strips, of a coarser resolution too
 IMAGE = np.random.default_rng(2).normal(size=(3, ROWS, COLUMNS)).astype(np.float32)
@@ -36,6 +36,22 @@ class Selection(harness.ProgramTest):
                 dataset, _ = self.made(self.a, "-operator=a1b", option)
                 equal(dataset.ReadAsArray(), IMAGE[:, y:y + rows, x:x + columns])
                 self.assert_place(dataset, x, y)
+
+    def test_windows_of_decimals_and_on_rotated_images(self):
+        window, copy = "-window=0.3:0.6:0.7:0.9", (self.b, self.out, "-operator=a1b", "-overwrite")
+
+        def place(*transform):
+            write(self.b, IMAGE[0], change=lambda dataset: dataset.SetGeoTransform(transform))
+        place(0, 0.1, 0, 0, 0, 0.1)  # decimals that no double holds exactly shall not add a pixel
+        self.done(*copy, window)
+        equal(read(self.out), IMAGE[0, 6:9, 3:7])
+        self.refused("is not inside", *copy, "-window=1e300:0:2e300:1")
+        place(100, 3, 4, 200, 4, -3)
+        self.done(*copy, "-region=10:20:40:40", "-resolution=2", "-looks=1:2")
+        self.assertEqual(gdal.Open(self.out).GetGeoTransform(), (210, 6, 16, 180, 8, -12))
+        self.refused("is rotated on the map", *copy, window)
+        write(self.b, IMAGE[0])
+        self.refused("has no geotransform", *copy, window)
 
     def test_part_that_is_not_inside_is_refused_with_the_size(self):
         self.write_image()
