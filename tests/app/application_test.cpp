@@ -131,7 +131,6 @@ TEST_F(ApplicationTest, EveryArgumentIsAppliedOrReported) {
     std::vector<std::string> arguments;
     std::vector<std::string> messages;
     Values expected = kDefaults;
-    bool outOfMemory = false;
   } cases[] = {
       {{}, {}},
       {{"-a=-2:3e-5", "-b=4"}, {}, {-2, 3e-5F, 4, 0, 0, 0}},
@@ -151,23 +150,15 @@ TEST_F(ApplicationTest, EveryArgumentIsAppliedOrReported) {
       {{"-q", "-a=7", "-b=", "-operator=none", "-clamp", "-a=y", "-operator=a_ln_1+b"},
        {"Unrecognized option -q", kNeedsB, "Unrecognized operator none", kNeedsA},
        {7, 0, 1, 0, 11, 1}},
-      // Without memory for the argument the fault is shown alone.
-      {{"-x", "-operator=sum", "-clamp"},
-       {"Unrecognized option", "Unrecognized operator"},
-       {1, 0, 1, 0, 0, 1},
-       true},
   };
-  for (const auto& [arguments, messages, expected, outOfMemory] : cases) {
+  for (const auto& [arguments, messages, expected] : cases) {
     SCOPED_TRACE(testing::PrintToString(arguments).substr(0, 100));
     Parameters() = kDefaults;
     gHost.arguments = arguments;
-    gHost.outOfMemory = outOfMemory;
-    const Calls calls = CallBack(IP_SLOT_READ_CMD_LINE);
-    gHost.outOfMemory = false;
     Calls complaints;  // each message at once followed by a desist
     for (const std::string& message : messages)
       complaints.insert(complaints.end(), {Message(message), "IPDesist()"});
-    EXPECT_EQ(calls, complaints);
+    EXPECT_EQ(CallBack(IP_SLOT_READ_CMD_LINE), complaints);
     EXPECT_EQ(Parameters(), expected);
   }
 }
@@ -273,10 +264,13 @@ TEST_F(ApplicationTest, OnlyTheFilesThatTheOperatorReadsAreAskedForAndReachTheKe
   }
 }
 
-TEST_F(ApplicationTest, InitProcWithoutMemoryDesistsAndThenSaysWhy) {
+TEST_F(ApplicationTest, WithoutMemoryAFaultIsShownAloneAndInitProcDesistsAndThenSaysWhy) {
+  gHost.arguments = {"-x"};
   gHost.outOfMemory = true;
+  const Calls complaint = CallBack(IP_SLOT_READ_CMD_LINE);
   Calls calls = CallBack(IP_SLOT_INIT_PROC);
   gHost.outOfMemory = false;
+  EXPECT_EQ(complaint, (Calls{Message("Unrecognized option"), "IPDesist()"}));
   calls.erase(calls.begin(), calls.end() - 2);  // the questions
   EXPECT_EQ(calls, (Calls{"IPDesist()", Message("Insufficient memory to continue.")}));
   EXPECT_EQ(gpSelectedProc, nullptr);
