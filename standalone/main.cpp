@@ -2,7 +2,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
@@ -66,7 +65,7 @@ RunReport Run(const Options& options, HostState& host, const std::stop_token& st
   };
   RunReport report = RunBatch(options.job, command, host, {stop, show});
   bar.reset();
-  if (std::ranges::find(echoed, "-clamp") != echoed.end() && FindDataMode(report.mode)->complex)
+  if (ClampIsIdle(echoed, *FindDataMode(report.mode)))
     Warn("-clamp has no effect on a complex output");
   return report;
 }
@@ -76,7 +75,7 @@ void RunOrJoin(const Options& options, HostState& host, const std::stop_token& s
   const RunReport report = options.action == Options::Action::kJoin
                                ? JoinParts(options.mosaic, options.job)
                                : Run(options, host, stop);
-  if (options.quiet || options.job.statisticsFile == "-") return;
+  if (options.quiet || options.job.checkOnly || options.job.statisticsFile == "-") return;
   for (std::size_t i = 0; i < report.bands.size(); ++i)
     std::puts(StatisticsLine(static_cast<int>(i) + 1, report.bands[i]).c_str());
 }

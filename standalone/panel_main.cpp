@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <clocale>
 #include <cstdlib>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,7 +27,8 @@ void EndWithoutDisplay(QtMsgType type, const QMessageLogContext&, const QString&
   std::_Exit(static_cast<int>(ExitStatus::kFailed));
 }
 
-void ShowPanel(const Options& options, HostState& host, const std::stop_token& stop) {
+// first: what it shows first, none for what it showed last.
+void ShowPanel(const std::optional<Job>& first, HostState& host, const std::stop_token& stop) {
   // Without a display Qt would abort.
   if (!DisplayIsNamed() && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
     throw Failure("-panel needs a display, and neither DISPLAY nor WAYLAND_DISPLAY is set");
@@ -44,7 +46,7 @@ void ShowPanel(const Options& options, HostState& host, const std::stop_token& s
   SetUpGdal();
   host.registration.Call(IP_SLOT_SET_MENU);
   {
-    PanelWindow window(host, options.job);
+    PanelWindow window(host, first);
     window.show();
     // A signal closes the panel without a question, as QApplication::quit would not. The window's
     // end cancels its run.
@@ -66,5 +68,9 @@ int main(int argc, char** argv) {
   // What it shows may have fewer files than a run needs, as after this option.
   if (std::ranges::find(arguments, "-panel") == arguments.end())
     arguments.insert(arguments.begin(), "-panel");
-  return RunProgram(arguments, ShowPanel);
+  const bool saysNothing = arguments.size() == 1;
+  return RunProgram(arguments, [saysNothing](const Options& options, HostState& host,
+                                             const std::stop_token& stop) {
+    ShowPanel(saysNothing ? std::nullopt : std::optional(options.job), host, stop);
+  });
 }

@@ -1,9 +1,11 @@
 #include "standalone/cli/command_echo.h"
 
 #include <cpl_string.h>
+#include <wordexp.h>
 
 #include <algorithm>
 #include <cstddef>
+#include <filesystem>
 #include <map>
 #include <utility>
 
@@ -69,6 +71,10 @@ std::vector<std::string> EchoOptions(HostState& host) {
   return options;
 }
 
+bool ClampIsIdle(const std::vector<std::string>& echoedOptions, const DataMode& mode) {
+  return mode.complex && std::ranges::find(echoedOptions, "-clamp") != echoedOptions.end();
+}
+
 std::string ShellWord(const std::string& word) {
   constexpr const char* kPlain =
       "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_@%+=:,./-";
@@ -84,6 +90,20 @@ std::string ShellWord(const std::string& word) {
     else
       quoted += c == '\'' ? "'\\''" : std::string(1, c);
   return hasControls ? "$'" + WithVisibleControls(quoted) + "'" : "'" + quoted + "'";
+}
+
+std::vector<std::string> ArgumentsOf(const std::string& command) {
+  std::vector<std::string> words;
+  wordexp_t split = {};
+  if (wordexp(command.c_str(), &split, WRDE_NOCMD) == 0) {
+    words.assign(split.we_wordv, split.we_wordv + split.we_wordc);
+    wordfree(&split);
+  }
+  if (words.empty() ||
+      !std::filesystem::path(words[0]).filename().string().starts_with(kProgramName))
+    throw WrongCommandLine(std::string("the text is not a command of ") + kProgramName);
+  words.erase(words.begin());
+  return words;
 }
 
 std::vector<std::string> SelectionArguments(const Selection& selection,
@@ -117,7 +137,8 @@ std::string ReproducingCommand(const Job& job, const Registration& registration,
       words.push_back(FileArgument(input, file->second, positional));
   }
   const DeclaredStream& output = registration.Output();
-  words.push_back(FileArgument(output, job.files.at(output.number), true));
+  if (const auto file = job.files.find(output.number); file != job.files.end())
+    words.push_back(FileArgument(output, file->second, true));
   if (job.mode) words.push_back(std::string("-mode=") + job.mode->name);
   if (!job.format.empty()) words.push_back("-format=" + job.format);
   for (const std::string& option : job.creationOptions) words.push_back("-co=" + option);

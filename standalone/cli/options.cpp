@@ -371,20 +371,21 @@ void PlaceFiles(Options& options, const Registration& registration) {
   const int output = registration.Output().number;
   const std::string usage = std::string("; usage: ") + kProgramName + " " +
                             FilesSynopsis(registration) + " [options] (see -help)";
-  // In a panel the user names what is missing; a file that comes alone is one to look at.
-  const bool mayLack = options.action == Options::Action::kPanel;
-  const bool isLookedAt = mayLack && files.empty() && unplaced.size() == 1;
-  if (files.count(output) == 0 && !unplaced.empty() && !isLookedAt) {
+  // A panel takes files in the order of its fields, and the user names what is missing: a file to
+  // look at must not become one to replace.
+  const bool inPanel = options.action == Options::Action::kPanel;
+  if (!inPanel && files.count(output) == 0) {
+    if (unplaced.empty()) throw WrongCommandLine("no output file" + usage);
     files[output] = unplaced.back();
     unplaced.pop_back();
   }
-  if (files.count(output) == 0 && !mayLack) throw WrongCommandLine("no output file" + usage);
   auto file = unplaced.begin();
   for (const DeclaredStream& input : registration.inputs)
     if (file != unplaced.end() && files.count(input.number) == 0) files[input.number] = *file++;
+  if (file != unplaced.end() && files.count(output) == 0) files[output] = *file++;
   if (file != unplaced.end())
     throw WrongCommandLine("too many files, " + *file + " is left over" + usage);
-  if (files.size() == 1 && !mayLack)
+  if (files.size() == 1 && !inPanel)
     throw WrongCommandLine("no input file beside the output " + files[output] + usage);
   for (const auto& [number, name] : files)
     if (name.empty()) throw WrongCommandLine("a file name is empty" + usage);

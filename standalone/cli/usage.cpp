@@ -43,8 +43,8 @@ constexpr const char* kOptions = R"(;
      -check        check the files and options alone; nothing is computed or written
      -quiet        print no statistics; they are those of the result before an
                    integer mode rounds and saturates it
-     -panel        show the panel with these files and options; files may be left out.
-                   On a desktop also without any argument
+     -panel        show the panel with these files, two being the inputs, and options;
+                   files may be left out. On a desktop also without any argument
      -h, -help, --help, -version, --version
      --            what follows are files, even when they begin with a dash
 

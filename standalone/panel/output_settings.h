@@ -6,20 +6,70 @@
 #include "standalone/panel/widgets.h"
 #include "standalone/rasters/output_format.h"
 #include "standalone/runs/job.h"
+#include "standalone/runs/report.h"
 
 namespace lumomixcalc::standalone {
+
+// A mode in words, without its name: "16-bit integer", "complex float".
+inline QString WordsFor(const DataMode& mode) {
+  const int bits = GDALGetDataTypeSizeBits(mode.type) / (mode.complex ? 2 : 1);
+  const QString number =
+      !mode.integer ? QString(bits == 64 ? "double" : "float")
+                    : QString("%1-bit %2").arg(bits).arg(mode.lowest < 0 ? "integer" : "unsigned");
+  return (mode.complex ? "complex " : "") + number;
+}
+
+// "complex float (cfloat32)"
+inline QString LabelOf(const DataMode& mode) {
+  return QString("%1 (%2)").arg(WordsFor(mode), mode.name);
+}
 
 // Which part of the inputs a run takes and how its output is stored: region and resolution, if the
 // application offers them, data mode and format.
 class OutputSettings : public QWidget {
  public:
-  OutputSettings(const Registration& registration, const Job& first, std::function<void()> changed)
-      : changed_(std::move(changed)) {
+  // changed is called at every change by the user.
+  OutputSettings(const Registration& registration, std::function<void()> changed)
+      : changed_([this, changed = std::move(changed)] {
+          if (!showing_) changed();
+        }) {
     grid_->setColumnStretch(1, 1);
-    if (registration.regions) AddRegion(first.selection.region);
-    if (registration.resolutions) AddResolution(first.selection);
-    AddLooks(first.selection.looks);
-    AddStorage(first);
+    if (registration.regions) AddRegion();
+    if (registration.resolutions) AddResolution();
+    AddLooks();
+    AddStorage();
+  }
+
+  // Shows the settings of a job; changed is not called.
+  void Show(const Job& job) {
+    showing_ = true;
+    const Selection& selection = job.selection;
+    if (region_) region_->setChecked(selection.region.has_value());
+    if (const auto& region = selection.region; region && region_)
+      SetSpins(QRect(region->x, region->y, region->columns, region->rows));
+    if (resolution_) {
+      resolution_->setValue(selection.resolution);
+      resampling_->setCurrentIndex(static_cast<int>(selection.resampling));
+    }
+    looks_[0]->setValue(selection.looks.x);
+    looks_[1]->setValue(selection.looks.y);
+    mode_->setCurrentIndex(job.mode ? job.mode->code + 1 : 0);
+    const QString format = Text(job.format);
+    // A format that cannot write is shown as given; the run then says what is wrong with it.
+    if (!format.isEmpty() && format_->findText(format, Qt::MatchFixedString) < 0)
+      format_->addItem(format);
+    format_->setCurrentIndex(format.isEmpty() ? 0
+                                              : format_->findText(format, Qt::MatchFixedString));
+    showing_ = false;
+  }
+
+  // Tells in the lists what "automatic" comes to; the report may be missing.
+  void ShowResolved(const std::optional<RunReport>& report) {
+    const bool modeIsOpen = report && mode_->currentIndex() == 0;
+    const bool formatIsOpen = report && !report->format.empty() && format_->currentIndex() == 0;
+    mode_->setItemText(
+        0, kAnyMode + (modeIsOpen ? " (" + WordsFor(*FindDataMode(report->mode)) + ")" : ""));
+    format_->setItemText(0, kAnyFormat + (formatIsOpen ? " (" + Text(report->format) + ")" : ""));
   }
 
   void Apply(Job& job) const {
@@ -44,14 +94,19 @@ class OutputSettings : public QWidget {
   }
 
   void SetRegion(const QRect& pixels) {
+    showing_ = true;  // one change, not five
     SetSpins(pixels);
     region_->setChecked(true);
+    showing_ = false;
     changed_();
   }
 
   // The size of the inputs: the region until another is chosen.
   void SetImageSize(QSize size) {
-    if (region_ && !region_->isChecked()) SetSpins(QRect(QPoint(0, 0), size));
+    if (!region_ || region_->isChecked()) return;
+    showing_ = true;
+    SetSpins(QRect(QPoint(0, 0), size));
+    showing_ = false;
   }
 
  private:
@@ -65,7 +120,7 @@ class OutputSettings : public QWidget {
     return spin;
   }
 
-  void AddRegion(const std::optional<PixelWindow>& first) {
+  void AddRegion() {
     region_ = Named(new QCheckBox("Region"), "Region");
     region_->setToolTip(
         "Only this part of the images, in pixels; it can also be drawn on the preview");
@@ -83,70 +138,53 @@ class OutputSettings : public QWidget {
       fields->addWidget(spin, number / 2, number % 2);
       ++number;
     }
-    if (first) SetRegion(QRect(first->x, first->y, first->columns, first->rows));
     connect(region_, &QCheckBox::toggled, changed_);
   }
 
-  void AddResolution(const Selection& first) {
+  void AddResolution() {
     resolution_ = NewSpin("Resolution", 1, "1 : ");
     resolution_->setToolTip("Input pixels to one output pixel, in both directions");
-    resolution_->setValue(first.resolution);
     resampling_ = NewChoice("Resampling", {});
     for (const ResamplingMethod& method : kResamplingMethods) resampling_->addItem(method.name);
-    resampling_->setCurrentIndex(static_cast<int>(first.resampling));
     resampling_->setToolTip("How coarser pixels are made");
-    resampling_->setEnabled(first.resolution > 1);
+    resampling_->setEnabled(false);
     connect(resolution_, &QSpinBox::valueChanged,
             [this](int value) { resampling_->setEnabled(value > 1); });
     connect(resolution_, &QSpinBox::valueChanged, changed_);
     connect(resampling_, &QComboBox::currentIndexChanged, changed_);
-    auto* const fields = new QWidget;
-    auto* const layout = NewLayout<QHBoxLayout>(fields);
-    layout->addWidget(resolution_, 1);
-    layout->addWidget(resampling_, 1);
-    AddRow(*grid_, "Resolution", fields);
+    AddRow(*grid_, "Resolution", SideBySide({resolution_, resampling_}));
   }
 
-  void AddLooks(const Looks& first) {
+  void AddLooks() {
     looks_ = {NewSpin("Looks, columns", 1, "columns "), NewSpin("Looks, rows", 1, "rows ")};
-    looks_[0]->setValue(first.x);
-    looks_[1]->setValue(first.y);
-    auto* const fields = new QWidget;
-    auto* const layout = NewLayout<QHBoxLayout>(fields);
     for (QSpinBox* const spin : looks_) {
       spin->setToolTip(
           "Results of so many columns and rows are averaged; the preview shows single ones");
       connect(spin, &QSpinBox::valueChanged, changed_);
-      layout->addWidget(spin, 1);
     }
-    AddRow(*grid_, "Looks", fields);
+    AddRow(*grid_, "Looks", SideBySide({looks_[0], looks_[1]}));
   }
 
-  void AddStorage(const Job& first) {
-    for (const DataMode& mode : DataModes()) mode_->addItem(mode.name);
-    mode_->setCurrentIndex(first.mode ? first.mode->code + 1 : 0);
+  void AddStorage() {
+    for (const DataMode& mode : DataModes()) mode_->addItem(LabelOf(mode));
     for (const std::string& name : WritableFormats()) format_->addItem(Text(name));
-    if (const QString format = Text(first.format); !format.isEmpty()) {
-      // A format that cannot write is shown as given; the run then says what is wrong with it.
-      if (format_->findText(format, Qt::MatchFixedString) < 0) format_->addItem(format);
-      format_->setCurrentIndex(format_->findText(format, Qt::MatchFixedString));
-    }
     for (QComboBox* const box : {mode_, format_}) {
       box->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
       connect(box, &QComboBox::currentIndexChanged, changed_);
     }
-    AddRow(*grid_, "Mode", mode_);
-    AddRow(*grid_, "Format", format_);
+    AddRow(*grid_, mode_->objectName(), mode_);
+    AddRow(*grid_, format_->objectName(), format_);
   }
 
   void SetSpins(const QRect& pixels) {
     const std::array values = {pixels.x(), pixels.y(), pixels.width(), pixels.height()};
-    for (std::size_t i = 0; i < spins_.size(); ++i) {
-      const QSignalBlocker blocker(spins_[i]);  // one change, not four
-      spins_[i]->setValue(values[i]);
-    }
+    for (std::size_t i = 0; i < spins_.size(); ++i) spins_[i]->setValue(values[i]);
   }
 
+  static constexpr const char* kAnyMode = "automatic";
+  static constexpr const char* kAnyFormat = "by extension";
+
+  bool showing_ = false;
   std::function<void()> changed_;
   QGridLayout* grid_ = NewLayout<QGridLayout>(this);
   QCheckBox* region_ = nullptr;       // null when the application does not offer it
@@ -154,8 +192,8 @@ class OutputSettings : public QWidget {
   QSpinBox* resolution_ = nullptr;
   std::array<QSpinBox*, 2> looks_{};
   QComboBox* resampling_ = nullptr;
-  QComboBox* mode_ = NewChoice("Output mode", {"float32, complex if an input in use is"});
-  QComboBox* format_ = NewChoice("Output format", {"that of the file's extension"});
+  QComboBox* mode_ = NewChoice("Data type", {kAnyMode});
+  QComboBox* format_ = NewChoice("Format", {kAnyFormat});
 };
 
 }  // namespace lumomixcalc::standalone

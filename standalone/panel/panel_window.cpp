@@ -2,9 +2,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <utility>
 
+#include "standalone/base/messages.h"
+#include "standalone/panel/file_field.h"
 #include "standalone/panel/output_settings.h"
+#include "standalone/panel/panel_command.h"
 #include "standalone/panel/preview_pane.h"
 #include "standalone/panel/rows_view.h"
 
@@ -13,19 +17,57 @@ namespace {
 
 constexpr int kProgressSteps = 1000;
 
-QString FileKey(const FileField& field) { return QString("files/%1").arg(field.StreamNumber()); }
+QString FaultOf(const NumberField& field) {
+  return QString("%1: \u201c%2\u201d is not a number that can be used")
+      .arg(field.accessibleName(), field.text());
+}
+
+// "GTiff, complex float (cfloat32), 1200 x 800, 1 band, 7.3 MB"; the format only once there is one.
+QString SummaryOf(const RunReport& report) {
+  const DataMode& mode = *FindDataMode(report.mode);
+  const std::size_t bands = report.bands.size();
+  const double bytes = static_cast<double>(GDALGetDataTypeSizeBytes(mode.type)) *
+                       report.grid.columns * report.grid.rows * static_cast<double>(bands);
+  return QString("%1%2, %3 \u00d7 %4, %5, %6")
+      .arg(Text(report.format.empty() ? "" : report.format + ", "), LabelOf(mode))
+      .arg(report.grid.columns)
+      .arg(report.grid.rows)
+      .arg(
+          Text(CountText(bands, "band")),
+          QLocale::c().formattedDataSize(static_cast<qint64>(bytes), 1, QLocale::DataSizeSIFormat));
+}
+
+void MakeReadOnly(QPlainTextEdit& edit, int lines) {
+  edit.setReadOnly(true);
+  edit.setFixedHeight(edit.fontMetrics().lineSpacing() * lines + 12);
+  edit.setTabChangesFocus(true);
+}
+
+// What the panel showed last; the application then has its numbers.
+Job RecalledJob(HostState& host) {
+  try {
+    return ReadCommand(QSettings().value("command").toString().toStdString(), host);
+  } catch (const WrongCommandLine&) {
+    return {};  // there was no start before, or it was of a version with other options
+  }
+}
 
 }  // namespace
 
-PanelWindow::PanelWindow(HostState& host, const Job& first) : host_(host), first_(first) {
+PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first)
+    : host_(host), base_(first ? *first : RecalledJob(host)) {
   setWindowTitle(Text(host.registration.title));
   columns_->setChildrenCollapsible(false);
   columns_->setHandleWidth(14);
-  columns_->addWidget(MakeSettings());
+  columns_->addWidget(MakeSide());
   QStringList titles;
   for (const DeclaredStream& input : host.registration.inputs) titles << Text(input.label);
   preview_ = new PreviewPane(titles << "Result");
   preview_->regionDrawn = [this](QRect pixels) { output_->SetRegion(pixels); };
+  preview_->viewChanged = [this] { Refresh(); };
+  preview_->elementAsked = [this](QPoint pixel) {
+    worker_->Inspect(CurrentJob(), preview_->Band().value(), pixel);
+  };
   connect(&preview_->Band(), &QSpinBox::valueChanged, [this] { Refresh(); });
   columns_->addWidget(preview_);
   columns_->setStretchFactor(1, 1);
@@ -34,45 +76,65 @@ PanelWindow::PanelWindow(HostState& host, const Job& first) : host_(host), first
   layout->addLayout(MakeReports());
   AddShortcuts();
   SetRunning(false);
+  setAcceptDrops(true);
+  ShowJob(base_);
   RestoreHabits();
   worker_ = std::make_unique<PanelWorker>(
-      host_, *this,
+      host_,
       PanelWorker::Listener{
           [this](const std::string& command) { ShowCommand(command); },
-          [this](const Preview& images) { ShowPreview(images); },
+          [this](std::size_t position, const PreviewImage& image) {
+            preview_->Show(position, image);
+          },
+          [this](const Findings& findings) { ShowFindings(findings); },
+          [this](const Inspection& found) { preview_->ShowElements(found); },
           [this](double share) { ShowProgress(share); },
           [this](const std::string& message) { messages_->appendPlainText(OfFields(message)); },
           [this](RunEnd end) { EndRun(end); }});
   Refresh();
 }
 
-PanelWindow::~PanelWindow() { SaveHabits(); }
+PanelWindow::~PanelWindow() {
+  worker_.reset();
+  SaveHabits();
+}
 
 QWidget* PanelWindow::MakeSettings() {
-  const auto changed = [this] { Refresh(); };
-  auto* const files = new QWidget;
-  auto* const fileGrid = NewLayout<QGridLayout>(files);
-  for (const DeclaredStream& input : host_.registration.inputs)
-    files_.push_back(new FileField(*fileGrid, input, FileUse::kInput));
-  files_.push_back(new FileField(*fileGrid, host_.registration.Output(), FileUse::kOutput));
-  for (FileField* const field : files_) connect(field, &QLineEdit::textChanged, changed);
-  rows_ = new RowsView(host_.panelRows, [this](PanelWorker::Task write) {
-    worker_->Post(std::move(write));
-    Refresh();
-  });
-  output_ = new OutputSettings(host_.registration, first_, changed);
+  rows_ = new RowsView(host_.panelRows, [this] { TakeRows(); });
+  files_ = new FilesView(host_.registration, [this] { TakeChange(); });
+  output_ = new OutputSettings(host_.registration, [this] { TakeChange(); });
   auto* const groups = NewLayout<QVBoxLayout>(settings_);
+  groups->setContentsMargins(0, 0, 6, 0);  // beside the scroll bar
   for (const auto& [title, content] : std::initializer_list<std::pair<const char*, QWidget*>>{
-           {"Files", files}, {"Parameters", rows_}, {"Output", output_}}) {
+           {"Files", files_}, {"Parameters", rows_}, {"Output", output_}}) {
     auto* const group = new QGroupBox(title);
     (new QVBoxLayout(group))->addWidget(content);
     groups->addWidget(group);
   }
+  groups->addStretch();
+  return settings_;
+}
+
+// The settings, which scroll on a low screen, over what stays in sight.
+QWidget* PanelWindow::MakeSide() {
+  auto* const scroll = new QScrollArea;
+  scroll->setWidget(MakeSettings());
+  scroll->setWidgetResizable(true);
+  scroll->setFrameShape(QFrame::NoFrame);
+  scroll->setFocusPolicy(Qt::NoFocus);
+  scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  scroll->setMinimumWidth(settings_->minimumSizeHint().width() +
+                          scroll->verticalScrollBar()->sizeHint().width());
+  resolved_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+  resolved_->setFixedHeight(resolved_->fontMetrics().lineSpacing());
+  MakeReadOnly(*notes_, 3);
+  notes_->setPlaceholderText("What to know before the run");
   auto* const side = new QWidget;
   auto* const layout = NewLayout<QVBoxLayout>(side);
-  layout->addWidget(settings_);
+  layout->addWidget(scroll, 1);
+  layout->addWidget(resolved_);
+  layout->addWidget(notes_);
   layout->addLayout(MakeRunBar());
-  layout->addStretch();
   return side;
 }
 
@@ -95,23 +157,21 @@ QLayout* PanelWindow::MakeReports() {
   command_->setReadOnly(true);
   connect(copy_, &QPushButton::clicked,
           [this] { QGuiApplication::clipboard()->setText(command_->text()); });
-  messages_->setReadOnly(true);
-  messages_->setFixedHeight(messages_->fontMetrics().lineSpacing() * 5);
-  messages_->setTabChangesFocus(true);
+  connect(paste_, &QPushButton::clicked, [this] { Paste(); });
+  MakeReadOnly(*messages_, 3);
   auto* const layout = new QGridLayout;
   layout->addWidget(NewLabel("Command", command_), 0, 0);
   layout->addWidget(command_, 0, 1);
   layout->addWidget(copy_, 0, 2);
+  layout->addWidget(paste_, 0, 3);
   layout->addWidget(NewLabel("Messages", messages_), 1, 0, Qt::AlignTop);
-  layout->addWidget(messages_, 1, 1, 1, 2);
+  layout->addWidget(messages_, 1, 1, 1, 3);
   return layout;
 }
 
 void PanelWindow::AddShortcuts() {
   new QShortcut(QKeySequence::Open, this, [this] {
-    const auto empty =
-        std::ranges::find_if(files_, [](FileField* field) { return field->File().isEmpty(); });
-    if (!running_) (empty == files_.end() ? files_.front() : *empty)->Browse();
+    if (!running_) files_->FreeInput().Browse();
   });
   new QShortcut(Qt::CTRL | Qt::Key_R, this, [this] { run_->click(); });
   new QShortcut(Qt::Key_Escape, this, [this] { cancel_->click(); });
@@ -121,9 +181,9 @@ void PanelWindow::AddShortcuts() {
 
 // A text field claims Ctrl+C also when nothing in it is selected; then it shall copy the command.
 bool PanelWindow::eventFilter(QObject* watched, QEvent* event) {
-  if (event->type() != QEvent::ShortcutOverride) return false;
   const auto* const edit = qobject_cast<QLineEdit*>(watched);
-  if (!edit || edit->window() != this || edit->hasSelectedText()) return false;
+  if (!edit || event->type() != QEvent::ShortcutOverride) return false;
+  if (edit->window() != this || edit->hasSelectedText()) return false;
   if (!static_cast<QKeyEvent*>(event)->matches(QKeySequence::Copy)) return false;
   event->ignore();
   return true;
@@ -132,40 +192,108 @@ bool PanelWindow::eventFilter(QObject* watched, QEvent* event) {
 void PanelWindow::RestoreHabits() {
   const QSettings settings;
   constexpr QSize kFirstSize(1240, 800);
+  // Room for the frame, whose size is known only after the window is shown.
+  constexpr QMargins kFrame(8, 40, 8, 8);
   const QRect screen = this->screen()->availableGeometry();
-  resize(settings.value("window/size", kFirstSize).toSize().boundedTo(screen.size()));
-  // Where the application wants it, but inside the screen.
-  move(screen.x() + std::clamp(host_.registration.menuX, 0, screen.width() - width()),
-       screen.y() + std::clamp(host_.registration.menuY, 0, screen.height() - height()));
+  const QSize room = screen.marginsRemoved(kFrame).size();
+  resize(settings.value("window/size", kFirstSize).toSize().boundedTo(room));
+  // The frame's corner where the application wants it, but all of it inside the screen.
+  move(screen.x() + std::clamp(host_.registration.menuX, 0, std::max(0, room.width() - width())),
+       screen.y() + std::clamp(host_.registration.menuY, 0, std::max(0, room.height() - height())));
   if (!columns_->restoreState(settings.value("window/columns").toByteArray()))
     columns_->setSizes({430, kFirstSize.width() - 430});
   preview_->Restore(settings);
-  // When files are given at the start, none is restored beside them.
-  for (FileField* const field : files_) {
-    const auto given = first_.files.find(field->StreamNumber());
-    if (given != first_.files.end())
-      field->setText(Text(given->second));
-    else if (first_.files.empty())
-      field->setText(settings.value(FileKey(*field)).toString());
-  }
 }
 
-void PanelWindow::SaveHabits() const {
+// The worker must have ended.
+void PanelWindow::SaveHabits() {
   QSettings settings;
   settings.setValue("window/size", size());
   settings.setValue("window/columns", columns_->saveState());
   preview_->Save(settings);
-  for (const FileField* const field : files_) settings.setValue(FileKey(*field), field->File());
+  SetNumbers(host_.panelRows, rows_->Numbers());
+  settings.setValue("command", Text(PanelCommand(CurrentJob(), host_)));
 }
 
+void PanelWindow::dragEnterEvent(QDragEnterEvent* event) {
+  event->setAccepted(!running_ && event->mimeData()->hasUrls());
+}
+
+void PanelWindow::dropEvent(QDropEvent* event) { files_->Take(DroppedFiles(*event->mimeData())); }
+
 Job PanelWindow::CurrentJob() const {
-  Job job = first_;
-  job.files.clear();
-  for (const FileField* const field : files_)
-    if (const QString file = field->File(); !file.isEmpty())
-      job.files[field->StreamNumber()] = file.toStdString();
+  Job job = base_;
+  job.files = files_->Files();
   output_->Apply(job);
   return job;
+}
+
+// Takes the settings of a command in the clipboard.
+void PanelWindow::Paste() {
+  const std::string command = QGuiApplication::clipboard()->text().trimmed().toStdString();
+  worker_->Post([this, command, worker = worker_.get()] {
+    try {
+      Job job = ReadCommand(command, host_);
+      job.overwrite = false;  // what the command replaced; the user is asked for what the run does
+      worker->Deliver([this, job, numbers = NumbersOf(host_.panelRows)] {
+        rows_->Show(numbers);
+        TakeRows();
+        ShowJob(job);
+      });
+    } catch (const WrongCommandLine& wrong) {
+      worker->Deliver(
+          [this, told = Text(wrong.what())] { messages_->appendPlainText("Not pasted: " + told); });
+    }
+  });
+}
+
+void PanelWindow::ShowJob(const Job& job) {
+  base_ = job;
+  base_.checkOnly = false;
+  output_->Show(job);
+  files_->Show(job.files);
+  TakeChange();
+}
+
+// Writes what the rows show to the application.
+void PanelWindow::TakeRows() {
+  worker_->Post(
+      [rows = &host_.panelRows, numbers = rows_->Numbers()] { SetNumbers(*rows, numbers); });
+  TakeChange();
+}
+
+void PanelWindow::TakeChange() {
+  ShowNotes();
+  Refresh();
+}
+
+void PanelWindow::ShowFindings(const Findings& findings) {
+  findings_ = findings;
+  preview_->StopAwaiting();
+  output_->SetImageSize(preview_->ImageSize());
+  files_->ShowRead(findings.streamsRead);
+  output_->ShowResolved(findings.report);
+  resolved_->setText(findings.report ? SummaryOf(*findings.report) : "");
+  ShowNotes();
+}
+
+// What the user should know before the run: faults of fields, else what the check found.
+void PanelWindow::ShowNotes() {
+  QStringList notes = files_->Faults();
+  if (const NumberField* const fault = rows_->FirstFault()) notes << FaultOf(*fault);
+  if (notes.isEmpty() && !findings_.failure.empty()) notes << OfFields(findings_.failure);
+  if (const QString input = files_->InputToBeReplaced(); !input.isEmpty())
+    notes << QString("%1 is %2: the run replaces it").arg(files_->Output().objectName(), input);
+  if (findings_.report && findings_.beyondMode > 0)
+    notes << QString("%1 % of the elements seen are beyond %2 and are stored as its limits")
+                 .arg(100.0 * static_cast<double>(findings_.beyondMode) /
+                          static_cast<double>(findings_.elements),
+                      0, 'g', 3)
+                 .arg(Text(findings_.report->mode));
+  for (const std::string& warning : findings_.warnings) notes << OfFields(warning);
+  notes.replaceInStrings(QRegularExpression("^"), "\u2022 ");
+  const QString text = notes.join('\n');
+  if (text != notes_->toPlainText()) notes_->setPlainText(text);
 }
 
 void PanelWindow::Refresh() {
@@ -175,7 +303,7 @@ void PanelWindow::Refresh() {
   if (rows_->FirstFault()) return ShowCommand("");
   copy_->setEnabled(false);  // until the command is the current one again
   preview_->Await();
-  worker_->Refresh(CurrentJob(), preview_->Band().value());
+  worker_->Refresh(CurrentJob(), preview_->View());
 }
 
 void PanelWindow::ShowCommand(const std::string& command) {
@@ -189,17 +317,10 @@ void PanelWindow::ShowCommand(const std::string& command) {
   copy_->setEnabled(known);
 }
 
-void PanelWindow::ShowPreview(const Preview& images) {
-  preview_->Show(images);
-  for (const PreviewImage& image : images)
-    if (image.fullSize.isValid()) return output_->SetImageSize(image.fullSize);
-}
-
 // The job to run, or none when the user must or wants to change something first.
 std::optional<Job> PanelWindow::JobToRun() {
   if (NumberField* const fault = rows_->FirstFault()) {
-    messages_->appendPlainText(QString("%1: \u201c%2\u201d is not a number that can be used.")
-                                   .arg(fault->accessibleName(), fault->text()));
+    messages_->appendPlainText(FaultOf(*fault));
     fault->setFocus();
     return std::nullopt;
   }
@@ -213,8 +334,10 @@ std::optional<Job> PanelWindow::JobToRun() {
   }
   const QFileInfo existing(Text(output->second));
   if (existing.exists() && !job.overwrite) {
-    if (!UserAgrees(existing.filePath() + " exists already. Replace it?", "Replace"))
-      return std::nullopt;
+    const QString input = files_->InputToBeReplaced();
+    const QString state = input.isEmpty() ? " exists already. Replace it?"
+                                          : " is " + input + ": the run replaces it. Replace?";
+    if (!UserAgrees(existing.filePath() + state, "Replace", "Cancel")) return std::nullopt;
     job.overwrite = true;
   }
   return job;
@@ -224,6 +347,7 @@ void PanelWindow::SetRunning(bool running) {
   running_ = running;
   settings_->setEnabled(!running);
   run_->setEnabled(!running);
+  paste_->setEnabled(!running);
   cancel_->setEnabled(running);
   preview_->LetDraw(!running && host_.registration.regions);
 }
@@ -256,7 +380,8 @@ void PanelWindow::EndRun(RunEnd end) {
   runState_->setText("failed");
   if (end == RunEnd::kDone) {
     runState_->setText("done");
-    messages_->appendPlainText("Written: " + files_.back()->text().trimmed());
+    messages_->appendPlainText("Written: " + files_->Output().File());
+    files_->Remember();
   } else if (end == RunEnd::kCancelled) {
     runState_->setText("cancelled");
     messages_->appendPlainText("Cancelled; nothing was written.");
@@ -264,18 +389,18 @@ void PanelWindow::EndRun(RunEnd end) {
   Refresh();
 }
 
-bool PanelWindow::UserAgrees(const QString& question, const QString& yes) {
+bool PanelWindow::UserAgrees(const QString& question, const QString& yes, const QString& no) {
   QMessageBox box(QMessageBox::Question, windowTitle(), question, QMessageBox::NoButton, this);
   const QPushButton* const agree = box.addButton(yes, QMessageBox::AcceptRole);
-  box.setDefaultButton(box.addButton(QMessageBox::Cancel));
+  box.setDefaultButton(box.addButton(no, QMessageBox::RejectRole));
   box.exec();
   return box.clickedButton() == agree;
 }
 
 void PanelWindow::closeEvent(QCloseEvent* event) {
   // The run may end before the question is answered; either answer is then right.
-  const bool close = !running_ || UserAgrees("A run is in progress. Cancel it and close?",
-                                             "Cancel the run and close");
+  const bool close = !running_ || UserAgrees("A run is in progress. Stop it and close?",
+                                             "Stop the run and close", "Keep running");
   event->setAccepted(close);
   if (close) worker_->CancelRun();
 }

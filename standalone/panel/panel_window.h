@@ -1,7 +1,8 @@
 #pragma once
 
 #include <memory>
-#include <vector>
+#include <optional>
+#include <string>
 
 #include "standalone/framework/host_calls.h"
 #include "standalone/panel/panel_worker.h"
@@ -10,6 +11,7 @@
 
 namespace lumomixcalc::standalone {
 
+class FilesView;
 class OutputSettings;
 class PreviewPane;
 class RowsView;
@@ -18,26 +20,38 @@ class RowsView;
 // result, the run, and a live preview. It knows only what the application declared and described.
 class PanelWindow : public QWidget {
  public:
-  // host holds the registration and the rows; first is what the panel shows first. Nothing else
-  // may touch the host, or what the rows are bound to, while the window lives.
-  PanelWindow(HostState& host, const Job& first);
-  // Cancels a run without a question, and keeps size, display and files for the next start.
+  // host holds the registration and the rows; first is what the panel shows first, none for what it
+  // showed last. Nothing else may touch the host, or what the rows are bound to, while the window
+  // lives.
+  PanelWindow(HostState& host, const std::optional<Job>& first);
+  // Cancels a run without a question, and keeps size, display and settings for the next start.
   ~PanelWindow() override;
+
+  // Shows what a check says of the run before it is made.
+  void ShowFindings(const Findings& findings);
 
  protected:
   void closeEvent(QCloseEvent* event) override;
+  void dragEnterEvent(QDragEnterEvent* event) override;
+  void dropEvent(QDropEvent* event) override;
   bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
   QWidget* MakeSettings();
+  QWidget* MakeSide();
   QLayout* MakeRunBar();
   QLayout* MakeReports();
   void AddShortcuts();
 
   void RestoreHabits();
-  void SaveHabits() const;
+  void SaveHabits();
 
   Job CurrentJob() const;
+  void Paste();
+  void ShowJob(const Job& job);
+  void TakeRows();
+  void TakeChange();
+  void ShowNotes();
   void Refresh();
   std::optional<Job> JobToRun();
   void Run();
@@ -45,16 +59,18 @@ class PanelWindow : public QWidget {
   void EndRun(RunEnd end);
   void SetRunning(bool running);
   void ShowCommand(const std::string& command);
-  void ShowPreview(const Preview& images);
-  bool UserAgrees(const QString& question, const QString& yes);
+  bool UserAgrees(const QString& question, const QString& yes, const QString& no);
 
   HostState& host_;
-  Job first_;
-  std::vector<FileField*> files_;  // the inputs, then the output
+  Job base_;  // what the fields do not show is as in this job
   QWidget* settings_ = new QWidget;
+  FilesView* files_ = nullptr;
   RowsView* rows_ = nullptr;
   OutputSettings* output_ = nullptr;
   PreviewPane* preview_ = nullptr;
+  QLabel* resolved_ = Named(new QLabel, "Resolved output");
+  Findings findings_;
+  QPlainTextEdit* notes_ = Named(new QPlainTextEdit, "Notes");
   QPushButton* run_ = Named(new QPushButton("&Run"), "Run");
   QPushButton* cancel_ = Named(new QPushButton("Cancel"), "Cancel");
   QProgressBar* progress_ = Named(new QProgressBar, "Progress of the run");
@@ -62,6 +78,8 @@ class PanelWindow : public QWidget {
   QElapsedTimer sinceRun_;
   QLineEdit* command_ = Named(new QLineEdit, "Command", "Equivalent command");
   QPushButton* copy_ = Named(new QPushButton("&Copy"), "Copy", "Copy the command");
+  QPushButton* paste_ =
+      Named(new QPushButton("&Paste"), "Paste", "Take the settings from a command");
   QPlainTextEdit* messages_ = Named(new QPlainTextEdit, "Messages");
   QSplitter* columns_ = new QSplitter;
   bool running_ = false;

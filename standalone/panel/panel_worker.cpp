@@ -29,15 +29,15 @@ PanelWorker::Task HandedOver(PanelWorker::Task task) {
 
 }  // namespace
 
-PanelWorker::PanelWorker(HostState& host, QObject& windows, Listener listener)
-    : host_(host), windows_(windows), listener_(std::move(listener)) {
+PanelWorker::PanelWorker(HostState& host, Listener listener)
+    : host_(host), listener_(std::move(listener)), previews_(host) {
   thread_.setMaxThreadCount(1);
   thread_.setExpiryTimeout(-1);  // the same thread to the end
 }
 
 PanelWorker::~PanelWorker() {
   CancelRun();
-  newestPreview_.request_stop();
+  preview_.request_stop();
   thread_.clear();
   thread_.waitForDone();
   ++handOvers;
@@ -45,18 +45,49 @@ PanelWorker::~PanelWorker() {
 
 void PanelWorker::Post(Task task) { thread_.start(HandedOver(std::move(task))); }
 
-void PanelWorker::Deliver(Task task) {
-  QMetaObject::invokeMethod(&windows_, HandedOver(std::move(task)), Qt::QueuedConnection);
+void PanelWorker::Deliver(Task task) { windows_.Put(std::move(task)); }
+
+void PanelWorker::Ask(Newest& kind, Task task) {
+  kind.next = std::move(task);
+  if (!kind.busy) StartNext(kind);
 }
 
-void PanelWorker::Refresh(const Job& job, int band) {
-  newestPreview_.request_stop();
-  newestPreview_ = {};
-  Post([this, job, band, stop = newestPreview_.get_token()] { MakePreview(job, band, stop); });
+void PanelWorker::StartNext(Newest& kind) {
+  kind.busy = kind.next.has_value();
+  if (!kind.busy) return;
+  Post([this, &kind, task = std::move(*kind.next)] {
+    try {
+      task();
+    } catch (const Cancelled&) {  // a newer one is wanted
+    } catch (const std::exception& error) {
+      Tell(std::string("unexpected failure: ") + error.what());
+    }
+    Deliver([this, &kind] { StartNext(kind); });
+  });
+  kind.next.reset();
+}
+
+void PanelWorker::Refresh(const Job& job, const View& view) {
+  const bool readsOthers = job.files != newestJob_.files || view != newestView_;
+  if (readsOthers) {
+    preview_.request_stop();
+    preview_ = {};
+  }
+  newestJob_ = job;
+  newestView_ = view;
+  Ask(previewsAsked_,
+      [this, job, view, stop = preview_.get_token()] { MakePreview(job, view, stop); });
+}
+
+void PanelWorker::Inspect(const Job& job, int band, QPoint pixel) {
+  Ask(inspectionsAsked_, [this, job, band, pixel] {
+    Deliver([this, found = previews_.Inspect(job, band, pixel)] { listener_.inspected(found); });
+  });
 }
 
 void PanelWorker::Run(const Job& job) {
-  newestPreview_.request_stop();  // a preview would only delay the run
+  preview_.request_stop();  // a preview would only delay the run
+  preview_ = {};
   run_ = {};
   Post([this, job, stop = run_.get_token()] {
     const RunEnd end = MakeRun(job, stop);
@@ -64,7 +95,7 @@ void PanelWorker::Run(const Job& job) {
   });
 }
 
-void PanelWorker::MakePreview(const Job& job, int band, const std::stop_token& stop) {
+void PanelWorker::MakePreview(const Job& job, const View& view, const std::stop_token& stop) {
   if (stop.stop_requested()) return;
   std::string command = Command(job);
   if (!command.empty()) {
@@ -72,17 +103,20 @@ void PanelWorker::MakePreview(const Job& job, int band, const std::stop_token& s
     const std::string& output = job.files.at(host_.registration.Output().number);
     if (job.overwrite || std::filesystem::exists(output, ignored)) command += " -overwrite";
   }
-  Deliver([this, stop, command] {
-    // Not when the settings have changed on its way: the command would be an old one.
-    if (!stop.stop_requested()) listener_.commandChanged(command);
+  // Not when the settings have changed meanwhile: the command would be an old one.
+  Deliver([this, command] {
+    if (!previewsAsked_.next) listener_.commandChanged(command);
   });
-  try {
-    Preview preview = previews_.Make(job, band, host_, stop, [this](const std::string& warning) {
-      if (warned_.insert(warning).second) Tell(warning);
-    });
-    Deliver([this, preview = std::move(preview)] { listener_.previewMade(preview); });
-  } catch (const Cancelled&) {  // a newer one is wanted
-  }
+  Findings findings =
+      previews_.Make(job, view, stop, [this](std::size_t position, const PreviewImage& image) {
+        Deliver([this, position, image] { listener_.imageMade(position, image); });
+      });
+  const std::optional<RunReport>& report = findings.report;
+  if (report && ClampIsIdle(EchoOptions(host_), *FindDataMode(report->mode)))
+    findings.warnings.emplace_back("A complex output is not clamped.");
+  Deliver([this, findings] {
+    if (!previewsAsked_.next) listener_.previewMade(findings);
+  });
 }
 
 RunEnd PanelWorker::MakeRun(const Job& job, const std::stop_token& stop) {
@@ -91,7 +125,8 @@ RunEnd PanelWorker::MakeRun(const Job& job, const std::stop_token& stop) {
     Deliver([this, share] { listener_.progressed(share); });
   };
   try {
-    const RunReport report = RunBatch(job, Command(job), host_, {stop, progress});
+    const Job ofTheRun = previews_.WithoutUnread(job);
+    const RunReport report = RunBatch(ofTheRun, Command(job), host_, {stop, progress});
     for (std::size_t i = 0; i < report.bands.size(); ++i)
       Tell(StatisticsLine(static_cast<int>(i) + 1, report.bands[i]));
     return RunEnd::kDone;
@@ -106,9 +141,11 @@ RunEnd PanelWorker::MakeRun(const Job& job, const std::stop_token& stop) {
   return RunEnd::kFailed;
 }
 
-std::string PanelWorker::Command(const Job& job) {
-  if (!job.files.contains(host_.registration.Output().number) || job.files.size() < 2) return {};
-  return ReproducingCommand(job, host_.registration, EchoOptions(host_));
+std::string PanelWorker::Command(const Job& job) const {
+  const Job ofTheRun = previews_.WithoutUnread(job);
+  if (!ofTheRun.files.contains(host_.registration.Output().number) || ofTheRun.files.size() < 2)
+    return {};
+  return ReproducingCommand(ofTheRun, host_.registration, EchoOptions(host_));
 }
 
 void PanelWorker::Tell(const std::string& message) {

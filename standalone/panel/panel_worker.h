@@ -1,17 +1,48 @@
 #pragma once
 
+#include <QCoreApplication>
+#include <QEvent>
 #include <QObject>
 #include <QThreadPool>
+#include <deque>
 #include <functional>
-#include <set>
+#include <mutex>
+#include <optional>
 #include <stop_token>
 #include <string>
+#include <utility>
 
 #include "standalone/framework/host_calls.h"
 #include "standalone/panel/preview.h"
 #include "standalone/runs/job.h"
 
 namespace lumomixcalc::standalone {
+
+// Does tasks from any thread in its own, the one in which it was made. QMetaObject::invokeMethod
+// would do, but the thread sanitizer sees nothing of how Qt orders what it hands over.
+class Inbox : public QObject {
+ public:
+  void Put(std::function<void()> task) {
+    {
+      const std::lock_guard lock(mutex_);
+      tasks_.push_back(std::move(task));
+    }
+    QCoreApplication::postEvent(this, new QEvent(QEvent::User));
+  }
+
+ protected:
+  void customEvent(QEvent*) override {
+    std::unique_lock lock(mutex_);
+    const std::function<void()> task = std::move(tasks_.front());
+    tasks_.pop_front();
+    lock.unlock();
+    task();
+  }
+
+ private:
+  std::mutex mutex_;
+  std::deque<std::function<void()>> tasks_;
+};
 
 enum class RunEnd { kDone, kCancelled, kFailed };
 
@@ -24,36 +55,54 @@ class PanelWorker {
   using Task = std::function<void()>;
   struct Listener {
     std::function<void(const std::string& command)> commandChanged;  // empty: files are missing
-    std::function<void(const Preview& preview)> previewMade;
+    PreviewMaker::Show imageMade;
+    std::function<void(const Findings& findings)> previewMade;  // all images are shown
+    std::function<void(const Inspection& inspection)> inspected;
     std::function<void(double share)> progressed;
     std::function<void(const std::string& message)> told;
     std::function<void(RunEnd end)> runEnded;
   };
 
-  // The listener is called in the thread of windows, as long as that object lives.
-  PanelWorker(HostState& host, QObject& windows, Listener listener);
+  // The listener is called in the thread that makes the worker, as long as the worker lives.
+  PanelWorker(HostState& host, Listener listener);
   // Cancels what is being done and waits for its end; what has not begun is dropped.
   ~PanelWorker();
 
-  void Post(Task task);  // to the worker's thread
-  // Asks for the command and the preview of these settings; cancels what was asked for before.
-  void Refresh(const Job& job, int band);
+  void Post(Task task);     // to the worker's thread
+  void Deliver(Task task);  // to the windows' thread, from the worker's
+
+  // Ask for the command and the preview of these settings, or for the elements at a pixel. Of
+  // several that wait, only the newest is made. A preview that is being made comes to its end
+  // unless it reads other inputs than are wanted now.
+  void Refresh(const Job& job, const View& view);
+  void Inspect(const Job& job, int band, QPoint pixel);
+
   void Run(const Job& job);
   void CancelRun() { run_.request_stop(); }
 
  private:
-  void Deliver(Task task);  // to the windows' thread
-  void MakePreview(const Job& job, int band, const std::stop_token& stop);
+  // Tasks of one kind, of which one at a time is done. For the windows' thread.
+  struct Newest {
+    std::optional<Task> next;
+    bool busy = false;
+  };
+  void Ask(Newest& kind, Task task);
+  void StartNext(Newest& kind);
+  void MakePreview(const Job& job, const View& view, const std::stop_token& stop);
   RunEnd MakeRun(const Job& job, const std::stop_token& stop);
-  std::string Command(const Job& job);
+  std::string Command(const Job& job) const;
   void Tell(const std::string& message);
 
   HostState& host_;
-  QObject& windows_;
+  Inbox windows_;  // the windows' thread
   Listener listener_;
   PreviewMaker previews_;
-  std::set<std::string> warned_;    // the warnings that previews gave
-  std::stop_source newestPreview_;  // touched by the windows' thread alone, as the next
+  // Touched by the windows' thread alone, as the next.
+  Newest previewsAsked_;
+  Newest inspectionsAsked_;
+  Job newestJob_;
+  View newestView_;
+  std::stop_source preview_;
   std::stop_source run_;
   QThreadPool thread_;
 };

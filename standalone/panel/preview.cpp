@@ -1,102 +1,332 @@
 #include "standalone/panel/preview.h"
 
-#include <algorithm>
-#include <exception>
-#include <new>
-#include <system_error>
+#include <gdal_priv.h>
 
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <exception>
+#include <limits>
+#include <new>
+#include <span>
+#include <system_error>
+#include <utility>
+
+#include "standalone/cli/command_echo.h"
+#include "standalone/rasters/no_data.h"
 #include "standalone/rasters/raster_input.h"
+#include "standalone/runs/session.h"
 
 namespace lumomixcalc::standalone {
 namespace {
 
-Selection WholeImageCoarsely() {
-  Selection selection;
-  selection.resampling = Resampling::kPreview;
-  selection.longestSide = 640;  // enough for a pane, and quickly computed
-  return selection;
+// The name under which GDAL opens elements in memory.
+std::string NameOf(std::span<const float> values, int columns, int rows, bool complex) {
+  char address[32] = {};
+  CPLPrintPointer(address, const_cast<float*>(values.data()), sizeof address - 1);
+  return CPLSPrintf("MEM:::DATAPOINTER=%s,PIXELS=%d,LINES=%d,DATATYPE=%s", address, columns, rows,
+                    complex ? "CFloat32" : "Float32");
 }
 
-PreviewImage ReadInput(const DeclaredStream& stream, const Job& job, int band,
-                       const std::stop_token& stop) {
+// One direction of a grid: cells of so many pixels from an origin of the run's on, as many as it
+// takes to cover what is seen and the image has.
+struct Cells {
+  int first = 0;
+  int count = 0;
+};
+Cells CellsOf(int seenFirst, int seenCount, int origin, int cell, int imageCount) {
+  const int before = ((seenFirst - origin) % cell + cell) % cell;
+  const int first = seenFirst - before + (seenFirst < before ? cell : 0);
+  const int needed = (seenFirst + seenCount - first + cell - 1) / cell;
+  return {first, std::min(needed, (imageCount - first) / cell)};
+}
+
+// The pixels of an input that show what is seen: every pixel or, of more than suffice, one of
+// step x step. Coarser pixels of the run are its own, and begin where they do.
+OutputGrid GridFor(const View& view, const QSize& image, const OutputGrid& run) {
+  const QRect all(QPoint(0, 0), image);
+  const QRect seen = view.seen.isNull() ? all : view.seen & all;
+  if (seen.isEmpty()) throw Failure("Nothing of this image lies here.");
+  const double pixels = static_cast<double>(seen.width()) * seen.height();
+  const int needed = static_cast<int>(std::ceil(std::sqrt(pixels / view.elements)));
+  OutputGrid grid;
+  grid.resolution = std::max(run.resolution, std::min({needed, seen.width(), seen.height()}));
+  // Of a run's block of looks what is left at this step.
+  const auto cell = [&](int looks) {
+    return grid.resolution * std::max(1, looks * run.resolution / grid.resolution);
+  };
+  const int n = grid.resolution;
+  const int nx = cell(run.looks.x);
+  const int ny = cell(run.looks.y);
+  const Cells x = CellsOf(seen.x(), seen.width(), run.window.x, nx, image.width());
+  const Cells y = CellsOf(seen.y(), seen.height(), run.window.y, ny, image.height());
+  if (x.count <= 0 || y.count <= 0) throw Failure("Nothing of this image lies here.");
+  grid.window = {x.first, y.first, x.count * nx, y.count * ny};
+  grid.looks = {nx / n, ny / n};
+  grid.columns = x.count;
+  grid.rows = y.count;
+  return grid;
+}
+
+PreviewImage ReadInput(const DeclaredStream& stream, const Job& job, const View& view,
+                       const OutputGrid& run, const std::stop_token& stop) {
   RasterInput input(stream.label, job.files.at(stream.number), job.openOptions);
-  band = std::min(band, input.Bands());
+  const int band = std::min(view.band, input.Bands());
   PreviewImage image;
-  const Selection selection = WholeImageCoarsely();
-  image.grid = MakeOutputGrid(selection, input.Columns(), input.Rows(), nullptr, input.Describe());
   image.fullSize = {input.Columns(), input.Rows()};
   image.bands = input.Bands();
   image.complex = input.Mode().complex;
-  input.Select(image.grid, selection.resampling, {band}, job.elements);
+  image.grid = GridFor(view, image.fullSize, run);
+  const OutputGrid grid = image.grid.BeforeLooks();
+  const bool ofTheRun = grid.resolution == job.selection.resolution;
+  input.Select(grid, ofTheRun ? job.selection.resampling : Resampling::kPreview, {band},
+               job.elements);
+  constexpr std::int64_t kSlack = 8 << 20;
+  if (!CPLGetConfigOption("GDAL_CACHEMAX", nullptr))
+    GDALSetCacheMax64(kSlack + input.CacheBytes(1));
   const std::size_t rowFloats =
-      static_cast<std::size_t>(image.grid.columns) * static_cast<std::size_t>(input.Parts());
-  image.values.resize(rowFloats * static_cast<std::size_t>(image.grid.rows));
+      static_cast<std::size_t>(grid.columns) * static_cast<std::size_t>(input.Parts());
+  image.values.resize(rowFloats * static_cast<std::size_t>(grid.rows));
   // Piece by piece, so that a slow file keeps nobody waiting for a newer preview.
   constexpr int kPieceRows = 32;
-  for (int row = 0; row < image.grid.rows; row += kPieceRows) {
+  for (int row = 0; row < grid.rows; row += kPieceRows) {
     if (stop.stop_requested()) throw Cancelled();
-    input.Read(band, row, std::min(kPieceRows, image.grid.rows - row),
+    input.Read(band, row, std::min(kPieceRows, grid.rows - row),
                image.values.data() + rowFloats * static_cast<std::size_t>(row));
   }
   return image;
 }
 
-MemoryRaster ComputeResult(Job job, int band, HostState& host, const std::stop_token& stop) {
-  job.selection = WholeImageCoarsely();
-  job.bands = {band};
-  return RunInMemory(job, host, {stop});
+// Results as the run's output stores them; no data is NaN.
+template <typename Number>
+std::vector<Number> Stored(std::span<const float> results, const RunReport& report,
+                           UnheldElements& counts) {
+  std::vector<Number> stored(results.begin(), results.end());
+  const DataMode& mode = *FindDataMode(report.mode);
+  if (!mode.integer) return stored;
+  const std::size_t parts = mode.complex ? 2 : 1;
+  const int size = GDALGetDataTypeSizeBytes(mode.type);
+  std::vector<std::byte> bytes(results.size() / parts * static_cast<std::size_t>(size));
+  StoreAsIntegers(results, mode, report.noData, bytes.data(), counts);
+  const bool single = sizeof(Number) == sizeof(float);
+  const GDALDataType type = single ? (mode.complex ? GDT_CFloat32 : GDT_Float32)
+                                   : (mode.complex ? GDT_CFloat64 : GDT_Float64);
+  GDALCopyWords64(bytes.data(), mode.type, size, stored.data(), type,
+                  GDALGetDataTypeSizeBytes(type), static_cast<GPtrDiff_t>(results.size() / parts));
+  for (std::size_t i = 0; report.noData && i < stored.size(); i += parts)
+    if (IsNoData(stored[i], stored[i + parts - 1], static_cast<Number>(*report.noData)))
+      std::fill_n(&stored[i], parts, std::numeric_limits<Number>::quiet_NaN());
+  return stored;
+}
+
+// Inspects one pixel of an input. Throws Failure.
+Inspection::Element InputElement(const DeclaredStream& stream, const Job& job, int band,
+                                 Inspection& inspection) {
+  RasterInput input(stream.label, job.files.at(stream.number), job.openOptions);
+  const QPoint pixel = inspection.pixel;
+  if (!QRect(0, 0, input.Columns(), input.Rows()).contains(pixel)) throw Failure("outside");
+  if (const auto transform = GeotransformOf(input.Dataset()); transform && !inspection.map) {
+    const Geotransform& t = *transform;
+    const double x = pixel.x() + 0.5;
+    const double y = pixel.y() + 0.5;
+    inspection.map = {t[0] + x * t[1] + y * t[2], t[3] + x * t[4] + y * t[5]};
+  }
+  band = std::min(band, input.Bands());
+  input.Select({{pixel.x(), pixel.y(), 1, 1}, 1, {}, 1, 1}, Resampling::kNearest, {band},
+               job.elements);
+  std::array<float, 2> parts = {};
+  input.Read(band, 0, 1, parts.data());
+  return {input.Mode().complex, {parts[0], parts[1]}};
 }
 
 }  // namespace
 
-const PreviewImage& PreviewMaker::Input(const DeclaredStream& stream, const Job& job, int band,
-                                        const std::stop_token& stop) {
+std::set<int> PreviewMaker::StreamsRead() const {
+  const float element = 1;
+  Job job;
+  std::set<int> streams;
+  for (const DeclaredStream& input : host_.registration.inputs)
+    job.files[input.number] = NameOf({&element, 1}, 1, 1, false);
+  Session session(job, host_);
+  for (const RunInput& input : session.Inputs()) streams.insert(input.stream);
+  return streams;
+}
+
+Job PreviewMaker::WithoutUnread(Job job) const {
+  const std::set<int> read = StreamsRead();
+  std::erase_if(job.files, [&](const auto& file) {
+    return file.first != host_.registration.Output().number && !read.contains(file.first);
+  });
+  return job;
+}
+
+// A run that is checked only. Where it fails because of its output, or has none, the report is that
+// of the same run into any file.
+Findings PreviewMaker::Check(const Job& asked) const {
+  Findings findings;
+  Job job = asked;
+  job.checkOnly = true;
+  job.overwrite = true;  // the user is asked at the run
+  const auto check = [&] {
+    findings.failure.clear();
+    findings.warnings.clear();
+    const MessageRedirection redirection([&findings](const std::string& sentence) {
+      constexpr std::string_view kWarning = "warning: ";
+      if (sentence.starts_with(kWarning))
+        findings.warnings.push_back(sentence.substr(kWarning.size()));
+      else
+        findings.failure += (findings.failure.empty() ? "" : "\n") + sentence;
+    });
+    try {
+      findings.report = RunBatch(job, "", host_, {});
+    } catch (const Desisted&) {  // the application has told why
+    } catch (const std::exception& error) {
+      findings.failure = error.what();
+    }
+  };
+  const int output = host_.registration.Output().number;
+  const bool hasOutput = job.files.contains(output);
+  if (hasOutput) check();
+  if (findings.report) return findings;
+  const Findings ofTheOutput = std::exchange(findings, {});
+  job.files[output] = (std::filesystem::temp_directory_path() / "result.tif").string();
+  job.format.clear();
+  job.creationOptions.clear();
+  job.outputNoData.reset();
+  job.statisticsFile.clear();
+  check();
+  if (hasOutput && findings.report) findings.failure = ofTheOutput.failure;
+  if (findings.report) findings.report->format.clear();
+  return findings;
+}
+
+// Returns whether the image is another than before.
+bool PreviewMaker::UpdateInput(const DeclaredStream& stream, const Job& job, const View& view,
+                               const OutputGrid& run, const std::stop_token& stop) {
   const std::string& file = job.files.at(stream.number);
-  KeptInput& kept = inputs_[stream.number];
+  std::vector<std::string> options = job.openOptions;
+  if (run.resolution > 1 || run.looks.x > 1 || run.looks.y > 1)
+    for (const std::string& argument : SelectionArguments(job.selection, {}))
+      options.push_back(argument);
   std::error_code ignored;
   const auto key =
       std::tuple(file, std::filesystem::last_write_time(file, ignored),
-                 std::filesystem::file_size(file, ignored), band, job.elements.keepNoData);
-  if (kept.key == key) return kept.image;
+                 std::filesystem::file_size(file, ignored), view, job.elements, options);
+  KeptInput& kept = inputs_[stream.number];
+  if (kept.key == key) return false;
   kept = {};
   try {
-    kept.image = ReadInput(stream, job, band, stop);
+    kept.image = ReadInput(stream, job, view, run, stop);
   } catch (const Cancelled&) {
     throw;
   } catch (const Failure& failure) {
     kept.image.note = failure.what();
   }
   kept.key = key;
-  return kept.image;
+  return true;
 }
 
-Preview PreviewMaker::Make(const Job& job, int band, HostState& host, const std::stop_token& stop,
-                           const MessageSink& warn) {
-  std::string reason;  // what the application says when it desists
-  const MessageRedirection redirection([&](const std::string& sentence) {
-    if (sentence.starts_with("warning: ")) return warn(sentence);
-    reason += (reason.empty() ? "" : "\n") + sentence;
-  });
-  const std::vector<DeclaredStream>& inputs = host.registration.inputs;
-  Preview preview(inputs.size() + 1);
-  PreviewImage& result = preview.back();
+// The result of the inputs that are kept. Throws Failure, Cancelled, Desisted.
+PreviewImage PreviewMaker::Result(const Job& job, Findings& findings,
+                                  const std::stop_token& stop) const {
+  PreviewImage result;
+  Job ofElements = job;
+  ofElements.selection = {};
+  ofElements.bands.clear();
+  ofElements.openOptions.clear();
+  ofElements.elements = {};  // by now applied
+  ofElements.elements.keepNoData = job.elements.keepNoData;
+  OutputGrid grid;
+  for (const DeclaredStream& stream : host_.registration.inputs) {
+    if (!job.files.contains(stream.number)) continue;
+    const PreviewImage& input = inputs_.at(stream.number).image;
+    if (!input.note.empty()) throw Failure(input.note);
+    grid = input.grid;
+    ofElements.selection.looks = grid.looks;
+    const OutputGrid size = grid.BeforeLooks();
+    ofElements.files[stream.number] = NameOf(input.values, size.columns, size.rows, input.complex);
+  }
+  static_cast<MemoryRaster&>(result) = RunInMemory(ofElements, host_, {stop});
+  result.grid = grid;
+  UnheldElements counts;
+  result.values = Stored<float>(result.values, *findings.report, counts);
+  findings.beyondMode = counts.saturated;
+  findings.elements = result.values.size() / (result.complex ? 2 : 1);
+  return result;
+}
+
+Findings PreviewMaker::Make(const Job& job, const View& view, const std::stop_token& stop,
+                            const Show& show) {
+  const MessageRedirection quiet([](const std::string&) {});  // the check tells
+  const Job ofTheRun = WithoutUnread(job);
+  Findings findings = Check(ofTheRun);
+  findings.streamsRead = StreamsRead();
+  const OutputGrid run = findings.report ? findings.report->grid : OutputGrid();
+  PreviewImage result;
+  const std::vector<DeclaredStream>& inputs = host_.registration.inputs;
+  for (std::size_t i = 0; i < inputs.size(); ++i) {
+    if (!job.files.contains(inputs[i].number)) {
+      inputs_.erase(inputs[i].number);
+      PreviewImage none;
+      none.note = "No file chosen.";
+      show(i, none);
+    } else if (UpdateInput(inputs[i], job, view, run, stop)) {
+      show(i, inputs_.at(inputs[i].number).image);
+    }
+  }
   try {
-    for (std::size_t i = 0; i < inputs.size(); ++i)
-      if (job.files.contains(inputs[i].number))
-        preview[i] = Input(inputs[i], job, band, stop);
-      else
-        preview[i].note = "No file chosen.";
-    static_cast<MemoryRaster&>(result) = ComputeResult(job, band, host, stop);
+    if (findings.report)
+      result = Result(ofTheRun, findings, stop);
+    else
+      result.note = findings.failure;
   } catch (const Cancelled&) {
     throw;
-  } catch (const Desisted&) {
-    result.note = reason;
   } catch (const std::bad_alloc&) {
     result.note = "There is not enough memory for a preview.";
   } catch (const std::exception& error) {
     result.note = error.what();
   }
-  return preview;
+  show(inputs.size(), result);
+  return findings;
+}
+
+// The pixels of the run's block at hand, computed from the files as the run does. Throws Failure.
+Inspection::Element PreviewMaker::ResultElement(Job job, int band, QPoint pixel) const {
+  const std::optional<RunReport> report = Check(job).report;
+  if (!report) throw Failure("no run");
+  const OutputGrid& grid = report->grid;
+  const int nx = grid.resolution * grid.looks.x;
+  const int ny = grid.resolution * grid.looks.y;
+  const PixelWindow& all = grid.window;
+  if (!QRect(all.x, all.y, all.columns, all.rows).contains(pixel)) throw Failure("outside");
+  job.selection.window.reset();
+  job.selection.region = {pixel.x() - (pixel.x() - all.x) % nx,
+                          pixel.y() - (pixel.y() - all.y) % ny, nx, ny};
+  job.bands = {band};
+  const MemoryRaster raster = RunInMemory(job, host_, {});
+  UnheldElements ignored;
+  const std::vector<double> parts = Stored<double>(raster.values, *report, ignored);
+  return {raster.complex, {parts.front(), parts.back()}};
+}
+
+Inspection PreviewMaker::Inspect(const Job& job, int band, QPoint pixel) {
+  const MessageRedirection quiet([](const std::string&) {});
+  Inspection inspection;
+  inspection.pixel = pixel;
+  const auto add = [&](const auto& read) {
+    inspection.elements.emplace_back();
+    try {
+      inspection.elements.back() = read();
+    } catch (const Failure&) {  // the image's note says why
+    }
+  };
+  for (const DeclaredStream& stream : host_.registration.inputs)
+    add([&] {
+      if (!job.files.contains(stream.number)) throw Failure("no file");
+      return InputElement(stream, job, band, inspection);
+    });
+  add([&] { return ResultElement(WithoutUnread(job), band, pixel); });
+  return inspection;
 }
 
 }  // namespace lumomixcalc::standalone

@@ -1,9 +1,13 @@
 #pragma once
 
-#include <QSize>
+#include <QRect>
+#include <array>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <map>
+#include <optional>
+#include <set>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -11,40 +15,88 @@
 #include "standalone/base/messages.h"
 #include "standalone/framework/host_calls.h"
 #include "standalone/runs/job.h"
+#include "standalone/runs/report.h"
 #include "standalone/runs/run.h"
 
 namespace lumomixcalc::standalone {
 
-// One band of an input or of the result, on the coarse grid of a preview.
+// A part of an input or of the result, as it is shown: its grid tells where it lies.
 struct PreviewImage : MemoryRaster {
-  QSize fullSize;  // pixels of the whole input; invalid for the result
-  int bands = 0;
+  QSize fullSize;    // pixels of the whole input
+  int bands = 0;     // of the input
   std::string note;  // why there are no values
 };
 
-// The images of the current settings: one per declared input, then the result. All show the whole
-// area of the inputs.
-using Preview = std::vector<PreviewImage>;
+// What is looked at.
+struct View {
+  int band = 1;
+  QRect seen;                 // in pixels of the inputs; null for all of them
+  double elements = 1 << 20;  // that suffice to show it; at most so many are read and computed
+  bool operator==(const View&) const = default;
+};
 
-// Makes previews. It keeps the inputs as it read them, so that other coefficients or another
-// operator cost no more than the result.
+// What a check says of the run before it is made.
+struct Findings {
+  std::optional<RunReport> report;    // of a run that computes nothing
+  std::string failure;                // why the run would fail; empty when it would not
+  std::vector<std::string> warnings;  // that the run would give
+  std::set<int> streamsRead;          // the inputs that the operator reads, by number
+  std::uint64_t beyondMode = 0;       // elements of the preview that the mode cannot hold
+  std::uint64_t elements = 0;         // of the preview
+};
+
+// The element of each image that lies at one pixel of the inputs.
+struct Inspection {
+  QPoint pixel;
+  std::optional<std::array<double, 2>> map;  // coordinates of the pixel's middle
+  struct Element {
+    bool complex = false;
+    std::array<double, 2> parts = {};
+  };
+  std::vector<std::optional<Element>>
+      elements;  // of the inputs, then of the result as it is stored
+};
+
+// Makes previews and looks up single elements. It keeps what it read of the inputs in memory, so
+// that other coefficients or another operator cost no more than the result.
 class PreviewMaker {
  public:
-  // The preview of a band for the files and the mode of job. Problems are reported in the image's
-  // note; warn gets the warnings, from any thread, one at a time. Throws Cancelled.
-  Preview Make(const Job& job, int band, HostState& host, const std::stop_token& stop,
-               const MessageSink& warn);
+  // Called with each image as soon as it is there, the inputs by their position, the result last.
+  using Show = std::function<void(std::size_t position, const PreviewImage& image)>;
+
+  explicit PreviewMaker(HostState& host) : host_(host) {}
+
+  // Shows what has changed of the images that belong to job. The result is what the run would
+  // store, integer modes and looks included; where less than every pixel is looked at, it is
+  // computed from the pixels that are. Problems are reported in the images' notes. Throws
+  // Cancelled.
+  Findings Make(const Job& job, const View& view, const std::stop_token& stop, const Show& show);
+
+  // Reads and computes the elements at a pixel from the files. Elements that cannot be had are
+  // missing.
+  Inspection Inspect(const Job& job, int band, QPoint pixel);
+
+  // The job without inputs that the operator, as it is chosen now, does not read.
+  Job WithoutUnread(Job job) const;
 
  private:
   struct KeptInput {
-    // File, its time and size, band, and whether no data is kept: another when the image is.
-    std::tuple<std::string, std::filesystem::file_time_type, std::uintmax_t, int, bool> key;
+    // File, its time and size, what is seen of it and how its elements are made of it: another when
+    // the image is.
+    std::tuple<std::string, std::filesystem::file_time_type, std::uintmax_t, View, ElementRules,
+               std::vector<std::string>>
+        key;
     PreviewImage image;
   };
 
-  const PreviewImage& Input(const DeclaredStream& stream, const Job& job, int band,
-                            const std::stop_token& stop);
+  std::set<int> StreamsRead() const;
+  Findings Check(const Job& asked) const;
+  bool UpdateInput(const DeclaredStream& stream, const Job& job, const View& view,
+                   const OutputGrid& run, const std::stop_token& stop);
+  PreviewImage Result(const Job& job, Findings& findings, const std::stop_token& stop) const;
+  Inspection::Element ResultElement(Job job, int band, QPoint pixel) const;
 
+  HostState& host_;
   std::map<int, KeptInput> inputs_;  // by stream number
 };
 

@@ -1,56 +1,76 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <map>
 #include <utility>
 #include <vector>
 
 #include "standalone/panel/image_pane.h"
+#include "standalone/panel/inspector.h"
 
 namespace lumomixcalc::standalone {
 
-// The images of a preview, with the choices of how they are shown and the values under the pointer.
+// The images of a preview, with the choices of how they are shown and the elements under the
+// pointer. All show the same place.
 class PreviewPane : public QWidget {
  public:
-  std::function<void(QRect pixels)> regionDrawn;  // in pixels of the inputs
+  std::function<void(QRect pixels)> regionDrawn;
+  std::function<void()> viewChanged;  // another View() is wanted
+  std::function<void(QPoint pixel)> elementAsked;
 
   // titles: of the inputs and of the result.
-  explicit PreviewPane(const QStringList& titles) {
+  explicit PreviewPane(const QStringList& titles) : inspector_(new Inspector(titles)) {
     auto* const bar = new QHBoxLayout;
     auto* const layout = NewLayout<QVBoxLayout>(this);
     layout->addLayout(bar);
     layout->addLayout(grid_, 1);
-    layout->addWidget(values_);
+    layout->addWidget(inspector_);
     FillBar(*bar, titles);
     AddPanes(titles);
-    values_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    AddShortcuts();
     patience_.setSingleShot(true);
     patience_.setInterval(250);
-    patience_.callOnTimeout([this] { busy_->setText("Computing the preview\u2026"); });
-    Show({});
+    patience_.callOnTimeout([this] {
+      busy_->setText("Computing the preview\u2026");
+      for (ImagePane* const pane : panes_) pane->Raster().Dim(true);
+    });
     Arrange();
   }
 
-  void Show(Preview images) {
-    StopAwaiting();
-    images.resize(panes_.size());
-    int bands = 0;
-    for (std::size_t i = 0; i < panes_.size(); ++i) {
-      bands = std::max(bands, images[i].bands);
-      panes_[i]->Show(std::move(images[i]));
+  // The inputs by their position, the result last. The result lies on the inputs.
+  void Show(std::size_t position, const PreviewImage& image) {
+    ImagePane& pane = *panes_[position];
+    if (image.bands > 0) {
+      bands_[position] = image.bands;
+      size_ = image.fullSize;
     }
-    if (bands > 0) band_->setMaximum(bands);
-    bandLabel_->setVisible(band_->maximum() > 1);
-    band_->setVisible(band_->maximum() > 1);
-    Point(pointed_);  // the values under a pointer at rest may have changed
+    pane.Raster().SetGrid(image.grid, size_);
+    pane.Show(image);
+    pane.Raster().Dim(false);
   }
 
   // A new preview is being made: says so if it takes long.
-  void Await() { patience_.start(); }
+  void Await() {
+    if (!patience_.isActive()) patience_.start();
+  }
 
+  // The preview is complete.
   void StopAwaiting() {
     patience_.stop();
     busy_->clear();
+    for (ImagePane* const pane : panes_) pane->Raster().Dim(false);
+    int bands = 1;
+    for (const auto& [position, count] : bands_) bands = std::max(bands, count);
+    band_->setMaximum(bands);
+    bandLabel_->setVisible(bands > 1);
+    band_->setVisible(bands > 1);
+    // The elements under a pointer at rest may have changed.
+    if (pointed_) elementAsked(Pixel());
+  }
+
+  void ShowElements(const Inspection& found) {
+    if (pointed_) inspector_->Show(found);
   }
 
   // The outlined region in pixels of the inputs, or none.
@@ -60,11 +80,32 @@ class PreviewPane : public QWidget {
   }
 
   void LetDraw(bool allowed) {
-    for (ImagePane* const pane : panes_) pane->Raster().LetDrag(allowed);
+    draw_->setEnabled(allowed);
+    SetDrawing();
   }
 
   // The field of the band that is shown, from 1.
   QSpinBox& Band() const { return *band_; }
+
+  // The size of the images; empty while there is none.
+  QSize ImageSize() const { return size_; }
+
+  // What the preview must show.
+  struct View View() const {
+    struct View view;
+    view.band = band_->value();
+    bool whole = false;
+    for (const ImagePane* const pane : panes_) {
+      const ImageView& raster = pane->Raster();
+      if (!raster.isVisible()) continue;
+      whole = whole || raster.Seen().isNull();
+      view.seen |= raster.Seen();
+      const double screen = raster.width() * raster.height() * std::pow(devicePixelRatioF(), 2);
+      view.elements = std::clamp(screen * 1.2, view.elements, 0x1p22);
+    }
+    if (whole) view.seen = {};
+    return view;
+  }
 
   void Save(QSettings& settings) const {
     for (const auto& [key, box] : choices_)
@@ -83,31 +124,55 @@ class PreviewPane : public QWidget {
     QComboBox* const images = choices_["images"] =
         NewChoice("Images shown", QStringList("Side by side") + titles);
     QComboBox* const stretch = choices_["stretch"] =
-        NewChoice("Stretch", {"2 to 98 %", "Min to max", "Logarithm"});
+        NewChoice("Stretch", {"Percentile 2\u201398 %", "Min\u2013max", "Logarithm"});
     connect(images, &QComboBox::currentIndexChanged, [this] { Arrange(); });
     for (QComboBox* const box : {images, stretch}) {
       box->setToolTip(box->objectName());
       bar.addWidget(box);
     }
+    draw_->setCheckable(true);
+    draw_->setToolTip("Draw the region to compute on an image; or drag with the shift key");
+    connect(draw_, &QPushButton::toggled, [this] { SetDrawing(); });
+    bar.addWidget(draw_);
     band_->setRange(1, 1);
     bar.addWidget(bandLabel_);
     bar.addWidget(band_);
     bar.addStretch();
     bar.addWidget(busy_);
+    bar.addWidget(zoom_);
   }
 
   // The inputs one above the other, the result beside them and as high as all.
   void AddPanes(const QStringList& titles) {
     for (const QString& title : titles) {
       auto* const pane = new ImagePane(title, *choices_["stretch"]);
-      pane->Raster().pointed = [this](auto place) { Point(place); };
-      pane->Raster().dragged = [this](const QRectF& area) { TakeDrawn(area); };
+      ImageView& view = pane->Raster();
+      view.pointed = [this](auto place) { Point(place); };
+      view.drawn = [this](const QRect& pixels) {
+        draw_->setChecked(false);
+        regionDrawn(pixels);
+      };
+      view.moved = [this](const Place& place) { LookAt(place); };
+      view.setToolTip("Wheel: zoom. Drag: move. Double click: one to one, and back to the whole.");
       choices_[title] = &pane->Part();
+      choices_[title + "-colours"] = &pane->Colours();
       panes_.push_back(pane);
     }
     const int inputs = static_cast<int>(panes_.size()) - 1;
     for (int i = 0; i < inputs; ++i) grid_->addWidget(panes_[static_cast<std::size_t>(i)], i, 0);
     grid_->addWidget(panes_.back(), 0, 1, inputs, 1);
+  }
+
+  void AddShortcuts() {
+    connect(new QShortcut(Qt::CTRL | Qt::Key_0, this), &QShortcut::activated,
+            [this] { LookAt({}); });
+    connect(new QShortcut(Qt::CTRL | Qt::Key_L, this), &QShortcut::activated, [this] {
+      for (ImagePane* const pane : panes_) pane->ResetLimits();
+    });
+    connect(new QShortcut(Qt::CTRL | Qt::Key_1, this), &QShortcut::activated, [this] {
+      const QRectF all(QPointF(0, 0), size_);
+      LookAt({place_.scale > 0 ? place_.centre : pointed_.value_or(all.center()), 1});
+    });
   }
 
   void Arrange() {
@@ -122,57 +187,47 @@ class PreviewPane : public QWidget {
       grid_->setRowStretch(i, only < 0 || only == i || only == inputs ? 1 : 0);
   }
 
-  // The size in pixels of the inputs of the area that the images show: all but what a coarse grid
-  // leaves out at the right and at the bottom. Empty while there is no image.
-  QSize Covered() const {
-    for (const ImagePane* const pane : panes_)
-      if (const PreviewImage& image = pane->Image(); !image.values.empty())
-        return {image.grid.window.columns, image.grid.window.rows};
-    return {};
+  void LookAt(const Place& place) {
+    place_ = place;
+    for (ImagePane* const pane : panes_) pane->Raster().LookAt(place);
+    const double percent = place.scale * 100;
+    zoom_->setText(place.scale > 0 ? QString("%1 %").arg(percent, 0, 'g', 3) : QString());
+    viewChanged();
+  }
+
+  void SetDrawing() {
+    for (ImagePane* const pane : panes_)
+      pane->Raster().LetDraw(draw_->isEnabled(), draw_->isEnabled() && draw_->isChecked());
   }
 
   void ShowMarks() {
-    std::optional<QRectF> outline;
-    if (const QSizeF covered = Covered(); region_ && !covered.isEmpty())
-      outline = QRectF(region_->x() / covered.width(), region_->y() / covered.height(),
-                       region_->width() / covered.width(), region_->height() / covered.height());
-    for (ImagePane* const pane : panes_) pane->Raster().SetMarks(outline, pointed_);
+    for (ImagePane* const pane : panes_) pane->Raster().SetMarks(region_, pointed_);
+  }
+
+  QPoint Pixel() const {
+    return {static_cast<int>(pointed_->x()), static_cast<int>(pointed_->y())};
   }
 
   void Point(std::optional<QPointF> place) {
     pointed_ = place;
     ShowMarks();
-    const QSize covered = Covered();
-    if (!place || covered.isEmpty())
-      return values_->setText("Point at an image to read its values.");
-    QString text = QString("Column %1, row %2")
-                       .arg(static_cast<int>(place->x() * covered.width()))
-                       .arg(static_cast<int>(place->y() * covered.height()));
-    for (const ImagePane* const pane : panes_)
-      if (const QString value = pane->ValueAt(*place); !value.isEmpty())
-        text += "    " + pane->Title() + ": " + value;
-    values_->setText(text);
-  }
-
-  void TakeDrawn(const QRectF& area) {
-    const QSize covered = Covered();
-    const QRect pixels =
-        QTransform::fromScale(covered.width(), covered.height()).mapRect(area).toRect();
-    // An area thinner than a pixel is one, and inside.
-    const QPoint corner(std::min(pixels.x(), covered.width() - 1),
-                        std::min(pixels.y(), covered.height() - 1));
-    regionDrawn(QRect(corner, pixels.size().expandedTo({1, 1})));
+    place ? elementAsked(Pixel()) : inspector_->Show(std::nullopt);
   }
 
   std::optional<QRect> region_;
   std::optional<QPointF> pointed_;
+  Place place_;
+  QSize size_;
+  std::map<std::size_t, int> bands_;       // of the inputs, by position
   std::vector<ImagePane*> panes_;          // the inputs, then the result
   std::map<QString, QComboBox*> choices_;  // by the key of their setting
   QGridLayout* grid_ = new QGridLayout;
+  QPushButton* draw_ = Named(new QPushButton("Draw re&gion"), "Draw region");
   QSpinBox* band_ = Named(new QSpinBox, "Band", "Band shown");
   QLabel* bandLabel_ = NewLabel("Band", band_);
   QLabel* busy_ = new QLabel;
-  QLabel* values_ = Named(new QLabel, "Values under the pointer");
+  QLabel* zoom_ = Named(new QLabel, "Zoom");
+  Inspector* inspector_;
   QTimer patience_;
 };
 

@@ -1,110 +1,101 @@
 #include "standalone/panel/rendering.h"
 
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <complex>
-#include <cstddef>
-#include <limits>
+#include <cfloat>
+#include <numbers>
 
 namespace lumomixcalc::standalone {
 namespace {
 
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr float kPi = std::numbers::pi_v<float>;
 
-// Once around the colour circle, from -pi on, in equal steps.
-constexpr std::array<QRgb, 12> kCircle = {0xE63C3C, 0xEB8232, 0xEBC83C, 0xB4D73C,
-                                          0x50C850, 0x32C896, 0x32C8D7, 0x328CE1,
-                                          0x4650DC, 0x8246DC, 0xC846D7, 0xE63C96};
+// Gives the shade of a spread value, not NaN, between limits; the middle one if the limits are one.
+auto ShadesBetween(double low, double high) {
+  const double start = high > low ? 0 : kShades / 2.0;
+  const double width = high > low ? high - low : 1;
+  return [=](float value) {
+    const double shade = start + (std::clamp<double>(value, low, high) - low) / width * kShades;
+    return static_cast<std::size_t>(std::min(shade, kShades - 1.0));
+  };
+}
 
-// The colours of 256 positions between the limits. The circle closes after the last.
-constexpr std::size_t kShades = 256;
-std::array<QRgb, kShades> Palette(bool cyclic) {
-  std::array<QRgb, kShades> palette{};
-  for (std::size_t i = 0; i < kShades; ++i) {
-    const double place = static_cast<double>(i) * kCircle.size() / kShades;
-    const std::size_t sector = static_cast<std::size_t>(place);
-    const QRgb from = kCircle[sector];
-    const QRgb to = kCircle[(sector + 1) % kCircle.size()];
-    const auto between = [&](int a, int b) {
-      return static_cast<int>(std::lround(a + (b - a) * (place - static_cast<double>(sector))));
-    };
-    const int grey = static_cast<int>(i);
-    palette[i] = cyclic ? qRgb(between(qRed(from), qRed(to)), between(qGreen(from), qGreen(to)),
-                               between(qBlue(from), qBlue(to)))
-                        : qRgb(grey, grey, grey);
-  }
-  return palette;
+// Without a value that counts, {0, 1}, or {1, 10} for a logarithm.
+Limits LimitsOf(std::span<const float> values, Stretch stretch) {
+  const float least = stretch == Stretch::kLogarithm ? FLT_TRUE_MIN : -FLT_MAX;
+  std::vector<float> finite;
+  finite.reserve(values.size());
+  for (const float value : values)
+    if (value >= least && value <= FLT_MAX) finite.push_back(value);
+  if (finite.empty()) return least > 0 ? Limits{1, 10} : Limits{};
+  if (stretch == Stretch::kMinMax) return {std::ranges::min(finite), std::ranges::max(finite)};
+  // Some 100,000 elements suffice; in odd steps, which fall on even and on odd columns.
+  const std::size_t step = finite.size() / 100000 | 1;
+  for (std::size_t i = 0; i * step < finite.size(); ++i) finite[i] = finite[i * step];
+  finite.resize((finite.size() + step - 1) / step);
+  const auto ranked = [&finite](std::size_t rank) {
+    const auto at = finite.begin() + static_cast<std::ptrdiff_t>(rank);
+    std::ranges::nth_element(finite, at);
+    return *at;
+  };
+  return {ranked(finite.size() / 50), ranked(finite.size() - 1 - finite.size() / 50)};
 }
 
 }  // namespace
 
 std::vector<float> PartOf(std::span<const float> pairs, ComplexPart part) {
+  bool real = part == ComplexPart::kAutomatic;
+  for (std::size_t i = 1; real && i < pairs.size(); i += 2)
+    real = pairs[i] == 0 || std::isnan(pairs[i]);
+  if (real) part = ComplexPart::kReal;
   std::vector<float> values(pairs.size() / 2);
   for (std::size_t i = 0; i < values.size(); ++i) {
-    const std::complex element(pairs[2 * i], pairs[2 * i + 1]);
-    values[i] = part == ComplexPart::kMagnitude ? std::abs(element)
-                : part == ComplexPart::kPhase   ? std::arg(element)
-                : part == ComplexPart::kReal    ? element.real()
-                                                : element.imag();
+    const float re = pairs[2 * i];
+    const float im = pairs[2 * i + 1];
+    values[i] = part == ComplexPart::kReal        ? re
+                : part == ComplexPart::kImaginary ? im
+                : part == ComplexPart::kPhase     ? std::atan2(im, re)
+                                                  : std::hypot(re, im);
   }
   return values;
 }
 
-std::vector<float> Spread(std::vector<float> values, Stretch stretch) {
-  if (stretch == Stretch::kLogarithm)
-    for (float& value : values) value = value < 0 ? -kInfinity : std::log10(value);
-  return values;
+Appearance AppearanceOf(std::span<const float> values, bool phase, Stretch stretch,
+                        std::optional<ColourMap> map) {
+  const Limits all = LimitsOf(values, Stretch::kMinMax);
+  for (const float half : {kPi, 180.0F}) {
+    const bool filled = std::max(-all.low, all.high) <= half * 1.000001F &&
+                        std::min(-all.low, all.high) >= half * 0.99F;
+    if (phase || (filled && map.value_or(ColourMap::kCyclic) == ColourMap::kCyclic))
+      return {map.value_or(ColourMap::kCyclic), {-half, half}};
+  }
+  const bool logarithm = stretch == Stretch::kLogarithm;
+  const Limits usual = LimitsOf(values, Stretch::kPercentiles);
+  const bool twoSided = usual.low < 0 && usual.high > 0 &&
+                        std::min(-usual.low, usual.high) * 10 >= std::max(-usual.low, usual.high);
+  if (!map) map = twoSided && !logarithm ? ColourMap::kCentred : ColourMap::kGrey;
+  if (logarithm && map != ColourMap::kCentred) return {*map, LimitsOf(values, stretch), true};
+  const Limits limits = stretch == Stretch::kMinMax ? all : usual;
+  return {*map, map == ColourMap::kCentred ? limits.AboutZero() : limits};
 }
 
-Limits LimitsOf(std::span<const float> spread, Stretch stretch) {
-  std::vector<float> finite;
-  std::ranges::copy_if(spread, std::back_inserter(finite),
-                       [](float value) { return std::isfinite(value); });
-  if (finite.empty()) return {};
-  const std::size_t cut = stretch == Stretch::kMinMax ? 0 : finite.size() / 50;
-  const auto low = finite.begin() + static_cast<std::ptrdiff_t>(cut);
-  std::nth_element(finite.begin(), low, finite.end());
-  const float lowest = *low;
-  const auto high = finite.end() - 1 - static_cast<std::ptrdiff_t>(cut);
-  std::nth_element(finite.begin(), high, finite.end());
-  return {lowest, *high};
-}
-
-QImage Picture(std::span<const float> spread, int columns, Limits limits, bool cyclic) {
-  static const std::array kPalettes = {Palette(false), Palette(true)};
-  const std::array<QRgb, kShades>& palette = kPalettes[cyclic ? 1 : 0];
-  // In double, since the difference of two floats can be beyond a float.
-  const double low = limits.low;
-  const double width = limits.high - low;
-  const auto colour = [&](float value) -> QRgb {
-    if (std::isnan(value)) return 0;
-    // One value everywhere has no width: a medium grey.
-    const double shade = width > 0 ? (value - low) / width * kShades : kShades / 2.0;
-    return palette[static_cast<std::size_t>(std::clamp(shade, 0.0, kShades - 1.0))];
+QImage Picture(std::span<const float> values, int columns, const Appearance& appearance,
+               std::span<const float> pairs) {
+  if (values.empty()) return {};
+  const auto& colours = ColoursOf(pairs.empty() ? appearance.map : ColourMap::kCyclic);
+  const auto [low, high] = appearance.limits;
+  const auto shade = ShadesBetween(appearance.Spread(low), appearance.Spread(high));
+  const auto hue = ShadesBetween(-kPi, kPi);
+  const auto colour = [&](std::size_t i) -> QRgb {
+    if (std::isnan(values[i])) return 0;
+    const std::size_t place = shade(appearance.Spread(values[i]));
+    if (pairs.empty()) return colours[place];
+    const QRgb full = colours[hue(std::atan2(pairs[2 * i + 1], pairs[2 * i]))];
+    const int light = static_cast<int>(place);
+    return qRgb(qRed(full) * light / 255, qGreen(full) * light / 255, qBlue(full) * light / 255);
   };
-  const auto rowLength = static_cast<std::size_t>(columns);
-  QImage picture(columns, static_cast<int>(spread.size() / rowLength), QImage::Format_ARGB32);
-  for (int row = 0; row < picture.height(); ++row, spread = spread.subspan(rowLength))
-    std::ranges::transform(spread.first(rowLength), reinterpret_cast<QRgb*>(picture.scanLine(row)),
-                           colour);
+  QImage picture(columns, static_cast<int>(values.size()) / columns, QImage::Format_ARGB32);
+  auto* const pixels = reinterpret_cast<QRgb*>(picture.bits());  // rows of QRgb are not padded
+  for (std::size_t i = 0; i < values.size(); ++i) pixels[i] = colour(i);
   return picture;
-}
-
-Histogram HistogramOf(std::span<const float> spread, Limits limits) {
-  constexpr std::size_t kBins = 128;
-  constexpr double kMargin = 0.15;
-  const double width = static_cast<double>(limits.high) - limits.low;
-  const double margin = width > 0 ? width * kMargin : 0.5;
-  const double low = limits.low - margin;
-  const double high = limits.high + margin;
-  Histogram histogram = {{static_cast<float>(low), static_cast<float>(high)},
-                         std::vector<std::uint32_t>(kBins)};
-  for (const float value : spread)
-    if (value >= low && value < high)
-      ++histogram.counts[std::min(kBins - 1,
-                                  static_cast<std::size_t>((value - low) / (high - low) * kBins))];
-  return histogram;
 }
 
 }  // namespace lumomixcalc::standalone

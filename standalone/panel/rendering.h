@@ -1,52 +1,61 @@
-// How rasters become pictures: which part of a complex number is shown, how its values are spread
-// over the colours, and the histogram beside it.
+// How rasters become pictures: of which part, in which colours, between which limits.
 #pragma once
 
 #include <QImage>
-#include <cstdint>
-#include <numbers>
+#include <algorithm>
+#include <cmath>
+#include <optional>
 #include <span>
 #include <vector>
 
+#include "standalone/panel/colour_maps.h"
+
 namespace lumomixcalc::standalone {
 
-enum class ComplexPart { kMagnitude, kPhase, kReal, kImaginary };
+enum class ComplexPart { kAutomatic, kMagnitude, kPhase, kReal, kImaginary, kMagnitudeAndAngle };
 
-// The part of each complex element, given as pairs of floats: n of 2 n numbers.
+// One value for each complex element, given as a pair; a phase in radians. Automatic is the real
+// part when all imaginary parts are zero or NaN, else the magnitude, as is magnitude and angle.
 std::vector<float> PartOf(std::span<const float> pairs, ComplexPart part);
 
-enum class Stretch {
-  kPercentiles,  // from the value that 2 % of the elements lie below to the one that 2 % lie above
-  kMinMax,
-  kLogarithm  // percentiles of the logarithm
-};
+// Percentiles: from the value that 2 % of the elements lie below to the one that 2 % lie above.
+// Logarithm: the percentiles of the positive values, spread by their logarithms.
+enum class Stretch { kPercentiles, kMinMax, kLogarithm };
 
 // The values at the two ends of the colours.
 struct Limits {
   float low = 0;
   float high = 1;
+
+  // Widened until zero is in the middle.
+  Limits AboutZero() const { return {-std::max(-low, high), std::max(-low, high)}; }
 };
 
-// The values that are spread evenly over the colours: values, or their decimal logarithms, where
-// negative numbers count as the lowest.
-std::vector<float> Spread(std::vector<float> values, Stretch stretch);
+// How values become colours: in even steps of their spread values.
+struct Appearance {
+  ColourMap map = ColourMap::kGrey;
+  Limits limits;
+  bool logarithm = false;
 
-// The limits of spread values. NaN and infinities do not count; without any other value {0, 1}.
-Limits LimitsOf(std::span<const float> spread, Stretch stretch);
-
-// The limits of a phase: one turn, in radians.
-inline constexpr Limits kTurn = {-std::numbers::pi_v<float>, std::numbers::pi_v<float>};
-
-// One pixel for each element, row by row: grey from black at the low limit to white at the high
-// one, or with cyclic once around the colour circle. NaN is transparent.
-QImage Picture(std::span<const float> spread, int columns, Limits limits, bool cyclic);
-
-struct Histogram {
-  Limits range;
-  std::vector<std::uint32_t> counts;  // of the values in equal bins of the range
+  // The value or its decimal logarithm.
+  float Spread(float value) const {
+    return !logarithm ? value : value < 0 ? -INFINITY : std::log10(value);
+  }
 };
 
-// The histogram of spread values over the limits and a little to either side of them.
-Histogram HistogramOf(std::span<const float> spread, Limits limits);
+// The appearance that suits the values, in the given colours or in automatic ones:
+// - cyclic for a phase, and for values inside -pi to pi or -180 to 180 that reach both ends to
+//   within 1 %: the limits are then this turn;
+// - centred, with limits about zero, when the percentile limits have opposite signs and the smaller
+//   is at least a tenth of the larger in size;
+// - grey otherwise, and always for a logarithm, which a turn and centred colours never have.
+// NaN and infinities do not count. Percentiles of very many values are estimated.
+Appearance AppearanceOf(std::span<const float> values, bool phase, Stretch stretch,
+                        std::optional<ColourMap> map);
+
+// One pixel for each value, row by row; NaN is transparent. With pairs, of which the values are the
+// magnitudes, the brightness is the magnitude's and the hue the angle's.
+QImage Picture(std::span<const float> values, int columns, const Appearance& appearance,
+               std::span<const float> pairs = {});
 
 }  // namespace lumomixcalc::standalone

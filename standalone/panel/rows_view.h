@@ -1,24 +1,24 @@
 #pragma once
 
 #include <algorithm>
+#include <functional>
 #include <utility>
 #include <variant>
 #include <vector>
 
 #include "standalone/framework/host_calls.h"
+#include "standalone/panel/panel_command.h"
 #include "standalone/panel/widgets.h"
 
 namespace lumomixcalc::standalone {
 
-// Shows the rows of any panel and their help. It keeps values of its own and reads the elements'
+// Shows the rows of any panel and their help. It keeps numbers of its own and reads the elements'
 // addresses only while it is made.
 class RowsView : public QWidget {
  public:
-  // Called at every change with what writes it to the element's address; a text that is no number
-  // writes nothing.
-  using Changed = std::function<void(std::function<void()> write)>;
-
-  RowsView(const std::vector<PanelRow>& rows, Changed changed) : changed_(std::move(changed)) {
+  // changed is called at every change by the user, also when a text stops being a number.
+  RowsView(const std::vector<PanelRow>& rows, std::function<void()> changed)
+      : changed_(std::move(changed)) {
     auto* const grid = NewLayout<QGridLayout>(this);
     grid->setColumnStretch(1, 1);
     int number = 0;
@@ -41,6 +41,18 @@ class RowsView : public QWidget {
       if (!row.attachedRight) layout->addStretch();
       ++number;
     }
+    Show(NumbersOf(rows));
+  }
+
+  // What the rows show; of a field whose text is no number, the last that it was.
+  const RowNumbers& Numbers() const { return numbers_; }
+
+  // Shows other numbers; changed is not called.
+  void Show(const RowNumbers& numbers) {
+    numbers_ = numbers;
+    showing_ = true;
+    for (std::size_t i = 0; i < show_.size(); ++i) show_[i](numbers[i]);
+    showing_ = false;
   }
 
   // The first field whose text is no number; null when there is none.
@@ -52,7 +64,7 @@ class RowsView : public QWidget {
  private:
   // The help entry of a key is in the file of its name, lower case and with dashes for blanks.
   static QString HelpText(const std::string& key) {
-    QFile file(":/help/" + Text(key).toLower().replace(' ', '-') + ".txt");
+    QFile file(":/help/" + Text(key).toLower().replace(' ', '-') + ".md");
     if (file.open(QIODevice::ReadOnly)) return QString::fromUtf8(file.readAll());
     return QString("There is no help entry for \u201c%1\u201d.").arg(Text(key));
   }
@@ -62,21 +74,28 @@ class RowsView : public QWidget {
     auto* const dialog = Named(new QDialog(window()), "Help");
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setWindowTitle("Help");
-    auto* const text = Named(new QPlainTextEdit(HelpText(key)), "Help entry");
-    text->setReadOnly(true);
-    text->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
-    text->setLineWrapMode(QPlainTextEdit::NoWrap);
+    auto* const text = Named(new QTextBrowser, "Help entry");
+    text->document()->setDocumentMargin(12);
+    text->setMarkdown(HelpText(key));
+    for (QTextFrame* const table : text->document()->rootFrame()->childFrames()) {
+      QTextTableFormat format = table->frameFormat().toTableFormat();
+      format.setBorderCollapse(true);
+      format.setCellPadding(4);
+      table->setFrameFormat(format);
+    }
     auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Close);
     connect(buttons, &QDialogButtonBox::rejected, dialog, &QDialog::close);
     auto* const layout = new QVBoxLayout(dialog);
     layout->addWidget(text);
     layout->addWidget(buttons);
-    // The entries are written in lines of at most 84 characters.
-    const int columns = text->fontMetrics().horizontalAdvance(QString(84, '0'));
-    const int lines = std::clamp(text->blockCount() + 2, 8, 36) * text->fontMetrics().lineSpacing();
-    constexpr int kFrameAndButton = 70;
-    dialog->resize(columns + kFrameAndButton, lines + kFrameAndButton);
+    dialog->resize(QSize(680, 600).boundedTo(screen()->availableSize()));
     dialog->show();
+  }
+
+  void Take(std::size_t position, std::optional<double> number) {
+    if (showing_) return;
+    numbers_[position] = number.value_or(numbers_[position]);
+    changed_();
   }
 
   QWidget* Make(const InfoButton& element) {
@@ -89,11 +108,11 @@ class RowsView : public QWidget {
   }
 
   QWidget* Make(const FloatField& element) {
+    const std::size_t position = show_.size();
     auto* const field =
-        new NumberField(*element.value, element.width, element.step,
-                        [this, place = element.value](std::optional<float> value) {
-                          changed_([place, value] { *place = value.value_or(*place); });
-                        });
+        new NumberField(element.width, element.step,
+                        [this, position](std::optional<float> value) { Take(position, value); });
+    show_.emplace_back([field](double value) { field->SetValue(static_cast<float>(value)); });
     fields_.push_back(field);
     const QString place = QString(", number %1 of %2").arg(++fieldNumber_).arg(fieldCount_);
     return Named(field, fieldCount_ == 1 ? label_ : label_ + place);
@@ -104,24 +123,25 @@ class RowsView : public QWidget {
   QWidget* Make(const Pulldown& element) {
     auto* const box = Named(new QComboBox, label_);
     for (const std::string& label : element.labels) box->addItem(Text(label));
-    box->setCurrentIndex(*element.choice);
-    connect(box, &QComboBox::currentIndexChanged, [this, place = element.choice](int choice) {
-      changed_([place, choice] { *place = choice; });
-    });
+    connect(box, &QComboBox::currentIndexChanged,
+            [this, position = show_.size()](int choice) { Take(position, choice); });
+    show_.emplace_back([box](double choice) { box->setCurrentIndex(static_cast<int>(choice)); });
     return box;
   }
 
   QWidget* Make(const Toggle& element) {
     const QString text = Text(element.label);
     auto* const box = Named(new QCheckBox(text), text.isEmpty() ? label_ : text);
-    box->setChecked(*element.on != 0);
-    connect(box, &QCheckBox::toggled, [this, place = element.on](bool on) {
-      changed_([place, on] { *place = on ? 1 : 0; });
-    });
+    connect(box, &QCheckBox::toggled,
+            [this, position = show_.size()](bool on) { Take(position, on ? 1 : 0); });
+    show_.emplace_back([box](double on) { box->setChecked(on != 0); });
     return box;
   }
 
-  Changed changed_;
+  std::function<void()> changed_;
+  RowNumbers numbers_;
+  std::vector<std::function<void(double)>> show_;  // of each number
+  bool showing_ = false;
   std::vector<NumberField*> fields_;
   // Of the row that is being made.
   QString label_;

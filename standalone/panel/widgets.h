@@ -1,30 +1,42 @@
 #pragma once
 
 #include <QtWidgets>
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <cstdlib>
 #include <functional>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <utility>
 
 #include "standalone/base/numbers.h"
-#include "standalone/framework/host_calls.h"
 
 // The fields of the panel, and what all its widgets have in common.
 namespace lumomixcalc::standalone {
 
 inline QString Text(const std::string& text) { return QString::fromStdString(text); }
 
-// A message of the run host in the words of the panel: fields in place of options.
+// A message of the run host in the words of the panel: fields in place of options. An option that
+// no field stands for keeps its name.
 inline QString OfFields(const std::string& message) {
   static constexpr std::pair<const char*, const char*> kWords[] = {
+      {"; -overwrite replaces it", ""},
+      {"; -overwrite removes it", ""},
+      {"choose pixels by -region=", "choose a Region"},
+      {"choose by -mode=", "choose the Data type"},
+      {"the types of -mode=", "the data types"},
+      {"the format by -format=NAME, such as -format=GTiff", "the Format, such as GTiff"},
       {"-region=", "Region "},
+      {"-window=", "Window "},
       {"-resolution=", "Resolution 1 : "},
       {"-resampling=", "Resampling "},
       {"-looks=", "Looks "},
-      {"-mode=", "Mode "},
+      {"-bands=:", "Bands:"},
+      {"-a_nodata=", "No-data value of the output "},
+      {"-nodata=", "No-data value "},
+      {"-mode=", "Data type "},
       {"-format=", "Format "}};
   QString text = Text(message);
   for (const auto& [option, field] : kWords) text.replace(option, field);
@@ -67,6 +79,21 @@ Layout* NewLayout(QWidget* widget) {
   return layout;
 }
 
+// Puts widgets side by side into one, all as wide.
+inline QWidget* SideBySide(std::initializer_list<QWidget*> widgets) {
+  auto* const together = new QWidget;
+  auto* const layout = NewLayout<QHBoxLayout>(together);
+  for (QWidget* const widget : widgets) layout->addWidget(widget, 1);
+  return together;
+}
+
+// Frames a field whose text cannot be used, in a red that stands out from light and from dark
+// backgrounds. The field keeps its height.
+inline void MarkFault(QLineEdit& field, bool faulty) {
+  field.setMinimumHeight(std::max(field.minimumHeight(), field.sizeHint().height()));
+  field.setStyleSheet(faulty ? "border: 2px solid #e0403a; border-radius: 3px;" : "");
+}
+
 // A field for one number. It shows the shortest text that reads back as the same float. A text that
 // is no number is marked; the arrow keys step the value. A QDoubleValidator would refuse commas,
 // inf and nan, and would not keep the bits of a float.
@@ -75,17 +102,21 @@ class NumberField : public QLineEdit {
   // Called with every new value as it is typed, and with none when the text stops being a number.
   using Changed = std::function<void(std::optional<float> value)>;
 
-  NumberField(float value, int width, float step, Changed changed)
-      : value_(value), step_(step), changed_(std::move(changed)) {
+  NumberField(int width, float step, Changed changed) : step_(step), changed_(std::move(changed)) {
     setMinimumWidth(fontMetrics().horizontalAdvance('0') * (width + 1));
-    Show(value);
+    setAcceptDrops(false);  // a file that is dropped here is meant for the window
     connect(this, &QLineEdit::textChanged, [this] { Read(); });
     connect(this, &QLineEdit::editingFinished, [this] {
-      if (value_) Show(*value_);
+      if (value_) Edit(*value_);
     });
   }
 
   bool HasFault() const { return !value_; }
+
+  void SetValue(float value) {
+    setText(Text(ShortestText(value)));
+    setCursorPosition(0);
+  }
 
  protected:
   void keyPressEvent(QKeyEvent* event) override {
@@ -93,7 +124,7 @@ class NumberField : public QLineEdit {
     if (!value_ || (!up && event->key() != Qt::Key_Down)) return QLineEdit::keyPressEvent(event);
     // From the decimal number that is shown, so that 0.1 and ten steps make 10.1.
     const double shown = std::strtod(ShortestText(*value_).c_str(), nullptr);
-    Show(static_cast<float>(up ? shown + step_ : shown - step_));
+    Edit(static_cast<float>(up ? shown + step_ : shown - step_));
   }
 
  private:
@@ -115,78 +146,24 @@ class NumberField : public QLineEdit {
             : !value && !value_)
       return;
     value_ = value;
-    // A frame in a red that stands out from light and from dark backgrounds.
-    setStyleSheet(value ? "" : "border: 2px solid #e0403a; border-radius: 3px;");
+    MarkFault(*this, !value);
     setToolTip(value ? "" : "Not a number that can be used. Examples: 1.5, -2e-3, 0,25");
     changed_(value);
   }
 
-  void Show(float value) {
-    setText(Text(ShortestText(value)));
+  // As if the user typed it: setText would forget what can be undone.
+  void Edit(float value) {
+    const QString number = Text(ShortestText(value));
+    if (number != text()) {
+      selectAll();
+      insert(number);
+    }
     setCursorPosition(0);
   }
 
   std::optional<float> value_;  // none while the text is no number
   float step_;
   Changed changed_;
-};
-
-enum class FileUse { kInput, kOutput };
-
-// The field for the file of one declared stream; it takes files dropped on it.
-class FileField : public QLineEdit {
- public:
-  // Adds a row to grid: the stream's label, the field and a browse button.
-  FileField(QGridLayout& grid, const DeclaredStream& stream, FileUse use)
-      : stream_(stream.number), use_(use) {
-    const QString label = Text(stream.label);
-    Named(this, label, label + " file");
-    setAcceptDrops(true);
-    setClearButtonEnabled(true);
-    setToolTip(use == FileUse::kInput ? "A raster; may be dropped here" : "The file to write");
-    auto* const browse = new QPushButton("Browse\u2026");
-    browse->setAccessibleName("Browse for " + label);
-    connect(browse, &QPushButton::clicked, [this] { Browse(); });
-    grid.addWidget(browse, AddRow(grid, label, this), 2);
-  }
-
-  int StreamNumber() const { return stream_; }
-
-  // The chosen file by a name that is valid in every folder. A name that is no file on disk, such
-  // as one that only GDAL understands, stays as it is.
-  QString File() const {
-    const QString file = text().trimmed();
-    const bool isFile = use_ == FileUse::kOutput || QFileInfo::exists(file);
-    return isFile && !file.isEmpty() ? QFileInfo(file).absoluteFilePath() : file;
-  }
-
-  void Browse() {
-    const QString folder = File().isEmpty() ? QString() : QFileInfo(File()).path();
-    const QString file =
-        use_ == FileUse::kInput
-            ? QFileDialog::getOpenFileName(window(), "Open " + objectName(), folder)
-            // The run asks whether to replace a file.
-            : QFileDialog::getSaveFileName(window(), objectName(), File(), QString(), nullptr,
-                                           QFileDialog::DontConfirmOverwrite);
-    if (!file.isEmpty()) setText(file);
-  }
-
- protected:
-  void dragEnterEvent(QDragEnterEvent* event) override {
-    if (!event->mimeData()->hasUrls()) return QLineEdit::dragEnterEvent(event);
-    event->acceptProposedAction();
-  }
-
-  void dropEvent(QDropEvent* event) override {
-    if (!event->mimeData()->hasUrls()) return QLineEdit::dropEvent(event);
-    const QUrl url = event->mimeData()->urls().first();
-    setText(url.isLocalFile() ? url.toLocalFile() : url.toString());
-    event->acceptProposedAction();
-  }
-
- private:
-  int stream_;
-  FileUse use_;
 };
 
 }  // namespace lumomixcalc::standalone

@@ -118,13 +118,6 @@ OutputGrid MakeOutputGrid(const Selection& selection, int columns, int rows,
   OutputGrid grid;
   grid.window = ChosenPixels(selection, columns, rows, transform, name);
   grid.resolution = selection.resolution;
-  if (selection.longestSide > 0) {
-    const int side = std::max(grid.window.columns, grid.window.rows);
-    const int needed = (side - 1) / selection.longestSide + 1;
-    // At least one row of a long thin image remains.
-    grid.resolution =
-        std::max(grid.resolution, std::min({needed, grid.window.columns, grid.window.rows}));
-  }
   grid.looks = selection.looks;
   grid.columns = grid.window.columns / grid.resolution / grid.looks.x;
   grid.rows = grid.window.rows / grid.resolution / grid.looks.y;

@@ -66,7 +66,6 @@ struct Selection {
   int resolution = 1;               // input pixels to one output pixel, in both directions
   Resampling resampling = Resampling::kNearest;
   Looks looks;
-  int longestSide = 0;  // not 0: the resolution is reduced until no side has more pixels
 };
 
 // Where the pixels of the output lie on the pixels of the inputs: with nx = resolution * looks.x

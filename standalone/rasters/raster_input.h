@@ -24,6 +24,7 @@ struct ElementRules {
   bool keepNoData = false;       // no data stays numbers
   std::optional<double> noData;  // what is no data in all bands, in place of what they declare
   bool unscale = false;          // the scale and offset that a band declares are applied
+  bool operator==(const ElementRules&) const = default;
 };
 
 // An input raster, read in strips of whole rows as single-precision floats, complex data as pairs.

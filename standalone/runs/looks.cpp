@@ -27,7 +27,9 @@ LooksAverage::LooksAverage(const Looks& looks, int columns, int parts)
       counts_(static_cast<std::size_t>(columns) * static_cast<std::size_t>(looks.x)),
       sums_(counts_.size() * parts_) {}
 
-const std::vector<float>& LooksAverage::Add(const float* values, int rows) {
+std::span<const float> LooksAverage::Add(const float* values, int rows) {
+  if (looks_.x == 1 && looks_.y == 1)
+    return {values, sums_.size() * static_cast<std::size_t>(rows)};
   averages_.clear();
   for (int row = 0; row < rows; ++row, values += sums_.size()) {
     const auto addRow = parts_ == 1 ? AddRow<1> : AddRow<2>;

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "standalone/rasters/grid.h"
@@ -12,7 +13,7 @@ namespace lumomixcalc::standalone {
 // by row: the sum in double precision of a block's elements that are not no data, column after
 // column, divided by their count; NaN where there is none. Of complex elements both parts are
 // averaged, and one with a NaN in either part is no data. The bits do not depend on how the rows
-// are cut.
+// are cut. Of single looks it returns the results themselves.
 class LooksAverage {
  public:
   // Columns are those of the output; elements have one part or two.
@@ -20,7 +21,7 @@ class LooksAverage {
 
   // Adds whole rows of results. Returns the rows of the output that they complete, valid until the
   // next call.
-  const std::vector<float>& Add(const float* values, int rows);
+  std::span<const float> Add(const float* values, int rows);
 
  private:
   void CompleteRow();

@@ -143,9 +143,10 @@ RunReport ReportOf(const CPLJSONObject& facts) {
   report.output = facts.GetString("output");
   report.format = facts.GetString("format");
   report.mode = facts.GetString("mode");
-  report.columns = facts.GetInteger("columns");
-  report.rows = facts.GetInteger("rows");
-  report.looks = {facts.GetArray("looks")[0].ToInteger(), facts.GetArray("looks")[1].ToInteger()};
+  report.grid.columns = facts.GetInteger("columns");
+  report.grid.rows = facts.GetInteger("rows");
+  report.grid.looks = {facts.GetArray("looks")[0].ToInteger(),
+                       facts.GetArray("looks")[1].ToInteger()};
   report.seconds = facts.GetDouble("seconds");
   CPLJSONArray bands = facts.GetArray("bands");
   for (int i = 0; i < bands.Size(); ++i) report.bands.push_back(BandOf(bands[i]));
@@ -156,7 +157,7 @@ RunReport ReportOf(const CPLJSONObject& facts) {
 
 // Adds the rows of a part to those before it.
 void AddReport(const RunReport& part, RunReport& whole) {
-  whole.rows += part.rows;
+  whole.grid.rows += part.grid.rows;
   whole.seconds += part.seconds;
   whole.imaginaryPartsLost |= part.imaginaryPartsLost;
   whole.imaginaryPartsHeld |= part.imaginaryPartsHeld;
@@ -260,8 +261,8 @@ void WriteMosaic(const fs::path& file, const fs::path& folder,
   const auto rasterOf = [count](int number) { return StemOf({number, count}) + ".tif"; };
   const GDALDatasetUniquePtr first = OpenRaster(folder / rasterOf(1), parts.front());
   GDALDatasetUniquePtr mosaic(GetGDALDriverManager()->GetDriverByName("VRT")->Create(
-      file.c_str(), report.columns, report.rows, static_cast<int>(report.bands.size()), mode.type,
-      nullptr));
+      file.c_str(), report.grid.columns, report.grid.rows, static_cast<int>(report.bands.size()),
+      mode.type, nullptr));
   if (first && mosaic) {
     // The first part begins where the whole does.
     CopyGeoreferencing(*first, {}, *mosaic);
@@ -277,7 +278,7 @@ void WriteMosaic(const fs::path& file, const fs::path& folder,
         const int rows = parts[static_cast<std::size_t>(number) - 1].GetInteger("rows");
         target.SetMetadataItem(
             ("source_" + std::to_string(number - 1)).c_str(),
-            SourceXml(folder.filename() / rasterOf(number), band, report.columns, row, rows)
+            SourceXml(folder.filename() / rasterOf(number), band, report.grid.columns, row, rows)
                 .c_str(),
             "new_vrt_sources");
         row += rows;
@@ -412,7 +413,7 @@ RunReport JoinParts(const std::string& name, const Job& job) {
   RunReport report = ReportOf(parts.front());
   report.output = name;
   report.format = "VRT";
-  report.rows = 0;
+  report.grid.rows = 0;
   report.seconds = 0;
   for (BandStatistics& band : report.bands) band = {};
   for (const CPLJSONObject& part : parts) AddReport(ReportOf(part), report);

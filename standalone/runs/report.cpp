@@ -77,11 +77,11 @@ std::string ReportAsJson(const RunReport& report) {
   root.Add("output", Utf8(report.output));
   root.Add("format", report.format);
   root.Add("mode", report.mode);
-  root.Add("columns", report.columns);
-  root.Add("rows", report.rows);
+  root.Add("columns", report.grid.columns);
+  root.Add("rows", report.grid.rows);
   CPLJSONArray looks;
-  looks.Add(report.looks.x);
-  looks.Add(report.looks.y);
+  looks.Add(report.grid.looks.x);
+  looks.Add(report.grid.looks.y);
   root.Add("looks", looks);
   root.Add("seconds", report.seconds);
   CPLJSONArray bands;

@@ -17,9 +17,8 @@ struct RunReport {
   std::string output;   // file
   std::string format;
   std::string mode;
-  int columns = 0;
-  int rows = 0;
-  Looks looks;
+  OutputGrid grid;
+  std::optional<double> noData;  // what stands for it in the output, if anything does
   double seconds = 0;
   std::vector<BandStatistics> bands;
   bool imaginaryPartsLost = false;  // by a real output

@@ -10,6 +10,7 @@
 #include <limits>
 #include <new>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -102,18 +103,15 @@ void Compute(Session& session, RasterOutput& output, const RunControl& control, 
   const OutputGrid& grid = session.Grid();
   const int parts = session.Mode().complex ? 2 : 1;
   const int bands = static_cast<int>(session.Bands().size());
-  report.bands.resize(session.Bands().size());
   const Looks& looks = grid.looks;
   std::vector<LooksAverage> averages(session.Bands().size(), {looks, grid.columns, parts});
   StripSink sink;
   sink.blockRows = std::min(output.BlockRows(), grid.rows) * looks.y;
   sink.write = [&](int band, int firstRow, int rows, const float* values) {
     const auto index = static_cast<std::size_t>(band) - 1;
-    if (looks.x > 1 || looks.y > 1) {
-      values = averages[index].Add(values, rows).data();
-      rows = (firstRow + rows) / looks.y - firstRow / looks.y;
-      firstRow /= looks.y;
-    }
+    values = averages[index].Add(values, rows).data();
+    rows = (firstRow + rows) / looks.y - firstRow / looks.y;
+    firstRow /= looks.y;
     CountRows(values, grid.columns, rows, parts, report.bands[index].valid);
     if (parts == 2 && !report.imaginaryPartsHeld)
       report.imaginaryPartsHeld = HasImaginaryPart(
@@ -131,6 +129,21 @@ void Compute(Session& session, RasterOutput& output, const RunControl& control, 
     statistics.unheld = output.Unheld(band);
     StoreStatistics(statistics, session.Mode(), *output.Dataset().GetRasterBand(band));
   }
+}
+
+// What is known of a run before anything is computed.
+RunReport PlannedReport(const Session& session, const Job& job, const OutputFormat& format,
+                        const std::string& command) {
+  CheckThatFormatHolds(format, session.Mode());
+  RunReport report;
+  report.command = command;
+  report.output = job.files.at(session.OutputStream());
+  report.format = format.Name();
+  report.mode = session.Mode().name;
+  report.grid = session.Grid();
+  report.noData = OutputNoData(session, job, format);
+  report.bands.resize(session.Bands().size());
+  return report;
 }
 
 RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
@@ -152,27 +165,15 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
   std::optional<ReportFile> reportFile;
   if (!job.statisticsFile.empty())
     reportFile.emplace(job.statisticsFile, job.overwrite, session.Files(), target);
-  const DataMode& mode = session.Mode();
-  CheckThatFormatHolds(format, mode);
-  const std::optional<double> noData = OutputNoData(session, job, format);
-
-  const OutputGrid& grid = session.Grid();
-  RunReport report;
-  report.command = command;
-  report.output = outputName;
-  report.format = format.Name();
-  report.mode = mode.name;
-  report.columns = grid.columns;
-  report.rows = grid.rows;
-  report.looks = grid.looks;
+  RunReport report = PlannedReport(session, job, format, command);
   if (job.checkOnly) return report;
 
   if (part) part->MakeFolder();
-  RasterOutput output({target, format, &mode, job.creationOptions, grid.columns, grid.rows,
-                       static_cast<int>(session.Bands().size()), job.overwrite || part,
-                       session.Files()});
+  RasterOutput output({target, format, &session.Mode(), job.creationOptions, report.grid.columns,
+                       report.grid.rows, static_cast<int>(report.bands.size()),
+                       job.overwrite || part, session.Files()});
   Describe(session, part ? command + " " + part->Option() : command, outputName, output.Dataset());
-  DeclareNoData(noData, output, outputName);
+  DeclareNoData(report.noData, output, outputName);
   session.SelectInputs();
   SizeBlockCache(session, output);
   Compute(session, output, control, report);
@@ -215,19 +216,19 @@ RunReport RunBatch(const Job& job, const std::string& command, HostState& host,
 MemoryRaster RunInMemory(const Job& job, HostState& host, const RunControl& control) {
   Job ofOneBand = job;
   ofOneBand.bands = {job.bands.empty() ? 1 : job.bands.front()};
-  ofOneBand.selection.looks = {};
   Session session(ofOneBand, host);
   MemoryRaster raster;
   raster.grid = session.Grid();
   raster.complex = session.Mode().complex;
   session.SelectInputs();
-  const std::size_t rowFloats =
-      static_cast<std::size_t>(raster.grid.columns) * (raster.complex ? 2 : 1);
-  raster.values.resize(rowFloats * static_cast<std::size_t>(raster.grid.rows));
+  const int parts = raster.complex ? 2 : 1;
+  raster.values.reserve(static_cast<std::size_t>(raster.grid.columns) *
+                        static_cast<std::size_t>(raster.grid.rows * parts));
+  LooksAverage average(raster.grid.looks, raster.grid.columns, parts);
   StripSink sink;
-  sink.write = [&](int, int firstRow, int rows, const float* values) {
-    std::copy_n(values, rowFloats * static_cast<std::size_t>(rows),
-                raster.values.data() + rowFloats * static_cast<std::size_t>(firstRow));
+  sink.write = [&](int, int, int rows, const float* values) {
+    const std::span<const float> averages = average.Add(values, rows);
+    raster.values.insert(raster.values.end(), averages.begin(), averages.end());
   };
   ProcessStrips(session, sink, control);
   return raster;

@@ -23,7 +23,7 @@ RunReport RunBatch(const Job& job, const std::string& command, HostState& host,
 // have.
 void WarnOfResults(const RunReport& report);
 
-// One band that a run computed, in memory.
+// One band in memory.
 struct MemoryRaster {
   OutputGrid grid;  // its size, and where it lies on the inputs
   bool complex = false;
@@ -32,9 +32,8 @@ struct MemoryRaster {
 
 // One run of the application as RunBatch makes it, of one band and into memory: nothing is written
 // or counted, and the job needs no output file; warnings and the reason why the application desists
-// are told. Takes the first of job.bands, or band 1; job.selection chooses place and resolution,
-// and Resampling::kPreview reads quickest; looks are not averaged. Elements are those before an
-// integer mode would round them. Throws Failure, Cancelled, Desisted.
+// are told. Takes the first of job.bands, or band 1. Elements are those before an integer mode would
+// round them. Throws Failure, Cancelled, Desisted.
 MemoryRaster RunInMemory(const Job& job, HostState& host, const RunControl& control);
 
 }  // namespace lumomixcalc::standalone

@@ -22,6 +22,15 @@ std::string SizeAndBands(const RasterInput& raster) {
          CountText(static_cast<std::uint64_t>(raster.Bands()), "band");
 }
 
+// The files that a raster consists of. A VRT lists its sources, but not their headers.
+std::vector<std::string> FilesOf(GDALDataset& dataset) {
+  const CPLStringList names(dataset.GetFileList());
+  std::vector<std::string> files(names.List(), names.List() + names.Count());
+  if (EQUAL(dataset.GetDriverName(), "VRT"))
+    for (int i = 0; i < names.Count(); ++i) files.emplace_back(CPLResetExtension(names[i], "hdr"));
+  return files;
+}
+
 // The number of bands that all inputs share. Refuses inputs that do not fit the first, warns of
 // other places.
 int CommonBands(const std::list<RunInput>& inputs) {
@@ -92,8 +101,7 @@ void Session::OpenInputs(const Job& job) {
     StreamState& state = host_.streams[declared.number];
     state.open = true;
     state.mode = raster.Mode().code;
-    const CPLStringList names(raster.Dataset().GetFileList());
-    files_.push_back({file->second, {names.List(), names.List() + names.Count()}});
+    files_.push_back({file->second, FilesOf(raster.Dataset())});
   }
   host_.streams[OutputStream()].open = true;
 }

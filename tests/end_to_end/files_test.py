@@ -187,8 +187,10 @@ class Outputs(FileTest):
             self.assertNotEqual(self.files().get(file), contents)
             for made in Path(self.folder).glob("out.*"):
                 made.unlink()
-        self.refused("x.hdr belongs to the input", self.path("x.slc"), self.path("x.mag"),
-                     "-format=ENVI", "-operator=abs_a1", "-overwrite")
+        gdal.Translate(self.path("x.vrt"), self.path("x.slc"))
+        for name in ("x.slc", "x.vrt"):
+            self.refused("x.hdr belongs to the input", self.path(name), self.path("x.mag"),
+                         "-format=ENVI", "-operator=abs_a1", "-overwrite")
         self.assertTrue(os.path.exists(self.path(".lumomixcalc-notes")))
 
     def test_output_of_several_files_that_cannot_be_published_leaves_the_old_one(self):

@@ -25,11 +25,13 @@ TEST(CommandLines, FillStreamsByNameThenByPosition) {
       {{"-save=o", "a"}, {{1, "a"}, {3, "o"}}},
       {{"a", "-file1=x", "o"}, {{1, "x"}, {2, "a"}, {3, "o"}}},
       {{"a", "--", "-b", "--"}, {{1, "a"}, {2, "-b"}, {3, "--"}}},
-      // The panel takes any of the files.
+      // The panel takes any of the files, in the order of its fields.
       {{"-panel"}, {}},
       {{"-panel", "a"}, {{1, "a"}}},
-      {{"a", "-panel", "o"}, {{1, "a"}, {3, "o"}}},
-      {{"-panel", "-file2=b", "o"}, {{2, "b"}, {3, "o"}}},
+      {{"a", "-panel", "b"}, {{1, "a"}, {2, "b"}}},
+      {{"a", "b", "o", "-panel"}, {{1, "a"}, {2, "b"}, {3, "o"}}},
+      {{"-panel", "-file2=b", "a"}, {{1, "a"}, {2, "b"}}},
+      {{"-panel", "-file2=b", "a", "o"}, {{1, "a"}, {2, "b"}, {3, "o"}}},
   };
   for (const auto& [arguments, files] : kCases)
     EXPECT_EQ(ReadCommandLine(arguments).job.files, files) << testing::PrintToString(arguments);

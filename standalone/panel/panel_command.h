@@ -1,0 +1,27 @@
+// The settings of the panel as a command, by which they are kept and pasted.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "standalone/framework/host_calls.h"
+#include "standalone/runs/job.h"
+
+namespace lumomixcalc::standalone {
+
+// The numbers of the application's that the rows are bound to, in their order. Only for the thread
+// that calls the application back, as all functions here.
+using RowNumbers = std::vector<double>;
+RowNumbers NumbersOf(const std::vector<PanelRow>& rows);
+
+// The rows have as many numbers.
+void SetNumbers(const std::vector<PanelRow>& rows, const RowNumbers& numbers);
+
+// Reads a command as a start of the program would; the application then has its numbers. Throws
+// WrongCommandLine with nothing changed.
+Job ReadCommand(const std::string& command, HostState& host);
+
+// A command from which ReadCommand gets the settings back. Files have names: any may be missing.
+std::string PanelCommand(Job job, HostState& host);
+
+}  // namespace lumomixcalc::standalone
