@@ -32,8 +32,8 @@ struct MemoryRaster {
 
 // One run of the application as RunBatch makes it, of one band and into memory: nothing is written
 // or counted, and the job needs no output file; warnings and the reason why the application desists
-// are told. Takes the first of job.bands, or band 1. Elements are those before an integer mode would
-// round them. Throws Failure, Cancelled, Desisted.
+// are told. Takes the first of job.bands, or band 1. Elements are those before an integer mode
+// would round them. Throws Failure, Cancelled, Desisted.
 MemoryRaster RunInMemory(const Job& job, HostState& host, const RunControl& control);
 
 }  // namespace lumomixcalc::standalone
