@@ -55,6 +55,7 @@ void PanelWorker::Ask(Newest& kind, Task task) {
 void PanelWorker::StartNext(Newest& kind) {
   kind.busy = kind.next.has_value();
   if (!kind.busy) return;
+  kind.sinceStart.start();
   Post([this, &kind, task = std::move(*kind.next)] {
     try {
       task();
@@ -68,8 +69,10 @@ void PanelWorker::StartNext(Newest& kind) {
 }
 
 void PanelWorker::Refresh(const Job& job, const View& view) {
-  const bool readsOthers = job.files != newestJob_.files || view != newestView_;
-  if (readsOthers) {
+  // While an image is dragged, previews on the way are shown unless they are slow to read.
+  constexpr int kSlowMs = 300;
+  const bool slow = view != newestView_ && previewsAsked_.sinceStart.elapsed() > kSlowMs;
+  if (slow || job.files != newestJob_.files || view.band != newestView_.band) {
     preview_.request_stop();
     preview_ = {};
   }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QEvent>
 #include <QObject>
 #include <QThreadPool>
@@ -73,7 +74,7 @@ class PanelWorker {
 
   // Ask for the command and the preview of these settings, or for the elements at a pixel. Of
   // several that wait, only the newest is made. A preview that is being made comes to its end
-  // unless it reads other inputs than are wanted now.
+  // unless it reads other files than are wanted now, or slowly another place.
   void Refresh(const Job& job, const View& view);
   void Inspect(const Job& job, int band, QPoint pixel);
 
@@ -85,6 +86,7 @@ class PanelWorker {
   struct Newest {
     std::optional<Task> next;
     bool busy = false;
+    QElapsedTimer sinceStart;  // of the one that is done
   };
   void Ask(Newest& kind, Task task);
   void StartNext(Newest& kind);
