@@ -12,7 +12,6 @@
 #include <iterator>
 #include <memory>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -22,12 +21,10 @@
 
 namespace lumomixcalc::standalone {
 
-inline constexpr const char* kFiles = "f1.tif f2.tif out.tif ";
+inline constexpr const char* kFiles = "f1.tif f2.tif out.tif";
 // The fields of the coefficients, by name.
 inline constexpr const char* kA = "File1 Coeff (A), number 1 of 2";
-inline constexpr const char* kAi = "File1 Coeff (A), number 2 of 2";
 inline constexpr const char* kB = "File2 Coeff (B), number 1 of 2";
-inline constexpr const char* kBi = "File2 Coeff (B), number 2 of 2";
 
 // Elements are factor * (x + 100 y + band i).
 inline void MakeRaster(const char* file, int columns, int rows, double factor, int bands = 2) {
@@ -52,15 +49,22 @@ inline bool OnlyTheInputsAreThere() {
          QStringList{"f1.tif", "f2.tif"};
 }
 
+inline void Drag(QWidget& widget, QPoint from, QPoint to, Qt::KeyboardModifiers keys = {}) {
+  QTest::mousePress(&widget, Qt::LeftButton, keys, from);
+  QTest::mouseMove(&widget, to);
+  QTest::mouseRelease(&widget, Qt::LeftButton, keys, to);
+}
+
 // Where a place, in pixels of the inputs, is in a view.
 inline QPoint PointOf(const ImageView& view, QPointF place) {
   return view.viewportTransform().map(place).toPoint();
 }
 
 inline bool WaitFor(const std::function<bool()>& condition) {
-  constexpr int kMostMs = 30000;
-  return QTest::qWaitFor(condition, kMostMs);
+  return QTest::qWaitFor(condition, 30000);  // ms
 }
+
+enum Image { kFile1, kFile2, kResult };
 
 // Each test is in a folder of its own, with two inputs.
 class PanelWindowTest : public ::testing::Test {
@@ -75,47 +79,34 @@ class PanelWindowTest : public ::testing::Test {
   // As the program does with -panel and these arguments.
   void Open(const std::string& arguments) {
     window_.reset();  // its thread uses the host
-    std::istringstream stream("-panel " + arguments);
-    const std::vector<std::string> words(std::istream_iterator<std::string>(stream), {});
-    std::optional<Job> job = ReadCommandLine(words).job;
-    if (words.size() == 1) job.reset();
-    gClampAtZero *= 7;  // any but 0 is on
-    TheHostState().registration.Call(IP_SLOT_SET_MENU);
-    window_ = std::make_unique<PanelWindow>(TheHostState(), job);
+    HostState& host = StartAfresh();
+    std::optional<Job> job;
+    if (!arguments.empty()) job = ReadCommandLine(ShellWords("-panel " + arguments)).job;
+    host.registration.Call(IP_SLOT_SET_MENU);
+    window_ = std::make_unique<PanelWindow>(host, job);
     window_->show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(window_.get()));
+    EXPECT_TRUE(QTest::qWaitForWindowExposed(window_.get()));
   }
 
   template <typename Widget = QWidget>
   Widget& Find(const char* name) {
-    auto* const widget = window_->findChild<Widget*>(name);
-    if (!widget) throw std::runtime_error(std::string("no widget named ") + name);
-    return *widget;
+    return *window_->findChild<Widget*>(name);
   }
 
-  // Types, chooses or clicks, whatever the widget is for.
+  // Fills in, chooses or clicks, whatever the widget is for.
   void Set(const char* name, const QString& text = "") {
     QWidget& widget = Find(name);
-    if (auto* const edit = qobject_cast<QLineEdit*>(&widget)) {
-      edit->clear();
-      QTest::keyClicks(edit, text);
-    } else if (auto* const list = qobject_cast<QComboBox*>(&widget)) {
-      list->setCurrentText(text);
-    } else if (auto* const number = qobject_cast<QSpinBox*>(&widget)) {
-      number->setValue(text.toInt());
-    } else {
-      Find<QAbstractButton>(name).click();
-    }
+    if (auto* const button = qobject_cast<QAbstractButton*>(&widget)) return button->click();
+    widget.setProperty(widget.metaObject()->userProperty().name(), text);
   }
 
-  std::string TextOf(const char* name) { return Find<QLineEdit>(name).text().toStdString(); }
-  int NumberOf(const char* name) { return Find<QSpinBox>(name).value(); }
-  std::string ChoiceOf(const char* name) {
-    return Find<QComboBox>(name).currentText().toStdString();
+  // What a field, a choice or a list of messages shows.
+  std::string TextOf(const char* name) {
+    QWidget& widget = Find(name);
+    return widget.metaObject()->userProperty().read(&widget).toString().toStdString();
   }
-  QString Notes() { return Find<QPlainTextEdit>("Notes").toPlainText().remove("\u2022 "); }
-  std::string Messages() { return Find<QPlainTextEdit>("Messages").toPlainText().toStdString(); }
-  bool Told(const std::string& text) { return Messages().find(text) != std::string::npos; }
+
+  bool Told(const std::string& text) { return TextOf("Messages").find(text) != std::string::npos; }
 
   // Answers the next question, which must contain a text, by the button of that name.
   void AnswerNextQuestion(const QString& answer, const QString& question = "") {
@@ -143,38 +134,31 @@ class PanelWindowTest : public ::testing::Test {
     return view;
   }
 
-  // Points at a place of the result and waits until the row of an image in the table begins with
-  // what is expected at the pixel that is said to be there.
-  void ExpectElements(QPointF place, const QString& image,
+  // Points at a place of the result and waits until the pixel there is named, and an image's row of
+  // the table begins with what is expected of that pixel.
+  void ExpectElements(QPointF place, Image image,
                       const std::function<QString(int column, int row)>& expected) {
     auto& view = Pictured("Result preview");
-    auto& table = Find<QTableWidget>("Elements");
-    std::string shown;
+    QString shown;
     EXPECT_TRUE(WaitFor([&] {
       // Again and again: a picture that arrives may move the widgets under the pointer.
-      QTest::mouseMove(view.viewport(), PointOf(view, place));
-      shown = Find<QLabel>("Place under the pointer").text().toStdString();
-      int column = 0;
-      int row = 0;
-      if (std::sscanf(shown.c_str(), "Column %d, row %d", &column, &row) != 2) return false;
-      QString elements;
-      for (int i = 0; i < table.rowCount(); ++i)
-        for (int j = 0; j < table.columnCount(); ++j)
-          if (table.verticalHeaderItem(i)->text() == image)
-            elements += table.item(i, j)->text() + " ";
-      shown += ": " + elements.toStdString() + "; expected: " + expected(column, row).toStdString();
-      return (QPointF(column, row) - place).manhattanLength() <= 2 / view.Scale() + 1 &&
-             elements.startsWith(expected(column, row));
-    })) << shown;
+      const QPoint pointer = PointOf(view, place);
+      QTest::mouseMove(view.viewport(), pointer);
+      const QPointF seen = view.viewportTransform().inverted().map(QPointF(pointer));
+      const QPoint pixel = (seen - QPointF(0.5, 0.5)).toPoint();
+      shown = Find<QLabel>("Place under the pointer").text() + ": ";
+      for (int i = 0; i < 5; ++i)
+        shown += Find<QTableWidget>("Elements").item(image, i)->text() + " ";
+      const QString named = QString("Column %1, row %2: ").arg(pixel.x()).arg(pixel.y());
+      return shown.startsWith(named + expected(pixel.x(), pixel.y()));
+    })) << shown.toStdString();
   }
 
+  // Runs until the end, which must be of this kind.
   void Run(const QString& state) {
     Set("Run");
-    WaitForRunState(state);
-  }
-
-  void WaitForRunState(const QString& state) {
-    ASSERT_TRUE(WaitFor([&] { return Find<QLabel>("Run state").text() == state; })) << Messages();
+    EXPECT_TRUE(WaitFor([&] { return Find("Run").isEnabled(); }));
+    EXPECT_EQ(Find<QLabel>("Run state").text(), state) << TextOf("Messages");
   }
 
   QTemporaryDir folder_;
