@@ -41,10 +41,8 @@ class PreviewPane : public QWidget {
   // The inputs by their position, the result last. The result lies on the inputs.
   void Show(std::size_t position, const PreviewImage& image) {
     ImagePane& pane = *panes_[position];
-    if (image.bands > 0) {
-      bands_[position] = image.bands;
-      size_ = image.fullSize;
-    }
+    bands_[position] = image.bands;
+    if (image.bands > 0) size_ = image.fullSize;
     pane.Raster().SetGrid(image.grid, size_);
     pane.Show(image);
     pane.Raster().Dim(false);
