@@ -11,8 +11,7 @@ class ImagePane : public QWidget {
  public:
   // stretch chooses a Stretch; the pane follows it.
   ImagePane(const QString& title, const QComboBox& stretch)
-      : title_(title),
-        stretch_(stretch),
+      : stretch_(stretch),
         // In the orders of ComplexPart and, after the first, of ColourMap.
         part_(NewChoice(title + " part", {"Automatic part", "Magnitude", "Phase", "Real part",
                                           "Imaginary part", "Magnitude and angle"})),
@@ -45,8 +44,6 @@ class ImagePane : public QWidget {
   // Goes back to automatic limits.
   void ResetLimits() { histogram_->Reset(); }
 
-  const PreviewImage& Image() const { return image_; }
-  const QString& Title() const { return title_; }
   QComboBox& Part() const { return *part_; }
   QComboBox& Colours() const { return *colours_; }
   ImageView& Raster() const { return *raster_; }
@@ -78,7 +75,6 @@ class ImagePane : public QWidget {
     histogram_->Show(appearance);
   }
 
-  QString title_;
   const QComboBox& stretch_;
   QComboBox* part_;
   QComboBox* colours_;
