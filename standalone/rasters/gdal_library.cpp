@@ -57,8 +57,8 @@ void CPL_STDCALL Handle(CPLErr severity, CPLErrorNum number, const char* message
 
 void SetUpGdal() {
   CPLSetErrorHandler(Handle);
-  // GDAL allocates and frees a row of tiles at a time. By itself glibc gives that memory back to
-  // the system each time, and an output in tiles takes three times as long.
+  // For every strip that GDAL resamples it allocates and frees buffers of megabytes. By default glibc
+  // gives them back to the system each time, and the run takes three times as long.
   mallopt(M_MMAP_THRESHOLD, 32 << 20);
   mallopt(M_TRIM_THRESHOLD, 64 << 20);
   // Else a raw file that is too short reads as zeros where it ends.

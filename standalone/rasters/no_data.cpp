@@ -28,25 +28,30 @@ double Rounded(float value) {
   return (static_cast<double>(value) + kNoFraction) - kNoFraction;
 }
 
-// Stores values if the mode holds all of them as they are, but for their fractions, and none is
-// avoided. Returns false otherwise, with nothing that matters stored. A loop without a branch is
-// what compilers turn into vector instructions.
+constexpr std::size_t kLanes = 16;
+constexpr std::size_t kChunk = 16 * kLanes;
+
+// Stores a chunk of values if the mode holds all of them as they are, but for their fractions, and
+// none is avoided. Returns false otherwise, with nothing that matters stored. Written without a
+// branch, in lanes and with flags as wide as the numbers, so that g++ makes vector instructions of
+// it: a plain loop takes twice as long, up to a tenth of a whole run.
 template <typename Integer>
-bool StoreHeld(std::span<const float> values, const DataMode& mode, double avoided, Integer* out) {
+bool StoreHeld(const float* values, const DataMode& mode, double avoided, Integer* out) {
   // A double becomes 32 bits with sign in one instruction, and from there fewer.
   using Wide = std::conditional_t<std::is_same_v<Integer, std::uint32_t>, Integer, std::int32_t>;
   const double lowest = mode.lowest;
   const double highest = mode.highest;
-  std::int64_t unheld = 0;  // as wide as a double
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    const double rounded = Rounded(values[i]);
-    const double above = rounded > lowest ? rounded : lowest;  // comparisons with NaN are false
-    const double held = above < highest ? above : highest;
-    unheld |=
-        static_cast<std::int64_t>(held != rounded) | static_cast<std::int64_t>(held == avoided);
-    out[i] = static_cast<Integer>(static_cast<Wide>(held));
-  }
-  return unheld == 0;
+  std::array<double, kLanes> unheld = {};
+  for (std::size_t i = 0; i < kChunk; i += kLanes)
+    for (std::size_t lane = 0; lane < kLanes; ++lane) {
+      const double rounded = Rounded(values[i + lane]);
+      const double above = rounded > lowest ? rounded : lowest;  // comparisons with NaN are false
+      const double held = above < highest ? above : highest;
+      unheld[lane] = held == rounded ? unheld[lane] : 1;
+      unheld[lane] = held == avoided ? 1 : unheld[lane];
+      out[i + lane] = static_cast<Integer>(static_cast<Wide>(held));
+    }
+  return std::ranges::all_of(unheld, [](double lane) { return lane == 0; });
 }
 
 // Stores one element of one part or two.
@@ -76,12 +81,11 @@ void StoreElement(std::span<const float> parts, const DataMode& mode,
 template <typename Integer>
 void Store(std::span<const float> values, const DataMode& mode, const std::optional<double>& noData,
            Integer* out, UnheldElements& counts) {
-  constexpr std::size_t kChunk = 256;
   const double avoided = noData.value_or(std::numeric_limits<double>::quiet_NaN());
   const std::size_t parts = mode.complex ? 2 : 1;
   for (std::size_t i = 0; i < values.size(); i += kChunk) {
     const std::span chunk = values.subspan(i, std::min(kChunk, values.size() - i));
-    if (StoreHeld(chunk, mode, avoided, out + i)) continue;
+    if (chunk.size() == kChunk && StoreHeld(chunk.data(), mode, avoided, out + i)) continue;
     for (std::size_t part = 0; part < chunk.size(); part += parts)
       StoreElement(chunk.subspan(part, parts), mode, noData, out + i + part, counts);
   }

@@ -146,8 +146,7 @@ void RasterOutput::Create(const OutputFormat& format, const std::vector<std::str
   if (dataset_->GetRasterBand(1)->GetRasterDataType() != mode.type)
     FailToWrite("the format " + format.Name() + " cannot hold " + mode.name + " data");
   publication_.CheckPlaces();
-  int blockColumns = 0;
-  dataset_->GetRasterBand(1)->GetBlockSize(&blockColumns, &blockRows_);
+  dataset_->GetRasterBand(1)->GetBlockSize(&blockColumns_, &blockRows_);
 }
 
 // A new TIFF of uncompressed strips is laid out by GDAL when it is closed, its elements a hole in
@@ -171,18 +170,25 @@ bool RasterOutput::DeclareNoData(double value) {
   return !failures.Any();
 }
 
-void RasterOutput::FlushCompleteBlocks(int endRow) {
-  // GDAL's cache evicts written blocks only for others of the same file: left to themselves they
-  // crowd out the blocks of the inputs.
+void RasterOutput::WriteCompleteBlocks(int endRow) {
   if (uncompressedRows_ || (endRow % blockRows_ != 0 && endRow != specification_.rows)) return;
   const GdalFailures failures;
-  for (GDALRasterBand* const band : dataset_->GetBands()) band->FlushCache(false);
+  const int across = DIV_ROUND_UP(specification_.columns, blockColumns_);
+  const int down = DIV_ROUND_UP(endRow, blockRows_);
+  for (GDALRasterBand* const band : dataset_->GetBands())
+    for (int y = blocksWritten_; y < down; ++y)
+      for (int x = 0; x < across; ++x)
+        if (GDALRasterBlock* const block = band->TryGetLockedBlockRef(x, y)) {
+          block->Write();
+          block->DropLock();
+        }
+  blocksWritten_ = down;
   if (failures.Any()) FailToWrite(failures.First());
 }
 
 std::int64_t RasterOutput::CacheBytes(int stripRows) const {
   if (uncompressedRows_) return 0;
-  // Between two flushes a strip of each band is in the cache, whole blocks of it.
+  // A strip of each band is in the cache, whole blocks of it.
   return (std::int64_t{stripRows} + blockRows_) * specification_.columns * specification_.bands *
          GDALGetDataTypeSizeBytes(specification_.mode->type);
 }

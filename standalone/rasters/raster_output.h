@@ -49,9 +49,10 @@ class RasterOutput {
   // Throws Failure.
   void Write(int band, int firstRow, int rows, const float* values);
 
-  // Hands the rows before endRow to the file when no block is left half filled there. Throws
-  // Failure.
-  void FlushCompleteBlocks(int endRow);
+  // Writes the blocks that end at endRow from GDAL's cache to the file. Their memory then serves
+  // for other blocks: by itself the cache never writes blocks of one file to make room for
+  // another's. Throws Failure.
+  void WriteCompleteBlocks(int endRow);
 
   // What GDAL's block cache must hold so that writing strips of so many rows writes nothing twice,
   // in bytes.
@@ -77,7 +78,9 @@ class RasterOutput {
   Publication publication_;
   std::filesystem::path file_;      // inside the folder
   std::filesystem::path workFile_;  // what is written first; the file itself unless it is a copy
+  int blockColumns_ = 1;
   int blockRows_ = 1;
+  int blocksWritten_ = 0;  // by WriteCompleteBlocks, counted down a column
   std::optional<double> noData_;
   GDALDatasetUniquePtr dataset_;  // closed before the folder goes
   std::unique_ptr<UncompressedRows> uncompressedRows_;

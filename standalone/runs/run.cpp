@@ -117,7 +117,7 @@ void Compute(Session& session, RasterOutput& output, const RunControl& control, 
       report.imaginaryPartsHeld = HasImaginaryPart(
           values, static_cast<std::size_t>(grid.columns) * static_cast<std::size_t>(rows));
     if (rows > 0) output.Write(band, firstRow, rows, values);
-    if (band == bands) output.FlushCompleteBlocks(firstRow + rows);
+    if (band == bands) output.WriteCompleteBlocks(firstRow + rows);
   };
   if (parts == 1)
     sink.atMiddleRow = [&] { report.imaginaryPartsLost = session.RowHasImaginaryParts(); };
