@@ -49,7 +49,7 @@ Outcome ReadClamp(const char* arg) {
   return Outcome::kAccepted;
 }
 
-// Tries the options in turn; the first that the argument belongs to decides.
+// Tries the options in turn; the first one that the argument belongs to reads it.
 Outcome ReadOption(const char* arg) {
   static constexpr const char* leader = "Unrecognized option";
   Outcome outcome =
@@ -74,8 +74,8 @@ class OptionText {
     return *this;
   }
 
-  // As printf's %g in the C locale, whatever locale the host's process has: a decimal comma would
-  // not be read back.
+  // Like printf's %g in the C locale, whatever the locale of the host's process: a decimal comma
+  // could not be read back.
   OptionText& operator<<(float value) {
     constexpr int kSignificantDigits = 6;
     end_ = std::to_chars(end_, text_.data() + text_.size(), static_cast<double>(value),

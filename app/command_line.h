@@ -4,8 +4,8 @@
 
 namespace lumomixcalc {
 
-// Reads the arguments that the host leaves to the application into the parameters. Each faulty one
-// gets a message and a desist; reading goes on with the next, so that all faults are shown.
+// Reads the arguments that the host leaves to the application into the parameters. For each faulty
+// one, shows a message and desists, then continues with the next, so that all faults are shown.
 void ReadCmdLine();
 
 // Shows the application's part of the usage text.

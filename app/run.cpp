@@ -32,7 +32,7 @@ std::int32_t StreamIsComplex(int stream) {
   return IsComplexMode(mode) ? 1 : 0;
 }
 
-// Without a mode of its own the output follows File1.
+// Without a mode of its own, the output has the mode of File1.
 std::int32_t OutputIsComplex(std::int32_t in1Complex) {
   const int mode = IPGetDefOutPutMode();
   if (mode == -1) return in1Complex;
@@ -81,7 +81,7 @@ void ProcData(const IPBlock* block, IPOutputStats* stats) {
   float* out = StreamBuffer(kSaveStream);
   const std::int32_t n = block->columns * block->rows;
 
-  // Kernels get two readable inputs; the one that a read input stands in for has no effect.
+  // Kernels need two readable inputs. In place of an unused input they get the other one.
   if (in1 == nullptr) in1 = in2;
   if (in2 == nullptr) in2 = in1;
   assert(in1 != 0 || in2 != 0);

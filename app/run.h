@@ -17,7 +17,7 @@ void InitProc();
 // Processes one block of block->columns * block->rows elements and counts it into *stats.
 void ProcData(const IPBlock* block, IPOutputStats* stats);
 
-// Releases what InitProc made; harmless when there is nothing.
+// Releases what InitProc made. Does nothing if there is nothing to release.
 void Cleanup();
 
 }  // namespace lumomixcalc

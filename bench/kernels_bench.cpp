@@ -1,5 +1,5 @@
-// Every kernel beside two loops over the same data: the plain rule, whose output and record it must
-// equal (checked here before timing), and the bare arithmetic without statistics.
+// Times every kernel and two loops over the same data: the plain rule, and the bare arithmetic
+// without statistics. Before timing, checks that output and record equal those of the plain rule.
 //
 // Benchmarks are named KERNEL/LOOP/DATA/ELEMENTS. Buffers of 65,536 elements stay in the cache,
 // those of 16,777,216 do not.
@@ -143,7 +143,7 @@ const float* Input(Data data, int input, std::size_t floats) {
   return values.data();
 }
 
-// A kernel's data: buffers of its kind, coefficients that keep integers integers.
+// A kernel's data: buffers of its kind, and coefficients with which integers stay integers.
 struct Block {
   Block(const BenchCase& benchCase, Data data, std::int32_t elements)
       : n(elements),

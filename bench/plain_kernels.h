@@ -1,5 +1,5 @@
-// The kernels by the plain rule, one element after the other with the record in registers: what the
-// kernels of the product are measured against.
+// The kernels by the plain rule, one element after the other with the record in registers. The
+// kernels of the product are compared with these.
 #ifndef LUMOMIXCALC_BENCH_PLAIN_KERNELS_H
 #define LUMOMIXCALC_BENCH_PLAIN_KERNELS_H
 
@@ -12,9 +12,9 @@
 
 namespace lumomixcalc {
 
-// Counts values into a host's statistics record. The three numbers live here, in registers once
-// inlined, from construction until Store: a record updated in memory would make every element wait
-// for the store of the one before.
+// Counts values into a host's statistics record. From construction until Store, the three numbers
+// are kept here, in registers once inlined: with a record in memory, every element would wait for
+// the store of the previous one.
 class PlainStatistics {
  public:
   explicit PlainStatistics(const float* record) : stats_{record[0], record[1], record[2]} {}

@@ -1,4 +1,4 @@
-# What every target of the project is compiled with.
+# Compiler options of every target of the project.
 
 add_library(lumomixcalc_options INTERFACE)
 add_library(LumoMixcalc::options ALIAS lumomixcalc_options)
@@ -7,20 +7,20 @@ target_include_directories(lumomixcalc_options INTERFACE ${PROJECT_SOURCE_DIR})
 
 target_compile_options(lumomixcalc_options INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow
-  # A fused multiply-add rounds once where the documented arithmetic rounds twice; compilers would
-  # form one wherever the processor has it, and results would differ from machine to machine.
+  # A fused multiply-add rounds once where the documented arithmetic rounds twice. Compilers would
+  # use it wherever the processor has it, and results would differ from machine to machine.
   -ffp-contract=off
-  # Nothing reads errno after a math function. Changes no result, but lets a square root be one
+  # Nothing reads errno after a math function. Changes no result, but allows a square root to be one
   # instruction.
   -fno-math-errno
   # Nothing reads the floating-point exception flags. Changes no result, but lets g++ compute both
   # sides of a choice between two doubles, and so several elements at once.
   -fno-trapping-math
-  # g++ 12 forgets the rounding of two doubles side by side to single precision and back when it
-  # packs them, as in {static_cast<float>(x), static_cast<float>(y)} for two doubles.
+  # g++ 12 drops the rounding of two doubles to single precision and back when it packs them side by
+  # side, as in {static_cast<float>(x), static_cast<float>(y)} for two doubles.
   $<$<CXX_COMPILER_ID:GNU>:-fno-tree-slp-vectorize>
-  # Release builds define NDEBUG, but the assertions here guard what a host may do wrong and cost
-  # nothing beside a block of data: they stay on in every build.
+  # Release builds define NDEBUG. The assertions here guard against mistakes of a host and cost
+  # nothing compared with a block of data, so they stay on in every build.
   -UNDEBUG)
 
 if(LUMOMIXCALC_SINGLE_VERSION)

@@ -1,4 +1,4 @@
-# What `cmake --install` lays out beside the program and the core, and the Debian packages of it.
+# The files that `cmake --install` installs beside the program and the core, and the Debian packages.
 
 include(GNUInstallDirs)
 
@@ -43,7 +43,7 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME lumomixcalc)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION science)
-# The libraries that the program needs, from those that it is linked to.
+# Finds the libraries that the program needs from those that it is linked to.
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SHLIBDEPS ON)
 set(CPACK_COMPONENT_PROGRAM_DESCRIPTION
   "The program lumomixcalc, for batch runs, with its manual page.")

@@ -1,14 +1,17 @@
-// Simulates what scripts/demo works on: a pair of single-look complex radar images over a hilly
+// Simulates the images for scripts/demo: a pair of single-look complex radar images over a hilly
 // land, and the land's heights before and after a landslide and a quarry.
 //
 // The radar flies along the image's columns, west of it, and looks east (to the right). For every
 // cell, with the land's height h and the ground distance x from the west edge, in metres:
 //
-//   incidence    cos(i) = (cos(t) + hx sin(t)) / sqrt(1 + hx^2 + hy^2)   slopes hx, hy; look angle
-//   t power        s      = ground * cos(i)^2 / sin(i)                     slopes facing west:
-//   bright phase        p      = 2 pi h / kHeightOfAmbiguity + 2 pi x / kFlatEarthFringe reference
-//   z1     = sqrt(s) n1 secondary    z2     = sqrt(s) (c n1 + sqrt(1 - c^2) n2) exp(-j p) coherence
-//   c
+//   incidence    cos(i) = (cos(t) + hx sin(t)) / sqrt(1 + hx^2 + hy^2)
+//   power        s      = ground * cos(i)^2 / sin(i)
+//   phase        p      = 2 pi h / kHeightOfAmbiguity + 2 pi x / kFlatEarthFringe
+//   reference    z1     = sqrt(s) n1
+//   secondary    z2     = sqrt(s) (c n1 + sqrt(1 - c^2) n2) exp(-j p)
+//
+// hx and hy are the slopes, t is the look angle, c is the coherence. Slopes that face west are
+// bright.
 //
 // n1 and n2 are independent circular Gaussian numbers of unit power: fully developed speckle. The
 // expected interferogram z1 conj(z2) is then s c exp(j p): its phase counts the contour lines, one
@@ -44,8 +47,8 @@ constexpr double kNorth = 5210000.0;
 constexpr int kUtmZone = 32;
 
 constexpr double kLookAngle = 35.0 * std::numbers::pi / 180.0;
-constexpr double kHeightOfAmbiguity = 180.0;  // metres of height to a fringe
-constexpr double kFlatEarthFringe = 2400.0;   // metres of ground to a fringe
+constexpr double kHeightOfAmbiguity = 180.0;  // metres of height per fringe
+constexpr double kFlatEarthFringe = 2400.0;   // metres of ground per fringe
 
 constexpr std::uint64_t kSeed = 13;   // of the hills
 constexpr double kLakeLevel = 430.0;  // metres
@@ -58,7 +61,7 @@ struct Image {
   std::vector<T> cells = std::vector<T>(static_cast<std::size_t>(kColumns) * kRows);
 
   T& At(int column, int row) { return cells[Index(column, row)]; }
-  // Outside the image the nearest cell answers.
+  // Outside the image, the nearest cell is used.
   const T& At(int column, int row) const {
     return cells[Index(std::clamp(column, 0, kColumns - 1), std::clamp(row, 0, kRows - 1))];
   }

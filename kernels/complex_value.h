@@ -1,7 +1,7 @@
 // Complex numbers at working precision, with the textbook product and quotient.
 //
-// std::complex<double> is no substitute: its product and quotient mend infinities and NaNs and its
-// quotient may scale, so their bits would differ from the formulas below.
+// std::complex<double> is no substitute: its product and quotient repair infinities and NaNs, and
+// its quotient may scale, so their bits would differ from the formulas below.
 #ifndef LUMOMIXCALC_KERNELS_COMPLEX_VALUE_H
 #define LUMOMIXCALC_KERNELS_COMPLEX_VALUE_H
 

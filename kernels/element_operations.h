@@ -24,7 +24,7 @@ using Working = std::conditional_t<std::is_same_v<T, float>, double, Complex>;
 // What ClampAtZero makes of a NaN: +0, or the NaN itself.
 enum class NanUnderClamp { kBecomesZero, kPasses };
 
-// Traits of an operation: the inputs whose values it uses, and what a clamp makes of its NaNs.
+// Traits of an operation: the inputs whose values it uses, and how a clamp treats its NaNs.
 template <bool File1, bool File2>
 struct Reads {
   static constexpr bool kFile1 = File1;
@@ -84,7 +84,7 @@ struct Abs_AF1 : ReadsFile1 {
 };
 
 // The real logarithm and power let a NaN pass a clamp, so that a value outside their domain is not
-// taken for a zero; the complex ones do not.
+// mistaken for a zero; the complex ones do not.
 template <class T>
 inline constexpr NanUnderClamp kPassesIfReal =
     std::is_same_v<T, float> ? NanUnderClamp::kPasses : NanUnderClamp::kBecomesZero;
@@ -119,8 +119,9 @@ struct AF1_Times_Conj_BF2 : ReadsBoth {
   }
 };
 
-// A * phase(F1), each part rounded to single precision at once: a clamp and the statistics see the
-// rounded value. An element on an axis, or with a NaN part, has phase 0 and gives 0 whatever A.
+// A * phase(F1). Each part is rounded to single precision at once, so a clamp and the statistics
+// see the rounded value. An element on an axis, or with a NaN part, has phase 0 and gives 0
+// whatever A is.
 template <class T>
 struct A_Phase_F1 : ReadsFile1 {
   static_assert(std::is_same_v<T, std::complex<float>>);

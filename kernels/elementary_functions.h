@@ -1,5 +1,5 @@
-// Modulus, logarithm and power of a working value, real and complex, by one name each, so that an
-// element operation is one formula for both.
+// Modulus, logarithm and power of a working value. The real and the complex function have the same
+// name, so that an element operation is one formula for both.
 //
 // The complex functions call the platform's single-precision library functions, with each argument
 // rounded to single precision; the real ones call the double-precision functions.
@@ -26,7 +26,7 @@ inline double Modulus(Complex z) {
   const double re = std::fabs(z.re);
   const double im = std::fabs(z.im);
   const double s = static_cast<float>(re >= im ? re : im);
-  // Dividing by 1 where s is no divisor keeps the loop around this free of branches.
+  // Dividing by 1 where s cannot be the divisor keeps the loop around this free of branches.
   const double divisor = IsZeroOrNan(s) ? 1.0 : s;
   const double x = z.re / divisor;
   const double y = z.im / divisor;

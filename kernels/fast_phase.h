@@ -1,5 +1,5 @@
 // An arc tangent without branches or calls, which a compiler computes for several elements at once,
-// and the test by which its results may stand for the library's.
+// and the test whether its result rounds as the library's does.
 #ifndef LUMOMIXCALC_KERNELS_FAST_PHASE_H
 #define LUMOMIXCALC_KERNELS_FAST_PHASE_H
 
@@ -9,7 +9,7 @@
 namespace lumomixcalc {
 
 // atan2(y, x) for floats widened to double, of which not both are zero or infinite; else NaN. The
-// sign of a zero x is not looked at. No step underflows: the ratio of two floats is at least
+// sign of a zero x is ignored. No step underflows: the ratio of two floats is at least
 // 2^-277.
 //
 // Bounds of the relative error, in units of u = 2^-53, the rounding of one operation:

@@ -2,9 +2,9 @@
 // for AVX-512, for AVX2 and for the baseline, and the loader binds the calls to the widest that the
 // processor has. The bits are the same on all, since no build contracts or reorders arithmetic.
 //
-// Elsewhere the mark is empty and one plain build serves: other processors, compilers whose
-// function multiversioning does not take these targets, sanitizers, which are not initialised yet
-// when the loader chooses, and builds that ask for it (LUMOMIXCALC_SINGLE_VERSION).
+// In other cases the mark is empty and there is one plain version: on other processors, with
+// compilers whose function multiversioning does not know these targets, with sanitizers (which are
+// not yet initialised when the loader chooses), and in builds with LUMOMIXCALC_SINGLE_VERSION.
 #ifndef LUMOMIXCALC_KERNELS_MULTIVERSIONING_H
 #define LUMOMIXCALC_KERNELS_MULTIVERSIONING_H
 

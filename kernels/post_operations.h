@@ -1,4 +1,4 @@
-// What is done to each element's value between its computation and its store.
+// The operations on each element's value between its computation and its store.
 #ifndef LUMOMIXCALC_KERNELS_POST_OPERATIONS_H
 #define LUMOMIXCALC_KERNELS_POST_OPERATIONS_H
 

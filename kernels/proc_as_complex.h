@@ -17,8 +17,8 @@ namespace lumomixcalc {
 // The elements of one input in a chunk as pairs of a real and an imaginary part.
 class InputChunk {
  public:
-  // A complex buffer has the pairs as they are; of a real one, pairs with zero imaginary parts are
-  // made here.
+  // A complex buffer already contains the pairs. From a real one, pairs with zero imaginary parts
+  // are made here.
   const float* Pairs(const float* buffer, bool isComplex, std::ptrdiff_t start,
                      std::ptrdiff_t count) {
     if (isComplex) return buffer + 2 * start;
@@ -33,7 +33,7 @@ class InputChunk {
   float pairs_[2 * kChunk];
 };
 
-// The results of a chunk, their real parts not rounded yet; a real output receives those alone.
+// The results of a chunk. Their real parts are not rounded yet; a real output receives only these.
 struct OutputChunk {
   double re[kChunk];
   float im[kChunk];
@@ -50,10 +50,10 @@ struct OutputChunk {
   }
 };
 
-// Asks for the memory of a full chunk before its turn comes. While a chunk is counted no memory is
-// read or written, and chunks of complex data are too long for the processor to look that far ahead
-// by itself: without this, blocks that exceed its caches take twice as long. Always inlined, since
-// a compiler may drop a call of a function that only prefetches.
+// Prefetches the memory of a full chunk. While a chunk is counted, no memory is read or written,
+// and chunks of complex data are too long for the processor to look that far ahead by itself:
+// without this, blocks that exceed its caches take twice as long. Always inlined, since a compiler
+// may drop a call of a function that only prefetches.
 [[gnu::always_inline]] inline void Prefetch(const float* buffer, bool isComplex,
                                             std::ptrdiff_t start, std::ptrdiff_t n) {
   constexpr std::ptrdiff_t kCacheLine = 64 / sizeof(float);
@@ -76,12 +76,12 @@ concept HasFastForm = requires(Complex z, bool isCertain) {
 // element x is x + 0i; a real output receives the real part alone.
 //
 // Direction: a complex output may begin at the address of a real input, whose elements are half as
-// wide. Going up, storing element 0 would overwrite input element 1 before it is read. So the walk
-// goes down from element n - 1 when the output is complex and an input is real: output element i
-// covers floats 2i and 2i + 1, which are never below input element i, and everything below is
-// intact when its turn comes. In all other cases no output element is wider than an input element,
-// and the walk goes up. The statistics depend on the order (sum, NaN), so the direction follows
-// from the flags alone, also where no buffer is shared.
+// wide. Going up, storing element 0 would overwrite input element 1 before it is read. So if the
+// output is complex and an input is real, the walk goes down from element n - 1. Output element i
+// covers floats 2i and 2i + 1, which are never below input element i, so the elements that are
+// still to be read stay intact. In all other cases no output element is wider than an input
+// element, and the walk goes up. The statistics depend on the order (sum, NaN), so the direction
+// follows from the flags alone, also where no buffer is shared.
 template <class Op, class Post>
 struct ProcAsComplex {
   LUMOMIXCALC_PER_PROCESSOR static void Apply(float* out, float* stats, const float* in1,
@@ -104,7 +104,7 @@ struct ProcAsComplex {
       const float* x1 = Op::kFile1 ? chunk1.Pairs(in1, in1Complex, start, count) : nullptr;
       const float* x2 = Op::kFile2 ? chunk2.Pairs(in2, in2Complex, start, count) : nullptr;
       if constexpr (HasFastForm<Op>) {
-        // A chunk with an uncertain element is computed by the formula throughout: they are rare.
+        // If any element is uncertain, the formula computes the whole chunk. This is rare.
         if (!Compute<true>(x1, x2, A, B, count, w)) Compute<false>(x1, x2, A, B, count, w);
       } else {
         Compute<false>(x1, x2, A, B, count, w);

@@ -15,7 +15,7 @@
 namespace lumomixcalc {
 
 // Op is an element operation over float, Post UnaryNoOp<float> or ClampAtZero. Only the real parts
-// of A and B are used, the flags are not, and an input that Op does not use is not touched.
+// of A and B are used. The flags are ignored, and an input that Op does not use is not accessed.
 template <class Op, class Post>
 struct ProcAsReal {
   LUMOMIXCALC_PER_PROCESSOR static void Apply(float* out, float* stats, const float* in1,

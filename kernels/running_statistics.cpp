@@ -12,17 +12,18 @@
 //      multiple of g: r = (v + D) - D.
 //   2. The rule then rounds s + r to a multiple of u, ties to even. With E = 1.5 * 2^(k+29), the
 //      doubles near E have the grid u, and E is an even multiple of u: S = E + s holds s exactly,
-//      and S + r in double arithmetic is E + (s + r rounded to u). One addition an element.
+//      and S + r in double arithmetic is E + (s + r rounded to u). One addition per element.
 //   3. "Strictly inside": the new sum s' = S' - E has P < |s'| < 2P. At least one unit away from
 //      both ends, v + s cannot have been outside, where the rule's grids are others. Were s' = P,
 //      the exact sum could lie just below P and the rule's result be half a unit less; but if no
-//      value pulls the sum towards zero, none lies below P, and P itself will do. That matters: a
-//      sum of values below half its unit comes to rest on a power of two.
+//      value pulls the sum towards zero, none lies below P, and P itself is accepted. This matters,
+//      because a sum stops at a power of two if the values are below half its unit.
 //   4. How s + r rounds depends on m only through its parity (by a tie). So the increments of a run
 //      of elements can be computed before s is known, once from an even start and once from an odd
-//      one, and runs ("segments") of a chunk go side by side. The two differ by one unit until the
-//      first tie, which leaves both even, so 0 or 2 units apart, for good: the odd one's excursions
-//      are those of the even one within one unit, and only the even one's extremes are kept.
+//      one, and runs ("segments") of a chunk are computed side by side. The two differ by one unit
+//      until the first tie. This makes both even, and from then on they differ by 0 or 2 units. So
+//      the sums of the odd one are those of the even one within one unit, and only the even one's
+//      extremes are kept.
 //   5. Minimum and maximum do not depend on the order, since rounding is monotonic: the rule ends
 //      with the smallest value, rounded, if that is below the minimum it began with. Exceptions: a
 //      NaN or an infinity among the values (they are not told apart), a NaN minimum to begin with,
@@ -32,8 +33,8 @@
 //      let s and every v be whole numbers of its unit u: (v + E) - E = v. Then every sum on the way
 //      is one, too, and at most 2^24 of them, which a float holds: nothing is ever rounded, and the
 //      values can be added in any order. Below the smallest normal number floats have the unit of
-//      the binade above it, which serves for any smaller B. A zero sum is -0 only if s and every v
-//      are, in any order; so adding starts from -0.
+//      the binade above it, which is valid for any smaller B. A zero sum is -0 only if s and every
+//      v are, in any order; so adding starts from -0.
 //
 // Whatever does not meet a condition is counted by the rule itself: a segment whose sum leaves the
 // binade, or the whole chunk where the order of its extremes matters.
@@ -131,8 +132,8 @@ LUMOMIXCALC_PER_PROCESSOR void TrySegments(const Walk& __restrict walk, const Bi
   }
 }
 
-// Adds a chunk to the sum if no sum on the way needs rounding; false, and nothing, if one may. Data
-// that are not integers mostly fail the test of three values before the loop.
+// Adds a chunk to the sum if no sum on the way needs rounding. Otherwise returns false and changes
+// nothing. Data that are not integers mostly fail the test of three values before the loop.
 LUMOMIXCALC_PER_PROCESSOR bool AddUnrounded(const Walk& walk, const Trial& trial, float& sum) {
   double bound = std::fabs(sum);
   for (int j = 0; j < kSegments; ++j) {
@@ -162,8 +163,8 @@ LUMOMIXCALC_PER_PROCESSOR bool AddUnrounded(const Walk& walk, const Trial& trial
   return true;
 }
 
-// Adds a segment's change to the sum, a float widened, if the conditions hold for it; false, and
-// nothing, if not.
+// Adds a segment's change to the sum, a float widened to double, if the conditions hold for it.
+// Otherwise returns false and changes nothing.
 bool AddSegment(const Trial& trial, int j, const Binade& binade, double& sum) {
   // The parity of the sum's units is the last bit that it has as a float. It is used as an index,
   // since a branch on it would be mispredicted every other time.
@@ -188,7 +189,7 @@ float AddOneByOne(const Walk& walk, int j, float sum) {
 }
 
 // Lowers the minimum and raises the maximum to the extremes of a chunk if their order does not
-// matter; false, and nothing, if it does.
+// matter. Otherwise returns false and changes nothing.
 bool CountExtremes(const Trial& trial, OutputStats& stats) {
   double smallest = trial.smallest[0];
   double largest = trial.largest[0];
@@ -211,7 +212,7 @@ bool CountExtremes(const Trial& trial, OutputStats& stats) {
   return true;
 }
 
-// Counts a full chunk; false, and nothing, if it is to be counted by the rule throughout.
+// Counts a full chunk. Returns false and changes nothing if the rule must count all of it.
 bool CountFullChunk(const double* values, bool backward, OutputStats& stats) {
   Walk walk;
   Turn(values, backward, walk);

@@ -12,10 +12,10 @@ namespace lumomixcalc {
 // The number of elements that a kernel computes before it stores and counts them.
 inline constexpr int kChunk = 256;
 
-// float(v + sum), the rule's sum. Element after element that is a chain of three operations, an
-// addition and two conversions; it is shortened by a guess: adding v as a float mostly gives the
-// same sum. The processor predicts that and goes on with the guess, checking it off the chain. The
-// bits are compared, not the numbers, so that a guess of the wrong zero is caught.
+// float(v + sum), the rule's sum. Element after element, this is a chain of three operations: an
+// addition and two conversions. A guess shortens the chain: adding v as a float mostly gives the
+// same sum. The processor predicts this and continues with the guess; the check is not in the
+// chain. The bits are compared, not the numbers, so that a guess of the wrong zero is noticed.
 inline float AddToSum(double v, float sum) {
   const float guess = sum + static_cast<float>(v);
   const float next = static_cast<float>(v + sum);
@@ -41,8 +41,8 @@ class RunningStatistics {
     stats_.sum = AddToSum(v, stats_.sum);
   }
 
-  // Counts n <= kChunk values one after the other, from the first up or, backward, from the last
-  // down. The record ends with the very bits that Count on each would give it, but sooner.
+  // Counts n <= kChunk values, from the first to the last or, if backward, from the last to the
+  // first. The record gets exactly the bits that Count on each value would give it, but faster.
   void CountChunk(const double* values, int n, bool backward);
 
   void Store(float* record) const {

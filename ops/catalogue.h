@@ -1,8 +1,8 @@
 // The operator catalogue: all that differs between the operators outside their arithmetic.
 //
-// One row an operator; a row's position is the operator index that the panel's pull-down, the
-// command names, the file-use questions and kernel selection share. An operator is added by adding
-// a row.
+// One row per operator. The position of a row is the operator index, which is shared by the panel's
+// pull-down, the command names, the questions which files are used, and the kernel selection. To
+// add an operator, add a row.
 #ifndef LUMOMIXCALC_OPS_CATALOGUE_H
 #define LUMOMIXCALC_OPS_CATALOGUE_H
 

@@ -20,7 +20,7 @@ SelectedProc* SelectProcessing(std::int32_t op, std::int32_t clamp, const float*
   auto* outA = reinterpret_cast<float*>(&record->params.A);
   auto* outB = reinterpret_cast<float*>(&record->params.B);
   const SelectorFn select = handlerTable[static_cast<std::size_t>(op)];
-  // A selector may decline; none of the catalogue's does. GCOVR_EXCL_START
+  // A selector may fail; none in the catalogue does. GCOVR_EXCL_START
   if (select(record->kernel, outA, outB, A, B, clamp, outComplex, in1Complex, in2Complex) != 0) {
     std::free(record);
     return nullptr;

@@ -124,7 +124,7 @@ std::int32_t SelectProc_AF1_Times_Conj_BF2(KernelFn& kernel, float* outA, float*
   return 0;
 }
 
-// A modulus is never negative, so a clamp has nothing to do here.
+// A modulus is never negative, so a clamp would have no effect.
 std::int32_t SelectProc_Abs_AF1(KernelFn& kernel, float* outA, float* outB, const float* inA,
                                 const float* inB, std::int32_t, std::int32_t outComplex,
                                 std::int32_t in1Complex, std::int32_t) {
@@ -194,8 +194,8 @@ std::int32_t SelectProc_A_DividedBy_BF2(KernelFn& kernel, float* outA, float* ou
   return 0;
 }
 
-// A real output of real data takes the real logarithm whatever A's imaginary part: it would reach
-// only the imaginary part of the result.
+// A real output of real data uses the real logarithm, whatever the imaginary part of A: this part
+// would affect only the imaginary part of the result.
 std::int32_t SelectProc_A_Ln_F1_Plus_B(KernelFn& kernel, float* outA, float* outB, const float* inA,
                                        const float* inB, std::int32_t clamp,
                                        std::int32_t outComplex, std::int32_t in1Complex,

@@ -1,8 +1,8 @@
-// The selectors: one an operator, each choosing the kernel of a run and folding its coefficients.
+// The selectors, one per operator. Each chooses the kernel of a run and folds its coefficients.
 //
-// Whatever does not depend on the pixels is done here once: products and quotients of A and B, a
-// subtraction as the addition of a negated B, the conjugate of a real image as a conjugated
-// coefficient, the addition of zero dropped.
+// Everything that does not depend on the pixels is done here once: products and quotients of A and
+// B are computed, a subtraction becomes the addition of a negated B, the conjugate of a real image
+// becomes a conjugated coefficient, and the addition of zero is dropped.
 #ifndef LUMOMIXCALC_OPS_SELECTORS_H
 #define LUMOMIXCALC_OPS_SELECTORS_H
 
