@@ -177,8 +177,7 @@ class FilesView : public QWidget {
 
   // Dims the inputs that the run does not read.
   void ShowRead(const std::set<int>& streams) {
-    for (FileField* const input : inputs_)
-      input->SetRead(streams.empty() || streams.contains(input->StreamNumber()));
+    for (FileField* const input : inputs_) input->SetRead(streams.contains(input->StreamNumber()));
   }
 
   // Marks the fields whose names cannot be right, and says why.

@@ -271,7 +271,7 @@ void PanelWindow::ShowFindings(const Findings& findings) {
   findings_ = findings;
   preview_->StopAwaiting();
   output_->SetImageSize(preview_->ImageSize());
-  files_->ShowRead(findings.streamsRead);
+  files_->ShowRead(findings.streams);
   output_->ShowResolved(findings.report);
   resolved_->setText(findings.report ? SummaryOf(*findings.report) : "");
   ShowNotes();

@@ -1,36 +1,20 @@
 #include "standalone/panel/panel_worker.h"
 
-#include <atomic>
+#include <QFileInfo>
 #include <exception>
-#include <filesystem>
-#include <system_error>
+#include <set>
 #include <utility>
+#include <vector>
 
 #include "standalone/cli/command_echo.h"
 #include "standalone/runs/run.h"
 #include "standalone/runs/statistics.h"
 
 namespace lumomixcalc::standalone {
-namespace {
-
-// Qt orders what its threads do by locks that the thread sanitizer does not see. This counter shows
-// it the same order: what is done before a hand-over happens before the task.
-std::atomic<int> handOvers = 0;
-
-PanelWorker::Task HandedOver(PanelWorker::Task task) {
-  PanelWorker::Task ordered = [task = std::move(task)] {
-    ++handOvers;
-    task();
-    ++handOvers;
-  };
-  ++handOvers;  // when the task is whole
-  return ordered;
-}
-
-}  // namespace
 
 PanelWorker::PanelWorker(HostState& host, Listener listener)
     : host_(host), listener_(std::move(listener)), previews_(host) {
+  sinceStart_.start();
   thread_.setMaxThreadCount(1);
   thread_.setExpiryTimeout(-1);  // the same thread to the end
 }
@@ -39,58 +23,45 @@ PanelWorker::~PanelWorker() {
   CancelRun();
   preview_.request_stop();
   thread_.clear();
-  thread_.waitForDone();
-  ++handOvers;
 }
 
-void PanelWorker::Post(Task task) { thread_.start(HandedOver(std::move(task))); }
-
-void PanelWorker::Deliver(Task task) { windows_.Put(std::move(task)); }
-
-void PanelWorker::Ask(Newest& kind, Task task) {
-  kind.next = std::move(task);
-  if (!kind.busy) StartNext(kind);
-}
-
-void PanelWorker::StartNext(Newest& kind) {
-  kind.busy = kind.next.has_value();
-  if (!kind.busy) return;
-  kind.sinceStart.start();
-  Post([this, &kind, task = std::move(*kind.next)] {
+void PanelWorker::Post(Task task) {
+  thread_.start([this, task = std::move(task)] {
     try {
       task();
-    } catch (const Cancelled&) {  // a newer one is wanted
+    } catch (const Cancelled&) {  // a newer preview is wanted
     } catch (const std::exception& error) {
       Tell(std::string("unexpected failure: ") + error.what());
     }
-    Deliver([this, &kind] { StartNext(kind); });
   });
-  kind.next.reset();
+}
+
+void PanelWorker::Deliver(Task task) {
+  QMetaObject::invokeMethod(&windows_, std::move(task), Qt::QueuedConnection);
 }
 
 void PanelWorker::Refresh(const Job& job, const View& view) {
   // While an image is dragged, previews on the way are shown unless they are slow to read.
   constexpr int kSlowMs = 300;
-  const bool slow = view != newestView_ && previewsAsked_.sinceStart.elapsed() > kSlowMs;
-  if (slow || job.files != newestJob_.files || view.band != newestView_.band) {
-    preview_.request_stop();
-    preview_ = {};
-  }
-  newestJob_ = job;
+  const bool slow = view != newestView_ && sinceStart_.hasExpired(kSlowMs);
+  if (slow || job.files != newestFiles_ || view.band != newestView_.band)
+    std::exchange(preview_, {}).request_stop();
+  newestFiles_ = job.files;
   newestView_ = view;
-  Ask(previewsAsked_,
-      [this, job, view, stop = preview_.get_token()] { MakePreview(job, view, stop); });
+  Post([this, job, view, number = ++newestPreview_, stop = preview_.get_token()] {
+    if (number == newestPreview_) MakePreview(job, view, number, stop);
+  });
 }
 
 void PanelWorker::Inspect(const Job& job, int band, QPoint pixel) {
-  Ask(inspectionsAsked_, [this, job, band, pixel] {
+  Post([this, job, band, pixel, number = ++newestInspection_] {
+    if (number != newestInspection_) return;
     Deliver([this, found = previews_.Inspect(job, band, pixel)] { listener_.inspected(found); });
   });
 }
 
 void PanelWorker::Run(const Job& job) {
-  preview_.request_stop();  // a preview would only delay the run
-  preview_ = {};
+  std::exchange(preview_, {}).request_stop();  // a preview would only delay the run
   run_ = {};
   Post([this, job, stop = run_.get_token()] {
     const RunEnd end = MakeRun(job, stop);
@@ -98,27 +69,33 @@ void PanelWorker::Run(const Job& job) {
   });
 }
 
-void PanelWorker::MakePreview(const Job& job, const View& view, const std::stop_token& stop) {
+void PanelWorker::MakePreview(const Job& job, const View& view, int number,
+                              const std::stop_token& stop) {
   if (stop.stop_requested()) return;
-  std::string command = Command(job);
-  if (!command.empty()) {
-    std::error_code ignored;
-    const std::string& output = job.files.at(host_.registration.Output().number);
-    if (job.overwrite || std::filesystem::exists(output, ignored)) command += " -overwrite";
+  Deliver([this] { sinceStart_.start(); });
+  const std::set<int> streams = previews_.StreamsUsed();
+  const Job ofTheRun = OfStreams(job, streams);
+  const std::vector<std::string> options = EchoOptions(host_);
+  std::string command;
+  const auto output = ofTheRun.files.find(host_.registration.Output().number);
+  if (output != ofTheRun.files.end() && ofTheRun.files.size() > 1) {
+    command = ReproducingCommand(ofTheRun, host_.registration, options);
+    if (job.overwrite || QFileInfo::exists(QString::fromStdString(output->second)))
+      command += " -overwrite";
   }
   // Not when the settings have changed meanwhile: the command would be an old one.
-  Deliver([this, command] {
-    if (!previewsAsked_.next) listener_.commandChanged(command);
+  Deliver([this, command, number] {
+    if (number == newestPreview_) listener_.commandChanged(command);
   });
-  Findings findings =
-      previews_.Make(job, view, stop, [this](std::size_t position, const PreviewImage& image) {
+  Findings findings = previews_.Make(
+      job, ofTheRun, view, stop, [this](std::size_t position, const PreviewImage& image) {
         Deliver([this, position, image] { listener_.imageMade(position, image); });
       });
-  const std::optional<RunReport>& report = findings.report;
-  if (report && ClampIsIdle(EchoOptions(host_), *FindDataMode(report->mode)))
+  findings.streams = streams;
+  if (findings.report && ClampIsIdle(options, *FindDataMode(findings.report->mode)))
     findings.warnings.emplace_back("A complex output is not clamped.");
-  Deliver([this, findings] {
-    if (!previewsAsked_.next) listener_.previewMade(findings);
+  Deliver([this, findings, number] {
+    if (number == newestPreview_) listener_.previewMade(findings);
   });
 }
 
@@ -128,8 +105,10 @@ RunEnd PanelWorker::MakeRun(const Job& job, const std::stop_token& stop) {
     Deliver([this, share] { listener_.progressed(share); });
   };
   try {
-    const Job ofTheRun = previews_.WithoutUnread(job);
-    const RunReport report = RunBatch(ofTheRun, Command(job), host_, {stop, progress});
+    const Job ofTheRun = OfStreams(job, previews_.StreamsUsed());
+    const std::string command =
+        ReproducingCommand(ofTheRun, host_.registration, EchoOptions(host_));
+    const RunReport report = RunBatch(ofTheRun, command, host_, {stop, progress});
     for (std::size_t i = 0; i < report.bands.size(); ++i)
       Tell(StatisticsLine(static_cast<int>(i) + 1, report.bands[i]));
     return RunEnd::kDone;
@@ -142,13 +121,6 @@ RunEnd PanelWorker::MakeRun(const Job& job, const std::stop_token& stop) {
     Tell(std::string("unexpected failure: ") + error.what());
   }
   return RunEnd::kFailed;
-}
-
-std::string PanelWorker::Command(const Job& job) const {
-  const Job ofTheRun = previews_.WithoutUnread(job);
-  if (!ofTheRun.files.contains(host_.registration.Output().number) || ofTheRun.files.size() < 2)
-    return {};
-  return ReproducingCommand(ofTheRun, host_.registration, EchoOptions(host_));
 }
 
 void PanelWorker::Tell(const std::string& message) {

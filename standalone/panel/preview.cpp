@@ -6,8 +6,6 @@
 #include <cmath>
 #include <cstddef>
 #include <exception>
-#include <limits>
-#include <new>
 #include <span>
 #include <system_error>
 #include <utility>
@@ -97,25 +95,22 @@ PreviewImage ReadInput(const DeclaredStream& stream, const Job& job, const View&
   return image;
 }
 
-// Results as the run's output stores them; no data is NaN.
-template <typename Number>
-std::vector<Number> Stored(std::span<const float> results, const RunReport& report,
+// Results as the run's output stores them; no data is NaN. Doubles hold every integer exactly.
+std::vector<double> Stored(std::span<const float> results, const RunReport& report,
                            UnheldElements& counts) {
-  std::vector<Number> stored(results.begin(), results.end());
+  std::vector<double> stored(results.begin(), results.end());
   const DataMode& mode = *FindDataMode(report.mode);
   if (!mode.integer) return stored;
   const std::size_t parts = mode.complex ? 2 : 1;
   const int size = GDALGetDataTypeSizeBytes(mode.type);
   std::vector<std::byte> bytes(results.size() / parts * static_cast<std::size_t>(size));
   StoreAsIntegers(results, mode, report.noData, bytes.data(), counts);
-  const bool single = sizeof(Number) == sizeof(float);
-  const GDALDataType type = single ? (mode.complex ? GDT_CFloat32 : GDT_Float32)
-                                   : (mode.complex ? GDT_CFloat64 : GDT_Float64);
+  const GDALDataType type = mode.complex ? GDT_CFloat64 : GDT_Float64;
   GDALCopyWords64(bytes.data(), mode.type, size, stored.data(), type,
                   GDALGetDataTypeSizeBytes(type), static_cast<GPtrDiff_t>(results.size() / parts));
   for (std::size_t i = 0; report.noData && i < stored.size(); i += parts)
-    if (IsNoData(stored[i], stored[i + parts - 1], static_cast<Number>(*report.noData)))
-      std::fill_n(&stored[i], parts, std::numeric_limits<Number>::quiet_NaN());
+    if (IsNoData(stored[i], stored[i + parts - 1], *report.noData))
+      std::fill_n(&stored[i], parts, NAN);
   return stored;
 }
 
@@ -125,11 +120,9 @@ Inspection::Element InputElement(const DeclaredStream& stream, const Job& job, i
   RasterInput input(stream.label, job.files.at(stream.number), job.openOptions);
   const QPoint pixel = inspection.pixel;
   if (!QRect(0, 0, input.Columns(), input.Rows()).contains(pixel)) throw Failure("outside");
-  if (const auto transform = GeotransformOf(input.Dataset()); transform && !inspection.map) {
-    const Geotransform& t = *transform;
-    const double x = pixel.x() + 0.5;
-    const double y = pixel.y() + 0.5;
-    inspection.map = {t[0] + x * t[1] + y * t[2], t[3] + x * t[4] + y * t[5]};
+  if (auto transform = GeotransformOf(input.Dataset()); transform && !inspection.map) {
+    auto& [x, y] = inspection.map.emplace();
+    GDALApplyGeoTransform(transform->data(), pixel.x() + 0.5, pixel.y() + 0.5, &x, &y);
   }
   band = std::min(band, input.Bands());
   input.Select({{pixel.x(), pixel.y(), 1, 1}, 1, {}, 1, 1}, Resampling::kNearest, {band},
@@ -141,23 +134,20 @@ Inspection::Element InputElement(const DeclaredStream& stream, const Job& job, i
 
 }  // namespace
 
-std::set<int> PreviewMaker::StreamsRead() const {
+Job OfStreams(Job job, const std::set<int>& streams) {
+  std::erase_if(job.files, [&](const auto& file) { return !streams.contains(file.first); });
+  return job;
+}
+
+std::set<int> PreviewMaker::StreamsUsed() const {
   const float element = 1;
   Job job;
-  std::set<int> streams;
+  std::set<int> streams = {host_.registration.Output().number};
   for (const DeclaredStream& input : host_.registration.inputs)
     job.files[input.number] = NameOf({&element, 1}, 1, 1, false);
   Session session(job, host_);
   for (const RunInput& input : session.Inputs()) streams.insert(input.stream);
   return streams;
-}
-
-Job PreviewMaker::WithoutUnread(Job job) const {
-  const std::set<int> read = StreamsRead();
-  std::erase_if(job.files, [&](const auto& file) {
-    return file.first != host_.registration.Output().number && !read.contains(file.first);
-  });
-  return job;
 }
 
 // A run that is checked only. Where it fails because of its output, or has none, the report is that
@@ -249,18 +239,17 @@ PreviewImage PreviewMaker::Result(const Job& job, Findings& findings,
   static_cast<MemoryRaster&>(result) = RunInMemory(ofElements, host_, {stop});
   result.grid = grid;
   UnheldElements counts;
-  result.values = Stored<float>(result.values, *findings.report, counts);
+  const std::vector<double> stored = Stored(result.values, *findings.report, counts);
+  result.values.assign(stored.begin(), stored.end());
   findings.beyondMode = counts.saturated;
   findings.elements = result.values.size() / (result.complex ? 2 : 1);
   return result;
 }
 
-Findings PreviewMaker::Make(const Job& job, const View& view, const std::stop_token& stop,
-                            const Show& show) {
+Findings PreviewMaker::Make(const Job& job, const Job& ofTheRun, const View& view,
+                            const std::stop_token& stop, const Show& show) {
   const MessageRedirection quiet([](const std::string&) {});  // the check tells
-  const Job ofTheRun = WithoutUnread(job);
   Findings findings = Check(ofTheRun);
-  findings.streamsRead = StreamsRead();
   const OutputGrid run = findings.report ? findings.report->grid : OutputGrid();
   PreviewImage result;
   const std::vector<DeclaredStream>& inputs = host_.registration.inputs;
@@ -281,8 +270,6 @@ Findings PreviewMaker::Make(const Job& job, const View& view, const std::stop_to
       result.note = findings.failure;
   } catch (const Cancelled&) {
     throw;
-  } catch (const std::bad_alloc&) {
-    result.note = "There is not enough memory for a preview.";
   } catch (const std::exception& error) {
     result.note = error.what();
   }
@@ -305,7 +292,7 @@ Inspection::Element PreviewMaker::ResultElement(Job job, int band, QPoint pixel)
   job.bands = {band};
   const MemoryRaster raster = RunInMemory(job, host_, {});
   UnheldElements ignored;
-  const std::vector<double> parts = Stored<double>(raster.values, *report, ignored);
+  const std::vector<double> parts = Stored(raster.values, *report, ignored);
   return {raster.complex, {parts.front(), parts.back()}};
 }
 
@@ -325,7 +312,7 @@ Inspection PreviewMaker::Inspect(const Job& job, int band, QPoint pixel) {
       if (!job.files.contains(stream.number)) throw Failure("no file");
       return InputElement(stream, job, band, inspection);
     });
-  add([&] { return ResultElement(WithoutUnread(job), band, pixel); });
+  add([&] { return ResultElement(OfStreams(job, StreamsUsed()), band, pixel); });
   return inspection;
 }
 

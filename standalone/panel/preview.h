@@ -40,7 +40,7 @@ struct Findings {
   std::optional<RunReport> report;    // of a run that computes nothing
   std::string failure;                // why the run would fail; empty when it would not
   std::vector<std::string> warnings;  // that the run would give
-  std::set<int> streamsRead;          // the inputs that the operator reads, by number
+  std::set<int> streams;              // that the run reads and writes
   std::uint64_t beyondMode = 0;       // elements of the preview that the mode cannot hold
   std::uint64_t elements = 0;         // of the preview
 };
@@ -57,6 +57,9 @@ struct Inspection {
       elements;  // of the inputs, then of the result as it is stored
 };
 
+// The job with the files of these streams only.
+Job OfStreams(Job job, const std::set<int>& streams);
+
 // Makes previews and looks up single elements. It keeps what it read of the inputs in memory, so
 // that other coefficients or another operator cost no more than the result.
 class PreviewMaker {
@@ -66,18 +69,19 @@ class PreviewMaker {
 
   explicit PreviewMaker(HostState& host) : host_(host) {}
 
-  // Shows what has changed of the images that belong to job. The result is what the run would
-  // store, integer modes and looks included; where less than every pixel is looked at, it is
+  // The streams of a run: the inputs that the operator reads, as it is chosen now, and the output.
+  std::set<int> StreamsUsed() const;
+
+  // Shows what has changed of the inputs of job, and the result of the run. The result is what the
+  // run would store, integer modes and looks included; where not every pixel is shown, it is
   // computed from the pixels that are. Problems are reported in the images' notes. Throws
   // Cancelled.
-  Findings Make(const Job& job, const View& view, const std::stop_token& stop, const Show& show);
+  Findings Make(const Job& job, const Job& ofTheRun, const View& view, const std::stop_token& stop,
+                const Show& show);
 
   // Reads and computes the elements at a pixel from the files. Elements that cannot be had are
   // missing.
   Inspection Inspect(const Job& job, int band, QPoint pixel);
-
-  // The job without inputs that the operator, as it is chosen now, does not read.
-  Job WithoutUnread(Job job) const;
 
  private:
   struct KeptInput {
@@ -89,7 +93,6 @@ class PreviewMaker {
     PreviewImage image;
   };
 
-  std::set<int> StreamsRead() const;
   Findings Check(const Job& asked) const;
   bool UpdateInput(const DeclaredStream& stream, const Job& job, const View& view,
                    const OutputGrid& run, const std::stop_token& stop);
