@@ -3,14 +3,24 @@
 
 #include <QImage>
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <optional>
 #include <span>
 #include <vector>
 
-#include "standalone/panel/colour_maps.h"
-
 namespace lumomixcalc::standalone {
+
+// Neighbours differ equally to the eye, except for the greys, which are equal steps of the level.
+enum class ColourMap {
+  kGrey,    // from black to white
+  kCyclic,  // once around a circle of equal lightness; the last colour is next to the first
+  kCentred  // from blue over near white, the lightest, to red
+};
+
+inline constexpr int kShades = 256;
+
+const std::array<QRgb, kShades>& ColoursOf(ColourMap map);
 
 enum class ComplexPart { kAutomatic, kMagnitude, kPhase, kReal, kImaginary, kMagnitudeAndAngle };
 
