@@ -12,27 +12,20 @@
 
 namespace lumomixcalc::standalone {
 
-inline QStringList DroppedFiles(const QMimeData& data) {
-  QStringList files;
-  for (const QUrl& url : data.urls())
-    files << (url.isLocalFile() ? url.toLocalFile() : url.toString());
-  return files;
-}
-
-// The field for the file of one declared stream; it takes a file dropped on it.
+// The field for the file of one declared stream.
 class FileField : public QLineEdit {
  public:
   enum class Use { kInput, kOutput };
 
-  // Called when a file was chosen, by dialog, menu or drop, not typed.
+  // Called when a file is chosen by dialog, menu or drop, not when it is typed.
   std::function<void()> chosen;
 
-  // Adds a row to grid: the stream's label, the field and a browse button.
+  // Adds a row to grid: the stream's label, the field and a button to browse.
   FileField(QGridLayout& grid, const DeclaredStream& stream, Use use)
       : stream_(stream.number), use_(use) {
     const QString label = Text(stream.label);
     Named(this, label, label + " file");
-    setAcceptDrops(true);
+    setAcceptDrops(false);  // the window takes files dropped here
     setClearButtonEnabled(true);
     SetRead(true);
     auto* const browse = new QToolButton;
@@ -48,8 +41,8 @@ class FileField : public QLineEdit {
 
   int StreamNumber() const { return stream_; }
 
-  // The chosen file by a name that is valid in every folder. A name that is no file on disk, such
-  // as one that only GDAL understands, stays as it is.
+  // The chosen file by a name that is valid in every folder. A name of no file on disk, such as one
+  // that only GDAL understands, is returned unchanged.
   QString File() const {
     const QString file = text().trimmed();
     const bool isFile = use_ == Use::kOutput || QFileInfo::exists(file);
@@ -82,10 +75,9 @@ class FileField : public QLineEdit {
     QSettings().setValue("recentFiles", files.mid(0, kMost));
   }
 
-  // Says why there cannot be such a file, as far as its name tells, and marks the field; empty when
-  // there can.
+  // Returns why the name cannot be right, or an empty text, and marks the field if it cannot.
   QString CheckName() {
-    // Names that GDAL alone understands are not on disk.
+    // Names that only GDAL understands are not on disk.
     static const QRegularExpression ofGdal("^(/vsi|<|[^/]+:)");
     const QString file = File();
     const QString folder = QFileInfo(file).path();
@@ -105,21 +97,8 @@ class FileField : public QLineEdit {
     if (!read) colours.setColor(QPalette::Text, colours.color(QPalette::PlaceholderText));
     setPalette(colours);
     setToolTip(use_ == Use::kOutput ? "The file to write"
-               : read               ? "A raster; may be dropped here"
-                                    : "A raster; this operator does not read it");
-  }
-
- protected:
-  // Several files are the window's.
-  void dragEnterEvent(QDragEnterEvent* event) override {
-    if (!event->mimeData()->hasUrls()) return QLineEdit::dragEnterEvent(event);
-    event->setAccepted(event->mimeData()->urls().size() == 1);
-  }
-
-  void dropEvent(QDropEvent* event) override {
-    if (!event->mimeData()->hasUrls()) return QLineEdit::dropEvent(event);
-    event->acceptProposedAction();
-    Choose(DroppedFiles(*event->mimeData()).first());
+               : read               ? "An input image; a file can be dropped here"
+                                    : "An input image; this operator does not read it");
   }
 
  private:
@@ -156,13 +135,13 @@ class FilesView : public QWidget {
 
   const FileField& Output() const { return *output_; }
 
-  // The first input without a file, else the first.
+  // The first input without a file, or else the first input.
   FileField& FreeInput() const {
     const auto free = std::ranges::find_if(inputs_, &QString::isEmpty, &QLineEdit::text);
     return free == inputs_.end() ? *inputs_.front() : **free;
   }
 
-  // By stream number; those of empty fields are missing.
+  // By stream number, without those of empty fields.
   std::map<int, std::string> Files() const {
     std::map<int, std::string> files;
     for (const FileField* const field : fields_)
@@ -180,7 +159,7 @@ class FilesView : public QWidget {
     for (FileField* const input : inputs_) input->SetRead(streams.contains(input->StreamNumber()));
   }
 
-  // Marks the fields whose names cannot be right, and says why.
+  // Marks the fields whose names cannot be right; returns the reasons.
   QStringList Faults() {
     QStringList faults;
     for (FileField* const field : fields_) faults << field->CheckName();
@@ -188,7 +167,7 @@ class FilesView : public QWidget {
     return faults;
   }
 
-  // The name of the input that is the output's file, by whatever path; empty when none is.
+  // The label of the input whose file is also the output, by whatever path; empty when none is.
   QString InputToBeReplaced() const {
     const QString output = QFileInfo(output_->File()).canonicalFilePath();
     for (const FileField* const input : inputs_)
@@ -197,12 +176,17 @@ class FilesView : public QWidget {
     return {};
   }
 
-  // Puts files that were dropped beside the fields into them: one where there is room.
-  void Take(const QStringList& files) {
-    if (files.size() == 1) return FreeInput().Choose(files.first());
-    auto input = inputs_.begin();
-    for (const QString& file : files)
-      if (input != inputs_.end()) (*input++)->Choose(file);
+  // Takes files that were dropped at a place of the screen: one into the field there, or else into
+  // the first input that is free.
+  void Take(const QList<QUrl>& files, QPoint place) {
+    const auto target = std::ranges::find_if(fields_, [place](const FileField* field) {
+      return field->visibleRegion().contains(field->mapFromGlobal(place));
+    });
+    std::vector<FileField*> targets = inputs_;
+    if (files.size() == 1) targets = {target == fields_.end() ? &FreeInput() : *target};
+    auto next = targets.begin();
+    for (const QUrl& file : files)
+      if (next != targets.end()) (*next++)->Choose(file.toString(QUrl::PreferLocalFile));
   }
 
   void Remember() const {
@@ -224,7 +208,7 @@ class FilesView : public QWidget {
     grid.addWidget(swap, 1, 3, 2, 1);
   }
 
-  // Names an output that does not exist yet, beside the first input.
+  // Fills in a name for the output: a file that does not exist yet, beside the first input.
   void SuggestOutput() {
     const auto named = std::ranges::find_if_not(inputs_, &QString::isEmpty, &QLineEdit::text);
     if (!output_->text().isEmpty() || named == inputs_.end()) return;

@@ -10,7 +10,7 @@ namespace lumomixcalc::standalone {
 // A histogram with a line and a field at each limit of the colours, and the colours between them.
 class HistogramView : public QWidget {
  public:
-  // Gets the limits that the user drags or types, and none to go back to automatic ones.
+  // Called with the limits that the user drags or types, and with none for automatic ones.
   std::function<void(std::optional<Limits>)> limitsChosen;
 
   explicit HistogramView(const QString& title)
@@ -22,7 +22,7 @@ class HistogramView : public QWidget {
     fields->addWidget(high_, 0, Qt::AlignRight);
     setFixedHeight(sizeHint().height());  // also while a field is hidden
     setMouseTracking(true);
-    setToolTip("Drag the lines to set the limits of the colours; double-click to undo it.");
+    setToolTip("Drag a line to set a limit of the colours. Double click: automatic limits.");
   }
 
   // Takes the values to count, over the limits of the appearance and a little to either side.

@@ -9,7 +9,7 @@ namespace lumomixcalc::standalone {
 // One image of the preview: title, choices of its part and its colours, picture and histogram.
 class ImagePane : public QWidget {
  public:
-  // stretch chooses a Stretch; the pane follows it.
+  // The pane uses the Stretch that is chosen in stretch.
   ImagePane(const QString& title, const QComboBox& stretch)
       : stretch_(stretch),
         // In the orders of ComplexPart and, after the first, of ColourMap.

@@ -33,9 +33,9 @@ class ImageView : public QGraphicsView {
     setViewportUpdateMode(FullViewportUpdate);
   }
 
-  std::function<void(const Place& place)> moved;              // by the user
-  std::function<void(std::optional<QPointF> place)> pointed;  // none when the pointer leaves
-  std::function<void(const QRect& pixels)> drawn;             // a region, at least one pixel
+  std::function<void(const Place& place)> moved;             // by the user
+  std::function<void(std::optional<QPoint> pixel)> pointed;  // none outside the image
+  std::function<void(const QRect& pixels)> drawn;            // a region, at least one pixel
 
   // Says where the pictures that follow lie on the image.
   void SetGrid(const OutputGrid& grid, QSize image) {
@@ -48,9 +48,8 @@ class ImageView : public QGraphicsView {
   }
 
   void Show(QImage picture, const QString& note) {
-    image_ = std::move(picture);
+    picture_->setPixmap(QPixmap::fromImage(std::move(picture)));
     note_ = note;
-    picture_->setPixmap(QPixmap::fromImage(image_));
     viewport()->update();
   }
 
@@ -66,16 +65,8 @@ class ImageView : public QGraphicsView {
     picture_->setTransformationMode(shrinks ? Qt::SmoothTransformation : Qt::FastTransformation);
   }
 
-  // In points of the screen to a pixel. The whole image as large as fits, but never so small that
-  // a long thin one is not seen.
-  double Scale() const {
-    if (place_.scale > 0) return place_.scale;
-    const QSizeF image = sceneRect().size();
-    if (image.isEmpty()) return 1;
-    constexpr double kLeastSide = 24;
-    const double fits = std::min(width() / image.width(), height() / image.height());
-    return std::max(fits, kLeastSide / std::min(image.width(), image.height()));
-  }
+  // In points of the screen to a pixel.
+  double Scale() const { return place_.scale > 0 ? place_.scale : WholeScale(); }
 
   // The pixels that are seen; null when all are.
   QRect Seen() const {
@@ -85,9 +76,9 @@ class ImageView : public QGraphicsView {
   }
 
   // The outlined region and the marked pixel, in pixels.
-  void SetMarks(std::optional<QRect> outline, std::optional<QPointF> place) {
+  void SetMarks(std::optional<QRect> outline, std::optional<QPoint> pixel) {
     outline_ = outline;
-    mark_ = place;
+    mark_ = pixel;
     viewport()->update();
   }
 
@@ -98,36 +89,31 @@ class ImageView : public QGraphicsView {
     setCursor(next ? Qt::CrossCursor : Qt::ArrowCursor);
   }
 
-  const QImage& Picture() const { return image_; }
+  bool HasPicture() const { return !picture_->pixmap().isNull(); }
+  QImage Picture() const { return picture_->pixmap().toImage(); }
   const QString& Note() const { return note_; }
 
  protected:
   void drawBackground(QPainter* painter, const QRectF&) override {
-    painter->setWorldMatrixEnabled(false);
+    painter->resetTransform();
     painter->fillRect(viewport()->rect(), palette().window());
-    if (!image_.isNull())
+    if (HasPicture())
       painter->fillRect(OnScreen(sceneRect()),
                         QBrush(palette().color(QPalette::Mid), Qt::BDiagPattern));
-    painter->setWorldMatrixEnabled(true);
   }
 
   void drawForeground(QPainter* painter, const QRectF&) override {
-    painter->setWorldMatrixEnabled(false);
-    if (image_.isNull()) {
-      PaintNote(*painter);
-    } else {
-      if (drawStart_)
-        DrawSeenEverywhere(*painter, OnScreen(Drawn()));
-      else if (outline_)
-        DrawSeenEverywhere(*painter, OnScreen(*outline_));
-      if (mark_) {
-        const QPointF pixel(std::floor(mark_->x()), std::floor(mark_->y()));
-        const QRectF box = OnScreen(QRectF(pixel, QSizeF(1, 1)));
-        const double grow = std::max(0.0, 3 - box.width() / 2);
-        DrawSeenEverywhere(*painter, box.adjusted(-grow, -grow, grow, grow));
-      }
+    painter->resetTransform();
+    if (!HasPicture()) return PaintNote(*painter);
+    if (drawStart_)
+      DrawSeenEverywhere(*painter, OnScreen(Drawn()));
+    else if (outline_)
+      DrawSeenEverywhere(*painter, OnScreen(*outline_));
+    if (mark_) {
+      const QRectF box = OnScreen(QRect(*mark_, QSize(1, 1)));
+      const double grow = std::max(0.0, 3 - box.width() / 2);
+      DrawSeenEverywhere(*painter, box.adjusted(-grow, -grow, grow, grow));
     }
-    painter->setWorldMatrixEnabled(true);
   }
 
   void resizeEvent(QResizeEvent*) override { LookAt(place_); }
@@ -143,7 +129,7 @@ class ImageView : public QGraphicsView {
   }
 
   void mousePressEvent(QMouseEvent* event) override {
-    if (event->button() != Qt::LeftButton || image_.isNull()) return;
+    if (event->button() != Qt::LeftButton || !HasPicture()) return;
     dragEnd_ = event->position();
     const bool draws = drawsNext_ || (event->modifiers() & Qt::ShiftModifier) != 0;
     if (mayDraw_ && draws)
@@ -160,7 +146,9 @@ class ImageView : public QGraphicsView {
     dragEnd_ = event->position();
     if (drawStart_) viewport()->update();
     const QPointF place = PlaceAt(event->position());
-    pointed(!image_.isNull() && sceneRect().contains(place) ? std::optional(place) : std::nullopt);
+    const QPoint pixel(qFloor(place.x()), qFloor(place.y()));
+    const bool inside = HasPicture() && sceneRect().toRect().contains(pixel);
+    pointed(inside ? std::optional(pixel) : std::nullopt);
   }
 
   void mouseReleaseEvent(QMouseEvent* event) override {
@@ -176,6 +164,15 @@ class ImageView : public QGraphicsView {
   void leaveEvent(QEvent*) override { pointed(std::nullopt); }
 
  private:
+  // The whole image as large as fits, but never so small that a long thin one is not seen.
+  double WholeScale() const {
+    const QSizeF image = sceneRect().size();
+    if (image.isEmpty()) return 1;
+    constexpr double kLeastSide = 24;
+    const double fits = std::min(width() / image.width(), height() / image.height());
+    return std::max(fits, kLeastSide / std::min(image.width(), image.height()));
+  }
+
   // A dark line beside a bright one is seen on every picture.
   static void DrawSeenEverywhere(QPainter& painter, const QRectF& area) {
     painter.setBrush(Qt::NoBrush);
@@ -190,7 +187,9 @@ class ImageView : public QGraphicsView {
     painter.setPen(palette().color(QPalette::Disabled, QPalette::WindowText));
     painter.drawRect(frame.adjusted(0, 0, -1, -1));
     painter.setPen(palette().color(QPalette::WindowText));
-    painter.drawText(frame.adjusted(10, 10, -10, -10), Qt::AlignCenter | Qt::TextWordWrap, note_);
+    QTextOption option(Qt::AlignCenter);
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);  // a long file name is one word
+    painter.drawText(QRectF(frame.adjusted(10, 10, -10, -10)), note_, option);
   }
 
   // Exact, where QGraphicsView's own functions take whole points of the screen.
@@ -211,19 +210,15 @@ class ImageView : public QGraphicsView {
     constexpr double kLargest = 64;
     const QPointF fixed = PlaceAt(position);
     const QPointF offset = (QPointF(viewport()->rect().center()) - position) / scale;
-    const double before = std::exchange(place_.scale, 0);
-    const double whole = Scale();
-    place_.scale = before;
-    Move(scale <= whole ? Place() : Place{fixed + offset, std::min(scale, kLargest)});
+    Move(scale <= WholeScale() ? Place() : Place{fixed + offset, std::min(scale, kLargest)});
   }
 
   QGraphicsScene scene_;
   QGraphicsPixmapItem* picture_ = new QGraphicsPixmapItem;
   Place place_;
-  QImage image_;
   QString note_;
   std::optional<QRect> outline_;
-  std::optional<QPointF> mark_;
+  std::optional<QPoint> mark_;
   std::optional<QPointF> drawStart_;  // in points of the view, as the next
   QPointF dragEnd_;
   bool isPanned_ = false;

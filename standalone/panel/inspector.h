@@ -10,7 +10,7 @@
 
 namespace lumomixcalc::standalone {
 
-// A table of the elements at one pixel, one row an image. Its size never changes.
+// A table of the elements at one pixel, one row for each image. Its size never changes.
 class Inspector : public QWidget {
  public:
   explicit Inspector(const QStringList& images) {
@@ -30,7 +30,7 @@ class Inspector : public QWidget {
     table_->verticalHeader()->setMinimumSectionSize(rowHeight);
     table_->verticalHeader()->setDefaultSectionSize(rowHeight);
     table_->horizontalHeader()->setFixedHeight(rowHeight);
-    // The longest element that is no power of ten.
+    // The longest element without an exponent.
     const int cellWidth = fontMetrics().horizontalAdvance("-0.0012345678") + 8;
     table_->setMinimumWidth(cellWidth * table_->columnCount() +
                             table_->verticalHeader()->sizeHint().width());
@@ -61,7 +61,7 @@ class Inspector : public QWidget {
   }
 
  private:
-  // Single precision's shortest decimals, which read back as the element.
+  // The shortest decimals that read back as the element, in single precision if it is one.
   static QString Decimal(double value) {
     const auto single = static_cast<float>(value);
     return Text(static_cast<double>(single) == value ? ShortestText(single) : ShortestText(value));

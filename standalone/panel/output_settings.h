@@ -63,7 +63,7 @@ class OutputSettings : public QWidget {
     showing_ = false;
   }
 
-  // Tells in the lists what "automatic" comes to; the report may be missing.
+  // Shows in the lists what the automatic choices are; the report may be missing.
   void ShowResolved(const std::optional<RunReport>& report) {
     const bool modeIsOpen = report && mode_->currentIndex() == 0;
     const bool formatIsOpen = report && !report->format.empty() && format_->currentIndex() == 0;
@@ -101,7 +101,7 @@ class OutputSettings : public QWidget {
     changed_();
   }
 
-  // The size of the inputs: the region until another is chosen.
+  // Shows the size of the inputs as the region, until one is chosen.
   void SetImageSize(QSize size) {
     if (!region_ || region_->isChecked()) return;
     showing_ = true;
@@ -123,7 +123,7 @@ class OutputSettings : public QWidget {
   void AddRegion() {
     region_ = Named(new QCheckBox("Region"), "Region");
     region_->setToolTip(
-        "Only this part of the images, in pixels; it can also be drawn on the preview");
+        "Compute only this part of the images, in pixels. It can also be drawn on the preview.");
     auto* const fields = new QGridLayout;
     const int row = grid_->rowCount();
     grid_->addWidget(region_, row, 0);
@@ -143,10 +143,10 @@ class OutputSettings : public QWidget {
 
   void AddResolution() {
     resolution_ = NewSpin("Resolution", 1, "1 : ");
-    resolution_->setToolTip("Input pixels to one output pixel, in both directions");
+    resolution_->setToolTip("Input pixels to one output pixel, in each direction");
     resampling_ = NewChoice("Resampling", {});
     for (const ResamplingMethod& method : kResamplingMethods) resampling_->addItem(method.name);
-    resampling_->setToolTip("How coarser pixels are made");
+    resampling_->setToolTip("How an output pixel is made from several input pixels");
     resampling_->setEnabled(false);
     connect(resolution_, &QSpinBox::valueChanged,
             [this](int value) { resampling_->setEnabled(value > 1); });
@@ -159,7 +159,8 @@ class OutputSettings : public QWidget {
     looks_ = {NewSpin("Looks, columns", 1, "columns "), NewSpin("Looks, rows", 1, "rows ")};
     for (QSpinBox* const spin : looks_) {
       spin->setToolTip(
-          "Results of so many columns and rows are averaged; the preview shows single ones");
+          "Average the results over blocks of this size. The preview of a large image averages "
+          "fewer.");
       connect(spin, &QSpinBox::valueChanged, changed_);
     }
     AddRow(*grid_, "Looks", SideBySide({looks_[0], looks_[1]}));

@@ -47,8 +47,8 @@ Job ReadCommand(const std::string& command, HostState& host) {
     Options options = ReadOptions(ArgumentsOf(command), host.registration);
     const bool runs = options.action == Options::Action::kRun && !options.job.part;
     if (!runs && options.action != Options::Action::kPanel)
-      throw WrongCommandLine("the panel takes the command of a whole run alone");
-    // What a start without options has, as the usage text tells.
+      throw WrongCommandLine("the panel takes only commands of whole runs");
+    // The defaults of a start without options, as in the usage text.
     SetNumbers(host.panelRows, RowNumbers(before.size()));
     std::vector<std::string> arguments = {"-a=1", "-b=1", "-operator=a1+b2"};
     std::ranges::copy(options.applicationArguments, std::back_inserter(arguments));

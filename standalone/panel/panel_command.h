@@ -1,4 +1,4 @@
-// The settings of the panel as a command, by which they are kept and pasted.
+// The settings of the panel as a command, in which they are kept and pasted.
 #pragma once
 
 #include <string>
@@ -9,8 +9,8 @@
 
 namespace lumomixcalc::standalone {
 
-// The numbers of the application's that the rows are bound to, in their order. Only for the thread
-// that calls the application back, as all functions here.
+// The application's numbers that the rows are bound to, in their order. Call the functions of this
+// file only in the thread that calls the application back.
 using RowNumbers = std::vector<double>;
 RowNumbers NumbersOf(const std::vector<PanelRow>& rows);
 
@@ -21,7 +21,8 @@ void SetNumbers(const std::vector<PanelRow>& rows, const RowNumbers& numbers);
 // WrongCommandLine with nothing changed.
 Job ReadCommand(const std::string& command, HostState& host);
 
-// A command from which ReadCommand gets the settings back. Files have names: any may be missing.
+// A command from which ReadCommand gets the settings back. Files are named, since any may be
+// missing.
 std::string PanelCommand(Job job, HostState& host);
 
 }  // namespace lumomixcalc::standalone

@@ -22,7 +22,8 @@ QString FaultOf(const NumberField& field) {
       .arg(field.accessibleName(), field.text());
 }
 
-// "GTiff, complex float (cfloat32), 1200 x 800, 1 band, 7.3 MB"; the format only once there is one.
+// "GTiff, complex float (cfloat32), 1200 x 800, 1 band, 7.3 MB"; without a format that is not
+// known.
 QString SummaryOf(const RunReport& report) {
   const DataMode& mode = *FindDataMode(report.mode);
   const std::size_t bands = report.bands.size();
@@ -43,7 +44,7 @@ void MakeReadOnly(QPlainTextEdit& edit, int lines) {
   edit.setTabChangesFocus(true);
 }
 
-// What the panel showed last; the application then has its numbers.
+// What the panel showed last. The application gets its numbers.
 Job RecalledJob(HostState& host) {
   try {
     return ReadCommand(QSettings().value("command").toString().toStdString(), host);
@@ -115,7 +116,7 @@ QWidget* PanelWindow::MakeSettings() {
   return settings_;
 }
 
-// The settings, which scroll on a low screen, over what stays in sight.
+// The settings, which scroll on a low screen, above what is always visible.
 QWidget* PanelWindow::MakeSide() {
   auto* const scroll = new QScrollArea;
   scroll->setWidget(MakeSettings());
@@ -128,7 +129,7 @@ QWidget* PanelWindow::MakeSide() {
   resolved_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
   resolved_->setFixedHeight(resolved_->fontMetrics().lineSpacing());
   MakeReadOnly(*notes_, 3);
-  notes_->setPlaceholderText("What to know before the run");
+  notes_->setPlaceholderText("Problems and warnings before the run");
   auto* const side = new QWidget;
   auto* const layout = NewLayout<QVBoxLayout>(side);
   layout->addWidget(scroll, 1);
@@ -179,7 +180,7 @@ void PanelWindow::AddShortcuts() {
   qApp->installEventFilter(this);
 }
 
-// A text field claims Ctrl+C also when nothing in it is selected; then it shall copy the command.
+// A text field takes Ctrl+C even when nothing in it is selected; it must then copy the command.
 bool PanelWindow::eventFilter(QObject* watched, QEvent* event) {
   const auto* const edit = qobject_cast<QLineEdit*>(watched);
   if (!edit || event->type() != QEvent::ShortcutOverride) return false;
@@ -219,7 +220,9 @@ void PanelWindow::dragEnterEvent(QDragEnterEvent* event) {
   event->setAccepted(!running_ && event->mimeData()->hasUrls());
 }
 
-void PanelWindow::dropEvent(QDropEvent* event) { files_->Take(DroppedFiles(*event->mimeData())); }
+void PanelWindow::dropEvent(QDropEvent* event) {
+  files_->Take(event->mimeData()->urls(), mapToGlobal(event->position().toPoint()));
+}
 
 Job PanelWindow::CurrentJob() const {
   Job job = base_;
@@ -277,7 +280,7 @@ void PanelWindow::ShowFindings(const Findings& findings) {
   ShowNotes();
 }
 
-// What the user should know before the run: faults of fields, else what the check found.
+// Shows problems of fields, or else of the run, and warnings.
 void PanelWindow::ShowNotes() {
   QStringList notes = files_->Faults();
   if (const NumberField* const fault = rows_->FirstFault()) notes << FaultOf(*fault);
@@ -285,7 +288,7 @@ void PanelWindow::ShowNotes() {
   if (const QString input = files_->InputToBeReplaced(); !input.isEmpty())
     notes << QString("%1 is %2: the run replaces it").arg(files_->Output().objectName(), input);
   if (findings_.report && findings_.beyondMode > 0)
-    notes << QString("%1 % of the elements seen are beyond %2 and are stored as its limits")
+    notes << QString("%1 % of the elements shown are out of range for %2 and stored as its limits")
                  .arg(100.0 * static_cast<double>(findings_.beyondMode) /
                           static_cast<double>(findings_.elements),
                       0, 'g', 3)
@@ -299,7 +302,7 @@ void PanelWindow::ShowNotes() {
 void PanelWindow::Refresh() {
   if (!worker_) return;  // still being made
   preview_->SetRegion(output_->Region());
-  // Without a command for what the fields say; the preview keeps the last numbers.
+  // There is no command for these fields, and the preview keeps the last numbers.
   if (rows_->FirstFault()) return ShowCommand("");
   copy_->setEnabled(false);  // until the command is the current one again
   preview_->Await();
@@ -310,14 +313,14 @@ void PanelWindow::ShowCommand(const std::string& command) {
   const bool faulty = rows_->FirstFault();
   const bool known = !faulty && !command.empty();
   command_->setText(known    ? Text(command)
-                    : faulty ? "a number is not understood"
+                    : faulty ? "correct the marked number first"
                              : "choose an input and the output file first");
   command_->setCursorPosition(0);
   command_->setEnabled(known);
   copy_->setEnabled(known);
 }
 
-// The job to run, or none when the user must or wants to change something first.
+// The job to run, or none when something is missing or the user declines.
 std::optional<Job> PanelWindow::JobToRun() {
   if (NumberField* const fault = rows_->FirstFault()) {
     messages_->appendPlainText(FaultOf(*fault));
@@ -328,8 +331,7 @@ std::optional<Job> PanelWindow::JobToRun() {
   const DeclaredStream& stream = host_.registration.Output();
   const auto output = job.files.find(stream.number);
   if (output == job.files.end()) {
-    messages_->appendPlainText("There is no file to write: choose one as " + Text(stream.label) +
-                               ".");
+    messages_->appendPlainText(Text(stream.label) + " is empty: choose the file to write.");
     return std::nullopt;
   }
   const QFileInfo existing(Text(output->second));
@@ -398,7 +400,7 @@ bool PanelWindow::UserAgrees(const QString& question, const QString& yes, const 
 }
 
 void PanelWindow::closeEvent(QCloseEvent* event) {
-  // The run may end before the question is answered; either answer is then right.
+  // The run may end before the answer; both answers are then right.
   const bool close = !running_ || UserAgrees("A run is in progress. Stop it and close?",
                                              "Stop the run and close", "Keep running");
   event->setAccepted(close);

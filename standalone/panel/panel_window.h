@@ -16,19 +16,15 @@ class OutputSettings;
 class PreviewPane;
 class RowsView;
 
-// The application's panel: its files and rows, the part of the files to use and how to store the
-// result, the run, and a live preview. It knows only what the application declared and described.
+// The application's panel: files, rows, the part of the files to use, how to store the result, the
+// run, and a live preview. It knows only what the application declared and described.
 class PanelWindow : public QWidget {
  public:
-  // host holds the registration and the rows; first is what the panel shows first, none for what it
-  // showed last. Nothing else may touch the host, or what the rows are bound to, while the window
-  // lives.
+  // first is what the panel shows at its start; none for what it showed last. Nothing else may
+  // touch the host, or what its rows are bound to, while the window lives.
   PanelWindow(HostState& host, const std::optional<Job>& first);
   // Cancels a run without a question, and keeps size, display and settings for the next start.
   ~PanelWindow() override;
-
-  // Shows what a check says of the run before it is made.
-  void ShowFindings(const Findings& findings);
 
  protected:
   void closeEvent(QCloseEvent* event) override;
@@ -51,6 +47,7 @@ class PanelWindow : public QWidget {
   void ShowJob(const Job& job);
   void TakeRows();
   void TakeChange();
+  void ShowFindings(const Findings& findings);
   void ShowNotes();
   void Refresh();
   std::optional<Job> JobToRun();
@@ -62,7 +59,7 @@ class PanelWindow : public QWidget {
   bool UserAgrees(const QString& question, const QString& yes, const QString& no);
 
   HostState& host_;
-  Job base_;  // what the fields do not show is as in this job
+  Job base_;  // holds the settings that have no field
   QWidget* settings_ = new QWidget;
   FilesView* files_ = nullptr;
   RowsView* rows_ = nullptr;

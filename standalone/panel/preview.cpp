@@ -18,6 +18,8 @@
 namespace lumomixcalc::standalone {
 namespace {
 
+constexpr const char* kOutside = "This image has no pixels here.";
+
 // The name under which GDAL opens elements in memory.
 std::string NameOf(std::span<const float> values, int columns, int rows, bool complex) {
   char address[32] = {};
@@ -26,8 +28,8 @@ std::string NameOf(std::span<const float> values, int columns, int rows, bool co
                     complex ? "CFloat32" : "Float32");
 }
 
-// One direction of a grid: cells of so many pixels from an origin of the run's on, as many as it
-// takes to cover what is seen and the image has.
+// Cells of a grid in one direction: each of so many pixels, aligned to the run's origin, as many as
+// cover what is seen and lie inside the image.
 struct Cells {
   int first = 0;
   int count = 0;
@@ -39,17 +41,17 @@ Cells CellsOf(int seenFirst, int seenCount, int origin, int cell, int imageCount
   return {first, std::min(needed, (imageCount - first) / cell)};
 }
 
-// The pixels of an input that show what is seen: every pixel or, of more than suffice, one of
-// step x step. Coarser pixels of the run are its own, and begin where they do.
+// The pixels of an input that are read to show what is seen: every pixel, or one of n x n where
+// there are too many. Where the run's own pixels are coarser, they begin at the same places.
 OutputGrid GridFor(const View& view, const QSize& image, const OutputGrid& run) {
   const QRect all(QPoint(0, 0), image);
   const QRect seen = view.seen.isNull() ? all : view.seen & all;
-  if (seen.isEmpty()) throw Failure("Nothing of this image lies here.");
+  if (seen.isEmpty()) throw Failure(kOutside);
   const double pixels = static_cast<double>(seen.width()) * seen.height();
   const int needed = static_cast<int>(std::ceil(std::sqrt(pixels / view.elements)));
   OutputGrid grid;
   grid.resolution = std::max(run.resolution, std::min({needed, seen.width(), seen.height()}));
-  // Of a run's block of looks what is left at this step.
+  // A block of the run's looks, or as much of it as this resolution leaves.
   const auto cell = [&](int looks) {
     return grid.resolution * std::max(1, looks * run.resolution / grid.resolution);
   };
@@ -58,7 +60,7 @@ OutputGrid GridFor(const View& view, const QSize& image, const OutputGrid& run) 
   const int ny = cell(run.looks.y);
   const Cells x = CellsOf(seen.x(), seen.width(), run.window.x, nx, image.width());
   const Cells y = CellsOf(seen.y(), seen.height(), run.window.y, ny, image.height());
-  if (x.count <= 0 || y.count <= 0) throw Failure("Nothing of this image lies here.");
+  if (x.count <= 0 || y.count <= 0) throw Failure(kOutside);
   grid.window = {x.first, y.first, x.count * nx, y.count * ny};
   grid.looks = {nx / n, ny / n};
   grid.columns = x.count;
@@ -85,7 +87,7 @@ PreviewImage ReadInput(const DeclaredStream& stream, const Job& job, const View&
   const std::size_t rowFloats =
       static_cast<std::size_t>(grid.columns) * static_cast<std::size_t>(input.Parts());
   image.values.resize(rowFloats * static_cast<std::size_t>(grid.rows));
-  // Piece by piece, so that a slow file keeps nobody waiting for a newer preview.
+  // In pieces, so that a newer preview does not wait for a slow file.
   constexpr int kPieceRows = 32;
   for (int row = 0; row < grid.rows; row += kPieceRows) {
     if (stop.stop_requested()) throw Cancelled();
@@ -150,8 +152,8 @@ std::set<int> PreviewMaker::StreamsUsed() const {
   return streams;
 }
 
-// A run that is checked only. Where it fails because of its output, or has none, the report is that
-// of the same run into any file.
+// Checks a run without making it. Where it fails because of its output, or has none, the report is
+// that of the same run with another output.
 Findings PreviewMaker::Check(const Job& asked) const {
   Findings findings;
   Job job = asked;
@@ -216,7 +218,7 @@ bool PreviewMaker::UpdateInput(const DeclaredStream& stream, const Job& job, con
   return true;
 }
 
-// The result of the inputs that are kept. Throws Failure, Cancelled, Desisted.
+// Computes the result from the inputs in memory. Throws Failure, Cancelled, Desisted.
 PreviewImage PreviewMaker::Result(const Job& job, Findings& findings,
                                   const std::stop_token& stop) const {
   PreviewImage result;
@@ -277,7 +279,7 @@ Findings PreviewMaker::Make(const Job& job, const Job& ofTheRun, const View& vie
   return findings;
 }
 
-// The pixels of the run's block at hand, computed from the files as the run does. Throws Failure.
+// The result at a pixel, computed from the files as the run does it. Throws Failure.
 Inspection::Element PreviewMaker::ResultElement(Job job, int band, QPoint pixel) const {
   const std::optional<RunReport> report = Check(job).report;
   if (!report) throw Failure("no run");

@@ -20,25 +20,25 @@
 
 namespace lumomixcalc::standalone {
 
-// A part of an input or of the result, as it is shown: its grid tells where it lies.
+// A part of an input or of the result, as it is shown; its grid says where it lies.
 struct PreviewImage : MemoryRaster {
   QSize fullSize;    // pixels of the whole input
   int bands = 0;     // of the input
   std::string note;  // why there are no values
 };
 
-// What is looked at.
+// What is shown of the images.
 struct View {
   int band = 1;
   QRect seen;                 // in pixels of the inputs; null for all of them
-  double elements = 1 << 20;  // that suffice to show it; at most so many are read and computed
+  double elements = 1 << 20;  // at most so many are read and computed
   bool operator==(const View&) const = default;
 };
 
-// What a check says of the run before it is made.
+// What a check says about a run.
 struct Findings {
-  std::optional<RunReport> report;    // of a run that computes nothing
-  std::string failure;                // why the run would fail; empty when it would not
+  std::optional<RunReport> report;    // of the planned run
+  std::string failure;                // why the run would fail, or empty
   std::vector<std::string> warnings;  // that the run would give
   std::set<int> streams;              // that the run reads and writes
   std::uint64_t beyondMode = 0;       // elements of the preview that the mode cannot hold
@@ -61,10 +61,10 @@ struct Inspection {
 Job OfStreams(Job job, const std::set<int>& streams);
 
 // Makes previews and looks up single elements. It keeps what it read of the inputs in memory, so
-// that other coefficients or another operator cost no more than the result.
+// that for other coefficients or another operator only the result is computed.
 class PreviewMaker {
  public:
-  // Called with each image as soon as it is there, the inputs by their position, the result last.
+  // Called with each image as soon as it is ready: the inputs by their position, the result last.
   using Show = std::function<void(std::size_t position, const PreviewImage& image)>;
 
   explicit PreviewMaker(HostState& host) : host_(host) {}
@@ -79,14 +79,14 @@ class PreviewMaker {
   Findings Make(const Job& job, const Job& ofTheRun, const View& view, const std::stop_token& stop,
                 const Show& show);
 
-  // Reads and computes the elements at a pixel from the files. Elements that cannot be had are
-  // missing.
+  // Reads and computes the elements at a pixel from the files. Those that cannot be read or
+  // computed are missing.
   Inspection Inspect(const Job& job, int band, QPoint pixel);
 
  private:
   struct KeptInput {
-    // File, its time and size, what is seen of it and how its elements are made of it: another when
-    // the image is.
+    // The file, its time and size, what is shown of it, and how its elements are made: when one of
+    // these changes, the image is read again.
     std::tuple<std::string, std::filesystem::file_time_type, std::uintmax_t, View, ElementRules,
                std::vector<std::string>>
         key;

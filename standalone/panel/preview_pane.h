@@ -11,12 +11,12 @@
 
 namespace lumomixcalc::standalone {
 
-// The images of a preview, with the choices of how they are shown and the elements under the
-// pointer. All show the same place.
+// The images of a preview, the choices of how they are shown, and the elements under the pointer.
+// All images show the same place.
 class PreviewPane : public QWidget {
  public:
   std::function<void(QRect pixels)> regionDrawn;
-  std::function<void()> viewChanged;  // another View() is wanted
+  std::function<void()> viewChanged;  // View() has changed
   std::function<void(QPoint pixel)> elementAsked;
 
   // titles: of the inputs and of the result.
@@ -48,7 +48,7 @@ class PreviewPane : public QWidget {
     pane.Raster().Dim(false);
   }
 
-  // A new preview is being made: says so if it takes long.
+  // A new preview is being made: shows that if it takes long.
   void Await() {
     if (!patience_.isActive()) patience_.start();
   }
@@ -63,8 +63,8 @@ class PreviewPane : public QWidget {
     band_->setMaximum(bands);
     bandLabel_->setVisible(bands > 1);
     band_->setVisible(bands > 1);
-    // The elements under a pointer at rest may have changed.
-    if (pointed_) elementAsked(Pixel());
+    // The elements under the pointer may have changed.
+    if (pointed_) elementAsked(*pointed_);
   }
 
   void ShowElements(const Inspection& found) {
@@ -88,7 +88,7 @@ class PreviewPane : public QWidget {
   // The size of the images; empty while there is none.
   QSize ImageSize() const { return size_; }
 
-  // What the preview must show.
+  // What the preview must show, for the images that are visible.
   struct View View() const {
     struct View view;
     view.band = band_->value();
@@ -129,7 +129,7 @@ class PreviewPane : public QWidget {
       bar.addWidget(box);
     }
     draw_->setCheckable(true);
-    draw_->setToolTip("Draw the region to compute on an image; or drag with the shift key");
+    draw_->setToolTip("Draw the region to compute on an image, or drag with the Shift key held");
     connect(draw_, &QPushButton::toggled, [this] { SetDrawing(); });
     bar.addWidget(draw_);
     band_->setRange(1, 1);
@@ -145,13 +145,13 @@ class PreviewPane : public QWidget {
     for (const QString& title : titles) {
       auto* const pane = new ImagePane(title, *choices_["stretch"]);
       ImageView& view = pane->Raster();
-      view.pointed = [this](auto place) { Point(place); };
+      view.pointed = [this](auto pixel) { Point(pixel); };
       view.drawn = [this](const QRect& pixels) {
         draw_->setChecked(false);
         regionDrawn(pixels);
       };
       view.moved = [this](const Place& place) { LookAt(place); };
-      view.setToolTip("Wheel: zoom. Drag: move. Double click: one to one, and back to the whole.");
+      view.setToolTip("Wheel: zoom. Drag: move. Double click: one to one, or the whole again.");
       choices_[title] = &pane->Part();
       choices_[title + "-colours"] = &pane->Colours();
       panes_.push_back(pane);
@@ -162,13 +162,12 @@ class PreviewPane : public QWidget {
   }
 
   void AddShortcuts() {
-    connect(new QShortcut(Qt::CTRL | Qt::Key_0, this), &QShortcut::activated,
-            [this] { LookAt({}); });
-    connect(new QShortcut(Qt::CTRL | Qt::Key_L, this), &QShortcut::activated, [this] {
+    new QShortcut(Qt::CTRL | Qt::Key_0, this, [this] { LookAt({}); });
+    new QShortcut(Qt::CTRL | Qt::Key_L, this, [this] {
       for (ImagePane* const pane : panes_) pane->ResetLimits();
     });
-    connect(new QShortcut(Qt::CTRL | Qt::Key_1, this), &QShortcut::activated, [this] {
-      const QRectF all(QPointF(0, 0), size_);
+    new QShortcut(Qt::CTRL | Qt::Key_1, this, [this] {
+      const QRect all(QPoint(0, 0), size_);
       LookAt({place_.scale > 0 ? place_.centre : pointed_.value_or(all.center()), 1});
     });
   }
@@ -189,7 +188,7 @@ class PreviewPane : public QWidget {
     place_ = place;
     for (ImagePane* const pane : panes_) pane->Raster().LookAt(place);
     const double percent = place.scale * 100;
-    zoom_->setText(place.scale > 0 ? QString("%1 %").arg(percent, 0, 'g', 3) : QString());
+    zoom_->setText(percent > 0 ? QString("%1 %").arg(percent, 0, 'f', percent < 10 ? 2 : 0) : "");
     viewChanged();
   }
 
@@ -202,18 +201,14 @@ class PreviewPane : public QWidget {
     for (ImagePane* const pane : panes_) pane->Raster().SetMarks(region_, pointed_);
   }
 
-  QPoint Pixel() const {
-    return {static_cast<int>(pointed_->x()), static_cast<int>(pointed_->y())};
-  }
-
-  void Point(std::optional<QPointF> place) {
-    pointed_ = place;
+  void Point(std::optional<QPoint> pixel) {
+    pointed_ = pixel;
     ShowMarks();
-    place ? elementAsked(Pixel()) : inspector_->Show(std::nullopt);
+    pixel ? elementAsked(*pixel) : inspector_->Show(std::nullopt);
   }
 
   std::optional<QRect> region_;
-  std::optional<QPointF> pointed_;
+  std::optional<QPoint> pointed_;  // the pixel
   Place place_;
   QSize size_;
   std::map<std::size_t, int> bands_;       // of the inputs, by position

@@ -12,8 +12,8 @@
 
 namespace lumomixcalc::standalone {
 
-// Shows the rows of any panel and their help. It keeps numbers of its own and reads the elements'
-// addresses only while it is made.
+// Shows the rows of any panel and their help. It keeps its own numbers and reads the elements'
+// addresses only in its constructor.
 class RowsView : public QWidget {
  public:
   // changed is called at every change by the user, also when a text stops being a number.
@@ -44,7 +44,7 @@ class RowsView : public QWidget {
     Show(NumbersOf(rows));
   }
 
-  // What the rows show; of a field whose text is no number, the last that it was.
+  // What the rows show; for a field whose text is no number, its last number.
   const RowNumbers& Numbers() const { return numbers_; }
 
   // Shows other numbers; changed is not called.
@@ -55,21 +55,21 @@ class RowsView : public QWidget {
     showing_ = false;
   }
 
-  // The first field whose text is no number; null when there is none.
+  // The first field whose text is no number, or null.
   NumberField* FirstFault() const {
     const auto fault = std::ranges::find_if(fields_, &NumberField::HasFault);
     return fault == fields_.end() ? nullptr : *fault;
   }
 
  private:
-  // The help entry of a key is in the file of its name, lower case and with dashes for blanks.
+  // The help entry of a key is the file of that name in lower case, with dashes for blanks.
   static QString HelpText(const std::string& key) {
     QFile file(":/help/" + Text(key).toLower().replace(' ', '-') + ".md");
     if (file.open(QIODevice::ReadOnly)) return QString::fromUtf8(file.readAll());
     return QString("There is no help entry for \u201c%1\u201d.").arg(Text(key));
   }
 
-  // Opens the entry in a window of its own beside this one.
+  // Opens the entry in its own window.
   void ShowHelp(const std::string& key) {
     auto* const dialog = Named(new QDialog(window()), "Help");
     dialog->setAttribute(Qt::WA_DeleteOnClose);

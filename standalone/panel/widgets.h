@@ -2,8 +2,6 @@
 
 #include <QtWidgets>
 #include <algorithm>
-#include <bit>
-#include <cstdint>
 #include <cstdlib>
 #include <functional>
 #include <initializer_list>
@@ -18,8 +16,8 @@ namespace lumomixcalc::standalone {
 
 inline QString Text(const std::string& text) { return QString::fromStdString(text); }
 
-// A message of the run host in the words of the panel: fields in place of options. An option that
-// no field stands for keeps its name.
+// A message of the run host in the words of the panel: the names of fields in place of options. An
+// option without a field keeps its name.
 inline QString OfFields(const std::string& message) {
   static constexpr std::pair<const char*, const char*> kWords[] = {
       {"; -overwrite replaces it", ""},
@@ -43,7 +41,8 @@ inline QString OfFields(const std::string& message) {
   return text;
 }
 
-// Gives a widget the name that tests find it by, and the one that screen readers say if it differs.
+// Gives a widget the name that tests find it by, and the one that screen readers say, by default
+// the same.
 template <typename Widget>
 Widget* Named(Widget* widget, const QString& name, const QString& spoken = {}) {
   widget->setObjectName(name);
@@ -57,7 +56,7 @@ inline QLabel* NewLabel(const QString& text, QWidget* labelled) {
   return label;
 }
 
-// Adds a row that begins with a label and its widget; returns the row's number.
+// Adds a row of a label and its widget; returns the row's number.
 inline int AddRow(QGridLayout& grid, const QString& label, QWidget* widget) {
   const int row = grid.rowCount();
   grid.addWidget(NewLabel(label, widget), row, 0);
@@ -71,7 +70,7 @@ inline QComboBox* NewChoice(const QString& name, const QStringList& items) {
   return box;
 }
 
-// A layout that uses the whole of its widget.
+// A layout without margins.
 template <typename Layout>
 Layout* NewLayout(QWidget* widget) {
   auto* const layout = new Layout(widget);
@@ -79,7 +78,7 @@ Layout* NewLayout(QWidget* widget) {
   return layout;
 }
 
-// Puts widgets side by side into one, all as wide.
+// A widget with these side by side, all of one width.
 inline QWidget* SideBySide(std::initializer_list<QWidget*> widgets) {
   auto* const together = new QWidget;
   auto* const layout = NewLayout<QHBoxLayout>(together);
@@ -87,7 +86,7 @@ inline QWidget* SideBySide(std::initializer_list<QWidget*> widgets) {
   return together;
 }
 
-// Frames a field whose text cannot be used, in a red that stands out from light and from dark
+// Frames a field whose text cannot be used, in a red that stands out on light and dark
 // backgrounds. The field keeps its height.
 inline void MarkFault(QLineEdit& field, bool faulty) {
   field.setMinimumHeight(std::max(field.minimumHeight(), field.sizeHint().height()));
@@ -99,7 +98,7 @@ inline void MarkFault(QLineEdit& field, bool faulty) {
 // inf and nan, and would not keep the bits of a float.
 class NumberField : public QLineEdit {
  public:
-  // Called with every new value as it is typed, and with none when the text stops being a number.
+  // Called at every change of the text: with its value, or with none when it is no number.
   using Changed = std::function<void(std::optional<float> value)>;
 
   NumberField(int width, float step, Changed changed) : step_(step), changed_(std::move(changed)) {
@@ -128,9 +127,9 @@ class NumberField : public QLineEdit {
   }
 
  private:
-  // Reads a number as people type or paste it: as ParseFloat does, and with blanks around it, a
-  // decimal comma in place of the point, or a typographic minus. None for anything else: a number
-  // with both point and comma could mean two things.
+  // Reads a number as people type or paste it: what ParseFloat takes, also with blanks around it, a
+  // decimal comma, or a typographic minus. A number with both point and comma is refused: it could
+  // mean two things.
   static std::optional<float> Parse(const QString& text) {
     QString number = text.trimmed();
     number.replace(QChar(u'\u2212'), '-');
@@ -139,16 +138,10 @@ class NumberField : public QLineEdit {
   }
 
   void Read() {
-    const std::optional<float> value = Parse(text());
-    // Compares bits: -0 is another value than 0.
-    if (value && value_
-            ? std::bit_cast<std::uint32_t>(*value) == std::bit_cast<std::uint32_t>(*value_)
-            : !value && !value_)
-      return;
-    value_ = value;
-    MarkFault(*this, !value);
-    setToolTip(value ? "" : "Not a number that can be used. Examples: 1.5, -2e-3, 0,25");
-    changed_(value);
+    value_ = Parse(text());
+    MarkFault(*this, !value_);
+    setToolTip(value_ ? "" : "Not a number that can be used. Examples: 1.5, -2e-3, 0,25");
+    changed_(value_);
   }
 
   // As if the user typed it: setText would forget what can be undone.

@@ -127,7 +127,7 @@ TEST_F(PanelWindowTest, AsksBeforeItReplacesAFileAndNamesAnInput) {
   Set("Run");
   Set("Save");
   Set("Run");
-  EXPECT_TRUE(Told("no file to write"));
+  EXPECT_TRUE(Told("Save is empty"));
 }
 
 TEST_F(PanelWindowTest, NumbersAreReadAsPeopleTypeThemAndOtherTextsKeepItFromRunning) {
