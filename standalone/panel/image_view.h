@@ -33,7 +33,7 @@ class ImageView : public QGraphicsView {
     setViewportUpdateMode(FullViewportUpdate);
   }
 
-  std::function<void(const Place& place)> moved;             // by the user
+  std::function<void(const Place& place)> moved;             // or resized
   std::function<void(std::optional<QPoint> pixel)> pointed;  // none outside the image
   std::function<void(const QRect& pixels)> drawn;            // a region, at least one pixel
 
@@ -116,7 +116,7 @@ class ImageView : public QGraphicsView {
     }
   }
 
-  void resizeEvent(QResizeEvent*) override { LookAt(place_); }
+  void resizeEvent(QResizeEvent*) override { Move(place_); }
 
   void wheelEvent(QWheelEvent* event) override {
     constexpr double kStep = 1.25;
@@ -208,9 +208,9 @@ class ImageView : public QGraphicsView {
   // What lies at the position stays there. No smaller than the whole image.
   void Zoom(double scale, QPointF position) {
     constexpr double kLargest = 64;
-    const QPointF fixed = PlaceAt(position);
-    const QPointF offset = (QPointF(viewport()->rect().center()) - position) / scale;
-    Move(scale <= WholeScale() ? Place() : Place{fixed + offset, std::min(scale, kLargest)});
+    scale = std::min(scale, kLargest);
+    const QPointF toMiddle = QPointF(viewport()->rect().center()) - position;
+    Move(scale > WholeScale() ? Place{PlaceAt(position) + toMiddle / scale, scale} : Place());
   }
 
   QGraphicsScene scene_;

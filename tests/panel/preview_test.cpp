@@ -64,15 +64,20 @@ TEST_F(PanelWindowTest, AllImagesShowTheSamePlaceDownToSinglePixels) {
   QTest::mouseDClick(file1.viewport(), Qt::LeftButton, Qt::NoModifier, PointOf(file1, place));
   EXPECT_EQ(result.Scale(), 1);
   EXPECT_TRUE(WaitFor([&] { return result.Picture().width() < 1250; }));
+  Set("Images shown", "Result");
+  EXPECT_TRUE(WaitFor([&] { return result.Picture().width() >= result.width(); }));
+  Set("Images shown", "Side by side");
   ExpectElements(place, kFile2, Ramp);
-  const QPoint fixed = PointOf(result, place);
-  QWheelEvent wheel(fixed, result.mapToGlobal(fixed), {}, {0, 360}, Qt::NoButton, Qt::NoModifier,
+  const QPoint fixed(50, 40);
+  const QPointF there = result.viewportTransform().inverted().map(QPointF(fixed));
+  QWheelEvent wheel(fixed, result.mapToGlobal(fixed), {}, {0, 3600}, Qt::NoButton, Qt::NoModifier,
                     Qt::NoScrollPhase, false);
   QApplication::sendEvent(result.viewport(), &wheel);
-  EXPECT_GT(file1.Scale(), 1.9);
-  EXPECT_LE((PointOf(result, place) - fixed).manhattanLength(), 2);
+  EXPECT_EQ(file1.Scale(), 64);
+  EXPECT_EQ(Find<QLabel>("Zoom").text(), "6400 %");
+  EXPECT_LE((PointOf(result, there) - fixed).manhattanLength(), 2);
   Drag(*file1.viewport(), {50, 50}, {90, 70});
-  EXPECT_LE((PointOf(result, place) - fixed - QPoint(40, 20)).manhattanLength(), 3);
+  EXPECT_LE((PointOf(result, there) - fixed - QPoint(40, 20)).manhattanLength(), 3);
 }
 
 TEST_F(PanelWindowTest, DraggingWithShiftChoosesTheRegion) {
