@@ -48,9 +48,10 @@ class Inspector : public QWidget {
   void Show(const std::optional<Inspection>& found) {
     QString place = "Point at an image to read its elements.";
     if (found) place = QString("Column %1, row %2").arg(found->pixel.x()).arg(found->pixel.y());
-    if (found && found->map)
+    if (found && found->map)  // in metres to the millimetre, in degrees to far less
       place += QString("    on the map %1, %2")
-                   .arg(Text(ShortestText((*found->map)[0])), Text(ShortestText((*found->map)[1])));
+                   .arg(found->map->front(), 0, 'g', 10)
+                   .arg(found->map->back(), 0, 'g', 10);
     place_->setText(place);
     for (int row = 0; row < table_->rowCount(); ++row) {
       const auto i = static_cast<std::size_t>(row);

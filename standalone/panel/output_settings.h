@@ -54,22 +54,21 @@ class OutputSettings : public QWidget {
     looks_[0]->setValue(selection.looks.x);
     looks_[1]->setValue(selection.looks.y);
     mode_->setCurrentIndex(job.mode ? job.mode->code + 1 : 0);
-    const QString format = Text(job.format);
     // A format that cannot write is shown as given; the run then says what is wrong with it.
-    if (!format.isEmpty() && format_->findText(format, Qt::MatchFixedString) < 0)
-      format_->addItem(format);
-    format_->setCurrentIndex(format.isEmpty() ? 0
-                                              : format_->findText(format, Qt::MatchFixedString));
+    const QString format = job.format.empty() ? format_->itemText(0) : Text(job.format);
+    if (format_->findText(format, Qt::MatchFixedString) < 0) format_->addItem(format);
+    format_->setCurrentIndex(format_->findText(format, Qt::MatchFixedString));
     showing_ = false;
   }
 
   // Shows in the lists what the automatic choices are; the report may be missing.
   void ShowResolved(const std::optional<RunReport>& report) {
-    const bool modeIsOpen = report && mode_->currentIndex() == 0;
-    const bool formatIsOpen = report && !report->format.empty() && format_->currentIndex() == 0;
-    mode_->setItemText(
-        0, kAnyMode + (modeIsOpen ? " (" + WordsFor(*FindDataMode(report->mode)) + ")" : ""));
-    format_->setItemText(0, kAnyFormat + (formatIsOpen ? " (" + Text(report->format) + ")" : ""));
+    const auto show = [](QComboBox& box, const QString& automatic, const QString& choice) {
+      const bool known = box.currentIndex() == 0 && !choice.isEmpty();
+      box.setItemText(0, known ? automatic + " (" + choice + ")" : automatic);
+    };
+    show(*mode_, kAnyMode, report ? WordsFor(*FindDataMode(report->mode)) : "");
+    show(*format_, kAnyFormat, report ? Text(report->format) : "");
   }
 
   void Apply(Job& job) const {
@@ -94,19 +93,14 @@ class OutputSettings : public QWidget {
   }
 
   void SetRegion(const QRect& pixels) {
-    showing_ = true;  // one change, not five
     SetSpins(pixels);
     region_->setChecked(true);
-    showing_ = false;
-    changed_();
+    changed_();  // also when a region was chosen before
   }
 
   // Shows the size of the inputs as the region, until one is chosen.
   void SetImageSize(QSize size) {
-    if (!region_ || region_->isChecked()) return;
-    showing_ = true;
-    SetSpins(QRect(QPoint(0, 0), size));
-    showing_ = false;
+    if (region_ && !region_->isChecked()) SetSpins(QRect(QPoint(0, 0), size));
   }
 
  private:
@@ -177,9 +171,12 @@ class OutputSettings : public QWidget {
     AddRow(*grid_, format_->objectName(), format_);
   }
 
+  // changed is not called.
   void SetSpins(const QRect& pixels) {
+    const bool showing = std::exchange(showing_, true);
     const std::array values = {pixels.x(), pixels.y(), pixels.width(), pixels.height()};
     for (std::size_t i = 0; i < spins_.size(); ++i) spins_[i]->setValue(values[i]);
+    showing_ = showing;
   }
 
   static constexpr const char* kAnyMode = "automatic";

@@ -59,16 +59,16 @@ class PanelWorker {
   HostState& host_;
   Listener listener_;
   PreviewMaker previews_;
+  QObject windows_;  // in the windows' thread; receives what is delivered
   // The numbers of the newest requests; requests with lower numbers are out of date.
   std::atomic<int> newestPreview_ = 0;
   std::atomic<int> newestInspection_ = 0;
-  // For the windows' thread only, as the following.
+  // The following are for the windows' thread only.
   std::map<int, std::string> newestFiles_;
   View newestView_;
   QElapsedTimer sinceStart_;  // of the preview that is being made
   std::stop_source preview_;
   std::stop_source run_;
-  QObject windows_;     // receives what is delivered
   QThreadPool thread_;  // last: its destructor waits for the task that uses the others
 };
 
