@@ -17,6 +17,8 @@ struct PixelWindow {
   int y = 0;
   int columns = 0;
   int rows = 0;
+
+  bool operator==(const PixelWindow&) const = default;
 };
 
 // An area in the units of a geotransform.
@@ -25,12 +27,16 @@ struct MapWindow {
   double yMin = 0;
   double xMax = 0;
   double yMax = 0;
+
+  bool operator==(const MapWindow&) const = default;
 };
 
 // Blocks of so many columns and rows of results whose average is stored in place of them.
 struct Looks {
   int x = 1;
   int y = 1;
+
+  bool operator==(const Looks&) const = default;
 };
 
 std::string SizeText(int columns, int rows);  // "C x R pixels"
@@ -66,6 +72,8 @@ struct Selection {
   int resolution = 1;               // input pixels to one output pixel, in both directions
   Resampling resampling = Resampling::kNearest;
   Looks looks;
+
+  bool operator==(const Selection&) const = default;
 };
 
 // Where the pixels of the output lie on the pixels of the inputs: with nx = resolution * looks.x

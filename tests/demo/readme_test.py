@@ -1,8 +1,7 @@
-"""The commands of the README's examples, run as they are written in a folder with the images that
-they name, print what the README shows.
-
-readme_test.py LUMOMIXCALC SIMULATE_RADAR_PAIR README
-"""
+# The commands of the README's examples, run as they are written in a folder with the images that
+# they name, print what the README shows.
+#
+# readme_test.py LUMOMIXCALC SIMULATE_RADAR_PAIR README
 
 import os
 import re

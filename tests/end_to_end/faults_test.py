@@ -1,6 +1,5 @@
-"""Faults made for real: whatever goes wrong, the program ends with a status and one sentence that
-names the file, what was there before is there unchanged, and nothing else is.
-"""
+# Faults made for real: whatever goes wrong, the program ends with a status and one sentence that
+# names the file, what was there before is there unchanged, and nothing else is.
 
 import os
 import pty
@@ -26,8 +25,9 @@ LAYOUTS = (  # file, driver, creation options
     ("raw.img", "ENVI"), ("hfa.img", "HFA"),
 )
 OUTPUT_LAYOUTS = (
-    *LAYOUTS, ("copied-text.asc", "AAIGrid"), ("copied-points.xyz", "XYZ"), ("netcdf.nc", "netCDF"),
     ("a.tif", "GTiff", *TILES),  # in place of an input
+    *(layout for layout in LAYOUTS if layout[0] != "tiled.tif"),
+    ("copied-text.asc", "AAIGrid"), ("copied-points.xyz", "XYZ"), ("netcdf.nc", "netCDF"),
 )
 RAW_HEADER = ("ENVI\nsamples = {}\nlines = {}\nbands = 1\ndata type = 4\ninterleave = bsq\n"
               "byte order = 0\n")
@@ -48,15 +48,14 @@ class Faults(harness.ProgramTest):
         write(self.b, self.noise[::-1])
 
     def test_full_disk(self):
-        """A limit on the size of a file, without a byte, in the header, among the elements, in the
-        last of them."""
-        for file, driver, *options in OUTPUT_LAYOUTS:
+        for number, (file, driver, *options) in enumerate(OUTPUT_LAYOUTS):
             out = self.path(file)
             arguments = (self.a, self.b, out, "-overwrite", f"-format={driver}",
                          *(f"-co={option}" for option in options))
             self.done(*arguments)
             size = os.path.getsize(out)
-            for bytes_ in (0, 100, size // 2, size - 1000):
+            # Without a byte or in the header, among the elements, in the last of them.
+            for bytes_ in (number % 2 * 100, size // 2, size - 1000):
                 self.refused(out, *arguments, preexec_fn=limit(FSIZE=bytes_))
 
     def test_input_cut_short_or_overwritten(self):
@@ -78,7 +77,6 @@ class Faults(harness.ProgramTest):
         self.refused("mosaic.vrt", self.path("mosaic.vrt"), self.out, COPY)
 
     def test_sizes_that_no_image_has(self):
-        """Neither a crash nor the memory of the machine, whatever a header claims."""
         if b"__asan_init" in Path(harness.PROGRAM).read_bytes():
             self.skipTest("sanitizers reserve more address space than any limit leaves")
         Path(self.path("raw.img")).write_bytes(b"1234" * 1000)
@@ -121,9 +119,9 @@ class MidRun(harness.ProgramTest):
     def setUp(self):
         super().setUp()
         self.big = self.path("big.img")
-        Path(self.path("big.hdr")).write_text(RAW_HEADER.format(3000, 3000))
+        Path(self.path("big.hdr")).write_text(RAW_HEADER.format(2000, 2000))
         Path(self.big).touch()
-        os.truncate(self.big, 4 * 3000 * 3000)
+        os.truncate(self.big, 4 * 2000 * 2000)
         Path(self.out).write_bytes(b"old")
 
     def temporary_folders(self):
@@ -159,7 +157,7 @@ class MidRun(harness.ProgramTest):
         for status, named, disturb in (
                 *((-n, signal.strsignal(n), lambda run, n=n: run.send_signal(n)) for n in SIGNALS),
                 (GIVEN_UP, self.out, lambda _: shutil.rmtree(*self.temporary_folders())),
-                (GIVEN_UP, self.big, lambda _: os.truncate(self.big, 4 * 3000))):
+                (GIVEN_UP, self.big, lambda _: os.truncate(self.big, 4 * 2000))):
             process = self.start("-overwrite")
             disturb(process)
             returned, stderr = self.end(process)
@@ -167,13 +165,6 @@ class MidRun(harness.ProgramTest):
             self.assertEqual(Path(self.out).read_bytes(), b"old")
             self.assert_one_sentence(stderr, named)
             self.assert_nothing_left()
-
-    def test_a_kill_leaves_one_hidden_folder_and_the_old_output(self):
-        process = self.start("-overwrite")
-        process.kill()
-        process.communicate()
-        self.assertEqual(Path(self.out).read_bytes(), b"old")
-        self.assertEqual(len(os.listdir(self.folder)), 4)
 
     def test_a_thread_that_waits_for_ever_does_not_keep_a_signal_waiting(self):
         os.mkfifo(self.path("pipe"))
@@ -204,7 +195,7 @@ class MidRun(harness.ProgramTest):
             self.assertRegex(shown, rf"\A{bar}(lumomixcalc: warning: .*\r?\n)*\.\Z")
 
     def test_two_runs_to_one_output(self):
-        """The later to end replaces the other's where it may, and is refused where it may not."""
+        # The later to end replaces the other's where it may, and is refused where it may not.
         for options, statuses in ((["-overwrite"], [0, 0]), ([], [0, GIVEN_UP])):
             os.remove(self.out)
             processes = [self.start(f"-b={number}", *options) for number in (1, 2)]

@@ -37,9 +37,8 @@ def run(*arguments, prefix=(), **options):
 
 
 def write(path, array, *creation, type=None, change=None, **options):
-    """Writes an array, bands first if it has three dimensions, with creation options, as a GDAL
-    type by its name; other options are gdal.Translate's. Changes the dataset before it is closed.
-    """
+    """Writes an array, bands first, with creation options, as the type of this name; other options
+    are gdal.Translate's. Changes the dataset before it is closed."""
     options.setdefault("creationOptions", creation)
     dataset = gdal.Translate(path, gdal_array.OpenArray(np.asarray(array)),
                              outputType=gdal.GetDataTypeByName(type or "Unknown"), **options)
@@ -96,8 +95,7 @@ class ProgramTest(unittest.TestCase):
         return self.made(*arguments)[0].ReadAsArray()
 
     def warned(self, text, *arguments):
-        """A run that must succeed with one warning, which has the text; without a text with none.
-        """
+        """A run that must succeed with one warning that has the text, or, without a text, none."""
         stderr = self.done(*arguments, self.out, "-overwrite").stderr
         self.assertRegex(stderr, rf"\A(lumomixcalc: warning: .*{re.escape(text)}.*\n)\Z"
                          if text else r"\A\Z")

@@ -1,6 +1,5 @@
-"""Every operator on real files of all pixel types agrees with its formula. That the elements are
-right to the last bit is for the tests of the kernels to say.
-"""
+# Every operator on real files of all pixel types agrees with its formula. That the elements are
+# right to the last bit is for the tests of the kernels to say.
 
 from itertools import cycle, product
 

@@ -1,20 +1,22 @@
-"""Outputs that are computed in parts and joined: to the bit those of one run, and nothing lost when a
-part is missing, broken or of something else."""
+# Outputs that are computed in parts and joined: to the bit those of one run, and nothing lost when
+# a part is missing, broken or of something else.
 
 import os
 import shutil
+from pathlib import Path
 
 import numpy as np
 from osgeo import gdal
 
 import harness
-from harness import RPC, WRONG_COMMAND_LINE, bounds, strict_json, write
+from harness import RPC, bounds, strict_json, write
 
 ROWS, COLUMNS = 35, 2100  # a row of any mode but byte is a block of a TIFF
 NORMAL = np.random.default_rng(3).normal(size=(2, 2, ROWS, COLUMNS)).astype(np.float32)
 COMPLEX, REAL = NORMAL[0] + 1j * NORMAL[1], 100 * NORMAL[0]
 TILES = "-co=TILED=YES", "-co=BLOCKXSIZE=16", "-co=BLOCKYSIZE=16"
 REAL[:, 3:9, 40:900] = REAL[1, 12] = -9999
+COMPLEX.imag[:, 10:15] = 0  # all of a first part, but not of the whole
 
 
 def describe(dataset):
@@ -41,12 +43,10 @@ class Parts(harness.ProgramTest):
         return {name for name, time in self.times().items() if time != before.get(name)}
 
     def times(self):
-        there = os.path.exists(self.folder_of_parts) and os.listdir(self.folder_of_parts)
-        return {name: os.stat(self.part(name)).st_mtime_ns for name in there or ()}
+        return {path.name: path.stat().st_mtime_ns for path in Path(self.folder_of_parts).glob("*")}
 
     def told(self, path, stdout):
-        """The application's records; and all else that a raster and its run tell, but its command.
-        """
+        """The application's records; and all else that a raster and its run tell."""
         dataset, report = gdal.Open(path), strict_json(stdout)
         bands = [dataset.GetRasterBand(i + 1) for i in range(dataset.RasterCount)]
         metadata = dataset.GetMetadata()
@@ -61,32 +61,31 @@ class Parts(harness.ProgramTest):
 
     def test_joined_parts_are_the_output_of_one_run(self):
         a, b, gain = (self.a,), (self.b,), "-operator=a1b"
-        for counts, *arguments in (
-                ((1, 8), *a, "-operator=1+b_pow_a", "-a=0.5:1", "-region=0:3:2100:8"),
-                ((3,), *b, gain, "-a=200", "-mode=int16"),
-                ((3,), *b, *a, "-operator=a1_conj_b2"), ((3,), *a, gain, "-mode=float32"),
-                ((3,), *a, gain, "-a=9000", "-mode=cint16"),
-                ((3,), *b, gain, "-mode=uint16", "-nodata=keep"),
-                ((3,), *b, gain, "-b=0", "-a_nodata=0", "-oo=NUM_THREADS=1"),
-                ((2,), *b, gain, "-mode=byte", *TILES, "-co=COMPRESS=JPEG", "-region=0:2:2100:32"),
-                ((3,), *a, "-operator=a_phase_1", "-mode=float32", *TILES, "-bands=2,1,2"),
-                ((2, 3), *a, *b, "-operator=a1_conj_b2", "-looks=1:5"),
-                ((4,), *b, gain, "-looks=1:2", "-resolution=2"),
-                ((7,), *b, gain, "-resolution=2", "-resampling=average"),
-                ((7,), *b, gain, "-resolution=3", "-resampling=bilinear"),
-                ((5,), *b, gain, "-resolution=3", "-resampling=cubic"),
-                ((7,), *a, gain, "-resolution=2", "-resampling=cubic", "-region=1:4:2099:15"),
-                ((3,), *b, gain, "-region=5:2:2095:11", "-bands=2")):
-            one = self.done(*arguments, self.out, "-overwrite", "-stats=-")
-            _, expected = self.told(self.out, one.stdout)
-            for count in counts:
-                with self.subTest(arguments, count=count):
-                    shutil.rmtree(self.folder_of_parts, ignore_errors=True)
-                    self.make(count, *arguments)
-                    joined = self.done(f"-join={self.mosaic}", "-stats=-", "-overwrite")
-                    records, told = self.told(self.mosaic, joined.stdout)
-                    self.assertEqual((told, joined.stderr), (expected, one.stderr))
-                    self.assertEqual({len(of_band) for of_band in records}, {count})
+        for count, *arguments in (
+                (8, *a, "-operator=1+b_pow_a", "-a=0.5:1", "-region=0:3:2100:8"),
+                (3, *b, gain, "-a=200", "-mode=int16"),
+                (2, *b, *a, "-operator=a1_conj_b2"), (2, *a, gain, "-mode=float32"),
+                (2, *a, gain, "-a=9000", "-mode=cint16", "-region=0:10:2100:10"),
+                (2, *b, gain, "-mode=uint16", "-nodata=keep"),
+                (2, *b, gain, "-b=0", "-a_nodata=0", "-oo=NUM_THREADS=1"),
+                (2, *b, gain, "-mode=byte", *TILES, "-co=COMPRESS=JPEG", "-region=0:2:2100:32"),
+                (3, *a, "-operator=a_phase_1", "-mode=float32", *TILES, "-bands=2,1,2"),
+                (3, *a, *b, "-operator=a1_conj_b2", "-looks=1:5"),
+                (4, *b, gain, "-looks=1:2", "-resolution=2"),
+                (3, *b, gain, "-resolution=2", "-resampling=average"),
+                (4, *b, gain, "-resolution=3", "-resampling=bilinear"),
+                (3, *b, gain, "-resolution=3", "-resampling=cubic"),
+                (4, *a, gain, "-resolution=2", "-resampling=cubic", "-region=1:4:2099:15"),
+                (1, *b, gain, "-region=5:2:2095:11", "-bands=2")):
+            with self.subTest(arguments, count=count):
+                one = self.done(*arguments, self.out, "-overwrite", "-stats=-")
+                _, expected = self.told(self.out, one.stdout)
+                shutil.rmtree(self.folder_of_parts, ignore_errors=True)
+                self.make(count, *arguments)
+                joined = self.done(f"-join={self.mosaic}", "-stats=-", "-overwrite")
+                records, told = self.told(self.mosaic, joined.stdout)
+                self.assertEqual((told, joined.stderr), (expected, one.stderr))
+                self.assertEqual({len(of_band) for of_band in records}, {count})
 
     def test_only_what_is_missing_is_computed(self):
         command = self.a, "-operator=a1b"
@@ -102,13 +101,6 @@ class Parts(harness.ProgramTest):
 
     def test_bad_input_is_refused_with_nothing_lost(self):
         command, join = (self.a, "-operator=a1b", self.mosaic), f"-join={self.mosaic}"
-        for told, *arguments in (
-                ("must end in .vrt", "-part=1/2", *command[:2], self.out),
-                ("must end in .vrt", "-join=m"), ("-format=", "-part=1/2", *command, "-format=GTiff"),
-                ("-stats=", "-part=1/2", *command, "-stats=-"),
-                ("-panel", "-part=1/2", *command, "-panel"),
-                ("-mode=byte: -join= goes with", join, "-mode=byte")):
-            self.refused(told, *arguments, status=WRONG_COMMAND_LINE)
         self.refused("35 rows in blocks of 16, enough for 3 parts", "-part=1/4", *command, *TILES)
         self.refused("there are no parts of", join)
         os.mkdir(self.folder_of_parts)

@@ -1,4 +1,4 @@
-"""Parts on a real Slurm, which the test starts on the loopback interface; .ci/run runs it."""
+# Parts on a real Slurm, which the test starts on the loopback interface; .ci/run runs it.
 
 import os
 import shutil

@@ -1,6 +1,6 @@
-"""What a run makes of values beside the arithmetic: no data, the mode without -mode=, losses and
-their warnings, integer modes, and what is told of a run: the printed line, the bands' metadata and
-the report that -stats= writes."""
+# What a run makes of values beside the arithmetic: no data, the mode without -mode=, losses and
+# their warnings, integer modes, and what is told of a run: the printed line, the bands' metadata
+# and the report that -stats= writes.
 
 import json
 import math
@@ -77,8 +77,10 @@ class NoData(harness.ProgramTest):
             self.assertEqual(report["bands"][0]["taken"], int("-a_nodata=7" in options))
         self.refused("-a_nodata=300", self.a, self.path("o.tif"), COPY, "-mode=byte",
                      "-a_nodata=300")
-        write(self.a, [[1 + 1j, 7, 7j]])
-        equal(self.result(self.a, COPY, "-nodata=7", "-a_nodata=3"), [[1 + 1j, 3 + 3j, 7j]])
+        write(self.a, [[1 + 1j, 7, 7j, 7 + 7j, 7 + 1j]])
+        equal(self.result(self.a, COPY, "-nodata=7", "-a_nodata=3"),
+              [[1 + 1j, 3 + 3j, 7j, 3 + 3j, 7 + 1j]])
+        equal(self.result(self.a, COPY, "-nodata=7").imag, [[1, NAN, 7, NAN, 1]])
         grid = self.path("o.asc")
         self.done(self.b, grid, COPY, "-nodata=1")
         self.assertEqual(Path(grid).read_text().count("-9999"), 1 + HOLES.size)
@@ -102,15 +104,6 @@ class NoData(harness.ProgramTest):
             write(self.a, values, noData=-9, change=lambda dataset: scale(dataset, 0.5, 10))
             equal(self.result(self.a, COPY, "-unscale"), expected)
         self.warned("", self.a, COPY, "-unscale")
-
-    def test_complex_no_data_is_nan_in_both_parts(self):
-        for holes, number in ((-9, -9 + 1j), (-9 - 9j, -9j)):
-            pixels = np.where(HOLES, holes, (1 + 2j) * VALUES)
-            pixels[0, 1] = number
-            write(self.a, pixels, type="CFloat32", noData=-9)
-            result = self.result(self.a, self.b)
-            self.assertTrue(np.all(np.isnan(result.real[HOLES]) & np.isnan(result.imag[HOLES])))
-            equal(result[~HOLES], pixels[~HOLES] + 1)
 
     def test_in_an_input_is_none_in_the_output_of_any_operator(self):
         outputs = ("-mode=float32", "-clamp"), ("-mode=cfloat32",)
@@ -225,7 +218,7 @@ class Results(harness.ProgramTest):
                 (1 + 16777217j, "CInt32", digits.format(16777217, 16777216)),
                 (3, "Int16", "scale 0.5 and offset 2 of"),
                 (16777216, "Int32", ""), (0.5, "Float64", ""), (1e300, "Float64", "")):
-            write(self.a, np.full((2, 900, 900), value), type=type,
+            write(self.a, np.full((2, 300, 900), value), type=type,
                   change=lambda dataset: scale(dataset, 0.5, 2) if value == 3 else None,
                   noData=1e300 if value == 1e300 else None)
             self.warned(told, self.a, COPY)
@@ -268,9 +261,7 @@ class Results(harness.ProgramTest):
         band = self.made(self.a, COPY)[1]["bands"][0]
         exact = values.astype(float).ravel()
         self.assertEqual(band["sum"], math.fsum(exact))
-        deviations = exact - math.fsum(exact) / exact.size
-        expected = math.sqrt(math.fsum(deviations**2) / exact.size)
-        self.assertAlmostEqual(band["standard_deviation"], expected, delta=1e-11 * expected)
+        self.assertAlmostEqual(band["standard_deviation"], np.std(exact - 1e6), delta=1e-12)
 
     def test_report_tells_of_the_run_and_of_the_applications_own_record(self):
         write(self.a, np.ones(SHAPE))

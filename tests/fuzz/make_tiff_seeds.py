@@ -17,10 +17,9 @@ TYPES = gdal.GDT_Byte, gdal.GDT_Int16, gdal.GDT_Float32, gdal.GDT_CInt16, gdal.G
 
 for number, (layout, gdal_type) in enumerate(product(LAYOUTS, TYPES)):
     path = f"{sys.argv[1]}/{number:02}.tif"
-    bands = 1 + number % 3
-    dataset = gdal.GetDriverByName("GTiff").Create(path, 10, 9, bands, gdal_type, layout)
+    dataset = gdal.GetDriverByName("GTiff").Create(path, 10, 9, 1 + number % 3, gdal_type, layout)
     if "SPARSE_OK=TRUE" not in layout:
-        dataset.WriteArray(np.arange(bands * 90).reshape(bands, 9, 10) % 99)
+        dataset.WriteArray(np.arange(dataset.RasterCount * 90).reshape(-1, 9, 10) % 99)
     if number % 2:
         dataset.SetGeoTransform((6e5, 30, 0, 5e6, 0, -30))
         dataset.SetProjection("EPSG:32632")

@@ -2,6 +2,7 @@
 // output mode. A run must end in a result that opens or in a failure that leaves nothing.
 #include <cpl_vsi.h>
 #include <gdal_priv.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -21,16 +22,10 @@ namespace fs = std::filesystem;
 
 constexpr const char* kInput = "/vsimem/input.tif";
 
-/// A folder for the outputs of this process, removed when it ends.
-struct OutputFolder {
-  OutputFolder() {
-    std::string pattern = (fs::temp_directory_path() / "lumomixcalc-fuzz-XXXXXX").string();
-    if (!mkdtemp(pattern.data())) std::abort();
-    path = pattern;
-  }
-  ~OutputFolder() { fs::remove_all(path); }
-  fs::path path;
-};
+// For the outputs of this process; removed when it ends.
+fs::path OutputFolder() {
+  return fs::temp_directory_path() / ("lumomixcalc-fuzz-" + std::to_string(getpid()));
+}
 
 // Honest images of such sizes take their time and memory; what is looked for lies elsewhere.
 bool IsSmall() {
@@ -61,14 +56,15 @@ Job JobFor(const std::uint8_t* choice, const std::string& output) {
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
   SetUpGdal();
+  fs::create_directory(OutputFolder());
+  std::atexit([] { fs::remove_all(OutputFolder()); });
   return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   constexpr std::size_t kChoiceBytes = 2;
   if (size < kChoiceBytes) return 0;
-  static const OutputFolder folder;
-  const std::string output = folder.path / "out.tif";
+  const std::string output = OutputFolder() / "out.tif";
   std::string file(reinterpret_cast<const char*>(data), size - kChoiceBytes);
   VSIFCloseL(
       VSIFileFromMemBuffer(kInput, reinterpret_cast<GByte*>(file.data()), file.size(), FALSE));
@@ -79,7 +75,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       fs::remove(output);
     } catch (const Failure&) {
     }
-    if (!fs::is_empty(folder.path) || gpSelectedProc) std::abort();
+    if (!fs::is_empty(OutputFolder()) || gpSelectedProc) std::abort();
   }
   VSIUnlink(kInput);
   return 0;

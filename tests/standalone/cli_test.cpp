@@ -41,10 +41,10 @@ TEST(CommandLines, ComeBackFromTheCommandThatRepeatsTheRun) {
   const std::vector<std::vector<std::string>> commands = {
       Words("a.tif o.img -mode=cfloat32 -format=ENVI -co=INTERLEAVE=BIL -co=A=' -region=1:2:30:40 "
             "-resolution=2 -resampling=average -bands=1,3-5 -looks=3:2 -nodata=keep -clamp"),
-      Words("=x -file1=-dash -save=\xc3\xa4 -window=-1.5:2e3:1e6:4e300 -resolution=3 -oo=A=1 "
-            "-resampling=overview -nodata=-9.5 -a_nodata=1e-3 -unscale -operator=a/b2"),
-      Words("-mode=byte -file2=$HOME`;\\ \x1b[m\x01'2 -operator=1+b_pow_a -looks=1:3 -- -b"),
-      {"it's of two words", "\x01\xc2'"}};
+      Words("=x -file1=-dash -save=\xc3\xa4 -window=-1.2345678:2e3:1e6:4e300 -resolution=3 -oo=A=1 "
+            "-resampling=overview -nodata=-9.5 -a_nodata=1.5e-9 -unscale -operator=a/b2"),
+      Words("-mode=byte -file2=$HOME`;\\'2 -operator=1+b_pow_a -looks=1:3 -- -b"),
+      {"it's of two words", "\xc2\"*~"}};
   std::mt19937 random;
   const auto real = [&random] {
     const auto bits = static_cast<std::uint32_t>(random());
@@ -71,53 +71,64 @@ TEST(CommandLines, TakeWhatGdalsProgramsTake) {
   EXPECT_STREQ(CPLGetConfigOption("LUMOMIXCALC_TEST", ""), "yes");
 }
 
-TEST(CommandLines, NameTheArgumentThatIsWrong) {
-  for (const std::string& word : Words(
-           "-region= -region=1:2:3 -region=1:2:3:4:5 -region=1:2:3: -region=1,2,3,4 "
-           "-region=a:0:1:1 "
-           "-region=1.0:2:3:4 -region=0:0:0:1 -region=1:2:-3:4 -region=0:0:1:99999999999 "
-           "-window=1:2:3 "
-           "-window=1:2:3:x -window=5:1:1:5 -window=0:5:1:5 -window=nan:0:1:1 -window=0:0:inf:1 "
-           "-resolution=0 -resolution=-1 -resolution=2.5 -resolution=1/2 -resampling= "
-           "-resampling=Average -resampling=near -resampling=preview -bands= -bands=0 -bands=x "
-           "-bands=1.5 -bands=1, -bands=1,,2 -bands=1- -bands=3-1 -bands=1-2-3 -bands=1-65536,1 "
-           "-bands=1-999999999 -mode=float16 -nodata=drop -a_nodata=x -co=A -oo==B -b -srcwin "
-           "-overwrite=yes -file1 -file1=b.tif -file2= c.tif "
-           "-part=0/3 -part=4/3 -part=-1/3 -part=1/0 -part=3 -part=1/3/5 -part=/3 -part=1/ "
-           "-part=x/y "
-           "-part=1/99999999999 -looks=0 -looks=1:0 -looks=2:3:4 -looks=x -looks=-1 -looks=1.5 -a= "
-           "-a=+ "
-           "-a=- -a=x -a=1x -a=1,5 -a=1.5.2 -a=--1 -a=+-1 -a=++1 -a=0x10 -a=1e -a=3.5e38 -a=-1e39 "
-           "-a=1e-50 -a=one -a=1: -a=:1 -a=1:2:3 -a=1:x -b=1:2: -A=1 -aa=1 --a=1 -a")) {
-    try {
-      ReadCommandLine({"-file1=a.tif", "-file2=b.tif", word, "o.tif"});
-      ADD_FAILURE() << "accepted: " << word;
-    } catch (const WrongCommandLine& wrong) {
-      EXPECT_NE(std::string(wrong.what()).find(word), std::string::npos) << wrong.what();
-    }
+// Expects a command line to be refused with a sentence that has a text in it.
+void ExpectRefused(const std::string& text, const std::vector<std::string>& arguments) {
+  try {
+    ReadCommandLine(arguments);
+    ADD_FAILURE() << "accepted: " << testing::PrintToString(arguments);
+  } catch (const WrongCommandLine& wrong) {
+    EXPECT_NE(std::string(wrong.what()).find(text), std::string::npos) << wrong.what();
   }
-  for (const std::vector<std::string>& arguments :
-       {std::vector<std::string>{"-save=o.tif"},
-        {"a.tif", "b.tif", ""},
-        {"a.tif", "o.tif", "-bands=1 "},
-        {"a.tif", "o.tif", "-window=0:0:1:1", "-region=0:0:1:1"}})
-    EXPECT_THROW(ReadCommandLine(arguments), WrongCommandLine) << testing::PrintToString(arguments);
 }
 
-TEST(ParseRealArgument, StoresTheNumbersOfAWellFormedOption) {
-  const auto parse = [](const std::string& argument) {
-    std::array<float, 2> values = {7, 8};
-    const int count = ParseRealArgument(argument, "a", 2, values.data());
-    return std::tuple(count, values[0], values[1]);
-  };
+TEST(CommandLines, NameTheArgumentThatIsWrong) {
+  for (const std::string& word : Words(R"(
+      -region= -region=1:2:3 -region=1:2:3:4:5 -region=1:2:3: -region=1,2,3,4 -region=a:0:1:1
+      -region=1.0:2:3:4 -region=0:0:0:1 -region=1:2:-3:4 -region=0:0:1:99999999999 -window=1:2:3
+      -window=1:2:3:x -window=5:1:1:5 -window=0:5:1:5 -window=nan:0:1:1 -window=0:0:inf:1
+      -resolution=0 -resolution=-1 -resolution=2.5 -resolution=1/2 -resampling=
+      -resampling=Average -resampling=near -resampling=preview -bands= -bands=0 -bands=x
+      -bands=1.5 -bands=1, -bands=1,,2 -bands=1- -bands=3-1 -bands=1-2-3 -bands=1-65536,1
+      -bands=1-999999999 -mode=float16 -nodata=drop -a_nodata=x -co=A -oo==B -b -srcwin
+      -overwrite=yes -file1 -file1=b.tif -file2= c.tif -part=0/3 -part=4/3 -part=-1/3 -part=1/0
+      -part=3 -part=1/3/5 -part=/3 -part=1/ -part=x/y -part=1/99999999999 -looks=0 -looks=1:0
+      -looks=2:3:4 -looks=x -looks=-1 -looks=1.5 -a= -a=+ -a=- -a=x -a=1x -a=1,5 -a=1.5.2 -a=--1
+      -a=+-1 -a=++1 -a=0x10 -a=1e -a=3.5e38 -a=-1e39 -a=1e-50 -a=one -a=1: -a=:1 -a=1:2:3 -a=1:x
+      -b=1:2: -A=1 -aa=1 --a=1 -a)"))
+    ExpectRefused(word, {"-file1=a.tif", "-file2=b.tif", word, "o.tif"});
+  ExpectRefused("-bands=1 ", {"a.tif", "o.tif", "-bands=1 "});
+}
+
+TEST(CommandLines, SayWhatIsWrong) {
+  const std::string many(40'000, '1');
+  ExpectRefused("no output file", {"-file1=a"});
+  ExpectRefused("no input file", {"-save=o"});
+  ExpectRefused("file name is empty", {"a", "b", ""});
+  ExpectRefused("exclude each other", {"a", "o", "-window=0:0:1:1", "-region=0:0:1:1"});
+  ExpectRefused("did you mean -overwrite?", {"a", "o", "-overwrit"});
+  ExpectRefused("did you mean average?", {"a", "o", "-resampling=avrage"});
+  ExpectRefused("from 1e-45 to 3.4e38", {"a", "o", "-a=1e39"});
+  ExpectRefused("REAL:IMAGINARY", {"a", "o", "-a=2,3"});
+  ExpectRefused("-a requires", {"a", "o", "-a=" + many});
+  ExpectRefused("o is left over", std::vector<std::string>(40'000, "o"));
+  EXPECT_NO_THROW(ReadCommandLine({"a", "o", "-a=0." + many}));
+  ExpectRefused("must end in .vrt", {"-part=1/2", "a", "o.tif"});
+  ExpectRefused("must end in .vrt", {"-join=m"});
+  ExpectRefused("-format=", {"-part=1/2", "a", "o.vrt", "-format=GTiff"});
+  ExpectRefused("-stats=", {"-part=1/2", "a", "o.vrt", "-stats=-"});
+  ExpectRefused("-panel", {"-part=1/2", "a", "o.vrt", "-panel"});
+  ExpectRefused("-mode=byte: -join= goes with", {"-join=o.vrt", "-mode=byte"});
+}
+
+TEST(CommandLines, GiveTheApplicationItsNumbers) {
   for (const char* text :
-       {"0", "-2.5", "+3", ".5", "5.", "1e3", "1E-3", "3.4028235e38", "1e-45", "0.1", "-inf"})
-    EXPECT_EQ(parse(std::string("-a=") + text), std::tuple(1, std::strtof(text, nullptr), 0));
-  EXPECT_EQ(parse("-a=-1:+0.5"), std::tuple(2, -1, 0.5F));
-  EXPECT_TRUE(std::signbit(std::get<1>(parse("-a=-0"))));
-  EXPECT_TRUE(std::isnan(std::get<1>(parse("-a=nan"))));
-  EXPECT_EQ(parse("-a=1:x"), std::tuple(-1, 7, 8));
-  EXPECT_EQ(parse("-b=1"), std::tuple(0, 7, 8));
+       {"0", "-2.5", "+3", ".5", "5.", "1e3", "1E-3", "3.4028235e38", "1e-45", "0.1", "-inf"}) {
+    ReadCommandLine({"a", "o", std::string("-a=") + text + ":-0", "-b=nan"});
+    EXPECT_EQ(gCoeffA[0], std::strtof(text, nullptr));
+    EXPECT_TRUE(gCoeffA[1] == 0 && std::signbit(gCoeffA[1]) && std::isnan(gCoeffB[0])) << text;
+  }
+  EXPECT_THROW(ReadCommandLine({"a", "o", "-a=2:x"}), WrongCommandLine);
+  EXPECT_EQ(gCoeffA[0], 1);
 }
 
 }  // namespace
