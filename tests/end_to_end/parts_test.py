@@ -52,7 +52,7 @@ class Parts(harness.ProgramTest):
         metadata = dataset.GetMetadata()
         self.assertIn("-operator=", metadata.pop("LUMOMIXCALC_COMMAND"))
         return [band.pop("record", None) or band.pop("records") for band in report["bands"]], [
-            dataset.ReadAsArray().tobytes(), metadata, dataset.GetMetadata("RPC"),
+            hash(dataset.ReadAsArray().tobytes()), metadata, dataset.GetMetadata("RPC"),
             dataset.GetGeoTransform(), dataset.GetProjection(), dataset.GetGCPProjection(),
             [(round(p.GCPPixel, 4), round(p.GCPLine, 4), p.GCPX) for p in dataset.GetGCPs()],
             *(report[key] for key in ("mode", "columns", "rows", "looks", "bands")),
