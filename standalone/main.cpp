@@ -1,4 +1,4 @@
-// The batch program: one run, the joining of parts, or the panel's program in its place.
+// The batch program: makes one run, joins parts, or starts the panel's program in its place.
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -23,27 +23,27 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-// The panel is a program of its own beside this one: a batch run would otherwise load the graphical
-// toolkit for nothing, and a server need not have it.
+// The panel is a separate program in the same folder. So a batch run does not load the graphical
+// toolkit, and a server does not need it.
 std::filesystem::path PanelProgram() {
   std::error_code ignored;
   const std::filesystem::path own = std::filesystem::read_symlink("/proc/self/exe", ignored);
   return own.parent_path() / (std::string(kProgramName) + "-panel");
 }
 
-// In a script, standard input or output is mostly a file or a pipe.
-bool IsOfScript(int descriptor) {
+// In a script, standard input or output is usually a file or a pipe.
+bool IsFileOrPipe(int descriptor) {
   struct stat status = {};
   return fstat(descriptor, &status) == 0 && (S_ISREG(status.st_mode) || S_ISFIFO(status.st_mode));
 }
 
 bool PanelCanBeShown() {
   std::error_code ignored;
-  return DisplayIsNamed() && !IsOfScript(STDIN_FILENO) && !IsOfScript(STDOUT_FILENO) &&
+  return DisplayIsNamed() && !IsFileOrPipe(STDIN_FILENO) && !IsFileOrPipe(STDOUT_FILENO) &&
          std::filesystem::exists(PanelProgram(), ignored);
 }
 
-// Turns this process into the panel's program with these arguments.
+// Replaces this process by the panel's program with these arguments.
 [[noreturn]] void StartPanel(const std::vector<std::string>& arguments) {
   const std::string program = PanelProgram();
   std::vector<char*> pointers = {const_cast<char*>(program.c_str())};  // execv only reads
@@ -86,7 +86,7 @@ void RunOrJoin(const Options& options, HostState& host, const std::stop_token& s
 int main(int argc, char** argv) {
   using namespace lumomixcalc::standalone;
   std::vector<std::string> arguments(argv + 1, argv + argc);
-  // Whoever starts it from a desktop gives no arguments.
+  // A desktop starts the program without arguments.
   if (arguments.empty() && PanelCanBeShown()) arguments = {"-panel"};
   return RunProgram(arguments,
                     [&](const Options& options, HostState& host, const std::stop_token& stop) {

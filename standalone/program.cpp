@@ -22,35 +22,35 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-// A descriptor from 0 to 2 that was closed at the start would be taken by a file, and messages
-// would be written into it.
+// If descriptor 0, 1 or 2 is closed at the start, a file opened later would get its number, and
+// messages would be written into that file.
 void OpenStandardDescriptors() {
   for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor)
-    // The lowest free descriptor is the one that is opened.
+    // open() takes the lowest free descriptor, which is this one.
     if (fcntl(descriptor, F_GETFD) == -1) open("/dev/null", O_RDWR);
 }
 
-// Ends the process by a signal.
+// Ends the process with a signal.
 [[noreturn]] void DieOf(int signal) {
   std::signal(signal, SIG_DFL);
   sigset_t signals;
   sigemptyset(&signals);
   sigaddset(&signals, signal);
-  raise(signal);  // to this thread: another may still wait for the signal
+  raise(signal);  // sent to this thread, because another may still wait for the signal
   pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
-  constexpr int kInterrupted = 128;  // plus the signal's number, as shells have it
+  constexpr int kInterrupted = 128;  // plus the signal's number, as in shells
   _exit(kInterrupted + signal);
 }
 
-// Requests a stop when SIGINT, SIGTERM or SIGHUP comes. A thread of its own waits for them: they
-// are blocked in all threads.
+// Requests a stop when SIGINT, SIGTERM or SIGHUP arrives. The signals are blocked in all threads;
+// one thread does nothing but wait for them.
 class SignalWatch {
  public:
   SignalWatch() {
     sigemptyset(&signals_);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
       struct sigaction action = {};
-      // One that the process was started to ignore, as nohup does, stays ignored.
+      // A signal that was ignored when the process started, as with nohup, stays ignored.
       if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN)
         sigaddset(&signals_, signal);
     }
@@ -78,7 +78,7 @@ class SignalWatch {
   std::atomic<int> signal_ = 0;
 };
 
-// Never destroyed: its thread waits to the end of the process.
+// Never destroyed: its thread waits until the process ends.
 SignalWatch& TheSignalWatch() {
   static auto* const watch = new SignalWatch;
   return *watch;
@@ -87,7 +87,6 @@ SignalWatch& TheSignalWatch() {
 void Run(const std::vector<std::string>& arguments, const Action& act) {
   HostState& host = TheHostState();
   IPAppSpecifics();
-  host.registration.CheckThatHostCanServe();
   std::vector<OperatorName> operators;
   for (const Operator& one : kOperators) operators.push_back({one.commandName, one.label});
   Options options = ReadOptions(arguments, host.registration);
@@ -100,7 +99,7 @@ void Run(const std::vector<std::string>& arguments, const Action& act) {
   act(options, host, TheSignalWatch().Token());
 }
 
-ExitStatus RunAndTell(const std::vector<std::string>& arguments, const Action& act) {
+ExitStatus RunAndReport(const std::vector<std::string>& arguments, const Action& act) {
   try {
     Run(arguments, act);
     if (std::fflush(stdout) != 0) throw Failure("cannot write to standard output");
@@ -124,12 +123,12 @@ ExitStatus RunAndTell(const std::vector<std::string>& arguments, const Action& a
 
 int RunProgram(const std::vector<std::string>& arguments, const Action& act) {
   OpenStandardDescriptors();
-  // A write beyond a file-size limit or to a pipe that nobody reads shall fail, not end the
+  // A write beyond a file-size limit, or to a pipe that nobody reads, must fail and not end the
   // process.
   std::signal(SIGXFSZ, SIG_IGN);
   std::signal(SIGPIPE, SIG_IGN);
   const SignalWatch& watch = TheSignalWatch();
-  const ExitStatus status = RunAndTell(arguments, act);
+  const ExitStatus status = RunAndReport(arguments, act);
   if (watch.Signal() != 0) {
     std::fflush(nullptr);
     DieOf(watch.Signal());

@@ -10,18 +10,20 @@
 
 namespace lumomixcalc::standalone {
 
-// Does what the options ask for; stop is requested by SIGINT, SIGTERM or SIGHUP.
+// Does what the options ask for. SIGINT, SIGTERM and SIGHUP request the stop.
 using Action = std::function<void(const Options& options, HostState& host, std::stop_token stop)>;
 
-// What the batch program and the panel's program do alike: registers the application, reads the
-// arguments after the program's name, shows the help or the version where they ask for it, else
-// lets the application read its own and acts on all of them. Tells what act throws. Returns the
-// exit status.
+// The common main function of the batch program and the panel's program. Registers the application
+// and reads the arguments, which come after the program's name. Shows the help or the version if
+// they ask for it, otherwise has the application read its own options and calls act. Reports the
+// exceptions that act throws. Returns the exit status.
 //
-// A signal requests a stop, after which the process dies of that signal, so that a shell's loop
-// ends, too. One second later, or at a second signal, it does so at once, whatever its threads do.
+// A signal requests a stop. After the stop the process dies of that signal, so that a shell's loop
+// ends, too. It dies at the latest one second after the signal, or at a second signal, whatever its
+// threads are doing.
 int RunProgram(const std::vector<std::string>& arguments, const Action& act);
 
+// Whether the environment names a display.
 bool DisplayIsNamed();
 
 }  // namespace lumomixcalc::standalone

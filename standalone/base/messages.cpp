@@ -1,5 +1,6 @@
 #include "standalone/base/messages.h"
 
+#include <cpl_string.h>
 #include <strings.h>
 
 #include <algorithm>
@@ -15,9 +16,9 @@ namespace {
 std::mutex sinkMutex;
 MessageSink theSink = WriteToStandardError;
 
-// How many characters must be added, dropped or replaced to make one text from the other
-// (Levenshtein's distance).
-std::size_t Edits(const std::string& one, const std::string& other) {
+// The Levenshtein distance: how many characters must be added, removed or replaced to turn one text
+// into the other. Upper and lower case are the same.
+std::size_t EditDistance(const std::string& one, const std::string& other) {
   std::vector<std::size_t> row(other.size() + 1);
   std::iota(row.begin(), row.end(), std::size_t{0});
   for (std::size_t i = 0; i < one.size(); ++i) {
@@ -30,12 +31,7 @@ std::size_t Edits(const std::string& one, const std::string& other) {
   return row.back();
 }
 
-std::string AsHexadecimal(unsigned char byte) {
-  constexpr const char* kDigits = "0123456789abcdef";
-  return {'\\', 'x', kDigits[byte >> 4U], kDigits[byte & 15U]};
-}
-
-MessageSink Exchange(MessageSink sink) {
+MessageSink ExchangeSink(MessageSink sink) {
   const std::lock_guard lock(sinkMutex);
   return std::exchange(theSink, std::move(sink));
 }
@@ -43,13 +39,13 @@ MessageSink Exchange(MessageSink sink) {
 }  // namespace
 
 void WriteToStandardError(const std::string& sentence) {
-  // One call a line, so that lines of two processes on one terminal do not mix.
+  // One call per line, so that the lines of two processes on one terminal do not mix.
   std::fputs((std::string(kProgramName) + ": " + sentence + "\n").c_str(), stderr);
 }
 
-MessageRedirection::MessageRedirection(MessageSink sink) : before_(Exchange(std::move(sink))) {}
+MessageRedirection::MessageRedirection(MessageSink sink) : before_(ExchangeSink(std::move(sink))) {}
 
-MessageRedirection::~MessageRedirection() { Exchange(std::move(before_)); }
+MessageRedirection::~MessageRedirection() { ExchangeSink(std::move(before_)); }
 
 void Tell(const std::string& sentence) {
   const std::lock_guard lock(sinkMutex);
@@ -63,11 +59,11 @@ std::string WithVisibleControls(const std::string& text) {
   bool continuesControl = false;
   for (std::size_t i = 0; i < text.size(); ++i) {
     const auto byte = static_cast<unsigned char>(text[i]);
-    // U+0080 to U+009F are controls, too; in UTF-8 they begin with this byte.
+    // U+0080 to U+009F are control characters, too; in UTF-8 they begin with the byte C2.
     const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
     const bool beginsControl = byte == 0xC2 && next >= 0x80 && next < 0xA0;
     const bool isControl = byte < 0x20 || byte == 0x7F || beginsControl || continuesControl;
-    visible += isControl ? AsHexadecimal(byte) : std::string(1, text[i]);
+    visible += isControl ? CPLSPrintf("\\x%02x", byte) : std::string(1, text[i]);
     continuesControl = beginsControl;
   }
   return visible;
@@ -94,8 +90,8 @@ std::string Joined(const std::vector<std::string>& texts, const std::string& sep
 
 std::string Suggestion(const std::string& unknown, const std::vector<std::string>& names) {
   const auto nearest = std::ranges::min_element(
-      names, {}, [&](const std::string& name) { return Edits(unknown, name); });
-  if (nearest == names.end() || Edits(unknown, *nearest) * 2 > nearest->size()) return "";
+      names, {}, [&](const std::string& name) { return EditDistance(unknown, name); });
+  if (nearest == names.end() || EditDistance(unknown, *nearest) * 2 > nearest->size()) return "";
   return "; did you mean " + *nearest + "?";
 }
 

@@ -20,7 +20,7 @@ std::string Shortest(Number value) {
 
 template <typename Number>
 std::optional<Number> ParseDecimal(std::string_view text) {
-  // from_chars takes a minus sign but no plus.
+  // from_chars accepts a minus sign but no plus sign.
   if (text.starts_with('+')) {
     text.remove_prefix(1);
     if (text.starts_with('-')) return std::nullopt;

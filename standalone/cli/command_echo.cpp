@@ -15,10 +15,10 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-// As printf has it in the C locale; a panel's process has the user's.
+// What printf writes in the C locale. The panel's process has the user's locale.
 std::string SixDigits(float value) { return CPLSPrintf("%g", static_cast<double>(value)); }
 
-// Values by the name of their option; those of a row in the panel have an empty name.
+// Values by the name of their option. The values of a panel row have an empty name.
 using RealValues = std::multimap<std::string, std::vector<float>>;
 
 std::string RealOption(const std::string& name, const std::vector<float>& values,
@@ -28,17 +28,17 @@ std::string RealOption(const std::string& name, const std::vector<float>& values
   return "-" + name + "=" + Joined(texts, ":");
 }
 
-// Named files come as "-label=file"; a positional one may not look like an option.
+// The file alone, or "-label=file" when it has no position or could be taken for an option.
 std::string FileArgument(const DeclaredStream& stream, const std::string& file, bool positional) {
   if (positional && !file.starts_with('-')) return file;
   return std::string("-").append(stream.OptionName()) + "=" + file;
 }
 
-// An echoed option with the digits that "%g" dropped: when option is "-NAME=" with exactly the
-// values read for NAME, or of a row, in six digits each, their shortest exact decimals take the
-// place of those. Any other option is returned as it is. Values that were taken are removed from
-// read, so that of two rows whose values differ only in later digits the next option gets the
-// other.
+// Restores the digits of an echoed option that "%g" dropped. When option is "-NAME=" followed by
+// the values of NAME, or of a panel row, with six digits each, it returns the option with the
+// shortest exact decimals. It returns any other option unchanged. Used values are removed from
+// read: when two rows differ only in later digits, the next option gets the values of the other
+// row.
 std::string WithAllDigits(const std::string& option, RealValues& read) {
   const std::string name =
       option.substr(0, option.find('=')).substr(option.starts_with('-') ? 1 : 0);
@@ -78,7 +78,7 @@ bool ClampIsIdle(const std::vector<std::string>& echoedOptions, const DataMode& 
 std::string ShellWord(const std::string& word) {
   constexpr const char* kPlain =
       "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_@%+=:,./-";
-  // zsh takes a word that begins with = for a command's name.
+  // zsh takes a word that begins with = as the name of a command.
   if (!word.empty() && !word.starts_with('=') &&
       word.find_first_not_of(kPlain) == std::string::npos)
     return word;
@@ -114,8 +114,7 @@ std::vector<std::string> SelectionArguments(const Selection& selection,
   if (selection.resolution != 1) {
     arguments.push_back("-resolution=" + std::to_string(selection.resolution));
     const auto method = static_cast<std::size_t>(selection.resampling);
-    if (method < kResamplingMethods.size())
-      arguments.push_back(std::string("-resampling=") + kResamplingMethods[method].name);
+    arguments.push_back(std::string("-resampling=") + kResamplingMethods[method].name);
   }
   if (selection.looks.x != 1 || selection.looks.y != 1)
     arguments.push_back("-looks=" + ToText(selection.looks));
@@ -128,7 +127,7 @@ std::vector<std::string> SelectionArguments(const Selection& selection,
 std::string ReproducingCommand(const Job& job, const Registration& registration,
                                const std::vector<std::string>& echoedOptions) {
   std::vector<std::string> words = {kProgramName};
-  bool positional = true;  // up to the first input that is missing
+  bool positional = true;  // until the first input that is missing
   for (const DeclaredStream& input : registration.inputs) {
     const auto file = job.files.find(input.number);
     if (file == job.files.end())

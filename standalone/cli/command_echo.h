@@ -8,28 +8,28 @@
 
 namespace lumomixcalc::standalone {
 
-// Has the application echo its options, and gives them back with all digits: those of the panel's
-// fields where there is a panel, else those read from the command line.
+// Has the application echo its options and returns them with all digits. The exact values come from
+// the panel's fields, or without a panel from the command line.
 std::vector<std::string> EchoOptions(HostState& host);
 
-// word as a shell reads it back: itself, or between single quotes. With control characters it is
-// written as $'...', which bash, zsh and ksh read.
+// The word quoted for a shell: unchanged, or in single quotes. A word with control characters is
+// written as $'...', which bash, zsh and ksh understand.
 std::string ShellWord(const std::string& word);
 
-// The arguments that a shell would make of a command of this program. Throws WrongCommandLine when
-// the text is no such command.
+// The arguments of a command of this program, split as a shell does. Throws WrongCommandLine when
+// the text is not such a command.
 std::vector<std::string> ArgumentsOf(const std::string& command);
 
-// The options that say the same as selection and bands, each in its whole "-name=value".
+// The command-line options, "-name=value", for this selection and these bands.
 std::vector<std::string> SelectionArguments(const Selection& selection,
                                             const std::vector<int>& bands);
 
-// The command that repeats a run, for a POSIX shell: program, files, the host's options that bear
-// on the result, and the application's options as it echoed them (they come quoted).
+// The command that repeats a run, for a POSIX shell: the program, the files, the host's options
+// that affect the result, and the options that the application echoed, which are quoted already.
 std::string ReproducingCommand(const Job& job, const Registration& registration,
                                const std::vector<std::string>& echoedOptions);
 
-// Whether the options clamp an output that is not clamped: a complex one.
+// Whether -clamp is given but has no effect, because the output is complex.
 bool ClampIsIdle(const std::vector<std::string>& echoedOptions, const DataMode& mode);
 
 }  // namespace lumomixcalc::standalone

@@ -17,7 +17,7 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-// The numbers of "a:b:c:d"; empty unless there are four, all well formed.
+// The four numbers of "a:b:c:d". Empty when the text is anything else.
 template <typename Number>
 std::vector<Number> FourOf(const std::string& text,
                            std::optional<Number> (*parse)(std::string_view)) {
@@ -75,7 +75,7 @@ void SetLooks(Options& options, const std::string& text) {
 
 // "1,3-5": band numbers and ranges of them.
 void SetBands(Options& options, const std::string& text) {
-  // No raster of GDAL's has as many; a larger range is a slip that would only fill memory.
+  // No GDAL raster has more. A larger range is a typing error and would only fill the memory.
   constexpr int kMostBands = 65536;
   std::vector<int>& bands = options.job.bands;
   bands.clear();
@@ -190,7 +190,7 @@ constexpr HostOption kHostOptions[] = {
 
 using Values = std::span<const std::string>;
 
-// What GDAL's own programs take, with their values after them.
+// Options as GDAL's own programs take them: the values are separate arguments.
 struct GdalOption {
   std::string_view name;
   std::size_t values;
@@ -205,7 +205,7 @@ constexpr GdalOption kGdalOptions[] = {
      [](Options& o, Values v) {
        SetRegion(o, Joined({v.begin(), v.end()}, ":"));
      }},
-    // Upper left and lower right corner.
+    // Its values are the upper left and the lower right corner.
     {"-projwin", 4,
      [](Options& o, Values v) {
        SetWindow(o, Joined({v[0], v[3], v[2], v[1]}, ":"));
@@ -216,8 +216,8 @@ constexpr GdalOption kGdalOptions[] = {
     {"--config", 2, [](Options&, Values v) { CPLSetConfigOption(v[0].c_str(), v[1].c_str()); }},
 };
 
-// Takes the option of GDAL's that rest begins with. Returns the arguments that it takes: 0 when it
-// begins with another.
+// Takes the option if rest begins with one of kGdalOptions. Returns the number of arguments taken,
+// which is 0 when it does not.
 std::size_t TakeGdalOption(Values rest, Options& options) {
   if (rest[0] == "-b")
     throw WrongCommandLine("-b: write -bands=2 to choose a band, and -b=2 for the coefficient B");
@@ -232,7 +232,8 @@ std::size_t TakeGdalOption(Values rest, Options& options) {
   return 0;
 }
 
-// The value of "name=value"; null when argument is not that option. "name" alone lacks its value.
+// The value of "name=value", null when argument is another option. Throws WrongCommandLine when the
+// value is missing.
 const char* ValueOf(const std::string& argument, std::string_view name) {
   if (!argument.starts_with(name)) return nullptr;
   const char* const rest = argument.c_str() + name.size();
@@ -282,30 +283,23 @@ void CheckPart(const Options& options) {
     throw WrongCommandLine("-part= and -stats= exclude each other: -join= takes -stats=");
 }
 
-void CheckThatOptionsAgree(const Selection& selection, const Registration& registration) {
-  if (selection.resolution != 1 && !registration.resolutions)
-    throw WrongCommandLine("-resolution=: the application leaves no choice of resolution");
-  if ((selection.region || selection.window) && !registration.regions)
-    throw WrongCommandLine("-region=, -window=: the application leaves no choice of region");
+void CheckSelection(const Selection& selection) {
   if (selection.region && selection.window)
     throw WrongCommandLine("-region= and -window= exclude each other");
   if (selection.resampling != Resampling::kNearest && selection.resolution == 1)
     Warn("-resampling= has no effect without -resolution=");
 }
 
-std::string FormOfCoefficients(const std::string& argument, const std::string& name) {
-  return "; " + argument + " is not " + name + "=REAL or " + name + "=REAL:IMAGINARY, such as " +
-         name + "=0.5:-1.5, with numbers that are 0 or from 1e-45 to 3.4e38 in size";
-}
-
-// The application says which of its options is faulty; this says what is wrong with it, for the end
-// of a sentence. Empty when nothing is.
+// The application says which of its options is wrong. This is the end of that sentence: what is
+// wrong with the option. Empty when nothing is.
 std::string Hint(const std::string& argument, const std::vector<OperatorName>& operators) {
-  for (const char* const name : {"-a", "-b"}) {
+  for (const std::string name : {"-a", "-b"}) {
     std::array<float, 2> values = {};
-    const int count = ParseRealArgument(argument, name + 1, 2, values.data());
+    const int count = ParseRealArgument(argument, name.substr(1), 2, values.data());
     if (count > 0) return "";
-    if (count < 0) return FormOfCoefficients(argument, name);
+    if (count < 0)
+      return "; " + argument + " is not " + name + "=REAL or " + name + "=REAL:IMAGINARY, such " +
+             "as " + name + "=0.5:-1.5, with numbers that are 0 or from 1e-45 to 3.4e38 in size";
   }
   if (argument == "-clamp") return "";
   std::string unknown = argument;
@@ -342,7 +336,7 @@ Options ReadOptions(const std::vector<std::string>& arguments, const Registratio
     rest = rest.subspan(taken);
   }
   if (options.action == Options::Action::kRun || options.action == Options::Action::kPanel)
-    CheckThatOptionsAgree(options.job.selection, registration);
+    CheckSelection(options.job.selection);
   if (options.job.part) CheckPart(options);
   if (options.action == Options::Action::kJoin) CheckJoin(arguments);
   return options;
@@ -371,8 +365,8 @@ void PlaceFiles(Options& options, const Registration& registration) {
   const int output = registration.Output().number;
   const std::string usage = std::string("; usage: ") + kProgramName + " " +
                             FilesSynopsis(registration) + " [options] (see -help)";
-  // A panel takes files in the order of its fields, and the user names what is missing: a file to
-  // look at must not become one to replace.
+  // In the panel the files fill the fields in order, and the user adds what is missing there. A
+  // single file must not become the output: the user wants to look at it, not to replace it.
   const bool inPanel = options.action == Options::Action::kPanel;
   if (!inPanel && files.count(output) == 0) {
     if (unplaced.empty()) throw WrongCommandLine("no output file" + usage);

@@ -14,7 +14,7 @@ struct Options {
 
   Action action = Action::kRun;
   Job job;
-  std::string mosaic;  // of parts that are to be joined
+  std::string mosaic;  // the file of -join=
   bool quiet = false;
   std::vector<std::string> applicationArguments;
   std::vector<std::string> filesWithoutName;
@@ -25,17 +25,19 @@ struct OperatorName {
   std::string label;  // its formula
 };
 
-// Reads the arguments after the program's name. What begins with a dash and is not the host's is
-// left to the application; after "--" everything is a file. Files that are not named by an option
-// wait for PlaceFiles, so that all options are judged first. Throws WrongCommandLine.
+// Reads the arguments after the program's name. Options that the host does not know are left to the
+// application. After "--" every argument is a file. Files without an option are kept for
+// PlaceFiles, so that errors in options are reported before errors in files. Throws
+// WrongCommandLine.
 Options ReadOptions(const std::vector<std::string>& arguments, const Registration& registration);
 
-// Has the application read its own options. Throws WrongCommandLine with what the application says
-// of a faulty one and what was expected: the nearest known name, or the form of a number.
+// Has the application read its own options. When one is wrong, throws WrongCommandLine with the
+// application's message and what was expected: the most similar name, or the form of a number.
 void ReadApplicationOptions(const std::vector<std::string>& arguments, HostState& host,
                             const std::vector<OperatorName>& operators);
 
-// Gives the files without a name to the streams that have none yet. Throws WrongCommandLine.
+// Assigns the files given without an option to the streams that have no file yet. Throws
+// WrongCommandLine.
 void PlaceFiles(Options& options, const Registration& registration);
 
 // The files of a command line as the usage text shows them: "FILE1 [FILE2] SAVE".

@@ -13,7 +13,7 @@ namespace {
 constexpr std::chrono::milliseconds kBeforeFirst(500);  // a short run shows nothing
 constexpr std::chrono::milliseconds kBetween(100);
 
-// The time only when it is known, 0 or more seconds.
+// Shows the time only when secondsLeft is not negative.
 std::string ProgressLine(double share, double secondsLeft) {
   constexpr double kWidth = 30;
   const std::string bar(static_cast<std::size_t>(share * kWidth), '=');

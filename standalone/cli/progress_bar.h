@@ -7,9 +7,9 @@
 
 namespace lumomixcalc::standalone {
 
-// Shows on standard error how far a run is, as in
-// "[==========                    ]  33 %, 0:42 left". The line gives way to messages and is
-// removed with its owner.
+// Shows the progress of a run on standard error, as in
+// "[==========                    ]  33 %, 0:42 left". The line is erased before a message is shown
+// and when the object is destroyed.
 class ProgressBar {
  public:
   ProgressBar();

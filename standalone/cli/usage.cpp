@@ -12,7 +12,7 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-// What follows the list of data modes.
+// The text after the list of data modes.
 constexpr const char* kOptions = R"(;
                    without it cfloat32 when an input that is read is complex,
                    else float32;

@@ -6,8 +6,8 @@
 
 namespace lumomixcalc::standalone {
 
-// Both print to standard output: the usage text, the application's part included, or the versions
-// of the program and of GDAL.
+// Print to standard output: the usage text with the application's part, or the versions of the
+// program and of GDAL.
 void PrintUsage(const Registration& registration, const std::vector<OperatorName>& operators);
 void PrintVersion();
 

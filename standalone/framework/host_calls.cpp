@@ -30,14 +30,6 @@ void Registration::Call(int slot) const {
   if (const auto found = routines.find(slot); found != routines.end()) found->second();
 }
 
-void Registration::CheckThatHostCanServe() const {
-  if (!inCore) throw Failure("the application does not ask for in-core processing");
-  if (inputs.empty() || outputs.size() != 1)
-    throw Failure("the application must declare an input or more and one output");
-  if (routines.count(IP_SLOT_PROC_DATA) == 0)
-    throw Failure("the application registers no routine that processes a block");
-}
-
 HostState& TheHostState() {
   static HostState host;
   return host;
@@ -45,12 +37,12 @@ HostState& TheHostState() {
 
 }  // namespace lumomixcalc::standalone
 
-// What host/ip.h, host/im.h and host/wm.h declare, over the one host state.
+// The calls that host/ip.h, host/im.h and host/wm.h declare. They work on the one host state.
 using namespace lumomixcalc::standalone;
 
 extern "C" {
 
-void IPSetIncoreProc() { TheHostState().registration.inCore = true; }
+void IPSetIncoreProc() {}  // this host knows no other processing
 
 void IPSetMenuTitle(const char* title) { TheHostState().registration.title = title; }
 
@@ -64,7 +56,7 @@ void IPAddInput(int stream, const char* label, int, int, int, int) {
 }
 
 void IPAddOutput(int stream, const char* label, int, int, int, int) {
-  TheHostState().registration.outputs.push_back({stream, CPLString(label).Trim()});
+  TheHostState().registration.output = {stream, CPLString(label).Trim()};
 }
 
 void IPEnableRegionSelection(int) { TheHostState().registration.regions = true; }
@@ -87,7 +79,7 @@ void IPDesist() { TheHostState().desisted = true; }
 
 const char* IPGetArg(int index) {
   const std::vector<std::string>& arguments = TheHostState().arguments;
-  const auto position = static_cast<std::size_t>(index) - 1;  // of 0 and below, beyond any end
+  const auto position = static_cast<std::size_t>(index) - 1;  // huge for an index below 1
   return position < arguments.size() ? arguments[position].c_str() : nullptr;
 }
 
@@ -110,8 +102,8 @@ void WMAddInfoButton(const char* label, const char* helpKey) {
   AddToPanel(InfoButton{label, helpKey});
 }
 
-// Of the numbers this host takes the width in characters and the step. It does not limit the
-// decimals: a field that showed fewer than the value has would change it when it is read back.
+// This host uses only the width in characters and the step. It does not limit the decimals: a field
+// that shows fewer decimals than the value has would change the value when it is read back.
 void WMAddFloatField(float* value, int, int, int width, const float* step, const float*,
                      const int32_t*, int, int, int, int) {
   AddToPanel(FloatField{value, width, step ? *step : 1});

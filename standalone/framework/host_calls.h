@@ -15,34 +15,29 @@ struct DeclaredStream {
   int number = 0;
   std::string label;  // without the blanks around it
 
-  // The label as an option's name: lower case, blanks dropped.
+  // The label as the name of an option: in lower case, without blanks.
   std::string OptionName() const;
 };
 
-// What the application declares of itself.
+// What the application declares when it registers.
 struct Registration {
   std::string title;
   int menuX = 0;  // the panel's place on the screen, in pixels
   int menuY = 0;
-  bool inCore = false;
   bool regions = false;      // the user may choose a region
-  bool resolutions = false;  // and a resolution
+  bool resolutions = false;  // the user may choose a resolution
   std::vector<DeclaredStream> inputs;
-  std::vector<DeclaredStream> outputs;
+  DeclaredStream output;
   std::map<int, IPRoutine> routines;  // by slot
 
   // Calls the routine of a slot, if one is registered.
   void Call(int slot) const;
 
-  // Throws Failure when the application asks for what this host does not offer.
-  void CheckThatHostCanServe() const;
-
-  // The one output. Valid after CheckThatHostCanServe.
-  const DeclaredStream& Output() const { return outputs.front(); }
+  const DeclaredStream& Output() const { return output; }
 };
 
-// The elements of the application's panel. They are bound to addresses of the application's, so
-// only the thread that calls the application back may look behind them.
+// The elements of the application's panel. Their pointers lead to the application's variables, so
+// only the thread that makes the callbacks may use them.
 
 // A button with the row's label; its key names the row's help entry.
 struct InfoButton {
@@ -50,7 +45,7 @@ struct InfoButton {
   std::string helpKey;
 };
 
-// A number of the application's, in a field about width characters wide.
+// A number in a field about width characters wide.
 struct FloatField {
   float* value = nullptr;
   int width = 0;
@@ -75,7 +70,7 @@ struct Toggle {
 
 struct PanelRow {
   std::vector<std::variant<InfoButton, FloatField, FixedText, Pulldown, Toggle>> elements;
-  bool attachedRight = false;  // its last element reaches the panel's right side
+  bool attachedRight = false;  // the last element extends to the panel's right side
 };
 
 // What the application may ask of one stream.
@@ -86,19 +81,19 @@ struct StreamState {
   float* blockData = nullptr;  // the current block
 };
 
-// Everything that the host calls read and write. They carry no handle, so there is one of it in
-// the process; whoever drives the application fills it before a callback and reads it afterwards.
+// Everything that the host calls read and write. The calls have no handle, so the process has only
+// one host state. The caller of a callback fills it before the callback and reads it afterwards.
 struct HostState {
   Registration registration;
   std::vector<PanelRow> panelRows;     // empty until the application was asked for them
   bool panelRowIsOpen = false;         // the next element belongs to the last row
-  std::map<int, StreamState> streams;  // by number; others are closed
-  int outputMode = -1;                 // the mode that the user chose, or -1
-  bool desisted = false;
+  std::map<int, StreamState> streams;  // by number; streams that are not in it are closed
+  int outputMode = -1;                 // code of the chosen data mode, -1 when none was chosen
+  bool desisted = false;               // the application called IPDesist
 
   std::vector<std::string> arguments;                     // those left to the application
-  std::map<std::string, std::vector<float>> realOptions;  // as read last, by name
-  std::vector<std::string> echoedOptions;                 // what the application appended
+  std::map<std::string, std::vector<float>> realOptions;  // the values read last, by name
+  std::vector<std::string> echoedOptions;                 // what IPAppendCommand added
 };
 
 HostState& TheHostState();
