@@ -8,7 +8,7 @@
 
 namespace lumomixcalc::standalone {
 
-// One of this host's data modes: how the elements of a raster are stored in its file.
+// A data mode of this host: how the elements of a raster are stored in its file.
 struct DataMode {
   int code;
   const char* name;  // as -mode= takes it
@@ -18,20 +18,24 @@ struct DataMode {
   // The range of an element, or of each of its two parts.
   double lowest;
   double highest;
+
+  // Floats per element in memory, and GDAL's type of such an element.
+  int Parts() const { return complex ? 2 : 1; }
+  GDALDataType FloatType() const { return complex ? GDT_CFloat32 : GDT_Float32; }
 };
 
-// All modes; the position is the code.
+// All modes. The position of a mode is its code.
 std::span<const DataMode> DataModes();
 
-// The mode of a code from 0 to 8.
+// The mode with this code, from 0 to 8.
 const DataMode& DataModeOf(int code);
 
-// The mode named so, in upper or lower case; null when there is none.
+// The mode with this name, in upper or lower case. Null when there is none.
 const DataMode* FindDataMode(const std::string& name);
 
-// The mode that a source of a type reports. Types without a mode of their own report the nearest
-// that says whether they are complex: CInt32 is CInt16, CFloat64 is CFloat32, and 64-bit integers
-// are Float64.
+// The mode of an input whose elements have this type. A type without a mode gets the nearest one,
+// complex or real as the type is: CInt32 gets CInt16, CFloat64 gets CFloat32, and 64-bit integers
+// get Float64.
 const DataMode& DataModeOfType(GDALDataType type);
 
 std::vector<std::string> DataModeNames();

@@ -12,14 +12,17 @@
 namespace lumomixcalc::standalone {
 namespace {
 
+constexpr const char* kNoReason = "GDAL does not say why";
+
 thread_local GdalFailureLog* ownLog = nullptr;
 
-GdalFailureLog& TheLog() {
+GdalFailureLog& LogOfThisThread() {
   static GdalFailureLog shared;
   return ownLog ? *ownLog : shared;
 }
 
-// On one line, and with the final names of files that are still made in a hidden folder.
+// GDAL's message on one line. The names of hidden folders are removed from the paths of files, so
+// that these are the final ones.
 std::string AsSentence(const char* message) {
   const std::string folder = ".lumomixcalc-XXXXXX/";
   std::string text = message;
@@ -28,7 +31,7 @@ std::string AsSentence(const char* message) {
   for (char& c : text)
     if (c == '\n' || c == '\r') c = ' ';
   text.erase(text.find_last_not_of(" .") + 1);
-  return text.empty() ? "GDAL does not say why" : text;
+  return text.empty() ? kNoReason : text;
 }
 
 std::mutex shownWarningsMutex;
@@ -40,14 +43,15 @@ bool IsNewWarning(const std::string& text) {
 }
 
 void CPL_STDCALL Handle(CPLErr severity, CPLErrorNum number, const char* message) {
-  // What a format keeps in a file beside it is lost with that file.
+  // The metadata that a format keeps in an extra file would be lost.
   const bool losesMetadata = STARTS_WITH(message, "Unable to save auxiliary information");
   const std::string text = AsSentence(message);
   if (severity == CE_Warning && !losesMetadata) {
     if (IsNewWarning(text)) Warn(text);
   } else if (severity == CE_Warning || severity == CE_Failure) {
-    const std::lock_guard lock(TheLog().mutex);
-    TheLog().texts.push_back(text);
+    GdalFailureLog& log = LogOfThisThread();
+    const std::lock_guard lock(log.mutex);
+    log.texts.push_back(text);
   } else {
     CPLDefaultErrorHandler(severity, number, message);
   }
@@ -57,11 +61,11 @@ void CPL_STDCALL Handle(CPLErr severity, CPLErrorNum number, const char* message
 
 void SetUpGdal() {
   CPLSetErrorHandler(Handle);
-  // For every strip that GDAL resamples it allocates and frees buffers of megabytes. By default glibc
-  // gives them back to the system each time, and the run takes three times as long.
+  // GDAL allocates and frees buffers of megabytes for every strip that it resamples. By default
+  // glibc returns them to the system each time, and the run takes three times as long.
   mallopt(M_MMAP_THRESHOLD, 32 << 20);
   mallopt(M_TRIM_THRESHOLD, 64 << 20);
-  // Else a raw file that is too short reads as zeros where it ends.
+  // Otherwise the missing end of a raw file that is too short is read as zeros.
   if (!CPLGetConfigOption("RAW_CHECK_FILE_SIZE", nullptr))
     CPLSetConfigOption("RAW_CHECK_FILE_SIZE", "YES");
   GDALAllRegister();
@@ -71,14 +75,19 @@ OwnGdalFailures::OwnGdalFailures() { ownLog = &log_; }
 
 OwnGdalFailures::~OwnGdalFailures() { ownLog = nullptr; }
 
-GdalFailures::GdalFailures() : log_(TheLog()) {
+GdalFailures::GdalFailures() : log_(LogOfThisThread()) {
   const std::lock_guard lock(log_.mutex);
   before_ = log_.texts.size();
 }
 
+bool GdalFailures::Any() const {
+  const std::lock_guard lock(log_.mutex);
+  return log_.texts.size() > before_;
+}
+
 std::string GdalFailures::First() const {
   const std::lock_guard lock(log_.mutex);
-  return log_.texts.size() > before_ ? log_.texts[before_] : "";
+  return log_.texts.size() > before_ ? log_.texts[before_] : kNoReason;
 }
 
 GdalRun::GdalRun() : cacheBytes_(GDALGetCacheMax64()) {

@@ -14,15 +14,16 @@ struct GdalFailureLog {
   std::vector<std::string> texts;
 };
 
-// Sets GDAL up for runs of this host: configuration, drivers, and an error handler that collects
-// failures of all threads and shows each warning once. GDAL reports most write errors in this way
-// alone: the calls that write, flush and close return success. Call it once in the process, before
-// anything else of GDAL. What the user configured stays.
+// Prepares GDAL for the runs of this host: configuration, drivers, and an error handler that
+// collects the failures of all threads and shows each warning once. GDAL reports most write errors
+// only to the handler: the calls that write, flush and close return success. Call this once in the
+// process, before any other GDAL call. Configuration that the user has set is kept.
 void SetUpGdal();
 
-// Keeps the failures of the thread that makes it apart for as long as it lives: only a GdalFailures
-// of that thread sees them, and only them. So a file that fails to read is not taken for a fault of
-// the one that another thread, and GDAL's own threads, are writing.
+// While this object lives, the failures of the thread that made it are kept separate: a
+// GdalFailures of that thread sees these failures only, and no other thread sees them. So a failure
+// to read one file is not mistaken for a failure to write another, by another thread or by GDAL's
+// own threads.
 class OwnGdalFailures {
  public:
   OwnGdalFailures();
@@ -32,13 +33,13 @@ class OwnGdalFailures {
   GdalFailureLog log_;
 };
 
-// Tells the failures that came since it was made: those of its own thread when they are kept apart,
-// else those of all other threads.
+// The failures since this object was made: those of its thread if an OwnGdalFailures keeps them
+// separate, otherwise those of all threads that have no OwnGdalFailures.
 class GdalFailures {
  public:
   GdalFailures();
-  bool Any() const { return !First().empty(); }
-  // GDAL's text of the first of them; empty when there is none.
+  bool Any() const;
+  // GDAL's text of the first failure, or a text that says that GDAL gives no reason.
   std::string First() const;
 
  private:
@@ -46,8 +47,8 @@ class GdalFailures {
   std::size_t before_ = 0;
 };
 
-// What GDAL keeps for the whole process, as one run needs it: each warning is shown once in a run,
-// and the size of the block cache is set back after it.
+// Sets the state that GDAL keeps for the whole process for one run: each warning is shown once per
+// run, and the size of the block cache is restored after the run.
 class GdalRun {
  public:
   GdalRun();

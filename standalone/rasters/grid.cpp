@@ -20,15 +20,15 @@ bool Contains(int columns, int rows, const PixelWindow& window) {
          window.x <= columns - window.columns && window.y <= rows - window.rows;
 }
 
-// Map coordinates are seldom exact: a place within a thousandth of a pixel of a pixel's edge is
-// taken to be on it.
+// Map coordinates are rarely exact: a position within a thousandth of a pixel of an edge counts as
+// on the edge.
 double SnappedToEdge(double pixel) {
   constexpr double kTolerance = 1e-3;
   const double nearest = std::round(pixel);
   return std::abs(pixel - nearest) < kTolerance ? nearest : pixel;
 }
 
-// The first pixel and the one after the last that the range of map coordinates touches.
+// The first pixel that the range of map coordinates touches, and the pixel after the last one.
 std::pair<double, double> Touched(double from, double to, double origin, double pixel) {
   const auto [low, high] = std::minmax({(from - origin) / pixel, (to - origin) / pixel});
   return {std::floor(SnappedToEdge(low)), std::ceil(SnappedToEdge(high))};
@@ -43,7 +43,7 @@ PixelWindow PixelsOf(const MapWindow& window, const Geotransform& transform, int
                   " is rotated on the map; choose pixels by -region=");
   const auto [left, right] = Touched(window.xMin, window.xMax, transform[0], transform[1]);
   const auto [top, bottom] = Touched(window.yMin, window.yMax, transform[3], transform[5]);
-  // Written so that a NaN is refused, too.
+  // This form of the condition refuses a NaN, too.
   if (!(left >= 0 && top >= 0 && right <= columns && bottom <= rows && left < right &&
         top < bottom)) {
     const double xEnd = transform[0] + columns * transform[1];
@@ -58,7 +58,7 @@ PixelWindow PixelsOf(const MapWindow& window, const Geotransform& transform, int
 }
 
 PixelWindow ChosenPixels(const Selection& selection, int columns, int rows,
-                         const Geotransform* transform, const std::string& name) {
+                         const std::optional<Geotransform>& transform, const std::string& name) {
   if (selection.region) {
     if (Contains(columns, rows, *selection.region)) return *selection.region;
     throw Failure("-region=" + ToText(*selection.region) + " is not inside " + name +
@@ -72,7 +72,7 @@ PixelWindow ChosenPixels(const Selection& selection, int columns, int rows,
   return {0, 0, columns, rows};
 }
 
-// The largest distance between where the two put a corner of the raster, in pixels of the first.
+// The largest distance between the positions of a raster corner under both, in pixels of the first.
 double LargestShift(const Geotransform& a, const Geotransform& b, double columns, double rows) {
   const double pixel = std::min(std::hypot(a[1], a[4]), std::hypot(a[2], a[5]));
   double largest = 0;
@@ -104,17 +104,8 @@ OutputGrid OutputGrid::BeforeLooks() const {
   return {window, resolution, {}, columns * looks.x, rows * looks.y};
 }
 
-Geotransform OutputGrid::Transformed(const Geotransform& input) const {
-  const double x = window.x;
-  const double y = window.y;
-  const double nx = resolution * looks.x;
-  const double ny = resolution * looks.y;
-  return {input[0] + x * input[1] + y * input[2], nx * input[1], ny * input[2],
-          input[3] + x * input[4] + y * input[5], nx * input[4], ny * input[5]};
-}
-
 OutputGrid MakeOutputGrid(const Selection& selection, int columns, int rows,
-                          const Geotransform* transform, const std::string& name) {
+                          const std::optional<Geotransform>& transform, const std::string& name) {
   OutputGrid grid;
   grid.window = ChosenPixels(selection, columns, rows, transform, name);
   grid.resolution = selection.resolution;
@@ -154,14 +145,22 @@ std::optional<Geotransform> GeotransformOf(GDALDataset& dataset) {
 
 bool CopyGeoreferencing(GDALDataset& from, const OutputGrid& grid, GDALDataset& to) {
   const GdalFailures failures;
-  if (const auto transform = GeotransformOf(from))
-    to.SetGeoTransform(grid.Transformed(*transform).data());
+  const double x = grid.window.x;
+  const double y = grid.window.y;
+  const double nx = grid.resolution * grid.looks.x;
+  const double ny = grid.resolution * grid.looks.y;
+  if (const std::optional<Geotransform> transform = GeotransformOf(from)) {
+    const Geotransform& in = *transform;
+    Geotransform out = {in[0] + x * in[1] + y * in[2], nx * in[1], ny * in[2],
+                        in[3] + x * in[4] + y * in[5], nx * in[4], ny * in[5]};
+    to.SetGeoTransform(out.data());
+  }
   if (from.GetSpatialRef()) to.SetSpatialRef(from.GetSpatialRef());
   if (from.GetGCPCount() > 0) {
     std::vector<GDAL_GCP> points(from.GetGCPs(), from.GetGCPs() + from.GetGCPCount());
     for (GDAL_GCP& point : points) {
-      point.dfGCPPixel = (point.dfGCPPixel - grid.window.x) / (grid.resolution * grid.looks.x);
-      point.dfGCPLine = (point.dfGCPLine - grid.window.y) / (grid.resolution * grid.looks.y);
+      point.dfGCPPixel = (point.dfGCPPixel - x) / nx;
+      point.dfGCPLine = (point.dfGCPLine - y) / ny;
     }
     to.SetGCPs(from.GetGCPCount(), points.data(), from.GetGCPSpatialRef());
   }

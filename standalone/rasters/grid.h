@@ -11,7 +11,7 @@ namespace lumomixcalc::standalone {
 // GDAL's six coefficients from pixels to map coordinates.
 using Geotransform = std::array<double, 6>;
 
-// Whole pixels of an image, counted from its top left corner.
+// A rectangle of whole pixels, counted from the top left corner of the image.
 struct PixelWindow {
   int x = 0;
   int y = 0;
@@ -31,7 +31,7 @@ struct MapWindow {
   bool operator==(const MapWindow&) const = default;
 };
 
-// Blocks of so many columns and rows of results whose average is stored in place of them.
+// The size of the blocks of results, in columns and rows, that are averaged to one stored element.
 struct Looks {
   int x = 1;
   int y = 1;
@@ -41,17 +41,17 @@ struct Looks {
 
 std::string SizeText(int columns, int rows);  // "C x R pixels"
 
-// As the options -region=, -window= and -looks= take them.
+// The values of the options -region=, -window= and -looks=.
 std::string ToText(const PixelWindow& window);
 std::string ToText(const MapWindow& window);
 std::string ToText(const Looks& looks);
 
-// How pixels are made when the resolution is reduced. The first four are GDAL's, from the pixels
-// of full resolution; kOverview takes the overview of just that resolution, as its maker made it;
-// kPreview takes whatever is quickest to read.
+// How pixels are made at a reduced resolution. The first four are GDAL's methods and use the pixels
+// of full resolution. kOverview takes the pixels of the overview that has exactly this resolution.
+// kPreview takes the pixels that are fastest to read.
 enum class Resampling { kNearest, kAverage, kBilinear, kCubic, kOverview, kPreview };
 
-// What a user can choose as -resampling=, at the position of its Resampling.
+// The methods of -resampling=, in the order of the Resampling constants.
 struct ResamplingMethod {
   const char* name;
   GDALRIOResampleAlg algorithm;
@@ -65,7 +65,7 @@ inline constexpr std::array<ResamplingMethod, 5> kResamplingMethods = {{
     {"overview", GRIORA_NearestNeighbour, 0},
 }};
 
-// What a run takes of its inputs, as the user asks for it.
+// The part of the inputs and the resolution that the user chose.
 struct Selection {
   std::optional<PixelWindow> region;
   std::optional<MapWindow> window;  // not together with region
@@ -76,37 +76,34 @@ struct Selection {
   bool operator==(const Selection&) const = default;
 };
 
-// Where the pixels of the output lie on the pixels of the inputs: with nx = resolution * looks.x
-// and ny = resolution * looks.y, output pixel (c, r) covers nx * ny input pixels from (window.x + c
-// * nx, window.y + r * ny).
+// The position of the output's pixels on those of the inputs. With nx = resolution * looks.x and
+// ny = resolution * looks.y, output pixel (c, r) covers nx * ny input pixels from
+// (window.x + c * nx, window.y + r * ny).
 struct OutputGrid {
-  PixelWindow window;  // covered by whole output pixels
+  PixelWindow window;  // the input pixels that the output covers
   int resolution = 1;
   Looks looks;
   int columns = 0;
   int rows = 0;
 
-  // The grid of the results of which looks are the average.
+  // The grid of the results before they are averaged over looks.
   OutputGrid BeforeLooks() const;
-
-  Geotransform Transformed(const Geotransform& input) const;
 };
 
-// The grid that a selection makes of an image of columns x rows pixels. Where resolution and looks
-// do not divide the region, what is left over at its right and bottom is left out. transform is the
-// image's, null when it has none; name is for messages. Throws Failure when the selection does not
-// fit the image, with the image's size.
+// The output grid for a selection from an image of columns x rows pixels with this geotransform.
+// When resolution and looks do not divide the region, the rest at its right and bottom is left out.
+// name is for messages. Throws Failure when the selection does not fit the image.
 OutputGrid MakeOutputGrid(const Selection& selection, int columns, int rows,
-                          const Geotransform* transform, const std::string& name);
+                          const std::optional<Geotransform>& transform, const std::string& name);
 
-// How the places of two rasters of one size differ, in words for a message; empty when they agree
-// to a hundredth of a pixel, or when one of them has no georeferencing to compare.
+// How the georeferencing of two rasters of the same size differs, in words for a message. Empty
+// when they agree to a hundredth of a pixel, or when one of them has no georeferencing.
 std::string GeoreferencingDifference(GDALDataset& one, GDALDataset& other);
 
 std::optional<Geotransform> GeotransformOf(GDALDataset& dataset);
 
-// Gives to the geotransform, coordinate reference system and ground control points of from, as they
-// are on the grid. Returns false when the format of to cannot hold them all.
+// Copies geotransform, coordinate reference system and ground control points, adapted to the grid.
+// Returns false when the format of `to` cannot hold all of them.
 bool CopyGeoreferencing(GDALDataset& from, const OutputGrid& grid, GDALDataset& to);
 
 }  // namespace lumomixcalc::standalone

@@ -12,7 +12,7 @@ namespace {
 
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 
-// A double beyond a float's range rounds to an infinity, as GDAL converts pixels.
+// A double outside a float's range becomes an infinity, as when GDAL converts pixels.
 float AsFloat(double value) {
   constexpr double kLargest = std::numeric_limits<float>::max();
   if (value > kLargest) return std::numeric_limits<float>::infinity();
@@ -20,9 +20,9 @@ float AsFloat(double value) {
   return static_cast<float>(value);
 }
 
-// The nearest integer, of two equally near ones the even: next to 1.5 * 2^52 a double has no
-// fraction. Inline arithmetic, where nearbyint is a call for the oldest processors. Numbers beyond
-// 2^51 come back as large as they are, if not exactly, which no integer mode holds anyway.
+// The nearest integer, or the even one of two equally near integers: near 1.5 * 2^52 a double has
+// no fraction. This is inline, while nearbyint is a function call on the oldest processors. Numbers
+// beyond 2^51 may come back inexactly, but they stay outside the range of every integer mode.
 double Rounded(float value) {
   constexpr double kNoFraction = 0x1.8p52;
   return (static_cast<double>(value) + kNoFraction) - kNoFraction;
@@ -31,13 +31,13 @@ double Rounded(float value) {
 constexpr std::size_t kLanes = 16;
 constexpr std::size_t kChunk = 16 * kLanes;
 
-// Stores a chunk of values if the mode holds all of them as they are, but for their fractions, and
-// none is avoided. Returns false otherwise, with nothing that matters stored. Written without a
-// branch, in lanes and with flags as wide as the numbers, so that g++ makes vector instructions of
-// it: a plain loop takes twice as long, up to a tenth of a whole run.
+// Stores a chunk of rounded values if all of them are in the mode's range and none rounds to
+// `avoided`. Otherwise returns false, and the caller stores the chunk again. Written without
+// branches, in lanes and with flags as wide as the numbers, so that g++ makes vector instructions
+// of it: a plain loop takes twice as long, up to a tenth of a whole run.
 template <typename Integer>
 bool StoreHeld(const float* values, const DataMode& mode, double avoided, Integer* out) {
-  // A double becomes 32 bits with sign in one instruction, and from there fewer.
+  // One instruction converts a double to a signed 32-bit integer, which is then narrowed.
   using Wide = std::conditional_t<std::is_same_v<Integer, std::uint32_t>, Integer, std::int32_t>;
   const double lowest = mode.lowest;
   const double highest = mode.highest;
@@ -54,7 +54,7 @@ bool StoreHeld(const float* values, const DataMode& mode, double avoided, Intege
   return std::ranges::all_of(unheld, [](double lane) { return lane == 0; });
 }
 
-// Stores one element of one part or two.
+// Stores one element, which has one part or two.
 template <typename Integer>
 void StoreElement(std::span<const float> parts, const DataMode& mode,
                   const std::optional<double>& noData, Integer* out, UnheldElements& counts) {
@@ -82,7 +82,7 @@ template <typename Integer>
 void Store(std::span<const float> values, const DataMode& mode, const std::optional<double>& noData,
            Integer* out, UnheldElements& counts) {
   const double avoided = noData.value_or(std::numeric_limits<double>::quiet_NaN());
-  const std::size_t parts = mode.complex ? 2 : 1;
+  const auto parts = static_cast<std::size_t>(mode.Parts());
   for (std::size_t i = 0; i < values.size(); i += kChunk) {
     const std::span chunk = values.subspan(i, std::min(kChunk, values.size() - i));
     if (chunk.size() == kChunk && StoreHeld(chunk.data(), mode, avoided, out + i)) continue;
@@ -125,7 +125,7 @@ double IntegerNoData(const DataMode& mode, double declared) {
 
 double RoundedAndSaturated(float value, const DataMode& mode) {
   if (std::isnan(value)) return 0;
-  // In double, which holds every integer of 32 bits; a float would round 2^31 - 1 up and out.
+  // In double, which holds every 32-bit integer. A float would round 2^31 - 1 up, out of the range.
   return std::clamp(Rounded(value), mode.lowest, mode.highest);
 }
 

@@ -8,50 +8,51 @@
 
 #include "standalone/rasters/data_modes.h"
 
-// Which elements are no data, and how integer modes store the elements that they can hold and those
-// that they cannot.
+// Which elements are no data, and how integer modes store elements, including those that they
+// cannot hold.
 namespace lumomixcalc::standalone {
 
+// The no-data value that the band declares.
 std::optional<double> DeclaredNoData(GDALRasterBand& band);
 
-// The one rule for complex elements, for reading and for storing: an element is no data when its
-// real part equals the no-data value and its imaginary part equals it, too, or is zero.
+// Whether a complex element is no data, in inputs and outputs alike: its real part equals the
+// no-data value, and its imaginary part equals the value or zero.
 template <typename Number>
 bool IsNoData(Number real, Number imaginary, Number noData) {
   return real == noData && (imaginary == noData || imaginary == 0);
 }
 
 // Replaces no-data elements by NaN, complex ones in both parts. Values are compared in single
-// precision, as the application would see them.
+// precision, as the application sees them.
 void MaskNoData(std::span<float> values, bool complex, double noData);
 
-// The value that stands for no data in an output of an integer mode: declared, the first input's,
-// when the mode holds it, else the lowest that a signed mode holds and the highest of an unsigned
-// one, whose zeros are wanted for results.
+// The no-data value of an output in an integer mode: `declared` when the mode can hold it,
+// otherwise the lowest value of a signed mode, or the highest of an unsigned one, where zero is a
+// usual result.
 double IntegerNoData(const DataMode& mode, double declared);
 
-// Elements that an integer mode could not hold as they were. A complex element counts once.
+// Counts of the elements that the output could not hold unchanged. A complex element counts once.
 struct UnheldElements {
-  std::uint64_t saturated = 0;
-  std::uint64_t moved = 0;  // by one, because they would have been stored as no data
-  std::uint64_t taken = 0;  // equal to the number that stands for no data in a floating mode
-  std::uint64_t nan = 0;    // stored as 0 because no value stands for no data
+  std::uint64_t saturated = 0;  // outside the range of an integer mode
+  std::uint64_t moved = 0;      // changed by one, because they would have been stored as no data
+  std::uint64_t taken = 0;      // equal to the no-data value of a floating mode
+  std::uint64_t nan = 0;        // NaN stored as 0, because the output has no no-data value
 };
 
-// One value as an integer mode stores it: the nearest integer, of two equally near ones the even,
-// brought into the mode's range; NaN becomes 0.
+// The value that an integer mode stores: the nearest integer, or the even one of two equally near
+// integers, limited to the mode's range. NaN becomes 0.
 double RoundedAndSaturated(float value, const DataMode& mode);
 
-// Converts elements, each one float or, in a complex mode, two, to the mode's type at out, which
-// has room for as many, by the rule of RoundedAndSaturated. Infinities saturate. With noData, an
-// integer of the mode, elements with a NaN are stored as that value in all parts; other elements
-// that would read back as no data (IsNoData) are moved by one in their real part, towards zero
-// unless it is zero. Adds to counts. mode must be an integer mode.
+// Converts elements, each one float or, in a complex mode, two, by RoundedAndSaturated and stores
+// them at out in the type of the integer mode. Infinities saturate. With noData, which must be an
+// integer of the mode, elements with a NaN are stored as that value in all parts. Other elements
+// that would read back as no data (IsNoData) get their real part changed by one, towards zero
+// unless it is zero. Adds to counts.
 void StoreAsIntegers(std::span<const float> values, const DataMode& mode,
                      std::optional<double> noData, void* out, UnheldElements& counts);
 
-// Replaces elements with a NaN by the value that stands for no data, in both parts of complex ones.
-// Adds to counts the others that will read back as no data.
+// Replaces elements with a NaN by the no-data value, complex ones in both parts. Adds the number of
+// other elements that will read back as no data to counts.taken.
 void ReplaceNan(std::span<float> values, bool complex, double noData, UnheldElements& counts);
 
 }  // namespace lumomixcalc::standalone

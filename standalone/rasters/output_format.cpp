@@ -17,7 +17,7 @@ bool Can(GDALDriver* driver, const char* capability) {
 }
 
 bool CanWriteFiles(GDALDriver* driver) {
-  // These two make rasters, but in memory or of references to other files.
+  // These two write rasters in memory or references to other files.
   if (EQUAL(driver->GetDescription(), "MEM") || EQUAL(driver->GetDescription(), "VRT"))
     return false;
   return Can(driver, GDAL_DCAP_RASTER) &&
@@ -30,7 +30,7 @@ bool Lists(GDALDriver* driver, const char* item, const char* wanted) {
 }
 
 bool Holds(GDALDriver* driver, const DataMode& mode) {
-  // A driver that does not say is left to refuse by itself.
+  // A driver that does not list its types refuses a wrong one itself.
   return !driver->GetMetadataItem(GDAL_DMD_CREATIONDATATYPES) ||
          Lists(driver, GDAL_DMD_CREATIONDATATYPES, GDALGetDataTypeName(mode.type));
 }
@@ -75,18 +75,16 @@ OutputFormat ChooseOutputFormat(const std::string& name, const std::string& path
 }
 
 void CheckCreationOptions(const OutputFormat& format, const std::vector<std::string>& options) {
-  CPLStringList list;
-  for (const std::string& option : options) list.AddString(option.c_str());
   const CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);
-  if (!GDALValidateCreationOptions(format.driver, list.List()))
+  if (!GDALValidateCreationOptions(format.driver, CreationOptions(format, options).List()))
     throw WrongCommandLine(std::string("-co: ") + CPLGetLastErrorMsg());
 }
 
 CPLStringList CreationOptions(const OutputFormat& format, const std::vector<std::string>& options) {
   CPLStringList list;
   for (const std::string& option : options) list.AddString(option.c_str());
-  // Classic TIFF ends at 4 GB; by itself the driver takes the larger layout only when it knows the
-  // final size.
+  // A classic TIFF is limited to 4 GB. By default the driver chooses the larger layout only when it
+  // knows the final size.
   if (format.Name() == "GTiff" && !list.FetchNameValue("BIGTIFF"))
     list.SetNameValue("BIGTIFF", "IF_SAFER");
   if (format.Name() == "netCDF" && !list.FetchNameValue("WRITE_GDAL_HISTORY"))

@@ -15,27 +15,27 @@ struct OutputFormat {
   GDALDriver* driver = nullptr;
 
   std::string Name() const { return driver->GetDescription(); }
-  // Whether the driver cannot write piece by piece, but only copy a whole raster.
+  // Whether the driver can only copy a whole raster, not write it piece by piece.
   bool CopiesOnly() const;
 };
 
 std::vector<std::string> WritableFormats();
 
-// The format of that name, or with an empty name the one of the path's extension; GTiff for a path
-// without one. Throws WrongCommandLine when there is none that can write.
+// The format with this name. With an empty name, the format of the path's extension, or GTiff when
+// the path has none. Throws WrongCommandLine when there is no such format that can be written.
 OutputFormat ChooseOutputFormat(const std::string& name, const std::string& path);
 
-// Throws WrongCommandLine when the format knows no such option or value.
+// Throws WrongCommandLine when the format does not know an option or its value.
 void CheckCreationOptions(const OutputFormat& format, const std::vector<std::string>& options);
 
-// These options, and those that a driver needs to write what this host promises: TIFFs of any size,
-// and no name of a temporary file in the output.
+// These options and those that this host adds: for TIFFs of any size, and against the name of a
+// temporary file in the output.
 CPLStringList CreationOptions(const OutputFormat& format, const std::vector<std::string>& options);
 
-// Whether options of a TIFF bear only on where its elements are in the file.
+// Whether these options of a TIFF only change the layout of its uncompressed elements in the file.
 bool OnlyLayOut(const std::vector<std::string>& options);
 
-// Throws Failure when the format has no elements of this mode, naming those that it has.
+// Throws Failure, which names the modes that the format can hold, when it cannot hold this one.
 void CheckThatFormatHolds(const OutputFormat& format, const DataMode& mode);
 
 }  // namespace lumomixcalc::standalone

@@ -25,49 +25,50 @@ fs::path ParentOf(const fs::path& path) {
   return path.has_parent_path() ? path.parent_path() : fs::path(".");
 }
 
-bool IsThere(const fs::path& path) {
+// Whether there is a file, a folder or a link, even one that leads nowhere.
+bool Exists(const fs::path& path) {
   std::error_code ignored;
   return fs::exists(fs::symlink_status(path, ignored));
 }
 
-// The folders of this process, and what keeps them from being removed while files are moved out.
-// Never destroyed: a thread that ends the process may come after the end of main.
+// The hidden folders of this process. The mutex keeps them from being removed while files are moved
+// out. Never destroyed: another thread may end the process after the end of main.
 struct Folders {
   std::mutex mutex;
   std::set<fs::path> paths;
 };
 Folders& folders = *new Folders;
 
-// Moves a file inside its file system. Unless it replaces, it leaves alone what is at the new
-// place, as far as the file system can promise that. Returns 0 or an error number.
+// Renames a file inside a file system. Unless `replaces` is set, it does not replace an existing
+// file, as far as the file system can guarantee that. Returns 0 or an error number.
 int Move(const fs::path& from, const fs::path& to, bool replaces) {
   if (!replaces) {
     if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
     if (errno != EINVAL && errno != ENOSYS) return errno;
-    if (IsThere(to)) return EEXIST;
+    if (Exists(to)) return EEXIST;
   }
   return rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
 }
 
-// Gives a new file the owner, group and permissions of the old one, as far as the system lets it
-// and only so that nobody new can read it. An access control list is not passed on: its file
-// becomes its owner's alone.
-void TakeAccess(const fs::path& old, const fs::path& file) {
+// Gives a new file the owner, group and permissions of the old one, as far as the system allows,
+// without letting anybody read it who could not read the old one. An access control list is not
+// copied: then only the owner has access to the new file.
+void CopyAccessRights(const fs::path& old, const fs::path& file) {
   constexpr const char* kList = "system.posix_acl_access";
   struct stat before = {};
   if (stat(old.c_str(), &before) != 0) return;
   const bool hasList = getxattr(old.c_str(), kList, nullptr, 0) > 0;
   const bool hasGroup = chown(file.c_str(), before.st_uid, before.st_gid) == 0 ||
                         chown(file.c_str(), static_cast<uid_t>(-1), before.st_gid) == 0;
-  removexattr(file.c_str(), kList);  // one that the folder passes on
-  // The bits that make a program run as its owner are for the old contents alone.
+  removexattr(file.c_str(), kList);  // the new file may have one from its folder
+  // The set-user and set-group bits were meant for the old contents only.
   chmod(file.c_str(), before.st_mode & (hasGroup && !hasList ? 0777 : 0700));
 }
 
 }  // namespace
 
 fs::path FollowLinks(const std::string& path) {
-  constexpr int kMostLinks = 40;  // as the kernel has it
+  constexpr int kMostLinks = 40;  // the limit of the kernel
   fs::path target = path;
   std::error_code error;
   for (int links = 0; fs::is_symlink(target, error); ++links) {
@@ -120,8 +121,8 @@ Publication::~Publication() {
   if (folders.paths.erase(folder_) > 0) fs::remove_all(folder_, ignored);
 }
 
-// The files that the run made, the target last. Hidden ones of other names are something else, such
-// as what a network file system keeps of deleted files.
+// The files that the run made, the target last. Hidden files with other names are not among them,
+// such as those in which a network file system keeps deleted files.
 std::vector<fs::path> Publication::Names() const {
   std::vector<fs::path> names;
   for (const fs::directory_entry& entry : fs::directory_iterator(folder_)) {
@@ -134,8 +135,8 @@ std::vector<fs::path> Publication::Names() const {
   return names;
 }
 
-// Files beside the target that GDAL would read together with the new output though the run did not
-// make them, such as overviews of an earlier one.
+// Existing files beside the target that GDAL would read together with the new output although the
+// run did not make them, such as the overviews of an earlier output.
 std::vector<fs::path> Publication::StaleNames() const {
   const std::vector<fs::path> made = Names();
   const std::string name = target_.filename();
@@ -144,15 +145,15 @@ std::vector<fs::path> Publication::StaleNames() const {
   std::vector<fs::path> stale = {name + ".aux.xml", name + ".ovr", name + ".msk",
                                  name + ".msk.ovr"};
   if (std::ranges::find(made, fs::path(stem + ".hdr")) != made.end()) {
-    // Where both are there, this header is read and not the one without the target's extension.
+    // If both headers exist, GDAL reads this one and not the one without the target's extension.
     stale.emplace_back(name + ".hdr");
-  } else if (extension.size() > 2) {  // world files: .tif has .tfw, .tifw and .wld
+  } else if (extension.size() > 2) {  // world files: .tfw, .tifw and .wld for .tif
     stale.emplace_back(stem + extension.substr(0, 2) + extension.back() + "w");
     stale.emplace_back(name + "w");
     stale.emplace_back(stem + ".wld");
   }
   std::erase_if(stale, [&](const fs::path& file) {
-    return !IsThere(parent_ / file) || fs::is_directory(parent_ / file) ||
+    return !Exists(parent_ / file) || fs::is_directory(parent_ / file) ||
            std::ranges::find(made, file) != made.end();
   });
   return stale;
@@ -174,7 +175,7 @@ void Publication::CheckPlaces() const {
     if (fs::is_directory(fs::symlink_status(parent_ / name)))
       throw Failure((target_.parent_path() / name).string() +
                     " is a folder; the output needs this name for a file");
-    if (IsThere(parent_ / name)) RefuseToReplace(name, " exists already; -overwrite replaces it");
+    if (Exists(parent_ / name)) RefuseToReplace(name, " exists already; -overwrite replaces it");
   }
   for (const fs::path& name : StaleNames())
     RefuseToReplace(name, " would be read as a part of the output " + target_.string() +
@@ -184,8 +185,9 @@ void Publication::CheckPlaces() const {
 void Publication::Publish() {
   CheckPlaces();
   const std::vector<fs::path> names = Names();
-  for (const fs::path& name : names) TakeAccess(parent_ / name, folder_ / name);
-  // A file alone is replaced at one moment. Of several, old and new ones are never mixed.
+  for (const fs::path& name : names) CopyAccessRights(parent_ / name, folder_ / name);
+  // A single file is replaced by one rename. Of several files, the old ones are moved away first,
+  // so that old and new ones are never mixed.
   const bool replaces = overwrite_ && names.size() == 1;
   std::vector<fs::path> old;
   if (overwrite_) old = StaleNames();
@@ -196,28 +198,28 @@ void Publication::Publish() {
   const std::lock_guard lock(folders.mutex);
   std::vector<std::pair<fs::path, fs::path>> moves;
   for (const fs::path& name : old)
-    if (IsThere(parent_ / name)) moves.emplace_back(parent_ / name, aside / name);
+    if (Exists(parent_ / name)) moves.emplace_back(parent_ / name, aside / name);
   for (const fs::path& name : names) moves.emplace_back(folder_ / name, parent_ / name);
   for (std::size_t i = 0; i < moves.size(); ++i) {
     const auto& [from, to] = moves[i];
     const int error = Move(from, to, replaces);
     if (error == 0) continue;
-    bool isBack = true;
+    bool restored = true;
     for (std::size_t done = i; done-- > 0;)
-      isBack &= Move(moves[done].second, moves[done].first, false) == 0;
-    if (!isBack) folders.paths.erase(folder_);  // it stays
+      restored &= Move(moves[done].second, moves[done].first, false) == 0;
+    if (!restored) folders.paths.erase(folder_);  // it keeps the old files
     throw Failure("cannot write " + (target_.parent_path() / from.filename()).string() + ": " +
                   std::strerror(error) +
-                  (isBack ? "" : "; files that were there are in " + aside.string()));
+                  (restored ? "" : "; files that were there are in " + aside.string()));
   }
 }
 
 void RemovePublicationFolders() {
   const std::lock_guard lock(folders.mutex);
   std::error_code error;
-  // A thread that still writes may make a file meanwhile.
+  // Repeated, because a thread that is still writing may make a file in the meantime.
   for (const fs::path& folder : folders.paths)
-    for (int tries = 0; tries < 3 && IsThere(folder); ++tries) fs::remove_all(folder, error);
+    for (int tries = 0; tries < 3 && Exists(folder); ++tries) fs::remove_all(folder, error);
 }
 
 }  // namespace lumomixcalc::standalone

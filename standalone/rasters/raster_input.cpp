@@ -17,8 +17,8 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-// "; name one of its subdatasets, such as ..." for a container that holds rasters but is none: the
-// first complex one of two dimensions, else the first.
+// "; name one of its subdatasets, such as ..." for a file that is only a container of rasters.
+// Names the first complex raster with one band, otherwise the first raster.
 std::string SubdatasetHint(GDALDataset& container) {
   const CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);
   std::string first;
@@ -35,13 +35,13 @@ std::string SubdatasetHint(GDALDataset& container) {
   }
 }
 
-// Before GDAL has a type for it, signed 8-bit data is Byte with a remark.
+// GDAL has no type for signed 8-bit data before version 3.7: it is Byte with this metadata.
 bool IsSignedByte(GDALRasterBand& band) {
   const char* const pixelType = band.GetMetadataItem("PIXELTYPE", "IMAGE_STRUCTURE");
   return band.GetRasterDataType() == GDT_Byte && pixelType && EQUAL(pixelType, "SIGNEDBYTE");
 }
 
-// Whether elements of a type may have been rounded to these floats; an integer only beyond 2^24.
+// Whether elements of this type may have been rounded to these floats. Integers up to 2^24 are not.
 bool MayBeRounded(GDALDataType type, std::span<const float> elements) {
   constexpr float kExactIntegers = 0x1p24F;
   return GDALDataTypeUnion(type, GDT_CFloat32) != GDT_CFloat32 &&
@@ -49,8 +49,8 @@ bool MayBeRounded(GDALDataType type, std::span<const float> elements) {
           std::ranges::any_of(elements, [](float x) { return std::abs(x) >= kExactIntegers; }));
 }
 
-// Makes elements of parts floats NaN in all where they are in one. Returns whether any is.
-bool MaskWholeElements(std::vector<float>& elements, std::size_t parts) {
+// Sets all parts of an element to NaN if one part is NaN. Returns whether there is such an element.
+bool SpreadNan(std::vector<float>& elements, std::size_t parts) {
   bool any = false;
   for (std::size_t i = 0; i < elements.size(); i += parts)
     if (std::isnan(elements[i]) || std::isnan(elements[i + parts - 1])) {
@@ -60,8 +60,8 @@ bool MaskWholeElements(std::vector<float>& elements, std::size_t parts) {
   return any;
 }
 
-// How far the furthest of count items that lie step bytes apart is beyond the first: with a step
-// backward the first is the furthest.
+// The distance in bytes from the first of count items to the one at the highest position, when each
+// item is step bytes after the one before it. It is 0 when step is negative.
 std::int64_t Reach(std::int64_t step, int count) {
   return std::max<std::int64_t>(0, step * (count - 1));
 }
@@ -74,9 +74,7 @@ RasterInput::RasterInput(const std::string& label, const std::string& name,
   for (const std::string& option : openOptions) openOptions_.AddString(option.c_str());
   dataset_ = Open(nullptr);
   if (Bands() == 0) throw Failure(Describe() + " has no bands" + SubdatasetHint(*dataset_));
-  FindRawFile();
   RefuseShortFile();
-
   GDALDataType type = dataset_->GetRasterBand(1)->GetRasterDataType();
   for (GDALRasterBand* const band : dataset_->GetBands())
     type = GDALDataTypeUnion(type, band->GetRasterDataType());
@@ -106,7 +104,7 @@ void RasterInput::Select(const OutputGrid& grid, Resampling resampling,
     if (resampling == Resampling::kOverview) return OpenOverview();
     if (resampling == Resampling::kPreview) return;
     if (resampling == Resampling::kNearest) {
-      resampled_ = Open("NONE");  // else GDAL takes pixels of overviews silently
+      resampled_ = Open("NONE");  // otherwise GDAL silently takes pixels of overviews
       return;
     }
     interpolation_ = &kResamplingMethods[static_cast<std::size_t>(resampling)];
@@ -146,7 +144,8 @@ void RasterInput::Read(int band, int firstRow, int rows, float* out) {
   Resample(source, wanted, rows, out);
 }
 
-// The pixels of full resolution that pixels of the grid are made of.
+// The pixels of full resolution that are needed to compute the wanted ones at the grid's
+// resolution.
 PixelWindow RasterInput::SourceOf(const PixelWindow& wanted) const {
   const int margin = interpolation_ ? interpolation_->radius * grid_.resolution : 0;
   const int left = std::max(0, wanted.x - margin);
@@ -161,10 +160,11 @@ bool RasterInput::HasMask(int band) const {
   return (flags & GMF_ALL_VALID) == 0 && flags != GMF_NODATA;
 }
 
-// Reads a window as columns x rows elements, with signed bytes as numbers and no data as NaN.
+// Reads a window as columns x rows elements, with the sign of signed bytes and with NaN for no
+// data.
 void RasterInput::ReadElements(int band, const PixelWindow& window, int columns, int rows,
                                float* out) {
-  Transfer(band, window, columns, rows, out, Mode().complex ? GDT_CFloat32 : GDT_Float32);
+  Transfer(band, window, columns, rows, out, Mode().FloatType());
   const GDALDataType type = Pixels().GetRasterBand(band)->GetRasterDataType();
   const std::span elements(out, Floats(columns, rows));
   if (lostDigits_.empty() && MayBeRounded(type, elements))
@@ -195,7 +195,7 @@ void RasterInput::ApplyMask(int band, const PixelWindow& window, int columns, in
 void RasterInput::Unscale(int number, std::span<float> elements) const {
   GDALRasterBand& band = *dataset_->GetRasterBand(number);
   const double scale = band.GetScale();
-  const std::array<double, 2> offset = {band.GetOffset(), 0};  // of real and imaginary part
+  const std::array<double, 2> offset = {band.GetOffset(), 0};  // of the real and imaginary part
   if (scale == 1 && offset[0] == 0) return;
   const auto parts = static_cast<std::size_t>(Parts());
   for (std::size_t i = 0; i < elements.size(); ++i)
@@ -212,8 +212,8 @@ void RasterInput::Transfer(int band, const PixelWindow& window, int columns, int
     const CPLErr result = Pixels().GetRasterBand(band)->RasterIO(
         GF_Read, window.x, window.y, window.columns, window.rows, out, columns, rows, type, 0, 0,
         nullptr);
-    if (result != CE_None || failures.Any()) reason = failures.First() + " ";
-    RefuseShortFile();  // it may have been cut since it was opened
+    if (result != CE_None || failures.Any()) reason = failures.First();
+    RefuseShortFile();  // the file may have been cut after it was opened
   }
   if (!reason.empty())
     throw Failure("cannot read " + Describe() + ", band " + std::to_string(band) + ", from row " +
@@ -236,7 +236,7 @@ void RasterInput::FindLostDigits(int band, const PixelWindow& window, int column
 
 void RasterInput::Resample(const PixelWindow& source, const PixelWindow& wanted, int rows,
                            float* out) {
-  const GDALDataType type = Mode().complex ? GDT_CFloat32 : GDT_Float32;
+  const GDALDataType type = Mode().FloatType();
   const GdalFailures failures;
   const GDALDatasetUniquePtr memory(GetGDALDriverManager()->GetDriverByName("MEM")->Create(
       "", source.columns, source.rows, 0, type, nullptr));
@@ -256,13 +256,13 @@ void RasterInput::Resample(const PixelWindow& source, const PixelWindow& wanted,
       throw Failure("cannot resample " + Describe() + ": " + failures.First());
   };
   const auto parts = static_cast<std::size_t>(Parts());
-  const bool missing = !rules_.keepNoData && MaskWholeElements(full_, parts);
+  const bool missing = !rules_.keepNoData && SpreadNan(full_, parts);
   resample(out);
   if (!missing) return;
-  // Where anything is missing GDAL computes all pixels of what it has at hand in another way, with
-  // other last bits. So only pixels that it touches, which are NaN, are taken from there: the
-  // others do not depend on what else was read. GDAL multiplies what is missing by zero, so it
-  // must be a number.
+  // If any source pixel is no data, GDAL computes all pixels of the call in another way, with other
+  // last bits. So a second call, with a no-data value, gives only the pixels that are NaN after the
+  // first one. Then the other pixels do not depend on what else was read in the same call. GDAL
+  // multiplies no data by zero, so the value must be a finite number.
   constexpr float kMissing = std::numeric_limits<float>::lowest();
   std::ranges::replace_if(
       full_, [](float value) { return std::isnan(value); }, kMissing);
@@ -291,25 +291,23 @@ std::vector<std::string> RasterInput::Losses() const {
   return losses;
 }
 
-// GDAL reads what is missing at the end of some raw files as zeros, and refuses by itself only
-// those that lack more than half.
-void RasterInput::FindRawFile() {
-  // A TIFF may leave out blocks of zeros, and GDAL itself refuses one cut short.
-  GDALDataset::RawBinaryLayout layout;
-  if (IsTiff(*dataset_) || !dataset_->GetRawBinaryLayout(layout)) return;
-  rawFile_ = layout.osRawFilename;
-  rawBytes_ = static_cast<std::int64_t>(layout.nImageOffset) + Reach(layout.nBandOffset, Bands()) +
-              Reach(layout.nLineOffset, Rows()) + Reach(layout.nPixelOffset, Columns()) +
-              GDALGetDataTypeSizeBytes(layout.eDataType);
-}
-
+// GDAL reads the missing end of some raw files as zeros. It refuses only files that lack more than
+// half.
 void RasterInput::RefuseShortFile() const {
+  // A TIFF may omit blocks of zeros, and GDAL itself refuses a truncated one.
+  GDALDataset::RawBinaryLayout layout;
   VSIStatBufL status;
-  if (rawFile_.empty() || VSIStatL(rawFile_.c_str(), &status) != 0) return;
+  if (IsTiff(*dataset_) || !dataset_->GetRawBinaryLayout(layout) ||
+      VSIStatL(layout.osRawFilename.c_str(), &status) != 0)
+    return;
   const auto found = static_cast<std::int64_t>(status.st_size);
-  if (found < rawBytes_)
+  const std::int64_t claimed =
+      static_cast<std::int64_t>(layout.nImageOffset) + Reach(layout.nBandOffset, Bands()) +
+      Reach(layout.nLineOffset, Rows()) + Reach(layout.nPixelOffset, Columns()) +
+      GDALGetDataTypeSizeBytes(layout.eDataType);
+  if (found < claimed)
     throw Failure("cannot read " + Describe() + ": the file has " + std::to_string(found) +
-                  " bytes, and its header claims " + std::to_string(rawBytes_));
+                  " bytes, and its header claims " + std::to_string(claimed));
 }
 
 int RasterInput::StripEnd(int first, int end) const {
@@ -331,13 +329,14 @@ std::int64_t RasterInput::CacheBytes(int stripRows) const {
   int width = 0;
   int height = 0;
   band.GetBlockSize(&width, &height);
-  // Blocks that so many pixels touch at most; strips at full resolution begin with a block.
+  // The most pixels in the blocks that a range of so many pixels touches. At full resolution strips
+  // begin at the start of a block; other ranges may begin anywhere.
   const auto touched = [](int pixels, int block, bool anywhere) {
     return std::int64_t{(pixels + (anywhere ? block - 2 : -1)) / block + 1} * block;
   };
   const std::int64_t pixels =
       touched(source.rows, height, grid_.resolution > 1) * touched(source.columns, width, true);
-  // A driver that interleaves bands fills the cache with a block of each.
+  // If pixels hold all bands, the driver puts a block of every band into the cache.
   const char* const interleave = Pixels().GetMetadataItem("INTERLEAVE", "IMAGE_STRUCTURE");
   const bool together = interleave && EQUAL(interleave, "PIXEL");
   const int bands = together ? Bands() : static_cast<int>(bands_.size());

@@ -19,19 +19,19 @@
 
 namespace lumomixcalc::standalone {
 
-// How the elements of inputs are to be understood.
+// How the elements of the inputs are interpreted.
 struct ElementRules {
-  bool keepNoData = false;       // no data stays numbers
-  std::optional<double> noData;  // what is no data in all bands, in place of what they declare
-  bool unscale = false;          // the scale and offset that a band declares are applied
+  bool keepNoData = false;       // no-data values are ordinary numbers
+  std::optional<double> noData;  // the no-data value of all bands, in place of the declared ones
+  bool unscale = false;          // apply the scale and offset that a band declares
   bool operator==(const ElementRules&) const = default;
 };
 
 // An input raster, read in strips of whole rows as single-precision floats, complex data as pairs.
 class RasterInput {
  public:
-  // Opens a raster by whatever name GDAL takes, with options for its driver, NAME=VALUE; label is
-  // the stream's, for messages. Throws Failure.
+  // Opens a raster by any name that GDAL understands, with NAME=VALUE options for its driver. label
+  // is the stream's label, for messages. Throws Failure.
   RasterInput(const std::string& label, const std::string& name,
               const std::vector<std::string>& openOptions);
 
@@ -42,44 +42,45 @@ class RasterInput {
   // Complex when any of the bands is.
   const DataMode& Mode() const { return *mode_; }
 
-  // Floats that an element takes: two when it is complex.
-  int Parts() const { return Mode().complex ? 2 : 1; }
+  // Floats per element.
+  int Parts() const { return Mode().Parts(); }
 
   // "name (label)".
   std::string Describe() const { return name_ + " (" + label_ + ")"; }
 
-  // Chooses what Read reads and prepares for it. Unless the rules keep no data, elements that are
-  // no data, by their value or by the band's mask, are read as NaN, and coarser pixels are made of
-  // the others. May open the raster once more. Throws Failure when it lacks what the resampling
-  // needs.
+  // Chooses what Read reads and prepares for it. Unless the rules say keepNoData, elements that are
+  // no data, by their value or by the band's mask, are read as NaN, and coarser pixels are computed
+  // from the other elements. May open the raster once more. Throws Failure when the raster has no
+  // overview that the resampling needs.
   void Select(const OutputGrid& grid, Resampling resampling, const std::vector<int>& bands,
               const ElementRules& rules);
 
-  // Reads rows of the grid of a band into out, which has room for the grid's columns times rows
-  // elements. Valid after Select, for its bands; reading from top to bottom is fastest. Values
-  // beyond a float's range become infinities. Throws Failure.
+  // Reads rows of the grid from a band into out, which has room for the grid's columns times rows
+  // elements. Valid after Select, for the bands chosen there. Reading from top to bottom is
+  // fastest. Values outside a float's range become infinities. Throws Failure.
   void Read(int band, int firstRow, int rows, float* out);
 
-  // What was lost of the elements that were read, one sentence each: digits beyond single
-  // precision, with the first example found; a scale or offset that a band declares.
+  // What was lost in the elements read so far, one sentence each: digits beyond single precision,
+  // with the first example found, and a scale or offset that was not applied.
   std::vector<std::string> Losses() const;
 
   std::optional<double> NoData(int band) const {
     return DeclaredNoData(*dataset_->GetRasterBand(band));
   }
 
-  // Whether a mask, or an alpha band, says which elements of a band are no data.
+  // Whether a mask or an alpha band marks the elements of a band that are no data.
   bool HasMask(int band) const;
 
-  // Where a strip of rows from first, with end its limit, should end so that a file of several
-  // bands decodes no block twice: at the last end of a row of blocks inside, else at end.
+  // Where a strip of the rows from first to end should end, so that no block of a file with several
+  // bands is decoded twice: at the last boundary between rows of blocks in the strip. Without such
+  // a boundary, at end.
   int StripEnd(int first, int end) const;
 
-  // What GDAL's block cache must hold so that reading all bands of strips of so many rows decodes
-  // nothing twice, in bytes.
+  // The bytes that GDAL's block cache must hold so that no block is decoded twice when all bands
+  // are read in strips of so many rows.
   std::int64_t CacheBytes(int stripRows) const;
 
-  // The raster at full resolution, with all that it says of itself.
+  // The raster at full resolution, with its metadata.
   GDALDataset& Dataset() { return *dataset_; }
 
  private:
@@ -99,27 +100,24 @@ class RasterInput {
   void FindLostDigits(int band, const PixelWindow& window, int columns, int rows,
                       const float* elements);
   void Resample(const PixelWindow& source, const PixelWindow& wanted, int rows, float* out);
-  void FindRawFile();
   void RefuseShortFile() const;
 
   std::string label_;
   std::string name_;
   CPLStringList openOptions_;
   GDALDatasetUniquePtr dataset_;
-  GDALDatasetUniquePtr resampled_;  // the same opened for a coarser resolution
+  GDALDatasetUniquePtr resampled_;  // the same raster, opened for a coarser resolution
   const DataMode* mode_ = nullptr;
   OutputGrid grid_;
-  const ResamplingMethod* interpolation_ = nullptr;  // how full resolution is made coarser here
+  const ResamplingMethod* interpolation_ = nullptr;  // set when Resample makes the coarser pixels
   std::vector<int> bands_;
   ElementRules rules_;
-  std::map<int, double> masked_;  // no-data values to be masked, by band
+  std::map<int, double> masked_;  // the no-data values that are read as NaN, by band
   std::unique_ptr<UncompressedRows> uncompressedRows_;
-  std::string rawFile_;        // of a raw file, its name
-  std::int64_t rawBytes_ = 0;  // and the bytes that its header claims
-  std::vector<float> full_;    // full resolution, to be made coarser
+  std::vector<float> full_;  // elements of full resolution for Resample
   std::vector<std::uint8_t> mask_;
   std::vector<double> exact_;  // elements in double precision
-  std::string lostDigits_;     // an example
+  std::string lostDigits_;     // an example of a value that was rounded
 };
 
 }  // namespace lumomixcalc::standalone

@@ -1,13 +1,10 @@
 #include "standalone/rasters/raster_output.h"
 
-#include <cpl_string.h>
-
 #include <array>
 #include <cmath>
 #include <cstdint>
 #include <fstream>
 #include <numeric>
-#include <span>
 #include <system_error>
 #include <utility>
 
@@ -20,25 +17,25 @@ namespace lumomixcalc::standalone {
 namespace fs = std::filesystem;
 namespace {
 
-// Some drivers keep the name under which a file was created at the head of a file: ENVI in its text
-// header, PCIDSK in a field of its own. The final name takes its place.
+// Some drivers write the name under which a file was created at the start of a file: ENVI in its
+// text header, PCIDSK in a header field. Replaces it by the final name.
 void ReplaceNameAtHead(const fs::path& file, std::string made, std::string final) {
   std::fstream stream(file, std::ios::in | std::ios::out | std::ios::binary);
   constexpr std::streamsize kHeadBytes = 1024;
   std::string head(kHeadBytes, '\0');
   stream.read(head.data(), kHeadBytes);
   head.resize(static_cast<std::size_t>(stream.gcount()));
-  // The field of PCIDSK is short: of a long name it holds the beginning.
+  // The field of PCIDSK is short: it holds only the beginning of a long name.
   while (head.find(made) == std::string::npos) made.pop_back();
   const std::size_t place = head.find(made);
   if (made.find("/.lumomixcalc-") == std::string::npos) return;
   stream.clear();
   stream.seekp(static_cast<std::streamoff>(place));
-  final.resize(made.size(), ' ');  // it is shorter, and what follows stays in its place
+  final.resize(made.size(), ' ');  // it is shorter, and the rest of the file must not move
   stream.write(final.data(), static_cast<std::streamsize>(final.size()));
 }
 
-using Row = std::vector<double>;  // pairs
+using Row = std::vector<double>;  // (real, imaginary) pairs
 
 bool ReadRow(GDALRasterBand& band, int row, Row& elements) {
   const int columns = band.GetXSize();
@@ -47,12 +44,12 @@ bool ReadRow(GDALRasterBand& band, int row, Row& elements) {
                        nullptr) == CE_None;
 }
 
-// What a format did not keep of the elements: text has fewer digits, JPEG other values.
+// The values that a format did not store exactly, such as text with few digits, or JPEG.
 struct Changes {
   std::uint64_t count = 0;
-  double from = 0;  // of the first
+  double from = 0;  // the first one
   double to = 0;
-  bool missing = false;
+  bool missing = false;  // an element was left out
 };
 
 void CountChanges(const Row& original, const Row& copy, const std::optional<double>& missingValue,
@@ -78,37 +75,38 @@ bool ReadBack(GDALDataset& written, const OutputSpecification& specification, GD
       if (!ReadRow(band, row, copy)) return false;
       if (!original) continue;
       if (!ReadRow(*original->GetRasterBand(number), row, source)) return false;
-      // The driver of XYZ files takes elements that are not in the file for its no-data value.
+      // The driver of XYZ files reads elements that are not in the file as its no-data value.
       CountChanges(source, copy, format == "XYZ" ? DeclaredNoData(band) : std::nullopt, changes);
     }
   return true;
 }
 
-// Reads a complete output back: whether it opens, has size, bands and a type wide enough, and its
-// elements can be read: the last row of a TIFF, whose driver reports every failed write, and all of
-// other formats. With original, the raster that it is a copy of, warns of elements that the format
-// changed. Returns what is wrong with the output, for a message; empty when nothing is.
+// Reads a complete output back. Checks that it opens, has the right size, the right number of bands
+// and a type that is wide enough, and that its elements can be read: the last row of a TIFF, whose
+// driver reports every failed write, and all rows of other formats. If the output is a copy of
+// `original`, warns of elements that the format changed. Returns what is wrong, for a message, or
+// an empty text.
 std::string FaultOfFile(const fs::path& file, const OutputSpecification& specification,
                         GDALDataset* original) {
   const GdalFailures failures;
-  // Only by its own driver, unless that writes a variety of another driver's files.
+  // Only with its own driver, unless another driver reads the files that this one writes.
   const std::array<const char*, 2> own = {specification.format.driver->GetDescription(), nullptr};
   const bool opens = specification.format.driver->GetMetadataItem(GDAL_DCAP_OPEN) != nullptr;
   const GDALDatasetUniquePtr written(
       GDALDataset::Open(file.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR,
                         opens ? own.data() : nullptr));
   if (!written) return "it does not open again: " + failures.First();
-  // A container of one raster per band shows them as subdatasets; that it opens is enough.
+  // A container with one raster per band has subdatasets. It is enough that it opens.
   if (written->GetRasterCount() == 0 && written->GetMetadata("SUBDATASETS")) return "";
   if (written->GetRasterXSize() != specification.columns ||
       written->GetRasterYSize() != specification.rows ||
       written->GetRasterCount() != specification.bands)
     return "it reads back with another size";
-  // A text format may take a wider type for what it reads.
+  // A text format may read its elements as a wider type.
   const GDALDataType type = written->GetRasterBand(1)->GetRasterDataType();
   if (GDALDataTypeUnion(type, specification.mode->type) != type)
     return std::string("it reads back as ") + GDALGetDataTypeName(type);
-  // A file cut short by a full disk opens well, but its last elements cannot be read.
+  // A file that was cut short by a full disk can be opened, but its last elements cannot be read.
   Changes changes;
   if (!ReadBack(*written, specification, original, changes) || failures.Any())
     return "its elements cannot be read back: " + failures.First();
@@ -149,8 +147,9 @@ void RasterOutput::Create(const OutputFormat& format, const std::vector<std::str
   dataset_->GetRasterBand(1)->GetBlockSize(&blockColumns_, &blockRows_);
 }
 
-// A new TIFF of uncompressed strips is laid out by GDAL when it is closed, its elements a hole in
-// the file. With the places of its rows known it needs GDAL no more until its statistics are set.
+// When GDAL closes a new TIFF of uncompressed strips, it writes the positions of the strips, and
+// the elements are a hole in the file. Then the rows are written without GDAL, which is needed
+// again only to set the statistics.
 void RasterOutput::LayOutRows() {
   Close();
   const GdalFailures failures;
@@ -188,33 +187,32 @@ void RasterOutput::WriteCompleteBlocks(int endRow) {
 
 std::int64_t RasterOutput::CacheBytes(int stripRows) const {
   if (uncompressedRows_) return 0;
-  // A strip of each band is in the cache, whole blocks of it.
+  // The cache holds the blocks of one strip of each band.
   return (std::int64_t{stripRows} + blockRows_) * specification_.columns * specification_.bands *
          GDALGetDataTypeSizeBytes(specification_.mode->type);
 }
 
-void RasterOutput::Write(int band, int firstRow, int rows, const float* values) {
+void RasterOutput::Write(int band, int firstRow, int rows, const float* values,
+                         UnheldElements& unheld) {
   const DataMode& mode = *specification_.mode;
   const std::size_t elements =
       static_cast<std::size_t>(specification_.columns) * static_cast<std::size_t>(rows);
-  UnheldElements& unheld = unheld_[band];
+  const std::size_t floats = elements * static_cast<std::size_t>(mode.Parts());
   if (noData_ && !mode.integer) {
-    replaced_.assign(values, values + elements * (mode.complex ? 2 : 1));
+    replaced_.assign(values, values + floats);
     ReplaceNan(replaced_, mode.complex, *noData_, unheld);
     values = replaced_.data();
   }
-  // GDAL only reads from the buffer when it writes.
-  void* buffer = const_cast<float*>(values);
-  const GDALDataType type = mode.complex ? GDT_CFloat32 : GDT_Float32;
-  if (mode.type != type) {
-    converted_.resize(elements * static_cast<std::size_t>(GDALGetDataTypeSizeBytes(mode.type)));
+  void* buffer = const_cast<float*>(values);  // GDAL does not change it when it writes
+  if (const GDALDataType type = mode.FloatType(); mode.type != type) {
+    const int bytes = GDALGetDataTypeSizeBytes(mode.type);
+    converted_.resize(elements * static_cast<std::size_t>(bytes));
     buffer = converted_.data();
     if (mode.integer)
-      StoreAsIntegers(std::span(values, elements * (mode.complex ? 2 : 1)), mode, noData_, buffer,
-                      unheld);
+      StoreAsIntegers({values, floats}, mode, noData_, buffer, unheld);
     else
-      GDALCopyWords64(values, type, GDALGetDataTypeSizeBytes(type), buffer, mode.type,
-                      GDALGetDataTypeSizeBytes(mode.type), static_cast<GPtrDiff_t>(elements));
+      GDALCopyWords64(values, type, GDALGetDataTypeSizeBytes(type), buffer, mode.type, bytes,
+                      static_cast<GPtrDiff_t>(elements));
   }
   if (uncompressedRows_) {
     const std::string reason = uncompressedRows_->Write(band, firstRow, rows, buffer);
@@ -255,9 +253,9 @@ GDALDatasetUniquePtr RasterOutput::CopyToFormat(const std::stop_token& stop) {
   };
   const GdalFailures failures;
   dataset_->FlushCache(false);
-  dataset_->SetDescription(specification_.target.c_str());  // some drivers keep the name
+  dataset_->SetDescription(specification_.target.c_str());  // some drivers write it into the file
   // The driver of text grids writes a raster without a geotransform upside down.
-  std::array<double, 6> transform = {0, 1, 0, static_cast<double>(specification_.rows), 0, -1};
+  Geotransform transform = {0, 1, 0, static_cast<double>(specification_.rows), 0, -1};
   if (specification_.format.Name() == "AAIGrid" && !GeotransformOf(*dataset_))
     dataset_->SetGeoTransform(transform.data());
   GDALDatasetUniquePtr copy(specification_.format.driver->CreateCopy(
@@ -283,11 +281,10 @@ void RasterOutput::Close() {
 }
 
 void RasterOutput::FailToWrite(const std::string& reason) {
-  // Not closed: after a failed write GDAL's encoder threads may wait for ever, and libtiff may
-  // crash.
+  // Do not close the dataset: after a failed write GDAL's encoder threads may then wait forever,
+  // and libtiff may crash.
   static_cast<void>(dataset_.release());
-  throw Failure("cannot write " + specification_.target.string() + ": " +
-                (reason.empty() ? "GDAL does not say why" : reason));
+  throw Failure("cannot write " + specification_.target.string() + ": " + reason);
 }
 
 }  // namespace lumomixcalc::standalone

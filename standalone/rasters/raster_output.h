@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
-#include <map>
 #include <memory>
 #include <optional>
 #include <stop_token>
@@ -21,7 +20,7 @@ namespace lumomixcalc::standalone {
 
 // The raster that a run is to write.
 struct OutputSpecification {
-  std::filesystem::path target;  // as ResolveOutput gives it
+  std::filesystem::path target;  // from ResolveOutput
   OutputFormat format;
   const DataMode* mode = nullptr;
   std::vector<std::string> creationOptions;
@@ -32,37 +31,35 @@ struct OutputSpecification {
   std::vector<InputFiles> inputs;
 };
 
-// The output raster, written in strips of whole rows in a temporary folder beside its place.
-// Unless Publish is reached, nothing of it is left and a file that was there stays as it was.
+// The output raster, written in strips of whole rows in a hidden folder next to its place. Unless
+// Publish succeeds, nothing of it is left and an existing file stays as it was.
 class RasterOutput {
  public:
-  // Creates the raster in its folder. Throws Failure also for what would go wrong only at the end:
-  // a format that takes no such bands, files in the places of those that come with the output.
+  // Creates the raster in the hidden folder. Also throws Failure for problems that would otherwise
+  // appear only at the end: a format that cannot hold these bands, or existing files in the places
+  // of the output's files.
   explicit RasterOutput(const OutputSpecification& specification);
 
-  // Declares value as the no-data value of all bands; NaN is stored as it from now on.
-  // Returns false when the format cannot hold it.
+  // Declares the no-data value of all bands. From now on NaN is stored as this value. Returns false
+  // when the format cannot declare it.
   bool DeclareNoData(double value);
 
   int BlockRows() const { return blockRows_; }
 
-  // Throws Failure.
-  void Write(int band, int firstRow, int rows, const float* values);
+  // Writes whole rows of a band. Adds to unheld what the output cannot hold. Throws Failure.
+  void Write(int band, int firstRow, int rows, const float* values, UnheldElements& unheld);
 
-  // Writes the blocks that end at endRow from GDAL's cache to the file. Their memory then serves
-  // for other blocks: by itself the cache never writes blocks of one file to make room for
-  // another's. Throws Failure.
+  // Writes the blocks up to endRow from GDAL's cache to the file, if a row of blocks ends there.
+  // Then GDAL can use their memory for other blocks: the cache does not write the blocks of one
+  // file to make room for those of another. Throws Failure.
   void WriteCompleteBlocks(int endRow);
 
-  // What GDAL's block cache must hold so that writing strips of so many rows writes nothing twice,
-  // in bytes.
+  // The bytes that GDAL's block cache must hold so that no block is written twice when strips of so
+  // many rows are written.
   std::int64_t CacheBytes(int stripRows) const;
 
-  // What a band's integer mode could not hold of what was written.
-  const UnheldElements& Unheld(int band) { return unheld_[band]; }
-
-  // Completes the file, reads it back as far as to know that it is whole, and gives it its name.
-  // Throws Failure, and Cancelled when stop asks for it before the file has its name.
+  // Completes the file, reads it back to check that it is whole, and moves it to its place. Throws
+  // Failure, and Cancelled when a stop is requested before that.
   void Publish(const std::stop_token& stop);
 
   GDALDataset& Dataset() { return *dataset_; }
@@ -76,17 +73,16 @@ class RasterOutput {
 
   OutputSpecification specification_;
   Publication publication_;
-  std::filesystem::path file_;      // inside the folder
-  std::filesystem::path workFile_;  // what is written first; the file itself unless it is a copy
+  std::filesystem::path file_;      // the output file in the hidden folder
+  std::filesystem::path workFile_;  // what is written first: file_, or a TIFF that is then copied
   int blockColumns_ = 1;
   int blockRows_ = 1;
-  int blocksWritten_ = 0;  // by WriteCompleteBlocks, counted down a column
+  int blocksWritten_ = 0;  // rows of blocks that WriteCompleteBlocks has written
   std::optional<double> noData_;
-  GDALDatasetUniquePtr dataset_;  // closed before the folder goes
+  GDALDatasetUniquePtr dataset_;  // after publication_: closed before the folder is removed
   std::unique_ptr<UncompressedRows> uncompressedRows_;
   std::vector<float> replaced_;
   std::vector<std::byte> converted_;
-  std::map<int, UnheldElements> unheld_;  // by band
 };
 
 }  // namespace lumomixcalc::standalone

@@ -14,7 +14,8 @@ namespace lumomixcalc::standalone {
 namespace fs = std::filesystem;
 namespace {
 
-// Reads or writes all bytes. Returns how many were, fewer at the file's end, or -1 with errno set.
+// Reads or writes count bytes. Returns the number of bytes transferred, which is smaller at the end
+// of the file, or -1 with errno set.
 std::int64_t TransferAll(GDALRWFlag flag, int file, void* buffer, std::int64_t count,
                          std::int64_t place) {
   std::int64_t done = 0;
@@ -31,14 +32,14 @@ std::int64_t TransferAll(GDALRWFlag flag, int file, void* buffer, std::int64_t c
   return done;
 }
 
-// The number that the lowest bytes at a place make, lowest first; 0 beyond the file's end.
+// The little-endian number in so many bytes at a place. 0 beyond the end of the file.
 std::int64_t NumberAt(int file, std::int64_t place, std::int64_t bytes) {
   std::int64_t number = 0;
   return TransferAll(GF_Read, file, &number, bytes, place) == bytes ? number : 0;
 }
 
 // Whether the numbers of a TIFF are little-endian with their bits in the usual order. GDAL does not
-// tell of a fill order that reverses the bits of each byte.
+// report a fill order that reverses the bits of each byte.
 bool HasPlainBytes(int tiff) {
   constexpr std::int64_t kLittleEndian = 0x4949;
   constexpr std::int64_t kBigTiff = 43;
@@ -55,8 +56,8 @@ bool HasPlainBytes(int tiff) {
   return true;
 }
 
-// Whether this process has the same file open under another descriptor, too. If not, the file that
-// GDAL opened under the same name was replaced in between, and may have had another layout.
+// Whether this process has the same file open under another descriptor, too. If not, the file was
+// replaced after GDAL opened the same name, and the new file may have another layout.
 bool IsOpenTwice(int descriptor) {
   const fs::path folder = "/proc/self/fd";
   std::error_code ignored;
@@ -70,14 +71,14 @@ const char* Structure(GDALMajorObject& object, const char* item) {
   return object.GetMetadataItem(item, "IMAGE_STRUCTURE");
 }
 
-// The number that the TIFF driver knows of a strip; 0 when the strip is missing.
-std::int64_t OfStrip(GDALRasterBand& band, const char* item, int strip) {
+// A number that the TIFF driver reports for a strip. 0 when the strip is missing.
+std::int64_t StripItem(GDALRasterBand& band, const char* item, int strip) {
   const char* const value = band.GetMetadataItem(CPLSPrintf("%s_0_%d", item, strip), "TIFF");
   return value ? std::strtoll(value, nullptr, 10) : 0;
 }
 
-// Whether GDAL knows all rows to stand at even distances in one file. It says so of real data
-// alone, and wrongly of half floats and of TIFFs without any strips.
+// Whether GDAL reports that all rows lie at equal distances in one file. It reports this only of
+// real data, and wrongly of half floats and of TIFFs without any strips.
 bool IsOnePiece(GDALDataset& dataset, GDALDataset::RawBinaryLayout& layout) {
   return dataset.GetRawBinaryLayout(layout) && layout.bLittleEndianOrder &&
          layout.nPixelOffset == GDALGetDataTypeSizeBytes(layout.eDataType) &&
@@ -87,9 +88,7 @@ bool IsOnePiece(GDALDataset& dataset, GDALDataset::RawBinaryLayout& layout) {
 
 }  // namespace
 
-bool IsTiff(GDALDataset& dataset) {
-  return dataset.GetDriver() && EQUAL(dataset.GetDriver()->GetDescription(), "GTiff");
-}
+bool IsTiff(GDALDataset& dataset) { return EQUAL(dataset.GetDriverName(), "GTiff"); }
 
 bool HasPlainRows(GDALDataset& dataset) {
   if (!IsTiff(dataset) || Structure(dataset, "COMPRESSION")) return false;
@@ -133,9 +132,9 @@ bool UncompressedRows::FindStrips(GDALRasterBand& band, Band& found) {
   found.rowStep = std::int64_t{width} * GDALGetDataTypeSizeBytes(found.type);
   const int rows = band.GetYSize();
   for (int row = 0, strip = 0; row < rows; row += std::min(found.stripRows, rows - row), ++strip) {
-    const std::int64_t place = OfStrip(band, "BLOCK_OFFSET", strip);
-    const std::int64_t bytes = OfStrip(band, "BLOCK_SIZE", strip);
-    // Less than whole elements are packed: half floats, twelve bits.
+    const std::int64_t place = StripItem(band, "BLOCK_OFFSET", strip);
+    const std::int64_t bytes = StripItem(band, "BLOCK_SIZE", strip);
+    // A strip with fewer bytes has packed elements, such as half floats or twelve bits.
     if (place == 0 || bytes < std::min(found.stripRows, rows - row) * found.rowStep) return false;
     found.stripPlaces.push_back(place);
   }
@@ -149,7 +148,7 @@ std::string UncompressedRows::TransferRows(GDALRWFlag flag, const Band& band, in
   const std::int64_t rowBytes = window_.columns * elementBytes;
   const int end = firstRow + rows;
   for (int row = firstRow; row < end;) {
-    // Rows that follow each other in the file take one call.
+    // Rows that follow each other in the file are transferred by one call.
     const std::int64_t place = band.Place(row);
     int next = row + 1;
     while (next < end && band.Place(next) == place + (next - row) * rowBytes) ++next;
@@ -178,8 +177,8 @@ std::string UncompressedRows::Read(int band, int firstRow, int rows, void* out, 
 }
 
 std::string UncompressedRows::Write(int band, int firstRow, int rows, const void* values) const {
-  // Only read.
-  return TransferRows(GF_Write, bands_.at(band), firstRow, rows, const_cast<void*>(values));
+  void* const buffer = const_cast<void*>(values);  // not changed
+  return TransferRows(GF_Write, bands_.at(band), firstRow, rows, buffer);
 }
 
 }  // namespace lumomixcalc::standalone

@@ -16,14 +16,14 @@ namespace lumomixcalc::standalone {
 
 bool IsTiff(GDALDataset& dataset);
 
-// Whether a raster is, as far as GDAL tells, a TIFF of uncompressed strips in which each row of a
-// band is in one piece.
+// Whether GDAL reports the raster as a TIFF of uncompressed strips in which each row of a band is
+// in one piece.
 bool HasPlainRows(GDALDataset& dataset);
 
 // Reads or writes a window of some bands of a raster whose file holds each row of a band in one
 // piece, as it is in memory: uncompressed TIFFs in strips and raw files. Rows that follow each
-// other in the file take one call, straight from or to their place; GDAL would copy them one by
-// one through buffers, and does not report what could not be written.
+// other in the file are transferred by one call, without a buffer in between. GDAL would copy them
+// one by one through buffers, and does not report failed writes.
 class UncompressedRows {
  public:
   ~UncompressedRows() {
@@ -32,14 +32,14 @@ class UncompressedRows {
   UncompressedRows(const UncompressedRows&) = delete;
   UncompressedRows& operator=(const UncompressedRows&) = delete;
 
-  // For reading, or for writing too when the dataset is open for that. Null when the file has
-  // another layout, is not on the local system, or is no longer the one that GDAL has open.
+  // For reading, and for writing if the dataset is open for that. Returns null when the file has
+  // another layout, is not a local file, or is no longer the one that GDAL has open.
   static std::unique_ptr<UncompressedRows> Open(GDALDataset& dataset, const std::vector<int>& bands,
                                                 const PixelWindow& window);
 
-  // Both take one of the bands given, and firstRow in the raster; Read converts to type, Write
-  // takes elements of the band's own. They return why they cannot, for a message; empty when they
-  // could.
+  // band is one of the bands given to Open, firstRow a row of the raster. Read converts the
+  // elements to type; Write takes elements of the band's type. Both return the reason of a failure,
+  // for a message, or an empty text.
   std::string Read(int band, int firstRow, int rows, void* out, GDALDataType type);
   std::string Write(int band, int firstRow, int rows, const void* values) const;
 

@@ -11,24 +11,21 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-constexpr const char* kOwnItems = "LUMOMIXCALC_";
-
 bool HasGeoreferencing(GDALDataset& dataset) {
   return GeotransformOf(dataset) || dataset.GetSpatialRef() || dataset.GetGCPCount() > 0;
 }
 
-// Rational polynomial coefficients count lines and samples of the image: those of the output.
+// Copies rational polynomial coefficients. They contain lines and samples of the image, which are
+// converted to those of the output.
 void CopyRpc(GDALDataset& from, const OutputGrid& grid, GDALDataset& to) {
-  char** const items = from.GetMetadata("RPC");
-  if (!items) return;
-  CPLStringList rpc(CSLDuplicate(items));
+  CPLStringList rpc(CSLDuplicate(from.GetMetadata("RPC")));
   const auto change = [&rpc](const char* item, double shift, double factor) {
     if (const auto number = ParseDouble(rpc.FetchNameValueDef(item, "")))
       rpc.SetNameValue(item, ShortestText((*number - shift) / factor).c_str());
   };
   const double nx = grid.resolution * grid.looks.x;
   const double ny = grid.resolution * grid.looks.y;
-  // The centre of the first pixel is 0.
+  // The coordinate of the centre of the first pixel is 0.
   change("SAMP_OFF", grid.window.x + (nx - 1) / 2, nx);
   change("LINE_OFF", grid.window.y + (ny - 1) / 2, ny);
   change("SAMP_SCALE", 0, nx);
@@ -41,20 +38,20 @@ void CopyMetadata(GDALDataset& from, GDALDataset& to) {
   for (int i = 0; i < items.Count(); ++i) {
     char* name = nullptr;
     const char* const value = CPLParseNameValue(items[i], &name);
-    if (name && value && !STARTS_WITH(name, kOwnItems)) to.SetMetadataItem(name, value);
+    if (name && value && !STARTS_WITH(name, "LUMOMIXCALC_")) to.SetMetadataItem(name, value);
     CPLFree(name);
   }
 }
 
-// The first input of which something holds; null when it holds of none.
+// The first input for which the predicate is true. Null when there is none.
 template <typename Predicate>
-GDALDataset* FirstThat(Session& session, const Predicate& holds) {
+GDALDataset* FirstThat(const Session& session, const Predicate& holds) {
   for (const RunInput& input : session.Inputs())
     if (holds(input.raster->Dataset())) return &input.raster->Dataset();
   return nullptr;
 }
 
-void DescribeBand(Session& session, int band, GDALRasterBand& output) {
+void DescribeBand(const Session& session, int band, GDALRasterBand& output) {
   for (const RunInput& input : session.Inputs()) {
     GDALRasterBand& own = *input.raster->Dataset().GetRasterBand(Session::BandOf(input, band));
     if (*output.GetDescription() == '\0' && *own.GetDescription() != '\0')
@@ -66,18 +63,18 @@ void DescribeBand(Session& session, int band, GDALRasterBand& output) {
 
 }  // namespace
 
-void Describe(Session& session, const std::string& command, const std::string& outputName,
+void Describe(const Session& session, const std::string& command, const std::string& outputName,
               GDALDataset& output) {
   const GdalFailures failures;
-  if (GDALDataset* const placed = FirstThat(session, HasGeoreferencing))
-    if (!CopyGeoreferencing(*placed, session.Grid(), output))
+  if (GDALDataset* const input = FirstThat(session, HasGeoreferencing))
+    if (!CopyGeoreferencing(*input, session.Grid(), output))
       Warn(outputName + " cannot hold all of the georeferencing: " + failures.First());
-  if (GDALDataset* const modelled = FirstThat(
+  if (GDALDataset* const input = FirstThat(
           session, [](GDALDataset& dataset) { return dataset.GetMetadata("RPC") != nullptr; }))
-    CopyRpc(*modelled, session.Grid(), output);
-  if (GDALDataset* const told = FirstThat(
+    CopyRpc(*input, session.Grid(), output);
+  if (GDALDataset* const input = FirstThat(
           session, [](GDALDataset& dataset) { return CSLCount(dataset.GetMetadata()) > 0; }))
-    CopyMetadata(*told, output);
+    CopyMetadata(*input, output);
   for (std::size_t i = 0; i < session.Bands().size(); ++i)
     DescribeBand(session, session.Bands()[i], *output.GetRasterBand(static_cast<int>(i) + 1));
   output.SetMetadataItem("LUMOMIXCALC_COMMAND", command.c_str());

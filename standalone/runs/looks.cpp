@@ -7,8 +7,8 @@
 
 namespace lumomixcalc::standalone {
 
-// Adds a row of elements to sums by part and to counts of those that are valid, column by column:
-// unlike a sum along the row, compilers turn this into vector instructions.
+// Adds the valid elements of a row to the sums and counts of their columns. Unlike a sum along the
+// row, compilers turn this into vector instructions.
 template <std::size_t kParts>
 static void AddRow(const float* values, std::vector<double>& sums,
                    std::vector<std::int32_t>& counts) {

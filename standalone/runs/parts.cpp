@@ -33,15 +33,15 @@ std::string StemOf(const PartNumber& part) {
   return std::to_string(part.number) + "-of-" + std::to_string(part.count);
 }
 
-// N of "K-of-N.tif" and the like; 0 of any other name.
+// N for names like "K-of-N.tif". 0 for any other name.
 int CountInName(const std::string& name) {
   const std::vector<std::string> words = Split(name.substr(0, name.find('.')), '-');
   const bool isPart = words.size() == 3 && ParseInt(words[0]) && words[1] == "of";
   return isPart ? ParseInt(words[2]).value_or(0) : 0;
 }
 
-// Of how many parts those in the folder are; count where there are none. Throws Failure when they
-// are of another count, unless that is 0, or when the folder holds other things alone.
+// The N of the parts "K-of-N" in the folder, or count when there are none. Throws Failure when N is
+// not count, unless count is 0, or when the folder holds only other files.
 int CountOfParts(const fs::path& folder, int count) {
   std::error_code error;
   if (!fs::exists(fs::symlink_status(folder, error))) return count;
@@ -49,7 +49,7 @@ int CountOfParts(const fs::path& folder, int count) {
   bool holdsParts = false;
   for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
     const std::string name = entry.path().filename();
-    if (name.starts_with('.')) continue;  // parts in the making
+    if (name.starts_with('.')) continue;  // the folder of a part that is being made
     const int found = CountInName(name);
     if (found == 0) {
       other = name;
@@ -86,7 +86,7 @@ CPLJSONArray FactsOfInputs(const Session& session) {
   return inputs;
 }
 
-// How a part differs from another, for a sentence; empty when both belong to one output.
+// How a part differs from another, for a message. Empty when both belong to the same output.
 std::string Difference(const CPLJSONObject& one, const CPLJSONObject& other) {
   constexpr std::array<std::pair<const char*, const char*>, 4> kKinds = {
       {{"command", "of another command"},
@@ -118,7 +118,7 @@ void AddTerms(CPLJSONArray terms, ExactSum& sum) {
   for (int i = 0; i < terms.Size(); ++i) sum.Add(ParseDouble(terms[i].ToString()).value_or(0));
 }
 
-// What Publish wrote of a band, back to the bit.
+// Reads the statistics of a band that Publish wrote, exact to the bit.
 BandStatistics BandOf(const CPLJSONObject& object) {
   BandStatistics band;
   band.valid.valid = CountAt(object, "valid");
@@ -155,16 +155,7 @@ RunReport ReportOf(const CPLJSONObject& facts) {
   return report;
 }
 
-// Adds the rows of a part to those before it.
-void AddReport(const RunReport& part, RunReport& whole) {
-  whole.grid.rows += part.grid.rows;
-  whole.seconds += part.seconds;
-  whole.imaginaryPartsLost |= part.imaginaryPartsLost;
-  whole.imaginaryPartsHeld |= part.imaginaryPartsHeld;
-  for (std::size_t i = 0; i < whole.bands.size(); ++i) whole.bands[i].AddPart(part.bands[i]);
-}
-
-// The facts of a part; none when the file is not there or was not written whole.
+// The facts of a part. None when the file does not exist or is not complete.
 std::optional<CPLJSONObject> ReadFacts(const fs::path& file) {
   const CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);
   CPLJSONDocument document;
@@ -175,7 +166,7 @@ std::optional<CPLJSONObject> ReadFacts(const fs::path& file) {
   return isPart ? std::optional(facts) : std::nullopt;
 }
 
-// The raster of a part; null when it does not open or is not as it was published.
+// The raster of a part. Null when it cannot be opened or is not as it was published.
 GDALDatasetUniquePtr OpenRaster(const fs::path& file, const CPLJSONObject& facts) {
   const CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);
   const char* const drivers[] = {"GTiff", nullptr};
@@ -190,7 +181,7 @@ GDALDatasetUniquePtr OpenRaster(const fs::path& file, const CPLJSONObject& facts
   return isWhole ? std::move(raster) : nullptr;
 }
 
-// "2,5-7", as schedulers take the tasks of an array.
+// "2,5-7", the form in which schedulers take the tasks of an array.
 std::string RangesText(const std::vector<int>& numbers) {
   std::string text;
   for (std::size_t i = 0, end = 0; i < numbers.size(); i = end) {
@@ -201,7 +192,7 @@ std::string RangesText(const std::vector<int>& numbers) {
   return text;
 }
 
-// The facts of all parts. Throws Failure that names those that cannot be joined.
+// The facts of all parts. Throws Failure, which names the parts that cannot be joined.
 std::vector<CPLJSONObject> ReadParts(const fs::path& folder, int count) {
   std::vector<CPLJSONObject> parts;
   int firstPart = 0;
@@ -233,7 +224,7 @@ std::vector<CPLJSONObject> ReadParts(const fs::path& folder, int count) {
   return parts;
 }
 
-// The rows of one part as a source of a band of the VRT.
+// The XML of one part as a source of a band of the VRT.
 std::string SourceXml(const std::string& raster, int band, int columns, int firstRow, int rows) {
   const std::unique_ptr<char, decltype(&VSIFree)> name(
       CPLEscapeString(raster.c_str(), -1, CPLES_XML), VSIFree);
@@ -244,7 +235,7 @@ std::string SourceXml(const std::string& raster, int band, int columns, int firs
       name.get(), band, columns, rows, firstRow, columns, rows);
 }
 
-// What the bands of all parts have in common.
+// Copies the properties of a band that are the same in all parts.
 void DescribeBand(GDALRasterBand& part, GDALRasterBand& mosaic) {
   mosaic.SetDescription(part.GetDescription());
   if (*part.GetUnitType() != '\0') mosaic.SetUnitType(part.GetUnitType());
@@ -252,7 +243,7 @@ void DescribeBand(GDALRasterBand& part, GDALRasterBand& mosaic) {
   if (const std::optional<double> value = DeclaredNoData(part)) mosaic.SetNoDataValue(*value);
 }
 
-// Makes the VRT file, which names its parts as they lie beside its place.
+// Makes the VRT file. It names the rasters of the parts relative to its final place.
 void WriteMosaic(const fs::path& file, const fs::path& folder,
                  const std::vector<CPLJSONObject>& parts, const RunReport& report) {
   const GdalFailures failures;
@@ -264,7 +255,7 @@ void WriteMosaic(const fs::path& file, const fs::path& folder,
       file.c_str(), report.grid.columns, report.grid.rows, static_cast<int>(report.bands.size()),
       mode.type, nullptr));
   if (first && mosaic) {
-    // The first part begins where the whole does.
+    // The first part has the same top left corner as the mosaic.
     CopyGeoreferencing(*first, {}, *mosaic);
     if (char** const rpc = first->GetMetadata("RPC")) mosaic->SetMetadata(rpc, "RPC");
     mosaic->SetMetadata(first->GetMetadata());
@@ -290,10 +281,10 @@ void WriteMosaic(const fs::path& file, const fs::path& folder,
     throw Failure("cannot write " + report.output + ": " + failures.First());
 }
 
-// Rows of a block of the TIFF that a run would make in one piece, which depend on its options.
+// The rows of a block in the TIFF that a run of the whole output would make with these options.
 int BlockRowsOf(const Session& session, const OutputFormat& format, const Job& job) {
   CPLStringList options = CreationOptions(format, job.creationOptions);
-  options.SetNameValue("SPARSE_OK", "TRUE");  // else all of it is filled in memory
+  options.SetNameValue("SPARSE_OK", "TRUE");  // otherwise the whole file would be filled in memory
   const GdalFailures failures;
   GDALDatasetUniquePtr tiff(format.driver->Create(
       "/vsimem/lumomixcalc/whole.tif", session.Grid().columns, session.Grid().rows,
@@ -327,7 +318,7 @@ std::string Part::Option() const {
   return "-part=" + std::to_string(number_.number) + "/" + std::to_string(number_.count);
 }
 
-// To other parts they would change while these are made.
+// An input in the folder of the parts would change while the parts are made.
 void Part::RefuseOwnInputs(const Session& session) const {
   for (const InputFiles& input : session.Files())
     for (const std::string& file : input.files)
@@ -356,7 +347,7 @@ void Part::LimitRows(const Job& job, const OutputFormat& format, Session& sessio
   session.LimitRows(first, boundary(number_.number) - first);
 }
 
-std::optional<RunReport> Part::ReportIfThere() const {
+std::optional<RunReport> Part::ReportIfDone() const {
   std::error_code ignored;
   if (overwrite_ || !fs::exists(facts_, ignored)) return std::nullopt;
   const std::optional<CPLJSONObject> facts = ReadFacts(facts_);
@@ -416,7 +407,14 @@ RunReport JoinParts(const std::string& name, const Job& job) {
   report.grid.rows = 0;
   report.seconds = 0;
   for (BandStatistics& band : report.bands) band = {};
-  for (const CPLJSONObject& part : parts) AddReport(ReportOf(part), report);
+  for (const CPLJSONObject& facts : parts) {
+    const RunReport part = ReportOf(facts);
+    report.grid.rows += part.grid.rows;
+    report.seconds += part.seconds;
+    report.imaginaryPartsLost |= part.imaginaryPartsLost;
+    report.imaginaryPartsHeld |= part.imaginaryPartsHeld;
+    for (std::size_t i = 0; i < report.bands.size(); ++i) report.bands[i].AddPart(part.bands[i]);
+  }
 
   Publication publication(target, job.overwrite, {});
   WriteMosaic(publication.Folder() / target.filename(), folder, parts, report);

@@ -13,33 +13,34 @@
 
 namespace lumomixcalc::standalone {
 
-// One of N bands of rows of a run's output, made by a run of its own: for an output NAME.vrt the
-// raster NAME.parts/K-of-N.tif and, published after it, K-of-N.json with the part's report and what
-// JoinParts needs. A part is there when its JSON file is.
+// One of N bands of rows of an output, made by a separate run. For an output NAME.vrt it consists
+// of the raster NAME.parts/K-of-N.tif and the file K-of-N.json, with the part's report and the
+// facts that JoinParts needs. The JSON file is published last: a part exists when this file exists.
 class Part {
  public:
-  // Limits the session to the rows of job.part. Their boundaries are those of the blocks of the
-  // TIFF that would be made in one piece, so that a lossy compression makes the same elements.
-  // Throws Failure when there are more parts than rows of blocks, or when what is in the place of
-  // the folder is not of this cut.
+  // Limits the session to the rows of job.part. Parts begin and end at boundaries between blocks of
+  // the TIFF that a run of the whole output would make, so that lossy compression gives the same
+  // elements. Throws Failure when there are more parts than rows of blocks, or when the folder
+  // holds parts of another count or other files.
   Part(const Job& job, const std::string& command, const OutputFormat& format, Session& session);
 
-  // As the command line has it.
+  // The option "-part=K/N".
   std::string Option() const;
 
   const std::filesystem::path& Raster() const { return raster_; }
 
-  // The report of the part when it is there and whole; none when it must be made. Throws Failure
-  // when one is there of another command or other inputs, unless job.overwrite is set.
-  std::optional<RunReport> ReportIfThere() const;
+  // The report of the part if it exists and is whole. None when it must be made. Throws Failure
+  // when the existing part is of another command or of other inputs, unless job.overwrite is set.
+  std::optional<RunReport> ReportIfDone() const;
 
   // Makes the folder of the parts. Throws Failure.
   void MakeFolder() const;
 
-  // Makes a part that is replaced count as missing, before its raster is published.
+  // Removes the JSON file of a part that is replaced, so that the part counts as missing. Call it
+  // before the new raster is published.
   void Withdraw() const;
 
-  // Publishes the JSON file, the raster being in its place. Throws Failure.
+  // Publishes the JSON file after the raster. Throws Failure.
   void Publish(const RunReport& report) const;
 
  private:
@@ -52,14 +53,15 @@ class Part {
   std::filesystem::path folder_;
   std::filesystem::path raster_;
   std::filesystem::path facts_;  // the JSON file
-  // What is known before the part is made; of all parts the same but for the part's name.
+  // The facts that are known before the part is made. All parts have the same, except the name.
   CPLJSONObject common_;
 };
 
-// Publishes the mosaic of the parts of a run as the VRT file name: georeferencing, metadata and
-// descriptions of the whole, and its statistics to the bit. Takes statisticsFile and overwrite of
-// job. The report has the whole; its records are those of the parts. Throws Failure that names the
-// parts that are missing, broken or do not belong to the others; then nothing is published.
+// Publishes the mosaic of all parts as the VRT file `name`, with the georeferencing, the metadata,
+// the descriptions and, to the bit, the statistics of a run of the whole output. Uses
+// statisticsFile and overwrite of job. Returns the report of the whole output, with the records of
+// the parts. Throws Failure, which names the parts that are missing, broken or unlike the others.
+// Then nothing is published.
 RunReport JoinParts(const std::string& name, const Job& job);
 
 }  // namespace lumomixcalc::standalone

@@ -9,7 +9,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <memory>
 #include <system_error>
 
 #include "standalone/base/messages.h"
@@ -65,9 +64,7 @@ static CPLJSONObject BandObject(int number, const BandStatistics& band) {
 
 std::string Utf8(const std::string& text) {
   if (CPLIsUTF8(text.c_str(), -1)) return text;
-  const std::unique_ptr<char, decltype(&VSIFree)> recoded(
-      CPLRecode(text.c_str(), CPL_ENC_ISO8859_1, CPL_ENC_UTF8), VSIFree);
-  return recoded.get();
+  return CPLString(text).Recode(CPL_ENC_ISO8859_1, CPL_ENC_UTF8);
 }
 
 std::string ReportAsJson(const RunReport& report) {

@@ -11,52 +11,53 @@
 
 namespace lumomixcalc::standalone {
 
-// What a run tells of itself beside its statistics.
+// What a run reports when it has ended.
 struct RunReport {
-  std::string command;  // that repeats it
-  std::string output;   // file
+  std::string command;  // repeats the run
+  std::string output;   // the file's name
   std::string format;
   std::string mode;
   OutputGrid grid;
-  std::optional<double> noData;  // what stands for it in the output, if anything does
+  std::optional<double> noData;  // the no-data value of the output, if it has one
   double seconds = 0;
   std::vector<BandStatistics> bands;
-  bool imaginaryPartsLost = false;  // by a real output
-  bool imaginaryPartsHeld = false;  // by a complex output, one other than zero at least
+  bool imaginaryPartsLost = false;  // a real output leaves out imaginary parts
+  bool imaginaryPartsHeld = false;  // a complex output has an imaginary part other than zero
 };
 
-// The report as a JSON object in UTF-8. Of each band: counts of elements, valid and no_data ones;
-// minimum, maximum, mean, standard_deviation and sum of the valid ones (absent when there are
-// none); counts of saturated, moved and zeroed elements of an integer mode, and of those taken for
-// no data in another; and record, what the application itself counted, or records, by parts, of a
-// mosaic. Numbers that JSON has not are the strings "nan", "inf" and "-inf". A text that is not
-// UTF-8 is taken as Latin-1, so that no byte of a file name is lost.
+// The report as a JSON object in UTF-8. For each band it has the counts of elements, valid and
+// no_data ones; minimum, maximum, mean, standard_deviation and sum of the valid ones (absent when
+// there are none); the counts of saturated, moved and zeroed elements of an integer mode, and of
+// taken elements of a floating mode; and record, which the application counted, or for a mosaic
+// records, one for each part. Numbers that JSON cannot express are the strings "nan", "inf" and
+// "-inf". Texts are converted by Utf8.
 std::string ReportAsJson(const RunReport& report);
 
-// The text in UTF-8; one that is not is taken as Latin-1.
+// The text in UTF-8. A text that is not UTF-8 is read as Latin-1, so that no byte of a file name is
+// lost.
 std::string Utf8(const std::string& text);
 
-// Where a report goes: a file, which appears whole or not at all; a device or pipe; or, as "-",
-// standard output.
+// The destination of a report: a file, which appears whole or not at all, a device or pipe, or, for
+// "-", standard output.
 class ReportFile {
  public:
-  // Throws Failure when path is the output, an input or a file of one, exists without overwrite, or
-  // has no folder that can be written.
+  // Throws Failure when path is the output or a file of an input, when it exists and overwrite is
+  // false, or when its folder cannot be written.
   ReportFile(const std::string& path, bool overwrite, const std::vector<InputFiles>& inputs,
              const std::filesystem::path& output);
 
-  // Writes text, which a file shows only after Publish. Throws Failure.
+  // Writes the text. A file appears only after Publish. Throws Failure.
   void Write(const std::string& text) const;
 
-  // Gives a file its name. Throws Failure.
+  // Moves a file to its place. Throws Failure.
   void Publish();
 
  private:
   [[noreturn]] void Fail(const std::string& reason) const;
 
-  std::string path_;                        // as the user names it
-  std::filesystem::path file_;              // what is written; empty for standard output
-  std::optional<Publication> publication_;  // of a regular file
+  std::string path_;                        // as the user gave it
+  std::filesystem::path file_;              // the file that is written, empty for standard output
+  std::optional<Publication> publication_;  // for a regular file
 };
 
 }  // namespace lumomixcalc::standalone

@@ -33,7 +33,8 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-// Sizes GDAL's block cache for what the run has in work: more would only touch new memory.
+// Sets the size of GDAL's block cache to what the run needs. A larger cache would only take memory
+// without being faster.
 void SizeBlockCache(const Session& session, const RasterOutput& output) {
   if (CPLGetConfigOption("GDAL_CACHEMAX", nullptr)) return;
   constexpr std::int64_t kSlack = 2 << 20;
@@ -45,7 +46,7 @@ void SizeBlockCache(const Session& session, const RasterOutput& output) {
   GDALSetCacheMax64(bytes);
 }
 
-// What stands for no data in the output; none when nothing is no data.
+// The no-data value of the output. None when no element can be no data.
 std::optional<double> OutputNoData(const Session& session, const Job& job,
                                    const OutputFormat& format) {
   const std::optional<double>& asked = job.outputNoData;
@@ -59,15 +60,9 @@ std::optional<double> OutputNoData(const Session& session, const Job& job,
     return value;
   }
   if (asked) return static_cast<double>(static_cast<float>(*asked));
-  // Programs that read text grids know no NaN.
+  // Programs that read text grids do not understand NaN.
   constexpr double kOfTextGrids = -9999;
   return format.Name() == "AAIGrid" ? kOfTextGrids : std::numeric_limits<double>::quiet_NaN();
-}
-
-void DeclareNoData(const std::optional<double>& value, RasterOutput& output,
-                   const std::string& name) {
-  if (value && !output.DeclareNoData(*value))
-    Warn(name + " cannot declare a no-data value; " + ShortestText(*value) + " stands for it");
 }
 
 void WarnOfUnheldElements(const std::vector<BandStatistics>& statistics, const DataMode& mode) {
@@ -98,40 +93,38 @@ void WarnOfTheMode(const RunReport& report, const DataMode& mode) {
          " stores the results in half the space");
 }
 
-// Has everything computed and written to output, and fills in what the report tells of it.
+// Computes all elements, writes them to the output and completes the report.
 void Compute(Session& session, RasterOutput& output, const RunControl& control, RunReport& report) {
   const OutputGrid& grid = session.Grid();
-  const int parts = session.Mode().complex ? 2 : 1;
-  const int bands = static_cast<int>(session.Bands().size());
+  const int parts = session.Mode().Parts();
   const Looks& looks = grid.looks;
-  std::vector<LooksAverage> averages(session.Bands().size(), {looks, grid.columns, parts});
+  std::vector<LooksAverage> averages(report.bands.size(), {looks, grid.columns, parts});
   StripSink sink;
   sink.blockRows = std::min(output.BlockRows(), grid.rows) * looks.y;
   sink.write = [&](int band, int firstRow, int rows, const float* values) {
     const auto index = static_cast<std::size_t>(band) - 1;
+    BandStatistics& statistics = report.bands[index];
     values = averages[index].Add(values, rows).data();
     rows = (firstRow + rows) / looks.y - firstRow / looks.y;
     firstRow /= looks.y;
-    CountRows(values, grid.columns, rows, parts, report.bands[index].valid);
+    CountRows(values, grid.columns, rows, parts, statistics.valid);
     if (parts == 2 && !report.imaginaryPartsHeld)
       report.imaginaryPartsHeld = HasImaginaryPart(
           values, static_cast<std::size_t>(grid.columns) * static_cast<std::size_t>(rows));
-    if (rows > 0) output.Write(band, firstRow, rows, values);
-    if (band == bands) output.WriteCompleteBlocks(firstRow + rows);
+    if (rows > 0) output.Write(band, firstRow, rows, values, statistics.unheld);
+    if (index + 1 == averages.size()) output.WriteCompleteBlocks(firstRow + rows);
   };
   if (parts == 1)
     sink.atMiddleRow = [&] { report.imaginaryPartsLost = session.RowHasImaginaryParts(); };
   const std::vector<IPOutputStats> records = ProcessStrips(session, sink, control);
   session.Finish();
-  for (int band = 1; band <= bands; ++band) {
-    BandStatistics& statistics = report.bands[static_cast<std::size_t>(band) - 1];
-    statistics.record = records[static_cast<std::size_t>(band) - 1];
-    statistics.unheld = output.Unheld(band);
-    StoreStatistics(statistics, session.Mode(), *output.Dataset().GetRasterBand(band));
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    report.bands[i].record = records[i];
+    StoreStatistics(report.bands[i], session.Mode(), *output.Dataset().GetBands()[i]);
   }
 }
 
-// What is known of a run before anything is computed.
+// What is known about a run before anything is computed.
 RunReport PlannedReport(const Session& session, const Job& job, const OutputFormat& format,
                         const std::string& command) {
   CheckThatFormatHolds(format, session.Mode());
@@ -158,7 +151,7 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
   std::optional<Part> part;
   if (job.part) {
     part.emplace(job, command, format, session);
-    if (const std::optional<RunReport> done = part->ReportIfThere()) return *done;
+    if (const std::optional<RunReport> done = part->ReportIfDone()) return *done;
   }
   const std::filesystem::path target =
       part ? part->Raster() : ResolveOutput(outputName, job.overwrite);
@@ -173,14 +166,16 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
                        report.grid.rows, static_cast<int>(report.bands.size()),
                        job.overwrite || part, session.Files()});
   Describe(session, part ? command + " " + part->Option() : command, outputName, output.Dataset());
-  DeclareNoData(report.noData, output, outputName);
+  if (const auto& value = report.noData; value && !output.DeclareNoData(*value))
+    Warn(outputName + " cannot declare a no-data value; " + ShortestText(*value) +
+         " stands for it");
   session.SelectInputs();
   SizeBlockCache(session, output);
   Compute(session, output, control, report);
   report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 
-  // A report that cannot be written fails the run before the output is published. After that only
-  // the file's renaming is left, which hardly fails.
+  // If the report cannot be written, the run fails before the output is published. After that the
+  // report is only renamed, which rarely fails.
   if (reportFile) reportFile->Write(ReportAsJson(report));
   if (part) part->Withdraw();
   output.Publish(control.stop);
@@ -203,7 +198,7 @@ void WarnOfResults(const RunReport& report) {
 RunReport RunBatch(const Job& job, const std::string& command, HostState& host,
                    const RunControl& control) {
   const std::string& output = job.files.at(host.registration.Output().number);
-  // These failures know no file.
+  // These exceptions do not name the output.
   try {
     return RunOnce(job, command, host, control);
   } catch (const std::bad_alloc&) {
@@ -221,7 +216,7 @@ MemoryRaster RunInMemory(const Job& job, HostState& host, const RunControl& cont
   raster.grid = session.Grid();
   raster.complex = session.Mode().complex;
   session.SelectInputs();
-  const int parts = raster.complex ? 2 : 1;
+  const int parts = session.Mode().Parts();
   raster.values.reserve(static_cast<std::size_t>(raster.grid.columns) *
                         static_cast<std::size_t>(raster.grid.rows * parts));
   LooksAverage average(raster.grid.looks, raster.grid.columns, parts);

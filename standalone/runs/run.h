@@ -10,30 +10,28 @@
 
 namespace lumomixcalc::standalone {
 
-// One run of the application over the files of a job: opens, checks, prepares, processes every band
-// strip by strip and publishes the output, and the statistics file, if the job names one. The
-// application must have its parameters, read from the command line or set by a panel. command,
-// which repeats the run, is stored in the output and the report. Throws Failure, Cancelled,
-// Desisted, with nothing published; only when a statistics file that was written cannot be renamed
-// to its place at last, the output is there.
+// Runs the application once over the files of a job: opens, checks, prepares, processes every band
+// strip by strip, and publishes the output and the statistics file, if the job names one. The
+// application must have its parameters, from the command line or from the panel. The command, which
+// repeats the run, is stored in the output and the report. Throws Failure, Cancelled, Desisted.
+// Then nothing is published, with one exception: if the complete statistics file cannot be renamed
+// to its place, the output has already been published.
 RunReport RunBatch(const Job& job, const std::string& command, HostState& host,
                    const RunControl& control);
 
-// Warns of what the mode does not hold of the results, and of a mode that holds more than they
-// have.
+// Warns when the mode loses a part of the results, and when a smaller mode would hold all of them.
 void WarnOfResults(const RunReport& report);
 
 // One band in memory.
 struct MemoryRaster {
-  OutputGrid grid;  // its size, and where it lies on the inputs
+  OutputGrid grid;  // its size, and its position on the inputs
   bool complex = false;
-  std::vector<float> values;  // grid.columns * grid.rows elements by rows; pairs when complex
+  std::vector<float> values;  // grid.columns * grid.rows elements, row by row; pairs when complex
 };
 
-// One run of the application as RunBatch makes it, of one band and into memory: nothing is written
-// or counted, and the job needs no output file; warnings and the reason why the application desists
-// are told. Takes the first of job.bands, or band 1. Elements are those before an integer mode
-// would round them. Throws Failure, Cancelled, Desisted.
+// Like RunBatch, but computes one band into memory: the first of job.bands, or band 1. Nothing is
+// written or counted, and the job needs no output file. Warnings and the application's messages are
+// shown. Elements are not rounded to an integer mode. Throws Failure, Cancelled, Desisted.
 MemoryRaster RunInMemory(const Job& job, HostState& host, const RunControl& control);
 
 }  // namespace lumomixcalc::standalone

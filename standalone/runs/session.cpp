@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
-#include <numeric>
 #include <optional>
 #include <string>
 
@@ -22,7 +21,7 @@ std::string SizeAndBands(const RasterInput& raster) {
          CountText(static_cast<std::uint64_t>(raster.Bands()), "band");
 }
 
-// The files that a raster consists of. A VRT lists its sources, but not their headers.
+// The files that a raster consists of. A VRT lists its sources, but not the headers of these.
 std::vector<std::string> FilesOf(GDALDataset& dataset) {
   const CPLStringList names(dataset.GetFileList());
   std::vector<std::string> files(names.List(), names.List() + names.Count());
@@ -31,8 +30,8 @@ std::vector<std::string> FilesOf(GDALDataset& dataset) {
   return files;
 }
 
-// The number of bands that all inputs share. Refuses inputs that do not fit the first, warns of
-// other places.
+// The number of bands of the inputs together. Throws Failure when an input does not fit the first
+// one, and warns when its georeferencing differs.
 int CommonBands(const std::list<RunInput>& inputs) {
   RasterInput& first = *inputs.front().raster;
   int bands = first.Bands();
@@ -52,34 +51,20 @@ int CommonBands(const std::list<RunInput>& inputs) {
   return bands;
 }
 
-std::vector<int> ChosenBands(const std::vector<int>& chosen, int bands) {
-  if (chosen.empty()) {
-    std::vector<int> all(static_cast<std::size_t>(bands));
-    std::iota(all.begin(), all.end(), 1);
-    return all;
-  }
-  for (const int band : chosen)
-    if (band > bands)
-      throw Failure("-bands=: there is no band " + std::to_string(band) + "; the inputs have " +
-                    CountText(static_cast<std::uint64_t>(bands), "band"));
-  return chosen;
-}
-
 }  // namespace
 
-Session::Session(const Job& job, HostState& host) : host_(host) {
+Session::Session(const Job& job, HostState& host) : job_(job), host_(host), bands_(job.bands) {
   host_.desisted = false;
-  OpenInputs(job);
+  OpenInputs();
   host_.registration.Call(IP_SLOT_CHECK_PARAMS);
   StopIfDesisted();
   try {
-    Prepare(job.mode ? job.mode->code : -1);
+    Prepare(job_.mode ? job_.mode->code : -1);
     DropUnreadInputs();
-    ChooseMode(job);
-    ChooseBandsAndGrid(job);
-    ChooseNoData(job);
+    ChooseMode();
+    ChooseBandsAndGrid();
   } catch (...) {
-    Finish();  // after a constructor that throws there is no destructor to do it
+    Finish();  // the destructor is not called when the constructor throws
     throw;
   }
 }
@@ -90,13 +75,13 @@ void Session::StopIfDesisted() const {
   if (host_.desisted) throw Desisted();
 }
 
-void Session::OpenInputs(const Job& job) {
+void Session::OpenInputs() {
   host_.streams.clear();
   for (const DeclaredStream& declared : host_.registration.inputs) {
-    const auto file = job.files.find(declared.number);
-    if (file == job.files.end()) continue;
+    const auto file = job_.files.find(declared.number);
+    if (file == job_.files.end()) continue;
     inputs_.push_back({declared.number, std::make_unique<RasterInput>(declared.label, file->second,
-                                                                      job.openOptions)});
+                                                                      job_.openOptions)});
     RasterInput& raster = *inputs_.back().raster;
     StreamState& state = host_.streams[declared.number];
     state.open = true;
@@ -114,17 +99,18 @@ void Session::Prepare(int outputMode) {
   StopIfDesisted();
 }
 
-// What the application asked about while it prepared the run is what it reads.
+// The application reads the inputs whose mode it asked for while it prepared the run.
 void Session::DropUnreadInputs() {
   inputs_.remove_if(
       [this](const RunInput& input) { return !host_.streams[input.stream].modeAsked; });
   if (inputs_.empty()) throw Failure("the application reads none of the input files");
 }
 
-// Without a choice float, complex when an input that is read is. An application that gets no choice
-// follows its first stream; where only another is complex it prepares again, told the mode.
-void Session::ChooseMode(const Job& job) {
-  mode_ = job.mode;
+// When the user chose no mode, it is a float mode, complex if an input that is read is complex. The
+// application by itself follows its first stream. If only another one is complex, it is prepared
+// again with the mode.
+void Session::ChooseMode() {
+  mode_ = job_.mode;
   if (mode_) return;
   const bool complex = std::any_of(inputs_.begin(), inputs_.end(), [](const RunInput& input) {
     return input.raster->Mode().complex;
@@ -135,29 +121,32 @@ void Session::ChooseMode(const Job& job) {
   if (complex && !(readsFirstStream && first.raster->Mode().complex)) Prepare(mode_->code);
 }
 
-void Session::ChooseBandsAndGrid(const Job& job) {
-  bands_ = ChosenBands(job.bands, CommonBands(inputs_));
-  RasterInput& first = FirstInput();
+void Session::ChooseBandsAndGrid() {
+  const int bands = CommonBands(inputs_);
+  if (bands_.empty())
+    for (int band = 1; band <= bands; ++band) bands_.push_back(band);
+  for (const int band : bands_)
+    if (band > bands)
+      throw Failure("-bands=: there is no band " + std::to_string(band) + "; the inputs have " +
+                    CountText(static_cast<std::uint64_t>(bands), "band"));
+  const RasterInput& first = *inputs_.front().raster;
   std::optional<Geotransform> transform;
   for (const RunInput& input : inputs_)
     if (!transform) transform = GeotransformOf(input.raster->Dataset());
-  grid_ = MakeOutputGrid(job.selection, first.Columns(), first.Rows(),
-                         transform ? &*transform : nullptr, first.Describe());
-  processedGrid_ = grid_.BeforeLooks();
-  resampling_ = job.selection.resampling;
+  grid_ =
+      MakeOutputGrid(job_.selection, first.Columns(), first.Rows(), transform, first.Describe());
 }
 
-void Session::ChooseNoData(const Job& job) {
-  rules_ = job.elements;
-  if (rules_.keepNoData) return;
-  noData_ = rules_.noData;
+std::optional<double> Session::NoData() const {
+  if (!MasksNoData()) return std::nullopt;
+  if (job_.elements.noData) return job_.elements.noData;
   for (const RunInput& input : inputs_)
     for (const int band : bands_) {
       const int own = BandOf(input, band);
-      if (!noData_) noData_ = input.raster->NoData(own);
-      if (!noData_ && input.raster->HasMask(own))
-        noData_ = std::numeric_limits<double>::quiet_NaN();
+      if (const std::optional<double> value = input.raster->NoData(own)) return value;
+      if (input.raster->HasMask(own)) return std::numeric_limits<double>::quiet_NaN();
     }
+  return std::nullopt;
 }
 
 void Session::LimitRows(int firstRow, int rows) {
@@ -165,7 +154,6 @@ void Session::LimitRows(int firstRow, int rows) {
   grid_.window.y += firstRow * inputRows;
   grid_.window.rows = rows * inputRows;
   grid_.rows = rows;
-  processedGrid_ = grid_.BeforeLooks();
 }
 
 void Session::SelectInputs() {
@@ -175,46 +163,46 @@ void Session::SelectInputs() {
       if (const int own = BandOf(input, band);
           std::find(bands.begin(), bands.end(), own) == bands.end())
         bands.push_back(own);
-    input.raster->Select(processedGrid_, resampling_, bands, rules_);
+    input.raster->Select(ProcessedGrid(), job_.selection.resampling, bands, job_.elements);
   }
 }
 
 int Session::RowsPerStrip() const {
   constexpr std::int64_t kStripBytes = 2 << 20;
   constexpr std::int64_t kAllBandsBytes = 8 << 20;
-  // A coarser pixel is read from many.
-  const std::int64_t n = processedGrid_.resolution;
-  std::int64_t parts = mode_->complex ? 2 : 1;
+  // A coarser pixel is computed from n * n pixels.
+  const std::int64_t n = grid_.resolution;
+  std::int64_t parts = mode_->Parts();
   for (const RunInput& input : inputs_) parts += input.raster->Parts() * n * n;
-  const std::int64_t rowBytes =
-      parts * static_cast<std::int64_t>(sizeof(float)) * processedGrid_.columns;
+  const OutputGrid grid = ProcessedGrid();
+  const std::int64_t rowBytes = parts * static_cast<std::int64_t>(sizeof(float)) * grid.columns;
   const std::int64_t rows =
       std::min(kStripBytes / rowBytes,
                kAllBandsBytes / (rowBytes * static_cast<std::int64_t>(bands_.size())));
-  return static_cast<int>(std::clamp<std::int64_t>(rows, 1, processedGrid_.rows));
+  return static_cast<int>(std::clamp<std::int64_t>(rows, 1, grid.rows));
 }
 
 void Session::ProcessRow(IPOutputStats& record) {
   const auto process =
       reinterpret_cast<IPProcDataRoutine>(host_.registration.routines.at(IP_SLOT_PROC_DATA));
-  const IPBlock row = {processedGrid_.columns, 1};
+  const IPBlock row = {ProcessedGrid().columns, 1};
   process(&row, &record);
   StopIfDesisted();
 }
 
 void Session::Process(int rows, IPOutputStats& record) {
-  const std::ptrdiff_t columns = processedGrid_.columns;
+  const std::ptrdiff_t columns = ProcessedGrid().columns;
   for (int i = 0; i < rows; ++i) {
     ProcessRow(record);
     for (const RunInput& input : inputs_)
       host_.streams[input.stream].blockData += columns * input.raster->Parts();
-    host_.streams[OutputStream()].blockData += columns * (mode_->complex ? 2 : 1);
+    host_.streams[OutputStream()].blockData += columns * mode_->Parts();
   }
 }
 
 bool Session::RowHasImaginaryParts() {
   const int outputMode = host_.outputMode;
-  std::vector<float> results(2 * static_cast<std::size_t>(processedGrid_.columns));
+  std::vector<float> results(2 * static_cast<std::size_t>(ProcessedGrid().columns));
   SetBlockData(OutputStream(), results.data());
   Prepare(FindDataMode("cfloat32")->code);
   IPOutputStats ofTheRow = {};

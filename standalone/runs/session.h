@@ -3,7 +3,6 @@
 #include <list>
 #include <memory>
 #include <optional>
-#include <string>
 #include <vector>
 
 #include "host/ip.h"
@@ -22,9 +21,9 @@ struct RunInput {
   std::unique_ptr<RasterInput> raster;
 };
 
-// The application between its preparation and its clean-up, for one run over the inputs of job,
-// and what follows from them: what the run computes, in which mode, on which grid. The application
-// must have its parameters. Only one session may live at a time.
+// The time between the application's preparation and its clean-up for one run over the inputs of a
+// job. The session settles what the run computes: from which inputs and bands, in which mode, on
+// which grid. The application must have its parameters. Only one session may exist at a time.
 class Session {
  public:
   // Opens the inputs and has the application check and prepare. Throws Failure, and Desisted when
@@ -34,87 +33,81 @@ class Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
-  // The inputs that the application reads; at least one.
-  std::list<RunInput>& Inputs() { return inputs_; }
+  // The inputs that the application reads, at least one.
   const std::list<RunInput>& Inputs() const { return inputs_; }
-  RasterInput& FirstInput() { return *inputs_.front().raster; }
 
-  // The files of all inputs of the job, those that belong to them (headers, sources) included.
+  // All files of all inputs of the job, including headers and sources.
   const std::vector<InputFiles>& Files() const { return files_; }
 
   // The mode in which the output is stored.
   const DataMode& Mode() const { return *mode_; }
   const OutputGrid& Grid() const { return grid_; }
-  // The grid of what is read and processed: the output's before looks are averaged.
-  const OutputGrid& ProcessedGrid() const { return processedGrid_; }
+  // The grid of the elements that are read and processed, before they are averaged over looks.
+  OutputGrid ProcessedGrid() const { return grid_.BeforeLooks(); }
 
-  // The bands of the inputs that the run takes, in the output's order. An input with one band goes
-  // with every band of the others.
+  // The bands of the inputs that the run reads, in the output's order. An input with one band is
+  // combined with every band of the others.
   const std::vector<int>& Bands() const { return bands_; }
 
-  // The band of an input that goes with a band of the run.
+  // The band of an input that is read for a band of the run.
   static int BandOf(const RunInput& input, int band) {
     return input.raster->Bands() == 1 ? 1 : band;
   }
 
   // Whether what is no data in an input is no data in the output.
-  bool MasksNoData() const { return !rules_.keepNoData; }
+  bool MasksNoData() const { return !job_.elements.keepNoData; }
 
-  // The no-data value that the user names, or that the first input to declare one declares; NaN
-  // when only masks tell; none when nothing does or no-data values are kept as numbers.
-  const std::optional<double>& NoData() const { return noData_; }
+  // The no-data value that the user named, otherwise the first one that an input declares, or NaN
+  // for an input that has a mask instead. None when there is neither, or when no-data values are
+  // kept as numbers.
+  std::optional<double> NoData() const;
 
   // Limits the grids to rows of the output, before SelectInputs.
   void LimitRows(int firstRow, int rows);
 
   int OutputStream() const { return host_.registration.Output().number; }
 
-  // Processed rows that a strip of the run has at most: few enough that the strips in work stay in
-  // a processor's second-level cache, and that all bands of a strip fit easily into memory; at
-  // least one.
+  // The largest number of processed rows in a strip of the run, at least one. It is so small that
+  // the strips in use stay in a processor's second-level cache, and that all bands of a strip fit
+  // easily into memory.
   int RowsPerStrip() const;
 
-  // Prepares the inputs for reading; call it once, before they are read.
+  // Prepares the inputs for reading. Call it once, before they are read.
   void SelectInputs();
 
-  // The buffer that the application finds for a stream from now on: whole rows of
-  // the processed grid.
+  // Sets the buffer that the application gets for a stream: whole rows of the processed grid.
   void SetBlockData(int stream, float* data) { host_.streams[stream].blockData = data; }
 
-  // Has the application process so many rows of the buffers, each as a block of its own: it counts
-  // some blocks from their last element to the first, so that blocks of other sizes would make
-  // another record. Throws Desisted.
+  // Has the application process so many rows of the buffers, each as a separate block: the
+  // application counts the elements of some blocks from the last to the first, so the record
+  // depends on the size of blocks. Throws Desisted.
   void Process(int rows, IPOutputStats& record);
 
-  // Whether the results of the row at hand would have imaginary parts in a complex output. Has the
-  // application prepare for one, process the row into a buffer of its own, and prepare as before.
-  // For a real mode, with the inputs' buffers set. Throws Desisted.
+  // Whether the results of the first row in the inputs' buffers would have imaginary parts in a
+  // complex output. Prepares the application for one, has it process the row into another buffer,
+  // and prepares it as before. For a real mode, with the inputs' buffers set. Throws Desisted.
   bool RowHasImaginaryParts();
 
-  // Has the application clean up; once is enough.
+  // Has the application clean up. Further calls do nothing.
   void Finish();
 
  private:
-  void OpenInputs(const Job& job);
+  void OpenInputs();
   void Prepare(int outputMode);
   void DropUnreadInputs();
-  void ChooseMode(const Job& job);
-  void ChooseBandsAndGrid(const Job& job);
-  void ChooseNoData(const Job& job);
+  void ChooseMode();
+  void ChooseBandsAndGrid();
   void ProcessRow(IPOutputStats& record);
   void CleanUp();
   void StopIfDesisted() const;
 
+  Job job_;
   HostState& host_;
   std::list<RunInput> inputs_;
   std::vector<InputFiles> files_;
   const DataMode* mode_ = nullptr;
   OutputGrid grid_;
-  OutputGrid processedGrid_;
-  Resampling resampling_ = Resampling::kNearest;
   std::vector<int> bands_;
-  std::optional<double> noData_;
-  ElementRules rules_;
   bool prepared_ = false;
 };
 

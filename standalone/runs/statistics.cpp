@@ -11,15 +11,15 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-// Elements are counted side by side, each in the lane of its column modulo kLanes: compilers turn
-// loops over lanes into vector instructions.
+// The element of a column is counted in lane column % kLanes: compilers turn loops over lanes into
+// vector instructions.
 constexpr std::size_t kLanes = 16;
 
 struct RowCounts {
   float minimum = std::numeric_limits<float>::infinity();
   float maximum = -std::numeric_limits<float>::infinity();
   double sum = 0;      // of the distances from an origin
-  double squares = 0;  // of them
+  double squares = 0;  // of the squared distances
   std::uint64_t noData = 0;
 };
 
@@ -34,7 +34,7 @@ RowCounts CountRow(const float* values, std::size_t columns, double origin) {
   minimum.fill(row.minimum);
   maximum.fill(row.maximum);
   const auto count = [&](float value, std::size_t lane) {
-    // A comparison with NaN is false and leaves the extremes alone.
+    // A comparison with NaN is false and does not change the extremes.
     minimum[lane] = value < minimum[lane] ? value : minimum[lane];
     maximum[lane] = value > maximum[lane] ? value : maximum[lane];
     const bool counts = value == value;  // not NaN
@@ -57,7 +57,8 @@ RowCounts CountRow(const float* values, std::size_t columns, double origin) {
   return row;
 }
 
-// Distances from an element of the row stay exact and small where its elements lie close together.
+// The first finite element of a row. When the elements of the row are close together, their
+// distances from it are small and exact.
 template <std::size_t kParts>
 double OriginOf(const float* values, std::size_t columns) {
   for (std::size_t i = 0; i < columns; ++i)
@@ -78,7 +79,7 @@ void AddRow(const float* values, std::size_t columns, ValidStatistics& statistic
   const auto count = static_cast<double>(valid);
   statistics.sum.AddProduct(origin, count);
   statistics.sum.Add(row.sum);
-  // Of origin + distance, squared.
+  // The square of origin + distance.
   statistics.squares.AddProduct(origin * origin, count);
   statistics.squares.AddProduct(2 * origin, row.sum);
   statistics.squares.Add(row.squares);
@@ -130,7 +131,7 @@ double ExactSum::Rounded() const {
     high = before + part;
     low = part - (high - before);
   }
-  // Half way between two doubles the parts that are left decide.
+  // If the sum so far is half way between two doubles, the remaining parts decide.
   if (left > 0 && low != 0 && (low > 0) == (parts_[left - 1] > 0)) {
     const double next = high + 2 * low;
     if (next - high == 2 * low) return next;
@@ -138,17 +139,17 @@ double ExactSum::Rounded() const {
   return high;
 }
 
-void ValidStatistics::Add(const ValidStatistics& following) {
-  minimum = std::min(minimum, following.minimum);
-  maximum = std::max(maximum, following.maximum);
-  for (const double term : following.sum.Terms()) sum.Add(term);
-  for (const double term : following.squares.Terms()) squares.Add(term);
-  valid += following.valid;
-  noData += following.noData;
+void ValidStatistics::Add(const ValidStatistics& other) {
+  minimum = std::min(minimum, other.minimum);
+  maximum = std::max(maximum, other.maximum);
+  for (const double term : other.sum.Terms()) sum.Add(term);
+  for (const double term : other.squares.Terms()) squares.Add(term);
+  valid += other.valid;
+  noData += other.noData;
 }
 
 double ValidStatistics::Deviation() const {
-  // The sum of (x - mean)^2 = x^2 - 2 * mean * x + mean^2, without rounding.
+  // The sum of (x - mean)^2 = x^2 - 2 * mean * x + mean^2, computed without rounding.
   const double mean = Mean();
   const auto count = static_cast<double>(valid);
   const double square = mean * mean;
@@ -162,20 +163,14 @@ double ValidStatistics::Deviation() const {
 
 void CountRows(const float* values, int columns, int rows, int parts, ValidStatistics& statistics) {
   const auto width = static_cast<std::size_t>(columns);
-  for (int row = 0; row < rows; ++row) {
-    if (parts == 1)
-      AddRow<1>(values, width, statistics);
-    else
-      AddRow<2>(values, width, statistics);
-    values += width * static_cast<std::size_t>(parts);
-  }
+  const auto addRow = parts == 1 ? AddRow<1> : AddRow<2>;
+  for (int row = 0; row < rows; ++row, values += width * static_cast<std::size_t>(parts))
+    addRow(values, width, statistics);
 }
 
 bool HasImaginaryPart(const float* values, std::size_t elements) {
-  for (std::size_t i = 0; i < elements; ++i) {
-    const float imaginary = values[2 * i + 1];
-    if (imaginary < 0 || imaginary > 0) return true;
-  }
+  for (std::size_t i = 0; i < elements; ++i)
+    if (std::abs(values[2 * i + 1]) > 0) return true;  // false for NaN
   return false;
 }
 

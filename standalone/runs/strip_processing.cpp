@@ -14,16 +14,17 @@
 
 #include "standalone/base/messages.h"
 #include "standalone/rasters/gdal_library.h"
+#include "standalone/runs/statistics.h"
 
 namespace lumomixcalc::standalone {
 namespace {
 
-// A thread that does one task at a time: far cheaper than a new thread for every strip.
+// A thread that runs one task after another, which is far cheaper than a new thread per strip.
 class Worker {
  public:
   Worker() : thread_([this](const std::stop_token& stop) { Work(stop); }) {}
 
-  // The task before must have ended. The future throws what the task threw.
+  // The previous task must have ended. The future throws what the task threw.
   std::future<void> Start(std::packaged_task<void()> task) {
     std::future<void> end = task.get_future();
     const std::lock_guard lock(mutex_);
@@ -46,7 +47,7 @@ class Worker {
   std::mutex mutex_;
   std::condition_variable_any changed_;
   std::packaged_task<void()> task_;
-  std::jthread thread_;  // last: it uses what stands above
+  std::jthread thread_;  // the last member, because the thread uses the others
 };
 
 struct Rows {
@@ -56,18 +57,19 @@ struct Rows {
 
 // Whole rows of one band in memory: columns * rows elements at the beginning of values.
 struct Strip {
-  // The memory is not set to zero: whoever fills it first touches it.
+  // The memory is not set to zero, because it is written before it is read.
   explicit Strip(std::size_t floats) : values(std::make_unique_for_overwrite<float[]>(floats)) {}
 
   int firstRow = -1;
   int rows = 0;
   int band = 0;
-  bool holdsNan = false;  // known of inputs alone
+  bool holdsNan = false;  // set for inputs only
   std::unique_ptr<float[]> values;
 };
 
-// Strips end with rows of blocks of the output, so that these are complete, and of the inputs, so
-// that of several bands no block is decoded twice.
+// Strips end at boundaries between rows of blocks where possible: at those of the output, so that
+// its blocks are complete, and at those of the inputs, so that no block of a file with several
+// bands is decoded twice.
 std::vector<Rows> PlanStrips(const Session& session, const StripSink& sink) {
   const int atMost = session.RowsPerStrip();
   const int rows = session.ProcessedGrid().rows;
@@ -81,8 +83,8 @@ std::vector<Rows> PlanStrips(const Session& session, const StripSink& sink) {
   return plan;
 }
 
-// The bands of an input in the order in which the run needs them; one that comes several times in a
-// row is read once.
+// The bands of an input in the order in which the run needs them. A band that follows itself is
+// read only once.
 std::vector<int> BandSequence(const RunInput& input, const std::vector<int>& bands) {
   std::vector<int> sequence;
   for (const int band : bands)
@@ -92,15 +94,15 @@ std::vector<int> BandSequence(const RunInput& input, const std::vector<int>& ban
 }
 
 bool HoldsNan(const float* values, std::size_t floats) {
-  unsigned any = 0;  // without a branch, for vector instructions
+  unsigned any = 0;  // the loop has no branch, so that it becomes vector instructions
   for (std::size_t i = 0; i < floats; ++i) any |= values[i] != values[i] ? 1U : 0U;
   return any != 0;
 }
 
-// One input: while the run works on one strip of it, a thread reads the next.
+// Reads one input: while the run works on one strip, a thread reads the next.
 class ReadAhead {
  public:
-  ReadAhead(Session& session, RunInput& input, const std::vector<Rows>& plan,
+  ReadAhead(Session& session, const RunInput& input, const std::vector<Rows>& plan,
             std::size_t stripElements)
       : session_(session),
         input_(input),
@@ -122,8 +124,7 @@ class ReadAhead {
     session_.SetBlockData(input_.stream, current_.values.get());
   }
 
-  // Makes elements of the output, of one part or two, NaN in all parts where those that the stream
-  // points at are NaN in any.
+  // Sets all parts of an output element to NaN where a part of the current input element is NaN.
   void SpreadNoData(std::size_t elements, std::size_t outputParts, float* output) const {
     if (!current_.holdsNan) return;
     for (std::size_t i = 0; i < elements; ++i) {
@@ -153,36 +154,36 @@ class ReadAhead {
   }
 
   Session& session_;
-  RunInput& input_;
+  const RunInput& input_;
   const std::vector<Rows>& plan_;
   std::vector<int> bands_;
   std::size_t parts_;
-  std::size_t step_ = 0;  // the next strip to read, counting each of bands_
+  std::size_t step_ = 0;  // the number of reads started, one for each strip and band of bands_
   Strip current_;
   Strip next_;
   std::future<void> reading_;
-  Worker worker_;  // last: its thread uses what stands above
+  Worker worker_;  // the last member, because its thread uses the others
 };
 
 }  // namespace
 
 std::vector<IPOutputStats> ProcessStrips(Session& session, const StripSink& sink,
                                          const RunControl& control) {
-  const OutputGrid& grid = session.ProcessedGrid();
+  const OutputGrid grid = session.ProcessedGrid();
   const std::vector<int>& bands = session.Bands();
   const std::vector<Rows> plan = PlanStrips(session, sink);
   const auto columns = static_cast<std::size_t>(grid.columns);
   const std::size_t stripElements = columns * static_cast<std::size_t>(session.RowsPerStrip());
-  const std::size_t outputParts = session.Mode().complex ? 2 : 1;
+  const auto outputParts = static_cast<std::size_t>(session.Mode().Parts());
   std::list<ReadAhead> inputs;
-  for (RunInput& input : session.Inputs()) inputs.emplace_back(session, input, plan, stripElements);
+  for (const RunInput& input : session.Inputs())
+    inputs.emplace_back(session, input, plan, stripElements);
   Strip result(stripElements * outputParts);
   Strip written(stripElements * outputParts);
   std::future<void> writing;  // of `written`, while the run works on `result`
   Worker writer;
 
-  constexpr float kInfinity = std::numeric_limits<float>::infinity();
-  std::vector<IPOutputStats> records(bands.size(), {kInfinity, -kInfinity, 0});
+  std::vector<IPOutputStats> records(bands.size(), BandStatistics().record);
   for (std::size_t strip = 0; strip < plan.size(); ++strip) {
     const Rows& rows = plan[strip];
     for (std::size_t i = 0; i < bands.size(); ++i) {

@@ -9,23 +9,25 @@
 
 namespace lumomixcalc::standalone {
 
-// What becomes of the strips that a run computes.
+// Receives the strips that a run computes.
 struct StripSink {
-  // Processed rows that make rows of blocks of the file: strips end with them where they can.
+  // The processed rows in a row of blocks of the output. Strips end at its multiples if possible.
   int blockRows = 1;
-  // Takes processed rows of a band (from 1, counting the run's bands): columns * rows elements,
-  // pairs of floats in a complex mode. Called on a thread of its own.
+  // Takes processed rows of a band (the run's bands are counted from 1): columns * rows elements,
+  // pairs of floats in a complex mode. Called on a separate thread.
   std::function<void(int band, int firstRow, int rows, const float* values)> write;
-  // Called once on the caller's thread, with the streams at a row in the middle of the image.
+  // Called once on the caller's thread, when the inputs' buffers hold a row in the middle of the
+  // image.
   std::function<void()> atMiddleRow = [] {};
 };
 
-// Has the application process everything that the session chose: strips of whole rows from top to
+// Has the application process all bands and rows of the session: strips of whole rows from top to
 // bottom and, inside a strip, band by band, so that files with interleaved bands are read and
-// written once. What is no data in an input becomes NaN in the output, unless the job keeps no
-// data. Every input is read ahead and the sink written behind on threads of their own; the
-// application and control are called on the caller's thread alone. The session's inputs must be
-// selected. Returns the application's records by band. Throws Failure, Cancelled, Desisted.
+// written once. An element that is no data in an input becomes NaN in the output, unless the job
+// says keepNoData. One thread per input reads the next strip and another calls sink.write; the
+// application, control and the rest of sink are called only on the caller's thread. Call
+// Session::SelectInputs before. Returns the application's records by band. Throws Failure,
+// Cancelled, Desisted.
 std::vector<IPOutputStats> ProcessStrips(Session& session, const StripSink& sink,
                                          const RunControl& control);
 
