@@ -302,6 +302,8 @@ std::string Hint(const std::string& argument, const std::vector<OperatorName>& o
              "as " + name + "=0.5:-1.5, with numbers that are 0 or from 1e-45 to 3.4e38 in size";
   }
   if (argument == "-clamp") return "";
+  if (argument == "-a" || argument == "-b") return "; write " + argument + "=REAL:IMAGINARY";
+  if (argument == "-operator") return "; write -operator=NAME (see -help)";
   std::string unknown = argument;
   std::vector<std::string> known;
   if (argument.starts_with("-operator=")) {

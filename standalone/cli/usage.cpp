@@ -58,8 +58,8 @@ Examples:
      lumomixcalc first.slc second.slc interferogram.tif -operator=a1_conj_b2
      lumomixcalc interferogram.tif phase.tif -operator=a_phase_1 -mode=float32
 
-Exit status: 0 done, 1 failed with nothing published, 2 wrong command line, 128 plus the
-signal's number when a signal ended the run.
+Exit status: 0 done, 1 failed, 2 wrong command line, 128 plus the signal's number when a
+signal ended the run.
 )";
 
 }  // namespace

@@ -112,12 +112,13 @@ OutputGrid MakeOutputGrid(const Selection& selection, int columns, int rows,
   grid.looks = selection.looks;
   grid.columns = grid.window.columns / grid.resolution / grid.looks.x;
   grid.rows = grid.window.rows / grid.resolution / grid.looks.y;
-  if (grid.columns == 0 || grid.rows == 0)
-    throw Failure(
-        "-resolution=" + std::to_string(grid.resolution) +
-        (grid.looks.x > 1 || grid.looks.y > 1 ? " with -looks=" + ToText(grid.looks) : "") +
-        " leaves no pixel of the " + SizeText(grid.window.columns, grid.window.rows) + " of " +
-        name);
+  if (grid.columns == 0 || grid.rows == 0) {
+    std::vector<std::string> causes;
+    if (grid.resolution > 1) causes.push_back("-resolution=" + std::to_string(grid.resolution));
+    if (grid.looks != Looks()) causes.push_back("-looks=" + ToText(grid.looks));
+    throw Failure("no pixel of the " + SizeText(grid.window.columns, grid.window.rows) + " of " +
+                  name + " is left by " + Joined(causes, " and "));
+  }
   grid.window.columns = grid.columns * grid.resolution * grid.looks.x;
   grid.window.rows = grid.rows * grid.resolution * grid.looks.y;
   return grid;

@@ -82,7 +82,7 @@ fs::path ResolveOutput(const std::string& path, bool overwrite) {
   if (path.starts_with("/vsi")) throw Failure("the output " + path + " must be a local file");
   fs::path target = FollowLinks(path);
   std::error_code error;
-  const fs::file_status status = fs::status(target, error);
+  const fs::file_status status = fs::status(path, error);
   if (fs::is_directory(status) || !target.has_filename())
     throw Failure("the output " + path + " is a folder; a file name is expected");
   if (!fs::is_directory(ParentOf(target), error))
@@ -91,6 +91,9 @@ fs::path ResolveOutput(const std::string& path, bool overwrite) {
     throw Failure("the output " + path + " is neither new nor a regular file");
   if (fs::exists(status) && !overwrite)
     throw Failure("the output " + path + " exists already; -overwrite replaces it");
+  if (access(ParentOf(target).c_str(), W_OK) != 0)
+    throw Failure("cannot write " + path + ": the folder " + ParentOf(target).string() +
+                  " is not writable: " + std::strerror(errno));
   return target;
 }
 
@@ -162,12 +165,17 @@ std::vector<fs::path> Publication::StaleNames() const {
 void Publication::RefuseToReplace(const fs::path& name, const std::string& reason) const {
   const std::string place = target_.parent_path() / name;
   if (!overwrite_) throw Failure(place + reason);
+  const std::string remedy = std::string("; choose another name") +
+                             (name.extension() == ".hdr" ? " or add -co=SUFFIX=ADD" : "");
   const auto isThis = [&](const std::string& file) { return IsSameFile(parent_ / name, file); };
   for (const InputFiles& input : inputs_)
     if (!IsSameFile(target_, input.name) && std::ranges::any_of(input.files, isThis))
       throw Failure(place + " belongs to the input " + input.name + ", and the output " +
-                    target_.string() + " would replace it; choose another name" +
-                    (name.extension() == ".hdr" ? " or add -co=SUFFIX=ADD" : ""));
+                    target_.string() + " would replace it" + remedy);
+  // Headers and world files are named by the stem alone: x.hdr may be that of x.slc.
+  if (!Exists(target_) && !name.string().starts_with(target_.filename().string()))
+    throw Failure(place + " exists already, and may belong to another file than the new output " +
+                  target_.string() + remedy);
 }
 
 void Publication::CheckPlaces() const {

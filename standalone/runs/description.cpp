@@ -75,6 +75,10 @@ void Describe(const Session& session, const std::string& command, const std::str
   if (GDALDataset* const input = FirstThat(
           session, [](GDALDataset& dataset) { return CSLCount(dataset.GetMetadata()) > 0; }))
     CopyMetadata(*input, output);
+  // Of an image with AREA_OR_POINT=Point the TIFF driver of GDAL 3.6 writes ground control points
+  // one pixel too far. Without it, their pixels and lines mean the same.
+  if (output.GetGCPCount() > 0 && output.GetMetadataItem("AREA_OR_POINT"))
+    output.SetMetadataItem("AREA_OR_POINT", "Area");
   for (std::size_t i = 0; i < session.Bands().size(); ++i)
     DescribeBand(session, session.Bands()[i], *output.GetRasterBand(static_cast<int>(i) + 1));
   output.SetMetadataItem("LUMOMIXCALC_COMMAND", command.c_str());

@@ -348,11 +348,9 @@ void Part::LimitRows(const Job& job, const OutputFormat& format, Session& sessio
 }
 
 std::optional<RunReport> Part::ReportIfDone() const {
-  std::error_code ignored;
-  if (overwrite_ || !fs::exists(facts_, ignored)) return std::nullopt;
   const std::optional<CPLJSONObject> facts = ReadFacts(facts_);
-  const std::string difference = facts ? Difference(*facts, common_) : "not readable";
-  if (!difference.empty())
+  if (overwrite_ || !facts) return std::nullopt;
+  if (const std::string difference = Difference(*facts, common_); !difference.empty())
     throw Failure(facts_.string() + ", which is there, is " + difference +
                   "; -overwrite makes the part again");
   if (!OpenRaster(raster_, *facts)) return std::nullopt;

@@ -49,17 +49,18 @@ void SizeBlockCache(const Session& session, const RasterOutput& output) {
 // The no-data value of the output. None when no element can be no data.
 std::optional<double> OutputNoData(const Session& session, const Job& job,
                                    const OutputFormat& format) {
-  const std::optional<double>& asked = job.outputNoData;
-  const std::optional<double> declared = asked ? asked : session.NoData();
-  if (!declared) return std::nullopt;
   const DataMode& mode = session.Mode();
-  if (mode.integer) {
-    const double value = IntegerNoData(mode, *declared);
-    if (asked && value != *asked)
-      throw Failure("-a_nodata=" + ShortestText(*asked) + ": " + mode.name + " cannot hold it");
-    return value;
+  if (job.outputNoData) {
+    const double asked = *job.outputNoData;
+    const std::string text = ShortestText(asked);
+    if (mode.integer ? IntegerNoData(mode, asked) != asked : !ParseFloat(text))
+      throw Failure("-a_nodata=" + text + ": " + (mode.integer ? mode.name : "single precision") +
+                    " cannot hold it");
+    return mode.integer ? asked : static_cast<double>(static_cast<float>(asked));
   }
-  if (asked) return static_cast<double>(static_cast<float>(*asked));
+  const std::optional<double> declared = session.NoData();
+  if (!declared) return std::nullopt;
+  if (mode.integer) return IntegerNoData(mode, *declared);
   // Programs that read text grids do not understand NaN.
   constexpr double kOfTextGrids = -9999;
   return format.Name() == "AAIGrid" ? kOfTextGrids : std::numeric_limits<double>::quiet_NaN();

@@ -39,8 +39,8 @@ int CommonBands(const std::list<RunInput>& inputs) {
     RasterInput& raster = *input.raster;
     const bool sameBands = raster.Bands() == bands || raster.Bands() == 1 || bands == 1;
     if (raster.Columns() != first.Columns() || raster.Rows() != first.Rows() || !sameBands)
-      throw Failure("the inputs differ in size: " + first.Describe() + " has " +
-                    SizeAndBands(first) + ", " + raster.Describe() + " has " +
+      throw Failure("the inputs differ in size or in the number of bands: " + first.Describe() +
+                    " has " + SizeAndBands(first) + ", " + raster.Describe() + " has " +
                     SizeAndBands(raster));
     bands = std::max(bands, raster.Bands());
     if (const std::string difference = GeoreferencingDifference(first.Dataset(), raster.Dataset());

@@ -106,7 +106,7 @@ class Faults(harness.ProgramTest):
         os.chmod(folder, 0o555)
         self.addCleanup(os.chmod, folder, 0o755)
         for out in f"{folder}/old.tif", f"{folder}/new.tif":
-            self.refused(out, self.a, self.b, out, "-overwrite", prefix=bound)
+            self.refused(out, self.a, self.b, out, "-overwrite", "-check", prefix=bound)
         self.refused("secret.tif", self.path("secret.tif"), self.out, COPY, prefix=bound)
         Path(self.path("out.img")).write_bytes(b"old")
         os.mkdir(self.path("out.hdr"))

@@ -163,7 +163,7 @@ class Outputs(FileTest):
         self.assertEqual(len(self.files()), 5)
 
     def test_files_beside_an_output_are_neither_replaced_nor_read_with_it(self):
-        # Without -overwrite they are refused; with it they go, but for those of an input.
+        # Without -overwrite they are refused; with it they go, but for those of other files.
         write(self.path("x.slc"), RAMP[0] * 1j, format="ENVI")
         os.mkdir(self.path(".lumomixcalc-notes"))
         for out, *names in (("out.img", "out.hdr", "out.img.aux.xml", "out.img.ovr", "out.img.hdr"),
@@ -172,6 +172,9 @@ class Outputs(FileTest):
             for file in map(Path, map(self.path, names)):
                 file.write_bytes(b"old")
                 self.refused(file.name, *arguments)
+                if not file.name.startswith(out):  # named by the stem alone
+                    self.refused("another file", *arguments, "-overwrite")
+                    Path(self.path(out)).touch()
                 self.done(*arguments, "-overwrite")
                 self.assertNotEqual(self.files().get(file), b"old")
                 for made in Path(self.folder).glob("out.*"):

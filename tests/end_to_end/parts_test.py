@@ -91,7 +91,7 @@ class Parts(harness.ProgramTest):
         command = self.a, "-operator=a1b"
         self.assertEqual(len(self.make(3, *command)), 6)
         self.assertEqual(self.make(3, *command), set())
-        os.remove(self.part("2-of-3.json"))
+        os.truncate(self.part("2-of-3.json"), 9)
         os.truncate(self.part("3-of-3.tif"), 50000)
         self.assertEqual(self.make(3, *command),
                          {f"{k}-of-3.{end}" for k in (2, 3) for end in ("tif", "json")})

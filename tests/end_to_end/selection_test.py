@@ -59,7 +59,7 @@ class Selection(harness.ProgramTest):
                 ("-region=0:0:2001:1", outside), ("-region=0:400:1:1", outside),
                 ("-region=-1:0:5:5", outside), ("-region=2147483647:0:2147483647:1", outside),
                 ("-window=0:0:1:1", outside), ("-window=599990:5099000:600100:5099900", outside),
-                ("-resolution=401", "no pixel of the 2000 x 400 pixels"),
+                ("-resolution=401", "is left by -resolution=401"),
                 ("-bands=4", "-bands=: there is no band 4")):
             self.refused((option if told[0] == " " else "") + told, self.a, self.out,
                          "-operator=a1b", option)
@@ -147,7 +147,8 @@ class Selection(harness.ProgramTest):
 
     def test_ground_control_points_follow(self):
         points = [gdal.GCP(1, 2, 3, 0, 0), gdal.GCP(4, 5, 6, 30, 0), gdal.GCP(7, 8, 9, 0, 20)]
-        write(self.b, IMAGE[0], outputSRS="EPSG:32632", GCPs=points)
+        write(self.b, IMAGE[0], outputSRS="EPSG:32632", GCPs=points,
+              metadataOptions=["AREA_OR_POINT=Point"])
         result, _ = self.made(self.b, "-operator=a1b", "-region=4:6:100:100", "-resolution=2",
                               "-looks=1:3")
         self.assertEqual(result.GetGCPSpatialRef().GetAuthorityCode(None), "32632")

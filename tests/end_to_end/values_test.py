@@ -75,8 +75,10 @@ class NoData(harness.ProgramTest):
             dataset, report = self.made(self.a, COPY, *options)
             self.assert_result(dataset, expected, no_data)
             self.assertEqual(report["bands"][0]["taken"], int("-a_nodata=7" in options))
-        self.refused("-a_nodata=300", self.a, self.path("o.tif"), COPY, "-mode=byte",
-                     "-a_nodata=300")
+        for number, mode, holder in ((300, "byte", "byte"), (1e-50, "float64", "single precision")):
+            option = f"-a_nodata={number}"
+            self.refused(f"{option}: {holder} cannot hold it", self.a, self.path("o.tif"), COPY,
+                         f"-mode={mode}", option)
         write(self.a, [[1 + 1j, 7, 7j, 7 + 7j, 7 + 1j]])
         equal(self.result(self.a, COPY, "-nodata=7", "-a_nodata=3"),
               [[1 + 1j, 3 + 3j, 7j, 3 + 3j, 7 + 1j]])

@@ -106,6 +106,7 @@ TEST(CommandLines, SayWhatIsWrong) {
   ExpectRefused("file name is empty", {"a", "b", ""});
   ExpectRefused("exclude each other", {"a", "o", "-window=0:0:1:1", "-region=0:0:1:1"});
   ExpectRefused("did you mean -overwrite?", {"a", "o", "-overwrit"});
+  ExpectRefused("; write -operator=NAME", {"a", "o", "-operator", "a1b"});
   ExpectRefused("did you mean average?", {"a", "o", "-resampling=avrage"});
   ExpectRefused("from 1e-45 to 3.4e38", {"a", "o", "-a=1e39"});
   ExpectRefused("REAL:IMAGINARY", {"a", "o", "-a=2,3"});
