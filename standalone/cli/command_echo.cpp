@@ -78,18 +78,19 @@ bool ClampIsIdle(const std::vector<std::string>& echoedOptions, const DataMode& 
 std::string ShellWord(const std::string& word) {
   constexpr const char* kPlain =
       "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_@%+=:,./-";
+  if (word.empty()) return "''";
   // zsh takes a word that begins with = as the name of a command.
-  if (!word.empty() && !word.starts_with('=') &&
-      word.find_first_not_of(kPlain) == std::string::npos)
-    return word;
-  const bool hasControls = WithVisibleControls(word) != word;
-  std::string quoted;
-  for (const char c : word)
-    if (hasControls && (c == '\'' || c == '\\'))
-      quoted.append("\\").append(1, c);
-    else
-      quoted += c == '\'' ? "'\\''" : std::string(1, c);
-  return hasControls ? "$'" + WithVisibleControls(quoted) + "'" : "'" + quoted + "'";
+  if (!word.starts_with('=') && word.find_first_not_of(kPlain) == std::string::npos) return word;
+  if (WithVisibleControls(word) != word) {
+    std::string escaped;
+    for (const char c : word) escaped.append(c == '\'' || c == '\\' ? "\\" : "").append(1, c);
+    return "$'" + WithVisibleControls(escaped) + "'";
+  }
+  // Without empty quotes: wordexp reads '' as a word of its own.
+  std::vector<std::string> pieces = Split(word, '\'');
+  for (std::string& piece : pieces)
+    if (!piece.empty()) piece = "'" + piece + "'";
+  return Joined(pieces, "\\'");
 }
 
 std::vector<std::string> ArgumentsOf(const std::string& command) {

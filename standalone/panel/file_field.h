@@ -84,7 +84,7 @@ class FileField : public QLineEdit {
     QString fault;
     if (use_ == Use::kOutput && !QFileInfo(folder).isDir())
       fault = objectName() + ": there is no folder " + folder;
-    if (use_ == Use::kInput && !QFileInfo::exists(file) && !file.contains(ofGdal))
+    if (use_ == Use::kInput && read_ && !QFileInfo::exists(file) && !file.contains(ofGdal))
       fault = objectName() + ": there is no file " + file;
     if (file.isEmpty()) fault.clear();
     MarkFault(*this, !fault.isEmpty());
@@ -93,6 +93,7 @@ class FileField : public QLineEdit {
 
   // Dims the name of an input that the run does not read.
   void SetRead(bool read) {
+    read_ = read;
     QPalette colours;
     if (!read) colours.setColor(QPalette::Text, colours.color(QPalette::PlaceholderText));
     setPalette(colours);
@@ -113,6 +114,7 @@ class FileField : public QLineEdit {
 
   int stream_;
   Use use_;
+  bool read_ = true;
 };
 
 // The fields of all files of a run: the inputs, then the output.

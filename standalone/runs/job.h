@@ -17,6 +17,7 @@ namespace lumomixcalc::standalone {
 struct PartNumber {
   int number = 0;
   int count = 0;
+  bool operator==(const PartNumber&) const = default;
 };
 
 // What the user wants a run to do, and with which files.
@@ -35,6 +36,7 @@ struct Job {
   bool overwrite = false;
   bool checkOnly = false;          // nothing is computed, no file is made
   std::optional<PartNumber> part;  // of the output; empty for all of it
+  bool operator==(const Job&) const = default;
 };
 
 // How the caller of a run can stop it and follow its progress.

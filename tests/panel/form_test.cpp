@@ -218,14 +218,15 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   EXPECT_TRUE(Told("Region 0:0:61:40 is not inside")) << TextOf("Messages");
   EXPECT_TRUE(WaitFor([&] { return TextOf("Notes").starts_with("\u2022 Region 0:0:61:40 is"); }));
   Set(kB, "x");
-  Set("File2", "no.tif");
+  Set("File1", "no.tif");
+  Set("File2", "unread.tif");
   Set("Save", "no/out.tif");
   EXPECT_EQ(TextOf("Notes"),
-            "\u2022 File2: there is no file no.tif\n\u2022 Save: there is no folder " +
+            "\u2022 File1: there is no file no.tif\n\u2022 Save: there is no folder " +
                 folder_.filePath("no").toStdString() + "\n\u2022 " + kB +
                 ": \u201cx\u201d is not a number that can be used");
-  for (const char* const name : {kB, "File2", "Save"})
-    EXPECT_NE(Find(name).styleSheet(), Find("File1").styleSheet()) << name;
+  for (const char* const name : {kB, "File1", "Save"})
+    EXPECT_NE(Find(name).styleSheet(), Find("File2").styleSheet()) << name;
 }
 
 TEST(OfFields, NamesFieldsInPlaceOfOptions) {

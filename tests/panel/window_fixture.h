@@ -81,7 +81,8 @@ class PanelWindowTest : public ::testing::Test {
     window_.reset();  // its thread uses the host
     HostState& host = StartAfresh();
     std::optional<Job> job;
-    if (!arguments.empty()) job = ReadCommandLine(ShellWords("-panel " + arguments)).job;
+    if (!arguments.empty())
+      job = ReadCommandLine(ArgumentsOf("lumomixcalc -panel " + arguments)).job;
     host.registration.Call(IP_SLOT_SET_MENU);
     window_ = std::make_unique<PanelWindow>(host, job);
     window_->show();

@@ -42,9 +42,9 @@ TEST(CommandLines, ComeBackFromTheCommandThatRepeatsTheRun) {
       Words("a.tif o.img -mode=cfloat32 -format=ENVI -co=INTERLEAVE=BIL -co=A=' -region=1:2:30:40 "
             "-resolution=2 -resampling=average -bands=1,3-5 -looks=3:2 -nodata=keep -clamp"),
       Words("=x -file1=-dash -save=\xc3\xa4 -window=-1.2345678:2e3:1e6:4e300 -resolution=3 -oo=A=1 "
-            "-resampling=overview -nodata=-9.5 -a_nodata=1.5e-9 -unscale -operator=a/b2"),
+            "-resampling=overview -nodata=nan -a_nodata=1.5e-9 -unscale -operator=a/b2"),
       Words("-mode=byte -file2=$HOME`;\\'2 -operator=1+b_pow_a -looks=1:3 -- -b"),
-      {"it's of two words", "\xc2\"*~"}};
+      {"it's of two words", "'\xc2\"*~''"}};
   std::mt19937 random;
   const auto real = [&random] {
     const auto bits = static_cast<std::uint32_t>(random());

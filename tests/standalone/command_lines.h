@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <optional>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -39,23 +40,20 @@ inline Options ReadCommandLine(const std::vector<std::string>& arguments) {
   return options;
 }
 
-// The arguments that a shell makes of a text.
-inline std::vector<std::string> ShellWords(const std::string& text) {
-  return ArgumentsOf(kProgramName + (" " + text));
-}
-
-// All that decides on a run, floats by their bits, though a NaN says nothing by them.
-inline auto Decisive(const Job& job) {
+// All that decides on the elements of a run, floats by their bits, though a NaN says nothing by
+// them.
+inline auto Decisive(Job job) {
   std::array parts = {gCoeffA[0], gCoeffA[1], gCoeffB[0], gCoeffB[1]};
   for (float& part : parts)
     if (std::isnan(part)) part = NAN;
-  Selection selection = job.selection;
-  if (selection.resolution == 1) selection.resampling = Resampling::kNearest;  // without effect
-  return std::make_tuple(job.files, job.mode, job.format, job.creationOptions, selection, job.bands,
-                         job.elements.keepNoData, job.elements.noData, job.elements.unscale,
-                         job.outputNoData, job.openOptions,
-                         std::bit_cast<std::array<std::uint32_t, 4>>(parts), gOperationChoice,
-                         gClampAtZero != 0);
+  for (std::optional<double>* const value : {&job.elements.noData, &job.outputNoData})
+    if (*value && std::isnan(**value)) *value = INFINITY;            // else unequal to itself
+  if (job.selection.resolution == 1) job.selection.resampling = {};  // without effect
+  job.statisticsFile.clear();
+  job.overwrite = job.checkOnly = false;
+  job.part.reset();
+  return std::tuple(job, std::bit_cast<std::array<std::uint32_t, 4>>(parts), gOperationChoice,
+                    gClampAtZero != 0);
 }
 
 // Reads a command line. One that asks for a run must come back the same from the command that is
