@@ -293,9 +293,9 @@ void CheckSelection(const Selection& selection) {
 // The application says which of its options is wrong. This is the end of that sentence: what is
 // wrong with the option. Empty when nothing is.
 std::string Hint(const std::string& argument, const std::vector<OperatorName>& operators) {
-  for (const std::string name : {"-a", "-b"}) {
+  for (const char* const name : {"-a", "-b"}) {
     std::array<float, 2> values = {};
-    const int count = ParseRealArgument(argument, name.substr(1), 2, values.data());
+    const int count = ParseRealArgument(argument, name + 1, 2, values.data());
     if (count > 0) return "";
     if (count < 0)
       return "; " + argument + " is not " + name + "=REAL or " + name + "=REAL:IMAGINARY, such " +

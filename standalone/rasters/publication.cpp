@@ -165,8 +165,9 @@ std::vector<fs::path> Publication::StaleNames() const {
 void Publication::RefuseToReplace(const fs::path& name, const std::string& reason) const {
   const std::string place = target_.parent_path() / name;
   if (!overwrite_) throw Failure(place + reason);
-  const std::string remedy = std::string("; choose another name") +
-                             (name.extension() == ".hdr" ? " or add -co=SUFFIX=ADD" : "");
+  const char* const remedy = name.extension() == ".hdr"
+                                 ? "; choose another name or add -co=SUFFIX=ADD"
+                                 : "; choose another name";
   const auto isThis = [&](const std::string& file) { return IsSameFile(parent_ / name, file); };
   for (const InputFiles& input : inputs_)
     if (!IsSameFile(target_, input.name) && std::ranges::any_of(input.files, isThis))
