@@ -87,9 +87,9 @@ std::string ShellWord(const std::string& word) {
     return "$'" + WithVisibleControls(escaped) + "'";
   }
   // Without empty quotes: wordexp reads '' as a word of its own.
-  std::vector<std::string> pieces = Split(word, '\'');
-  for (std::string& piece : pieces)
-    if (!piece.empty()) piece = "'" + piece + "'";
+  std::vector<std::string> pieces;
+  for (const std::string& piece : Split(word, '\''))
+    pieces.push_back(piece.empty() ? "" : std::string("'").append(piece).append("'"));
   return Joined(pieces, "\\'");
 }
 

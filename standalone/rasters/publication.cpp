@@ -104,10 +104,12 @@ bool IsSameFile(const fs::path& one, const fs::path& other) {
          fs::equivalent(ParentOf(one), ParentOf(other), error);
 }
 
-Publication::Publication(const fs::path& target, bool overwrite, std::vector<InputFiles> inputs)
+Publication::Publication(const fs::path& target, bool overwrite, std::vector<InputFiles> inputs,
+                         Content content)
     : target_(target),
       overwrite_(overwrite),
       inputs_(std::move(inputs)),
+      content_(content),
       parent_(ParentOf(target)) {
   std::string pattern = (parent_ / ".lumomixcalc-XXXXXX").string();
   const std::lock_guard lock(folders.mutex);
@@ -141,6 +143,7 @@ std::vector<fs::path> Publication::Names() const {
 // Existing files beside the target that GDAL would read together with the new output although the
 // run did not make them, such as the overviews of an earlier output.
 std::vector<fs::path> Publication::StaleNames() const {
+  if (content_ == Content::kText) return {};
   const std::vector<fs::path> made = Names();
   const std::string name = target_.filename();
   const std::string stem = target_.stem();
@@ -164,7 +167,6 @@ std::vector<fs::path> Publication::StaleNames() const {
 
 void Publication::RefuseToReplace(const fs::path& name, const std::string& reason) const {
   const std::string place = target_.parent_path() / name;
-  if (!overwrite_) throw Failure(place + reason);
   const char* const remedy = name.extension() == ".hdr"
                                  ? "; choose another name or add -co=SUFFIX=ADD"
                                  : "; choose another name";
@@ -177,6 +179,7 @@ void Publication::RefuseToReplace(const fs::path& name, const std::string& reaso
   if (!Exists(target_) && !name.string().starts_with(target_.filename().string()))
     throw Failure(place + " exists already, and may belong to another file than the new output " +
                   target_.string() + remedy);
+  if (!overwrite_) throw Failure(place + reason);
 }
 
 void Publication::CheckPlaces() const {

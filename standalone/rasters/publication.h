@@ -28,8 +28,12 @@ struct InputFiles {
 // The destructor removes the folder. A process that is killed leaves it.
 class Publication {
  public:
+  // With a raster, GDAL reads files beside it. With a text, nothing does.
+  enum class Content { kRaster, kText };
+
   // Makes the folder in the folder of target. Throws Failure.
-  Publication(const std::filesystem::path& target, bool overwrite, std::vector<InputFiles> inputs);
+  Publication(const std::filesystem::path& target, bool overwrite, std::vector<InputFiles> inputs,
+              Content content = Content::kRaster);
   ~Publication();
   Publication(const Publication&) = delete;
   Publication& operator=(const Publication&) = delete;
@@ -38,7 +42,8 @@ class Publication {
 
   // Throws Failure when a file in the folder cannot be moved out, or when GDAL would read another
   // file, such as an old .ovr, together with the output. With overwrite such files may be replaced
-  // or removed, but not a folder, and not a file of an input that is not itself replaced.
+  // or removed, but not a folder, not a file of an input that is not itself replaced, and for a new
+  // target no file that only has its stem.
   void CheckPlaces() const;
 
   // Moves the files out, the target last. Files that are replaced or removed are set aside first
@@ -55,6 +60,7 @@ class Publication {
   std::filesystem::path target_;
   bool overwrite_;
   std::vector<InputFiles> inputs_;
+  Content content_;
   std::filesystem::path parent_;
   std::filesystem::path folder_;
 };

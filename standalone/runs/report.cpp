@@ -105,7 +105,7 @@ ReportFile::ReportFile(const std::string& path, bool overwrite,
   if (fs::is_directory(status)) Fail("it is a folder");
   if (fs::exists(status) && !fs::is_regular_file(status)) return;
   if (fs::exists(status) && !overwrite) Fail("it exists already; -overwrite replaces it");
-  publication_.emplace(target, overwrite, std::vector<InputFiles>());
+  publication_.emplace(target, overwrite, std::vector<InputFiles>(), Publication::Content::kText);
   file_ = publication_->Folder() / target.filename();
 }
 

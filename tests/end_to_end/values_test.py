@@ -282,6 +282,7 @@ class Results(harness.ProgramTest):
         write(self.a, REAL, format="ENVI")
         report = Path(self.path("report.json"))
         report.write_text("old")
+        Path(self.path("report.wld")).touch()  # the world file of another image
         os.symlink(self.a, self.path("link"))
         run = self.a, self.out, COPY
         for name, *options in (("a.tif", "-overwrite"), ("a.hdr", "-overwrite"), ("a.hdr",),
@@ -298,4 +299,5 @@ class Results(harness.ProgramTest):
         self.assertEqual(json.loads(piped)["output"], self.out)
         out = os.fsencode(self.path("")) + b"\xe4.tif"
         self.done(self.a, out, COPY, f"-stats={report}", "-overwrite")
+        self.assertTrue(os.path.exists(self.path("report.wld")))
         self.assertEqual(json.loads(report.read_text("utf-8"))["output"], self.path("\xe4.tif"))
