@@ -136,7 +136,7 @@ std::string ReproducingCommand(const Job& job, const Registration& registration,
     else
       words.push_back(FileArgument(input, file->second, positional));
   }
-  const DeclaredStream& output = registration.Output();
+  const DeclaredStream& output = registration.output;
   if (const auto file = job.files.find(output.number); file != job.files.end())
     words.push_back(FileArgument(output, file->second, true));
   if (job.mode) words.push_back(std::string("-mode=") + job.mode->name);

@@ -264,7 +264,7 @@ bool TakeNamedFile(const std::string& argument, const Registration& registration
                              job.files[stream.number]);
     return file != nullptr;
   };
-  return std::ranges::any_of(registration.inputs, isOf) || isOf(registration.Output());
+  return std::ranges::any_of(registration.inputs, isOf) || isOf(registration.output);
 }
 
 void CheckJoin(const std::vector<std::string>& arguments) {
@@ -364,7 +364,7 @@ void ReadApplicationOptions(const std::vector<std::string>& arguments, HostState
 void PlaceFiles(Options& options, const Registration& registration) {
   std::vector<std::string>& unplaced = options.filesWithoutName;
   std::map<int, std::string>& files = options.job.files;
-  const int output = registration.Output().number;
+  const int output = registration.output.number;
   const std::string usage = std::string("; usage: ") + kProgramName + " " +
                             FilesSynopsis(registration) + " [options] (see -help)";
   // In the panel the files fill the fields in order, and the user adds what is missing there. A
@@ -392,7 +392,7 @@ std::string FilesSynopsis(const Registration& registration) {
   std::string synopsis = registration.inputs.front().OptionName();
   for (std::size_t i = 1; i < registration.inputs.size(); ++i)
     synopsis += " [" + registration.inputs[i].OptionName() + "]";
-  return CPLString(synopsis + " " + registration.Output().OptionName()).toupper();
+  return CPLString(synopsis + " " + registration.output.OptionName()).toupper();
 }
 
 }  // namespace lumomixcalc::standalone

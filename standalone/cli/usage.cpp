@@ -70,7 +70,7 @@ void PrintUsage(const Registration& registration, const std::vector<OperatorName
   for (const DeclaredStream& input : registration.inputs)
     std::printf("     -%s=FILE   input raster, any that GDAL opens\n", input.OptionName().c_str());
   std::printf("     -%s=FILE    output raster\n\nOptions:\n",
-              registration.Output().OptionName().c_str());
+              registration.output.OptionName().c_str());
   std::printf("     -mode=MODE    how the output stores its elements:\n                   %s%s",
               Joined(DataModeNames()).c_str(), kOptions);
   {

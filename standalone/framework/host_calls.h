@@ -32,8 +32,6 @@ struct Registration {
 
   // Calls the routine of a slot, if one is registered.
   void Call(int slot) const;
-
-  const DeclaredStream& Output() const { return output; }
 };
 
 // The elements of the application's panel. Their pointers lead to the application's variables, so

@@ -125,7 +125,7 @@ class FilesView : public QWidget {
     auto* const grid = NewLayout<QGridLayout>(this);
     for (const DeclaredStream& input : registration.inputs)
       inputs_.push_back(new FileField(*grid, input, FileField::Use::kInput));
-    output_ = new FileField(*grid, registration.Output(), FileField::Use::kOutput);
+    output_ = new FileField(*grid, registration.output, FileField::Use::kOutput);
     fields_ = inputs_;
     fields_.push_back(output_);
     for (FileField* const field : fields_) {

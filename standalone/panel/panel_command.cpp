@@ -66,7 +66,7 @@ std::string PanelCommand(Job job, HostState& host) {
   const std::map<int, std::string> files = std::exchange(job.files, {});
   std::string command = ReproducingCommand(job, host.registration, EchoOptions(host)) + " -panel";
   std::vector<DeclaredStream> streams = host.registration.inputs;
-  streams.push_back(host.registration.Output());
+  streams.push_back(host.registration.output);
   for (const DeclaredStream& stream : streams)
     if (const auto file = files.find(stream.number); file != files.end())
       command.append(" ").append(

@@ -328,7 +328,7 @@ std::optional<Job> PanelWindow::JobToRun() {
     return std::nullopt;
   }
   Job job = CurrentJob();
-  const DeclaredStream& stream = host_.registration.Output();
+  const DeclaredStream& stream = host_.registration.output;
   const auto output = job.files.find(stream.number);
   if (output == job.files.end()) {
     messages_->appendPlainText(Text(stream.label) + " is empty: choose the file to write.");

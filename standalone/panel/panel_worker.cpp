@@ -77,7 +77,7 @@ void PanelWorker::MakePreview(const Job& job, const View& view, int number,
   const Job ofTheRun = OfStreams(job, streams);
   const std::vector<std::string> options = EchoOptions(host_);
   std::string command;
-  const auto output = ofTheRun.files.find(host_.registration.Output().number);
+  const auto output = ofTheRun.files.find(host_.registration.output.number);
   if (output != ofTheRun.files.end() && ofTheRun.files.size() > 1) {
     command = ReproducingCommand(ofTheRun, host_.registration, options);
     if (job.overwrite || QFileInfo::exists(QString::fromStdString(output->second)))

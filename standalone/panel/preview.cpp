@@ -144,7 +144,7 @@ Job OfStreams(Job job, const std::set<int>& streams) {
 std::set<int> PreviewMaker::StreamsUsed() const {
   const float element = 1;
   Job job;
-  std::set<int> streams = {host_.registration.Output().number};
+  std::set<int> streams = {host_.registration.output.number};
   for (const DeclaredStream& input : host_.registration.inputs)
     job.files[input.number] = NameOf({&element, 1}, 1, 1, false);
   Session session(job, host_);
@@ -176,7 +176,7 @@ Findings PreviewMaker::Check(const Job& asked) const {
       findings.failure = error.what();
     }
   };
-  const int output = host_.registration.Output().number;
+  const int output = host_.registration.output.number;
   const bool hasOutput = job.files.contains(output);
   if (hasOutput) check();
   if (findings.report) return findings;

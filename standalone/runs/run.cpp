@@ -144,7 +144,7 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
                   const RunControl& control) {
   const auto start = std::chrono::steady_clock::now();
   const GdalRun gdalRun;
-  const std::string& outputName = job.files.at(host.registration.Output().number);
+  const std::string& outputName = job.files.at(host.registration.output.number);
   const OutputFormat format = ChooseOutputFormat(job.part ? "GTiff" : job.format, outputName);
   CheckCreationOptions(format, job.creationOptions);
 
@@ -198,7 +198,7 @@ void WarnOfResults(const RunReport& report) {
 
 RunReport RunBatch(const Job& job, const std::string& command, HostState& host,
                    const RunControl& control) {
-  const std::string& output = job.files.at(host.registration.Output().number);
+  const std::string& output = job.files.at(host.registration.output.number);
   // These exceptions do not name the output.
   try {
     return RunOnce(job, command, host, control);

@@ -65,7 +65,7 @@ class Session {
   // Limits the grids to rows of the output, before SelectInputs.
   void LimitRows(int firstRow, int rows);
 
-  int OutputStream() const { return host_.registration.Output().number; }
+  int OutputStream() const { return host_.registration.output.number; }
 
   // The largest number of processed rows in a strip of the run, at least one. It is so small that
   // the strips in use stay in a processor's second-level cache, and that all bands of a strip fit
