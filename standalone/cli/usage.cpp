@@ -18,7 +18,7 @@ constexpr const char* kOptions = R"(;
                    else float32;
                    integer modes round to nearest and saturate
      -format=NAME  GDAL format of the output; without it the one of the file's
-                   extension, else GTiff
+                   extension, or GTiff for a name without one
      -co=NAME=VALUE  creation option of the format; may be repeated
      -region=X:Y:WIDTH:HEIGHT  only these pixels of the first input read
      -window=XMIN:YMIN:XMAX:YMAX  only the pixels that this area touches, in the
@@ -41,8 +41,8 @@ constexpr const char* kOptions = R"(;
      -join=NAME.vrt  make the mosaic of all parts; with -overwrite, -stats=, -quiet alone
      -overwrite    replace the output, which may be an input, and the file of -stats=
      -check        check the files and options alone; nothing is computed or written
-     -quiet        print no statistics; they are those of the result before an
-                   integer mode rounds and saturates it
+     -quiet        print no statistics and no progress; statistics are those of the
+                   result before an integer mode rounds and saturates it
      -panel        show the panel with these files, two being the inputs, and options;
                    files may be left out. On a desktop also without any argument
      -h, -help, --help, -version, --version
