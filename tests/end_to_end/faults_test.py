@@ -1,6 +1,7 @@
 # Faults made for real: whatever goes wrong, the program ends with a status and one sentence that
 # names the file, what was there before is there unchanged, and nothing else is.
 
+import errno
 import os
 import pty
 import resource
@@ -8,6 +9,7 @@ import shutil
 import signal
 import subprocess
 import time
+import unittest
 from pathlib import Path
 
 import numpy as np
@@ -76,26 +78,8 @@ class Faults(harness.ProgramTest):
         os.remove(self.a)
         self.refused("mosaic.vrt", self.path("mosaic.vrt"), self.out, COPY)
 
-    def test_sizes_that_no_image_has(self):
-        if b"__asan_init" in Path(harness.PROGRAM).read_bytes():
-            self.skipTest("sanitizers reserve more address space than any limit leaves")
-        Path(self.path("raw.img")).write_bytes(b"1234" * 1000)
-        virtual = ('<VRTDataset rasterXSize="{}" rasterYSize="{}">'
-                   '<VRTRasterBand dataType="Float32" band="1"/></VRTDataset>')
-        for file, text, columns, rows, named in (
-                ("claim.vrt", virtual, 0, 10, "claim.vrt"),
-                ("claim.vrt", virtual, -5, 5, "claim.vrt"),
-                # Valid images of zeros, but vast.
-                ("claim.vrt", virtual, 2_000_000, 2_000_000, "out.tif"),
-                ("claim.vrt", virtual, 3, 2_147_483_647, "out.tif"),
-                ("raw.hdr", RAW_HEADER, 2_000_000, 2_000_000, "raw.img")):
-            Path(self.path(file)).write_text(text.format(columns, rows))
-            raster = self.path(file.replace(".hdr", ".img"))
-            self.refused(named, raster, self.out, COPY,
-                         preexec_fn=limit(AS=2 << 30, FSIZE=20 << 20))
-
     def test_forbidden_places(self):
-        # Root too shall be bound by the modes of files.
+        # Root must obey file permissions, too.
         bound = ["setpriv", "--bounding-set=-dac_override,-dac_read_search"]
         bound = bound if os.geteuid() == 0 else []
         folder = self.path("read-only")
@@ -111,6 +95,26 @@ class Faults(harness.ProgramTest):
         Path(self.path("out.img")).write_bytes(b"old")
         os.mkdir(self.path("out.hdr"))
         self.refused("out.hdr", self.a, self.b, self.path("out.img"), "-format=ENVI", "-overwrite")
+
+
+@unittest.skipIf(b"__asan_init" in Path(harness.PROGRAM).read_bytes(),
+                 "sanitizers reserve more address space than any limit leaves")
+class LimitedMemory(harness.ProgramTest):
+    def test_sizes_that_no_image_has(self):
+        Path(self.path("raw.img")).write_bytes(b"1234" * 1000)
+        virtual = ('<VRTDataset rasterXSize="{}" rasterYSize="{}">'
+                   '<VRTRasterBand dataType="Float32" band="1"/></VRTDataset>')
+        for file, text, columns, rows, named in (
+                ("claim.vrt", virtual, 0, 10, "claim.vrt"),
+                ("claim.vrt", virtual, -5, 5, "claim.vrt"),
+                # Valid images of zeros, but vast.
+                ("claim.vrt", virtual, 2_000_000, 2_000_000, "out.tif"),
+                ("claim.vrt", virtual, 3, 2_147_483_647, "out.tif"),
+                ("raw.hdr", RAW_HEADER, 2_000_000, 2_000_000, "raw.img")):
+            Path(self.path(file)).write_text(text.format(columns, rows))
+            raster = self.path(file.replace(".hdr", ".img"))
+            self.refused(named, raster, self.out, COPY,
+                         preexec_fn=limit(AS=2 << 30, FSIZE=20 << 20))
 
 
 class MidRun(harness.ProgramTest):
@@ -166,12 +170,23 @@ class MidRun(harness.ProgramTest):
             self.assert_one_sentence(stderr, named)
             self.assert_nothing_left()
 
+    def open_for(self, process, pipe):
+        """Opens a pipe for writing when the process has opened it for reading."""
+        while True:
+            self.assertIsNone(process.poll(), "the run ended before it read")
+            try:
+                return os.open(pipe, os.O_WRONLY | os.O_NONBLOCK)
+            except OSError as error:
+                self.assertEqual(error.errno, errno.ENXIO)  # nobody reads yet
+            time.sleep(0.001)
+
     def test_a_thread_that_waits_for_ever_does_not_keep_a_signal_waiting(self):
         os.mkfifo(self.path("pipe"))
         for signals in (1, 2):
             process = subprocess.Popen([harness.PROGRAM, self.path("pipe"), self.out, "-overwrite"],
                                        stderr=subprocess.DEVNULL)
-            time.sleep(0.2)
+            self.addCleanup(process.kill)
+            self.addCleanup(os.close, self.open_for(process, self.path("pipe")))
             for _ in range(signals):
                 process.send_signal(signal.SIGTERM)
             self.assertEqual(process.wait(timeout=30), -signal.SIGTERM)

@@ -185,34 +185,6 @@ class Outputs(FileTest):
                          "-format=ENVI", "-operator=abs_a1", "-overwrite")
         self.assertTrue(os.path.exists(self.path(".lumomixcalc-notes")))
 
-    def test_output_of_several_files_that_cannot_be_published_leaves_the_old_one(self):
-        out = self.path("out.img")
-        self.done(self.a, out, "-format=ENVI", COPY)
-        subprocess.run(["chattr", "+i", out], check=False, stderr=subprocess.DEVNULL)
-        self.addCleanup(subprocess.run, ["chattr", "-i", out], stderr=subprocess.DEVNULL)
-        if subprocess.run(["lsattr", out], capture_output=True, text=True).stdout[4:5] != "i":
-            self.skipTest("the file system has no immutable files")
-        self.refused("out.img", self.b, out, "-format=ENVI", COPY, "-overwrite")
-
-    def test_replaced_file_shares_its_contents_with_nobody_else(self):
-        # Neither by a list that the folder passes on nor because its own list is lost.
-        def access_list(named, mask):  # version; owner, user 1, group, mask, others
-            entries = (1, 6, -1), (2, named, 1), (4, 4, -1), (16, mask, -1), (32, 0, -1)
-            return struct.pack("<I", 2) + b"".join(struct.pack("<HHi", *entry) for entry in entries)
-        self.done(self.a, self.out, COPY)
-        os.chmod(self.out, 0o6640)
-        try:
-            os.setxattr(self.folder, "system.posix_acl_default", access_list(6, 6))
-        except OSError:
-            self.skipTest("the file system has no access control lists")
-        self.done(self.a, self.out, COPY, "-overwrite")
-        self.assertNotIn("system.posix_acl_access", os.listxattr(self.out))
-        self.assertEqual(stat.S_IMODE(os.stat(self.out).st_mode), 0o640)
-        os.setxattr(self.out, "system.posix_acl_access", access_list(0, 4))
-        self.done(self.a, self.out, COPY, "-overwrite")
-        self.assertNotIn("system.posix_acl_access", os.listxattr(self.out))
-        self.assertEqual(stat.S_IMODE(os.stat(self.out).st_mode), 0o600)
-
     def test_temporary_names_and_changed_values_are_told_of(self):
         os.symlink("new.tif", self.out)
         for out, *options in (("out.tif",), ("o.nc",), ("o.img", "-format=ENVI"),
@@ -225,6 +197,38 @@ class Outputs(FileTest):
         result = self.done(self.a, self.path("o.asc"), COPY, "-a=0.1", "-co=DECIMAL_PRECISION=2")
         self.assertRegex(result.stderr, "warning: the format AAIGrid .* 4 values? changed|0.01")
         np.testing.assert_allclose(read(self.path("o.asc")), [[0.01, 0.2], [0.3, 0.4]], atol=1e-6)
+
+
+class OutputsThatAreImmutable(FileTest):
+    def test_output_of_several_files_that_cannot_be_published_leaves_the_old_one(self):
+        out = self.path("out.img")
+        self.done(self.a, out, "-format=ENVI", COPY)
+        subprocess.run(["chattr", "+i", out], check=False, stderr=subprocess.DEVNULL)
+        self.addCleanup(subprocess.run, ["chattr", "-i", out], stderr=subprocess.DEVNULL)
+        if subprocess.run(["lsattr", out], capture_output=True, text=True).stdout[4:5] != "i":
+            self.skipTest("the file system has no immutable files")
+        self.refused("out.img", self.b, out, "-format=ENVI", COPY, "-overwrite")
+
+
+class OutputsWithAccessLists(FileTest):
+    def test_replaced_file_shares_its_contents_with_nobody_else(self):
+        # Neither by a list that the folder passes on nor because its own list is lost.
+        def access_list(owner, named, mask):  # version; owner, user 1, group, mask, others
+            entries = (1, owner, -1), (2, named, 1), (4, 4, -1), (16, mask, -1), (32, 0, -1)
+            return struct.pack("<I", 2) + b"".join(struct.pack("<HHi", *entry) for entry in entries)
+        self.done(self.a, self.out, COPY)
+        os.chmod(self.out, 0o6640)
+        try:
+            os.setxattr(self.folder, "system.posix_acl_default", access_list(7, 6, 6))
+        except OSError:
+            self.skipTest("the file system has no access control lists")
+        self.done(self.a, self.out, COPY, "-overwrite")
+        self.assertNotIn("system.posix_acl_access", os.listxattr(self.out))
+        self.assertEqual(stat.S_IMODE(os.stat(self.out).st_mode), 0o640)
+        os.setxattr(self.out, "system.posix_acl_access", access_list(6, 0, 4))
+        self.done(self.a, self.out, COPY, "-overwrite")
+        self.assertNotIn("system.posix_acl_access", os.listxattr(self.out))
+        self.assertEqual(stat.S_IMODE(os.stat(self.out).st_mode), 0o600)
 
 
 class CommandLines(FileTest):

@@ -75,9 +75,10 @@ class ProgramTest(unittest.TestCase):
         return os.path.join(self.folder, name)
 
     def files(self):
-        """What is in all files, and the modes of folders and whatever else is there, by path."""
-        return {path: path.read_bytes() if path.is_file() else path.lstat().st_mode
-                for path in Path(self.folder).rglob("*")}
+        """What is in all files, and the modes of folders and whatever else is there or cannot be
+        read, by path."""
+        return {path: path.read_bytes() if path.is_file() and os.access(path, os.R_OK)
+                else path.lstat().st_mode for path in Path(self.folder).rglob("*")}
 
     def done(self, *arguments, **options):
         """A run that must succeed."""
