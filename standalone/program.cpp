@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <system_error>
 #include <thread>
 
 #include "host/ip.h"
@@ -127,11 +128,16 @@ int RunProgram(const std::vector<std::string>& arguments, const Action& act) {
   // process.
   std::signal(SIGXFSZ, SIG_IGN);
   std::signal(SIGPIPE, SIG_IGN);
-  const SignalWatch& watch = TheSignalWatch();
+  try {
+    TheSignalWatch();
+  } catch (const std::system_error& error) {
+    Tell("cannot start a thread: " + error.code().message());
+    return static_cast<int>(ExitStatus::kFailed);
+  }
   const ExitStatus status = RunAndReport(arguments, act);
-  if (watch.Signal() != 0) {
+  if (const int signal = TheSignalWatch().Signal(); signal != 0) {
     std::fflush(nullptr);
-    DieOf(watch.Signal());
+    DieOf(signal);
   }
   return static_cast<int>(status);
 }

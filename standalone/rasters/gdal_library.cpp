@@ -51,7 +51,7 @@ void CPL_STDCALL Handle(CPLErr severity, CPLErrorNum number, const char* message
   } else if (severity == CE_Warning || severity == CE_Failure) {
     GdalFailureLog& log = LogOfThisThread();
     const std::lock_guard lock(log.mutex);
-    log.texts.push_back(text);
+    if (log.readers > 0) log.texts.push_back(text);
   } else {
     CPLDefaultErrorHandler(severity, number, message);
   }
@@ -78,6 +78,12 @@ OwnGdalFailures::~OwnGdalFailures() { ownLog = nullptr; }
 GdalFailures::GdalFailures() : log_(LogOfThisThread()) {
   const std::lock_guard lock(log_.mutex);
   before_ = log_.texts.size();
+  ++log_.readers;
+}
+
+GdalFailures::~GdalFailures() {
+  const std::lock_guard lock(log_.mutex);
+  if (--log_.readers == 0) log_.texts.clear();
 }
 
 bool GdalFailures::Any() const {

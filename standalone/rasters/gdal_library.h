@@ -8,10 +8,11 @@
 
 namespace lumomixcalc::standalone {
 
-// The texts of failures, each on one line.
+// The texts of failures, each on one line, as long as an object of GdalFailures reads them.
 struct GdalFailureLog {
-  mutable std::mutex mutex;
+  std::mutex mutex;
   std::vector<std::string> texts;
+  int readers = 0;
 };
 
 // Prepares GDAL for the runs of this host: configuration, drivers, and an error handler that
@@ -38,12 +39,15 @@ class OwnGdalFailures {
 class GdalFailures {
  public:
   GdalFailures();
+  ~GdalFailures();
+  GdalFailures(const GdalFailures&) = delete;
+  GdalFailures& operator=(const GdalFailures&) = delete;
   bool Any() const;
   // GDAL's text of the first failure, or a text that says that GDAL gives no reason.
   std::string First() const;
 
  private:
-  const GdalFailureLog& log_;
+  GdalFailureLog& log_;
   std::size_t before_ = 0;
 };
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <fstream>
 #include <map>
 #include <memory>
 #include <system_error>
@@ -28,9 +29,8 @@ namespace {
 
 fs::path FolderOfParts(fs::path mosaic) { return mosaic.replace_extension(".parts"); }
 
-// The name of a part's files without their extension.
-std::string StemOf(const PartNumber& part) {
-  return std::to_string(part.number) + "-of-" + std::to_string(part.count);
+std::string NameOf(const PartNumber& part) {
+  return std::to_string(part.number) + "-of-" + std::to_string(part.count) + ".tif";
 }
 
 // N for names like "K-of-N.tif". 0 for any other name.
@@ -118,7 +118,7 @@ void AddTerms(CPLJSONArray terms, ExactSum& sum) {
   for (int i = 0; i < terms.Size(); ++i) sum.Add(ParseDouble(terms[i].ToString()).value_or(0));
 }
 
-// Reads the statistics of a band that Publish wrote, exact to the bit.
+// Reads the statistics of a band of the facts, exact to the bit.
 BandStatistics BandOf(const CPLJSONObject& object) {
   BandStatistics band;
   band.valid.valid = CountAt(object, "valid");
@@ -155,30 +155,41 @@ RunReport ReportOf(const CPLJSONObject& facts) {
   return report;
 }
 
-// The facts of a part. None when the file does not exist or is not complete.
+GDALDatasetUniquePtr OpenRaster(const fs::path& file) {
+  const char* const drivers[] = {"GTiff", nullptr};
+  return GDALDatasetUniquePtr(
+      GDALDataset::Open(file.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY, drivers));
+}
+
+// The length of the facts is the last thing in the file of a part, in so many digits.
+constexpr int kLengthDigits = 12;
+
+// The text of the facts at the end of a file. Any text when the file is not a part.
+std::string TextOfFacts(const fs::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  std::string digits(kLengthDigits, ' ');
+  stream.seekg(-kLengthDigits, std::ios::end);
+  stream.read(digits.data(), kLengthDigits);
+  const int length = std::max(ParseInt(digits).value_or(0), 0);
+  stream.seekg(-kLengthDigits - length, std::ios::end);
+  std::string text(stream ? static_cast<std::size_t>(length) : 0, ' ');
+  stream.read(text.data(), length);
+  return text;
+}
+
+// The facts of a part. None when the file is not a whole part.
 std::optional<CPLJSONObject> ReadFacts(const fs::path& file) {
   const CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);
   CPLJSONDocument document;
-  if (!document.Load(file.string())) return std::nullopt;
+  if (!document.LoadMemory(TextOfFacts(file))) return std::nullopt;
   const CPLJSONObject facts = document.GetRoot();
-  const bool isPart =
-      facts.GetString("part") == file.stem() && FindDataMode(facts.GetString("mode")) != nullptr;
+  const GDALDatasetUniquePtr raster = OpenRaster(file);
+  const bool isPart = raster && facts.GetString("part") == file.filename() &&
+                      FindDataMode(facts.GetString("mode")) != nullptr &&
+                      raster->GetRasterXSize() == facts.GetInteger("columns") &&
+                      raster->GetRasterYSize() == facts.GetInteger("rows") &&
+                      raster->GetRasterCount() == facts.GetArray("bands").Size();
   return isPart ? std::optional(facts) : std::nullopt;
-}
-
-// The raster of a part. Null when it cannot be opened or is not as it was published.
-GDALDatasetUniquePtr OpenRaster(const fs::path& file, const CPLJSONObject& facts) {
-  const CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);
-  const char* const drivers[] = {"GTiff", nullptr};
-  GDALDatasetUniquePtr raster(
-      GDALDataset::Open(file.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY, drivers));
-  std::error_code ignored;
-  const bool isWhole =
-      raster && raster->GetRasterXSize() == facts.GetInteger("columns") &&
-      raster->GetRasterYSize() == facts.GetInteger("rows") &&
-      raster->GetRasterCount() == facts.GetArray("bands").Size() &&
-      static_cast<GInt64>(fs::file_size(file, ignored)) == facts.GetLong("raster_bytes");
-  return isWhole ? std::move(raster) : nullptr;
 }
 
 // "2,5-7", the form in which schedulers take the tasks of an array.
@@ -198,13 +209,11 @@ std::vector<CPLJSONObject> ReadParts(const fs::path& folder, int count) {
   int firstPart = 0;
   std::map<std::string, std::vector<int>> faults;
   for (int number = 1; number <= count; ++number) {
-    const std::string stem = (folder / StemOf({number, count})).string();
-    const std::optional<CPLJSONObject> facts = ReadFacts(stem + ".json");
+    const fs::path file = folder / NameOf({number, count});
+    const std::optional<CPLJSONObject> facts = ReadFacts(file);
     std::string fault;
     if (!facts)
-      fault = "missing";
-    else if (!OpenRaster(stem + ".tif", *facts))
-      fault = "broken";
+      fault = fs::exists(file) ? "broken" : "missing";
     else if (parts.empty())
       firstPart = number;
     else if (fault = Difference(*facts, parts.front()); !fault.empty())
@@ -249,8 +258,7 @@ void WriteMosaic(const fs::path& file, const fs::path& folder,
   const GdalFailures failures;
   const DataMode& mode = *FindDataMode(report.mode);
   const int count = static_cast<int>(parts.size());
-  const auto rasterOf = [count](int number) { return StemOf({number, count}) + ".tif"; };
-  const GDALDatasetUniquePtr first = OpenRaster(folder / rasterOf(1), parts.front());
+  const GDALDatasetUniquePtr first = OpenRaster(folder / NameOf({1, count}));
   GDALDatasetUniquePtr mosaic(GetGDALDriverManager()->GetDriverByName("VRT")->Create(
       file.c_str(), report.grid.columns, report.grid.rows, static_cast<int>(report.bands.size()),
       mode.type, nullptr));
@@ -267,11 +275,11 @@ void WriteMosaic(const fs::path& file, const fs::path& folder,
       int row = 0;
       for (int number = 1; number <= count; ++number) {
         const int rows = parts[static_cast<std::size_t>(number) - 1].GetInteger("rows");
-        target.SetMetadataItem(
-            ("source_" + std::to_string(number - 1)).c_str(),
-            SourceXml(folder.filename() / rasterOf(number), band, report.grid.columns, row, rows)
-                .c_str(),
-            "new_vrt_sources");
+        target.SetMetadataItem(("source_" + std::to_string(number - 1)).c_str(),
+                               SourceXml(folder.filename() / NameOf({number, count}), band,
+                                         report.grid.columns, row, rows)
+                                   .c_str(),
+                               "new_vrt_sources");
         row += rows;
       }
     }
@@ -279,6 +287,28 @@ void WriteMosaic(const fs::path& file, const fs::path& folder,
   mosaic.reset();
   if (!first || failures.Any())
     throw Failure("cannot write " + report.output + ": " + failures.First());
+}
+
+// Reads an element of each part through the mosaic. Throws Failure when GDAL does not find them,
+// which depends on their names. The file is not yet at its place, the target.
+void ReadBackMosaic(const fs::path& file, const fs::path& target,
+                    const std::vector<CPLJSONObject>& parts) {
+  const GdalFailures failures;
+  CPLStringList options;
+  options.SetNameValue("ROOT_PATH", CPLGetPath(target.c_str()));
+  const GDALDatasetUniquePtr mosaic(GDALDataset::Open(
+      file.c_str(), GDAL_OF_RASTER | GDAL_OF_VERBOSE_ERROR, nullptr, options.List()));
+  bool reads = mosaic != nullptr;
+  int row = 0;
+  for (const CPLJSONObject& part : parts) {
+    std::array<double, 2> element = {};
+    reads = reads && mosaic->GetRasterBand(1)->RasterIO(GF_Read, 0, row, 1, 1, element.data(), 1, 1,
+                                                        GDT_CFloat64, 0, 0, nullptr) == CE_None;
+    row += part.GetInteger("rows");
+  }
+  if (!reads)
+    throw Failure("cannot write " + target.string() +
+                  ": it does not read back: " + failures.First());
 }
 
 // The rows of a block in the TIFF that a run of the whole output would make with these options.
@@ -303,11 +333,10 @@ int BlockRowsOf(const Session& session, const OutputFormat& format, const Job& j
 Part::Part(const Job& job, const std::string& command, const OutputFormat& format, Session& session)
     : output_(job.files.at(session.OutputStream())), number_(*job.part), overwrite_(job.overwrite) {
   folder_ = FolderOfParts(ResolveOutput(output_, true));
-  raster_ = folder_ / (StemOf(number_) + ".tif");
-  facts_ = folder_ / (StemOf(number_) + ".json");
+  raster_ = folder_ / NameOf(number_);
   CountOfParts(folder_, number_.count);
   RefuseOwnInputs(session);
-  common_.Add("part", StemOf(number_));
+  common_.Add("part", NameOf(number_));
   common_.Add("version", LUMOMIXCALC_VERSION);
   common_.Add("command", Utf8(command));
   common_.Add("inputs", FactsOfInputs(session));
@@ -348,12 +377,12 @@ void Part::LimitRows(const Job& job, const OutputFormat& format, Session& sessio
 }
 
 std::optional<RunReport> Part::ReportIfDone() const {
-  const std::optional<CPLJSONObject> facts = ReadFacts(facts_);
-  if (overwrite_ || !facts) return std::nullopt;
-  if (const std::string difference = Difference(*facts, common_); !difference.empty())
-    throw Failure(facts_.string() + ", which is there, is " + difference +
+  if (overwrite_ || !fs::exists(fs::symlink_status(raster_))) return std::nullopt;
+  const std::optional<CPLJSONObject> facts = ReadFacts(raster_);
+  const std::string difference = facts ? Difference(*facts, common_) : "no whole part";
+  if (!difference.empty())
+    throw Failure(raster_.string() + ", which is there, is " + difference +
                   "; -overwrite makes the part again");
-  if (!OpenRaster(raster_, *facts)) return std::nullopt;
   return ReportOf(*facts);
 }
 
@@ -365,12 +394,7 @@ void Part::MakeFolder() const {
                   ": " + error.message());
 }
 
-void Part::Withdraw() const {
-  std::error_code ignored;
-  fs::remove(facts_, ignored);
-}
-
-void Part::Publish(const RunReport& report) const {
+std::string Part::Facts(const RunReport& report) const {
   CPLJSONDocument document;
   static_cast<void>(document.LoadMemory(ReportAsJson(report)));
   CPLJSONObject facts = document.GetRoot();
@@ -383,10 +407,8 @@ void Part::Publish(const RunReport& report) const {
     bands[i].Add("sum_terms", AsJson(valid.sum));
     bands[i].Add("square_terms", AsJson(valid.squares));
   }
-  facts.Add("raster_bytes", static_cast<GInt64>(fs::file_size(raster_)));
-  ReportFile file(facts_, true, {}, raster_);
-  file.Write(document.SaveAsString() + "\n");
-  file.Publish();
+  const std::string text = document.SaveAsString();
+  return text + CPLSPrintf("%0*zu", kLengthDigits, text.size());
 }
 
 RunReport JoinParts(const std::string& name, const Job& job) {
@@ -415,7 +437,9 @@ RunReport JoinParts(const std::string& name, const Job& job) {
   }
 
   Publication publication(target, job.overwrite, {});
-  WriteMosaic(publication.Folder() / target.filename(), folder, parts, report);
+  const fs::path file = publication.Folder() / target.filename();
+  WriteMosaic(file, folder, parts, report);
+  ReadBackMosaic(file, target, parts);
   if (reportFile) reportFile->Write(ReportAsJson(report));
   publication.Publish();
   if (reportFile) reportFile->Publish();

@@ -13,9 +13,11 @@
 
 namespace lumomixcalc::standalone {
 
-// One of N bands of rows of an output, made by a separate run. For an output NAME.vrt it consists
-// of the raster NAME.parts/K-of-N.tif and the file K-of-N.json, with the part's report and the
-// facts that JoinParts needs. The JSON file is published last: a part exists when this file exists.
+// One of N bands of rows of an output, made by a separate run. For an output NAME.vrt it is the
+// TIFF NAME.parts/K-of-N.tif. The facts that JoinParts needs, with the report of the part, are the
+// last bytes of this file: they cannot belong to other pixels, and a file that was cut short has
+// none. Readers of TIFF ignore them. They are not metadata of GDAL's, which with some creation
+// options would be in a second file.
 class Part {
  public:
   // Limits the session to the rows of job.part. Parts begin and end at boundaries between blocks of
@@ -29,19 +31,15 @@ class Part {
 
   const std::filesystem::path& Raster() const { return raster_; }
 
-  // The report of the part if it exists and is whole. None when it must be made. Throws Failure
-  // when the existing part is of another command or of other inputs, unless job.overwrite is set.
+  // The report of the part if it exists. None when it must be made. Throws Failure when the file is
+  // of another command, of other inputs or not a whole part, unless job.overwrite is set.
   std::optional<RunReport> ReportIfDone() const;
 
   // Makes the folder of the parts. Throws Failure.
   void MakeFolder() const;
 
-  // Removes the JSON file of a part that is replaced, so that the part counts as missing. Call it
-  // before the new raster is published.
-  void Withdraw() const;
-
-  // Publishes the JSON file after the raster. Throws Failure.
-  void Publish(const RunReport& report) const;
+  // The bytes at the end of the part's file.
+  std::string Facts(const RunReport& report) const;
 
  private:
   void RefuseOwnInputs(const Session& session) const;
@@ -52,7 +50,6 @@ class Part {
   bool overwrite_;
   std::filesystem::path folder_;
   std::filesystem::path raster_;
-  std::filesystem::path facts_;  // the JSON file
   // The facts that are known before the part is made. All parts have the same, except the name.
   CPLJSONObject common_;
 };

@@ -93,6 +93,9 @@ class Faults(harness.ProgramTest):
             raster = self.path(file.replace(".hdr", ".img"))
             self.refused(named, raster, self.out, COPY,
                          preexec_fn=limit(AS=2 << 30, FSIZE=20 << 20))
+        # The stack of a thread is as large as this limit.
+        self.refused("cannot start a thread", self.a, self.out, COPY,
+                     preexec_fn=limit(STACK=1 << 46))
 
     def test_forbidden_places(self):
         # Root too shall be bound by the modes of files.

@@ -94,7 +94,7 @@ class Slurm(harness.ProgramTest):
         _, array, _, join = self.call(SUBMIT, *submission).stdout.replace(",", "").split()
         part = self.wait_for("part that is being written", self.stop_a_part)
         self.call("scontrol", "requeue", f"{array}_{part}")
-        self.assertFalse(os.path.exists(self.path(f"out.parts/{part}-of-16.json")))
+        self.assertFalse(os.path.exists(self.path(f"out.parts/{part}-of-16.tif")))
         self.wait_for("end of the jobs", lambda: not self.jobs())
         print(*(path.read_text() for path in Path(self.folder).glob("slurm-*.out")))
         np.testing.assert_array_equal(harness.read(self.path("out.vrt")), harness.read(self.out))
