@@ -93,7 +93,10 @@ class Faults(harness.ProgramTest):
             raster = self.path(file.replace(".hdr", ".img"))
             self.refused(named, raster, self.out, COPY,
                          preexec_fn=limit(AS=2 << 30, FSIZE=20 << 20))
-        # The stack of a thread is as large as this limit.
+
+    def test_no_thread(self):
+        if b"__tsan_init" in Path(harness.PROGRAM).read_bytes():
+            self.skipTest("the thread sanitizer does not start with such a stack")
         self.refused("cannot start a thread", self.a, self.out, COPY,
                      preexec_fn=limit(STACK=1 << 46))
 
