@@ -1,13 +1,8 @@
 #include "standalone/rasters/raster_output.h"
 
-#include <unistd.h>
-
 #include <array>
-#include <cerrno>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
-#include <cstring>
 #include <fstream>
 #include <numeric>
 #include <system_error>
@@ -231,13 +226,12 @@ void RasterOutput::Write(int band, int firstRow, int rows, const float* values,
     FailToWrite(failures.First());
 }
 
-void RasterOutput::Publish(const std::stop_token& stop, const std::string& text) {
+void RasterOutput::Publish(const std::stop_token& stop) {
   GDALDatasetUniquePtr original;
   if (workFile_ != file_)
     original = CopyToFormat(stop);
   else
     Close();
-  if (!text.empty()) Append(text);
   if (const std::string fault = FaultOfFile(file_, specification_, original.get()); !fault.empty())
     FailToWrite(fault);
   original.reset();
@@ -284,17 +278,6 @@ void RasterOutput::Close() {
   if (failures.Any()) FailToWrite(failures.First());
   dataset_.reset();
   if (failures.Any()) FailToWrite(failures.First());
-}
-
-// The file is on the disk before it is published, so that a machine that dies leaves no part of it
-// under its name.
-void RasterOutput::Append(const std::string& text) {
-  std::FILE* const stream = std::fopen(file_.c_str(), "ae");
-  if (!stream) FailToWrite(std::strerror(errno));
-  const bool written = std::fputs(text.c_str(), stream) >= 0 && std::fflush(stream) == 0 &&
-                       fdatasync(fileno(stream)) == 0;
-  const int error = errno;
-  if (std::fclose(stream) != 0 || !written) FailToWrite(std::strerror(written ? errno : error));
 }
 
 void RasterOutput::FailToWrite(const std::string& reason) {

@@ -58,10 +58,9 @@ class RasterOutput {
   // many rows are written.
   std::int64_t CacheBytes(int stripRows) const;
 
-  // Completes the file, adds a text at its end, if there is one, reads the file back to check that
-  // it is whole, and moves it to its place. Throws Failure, and Cancelled when a stop is requested
-  // before that.
-  void Publish(const std::stop_token& stop, const std::string& text);
+  // Completes the file, reads it back to check that it is whole, and moves it to its place. Throws
+  // Failure, and Cancelled when a stop is requested before that.
+  void Publish(const std::stop_token& stop);
 
   GDALDataset& Dataset() { return *dataset_; }
 
@@ -70,7 +69,6 @@ class RasterOutput {
   void LayOutRows();
   GDALDatasetUniquePtr CopyToFormat(const std::stop_token& stop);
   void Close();
-  void Append(const std::string& text);
   [[noreturn]] void FailToWrite(const std::string& reason);
 
   OutputSpecification specification_;

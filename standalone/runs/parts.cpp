@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <fstream>
 #include <map>
 #include <memory>
 #include <system_error>
@@ -27,6 +26,10 @@ namespace lumomixcalc::standalone {
 namespace fs = std::filesystem;
 namespace {
 
+// The metadata of a part's raster that holds the facts of the part.
+constexpr const char* kDomain = "LUMOMIXCALC_PART";
+constexpr const char* kFacts = "FACTS";
+
 fs::path FolderOfParts(fs::path mosaic) { return mosaic.replace_extension(".parts"); }
 
 std::string NameOf(const PartNumber& part) {
@@ -41,31 +44,21 @@ int CountInName(const std::string& name) {
 }
 
 // The N of the parts "K-of-N" in the folder, or count when there are none. Throws Failure when N is
-// not count, unless count is 0, or when the folder holds only other files.
+// not count, unless count is 0.
 int CountOfParts(const fs::path& folder, int count) {
   std::error_code error;
-  if (!fs::exists(fs::symlink_status(folder, error))) return count;
-  std::string other;
-  bool holdsParts = false;
   for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
     const std::string name = entry.path().filename();
-    if (name.starts_with('.')) continue;  // the folder of a part that is being made
     const int found = CountInName(name);
-    if (found == 0) {
-      other = name;
-      continue;
-    }
+    if (found == 0) continue;
     if (count != 0 && found != count)
       throw Failure("the folder " + folder.string() + " holds " + name + ", which is none of " +
                     CountText(static_cast<unsigned>(count), "part") +
                     "; choose another name or remove what is not wanted");
     count = found;
-    holdsParts = true;
   }
-  if (error) throw Failure("cannot read the folder " + folder.string() + ": " + error.message());
-  if (!holdsParts && !other.empty())
-    throw Failure("the folder " + folder.string() + " holds " + other +
-                  " and no parts; choose another name");
+  if (error && error != std::errc::no_such_file_or_directory)
+    throw Failure("cannot read the folder " + folder.string() + ": " + error.message());
   return count;
 }
 
@@ -155,36 +148,25 @@ RunReport ReportOf(const CPLJSONObject& facts) {
   return report;
 }
 
+// Null when it is not a TIFF, or when GDAL tells anything about it: a TIFF that was cut short may
+// open without some of its tags.
 GDALDatasetUniquePtr OpenRaster(const fs::path& file) {
+  const CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);
+  CPLErrorReset();
   const char* const drivers[] = {"GTiff", nullptr};
-  return GDALDatasetUniquePtr(
+  GDALDatasetUniquePtr raster(
       GDALDataset::Open(file.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY, drivers));
-}
-
-// The length of the facts is the last thing in the file of a part, in so many digits.
-constexpr int kLengthDigits = 12;
-
-// The text of the facts at the end of a file. Any text when the file is not a part.
-std::string TextOfFacts(const fs::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  std::string digits(kLengthDigits, ' ');
-  stream.seekg(-kLengthDigits, std::ios::end);
-  stream.read(digits.data(), kLengthDigits);
-  const int length = std::max(ParseInt(digits).value_or(0), 0);
-  stream.seekg(-kLengthDigits - length, std::ios::end);
-  std::string text(stream ? static_cast<std::size_t>(length) : 0, ' ');
-  stream.read(text.data(), length);
-  return text;
+  return CPLGetLastErrorType() == CE_None ? std::move(raster) : nullptr;
 }
 
 // The facts of a part. None when the file is not a whole part.
 std::optional<CPLJSONObject> ReadFacts(const fs::path& file) {
-  const CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);
-  CPLJSONDocument document;
-  if (!document.LoadMemory(TextOfFacts(file))) return std::nullopt;
-  const CPLJSONObject facts = document.GetRoot();
   const GDALDatasetUniquePtr raster = OpenRaster(file);
-  const bool isPart = raster && facts.GetString("part") == file.filename() &&
+  const char* const text = raster ? raster->GetMetadataItem(kFacts, kDomain) : nullptr;
+  CPLJSONDocument document;
+  if (!text || !document.LoadMemory(text)) return std::nullopt;
+  const CPLJSONObject facts = document.GetRoot();
+  const bool isPart = facts.GetString("part") == file.filename() &&
                       FindDataMode(facts.GetString("mode")) != nullptr &&
                       raster->GetRasterXSize() == facts.GetInteger("columns") &&
                       raster->GetRasterYSize() == facts.GetInteger("rows") &&
@@ -289,24 +271,17 @@ void WriteMosaic(const fs::path& file, const fs::path& folder,
     throw Failure("cannot write " + report.output + ": " + failures.First());
 }
 
-// Reads an element of each part through the mosaic. Throws Failure when GDAL does not find them,
-// which depends on their names. The file is not yet at its place, the target.
-void ReadBackMosaic(const fs::path& file, const fs::path& target,
-                    const std::vector<CPLJSONObject>& parts) {
+// Reads an element through the mosaic. Throws Failure when GDAL does not find the parts by their
+// names, which differ in nothing but numbers. The file is not yet at its place, the target.
+void ReadBackMosaic(const fs::path& file, const fs::path& target) {
   const GdalFailures failures;
   CPLStringList options;
   options.SetNameValue("ROOT_PATH", CPLGetPath(target.c_str()));
   const GDALDatasetUniquePtr mosaic(GDALDataset::Open(
       file.c_str(), GDAL_OF_RASTER | GDAL_OF_VERBOSE_ERROR, nullptr, options.List()));
-  bool reads = mosaic != nullptr;
-  int row = 0;
-  for (const CPLJSONObject& part : parts) {
-    std::array<double, 2> element = {};
-    reads = reads && mosaic->GetRasterBand(1)->RasterIO(GF_Read, 0, row, 1, 1, element.data(), 1, 1,
-                                                        GDT_CFloat64, 0, 0, nullptr) == CE_None;
-    row += part.GetInteger("rows");
-  }
-  if (!reads)
+  std::array<double, 2> element = {};
+  if (!mosaic || mosaic->RasterIO(GF_Read, 0, 0, 1, 1, element.data(), 1, 1, GDT_CFloat64, 1,
+                                  nullptr, 0, 0, 0, nullptr) != CE_None)
     throw Failure("cannot write " + target.string() +
                   ": it does not read back: " + failures.First());
 }
@@ -314,6 +289,10 @@ void ReadBackMosaic(const fs::path& file, const fs::path& target,
 // The rows of a block in the TIFF that a run of the whole output would make with these options.
 int BlockRowsOf(const Session& session, const OutputFormat& format, const Job& job) {
   CPLStringList options = CreationOptions(format, job.creationOptions);
+  const char* const profile = options.FetchNameValueDef("PROFILE", "GDALGeoTIFF");
+  if (!EQUAL(profile, "GDALGeoTIFF"))
+    throw Failure(std::string("-co=PROFILE=") + profile +
+                  ": parts keep facts for the join in metadata, which need GDALGeoTIFF");
   options.SetNameValue("SPARSE_OK", "TRUE");  // otherwise the whole file would be filled in memory
   const GdalFailures failures;
   GDALDatasetUniquePtr tiff(format.driver->Create(
@@ -335,7 +314,6 @@ Part::Part(const Job& job, const std::string& command, const OutputFormat& forma
   folder_ = FolderOfParts(ResolveOutput(output_, true));
   raster_ = folder_ / NameOf(number_);
   CountOfParts(folder_, number_.count);
-  RefuseOwnInputs(session);
   common_.Add("part", NameOf(number_));
   common_.Add("version", LUMOMIXCALC_VERSION);
   common_.Add("command", Utf8(command));
@@ -345,15 +323,6 @@ Part::Part(const Job& job, const std::string& command, const OutputFormat& forma
 
 std::string Part::Option() const {
   return "-part=" + std::to_string(number_.number) + "/" + std::to_string(number_.count);
-}
-
-// An input in the folder of the parts would change while the parts are made.
-void Part::RefuseOwnInputs(const Session& session) const {
-  for (const InputFiles& input : session.Files())
-    for (const std::string& file : input.files)
-      if (IsSameFile(fs::absolute(file).parent_path(), folder_))
-        throw Failure("the input " + input.name + " has files in " + folder_.string() +
-                      ", the place of the parts of " + output_ + "; choose another name");
 }
 
 void Part::LimitRows(const Job& job, const OutputFormat& format, Session& session) {
@@ -386,15 +355,7 @@ std::optional<RunReport> Part::ReportIfDone() const {
   return ReportOf(*facts);
 }
 
-void Part::MakeFolder() const {
-  std::error_code error;
-  fs::create_directory(folder_, error);
-  if (error)
-    throw Failure("cannot write " + output_ + ": cannot make the folder " + folder_.string() +
-                  ": " + error.message());
-}
-
-std::string Part::Facts(const RunReport& report) const {
+void Part::StoreFacts(const RunReport& report, GDALDataset& raster) const {
   CPLJSONDocument document;
   static_cast<void>(document.LoadMemory(ReportAsJson(report)));
   CPLJSONObject facts = document.GetRoot();
@@ -407,8 +368,7 @@ std::string Part::Facts(const RunReport& report) const {
     bands[i].Add("sum_terms", AsJson(valid.sum));
     bands[i].Add("square_terms", AsJson(valid.squares));
   }
-  const std::string text = document.SaveAsString();
-  return text + CPLSPrintf("%0*zu", kLengthDigits, text.size());
+  raster.SetMetadataItem(kFacts, document.SaveAsString().c_str(), kDomain);
 }
 
 RunReport JoinParts(const std::string& name, const Job& job) {
@@ -439,7 +399,7 @@ RunReport JoinParts(const std::string& name, const Job& job) {
   Publication publication(target, job.overwrite, {});
   const fs::path file = publication.Folder() / target.filename();
   WriteMosaic(file, folder, parts, report);
-  ReadBackMosaic(file, target, parts);
+  ReadBackMosaic(file, target);
   if (reportFile) reportFile->Write(ReportAsJson(report));
   publication.Publish();
   if (reportFile) reportFile->Publish();

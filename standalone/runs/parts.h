@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cpl_json.h>
+#include <gdal_priv.h>
 
 #include <filesystem>
 #include <optional>
@@ -13,17 +14,15 @@
 
 namespace lumomixcalc::standalone {
 
-// One of N bands of rows of an output, made by a separate run. For an output NAME.vrt it is the
-// TIFF NAME.parts/K-of-N.tif. The facts that JoinParts needs, with the report of the part, are the
-// last bytes of this file: they cannot belong to other pixels, and a file that was cut short has
-// none. Readers of TIFF ignore them. They are not metadata of GDAL's, which with some creation
-// options would be in a second file.
+// One of N bands of rows of an output, made by a separate run: for an output NAME.vrt the TIFF
+// NAME.parts/K-of-N.tif. Its metadata hold the facts that JoinParts needs, with the report of the
+// part, so that they cannot belong to other pixels.
 class Part {
  public:
   // Limits the session to the rows of job.part. Parts begin and end at boundaries between blocks of
   // the TIFF that a run of the whole output would make, so that lossy compression gives the same
-  // elements. Throws Failure when there are more parts than rows of blocks, or when the folder
-  // holds parts of another count or other files.
+  // elements. Throws Failure when there are more parts than rows of blocks, when the folder
+  // holds parts of another count, or when a creation option leaves out GDAL's metadata.
   Part(const Job& job, const std::string& command, const OutputFormat& format, Session& session);
 
   // The option "-part=K/N".
@@ -35,14 +34,10 @@ class Part {
   // of another command, of other inputs or not a whole part, unless job.overwrite is set.
   std::optional<RunReport> ReportIfDone() const;
 
-  // Makes the folder of the parts. Throws Failure.
-  void MakeFolder() const;
-
-  // The bytes at the end of the part's file.
-  std::string Facts(const RunReport& report) const;
+  // Stores the facts in the metadata of the part's raster.
+  void StoreFacts(const RunReport& report, GDALDataset& raster) const;
 
  private:
-  void RefuseOwnInputs(const Session& session) const;
   void LimitRows(const Job& job, const OutputFormat& format, Session& session);
 
   std::string output_;

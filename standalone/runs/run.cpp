@@ -163,7 +163,7 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
   RunReport report = PlannedReport(session, job, format, command);
   if (job.checkOnly) return report;
 
-  if (part) part->MakeFolder();
+  if (part) std::filesystem::create_directory(target.parent_path());
   RasterOutput output({target, format, &session.Mode(), job.creationOptions, report.grid.columns,
                        report.grid.rows, static_cast<int>(report.bands.size()), job.overwrite,
                        session.Files()});
@@ -179,10 +179,12 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
   // If the report cannot be written, the run fails before the output is published. After that the
   // report is only renamed, which rarely fails.
   if (reportFile) reportFile->Write(ReportAsJson(report));
-  // Another run may have made the same part in the meantime.
-  if (part)
+  if (part) {
+    // Another run may have made the same part in the meantime.
     if (const std::optional<RunReport> done = part->ReportIfDone()) return *done;
-  output.Publish(control.stop, part ? part->Facts(report) : "");
+    part->StoreFacts(report, output.Dataset());
+  }
+  output.Publish(control.stop);
   if (reportFile) reportFile->Publish();
   for (const RunInput& input : session.Inputs())
     for (const std::string& loss : input.raster->Losses()) Warn(loss);
