@@ -62,21 +62,18 @@ int CountOfParts(const fs::path& folder, int count) {
   return count;
 }
 
-CPLJSONArray FactsOfInputs(const Session& session) {
-  CPLJSONArray inputs;
+// The files of the inputs with their sizes and times.
+std::string InputsText(const Session& session) {
+  std::string text;
   for (const InputFiles& input : session.Files())
     for (const std::string& file : input.files) {
       VSIStatBufL status = {};
-      CPLJSONObject object;
-      object.Add("file", Utf8(file));
-      if (VSIStatL(file.c_str(), &status) == 0) {
-        object.Add("bytes", static_cast<GInt64>(status.st_size));
-        object.Add("modified", std::to_string(status.st_mtim.tv_sec) + " s " +
-                                   std::to_string(status.st_mtim.tv_nsec) + " ns");
-      }
-      inputs.Add(object);
+      text += VSIStatL(file.c_str(), &status) == 0 ? "" : "no file, ";
+      text += file + ": " + std::to_string(status.st_size) + " bytes, " +
+              std::to_string(status.st_mtim.tv_sec) + " s " +
+              std::to_string(status.st_mtim.tv_nsec) + " ns\n";
     }
-  return inputs;
+  return Utf8(text);
 }
 
 // How a part differs from another, for a message. Empty when both belong to the same output.
@@ -87,9 +84,7 @@ std::string Difference(const CPLJSONObject& one, const CPLJSONObject& other) {
        {"mosaic", "of an output of another size"},
        {"version", "of another version of the program"}}};
   for (const auto& [key, kind] : kKinds)
-    if (one.GetObj(key).Format(CPLJSONObject::PrettyFormat::Plain) !=
-        other.GetObj(key).Format(CPLJSONObject::PrettyFormat::Plain))
-      return kind;
+    if (one.GetString(key) != other.GetString(key)) return kind;
   return "";
 }
 
@@ -133,8 +128,6 @@ BandStatistics BandOf(const CPLJSONObject& object) {
 RunReport ReportOf(const CPLJSONObject& facts) {
   RunReport report;
   report.command = facts.GetString("command");
-  report.output = facts.GetString("output");
-  report.format = facts.GetString("format");
   report.mode = facts.GetString("mode");
   report.grid.columns = facts.GetInteger("columns");
   report.grid.rows = facts.GetInteger("rows");
@@ -154,8 +147,9 @@ GDALDatasetUniquePtr OpenRaster(const fs::path& file) {
   const CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);
   CPLErrorReset();
   const char* const drivers[] = {"GTiff", nullptr};
+  const char* const others[] = {nullptr};  // otherwise the folder would be searched for each part
   GDALDatasetUniquePtr raster(
-      GDALDataset::Open(file.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY, drivers));
+      GDALDataset::Open(file.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY, drivers, nullptr, others));
   return CPLGetLastErrorType() == CE_None ? std::move(raster) : nullptr;
 }
 
@@ -317,7 +311,7 @@ Part::Part(const Job& job, const std::string& command, const OutputFormat& forma
   common_.Add("part", NameOf(number_));
   common_.Add("version", LUMOMIXCALC_VERSION);
   common_.Add("command", Utf8(command));
-  common_.Add("inputs", FactsOfInputs(session));
+  common_.Add("inputs", InputsText(session));
   LimitRows(job, format, session);
 }
 
