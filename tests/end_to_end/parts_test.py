@@ -122,6 +122,8 @@ class Parts(harness.ProgramTest):
                          "inputs, or of inputs that changed since, unlike part 3", join)
         shutil.copy(self.a, whole)
         self.refused("2-of-4.tif, which is there, is no whole part", "-part=2/4", *command)
+        os.rename(whole, f"{whole}.ovr")
+        self.refused("2-of-4.tif.ovr", "-part=2/4", *command)
 
     def test_a_part_and_its_facts_cannot_be_of_different_commands(self):
         other = self.path("other.vrt")
