@@ -304,10 +304,10 @@ int BlockRowsOf(const Session& session, const OutputFormat& format, const Job& j
 }  // namespace
 
 Part::Part(const Job& job, const std::string& command, const OutputFormat& format, Session& session)
-    : output_(job.files.at(session.OutputStream())), number_(*job.part), overwrite_(job.overwrite) {
-  folder_ = FolderOfParts(ResolveOutput(output_, true));
-  raster_ = folder_ / NameOf(number_);
-  CountOfParts(folder_, number_.count);
+    : number_(*job.part), overwrite_(job.overwrite) {
+  const fs::path folder = FolderOfParts(ResolveOutput(job.files.at(session.OutputStream()), true));
+  raster_ = folder / NameOf(number_);
+  CountOfParts(folder, number_.count);
   common_.Add("part", NameOf(number_));
   common_.Add("version", LUMOMIXCALC_VERSION);
   common_.Add("command", Utf8(command));

@@ -40,10 +40,8 @@ class Part {
  private:
   void LimitRows(const Job& job, const OutputFormat& format, Session& session);
 
-  std::string output_;
   PartNumber number_;
   bool overwrite_;
-  std::filesystem::path folder_;
   std::filesystem::path raster_;
   // The facts that are known before the part is made. All parts have the same, except the name.
   CPLJSONObject common_;

@@ -166,7 +166,7 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
   if (part) std::filesystem::create_directory(target.parent_path());
   RasterOutput output({target, format, &session.Mode(), job.creationOptions, report.grid.columns,
                        report.grid.rows, static_cast<int>(report.bands.size()), job.overwrite,
-                       session.Files()});
+                       session.Files(), part.has_value()});
   Describe(session, part ? command + " " + part->Option() : command, outputName, output.Dataset());
   if (const auto& value = report.noData; value && !output.DeclareNoData(*value))
     Warn(outputName + " cannot declare a no-data value; " + ShortestText(*value) +
