@@ -2,7 +2,9 @@
 
 include(GNUInstallDirs)
 
-install(FILES ${PROJECT_SOURCE_DIR}/docs/lumomixcalc.1
+install(FILES
+    ${PROJECT_SOURCE_DIR}/docs/lumomixcalc.1
+    ${PROJECT_SOURCE_DIR}/docs/lumomixcalc-slurm.1
   DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
   COMPONENT program)
 install(FILES ${PROJECT_SOURCE_DIR}/packaging/lumomixcalc.bash

@@ -75,6 +75,8 @@ void RunOrJoin(const Options& options, HostState& host, const std::stop_token& s
   const RunReport report = options.action == Options::Action::kJoin
                                ? JoinParts(options.mosaic, options.job)
                                : Run(options, host, stop);
+  if (options.job.checkOnly)
+    std::puts(options.job.files.at(host.registration.output.number).c_str());
   if (options.quiet || options.job.checkOnly || options.job.statisticsFile == "-") return;
   for (std::size_t i = 0; i < report.bands.size(); ++i)
     std::puts(StatisticsLine(static_cast<int>(i) + 1, report.bands[i]).c_str());

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <system_error>
 #include <thread>
 
 #include "host/ip.h"
@@ -42,6 +43,9 @@ void OpenStandardDescriptors() {
   _exit(kInterrupted + signal);
 }
 
+// The signal that requested the stop. 0 when none did.
+std::atomic<int> theSignal = 0;
+
 // Requests a stop when SIGINT, SIGTERM or SIGHUP arrives. The signals are blocked in all threads;
 // one thread does nothing but wait for them.
 class SignalWatch {
@@ -55,17 +59,20 @@ class SignalWatch {
         sigaddset(&signals_, signal);
     }
     pthread_sigmask(SIG_BLOCK, &signals_, nullptr);
-    std::thread([this] { Wait(); }).detach();
+    try {
+      std::thread([this] { Wait(); }).detach();
+    } catch (const std::system_error& error) {
+      throw Failure("cannot start a thread: " + error.code().message());
+    }
   }
 
   std::stop_token Token() const { return source_.get_token(); }
-  int Signal() const { return signal_; }
 
  private:
   void Wait() {
     int signal = 0;
     if (sigwait(&signals_, &signal) != 0) return;
-    signal_ = signal;
+    theSignal = signal;
     source_.request_stop();
     constexpr timespec kPatience = {1, 0};
     sigtimedwait(&signals_, nullptr, &kPatience);
@@ -75,7 +82,6 @@ class SignalWatch {
 
   sigset_t signals_ = {};
   std::stop_source source_;
-  std::atomic<int> signal_ = 0;
 };
 
 // Never destroyed: its thread waits until the process ends.
@@ -101,12 +107,12 @@ void Run(const std::vector<std::string>& arguments, const Action& act) {
 
 ExitStatus RunAndReport(const std::vector<std::string>& arguments, const Action& act) {
   try {
+    TheSignalWatch();  // before any other thread is started
     Run(arguments, act);
     if (std::fflush(stdout) != 0) throw Failure("cannot write to standard output");
     return ExitStatus::kDone;
   } catch (const Cancelled&) {
-    Tell(std::string("stopped by a signal (") + strsignal(TheSignalWatch().Signal()) +
-         "); nothing was written");
+    Tell(std::string("stopped by a signal (") + strsignal(theSignal) + "); nothing was written");
     return ExitStatus::kFailed;
   } catch (const Desisted& desisted) {
     return desisted.Status();
@@ -127,11 +133,10 @@ int RunProgram(const std::vector<std::string>& arguments, const Action& act) {
   // process.
   std::signal(SIGXFSZ, SIG_IGN);
   std::signal(SIGPIPE, SIG_IGN);
-  const SignalWatch& watch = TheSignalWatch();
   const ExitStatus status = RunAndReport(arguments, act);
-  if (watch.Signal() != 0) {
+  if (theSignal != 0) {
     std::fflush(nullptr);
-    DieOf(watch.Signal());
+    DieOf(theSignal);
   }
   return static_cast<int>(status);
 }

@@ -144,15 +144,15 @@ void CheckMosaicName(const std::string& name) {
     throw WrongCommandLine("the name of " + name + ", a mosaic of parts, must end in .vrt");
 }
 
-void SetMosaic(Options& options, const std::string& file) {
-  CheckMosaicName(file);
-  options.action = Options::Action::kJoin;
-  options.mosaic = file;
-}
-
 template <Options::Action kAction>
 void SetAction(Options& options, const std::string&) {
-  options.action = kAction;
+  options.action = std::max(options.action, kAction);
+}
+
+void SetMosaic(Options& options, const std::string& file) {
+  CheckMosaicName(file);
+  SetAction<Options::Action::kJoin>(options, file);
+  options.mosaic = file;
 }
 
 struct HostOption {

@@ -10,7 +10,8 @@ namespace lumomixcalc::standalone {
 
 // What the command line asks for.
 struct Options {
-  enum class Action { kRun, kJoin, kPanel, kHelp, kVersion };
+  // Of several, the one that is later in this list is done.
+  enum class Action { kRun, kPanel, kJoin, kHelp, kVersion };
 
   Action action = Action::kRun;
   Job job;

@@ -40,7 +40,8 @@ constexpr const char* kOptions = R"(;
                    folder NAME.parts; a part that is there is done
      -join=NAME.vrt  make the mosaic of all parts; with -overwrite, -stats=, -quiet alone
      -overwrite    replace the output, which may be an input, and the file of -stats=
-     -check        check the files and options alone; nothing is computed or written
+     -check        check the files and options alone and print the name of the output;
+                   nothing is computed or written
      -quiet        print no statistics and no progress; statistics are those of the
                    result before an integer mode rounds and saturates it
      -panel        show the panel with these files, two being the inputs, and options;

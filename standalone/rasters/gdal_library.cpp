@@ -5,6 +5,7 @@
 #include <gdal.h>
 #include <malloc.h>
 
+#include <mutex>
 #include <set>
 
 #include "standalone/base/messages.h"
@@ -14,12 +15,9 @@ namespace {
 
 constexpr const char* kNoReason = "GDAL does not say why";
 
-thread_local GdalFailureLog* ownLog = nullptr;
-
-GdalFailureLog& LogOfThisThread() {
-  static GdalFailureLog shared;
-  return ownLog ? *ownLog : shared;
-}
+std::mutex failuresMutex;
+std::set<GdalFailures*> allFailures;
+thread_local const OwnGdalFailures* ownFailures = nullptr;
 
 // GDAL's message on one line. The names of hidden folders are removed from the paths of files, so
 // that these are the final ones.
@@ -49,9 +47,8 @@ void CPL_STDCALL Handle(CPLErr severity, CPLErrorNum number, const char* message
   if (severity == CE_Warning && !losesMetadata) {
     if (IsNewWarning(text)) Warn(text);
   } else if (severity == CE_Warning || severity == CE_Failure) {
-    GdalFailureLog& log = LogOfThisThread();
-    const std::lock_guard lock(log.mutex);
-    log.texts.push_back(text);
+    const std::lock_guard lock(failuresMutex);
+    for (GdalFailures* const failures : allFailures) failures->Add(text, ownFailures);
   } else {
     CPLDefaultErrorHandler(severity, number, message);
   }
@@ -71,23 +68,32 @@ void SetUpGdal() {
   GDALAllRegister();
 }
 
-OwnGdalFailures::OwnGdalFailures() { ownLog = &log_; }
+OwnGdalFailures::OwnGdalFailures() { ownFailures = this; }
 
-OwnGdalFailures::~OwnGdalFailures() { ownLog = nullptr; }
+OwnGdalFailures::~OwnGdalFailures() { ownFailures = nullptr; }
 
-GdalFailures::GdalFailures() : log_(LogOfThisThread()) {
-  const std::lock_guard lock(log_.mutex);
-  before_ = log_.texts.size();
+GdalFailures::GdalFailures() : own_(ownFailures) {
+  const std::lock_guard lock(failuresMutex);
+  allFailures.insert(this);
+}
+
+GdalFailures::~GdalFailures() {
+  const std::lock_guard lock(failuresMutex);
+  allFailures.erase(this);
+}
+
+void GdalFailures::Add(const std::string& text, const OwnGdalFailures* own) {
+  if (own == own_ && first_.empty()) first_ = text;
 }
 
 bool GdalFailures::Any() const {
-  const std::lock_guard lock(log_.mutex);
-  return log_.texts.size() > before_;
+  const std::lock_guard lock(failuresMutex);
+  return !first_.empty();
 }
 
 std::string GdalFailures::First() const {
-  const std::lock_guard lock(log_.mutex);
-  return log_.texts.size() > before_ ? log_.texts[before_] : kNoReason;
+  const std::lock_guard lock(failuresMutex);
+  return first_.empty() ? kNoReason : first_;
 }
 
 GdalRun::GdalRun() : cacheBytes_(GDALGetCacheMax64()) {

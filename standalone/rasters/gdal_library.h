@@ -1,18 +1,9 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <string>
-#include <vector>
 
 namespace lumomixcalc::standalone {
-
-// The texts of failures, each on one line.
-struct GdalFailureLog {
-  mutable std::mutex mutex;
-  std::vector<std::string> texts;
-};
 
 // Prepares GDAL for the runs of this host: configuration, drivers, and an error handler that
 // collects the failures of all threads and shows each warning once. GDAL reports most write errors
@@ -28,9 +19,8 @@ class OwnGdalFailures {
  public:
   OwnGdalFailures();
   ~OwnGdalFailures();
-
- private:
-  GdalFailureLog log_;
+  OwnGdalFailures(const OwnGdalFailures&) = delete;
+  OwnGdalFailures& operator=(const OwnGdalFailures&) = delete;
 };
 
 // The failures since this object was made: those of its thread if an OwnGdalFailures keeps them
@@ -38,13 +28,19 @@ class OwnGdalFailures {
 class GdalFailures {
  public:
   GdalFailures();
+  ~GdalFailures();
+  GdalFailures(const GdalFailures&) = delete;
+  GdalFailures& operator=(const GdalFailures&) = delete;
   bool Any() const;
-  // GDAL's text of the first failure, or a text that says that GDAL gives no reason.
+  // GDAL's text of the first failure on one line, or a text that says that GDAL gives no reason.
   std::string First() const;
 
+  // For the error handler: a failure of a thread, with what keeps its failures separate, or null.
+  void Add(const std::string& text, const OwnGdalFailures* own);
+
  private:
-  const GdalFailureLog& log_;
-  std::size_t before_ = 0;
+  const OwnGdalFailures* own_;
+  std::string first_;
 };
 
 // Sets the state that GDAL keeps for the whole process for one run: each warning is shown once per

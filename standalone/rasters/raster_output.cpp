@@ -1,8 +1,13 @@
 #include "standalone/rasters/raster_output.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <array>
+#include <cerrno>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <fstream>
 #include <numeric>
 #include <system_error>
@@ -242,6 +247,7 @@ void RasterOutput::Publish(const std::stop_token& stop) {
   }
   for (const fs::directory_entry& entry : fs::directory_iterator(publication_.Folder()))
     ReplaceNameAtHead(entry.path(), file_.string(), specification_.target.string());
+  if (specification_.toDisk) WriteToDisk();
   if (stop.stop_requested()) throw Cancelled();
   publication_.Publish();
 }
@@ -278,6 +284,14 @@ void RasterOutput::Close() {
   if (failures.Any()) FailToWrite(failures.First());
   dataset_.reset();
   if (failures.Any()) FailToWrite(failures.First());
+}
+
+void RasterOutput::WriteToDisk() {
+  const int file = open(file_.c_str(), O_RDONLY | O_CLOEXEC);
+  const bool written = file >= 0 && fdatasync(file) == 0;
+  const int error = errno;
+  if (file >= 0) close(file);
+  if (!written) FailToWrite(std::strerror(error));
 }
 
 void RasterOutput::FailToWrite(const std::string& reason) {

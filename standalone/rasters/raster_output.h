@@ -29,6 +29,9 @@ struct OutputSpecification {
   int bands = 0;
   bool overwrite = false;
   std::vector<InputFiles> inputs;
+  // The file is on the disk before it gets its name. A run that does little takes half as long
+  // again.
+  bool toDisk = false;
 };
 
 // The output raster, written in strips of whole rows in a hidden folder next to its place. Unless
@@ -69,6 +72,7 @@ class RasterOutput {
   void LayOutRows();
   GDALDatasetUniquePtr CopyToFormat(const std::stop_token& stop);
   void Close();
+  void WriteToDisk();
   [[noreturn]] void FailToWrite(const std::string& reason);
 
   OutputSpecification specification_;

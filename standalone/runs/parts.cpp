@@ -26,11 +26,14 @@ namespace lumomixcalc::standalone {
 namespace fs = std::filesystem;
 namespace {
 
+// The metadata of a part's raster that holds the facts of the part.
+constexpr const char* kDomain = "LUMOMIXCALC_PART";
+constexpr const char* kFacts = "FACTS";
+
 fs::path FolderOfParts(fs::path mosaic) { return mosaic.replace_extension(".parts"); }
 
-// The name of a part's files without their extension.
-std::string StemOf(const PartNumber& part) {
-  return std::to_string(part.number) + "-of-" + std::to_string(part.count);
+std::string NameOf(const PartNumber& part) {
+  return std::to_string(part.number) + "-of-" + std::to_string(part.count) + ".tif";
 }
 
 // N for names like "K-of-N.tif". 0 for any other name.
@@ -41,49 +44,36 @@ int CountInName(const std::string& name) {
 }
 
 // The N of the parts "K-of-N" in the folder, or count when there are none. Throws Failure when N is
-// not count, unless count is 0, or when the folder holds only other files.
+// not count, unless count is 0.
 int CountOfParts(const fs::path& folder, int count) {
   std::error_code error;
-  if (!fs::exists(fs::symlink_status(folder, error))) return count;
-  std::string other;
-  bool holdsParts = false;
   for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
     const std::string name = entry.path().filename();
-    if (name.starts_with('.')) continue;  // the folder of a part that is being made
     const int found = CountInName(name);
-    if (found == 0) {
-      other = name;
-      continue;
-    }
+    if (found == 0) continue;
     if (count != 0 && found != count)
       throw Failure("the folder " + folder.string() + " holds " + name + ", which is none of " +
                     CountText(static_cast<unsigned>(count), "part") +
                     "; choose another name or remove what is not wanted");
     count = found;
-    holdsParts = true;
   }
-  if (error) throw Failure("cannot read the folder " + folder.string() + ": " + error.message());
-  if (!holdsParts && !other.empty())
-    throw Failure("the folder " + folder.string() + " holds " + other +
-                  " and no parts; choose another name");
+  if (error && error != std::errc::no_such_file_or_directory)
+    throw Failure("cannot read the folder " + folder.string() + ": " + error.message());
   return count;
 }
 
-CPLJSONArray FactsOfInputs(const Session& session) {
-  CPLJSONArray inputs;
+// The files of the inputs with their sizes and times.
+std::string InputsText(const Session& session) {
+  std::string text;
   for (const InputFiles& input : session.Files())
     for (const std::string& file : input.files) {
       VSIStatBufL status = {};
-      CPLJSONObject object;
-      object.Add("file", Utf8(file));
-      if (VSIStatL(file.c_str(), &status) == 0) {
-        object.Add("bytes", static_cast<GInt64>(status.st_size));
-        object.Add("modified", std::to_string(status.st_mtim.tv_sec) + " s " +
-                                   std::to_string(status.st_mtim.tv_nsec) + " ns");
-      }
-      inputs.Add(object);
+      text += VSIStatL(file.c_str(), &status) == 0 ? "" : "no file, ";
+      text += file + ": " + std::to_string(status.st_size) + " bytes, " +
+              std::to_string(status.st_mtim.tv_sec) + " s " +
+              std::to_string(status.st_mtim.tv_nsec) + " ns\n";
     }
-  return inputs;
+  return Utf8(text);
 }
 
 // How a part differs from another, for a message. Empty when both belong to the same output.
@@ -94,9 +84,7 @@ std::string Difference(const CPLJSONObject& one, const CPLJSONObject& other) {
        {"mosaic", "of an output of another size"},
        {"version", "of another version of the program"}}};
   for (const auto& [key, kind] : kKinds)
-    if (one.GetObj(key).Format(CPLJSONObject::PrettyFormat::Plain) !=
-        other.GetObj(key).Format(CPLJSONObject::PrettyFormat::Plain))
-      return kind;
+    if (one.GetString(key) != other.GetString(key)) return kind;
   return "";
 }
 
@@ -118,7 +106,7 @@ void AddTerms(CPLJSONArray terms, ExactSum& sum) {
   for (int i = 0; i < terms.Size(); ++i) sum.Add(ParseDouble(terms[i].ToString()).value_or(0));
 }
 
-// Reads the statistics of a band that Publish wrote, exact to the bit.
+// Reads the statistics of a band of the facts, exact to the bit.
 BandStatistics BandOf(const CPLJSONObject& object) {
   BandStatistics band;
   band.valid.valid = CountAt(object, "valid");
@@ -140,8 +128,6 @@ BandStatistics BandOf(const CPLJSONObject& object) {
 RunReport ReportOf(const CPLJSONObject& facts) {
   RunReport report;
   report.command = facts.GetString("command");
-  report.output = facts.GetString("output");
-  report.format = facts.GetString("format");
   report.mode = facts.GetString("mode");
   report.grid.columns = facts.GetInteger("columns");
   report.grid.rows = facts.GetInteger("rows");
@@ -155,30 +141,31 @@ RunReport ReportOf(const CPLJSONObject& facts) {
   return report;
 }
 
-// The facts of a part. None when the file does not exist or is not complete.
-std::optional<CPLJSONObject> ReadFacts(const fs::path& file) {
+// Null when it is not a TIFF, or when GDAL tells anything about it: a TIFF that was cut short may
+// open without some of its tags.
+GDALDatasetUniquePtr OpenRaster(const fs::path& file) {
   const CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);
-  CPLJSONDocument document;
-  if (!document.Load(file.string())) return std::nullopt;
-  const CPLJSONObject facts = document.GetRoot();
-  const bool isPart =
-      facts.GetString("part") == file.stem() && FindDataMode(facts.GetString("mode")) != nullptr;
-  return isPart ? std::optional(facts) : std::nullopt;
+  CPLErrorReset();
+  const char* const drivers[] = {"GTiff", nullptr};
+  const char* const others[] = {nullptr};  // otherwise the folder would be searched for each part
+  GDALDatasetUniquePtr raster(
+      GDALDataset::Open(file.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY, drivers, nullptr, others));
+  return CPLGetLastErrorType() == CE_None ? std::move(raster) : nullptr;
 }
 
-// The raster of a part. Null when it cannot be opened or is not as it was published.
-GDALDatasetUniquePtr OpenRaster(const fs::path& file, const CPLJSONObject& facts) {
-  const CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);
-  const char* const drivers[] = {"GTiff", nullptr};
-  GDALDatasetUniquePtr raster(
-      GDALDataset::Open(file.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY, drivers));
-  std::error_code ignored;
-  const bool isWhole =
-      raster && raster->GetRasterXSize() == facts.GetInteger("columns") &&
-      raster->GetRasterYSize() == facts.GetInteger("rows") &&
-      raster->GetRasterCount() == facts.GetArray("bands").Size() &&
-      static_cast<GInt64>(fs::file_size(file, ignored)) == facts.GetLong("raster_bytes");
-  return isWhole ? std::move(raster) : nullptr;
+// The facts of a part. None when the file is not a whole part.
+std::optional<CPLJSONObject> ReadFacts(const fs::path& file) {
+  const GDALDatasetUniquePtr raster = OpenRaster(file);
+  const char* const text = raster ? raster->GetMetadataItem(kFacts, kDomain) : nullptr;
+  CPLJSONDocument document;
+  if (!text || !document.LoadMemory(text)) return std::nullopt;
+  const CPLJSONObject facts = document.GetRoot();
+  const bool isPart = facts.GetString("part") == file.filename() &&
+                      FindDataMode(facts.GetString("mode")) != nullptr &&
+                      raster->GetRasterXSize() == facts.GetInteger("columns") &&
+                      raster->GetRasterYSize() == facts.GetInteger("rows") &&
+                      raster->GetRasterCount() == facts.GetArray("bands").Size();
+  return isPart ? std::optional(facts) : std::nullopt;
 }
 
 // "2,5-7", the form in which schedulers take the tasks of an array.
@@ -198,13 +185,11 @@ std::vector<CPLJSONObject> ReadParts(const fs::path& folder, int count) {
   int firstPart = 0;
   std::map<std::string, std::vector<int>> faults;
   for (int number = 1; number <= count; ++number) {
-    const std::string stem = (folder / StemOf({number, count})).string();
-    const std::optional<CPLJSONObject> facts = ReadFacts(stem + ".json");
+    const fs::path file = folder / NameOf({number, count});
+    const std::optional<CPLJSONObject> facts = ReadFacts(file);
     std::string fault;
     if (!facts)
-      fault = "missing";
-    else if (!OpenRaster(stem + ".tif", *facts))
-      fault = "broken";
+      fault = fs::exists(file) ? "broken" : "missing";
     else if (parts.empty())
       firstPart = number;
     else if (fault = Difference(*facts, parts.front()); !fault.empty())
@@ -249,8 +234,7 @@ void WriteMosaic(const fs::path& file, const fs::path& folder,
   const GdalFailures failures;
   const DataMode& mode = *FindDataMode(report.mode);
   const int count = static_cast<int>(parts.size());
-  const auto rasterOf = [count](int number) { return StemOf({number, count}) + ".tif"; };
-  const GDALDatasetUniquePtr first = OpenRaster(folder / rasterOf(1), parts.front());
+  const GDALDatasetUniquePtr first = OpenRaster(folder / NameOf({1, count}));
   GDALDatasetUniquePtr mosaic(GetGDALDriverManager()->GetDriverByName("VRT")->Create(
       file.c_str(), report.grid.columns, report.grid.rows, static_cast<int>(report.bands.size()),
       mode.type, nullptr));
@@ -267,11 +251,11 @@ void WriteMosaic(const fs::path& file, const fs::path& folder,
       int row = 0;
       for (int number = 1; number <= count; ++number) {
         const int rows = parts[static_cast<std::size_t>(number) - 1].GetInteger("rows");
-        target.SetMetadataItem(
-            ("source_" + std::to_string(number - 1)).c_str(),
-            SourceXml(folder.filename() / rasterOf(number), band, report.grid.columns, row, rows)
-                .c_str(),
-            "new_vrt_sources");
+        target.SetMetadataItem(("source_" + std::to_string(number - 1)).c_str(),
+                               SourceXml(folder.filename() / NameOf({number, count}), band,
+                                         report.grid.columns, row, rows)
+                                   .c_str(),
+                               "new_vrt_sources");
         row += rows;
       }
     }
@@ -281,9 +265,28 @@ void WriteMosaic(const fs::path& file, const fs::path& folder,
     throw Failure("cannot write " + report.output + ": " + failures.First());
 }
 
+// Reads an element through the mosaic. Throws Failure when GDAL does not find the parts by their
+// names, which differ in nothing but numbers. The file is not yet at its place, the target.
+void ReadBackMosaic(const fs::path& file, const fs::path& target) {
+  const GdalFailures failures;
+  CPLStringList options;
+  options.SetNameValue("ROOT_PATH", CPLGetPath(target.c_str()));
+  const GDALDatasetUniquePtr mosaic(GDALDataset::Open(
+      file.c_str(), GDAL_OF_RASTER | GDAL_OF_VERBOSE_ERROR, nullptr, options.List()));
+  std::array<double, 2> element = {};
+  if (!mosaic || mosaic->RasterIO(GF_Read, 0, 0, 1, 1, element.data(), 1, 1, GDT_CFloat64, 1,
+                                  nullptr, 0, 0, 0, nullptr) != CE_None)
+    throw Failure("cannot write " + target.string() +
+                  ": it does not read back: " + failures.First());
+}
+
 // The rows of a block in the TIFF that a run of the whole output would make with these options.
 int BlockRowsOf(const Session& session, const OutputFormat& format, const Job& job) {
   CPLStringList options = CreationOptions(format, job.creationOptions);
+  const char* const profile = options.FetchNameValueDef("PROFILE", "GDALGeoTIFF");
+  if (!EQUAL(profile, "GDALGeoTIFF"))
+    throw Failure(std::string("-co=PROFILE=") + profile +
+                  ": parts keep facts for the join in metadata, which need GDALGeoTIFF");
   options.SetNameValue("SPARSE_OK", "TRUE");  // otherwise the whole file would be filled in memory
   const GdalFailures failures;
   GDALDatasetUniquePtr tiff(format.driver->Create(
@@ -301,30 +304,19 @@ int BlockRowsOf(const Session& session, const OutputFormat& format, const Job& j
 }  // namespace
 
 Part::Part(const Job& job, const std::string& command, const OutputFormat& format, Session& session)
-    : output_(job.files.at(session.OutputStream())), number_(*job.part), overwrite_(job.overwrite) {
-  folder_ = FolderOfParts(ResolveOutput(output_, true));
-  raster_ = folder_ / (StemOf(number_) + ".tif");
-  facts_ = folder_ / (StemOf(number_) + ".json");
-  CountOfParts(folder_, number_.count);
-  RefuseOwnInputs(session);
-  common_.Add("part", StemOf(number_));
+    : number_(*job.part), overwrite_(job.overwrite) {
+  const fs::path folder = FolderOfParts(ResolveOutput(job.files.at(session.OutputStream()), true));
+  raster_ = folder / NameOf(number_);
+  CountOfParts(folder, number_.count);
+  common_.Add("part", NameOf(number_));
   common_.Add("version", LUMOMIXCALC_VERSION);
   common_.Add("command", Utf8(command));
-  common_.Add("inputs", FactsOfInputs(session));
+  common_.Add("inputs", InputsText(session));
   LimitRows(job, format, session);
 }
 
 std::string Part::Option() const {
   return "-part=" + std::to_string(number_.number) + "/" + std::to_string(number_.count);
-}
-
-// An input in the folder of the parts would change while the parts are made.
-void Part::RefuseOwnInputs(const Session& session) const {
-  for (const InputFiles& input : session.Files())
-    for (const std::string& file : input.files)
-      if (IsSameFile(fs::absolute(file).parent_path(), folder_))
-        throw Failure("the input " + input.name + " has files in " + folder_.string() +
-                      ", the place of the parts of " + output_ + "; choose another name");
 }
 
 void Part::LimitRows(const Job& job, const OutputFormat& format, Session& session) {
@@ -348,29 +340,16 @@ void Part::LimitRows(const Job& job, const OutputFormat& format, Session& sessio
 }
 
 std::optional<RunReport> Part::ReportIfDone() const {
-  const std::optional<CPLJSONObject> facts = ReadFacts(facts_);
-  if (overwrite_ || !facts) return std::nullopt;
-  if (const std::string difference = Difference(*facts, common_); !difference.empty())
-    throw Failure(facts_.string() + ", which is there, is " + difference +
+  if (overwrite_ || !fs::exists(fs::symlink_status(raster_))) return std::nullopt;
+  const std::optional<CPLJSONObject> facts = ReadFacts(raster_);
+  const std::string difference = facts ? Difference(*facts, common_) : "no whole part";
+  if (!difference.empty())
+    throw Failure(raster_.string() + ", which is there, is " + difference +
                   "; -overwrite makes the part again");
-  if (!OpenRaster(raster_, *facts)) return std::nullopt;
   return ReportOf(*facts);
 }
 
-void Part::MakeFolder() const {
-  std::error_code error;
-  fs::create_directory(folder_, error);
-  if (error)
-    throw Failure("cannot write " + output_ + ": cannot make the folder " + folder_.string() +
-                  ": " + error.message());
-}
-
-void Part::Withdraw() const {
-  std::error_code ignored;
-  fs::remove(facts_, ignored);
-}
-
-void Part::Publish(const RunReport& report) const {
+void Part::StoreFacts(const RunReport& report, GDALDataset& raster) const {
   CPLJSONDocument document;
   static_cast<void>(document.LoadMemory(ReportAsJson(report)));
   CPLJSONObject facts = document.GetRoot();
@@ -383,10 +362,7 @@ void Part::Publish(const RunReport& report) const {
     bands[i].Add("sum_terms", AsJson(valid.sum));
     bands[i].Add("square_terms", AsJson(valid.squares));
   }
-  facts.Add("raster_bytes", static_cast<GInt64>(fs::file_size(raster_)));
-  ReportFile file(facts_, true, {}, raster_);
-  file.Write(document.SaveAsString() + "\n");
-  file.Publish();
+  raster.SetMetadataItem(kFacts, document.SaveAsString().c_str(), kDomain);
 }
 
 RunReport JoinParts(const std::string& name, const Job& job) {
@@ -415,7 +391,9 @@ RunReport JoinParts(const std::string& name, const Job& job) {
   }
 
   Publication publication(target, job.overwrite, {});
-  WriteMosaic(publication.Folder() / target.filename(), folder, parts, report);
+  const fs::path file = publication.Folder() / target.filename();
+  WriteMosaic(file, folder, parts, report);
+  ReadBackMosaic(file, target);
   if (reportFile) reportFile->Write(ReportAsJson(report));
   publication.Publish();
   if (reportFile) reportFile->Publish();

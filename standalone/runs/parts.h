@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cpl_json.h>
+#include <gdal_priv.h>
 
 #include <filesystem>
 #include <optional>
@@ -13,15 +14,15 @@
 
 namespace lumomixcalc::standalone {
 
-// One of N bands of rows of an output, made by a separate run. For an output NAME.vrt it consists
-// of the raster NAME.parts/K-of-N.tif and the file K-of-N.json, with the part's report and the
-// facts that JoinParts needs. The JSON file is published last: a part exists when this file exists.
+// One of N bands of rows of an output, made by a separate run: for an output NAME.vrt the TIFF
+// NAME.parts/K-of-N.tif. Its metadata hold the facts that JoinParts needs, with the report of the
+// part, so that they cannot belong to other pixels.
 class Part {
  public:
   // Limits the session to the rows of job.part. Parts begin and end at boundaries between blocks of
   // the TIFF that a run of the whole output would make, so that lossy compression gives the same
-  // elements. Throws Failure when there are more parts than rows of blocks, or when the folder
-  // holds parts of another count or other files.
+  // elements. Throws Failure when there are more parts than rows of blocks, when the folder
+  // holds parts of another count, or when a creation option leaves out GDAL's metadata.
   Part(const Job& job, const std::string& command, const OutputFormat& format, Session& session);
 
   // The option "-part=K/N".
@@ -29,30 +30,19 @@ class Part {
 
   const std::filesystem::path& Raster() const { return raster_; }
 
-  // The report of the part if it exists and is whole. None when it must be made. Throws Failure
-  // when the existing part is of another command or of other inputs, unless job.overwrite is set.
+  // The report of the part if it exists. None when it must be made. Throws Failure when the file is
+  // of another command, of other inputs or not a whole part, unless job.overwrite is set.
   std::optional<RunReport> ReportIfDone() const;
 
-  // Makes the folder of the parts. Throws Failure.
-  void MakeFolder() const;
-
-  // Removes the JSON file of a part that is replaced, so that the part counts as missing. Call it
-  // before the new raster is published.
-  void Withdraw() const;
-
-  // Publishes the JSON file after the raster. Throws Failure.
-  void Publish(const RunReport& report) const;
+  // Stores the facts in the metadata of the part's raster.
+  void StoreFacts(const RunReport& report, GDALDataset& raster) const;
 
  private:
-  void RefuseOwnInputs(const Session& session) const;
   void LimitRows(const Job& job, const OutputFormat& format, Session& session);
 
-  std::string output_;
   PartNumber number_;
   bool overwrite_;
-  std::filesystem::path folder_;
   std::filesystem::path raster_;
-  std::filesystem::path facts_;  // the JSON file
   // The facts that are known before the part is made. All parts have the same, except the name.
   CPLJSONObject common_;
 };

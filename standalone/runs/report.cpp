@@ -90,7 +90,7 @@ std::string ReportAsJson(const RunReport& report) {
 
 ReportFile::ReportFile(const std::string& path, bool overwrite,
                        const std::vector<InputFiles>& inputs, const fs::path& output)
-    : path_(path) {
+    : path_(path), overwrite_(overwrite) {
   if (path == "-") return;
   const fs::path target = FollowLinks(path);
   if (IsSameFile(target, output)) Fail("it is the output");
@@ -101,12 +101,8 @@ ReportFile::ReportFile(const std::string& path, bool overwrite,
   }
   file_ = path;
   std::error_code error;
-  const fs::file_status status = fs::status(path, error);
-  if (fs::is_directory(status)) Fail("it is a folder");
-  if (fs::exists(status) && !fs::is_regular_file(status)) return;
-  if (fs::exists(status) && !overwrite) Fail("it exists already; -overwrite replaces it");
-  publication_.emplace(target, overwrite, std::vector<InputFiles>(), Publication::Content::kText);
-  file_ = publication_->Folder() / target.filename();
+  isSpecial_ = fs::is_other(fs::status(path, error));
+  if (!isSpecial_) file_ = ResolveOutput(path, overwrite);
 }
 
 void ReportFile::Fail(const std::string& reason) const {
@@ -115,7 +111,11 @@ void ReportFile::Fail(const std::string& reason) const {
   throw Failure("cannot write the " + place + ": " + reason);
 }
 
-void ReportFile::Write(const std::string& text) const {
+void ReportFile::Write(const std::string& text) {
+  if (!file_.empty() && !isSpecial_) {
+    publication_.emplace(file_, overwrite_, std::vector<InputFiles>(), Publication::Content::kText);
+    file_ = publication_->Folder() / file_.filename();
+  }
   std::FILE* const stream = file_.empty() ? stdout : std::fopen(file_.c_str(), "we");
   if (!stream) Fail(std::strerror(errno));
   std::string problem;

@@ -47,7 +47,7 @@ class ReportFile {
              const std::filesystem::path& output);
 
   // Writes the text. A file appears only after Publish. Throws Failure.
-  void Write(const std::string& text) const;
+  void Write(const std::string& text);
 
   // Moves a file to its place. Throws Failure.
   void Publish();
@@ -55,7 +55,9 @@ class ReportFile {
  private:
   [[noreturn]] void Fail(const std::string& reason) const;
 
-  std::string path_;                        // as the user gave it
+  std::string path_;  // as the user gave it
+  bool overwrite_;
+  bool isSpecial_ = false;                  // a device or pipe
   std::filesystem::path file_;              // the file that is written, empty for standard output
   std::optional<Publication> publication_;  // for a regular file
 };

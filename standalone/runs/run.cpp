@@ -12,6 +12,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "standalone/base/messages.h"
@@ -162,10 +163,10 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
   RunReport report = PlannedReport(session, job, format, command);
   if (job.checkOnly) return report;
 
-  if (part) part->MakeFolder();
+  if (part) std::filesystem::create_directory(target.parent_path());
   RasterOutput output({target, format, &session.Mode(), job.creationOptions, report.grid.columns,
-                       report.grid.rows, static_cast<int>(report.bands.size()),
-                       job.overwrite || part, session.Files()});
+                       report.grid.rows, static_cast<int>(report.bands.size()), job.overwrite,
+                       session.Files(), part.has_value()});
   Describe(session, part ? command + " " + part->Option() : command, outputName, output.Dataset());
   if (const auto& value = report.noData; value && !output.DeclareNoData(*value))
     Warn(outputName + " cannot declare a no-data value; " + ShortestText(*value) +
@@ -178,9 +179,12 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
   // If the report cannot be written, the run fails before the output is published. After that the
   // report is only renamed, which rarely fails.
   if (reportFile) reportFile->Write(ReportAsJson(report));
-  if (part) part->Withdraw();
+  if (part) {
+    // Another run may have made the same part in the meantime.
+    if (const std::optional<RunReport> done = part->ReportIfDone()) return *done;
+    part->StoreFacts(report, output.Dataset());
+  }
   output.Publish(control.stop);
-  if (part) part->Publish(report);
   if (reportFile) reportFile->Publish();
   for (const RunInput& input : session.Inputs())
     for (const std::string& loss : input.raster->Losses()) Warn(loss);
@@ -206,6 +210,8 @@ RunReport RunBatch(const Job& job, const std::string& command, HostState& host,
     throw Failure("there is not enough memory to make " + output);
   } catch (const std::filesystem::filesystem_error& error) {
     throw Failure("cannot write " + output + ": " + error.code().message());
+  } catch (const std::system_error& error) {
+    throw Failure("cannot start a thread to make " + output + ": " + error.code().message());
   }
 }
 

@@ -78,6 +78,10 @@ class Faults(harness.ProgramTest):
         os.remove(self.a)
         self.refused("mosaic.vrt", self.path("mosaic.vrt"), self.out, COPY)
 
+    def test_no_thread(self):
+        self.refused("cannot start a thread", self.a, self.out, COPY,
+                     preexec_fn=limit(STACK=1 << 46))
+
     def test_forbidden_places(self):
         # Root must obey file permissions, too.
         bound = ["setpriv", "--bounding-set=-dac_override,-dac_read_search"]

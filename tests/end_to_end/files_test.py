@@ -257,13 +257,15 @@ class CommandLines(FileTest):
 
     def test_a_check_refuses_what_a_run_does_and_makes_nothing(self):
         write(self.out, RAMP[0])
-        before, new = self.files(), self.path("new.vrt")
+        before, new, report = self.files(), self.path("new.vrt"), f"-stats={self.path('new.json')}"
+        changed = os.stat(self.folder).st_mtime_ns
         for wrong in (self.path("none"), self.out), (self.a, self.out), (self.a, new, "-part=1/2"):
             sentence = run(*wrong, ADD_1).stderr.strip().removeprefix("lumomixcalc: ")
             self.refused(sentence, *wrong, ADD_1, "-check")
-        for right in (self.a, self.out, "-overwrite", "-clamp"), (self.a, new, "-part=1/1"):
-            self.assertEqual(self.done(*right, ADD_1, "-check").stdout, "")
-        self.assertEqual(self.files(), before)
+        for a, out, *right in ((self.a, self.out, "-overwrite", "-clamp", report),
+                               (self.a, new, "-part=1/1", "-quiet")):
+            self.assertEqual(self.done(a, out, *right, ADD_1, "-check").stdout, out + "\n")
+        self.assertEqual((self.files(), os.stat(self.folder).st_mtime_ns), (before, changed))
 
     def test_wrong_ones_are_told_in_one_sentence(self):
         a, b, out, many = self.a, self.b, self.out, "1" * 40_000

@@ -89,13 +89,11 @@ class Parts(harness.ProgramTest):
 
     def test_only_what_is_missing_is_computed(self):
         command = self.a, "-operator=a1b"
-        self.assertEqual(len(self.make(3, *command)), 6)
+        self.assertEqual(len(self.make(3, *command)), 3)
         self.assertEqual(self.make(3, *command), set())
-        os.truncate(self.part("2-of-3.json"), 9)
-        os.truncate(self.part("3-of-3.tif"), 50000)
-        self.assertEqual(self.make(3, *command),
-                         {f"{k}-of-3.{end}" for k in (2, 3) for end in ("tif", "json")})
-        self.assertEqual(len(self.make(3, *command, "-overwrite")), 6)
+        os.remove(self.part("2-of-3.tif"))
+        self.assertEqual(self.make(3, *command), {"2-of-3.tif"})
+        self.assertEqual(len(self.make(3, *command, "-overwrite")), 3)
         self.done(f"-join={self.mosaic}")
         self.refused("exists already", f"-join={self.mosaic}")
 
@@ -103,22 +101,39 @@ class Parts(harness.ProgramTest):
         command, join = (self.a, "-operator=a1b", self.mosaic), f"-join={self.mosaic}"
         self.refused("35 rows in blocks of 16, enough for 3 parts", "-part=1/4", *command, *TILES)
         self.refused("there are no parts of", join)
-        os.mkdir(self.folder_of_parts)
-        os.link(self.a, self.part("thesis.tif"))
-        self.refused("holds thesis.tif and no parts", "-part=1/2", *command, "-overwrite")
-        self.refused("holds thesis.tif and no parts", join, "-overwrite")
-        os.remove(self.part("thesis.tif"))
+        self.refused("-co=PROFILE=BASELINE", "-part=1/4", *command, "-co=PROFILE=BASELINE")
 
         self.make(4, *command[:2])
+        self.done(join)
         for told, *arguments in (
-                ("4-of-4.json, which is there, is of another command", "-part=4/4", *command, "-a=2"),
+                ("4-of-4.tif, which is there, is of another command", "-part=4/4", *command, "-a=2"),
                 ("which is none of 5 parts", "-part=1/5", *command),
-                ("has files in", "-part=1/4", self.part("1-of-4.tif"), *command[1:], "-overwrite")):
+                ("belongs to the input", "-part=1/4", self.mosaic, *command[1:], "-overwrite")):
             self.refused(told, *arguments)
+        os.remove(self.mosaic)
         os.utime(self.a)
         self.refused("of inputs that changed since", "-part=1/4", *command)
         self.done("-part=4/4", *command, "-overwrite")
-        os.remove(self.part("1-of-4.json"))
-        os.truncate(self.part("2-of-4.tif"), 50000)
-        self.refused("part 2 of 4 is broken; part 1 of 4 is missing; part 4 of 4 is of other inputs, "
-                     "or of inputs that changed since, unlike part 3", join)
+        os.remove(self.part("1-of-4.tif"))
+        whole = Path(self.part("2-of-4.tif"))
+        for bytes_ in (whole.stat().st_size - 1, 50_000, 0):
+            os.truncate(whole, bytes_)
+            self.refused("part 2 of 4 is broken; part 1 of 4 is missing; part 4 of 4 is of other "
+                         "inputs, or of inputs that changed since, unlike part 3", join)
+        shutil.copy(self.a, whole)
+        self.refused("2-of-4.tif, which is there, is no whole part", "-part=2/4", *command)
+        os.rename(whole, f"{whole}.ovr")
+        self.refused("2-of-4.tif.ovr", "-part=2/4", *command)
+
+    def test_a_part_and_its_facts_cannot_be_of_different_commands(self):
+        other = self.path("other.vrt")
+        for number in 1, 2:
+            self.done(f"-part={number}/2", self.a, self.mosaic, "-operator=a1b", "-a=2")
+            self.done(f"-part={number}/2", self.a, other, "-operator=a1b", "-a=3")
+        shutil.move(self.path("other.parts/2-of-2.tif"), self.part("2-of-2.tif"))
+        self.refused("part 2 of 2 is of another command, unlike part 1", f"-join={self.mosaic}")
+
+    def test_a_mosaic_whose_parts_are_not_found_by_their_names_is_refused(self):
+        for name in "back\\slash.vrt", " blank.vrt", "bell\a.vrt":
+            self.done("-part=1/1", self.a, self.path(name), "-operator=a1b")
+            self.refused("does not read back", f"-join={self.path(name)}")

@@ -88,13 +88,13 @@ class Slurm(harness.ProgramTest):
         noise = np.random.default_rng(1).normal(size=(1024, 1024))
         harness.write(self.a, noise.astype(np.complex64))
         # A codec that is slow enough for a part to be stopped at work.
-        options = "-operator=1+b_pow_a", "-a=0.5:1", "-co=COMPRESS=LZMA"
+        options = "-operator=1+b_pow_a", "-a=0.5:1", "-co", "COMPRESS=LZMA"
         report = self.done(self.a, self.out, *options).stdout
         submission = "16", "--time=5", "--", self.a, self.path("out.vrt"), *options
         _, array, _, join = self.call(SUBMIT, *submission).stdout.replace(",", "").split()
         part = self.wait_for("part that is being written", self.stop_a_part)
         self.call("scontrol", "requeue", f"{array}_{part}")
-        self.assertFalse(os.path.exists(self.path(f"out.parts/{part}-of-16.json")))
+        self.assertFalse(os.path.exists(self.path(f"out.parts/{part}-of-16.tif")))
         self.wait_for("end of the jobs", lambda: not self.jobs())
         print(*(path.read_text() for path in Path(self.folder).glob("slurm-*.out")))
         np.testing.assert_array_equal(harness.read(self.path("out.vrt")), harness.read(self.out))
@@ -103,7 +103,10 @@ class Slurm(harness.ProgramTest):
         new = self.a, self.path("new.vrt"), "-operator=a1+b"
         for arguments in (("0", "--", *new), ("2", "--mem=1", *new), ("2", "--array=1", "--", *new),
                           ("2", "--", "none", *new), ("2", "--", *new, "-a=x"),
-                          ("1025", "--", *new), submission):
+                          ("1025", "--", *new), ("2", "--", *new, "-part=1/2"), submission):
             result = self.call(SUBMIT, *arguments, check=False)
             self.assert_one_sentence(result.stderr.replace("-slurm:", ":", 1), "")
             self.assertEqual([result.returncode > 0, result.stdout, *self.jobs()], [True, ""])
+        self.call(SUBMIT, "16", "--hold", "--", f"-save={self.path('out.vrt')}", "-overwrite", self.a,
+                  *options)
+        self.assertEqual(self.call(SUBMIT, "-help").stderr, "")

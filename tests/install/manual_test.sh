@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks that the manual page, the program's help and the completion name the same options,
+# Checks that the manual pages, the programs' help and the completion name the same options,
 # operators and methods.
 #
 #   manual_test.sh PROGRAM
@@ -19,6 +19,10 @@ for text in help manual; do
   sort -u -o "$work/$text.names" "$work/$text.names"
 done
 diff "$work/help.names" "$work/manual.names" # the help's are marked by <, the manual page's by >
+
+"$root/packaging/slurm/lumomixcalc-slurm" -help | sed -n 's/^Usage: //p' >"$work/usage"
+sed -n '/SYNOPSIS/,/^\.br/s/^\.[BIR]* //p' "$root/docs/lumomixcalc-slurm.1" >"$work/synopsis"
+diff <(tr -d ' \n' <"$work/usage") <(tr -d ' "\\\n' <"$work/synopsis")
 
 # shellcheck source=/dev/null
 source "$root/packaging/lumomixcalc.bash"

@@ -119,6 +119,9 @@ TEST(CommandLines, SayWhatIsWrong) {
   ExpectRefused("-stats=", {"-part=1/2", "a", "o.vrt", "-stats=-"});
   ExpectRefused("-panel", {"-part=1/2", "a", "o.vrt", "-panel"});
   ExpectRefused("-mode=byte: -join= goes with", {"-join=o.vrt", "-mode=byte"});
+  ExpectRefused("-panel: -join= goes with", {"-join=o.vrt", "-panel"});
+  EXPECT_EQ(ReadOptions({"-h", "-join=o.vrt"}, StartAfresh().registration).action,
+            Options::Action::kHelp);
 }
 
 TEST(CommandLines, GiveTheApplicationItsNumbers) {
