@@ -183,6 +183,7 @@ void RasterInput::ApplyMask(int band, const PixelWindow& window, int columns, in
   const GdalFailures failures;
   const auto parts = static_cast<std::size_t>(Parts());
   mask_.resize(Floats(columns, rows) / parts);
+  const std::unique_lock turn = TakeTurn();
   if (Pixels().GetRasterBand(band)->GetMaskBand()->RasterIO(
           GF_Read, window.x, window.y, window.columns, window.rows, mask_.data(), columns, rows,
           GDT_Byte, 0, 0, nullptr) != CE_None ||
@@ -209,11 +210,11 @@ void RasterInput::Transfer(int band, const PixelWindow& window, int columns, int
   if (uncompressedRows_) {
     reason = uncompressedRows_->Read(band, window.y, rows, out, type);
   } else {
+    const std::unique_lock turn = TakeTurn();
     const CPLErr result = Pixels().GetRasterBand(band)->RasterIO(
         GF_Read, window.x, window.y, window.columns, window.rows, out, columns, rows, type, 0, 0,
         nullptr);
     if (result != CE_None || failures.Any()) reason = failures.First();
-    RefuseShortFile();  // the file may have been cut after it was opened
   }
   if (!reason.empty())
     throw Failure("cannot read " + Describe() + ", band " + std::to_string(band) + ", from row " +

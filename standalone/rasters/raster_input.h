@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <span>
 #include <string>
@@ -47,6 +48,9 @@ class RasterInput {
 
   // "name (label)".
   std::string Describe() const { return name_ + " (" + label_ + ")"; }
+
+  // Makes this and other inputs read with GDAL by turns. The mutex must outlive this.
+  void ReadUnder(std::mutex& turn) { turn_ = &turn; }
 
   // Chooses what Read reads and prepares for it. Unless the rules say keepNoData, elements that are
   // no data, by their value or by the band's mask, are read as NaN, and coarser pixels are computed
@@ -101,11 +105,15 @@ class RasterInput {
                       const float* elements);
   void Resample(const PixelWindow& source, const PixelWindow& wanted, int rows, float* out);
   void RefuseShortFile() const;
+  std::unique_lock<std::mutex> TakeTurn() const {
+    return turn_ ? std::unique_lock(*turn_) : std::unique_lock<std::mutex>();
+  }
 
   std::string label_;
   std::string name_;
   CPLStringList openOptions_;
   GDALDatasetUniquePtr dataset_;
+  std::mutex* turn_ = nullptr;      // set by ReadUnder
   GDALDatasetUniquePtr resampled_;  // the same raster, opened for a coarser resolution
   const DataMode* mode_ = nullptr;
   OutputGrid grid_;

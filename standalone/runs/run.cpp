@@ -173,6 +173,7 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
   session.SelectInputs();
   SizeBlockCache(session, output);
   Compute(session, output, control, report);
+  session.RefuseChangedInputs();
   report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 
   // If the report cannot be written, the run fails before the output is published. After that the

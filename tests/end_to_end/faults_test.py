@@ -157,6 +157,7 @@ class MidRun(harness.ProgramTest):
         for status, named, disturb in (
                 *((-n, signal.strsignal(n), lambda run, n=n: run.send_signal(n)) for n in SIGNALS),
                 (GIVEN_UP, self.out, lambda _: shutil.rmtree(*self.temporary_folders())),
+                (GIVEN_UP, "big.hdr of the input", lambda _: os.utime(self.path("big.hdr"))),
                 (GIVEN_UP, self.big, lambda _: os.truncate(self.big, 4 * 2000))):
             process = self.start("-overwrite")
             disturb(process)
