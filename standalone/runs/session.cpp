@@ -200,15 +200,27 @@ void Session::Process(int rows, IPOutputStats& record) {
   }
 }
 
-bool Session::RowHasImaginaryParts() {
+bool Session::RowsHaveImaginaryParts(int rows) {
   const int outputMode = host_.outputMode;
-  std::vector<float> results(2 * static_cast<std::size_t>(ProcessedGrid().columns));
-  SetBlockData(OutputStream(), results.data());
+  const auto before = host_.streams;
+  const auto columns = static_cast<std::size_t>(ProcessedGrid().columns);
+  std::vector<float> results(2 * columns);
   Prepare(FindDataMode("cfloat32")->code);
-  IPOutputStats ofTheRow = {};
-  ProcessRow(ofTheRow);
+  IPOutputStats ignored = {};
+  bool found = false;
+  for (int i = 0; i < rows && !found; ++i) {
+    for (const RunInput& input : inputs_) {
+      const std::size_t floats = columns * static_cast<std::size_t>(input.raster->Parts());
+      SetBlockData(input.stream,
+                   before.at(input.stream).blockData + static_cast<std::size_t>(i) * floats);
+    }
+    SetBlockData(OutputStream(), results.data());
+    ProcessRow(ignored);
+    found = HasImaginaryPart(results.data(), columns);
+  }
   Prepare(outputMode);
-  return HasImaginaryPart(results.data(), results.size() / 2);
+  host_.streams = before;
+  return found;
 }
 
 void Session::CleanUp() {

@@ -87,10 +87,10 @@ class Session {
   // depends on the size of blocks. Throws Desisted.
   void Process(int rows, IPOutputStats& record);
 
-  // Whether the results of the first row in the inputs' buffers would have imaginary parts in a
-  // complex output. Prepares the application for one, has it process the row into another buffer,
+  // Whether the results of the first rows in the inputs' buffers would have imaginary parts in a
+  // complex output. Prepares the application for one, has it process the rows into another buffer,
   // and prepares it as before. For a real mode, with the inputs' buffers set. Throws Desisted.
-  bool RowHasImaginaryParts();
+  bool RowsHaveImaginaryParts(int rows);
 
   // Has the application clean up. Further calls do nothing.
   void Finish();

@@ -59,7 +59,7 @@ class Faults(harness.ProgramTest):
                 self.refused(out, *arguments, preexec_fn=limit(FSIZE=bytes_))
 
     def test_input_cut_short_or_overwritten(self):
-        for file, driver, *options in LAYOUTS:
+        for file, driver, *options in (*LAYOUTS, ("pci.pix", "PCIDSK")):
             damaged = self.path(file)
             write(damaged, self.noise, *options, format=driver)
             whole = Path(damaged).read_bytes()
