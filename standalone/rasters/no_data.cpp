@@ -12,14 +12,6 @@ namespace {
 
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 
-// A double outside a float's range becomes an infinity, as when GDAL converts pixels.
-float AsFloat(double value) {
-  constexpr double kLargest = std::numeric_limits<float>::max();
-  if (value > kLargest) return std::numeric_limits<float>::infinity();
-  if (value < -kLargest) return -std::numeric_limits<float>::infinity();
-  return static_cast<float>(value);
-}
-
 // The nearest integer, or the even one of two equally near integers: near 1.5 * 2^52 a double has
 // no fraction. This is inline, while nearbyint is a function call on the oldest processors. Numbers
 // beyond 2^51 may come back inexactly, but they stay outside the range of every integer mode.
@@ -107,7 +99,7 @@ std::optional<double> DeclaredNoData(GDALRasterBand& band) {
 }
 
 void MaskNoData(std::span<float> values, bool complex, double noData) {
-  const float value = AsFloat(noData);
+  const auto value = static_cast<float>(noData);
   if (!complex) {
     for (float& element : values) element = element == value ? kNan : element;
     return;

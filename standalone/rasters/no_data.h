@@ -23,7 +23,7 @@ bool IsNoData(Number real, Number imaginary, Number noData) {
 }
 
 // Replaces no-data elements by NaN, complex ones in both parts. Values are compared in single
-// precision, as the application sees them.
+// precision, as the application sees them: noData is rounded as elements are.
 void MaskNoData(std::span<float> values, bool complex, double noData);
 
 // The no-data value of an output in an integer mode: `declared` when the mode can hold it,

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "standalone/rasters/input_files.h"
+
 namespace lumomixcalc::standalone {
 
 // The place of a file after following symbolic links, including one whose file does not exist yet.
@@ -16,12 +18,6 @@ std::filesystem::path ResolveOutput(const std::string& path, bool overwrite);
 
 // Whether both paths lead to the same file, or would lead to it if it existed.
 bool IsSameFile(const std::filesystem::path& one, const std::filesystem::path& other);
-
-// The name of an input and the names of all files that it consists of.
-struct InputFiles {
-  std::string name;
-  std::vector<std::string> files;
-};
 
 // A hidden folder in the folder of an output, named ".lumomixcalc-" and six characters. The
 // files of the output are made there under their final names and moved out when all are complete.

@@ -7,8 +7,10 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <fstream>
 #include <limits>
 #include <span>
+#include <type_traits>
 
 #include "standalone/base/messages.h"
 #include "standalone/base/numbers.h"
@@ -41,12 +43,31 @@ bool IsSignedByte(GDALRasterBand& band) {
   return band.GetRasterDataType() == GDT_Byte && pixelType && EQUAL(pixelType, "SIGNEDBYTE");
 }
 
-// Whether elements of this type may have been rounded to these floats. Integers up to 2^24 are not.
-bool MayBeRounded(GDALDataType type, std::span<const float> elements) {
-  constexpr float kExactIntegers = 0x1p24F;
-  return GDALDataTypeUnion(type, GDT_CFloat32) != GDT_CFloat32 &&
-         (GDALDataTypeIsFloating(type) ||
-          std::ranges::any_of(elements, [](float x) { return std::abs(x) >= kExactIntegers; }));
+// Whether the float is the number, NaN included. Doubles do not hold all integers of 64 bits.
+template <typename Exact>
+bool Holds(float held, Exact exact) {
+  using Common =
+      std::conditional_t<std::is_integral_v<Exact> && sizeof(Exact) == 8, long double, double>;
+  return static_cast<Common>(held) == static_cast<Common>(exact) || exact != exact;
+}
+
+// "0.1 is taken as 0.10000000149011612" for the first number other than except that its float does
+// not hold, or an empty text.
+template <typename Exact>
+std::string FirstLoss(std::span<const Exact> exact, const float* floats,
+                      const std::optional<double>& except) {
+  unsigned any = 0;  // the loop has no branch, so that it becomes vector instructions
+  for (std::size_t i = 0; i < exact.size(); ++i) any |= Holds(floats[i], exact[i]) ? 0U : 1U;
+  for (std::size_t i = 0; any != 0 && i < exact.size(); ++i) {
+    if (Holds(floats[i], exact[i]) || static_cast<double>(exact[i]) == except) continue;
+    std::string text;
+    if constexpr (std::is_integral_v<Exact>)
+      text = std::to_string(exact[i]);
+    else
+      text = ShortestText(exact[i]);
+    return text + " is taken as " + ShortestText(static_cast<double>(floats[i]));
+  }
+  return "";
 }
 
 // Sets all parts of an element to NaN if one part is NaN. Returns whether there is such an element.
@@ -164,11 +185,20 @@ bool RasterInput::HasMask(int band) const {
 // data.
 void RasterInput::ReadElements(int band, const PixelWindow& window, int columns, int rows,
                                float* out) {
-  Transfer(band, window, columns, rows, out, Mode().FloatType());
   const GDALDataType type = Pixels().GetRasterBand(band)->GetRasterDataType();
   const std::span elements(out, Floats(columns, rows));
-  if (lostDigits_.empty() && MayBeRounded(type, elements))
-    FindLostDigits(band, window, columns, rows, out);
+  if (GDALDataTypeUnion(type, GDT_CFloat32) == GDT_CFloat32)
+    Transfer(band, window, columns, rows, out, Mode().FloatType());
+  else if (Mode().complex)
+    ReadRounded<double>(band, window, columns, rows, out, GDT_CFloat64);
+  else if (type == GDT_Int32)
+    ReadRounded<std::int32_t>(band, window, columns, rows, out, type);
+  else if (type == GDT_Int64)
+    ReadRounded<std::int64_t>(band, window, columns, rows, out, type);
+  else if (type == GDT_UInt64)
+    ReadRounded<std::uint64_t>(band, window, columns, rows, out, type);
+  else
+    ReadRounded<double>(band, window, columns, rows, out, GDT_Float64);
   if (IsSignedByte(*Pixels().GetRasterBand(band)))
     for (float& element : elements)
       if (element > 127) element -= 256;
@@ -183,6 +213,7 @@ void RasterInput::ApplyMask(int band, const PixelWindow& window, int columns, in
   const GdalFailures failures;
   const auto parts = static_cast<std::size_t>(Parts());
   mask_.resize(Floats(columns, rows) / parts);
+  const std::unique_lock turn = TakeTurn();
   if (Pixels().GetRasterBand(band)->GetMaskBand()->RasterIO(
           GF_Read, window.x, window.y, window.columns, window.rows, mask_.data(), columns, rows,
           GDT_Byte, 0, 0, nullptr) != CE_None ||
@@ -209,53 +240,59 @@ void RasterInput::Transfer(int band, const PixelWindow& window, int columns, int
   if (uncompressedRows_) {
     reason = uncompressedRows_->Read(band, window.y, rows, out, type);
   } else {
+    const std::unique_lock turn = TakeTurn();
     const CPLErr result = Pixels().GetRasterBand(band)->RasterIO(
         GF_Read, window.x, window.y, window.columns, window.rows, out, columns, rows, type, 0, 0,
         nullptr);
     if (result != CE_None || failures.Any()) reason = failures.First();
-    RefuseShortFile();  // the file may have been cut after it was opened
   }
   if (!reason.empty())
     throw Failure("cannot read " + Describe() + ", band " + std::to_string(band) + ", from row " +
                   std::to_string(window.y) + ": " + reason);
 }
 
-void RasterInput::FindLostDigits(int band, const PixelWindow& window, int columns, int rows,
-                                 const float* elements) {
-  exact_.resize(Floats(columns, rows));
-  Transfer(band, window, columns, rows, exact_.data(), Mode().complex ? GDT_CFloat64 : GDT_Float64);
+// GDAL would turn doubles beyond the largest float into infinities, even those that round to it.
+template <typename Exact>
+void RasterInput::ReadRounded(int band, const PixelWindow& window, int columns, int rows,
+                              float* out, GDALDataType type) {
+  exact_.resize(Floats(columns, rows) * sizeof(Exact));
+  Transfer(band, window, columns, rows, exact_.data(), type);
+  const std::span exact(reinterpret_cast<const Exact*>(exact_.data()), Floats(columns, rows));
+  std::ranges::transform(exact, out, [](Exact number) { return static_cast<float>(number); });
+  if (!lostDigits_.empty()) return;
   const auto masked = masked_.find(band);
-  for (std::size_t i = 0; i < exact_.size(); ++i) {
-    const double held = elements[i];
-    if (held == exact_[i] || std::isnan(exact_[i])) continue;
-    if (masked != masked_.end() && masked->second == exact_[i]) continue;
-    lostDigits_ = ShortestText(exact_[i]) + " is taken as " + ShortestText(held);
-    return;
-  }
+  lostDigits_ =
+      FirstLoss(exact, out, masked != masked_.end() ? std::optional(masked->second) : std::nullopt);
 }
 
+// Real and imaginary parts are resampled by themselves, because GDAL's methods do not all leave out
+// no data in complex rasters.
 void RasterInput::Resample(const PixelWindow& source, const PixelWindow& wanted, int rows,
                            float* out) {
-  const GDALDataType type = Mode().FloatType();
+  const auto parts = static_cast<std::size_t>(Parts());
+  const int step = Parts() * static_cast<int>(sizeof(float));
   const GdalFailures failures;
   const GDALDatasetUniquePtr memory(GetGDALDriverManager()->GetDriverByName("MEM")->Create(
-      "", source.columns, source.rows, 0, type, nullptr));
-  char address[32] = {};
-  CPLPrintPointer(address, full_.data(), sizeof address - 1);
-  CPLStringList options;
-  options.SetNameValue("DATAPOINTER", address);
-  memory->AddBand(type, options.List());
-  GDALRasterBand& band = *memory->GetRasterBand(1);
+      "", source.columns, source.rows, 0, GDT_Float32, nullptr));
+  for (std::size_t part = 0; part < parts; ++part) {
+    char address[32] = {};
+    CPLPrintPointer(address, &full_[part], sizeof address - 1);
+    CPLStringList options;
+    options.SetNameValue("DATAPOINTER", address);
+    options.SetNameValue("PIXELOFFSET", std::to_string(step).c_str());
+    memory->AddBand(GDT_Float32, options.List());
+  }
   GDALRasterIOExtraArg extra;
   INIT_RASTERIO_EXTRA_ARG(extra);
   extra.eResampleAlg = interpolation_->algorithm;
   const auto resample = [&](float* to) {
-    if (band.RasterIO(GF_Read, wanted.x - source.x, wanted.y - source.y, wanted.columns,
-                      wanted.rows, to, grid_.columns, rows, type, 0, 0, &extra) != CE_None ||
-        failures.Any())
-      throw Failure("cannot resample " + Describe() + ": " + failures.First());
+    for (std::size_t part = 0; part < parts; ++part)
+      if (memory->GetBands()[part]->RasterIO(GF_Read, wanted.x - source.x, wanted.y - source.y,
+                                             wanted.columns, wanted.rows, to + part, grid_.columns,
+                                             rows, GDT_Float32, step, 0, &extra) != CE_None ||
+          failures.Any())
+        throw Failure("cannot resample " + Describe() + ": " + failures.First());
   };
-  const auto parts = static_cast<std::size_t>(Parts());
   const bool missing = !rules_.keepNoData && SpreadNan(full_, parts);
   resample(out);
   if (!missing) return;
@@ -266,13 +303,12 @@ void RasterInput::Resample(const PixelWindow& source, const PixelWindow& wanted,
   constexpr float kMissing = std::numeric_limits<float>::lowest();
   std::ranges::replace_if(
       full_, [](float value) { return std::isnan(value); }, kMissing);
-  band.SetNoDataValue(kMissing);
+  for (GDALRasterBand* const band : memory->GetBands()) band->SetNoDataValue(kMissing);
   std::vector<float> masked(Floats(grid_.columns, rows));
   resample(masked.data());
-  MaskNoData(masked, Mode().complex, kMissing);
-  for (std::size_t i = 0; i < masked.size(); i += parts)
-    if (std::isnan(out[i]) || std::isnan(out[i + parts - 1]))
-      std::copy_n(&masked[i], parts, out + i);
+  MaskNoData(masked, false, kMissing);
+  for (std::size_t i = 0; i < masked.size(); ++i)
+    if (std::isnan(out[i])) out[i] = masked[i];
 }
 
 std::vector<std::string> RasterInput::Losses() const {
@@ -291,21 +327,26 @@ std::vector<std::string> RasterInput::Losses() const {
   return losses;
 }
 
-// GDAL reads the missing end of some raw files as zeros. It refuses only files that lack more than
-// half.
+// GDAL reads the missing end of some files as zeros. Of raw files it refuses only those that lack
+// more than half.
 void RasterInput::RefuseShortFile() const {
-  // A TIFF may omit blocks of zeros, and GDAL itself refuses a truncated one.
+  std::string file = dataset_->GetDescription();
+  std::int64_t claimed = 0;
   GDALDataset::RawBinaryLayout layout;
+  if (EQUAL(dataset_->GetDriverName(), "PCIDSK")) {
+    constexpr std::int64_t kBlockBytes = 512;
+    std::ifstream(file).seekg(16) >> claimed;  // the number of blocks, as text
+    claimed *= kBlockBytes;
+  } else if (!IsTiff(*dataset_) && dataset_->GetRawBinaryLayout(layout)) {
+    // A TIFF may omit blocks of zeros, and GDAL itself refuses a truncated one.
+    file = layout.osRawFilename;
+    claimed = static_cast<std::int64_t>(layout.nImageOffset) + Reach(layout.nBandOffset, Bands()) +
+              Reach(layout.nLineOffset, Rows()) + Reach(layout.nPixelOffset, Columns()) +
+              GDALGetDataTypeSizeBytes(layout.eDataType);
+  }
   VSIStatBufL status;
-  if (IsTiff(*dataset_) || !dataset_->GetRawBinaryLayout(layout) ||
-      VSIStatL(layout.osRawFilename.c_str(), &status) != 0)
-    return;
-  const auto found = static_cast<std::int64_t>(status.st_size);
-  const std::int64_t claimed =
-      static_cast<std::int64_t>(layout.nImageOffset) + Reach(layout.nBandOffset, Bands()) +
-      Reach(layout.nLineOffset, Rows()) + Reach(layout.nPixelOffset, Columns()) +
-      GDALGetDataTypeSizeBytes(layout.eDataType);
-  if (found < claimed)
+  if (claimed == 0 || VSIStatL(file.c_str(), &status) != 0) return;
+  if (const auto found = static_cast<std::int64_t>(status.st_size); found < claimed)
     throw Failure("cannot read " + Describe() + ": the file has " + std::to_string(found) +
                   " bytes, and its header claims " + std::to_string(claimed));
 }

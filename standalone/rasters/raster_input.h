@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <span>
 #include <string>
@@ -48,6 +49,9 @@ class RasterInput {
   // "name (label)".
   std::string Describe() const { return name_ + " (" + label_ + ")"; }
 
+  // Makes this and other inputs read with GDAL by turns. The mutex must outlive this.
+  void ReadUnder(std::mutex& turn) { turn_ = &turn; }
+
   // Chooses what Read reads and prepares for it. Unless the rules say keepNoData, elements that are
   // no data, by their value or by the band's mask, are read as NaN, and coarser pixels are computed
   // from the other elements. May open the raster once more. Throws Failure when the raster has no
@@ -57,7 +61,7 @@ class RasterInput {
 
   // Reads rows of the grid from a band into out, which has room for the grid's columns times rows
   // elements. Valid after Select, for the bands chosen there. Reading from top to bottom is
-  // fastest. Values outside a float's range become infinities. Throws Failure.
+  // fastest. Elements are rounded to the nearest float. Throws Failure.
   void Read(int band, int firstRow, int rows, float* out);
 
   // What was lost in the elements read so far, one sentence each: digits beyond single precision,
@@ -97,15 +101,20 @@ class RasterInput {
   void Unscale(int number, std::span<float> elements) const;
   void Transfer(int band, const PixelWindow& window, int columns, int rows, void* out,
                 GDALDataType type);
-  void FindLostDigits(int band, const PixelWindow& window, int columns, int rows,
-                      const float* elements);
+  template <typename Exact>
+  void ReadRounded(int band, const PixelWindow& window, int columns, int rows, float* out,
+                   GDALDataType type);
   void Resample(const PixelWindow& source, const PixelWindow& wanted, int rows, float* out);
   void RefuseShortFile() const;
+  std::unique_lock<std::mutex> TakeTurn() const {
+    return turn_ ? std::unique_lock(*turn_) : std::unique_lock<std::mutex>();
+  }
 
   std::string label_;
   std::string name_;
   CPLStringList openOptions_;
   GDALDatasetUniquePtr dataset_;
+  std::mutex* turn_ = nullptr;      // set by ReadUnder
   GDALDatasetUniquePtr resampled_;  // the same raster, opened for a coarser resolution
   const DataMode* mode_ = nullptr;
   OutputGrid grid_;
@@ -116,8 +125,8 @@ class RasterInput {
   std::unique_ptr<UncompressedRows> uncompressedRows_;
   std::vector<float> full_;  // elements of full resolution for Resample
   std::vector<std::uint8_t> mask_;
-  std::vector<double> exact_;  // elements in double precision
-  std::string lostDigits_;     // an example of a value that was rounded
+  std::vector<std::byte> exact_;  // elements before they are rounded to floats
+  std::string lostDigits_;        // an example of a value that was rounded
 };
 
 }  // namespace lumomixcalc::standalone

@@ -7,11 +7,8 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <system_error>
 
 namespace lumomixcalc::standalone {
-namespace fs = std::filesystem;
 namespace {
 
 // Reads or writes count bytes. Returns the number of bytes transferred, which is smaller at the end
@@ -56,17 +53,6 @@ bool HasPlainBytes(int tiff) {
   return true;
 }
 
-// Whether this process has the same file open under another descriptor, too. If not, the file was
-// replaced after GDAL opened the same name, and the new file may have another layout.
-bool IsOpenTwice(int descriptor) {
-  const fs::path folder = "/proc/self/fd";
-  std::error_code ignored;
-  int found = 0;
-  for (const fs::directory_entry& entry : fs::directory_iterator(folder, ignored))
-    if (fs::equivalent(entry.path(), folder / std::to_string(descriptor), ignored)) ++found;
-  return found > 1;
-}
-
 const char* Structure(GDALMajorObject& object, const char* item) {
   return object.GetMetadataItem(item, "IMAGE_STRUCTURE");
 }
@@ -78,10 +64,12 @@ std::int64_t StripItem(GDALRasterBand& band, const char* item, int strip) {
 }
 
 // Whether GDAL reports that all rows lie at equal distances in one file. It reports this only of
-// real data, and wrongly of half floats and of TIFFs without any strips.
+// real data, and wrongly of half floats and of TIFFs with bands that have no strips: their distance
+// is counted from the file's beginning.
 bool IsOnePiece(GDALDataset& dataset, GDALDataset::RawBinaryLayout& layout) {
   return dataset.GetRawBinaryLayout(layout) && layout.bLittleEndianOrder &&
          layout.nPixelOffset == GDALGetDataTypeSizeBytes(layout.eDataType) &&
+         layout.nLineOffset > 0 && (layout.nBandOffset > 0 || dataset.GetRasterCount() == 1) &&
          !Structure(*dataset.GetRasterBand(1), "NBITS") &&
          !(IsTiff(dataset) && layout.nImageOffset == 0);
 }
@@ -112,7 +100,7 @@ std::unique_ptr<UncompressedRows> UncompressedRows::Open(GDALDataset& dataset,
   const int access = dataset.GetAccess() == GA_Update ? O_RDWR : O_RDONLY;
   std::unique_ptr<UncompressedRows> rows(
       new UncompressedRows(open(name.c_str(), access | O_CLOEXEC), window));
-  if (!IsOpenTwice(rows->file_) || (isTiff && !HasPlainBytes(rows->file_))) return nullptr;
+  if (rows->file_ < 0 || (isTiff && !HasPlainBytes(rows->file_))) return nullptr;
   const auto image = static_cast<std::int64_t>(layout.nImageOffset);
   for (const int band : bands)
     if (isOnePiece)

@@ -33,7 +33,7 @@ class UncompressedRows {
   UncompressedRows& operator=(const UncompressedRows&) = delete;
 
   // For reading, and for writing if the dataset is open for that. Returns null when the file has
-  // another layout, is not a local file, or is no longer the one that GDAL has open.
+  // another layout or is not a local file.
   static std::unique_ptr<UncompressedRows> Open(GDALDataset& dataset, const std::vector<int>& bands,
                                                 const PixelWindow& window);
 

@@ -117,7 +117,12 @@ void Compute(Session& session, RasterOutput& output, const RunControl& control, 
     if (index + 1 == averages.size()) output.WriteCompleteBlocks(firstRow + rows);
   };
   if (parts == 1)
-    sink.atMiddleRow = [&] { report.imaginaryPartsLost = session.RowHasImaginaryParts(); };
+    sink.onInputs = [&, tried = std::size_t{0}](int rows) mutable {
+      // Of the first strip all rows, for small images; of the others one, which costs little.
+      if (report.imaginaryPartsLost) return;
+      report.imaginaryPartsLost =
+          session.RowsHaveImaginaryParts(tried++ < report.bands.size() ? rows : 1);
+    };
   const std::vector<IPOutputStats> records = ProcessStrips(session, sink, control);
   session.Finish();
   for (std::size_t i = 0; i < records.size(); ++i) {
@@ -174,6 +179,7 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
   session.SelectInputs();
   SizeBlockCache(session, output);
   Compute(session, output, control, report);
+  session.RefuseChangedInputs();
   report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 
   // If the report cannot be written, the run fails before the output is published. After that the

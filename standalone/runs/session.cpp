@@ -1,7 +1,5 @@
 #include "standalone/runs/session.h"
 
-#include <cpl_string.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -19,15 +17,6 @@ namespace {
 std::string SizeAndBands(const RasterInput& raster) {
   return SizeText(raster.Columns(), raster.Rows()) + ", " +
          CountText(static_cast<std::uint64_t>(raster.Bands()), "band");
-}
-
-// The files that a raster consists of. A VRT lists its sources, but not the headers of these.
-std::vector<std::string> FilesOf(GDALDataset& dataset) {
-  const CPLStringList names(dataset.GetFileList());
-  std::vector<std::string> files(names.List(), names.List() + names.Count());
-  if (EQUAL(dataset.GetDriverName(), "VRT"))
-    for (int i = 0; i < names.Count(); ++i) files.emplace_back(CPLResetExtension(names[i], "hdr"));
-  return files;
 }
 
 // The number of bands of the inputs together. Throws Failure when an input does not fit the first
@@ -80,15 +69,26 @@ void Session::OpenInputs() {
   for (const DeclaredStream& declared : host_.registration.inputs) {
     const auto file = job_.files.find(declared.number);
     if (file == job_.files.end()) continue;
+    files_.emplace_back(file->second);
     inputs_.push_back({declared.number, std::make_unique<RasterInput>(declared.label, file->second,
                                                                       job_.openOptions)});
     RasterInput& raster = *inputs_.back().raster;
     StreamState& state = host_.streams[declared.number];
     state.open = true;
     state.mode = raster.Mode().code;
-    files_.push_back({file->second, FilesOf(raster.Dataset())});
+    files_.back().Find(raster.Dataset());
+  }
+  auto files = files_.begin();
+  for (const RunInput& input : inputs_) {
+    const InputFiles& own = *files++;
+    for (const InputFiles& other : files_)
+      if (&other != &own && own.ShareRawFile(other)) input.raster->ReadUnder(rawFiles_);
   }
   host_.streams[OutputStream()].open = true;
+}
+
+void Session::RefuseChangedInputs() const {
+  for (const InputFiles& input : files_) input.RefuseChanges();
 }
 
 void Session::Prepare(int outputMode) {
@@ -200,15 +200,27 @@ void Session::Process(int rows, IPOutputStats& record) {
   }
 }
 
-bool Session::RowHasImaginaryParts() {
+bool Session::RowsHaveImaginaryParts(int rows) {
   const int outputMode = host_.outputMode;
-  std::vector<float> results(2 * static_cast<std::size_t>(ProcessedGrid().columns));
-  SetBlockData(OutputStream(), results.data());
+  const auto before = host_.streams;
+  const auto columns = static_cast<std::size_t>(ProcessedGrid().columns);
+  std::vector<float> results(2 * columns);
   Prepare(FindDataMode("cfloat32")->code);
-  IPOutputStats ofTheRow = {};
-  ProcessRow(ofTheRow);
+  IPOutputStats ignored = {};
+  bool found = false;
+  for (int i = 0; i < rows && !found; ++i) {
+    for (const RunInput& input : inputs_) {
+      const std::size_t floats = columns * static_cast<std::size_t>(input.raster->Parts());
+      SetBlockData(input.stream,
+                   before.at(input.stream).blockData + static_cast<std::size_t>(i) * floats);
+    }
+    SetBlockData(OutputStream(), results.data());
+    ProcessRow(ignored);
+    found = HasImaginaryPart(results.data(), columns);
+  }
   Prepare(outputMode);
-  return HasImaginaryPart(results.data(), results.size() / 2);
+  host_.streams = before;
+  return found;
 }
 
 void Session::CleanUp() {

@@ -2,6 +2,7 @@
 
 #include <list>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -9,7 +10,7 @@
 #include "standalone/framework/host_calls.h"
 #include "standalone/rasters/data_modes.h"
 #include "standalone/rasters/grid.h"
-#include "standalone/rasters/publication.h"
+#include "standalone/rasters/input_files.h"
 #include "standalone/rasters/raster_input.h"
 #include "standalone/runs/job.h"
 
@@ -38,6 +39,9 @@ class Session {
 
   // All files of all inputs of the job, including headers and sources.
   const std::vector<InputFiles>& Files() const { return files_; }
+
+  // Throws Failure when a file of an input changed since it was opened.
+  void RefuseChangedInputs() const;
 
   // The mode in which the output is stored.
   const DataMode& Mode() const { return *mode_; }
@@ -83,10 +87,10 @@ class Session {
   // depends on the size of blocks. Throws Desisted.
   void Process(int rows, IPOutputStats& record);
 
-  // Whether the results of the first row in the inputs' buffers would have imaginary parts in a
-  // complex output. Prepares the application for one, has it process the row into another buffer,
+  // Whether the results of the first rows in the inputs' buffers would have imaginary parts in a
+  // complex output. Prepares the application for one, has it process the rows into another buffer,
   // and prepares it as before. For a real mode, with the inputs' buffers set. Throws Desisted.
-  bool RowHasImaginaryParts();
+  bool RowsHaveImaginaryParts(int rows);
 
   // Has the application clean up. Further calls do nothing.
   void Finish();
@@ -105,6 +109,7 @@ class Session {
   HostState& host_;
   std::list<RunInput> inputs_;
   std::vector<InputFiles> files_;
+  std::mutex rawFiles_;  // held to read inputs that have a raw file in common
   const DataMode* mode_ = nullptr;
   OutputGrid grid_;
   std::vector<int> bands_;

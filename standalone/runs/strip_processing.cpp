@@ -189,7 +189,7 @@ std::vector<IPOutputStats> ProcessStrips(Session& session, const StripSink& sink
     for (std::size_t i = 0; i < bands.size(); ++i) {
       if (control.stop.stop_requested()) throw Cancelled();
       for (ReadAhead& input : inputs) input.PointStreamAt(rows, bands[i]);
-      if (i == 0 && strip == plan.size() / 2) sink.atMiddleRow();
+      sink.onInputs(rows.end - rows.first);
       result.firstRow = rows.first;
       result.rows = rows.end - rows.first;
       result.band = static_cast<int>(i) + 1;

@@ -16,9 +16,9 @@ struct StripSink {
   // Takes processed rows of a band (the run's bands are counted from 1): columns * rows elements,
   // pairs of floats in a complex mode. Called on a separate thread.
   std::function<void(int band, int firstRow, int rows, const float* values)> write;
-  // Called once on the caller's thread, when the inputs' buffers hold a row in the middle of the
-  // image.
-  std::function<void()> atMiddleRow = [] {};
+  // Called on the caller's thread when the inputs' buffers hold so many rows of a band, before they
+  // are processed.
+  std::function<void(int rows)> onInputs = [](int) {};
 };
 
 // Has the application process all bands and rows of the session: strips of whole rows from top to

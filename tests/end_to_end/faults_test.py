@@ -61,7 +61,7 @@ class Faults(harness.ProgramTest):
                 self.refused(out, *arguments, preexec_fn=limit(FSIZE=bytes_))
 
     def test_input_cut_short_or_overwritten(self):
-        for file, driver, *options in LAYOUTS:
+        for file, driver, *options in (*LAYOUTS, ("pci.pix", "PCIDSK")):
             damaged = self.path(file)
             write(damaged, self.noise, *options, format=driver)
             whole = Path(damaged).read_bytes()
@@ -165,6 +165,7 @@ class MidRun(harness.ProgramTest):
         for status, named, disturb in (
                 *((-n, signal.strsignal(n), lambda run, n=n: run.send_signal(n)) for n in SIGNALS),
                 (GIVEN_UP, self.out, lambda _: shutil.rmtree(*self.temporary_folders())),
+                (GIVEN_UP, "big.hdr of the input", lambda _: os.utime(self.path("big.hdr"))),
                 (GIVEN_UP, self.big, lambda _: os.truncate(self.big, 4 * 2000))):
             process = self.start("-overwrite")
             disturb(process)

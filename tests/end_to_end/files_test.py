@@ -2,6 +2,7 @@
 # results in place of inputs, files beside them, the command that repeats a run, wrong commands.
 
 import os
+import shutil
 import stat
 import struct
 import subprocess
@@ -65,10 +66,57 @@ class Inputs(FileTest):
         for pixels in (np.float32([[5]]), np.arange(900_000, dtype=np.float32).reshape(3, -1)):
             write(self.b, pixels)
             equal(self.result(self.b, ADD_1), np.atleast_2d(pixels.squeeze()) + 1)
-        write(self.b, np.zeros((40, 9)), "SPARSE_OK=TRUE")
-        equal(self.result(self.b, COPY), np.zeros((40, 9)))
+        for sparse in ((0,), (1, 0), (0, 1), (1, 0, 0), (0, 1, 1)):  # bands without strips
+            made = gdal.GetDriverByName("GTiff").Create(
+                self.b, 9, 40, len(sparse), gdal.GDT_Float32, ["SPARSE_OK=YES", "INTERLEAVE=BAND"])
+            for band in np.flatnonzero(sparse):
+                made.GetRasterBand(int(band) + 1).Fill(1)
+            made = None
+            equal(self.result(self.b, COPY),
+                  np.multiply.outer(sparse, np.ones((40, 9))).squeeze())
         write(self.b, np.uint8([[127, 128, 255]]), "PIXELTYPE=SIGNEDBYTE")
         equal(self.result(self.b, COPY), [[127, -128, -1]])
+
+    def test_raw_file_of_two_inputs_is_read_by_turns(self):
+        noise = np.random.default_rng(3).normal(size=(2000, 2, 250)).astype(np.float32)
+        noise.tofile(self.path("raw.bil"))
+        for band in (1, 2):
+            Path(self.path(f"{band}.vrt")).write_text(
+                '<VRTDataset rasterXSize="250" rasterYSize="2000"><GeoTransform>0,1,0,0,0,-1'
+                '</GeoTransform><VRTRasterBand dataType="Float32" band="1" '
+                'subClass="VRTRawRasterBand"><SourceFilename relativeToVRT="1">raw.bil'
+                f'</SourceFilename><ImageOffset>{1000 * (band - 1)}</ImageOffset><LineOffset>2000'
+                '</LineOffset><ByteOrder>LSB</ByteOrder></VRTRasterBand></VRTDataset>')
+            gdal.BuildVRT(self.path(f"{band}{band}.vrt"), self.path(f"{band}.vrt"))
+        for one, other in (("1", "2"), ("11", "22"), ("11", "2"), ("1", "1")):
+            sums = noise[:, int(one[0]) - 1] + noise[:, int(other[0]) - 1]
+            for _ in range(3):
+                equal(self.result(self.path(f"{one}.vrt"), self.path(f"{other}.vrt")), sums)
+
+    def test_files_behind_an_input_are_not_replaced(self):
+        write(self.path("e.slc"), RAMP[0], format="ENVI", **bounds(RAMP))
+        for source, first, second, warped in ((self.a, "v1.vrt", "v2.vrt", "w.vrt"),
+                                              (self.path("e.slc"), "e1.vrt", "e2.vrt", "ew.vrt")):
+            gdal.Translate(self.path(first), source, format="VRT")
+            gdal.BuildVRT(self.path(second), self.path(first))
+            gdal.Warp(self.path(warped), self.path(first), format="VRT")
+        masked = Path(self.path("v2.vrt")).read_text().replace("v1.vrt", "b.tif")
+        mask = masked[masked.index("<VRTRasterBand"):masked.index("</VRTDataset>")]
+        Path(self.path("m.vrt")).write_text(masked.replace(
+            "</VRTDataset>", f"<MaskBand>{mask.replace('b.tif', 'v1.vrt')}</MaskBand></VRTDataset>"))
+        for name in ("zip", "tar"):
+            shutil.make_archive(self.path("archive"), name, self.folder, "a.tif")
+        here = self.folder
+        for name, file in ((f"{here}/v2.vrt", "a.tif"), (f"{here}/w.vrt", "a.tif"),
+                           (f"{here}/m.vrt", "a.tif"), (f"vrt://{self.a}?bands=1", "a.tif"),
+                           (f"{here}/e2.vrt", "e.hdr"), (f"{here}/ew.vrt", "e.hdr"),
+                           (f"/vsizip/{here}/archive.zip/a.tif", "archive.zip"),
+                           (f"/vsizip/{{{here}/archive.zip}}/a.tif", "archive.zip"),
+                           (f"/vsitar/{here}/archive.tar/a.tif", "archive.tar"),
+                           (f"/vsizip//vsisubfile/0_9999,{here}/archive.zip/a.tif", "archive.zip"),
+                           (f"/vsisubfile/0_{os.path.getsize(self.a)},{self.a}", "a.tif")):
+            self.refused(f"belongs to the input {name}", name, self.out, COPY, "-overwrite",
+                         f"-stats={self.path(file)}")
 
     def test_bits_and_bytes_in_reverse_are_read_as_gdal_reads_them(self):
         write(self.a, RAMP[0], type="Byte")

@@ -1,6 +1,8 @@
 # A part of the inputs: regions, windows on the map, coarser resolutions, bands, each with the
 # georeferencing that belongs to it.
 
+import itertools
+
 import numpy as np
 from osgeo import gdal
 
@@ -99,6 +101,15 @@ class Selection(harness.ProgramTest):
     def test_coarser_pixels_are_made_of_numbers(self):
         signed = {"creationOptions": ["PIXELTYPE=SIGNEDBYTE"], "type": "Byte"}
         holes, keep = {"noData": -9999}, "-nodata=keep"
+        image = np.random.default_rng(3).normal(size=(2, 90, 90)).astype(np.float32)
+        image[:, 10:80:9, 10:80:7] = NAN
+        for method, n in itertools.product(("average", "bilinear", "cubic"), (2, 3)):
+            pair = []
+            for pixels in (image[0], image[1], image[0] + 1j * image[1]):
+                write(self.a, pixels)
+                pair.append(self.result(self.a, "-operator=a1b", f"-resolution={n}",
+                                        f"-resampling={method}"))
+            equal(pair[2], pair[0] + 1j * pair[1])  # no data fills no more of a complex image
         for method, pixels, expected, options, *arguments in (
                 ("average", [[255, 1], [255, 1]], 0, signed),
                 ("cubic", [[255, 1], [255, 1]], 0, signed),

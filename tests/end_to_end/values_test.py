@@ -79,6 +79,11 @@ class NoData(harness.ProgramTest):
             option = f"-a_nodata={number}"
             self.refused(f"{option}: {holder} cannot hold it", self.a, self.path("o.tif"), COPY,
                          f"-mode={mode}", option)
+        largest = float(np.finfo(np.float32).max)
+        for type in ("Float32", "Float64"):  # the shortest text lies beyond the largest float
+            write(self.a, [[largest, -largest, 3.4028235e38 if type == "Float64" else 1]], type=type)
+            equal(self.result(self.a, COPY, "-nodata=-3.4028235e38"),
+                  [[largest, NAN, largest if type == "Float64" else 1]])
         write(self.a, [[1 + 1j, 7, 7j, 7 + 7j, 7 + 1j]])
         equal(self.result(self.a, COPY, "-nodata=7", "-a_nodata=3"),
               [[1 + 1j, 3 + 3j, 7j, 3 + 3j, 7 + 1j]])
@@ -200,9 +205,16 @@ class Results(harness.ProgramTest):
                 self.assertEqual(band.GetMetadata(), {})
 
     def test_losses_are_warned_of_once(self):
+        last, many = self.path("last.tif"), self.path("many.tif")
+        write(last, [[1], [1], [-1]])  # the logarithm of a negative number is complex
+        lengths = np.ones((2, 900, 9000), np.float32)
+        lengths[1, 700:800] = -1
+        write(many, lengths)
         for told, *arguments in (
                 ("have imaginary parts", self.b, "-operator=conj_a1", "-mode=int16"),
                 ("have imaginary parts", self.a, COPY, "-b=0:1"),
+                ("have imaginary parts", last, "-operator=a_ln_1+b", "-b=0"),
+                ("have imaginary parts", many, "-operator=a_ln_1+b", "-b=0", "-bands=1,2"),
                 ("all imaginary parts are zero", self.b, "-operator=abs_a1"),
                 ("results have single precision", self.a, COPY, "-mode=float64"),
                 ("2000 elements beyond the range of byte, saturated", self.a, COPY, "-mode=byte",
@@ -217,6 +229,9 @@ class Results(harness.ProgramTest):
         for value, type, told in (
                 (16777217, "Int32", digits.format(16777217, 16777216)),
                 (0.1, "Float64", digits.format(0.1, 0.10000000149011612)),
+                (2**53 + 1, "Int64", digits.format(2**53 + 1, 9007199254740992)),
+                (2**53 + 1, "UInt64", digits.format(2**53 + 1, 9007199254740992)),
+                (3e9, "UInt32", ""), (2**62, "Int64", ""), (-2**31, "Int32", ""),
                 (1 + 16777217j, "CInt32", digits.format(16777217, 16777216)),
                 (3, "Int16", "scale 0.5 and offset 2 of"),
                 (16777216, "Int32", ""), (0.5, "Float64", ""), (1e300, "Float64", "")):

@@ -1,38 +1,16 @@
-// Rows read without GDAL, exact sums, and runs into memory.
+// Exact sums, and runs into memory.
 #include <gdal_priv.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <filesystem>
-#include <string>
 
 #include "standalone/rasters/gdal_library.h"
-#include "standalone/rasters/uncompressed_rows.h"
 #include "standalone/runs/run.h"
 #include "standalone/runs/statistics.h"
 #include "tests/standalone/command_lines.h"
 
 namespace lumomixcalc::standalone {
 namespace {
-
-namespace fs = std::filesystem;
-
-// A file of another layout may have come in its place.
-TEST(UncompressedRows, LeaveAFileThatWasReplacedToGdal) {
-  GDALAllRegister();
-  const std::string file = fs::temp_directory_path() / (std::to_string(getpid()) + "-replaced.tif");
-  GDALDriver& driver = *GetGDALDriverManager()->GetDriverByName("GTiff");
-  GDALDatasetUniquePtr dataset(driver.Create(file.c_str(), 37, 23, 1, GDT_Float32, nullptr));
-  dataset->GetRasterBand(1)->Fill(1);
-  dataset.reset();
-  dataset.reset(GDALDataset::Open(file.c_str(), GDAL_OF_RASTER));
-  const PixelWindow all = {0, 0, 37, 23};
-  EXPECT_NE(UncompressedRows::Open(*dataset, {1}, all), nullptr);
-  fs::copy(file, file + "2");
-  fs::rename(file + "2", file);
-  EXPECT_EQ(UncompressedRows::Open(*dataset, {1}, all), nullptr);
-  fs::remove(file);
-}
 
 TEST(ExactSum, RoundsOnce) {
   ExactSum sum;

@@ -1,0 +1,136 @@
+#include "standalone/rasters/input_files.h"
+
+#include <cpl_conv.h>
+#include <cpl_error.h>
+#include <cpl_minixml.h>
+#include <cpl_string.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <filesystem>
+#include <regex>
+#include <system_error>
+#include <tuple>
+
+#include "standalone/base/messages.h"
+
+namespace lumomixcalc::standalone {
+namespace fs = std::filesystem;
+namespace {
+
+// The file that holds a file of GDAL's virtual file systems, such as its archive. Any other name is
+// returned as it is.
+std::string LocalFile(const std::string& name) {
+  static const std::regex kPrefixes(R"((/vsi(zip|tar|gzip)/\{?|/vsisubfile/[^,]*,)+)");
+  std::smatch prefixes;
+  if (!name.starts_with("/vsi") ||
+      !std::regex_search(name, prefixes, kPrefixes, std::regex_constants::match_continuous))
+    return name;
+  std::string inside = prefixes.suffix();
+  std::erase(inside, '}');
+  fs::path file = inside;
+  std::error_code ignored;
+  while (file.has_relative_path() && !fs::exists(file, ignored)) file = file.parent_path();
+  return file.has_relative_path() ? file.string() : name;
+}
+
+struct stat StateOf(const std::string& file) {
+  const struct stat none = {};
+  struct stat state = {};
+  return stat(file.c_str(), &state) == 0 && S_ISREG(state.st_mode) ? state : none;
+}
+
+auto Identity(const struct stat& state) {
+  return std::tuple(state.st_dev, state.st_ino, state.st_size, state.st_mtim.tv_sec,
+                    state.st_mtim.tv_nsec);
+}
+
+// Adds files to those of an input.
+class Finder {
+ public:
+  explicit Finder(InputFiles& found)
+      : found_(found), added_(found.files.begin(), found.files.end()) {}
+
+  void Add(const std::string& file) {
+    const std::string local = LocalFile(file);
+    if (!added_.insert(local).second) return;
+    found_.files.push_back(local);
+    found_.states.push_back(StateOf(local));
+  }
+
+  void AddFilesOf(GDALDataset& raster) {
+    const CPLStringList files(raster.GetFileList());
+    for (int i = 0; i < files.Count(); ++i) Add(files[i]);
+    char** const xml = raster.GetMetadata("xml:VRT");
+    if (!xml) return;
+    CPLXMLNode* const root = CPLParseXMLString(*xml);
+    AddSources(root, CPLGetPath(raster.GetDescription()), false);
+    CPLDestroyXMLNode(root);
+  }
+
+  // Adds the files of the sources found, and of the sources that these have.
+  void FollowSources() {
+    for (std::size_t i = 0; i < sources_.size(); ++i) {
+      const std::string source = sources_[i];
+      // To open each TIFF of a mosaic of thousands would take a fifth of a run over them.
+      GDALDriverH const driver = GDALIdentifyDriver(source.c_str(), nullptr);
+      if (driver && EQUAL(GDALGetDriverShortName(driver), "GTiff")) {
+        for (const char* const companion : {".aux.xml", ".msk", ".ovr"})
+          if (StateOf(source + companion).st_ino != 0) Add(source + companion);
+      } else if (const GDALDatasetUniquePtr raster(
+                     driver ? GDALDataset::Open(source.c_str(), GDAL_OF_RASTER) : nullptr);
+                 raster) {
+        AddFilesOf(*raster);
+      }
+    }
+  }
+
+ private:
+  // folder is that of the VRT that holds the XML.
+  void AddSources(const CPLXMLNode* node, const std::string& folder, bool raw) {
+    for (; node; node = node->psNext) {
+      if (node->eType != CXT_Element) continue;
+      const bool isRaw = raw || EQUAL(CPLGetXMLValue(node, "subClass", ""), "VRTRawRasterBand");
+      AddSources(node->psChild, folder, isRaw);
+      if (!EQUAL(node->pszValue, "SourceFilename") && !EQUAL(node->pszValue, "SourceDataset"))
+        continue;
+      std::string source = CPLGetXMLValue(node, nullptr, "");
+      if (EQUAL(CPLGetXMLValue(node, "relativeToVRT", "0"), "1"))
+        source = CPLProjectRelativeFilename(folder.c_str(), source.c_str());
+      if (!known_.insert(source).second) continue;
+      Add(source);
+      sources_.push_back(source);
+      if (isRaw) found_.rawFiles.insert(fs::weakly_canonical(source));
+    }
+  }
+
+  InputFiles& found_;
+  std::set<std::string> added_;
+  std::set<std::string> known_;  // the names in sources_
+  std::vector<std::string> sources_;
+};
+
+}  // namespace
+
+InputFiles::InputFiles(const std::string& input) : name(input) { Finder(*this).Add(input); }
+
+void InputFiles::Find(GDALDataset& raster) {
+  const CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);
+  Finder finder(*this);
+  finder.AddFilesOf(raster);
+  finder.FollowSources();
+}
+
+void InputFiles::RefuseChanges() const {
+  for (std::size_t i = 0; i < files.size(); ++i)
+    if (Identity(states[i]) != Identity(StateOf(files[i])))
+      throw Failure("the file " + files[i] + " of the input " + name +
+                    " changed during the run; run again when nothing writes it");
+}
+
+bool InputFiles::ShareRawFile(const InputFiles& other) const {
+  return std::ranges::any_of(
+      rawFiles, [&](const std::string& file) { return other.rawFiles.contains(file); });
+}
+
+}  // namespace lumomixcalc::standalone

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <gdal_priv.h>
+#include <sys/stat.h>
+
+#include <set>
+#include <string>
+#include <vector>
+
+namespace lumomixcalc::standalone {
+
+// An input and all files that it consists of, such as headers, the sources of a VRT at all levels,
+// and the archive that holds a file.
+struct InputFiles {
+  // Adds the file of this name. Call this before GDAL opens it, so that a file that is replaced in
+  // the meantime counts as changed.
+  explicit InputFiles(const std::string& input);
+
+  // Adds the files behind the raster that GDAL opened under the input's name.
+  void Find(GDALDataset& raster);
+
+  // Throws Failure, which names the file, when the size, the time of change or the inode of a file
+  // is no longer what it was when the file was added.
+  void RefuseChanges() const;
+
+  // Whether bands of VRTs behind both inputs are bytes of the same raw file. GDAL reads such a file
+  // through one handle for the whole process, whose position a second thread would move.
+  bool ShareRawFile(const InputFiles& other) const;
+
+  std::string name;
+  std::vector<std::string> files;
+  std::vector<struct stat> states;  // of files, in the same order; zeros for other than files
+  std::set<std::string> rawFiles;
+};
+
+}  // namespace lumomixcalc::standalone
