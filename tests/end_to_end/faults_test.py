@@ -73,10 +73,25 @@ class Faults(harness.ProgramTest):
                 Path(damaged).write_bytes(data)
                 self.refused(damaged, self.b, damaged, self.out)
             if driver == "ENVI":
+                Path(damaged).write_bytes(whole[:-1])
                 self.refused(damaged, self.b, damaged, self.out, "-resolution=2")
         gdal.Translate(self.path("mosaic.vrt"), self.a, format="VRT")
         os.remove(self.a)
         self.refused("mosaic.vrt", self.path("mosaic.vrt"), self.out, COPY)
+
+    def test_closed_standard_descriptors_are_no_files_of_the_run(self):
+        arguments = self.a, self.b, self.out, "-operator=a1_conj_b2", "-b=0:1", "-overwrite"
+        self.assertIn("imaginary", self.done(*arguments).stderr)
+        files = self.files()
+        for closed in (0, 1), (1, 2), (2, 3), (0, 3):  # from the first to before the second
+            self.done(*arguments, preexec_fn=lambda: os.closerange(*closed))
+            self.assertEqual(self.files(), files)
+
+    def test_without_arguments_a_script_gets_no_panel(self):
+        for streams in ({"stdin": subprocess.DEVNULL}, {"stdin": subprocess.PIPE, "stdout": None},
+                        {"stdin": subprocess.PIPE}):
+            self.refused("no output file", status=harness.WRONG_COMMAND_LINE,
+                         env={**os.environ, "DISPLAY": ":nowhere"}, **streams)
 
     def test_no_thread(self):
         self.refused("cannot start a thread", self.a, self.out, COPY,

@@ -184,7 +184,7 @@ class Outputs(FileTest):
                 (self.a, "r.img", "HFA"), (self.a, "r.nc", "netCDF"), (self.a, "r.asc", "AAIGrid"),
                 (self.a, "r.png", "PNG", "-mode=byte"), (self.a, "q.raw", "ENVI", "-format=envi"),
                 (self.a, "s.tif", "HFA", "-format=HFA"), (self.a, "s.IMG", "HFA"),
-                (self.a, "r", "GTiff"), (many, "t.tif", "GTiff", "-co=TILED=YES",
+                (self.a, "r", "GTiff"), (self.a, "world.tif", "GTiff", "-co=TFW=YES"), (many, "t.tif", "GTiff", "-co=TILED=YES",
                                          "-co=BLOCKXSIZE=16", "-co=BLOCKYSIZE=16"),
                 (many, "r.tif", "GTiff"), (many, "band.tif", "GTiff", "-co=INTERLEAVE=BAND"),
                 (many, "big.tif", "GTiff", "-co=BIGTIFF=YES", "-co=BLOCKYSIZE=7"),
@@ -195,6 +195,7 @@ class Outputs(FileTest):
             equal(dataset.ReadAsArray(), read(file) + 1)
             self.assertEqual(dataset.GetRasterBand(1).GetBlockSize() == [16, 16], name == "t.tif")
         self.assertEqual(Path(self.path("big.tif")).read_bytes()[:4], b"II\x2b\0")
+        self.assertTrue(os.path.exists(self.path("world.tfw")))
 
     def test_output_may_be_an_input_by_any_path_and_keeps_its_permissions(self):
         os.chmod(self.a, 0o640)

@@ -34,6 +34,10 @@ for file in man/man1/lumomixcalc.1 man/man1/lumomixcalc-slurm.1 bash-completion/
   applications/lumomixcalc.desktop icons/hicolor/scalable/apps/lumomixcalc.svg; do
   [[ -s $root/usr/share/$file ]] || fail "share/$file is not installed"
 done
+shown=$(sed -nE 's/^Exec=([^ ]*).*/\1/p' "$root/usr/share/applications/lumomixcalc.desktop")
+for program in lumomixcalc lumomixcalc-slurm lumomixcalc-panel "${shown:-none}"; do
+  [[ -x $root/usr/bin/$program ]] || fail "bin/$program is not a program"
+done
 dpkg --root="$root" --remove lumomixcalc-panel lumomixcalc >/dev/null 2>&1
 left=$(find "$root" -path "$root/var" -prune -o -type f -print)
 [[ -z $left ]] || fail "left behind: $left"

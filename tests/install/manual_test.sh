@@ -32,3 +32,15 @@ for method in $(_lumomixcalc_words -resampling= </dev/null | sed 's/.*=//'); do
     exit 1
   }
 done
+
+# What bash shows for the beginning of a word.
+compopt() { :; }
+for completed in -operator=a1_:a1_conj_b2 -mode=cf:cfloat32 -overw:-overwrite -nodata=:keep; do
+  COMP_WORDS=("$1") COMP_LINE="lumomixcalc ${completed%:*}"
+  COMP_POINT=${#COMP_LINE}
+  _lumomixcalc || true
+  [[ ${COMPREPLY[*]} == "${completed#*:}" ]] || {
+    echo "The completion of ${completed%:*} is ${COMPREPLY[*]}, not ${completed#*:}." >&2
+    exit 1
+  }
+done

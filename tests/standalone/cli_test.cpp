@@ -44,6 +44,7 @@ TEST(CommandLines, ComeBackFromTheCommandThatRepeatsTheRun) {
       Words("=x -file1=-dash -save=\xc3\xa4 -window=-1.2345678:2e3:1e6:4e300 -resolution=3 -oo=A=1 "
             "-resampling=overview -nodata=nan -a_nodata=1.5e-9 -unscale -operator=a/b2"),
       Words("-mode=byte -file2=$HOME`;\\'2 -operator=1+b_pow_a -looks=1:3 -- -b"),
+      Words("~root -save=~ -a=0.1234567:1 -b=0.1234568:1"),  // alike in the first six digits
       {"it's of two words", "'\xc2\"*~''"}};
   std::mt19937 random;
   const auto real = [&random] {
