@@ -1,5 +1,13 @@
 # Compiler options of every target of the project.
 
+# The oldest compilers that the project is tried with.
+set(oldest_GNU 12)
+set(oldest_Clang 14)
+if(CMAKE_CXX_COMPILER_VERSION VERSION_LESS "${oldest_${CMAKE_CXX_COMPILER_ID}}")
+  message(FATAL_ERROR "LumoMixcalc needs g++ ${oldest_GNU}, clang++ ${oldest_Clang} or a newer one; "
+    "${CMAKE_CXX_COMPILER} is version ${CMAKE_CXX_COMPILER_VERSION}.")
+endif()
+
 add_library(lumomixcalc_options INTERFACE)
 add_library(LumoMixcalc::options ALIAS lumomixcalc_options)
 

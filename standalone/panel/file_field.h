@@ -185,7 +185,7 @@ class FilesView : public QWidget {
       return field->visibleRegion().contains(field->mapFromGlobal(place));
     });
     std::vector<FileField*> targets = inputs_;
-    if (files.size() == 1) targets = {target == fields_.end() ? &FreeInput() : *target};
+    if (files.size() == 1) targets.assign(1, target == fields_.end() ? &FreeInput() : *target);
     auto next = targets.begin();
     for (const QUrl& file : files)
       if (next != targets.end()) (*next++)->Choose(file.toString(QUrl::PreferLocalFile));

@@ -13,20 +13,11 @@
 #include "standalone/cli/command_echo.h"
 #include "standalone/rasters/no_data.h"
 #include "standalone/rasters/raster_input.h"
-#include "standalone/runs/session.h"
 
 namespace lumomixcalc::standalone {
 namespace {
 
 constexpr const char* kOutside = "This image has no pixels here.";
-
-// The name under which GDAL opens elements in memory.
-std::string NameOf(std::span<const float> values, int columns, int rows, bool complex) {
-  char address[32] = {};
-  CPLPrintPointer(address, const_cast<float*>(values.data()), sizeof address - 1);
-  return CPLSPrintf("MEM:::DATAPOINTER=%s,PIXELS=%d,LINES=%d,DATATYPE=%s", address, columns, rows,
-                    complex ? "CFloat32" : "Float32");
-}
 
 // Cells of a grid in one direction: each of so many pixels, aligned to the run's origin, as many as
 // cover what is seen and lie inside the image.
@@ -141,14 +132,17 @@ Job OfStreams(Job job, const std::set<int>& streams) {
   return job;
 }
 
+// While it prepares a run, the application asks for the modes of the inputs that it reads.
 std::set<int> PreviewMaker::StreamsUsed() const {
-  const float element = 1;
-  Job job;
-  std::set<int> streams = {host_.registration.output.number};
+  host_.streams.clear();
   for (const DeclaredStream& input : host_.registration.inputs)
-    job.files[input.number] = NameOf({&element, 1}, 1, 1, false);
-  Session session(job, host_);
-  for (const RunInput& input : session.Inputs()) streams.insert(input.stream);
+    host_.streams[input.number].open = true;
+  host_.outputMode = -1;
+  host_.registration.Call(IP_SLOT_INIT_PROC);
+  host_.registration.Call(IP_SLOT_CLEANUP);
+  std::set<int> streams = {host_.registration.output.number};
+  for (const auto& [number, state] : host_.streams)
+    if (state.modeAsked) streams.insert(number);
   return streams;
 }
 
@@ -229,6 +223,7 @@ PreviewImage PreviewMaker::Result(const Job& job, Findings& findings,
   ofElements.elements = {};  // by now applied
   ofElements.elements.keepNoData = job.elements.keepNoData;
   OutputGrid grid;
+  InputDatasets elements;
   for (const DeclaredStream& stream : host_.registration.inputs) {
     if (!job.files.contains(stream.number)) continue;
     const PreviewImage& input = inputs_.at(stream.number).image;
@@ -236,9 +231,10 @@ PreviewImage PreviewMaker::Result(const Job& job, Findings& findings,
     grid = input.grid;
     ofElements.selection.looks = grid.looks;
     const OutputGrid size = grid.BeforeLooks();
-    ofElements.files[stream.number] = NameOf(input.values, size.columns, size.rows, input.complex);
+    elements[stream.number] = MemoryDataset(input.values.data(), size.columns, size.rows,
+                                            input.complex ? GDT_CFloat32 : GDT_Float32);
   }
-  static_cast<MemoryRaster&>(result) = RunInMemory(ofElements, host_, {stop});
+  static_cast<MemoryRaster&>(result) = RunInMemory(ofElements, host_, {stop}, std::move(elements));
   result.grid = grid;
   UnheldElements counts;
   const std::vector<double> stored = Stored(result.values, *findings.report, counts);

@@ -11,6 +11,7 @@
 #include <limits>
 #include <span>
 #include <type_traits>
+#include <utility>
 
 #include "standalone/base/messages.h"
 #include "standalone/base/numbers.h"
@@ -89,11 +90,28 @@ std::int64_t Reach(std::int64_t step, int count) {
 
 }  // namespace
 
+GDALDatasetUniquePtr MemoryDataset(const float* elements, int columns, int rows, GDALDataType type,
+                                   int bands) {
+  GDALDatasetUniquePtr dataset(
+      GetGDALDriverManager()->GetDriverByName("MEM")->Create("", columns, rows, 0, type, nullptr));
+  const int bytes = GDALGetDataTypeSizeBytes(type);
+  for (int band = 0; band < bands; ++band) {
+    char address[32] = {};
+    const float* const first = elements + band * bytes / static_cast<int>(sizeof(float));
+    CPLPrintPointer(address, const_cast<float*>(first), sizeof address - 1);
+    CPLStringList options;
+    options.SetNameValue("DATAPOINTER", address);
+    options.SetNameValue("PIXELOFFSET", std::to_string(bands * bytes).c_str());
+    dataset->AddBand(type, options.List());
+  }
+  return dataset;
+}
+
 RasterInput::RasterInput(const std::string& label, const std::string& name,
-                         const std::vector<std::string>& openOptions)
+                         const std::vector<std::string>& openOptions, GDALDatasetUniquePtr dataset)
     : label_(label), name_(name) {
   for (const std::string& option : openOptions) openOptions_.AddString(option.c_str());
-  dataset_ = Open(nullptr);
+  dataset_ = dataset ? std::move(dataset) : Open(nullptr);
   if (Bands() == 0) throw Failure(Describe() + " has no bands" + SubdatasetHint(*dataset_));
   RefuseShortFile();
   GDALDataType type = dataset_->GetRasterBand(1)->GetRasterDataType();
@@ -272,16 +290,8 @@ void RasterInput::Resample(const PixelWindow& source, const PixelWindow& wanted,
   const auto parts = static_cast<std::size_t>(Parts());
   const int step = Parts() * static_cast<int>(sizeof(float));
   const GdalFailures failures;
-  const GDALDatasetUniquePtr memory(GetGDALDriverManager()->GetDriverByName("MEM")->Create(
-      "", source.columns, source.rows, 0, GDT_Float32, nullptr));
-  for (std::size_t part = 0; part < parts; ++part) {
-    char address[32] = {};
-    CPLPrintPointer(address, &full_[part], sizeof address - 1);
-    CPLStringList options;
-    options.SetNameValue("DATAPOINTER", address);
-    options.SetNameValue("PIXELOFFSET", std::to_string(step).c_str());
-    memory->AddBand(GDT_Float32, options.List());
-  }
+  const GDALDatasetUniquePtr memory =
+      MemoryDataset(full_.data(), source.columns, source.rows, GDT_Float32, Parts());
   GDALRasterIOExtraArg extra;
   INIT_RASTERIO_EXTRA_ARG(extra);
   extra.eResampleAlg = interpolation_->algorithm;

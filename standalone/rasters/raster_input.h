@@ -28,13 +28,19 @@ struct ElementRules {
   bool operator==(const ElementRules&) const = default;
 };
 
+// A raster in memory: pixel after pixel, an element of this type for each band. It does not own the
+// elements, and nothing may write to it.
+GDALDatasetUniquePtr MemoryDataset(const float* elements, int columns, int rows, GDALDataType type,
+                                   int bands = 1);
+
 // An input raster, read in strips of whole rows as single-precision floats, complex data as pairs.
 class RasterInput {
  public:
-  // Opens a raster by any name that GDAL understands, with NAME=VALUE options for its driver. label
-  // is the stream's label, for messages. Throws Failure.
+  // Opens a raster by any name that GDAL understands, with NAME=VALUE options for its driver. A
+  // dataset that is given is read in its place, at full resolution only. label is the stream's
+  // label, for messages. Throws Failure.
   RasterInput(const std::string& label, const std::string& name,
-              const std::vector<std::string>& openOptions);
+              const std::vector<std::string>& openOptions, GDALDatasetUniquePtr dataset = nullptr);
 
   int Columns() const { return dataset_->GetRasterXSize(); }
   int Rows() const { return dataset_->GetRasterYSize(); }

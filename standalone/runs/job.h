@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gdal_priv.h>
+
 #include <functional>
 #include <map>
 #include <optional>
@@ -38,6 +40,9 @@ struct Job {
   std::optional<PartNumber> part;  // of the output; empty for all of it
   bool operator==(const Job&) const = default;
 };
+
+// Rasters that a run reads in place of the files of its job, by stream number.
+using InputDatasets = std::map<int, GDALDatasetUniquePtr>;
 
 // How the caller of a run can stop it and follow its progress.
 struct RunControl {

@@ -13,6 +13,7 @@
 #include <span>
 #include <string>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "standalone/base/messages.h"
@@ -221,10 +222,11 @@ RunReport RunBatch(const Job& job, const std::string& command, HostState& host,
   }
 }
 
-MemoryRaster RunInMemory(const Job& job, HostState& host, const RunControl& control) {
+MemoryRaster RunInMemory(const Job& job, HostState& host, const RunControl& control,
+                         InputDatasets datasets) {
   Job ofOneBand = job;
   ofOneBand.bands = {job.bands.empty() ? 1 : job.bands.front()};
-  Session session(ofOneBand, host);
+  Session session(ofOneBand, host, std::move(datasets));
   MemoryRaster raster;
   raster.grid = session.Grid();
   raster.complex = session.Mode().complex;

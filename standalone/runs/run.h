@@ -32,6 +32,7 @@ struct MemoryRaster {
 // Like RunBatch, but computes one band into memory: the first of job.bands, or band 1. Nothing is
 // written or counted, and the job needs no output file. Warnings and the application's messages are
 // shown. Elements are not rounded to an integer mode. Throws Failure, Cancelled, Desisted.
-MemoryRaster RunInMemory(const Job& job, HostState& host, const RunControl& control);
+MemoryRaster RunInMemory(const Job& job, HostState& host, const RunControl& control,
+                         InputDatasets datasets = {});
 
 }  // namespace lumomixcalc::standalone

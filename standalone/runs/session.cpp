@@ -6,6 +6,7 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "standalone/base/messages.h"
 #include "standalone/rasters/grid.h"
@@ -42,9 +43,10 @@ int CommonBands(const std::list<RunInput>& inputs) {
 
 }  // namespace
 
-Session::Session(const Job& job, HostState& host) : job_(job), host_(host), bands_(job.bands) {
+Session::Session(const Job& job, HostState& host, InputDatasets datasets)
+    : job_(job), host_(host), bands_(job.bands) {
   host_.desisted = false;
-  OpenInputs();
+  OpenInputs(datasets);
   host_.registration.Call(IP_SLOT_CHECK_PARAMS);
   StopIfDesisted();
   try {
@@ -64,14 +66,15 @@ void Session::StopIfDesisted() const {
   if (host_.desisted) throw Desisted();
 }
 
-void Session::OpenInputs() {
+void Session::OpenInputs(InputDatasets& datasets) {
   host_.streams.clear();
   for (const DeclaredStream& declared : host_.registration.inputs) {
     const auto file = job_.files.find(declared.number);
     if (file == job_.files.end()) continue;
     files_.emplace_back(file->second);
-    inputs_.push_back({declared.number, std::make_unique<RasterInput>(declared.label, file->second,
-                                                                      job_.openOptions)});
+    inputs_.push_back({declared.number,
+                       std::make_unique<RasterInput>(declared.label, file->second, job_.openOptions,
+                                                     std::move(datasets[declared.number]))});
     RasterInput& raster = *inputs_.back().raster;
     StreamState& state = host_.streams[declared.number];
     state.open = true;

@@ -29,7 +29,7 @@ class Session {
  public:
   // Opens the inputs and has the application check and prepare. Throws Failure, and Desisted when
   // the application desists.
-  Session(const Job& job, HostState& host);
+  Session(const Job& job, HostState& host, InputDatasets datasets = {});
   ~Session();
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
@@ -96,7 +96,7 @@ class Session {
   void Finish();
 
  private:
-  void OpenInputs();
+  void OpenInputs(InputDatasets& datasets);
   void Prepare(int outputMode);
   void DropUnreadInputs();
   void ChooseMode();

@@ -1,5 +1,6 @@
 #include "tests/app/recording_host.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <sstream>
 #include <utility>

@@ -91,7 +91,7 @@ class PanelWindowTest : public ::testing::Test {
 
   template <typename Widget = QWidget>
   Widget& Find(const char* name) {
-    return *window_->findChild<Widget*>(name);
+    return dynamic_cast<Widget&>(*window_->findChild<QWidget*>(name));
   }
 
   // Fills in, chooses or clicks, whatever the widget is for.
