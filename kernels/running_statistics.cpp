@@ -24,10 +24,10 @@
 //      until the first tie. This makes both even, and from then on they differ by 0 or 2 units. So
 //      the sums of the odd one are those of the even one within one unit, and only the even one's
 //      extremes are kept.
-//   5. Minimum and maximum do not depend on the order, since rounding is monotonic: the rule ends
-//      with the smallest value, rounded, if that is below the minimum it began with. Exceptions: a
-//      NaN or an infinity among the values (they are not told apart), a NaN minimum to begin with,
-//      and a new extreme that rounds to zero, whose sign depends on which zero came first.
+//   5. Without NaNs, minimum and maximum do not depend on the order, since rounding is monotonic:
+//      the rule ends with the smallest value, rounded, if that is below the minimum it began with.
+//      A NaN to begin with is replaced by the first value. Exception: a new extreme that rounds to
+//      zero, whose sign depends on which zero came first.
 //   6. Sums near zero or a power of two, which change binades all the time, are often sums of
 //      integers. Let B = |s| + |v1| + |v2| + ... over a chunk be below 2P, now for any binade, and
 //      let s and every v be whole numbers of its unit u: (v + E) - E = v. Then every sum on the way
@@ -35,9 +35,16 @@
 //      values can be added in any order. Below the smallest normal number floats have the unit of
 //      the binade above it, which is valid for any smaller B. A zero sum is -0 only if s and every
 //      v are, in any order; so adding starts from -0.
+//   7. A NaN sum stays NaN. An infinite sum stays as it is until a NaN or an infinity of the other
+//      sign comes. A finite one that ceases to be finite is not finite again. So chunks that change
+//      one of these into another are rare.
+//   8. A NaN replaces the minimum whatever it was, and passes the maximum by. So a chunk with NaNs
+//      has the rule's minimum over the values that follow its last NaN, begun with this NaN, and
+//      its maximum is as in 5, over the other values.
 //
 // Whatever does not meet a condition is counted by the rule itself: a segment whose sum leaves the
-// binade, or the whole chunk where the order of its extremes matters.
+// binade, or the whole chunk where the order of its extremes matters or where the sum changes
+// between finite, infinite and NaN.
 #include "kernels/running_statistics.h"
 
 #include <algorithm>
@@ -82,7 +89,7 @@ struct Trial {
                                 // finite where a value is not
   double lowest[kSegments];     // the extremes of the change from even, on the way
   double highest[kSegments];
-  double smallest[kSegments];  // the extremes of the values
+  double smallest[kSegments];  // the extremes of the values that are not NaN, or else infinities
   double largest[kSegments];
 };
 
@@ -111,8 +118,8 @@ LUMOMIXCALC_PER_PROCESSOR void TrySegments(const Walk& __restrict walk, const Bi
     double odd = E + u;
     double lowest = even;
     double highest = even;
-    double smallest = walk.at[0][j];
-    double largest = smallest;
+    double smallest = INFINITY;
+    double largest = -INFINITY;
     for (int t = 0; t < kSegmentLength; ++t) {
       const double v = walk.at[t][j];
       const double r = (v + D) - D;
@@ -188,27 +195,57 @@ float AddOneByOne(const Walk& walk, int j, float sum) {
   return sum;
 }
 
-// Lowers the minimum and raises the maximum to the extremes of a chunk if their order does not
-// matter. Otherwise returns false and changes nothing.
-bool CountExtremes(const Trial& trial, OutputStats& stats) {
+// The number of values up to the last NaN of a chunk, itself included; 0 if there is none.
+int CountUpToLastNan(const Walk& walk, const Trial& trial) {
+  for (int j = kSegments - 1; j >= 0; --j) {
+    if (!std::isnan(trial.change[0][j])) continue;  // infinities of both signs give NaN, too
+    for (int t = kSegmentLength - 1; t >= 0; --t) {
+      if (std::isnan(walk.at[t][j])) return j * kSegmentLength + t + 1;
+    }
+  }
+  return 0;
+}
+
+// The minimum after a chunk whose last NaN is its value number `last`, counted from 1.
+float MinimumFromLastNan(const Walk& walk, int last) {
+  float minimum = NAN;
+  for (int i = last - 1; i < kChunk; ++i) {
+    minimum = LowerMinimum(walk.at[i % kSegmentLength][i / kSegmentLength], minimum);
+  }
+  return minimum;
+}
+
+// Lowers the minimum and raises the maximum as a chunk does, if their order does not matter and the
+// sum stays finite, infinite or NaN as it is. Otherwise returns false and changes nothing.
+bool CountExtremes(const Walk& walk, const Trial& trial, OutputStats& stats) {
   double smallest = trial.smallest[0];
   double largest = trial.largest[0];
-  double changes = 0.0;  // finite if every change is
+  double changes = 0.0;  // finite only if every value is
   for (int j = 0; j < kSegments; ++j) {
     smallest = std::min(smallest, trial.smallest[j]);
     largest = std::max(largest, trial.largest[j]);
     changes += trial.change[0][j];
   }
-  const float newMinimum = static_cast<float>(smallest);
-  const float newMaximum = static_cast<float>(largest);
-  const bool lowers = smallest < stats.minimum;
-  const bool raises = largest > stats.maximum;
-  if (!std::isfinite(changes) || std::isnan(stats.minimum) || (lowers && newMinimum == 0.0F) ||
-      (raises && newMaximum == 0.0F)) {
-    return false;
+  const int lastNan = std::isfinite(changes) ? 0 : CountUpToLastNan(walk, trial);
+  // An infinity of the other sign is one of the extremes.
+  const bool staysInfinite = lastNan == 0 && stats.sum + smallest + largest == stats.sum;
+  const bool staysAsItIs =
+      std::isfinite(stats.sum) ? std::isfinite(changes) : std::isnan(stats.sum) || staysInfinite;
+  if (!staysAsItIs) return false;
+
+  float minimum = std::isnan(stats.minimum) ? static_cast<float>(walk.at[0][0]) : stats.minimum;
+  if (lastNan > 0) {
+    minimum = MinimumFromLastNan(walk, lastNan);
+  } else if (smallest < minimum) {
+    minimum = static_cast<float>(smallest);
+    if (minimum == 0.0F) return false;
   }
-  if (lowers) stats.minimum = newMinimum;
-  if (raises) stats.maximum = newMaximum;
+  if (largest > stats.maximum) {
+    const auto maximum = static_cast<float>(largest);
+    if (maximum == 0.0F) return false;
+    stats.maximum = maximum;
+  }
+  stats.minimum = minimum;
   return true;
 }
 
@@ -219,8 +256,8 @@ bool CountFullChunk(const double* values, bool backward, OutputStats& stats) {
   const Binade binade(std::isnormal(stats.sum) ? stats.sum : 1.0F);
   Trial trial;
   TrySegments(walk, binade, trial);
-  if (!CountExtremes(trial, stats)) return false;
-  if (!std::isfinite(stats.sum)) return true;  // no finite value changes it
+  if (!CountExtremes(walk, trial, stats)) return false;
+  if (!std::isfinite(stats.sum)) return true;
   double sum = stats.sum;
   bool mayRound = false;
   for (int j = 0; j < kSegments; ++j) {

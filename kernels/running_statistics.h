@@ -25,6 +25,12 @@ inline float AddToSum(double v, float sum) {
   return next;
 }
 
+// The rule's minimum: float(v) unless v >= minimum. A NaN v replaces it, and a NaN minimum is
+// replaced.
+inline float LowerMinimum(double v, float minimum) {
+  return v >= minimum ? minimum : static_cast<float>(v);
+}
+
 // Counts values into a host's statistics record, which is read on construction and written by
 // Store.
 class RunningStatistics {
@@ -32,11 +38,11 @@ class RunningStatistics {
   explicit RunningStatistics(const float* record) : stats_{record[0], record[1], record[2]} {}
 
   // The rule. Counts v, the value before it is rounded for the store:
-  //   minimum = float(v)        unless v >= minimum: a NaN v replaces it, a NaN minimum is replaced
+  //   minimum = float(v)        unless v >= minimum, see LowerMinimum
   //   maximum = float(v)        if v > maximum: a NaN v never does, a NaN maximum stays
   //   sum     = float(v + sum)  rounded to single precision at every element
   void Count(double v) {
-    stats_.minimum = v >= stats_.minimum ? stats_.minimum : static_cast<float>(v);
+    stats_.minimum = LowerMinimum(v, stats_.minimum);
     stats_.maximum = v > stats_.maximum ? static_cast<float>(v) : stats_.maximum;
     stats_.sum = AddToSum(v, stats_.sum);
   }
