@@ -57,6 +57,14 @@ inline Complex Pow(Complex base, Complex exponent) {
   return {std::cos(angle) * e, e * std::sin(angle)};
 }
 
+// (... (highest * x + next) * x + ...) * x + last, in this order.
+template <class... Rest>
+double Polynomial(double x, double highest, Rest... next) {
+  double value = highest;
+  ((value = value * x + next), ...);
+  return value;
+}
+
 }  // namespace lumomixcalc
 
 #endif

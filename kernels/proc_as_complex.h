@@ -64,13 +64,6 @@ struct OutputChunk {
   }
 }
 
-// An operation that has a fast form besides its formula: without branches and calls, and with the
-// same bits wherever it says so.
-template <class Op>
-concept HasFastForm = requires(Complex z, bool isCertain) {
-  Op::ApplyFast(z, z, z, z, isCertain);
-};
-
 // Op is an element operation over std::complex<float>, Post UnaryNoOp<float> or ClampAtZero, which
 // is applied to the real part. The real part is also what the statistics count. A real input
 // element x is x + 0i; a real output receives the real part alone.
@@ -103,8 +96,9 @@ struct ProcAsComplex {
       const std::ptrdiff_t start = backward ? n - done - count : done;
       const float* x1 = Op::kFile1 ? chunk1.Pairs(in1, in1Complex, start, count) : nullptr;
       const float* x2 = Op::kFile2 ? chunk2.Pairs(in2, in2Complex, start, count) : nullptr;
-      if constexpr (HasFastForm<Op>) {
-        // If any element is uncertain, the formula computes the whole chunk. This is rare.
+      if constexpr (requires { Op::ApplyFast; }) {
+        // The fast form has no branches and calls, and the same bits where it says so. If any
+        // element is uncertain, the formula computes the whole chunk. This is rare.
         if (!Compute<true>(x1, x2, A, B, count, w)) Compute<false>(x1, x2, A, B, count, w);
       } else {
         Compute<false>(x1, x2, A, B, count, w);

@@ -52,6 +52,7 @@
 #include <cfloat>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 
 #include "kernels/multiversioning.h"
 
@@ -189,32 +190,6 @@ bool AddSegment(const Trial& trial, int j, const Binade& binade, double& sum) {
   return true;
 }
 
-// The sum after the values of a segment, one after the other by the rule, whatever they are.
-float AddOneByOne(const Walk& walk, int j, float sum) {
-  for (int t = 0; t < kSegmentLength; ++t) sum = AddToSum(walk.at[t][j], sum);
-  return sum;
-}
-
-// The number of values up to the last NaN of a chunk, itself included; 0 if there is none.
-int CountUpToLastNan(const Walk& walk, const Trial& trial) {
-  for (int j = kSegments - 1; j >= 0; --j) {
-    if (!std::isnan(trial.change[0][j])) continue;  // infinities of both signs give NaN, too
-    for (int t = kSegmentLength - 1; t >= 0; --t) {
-      if (std::isnan(walk.at[t][j])) return j * kSegmentLength + t + 1;
-    }
-  }
-  return 0;
-}
-
-// The minimum after a chunk whose last NaN is its value number `last`, counted from 1.
-float MinimumFromLastNan(const Walk& walk, int last) {
-  float minimum = NAN;
-  for (int i = last - 1; i < kChunk; ++i) {
-    minimum = LowerMinimum(walk.at[i % kSegmentLength][i / kSegmentLength], minimum);
-  }
-  return minimum;
-}
-
 // Lowers the minimum and raises the maximum as a chunk does, if their order does not matter and the
 // sum stays finite, infinite or NaN as it is. Otherwise returns false and changes nothing.
 bool CountExtremes(const Walk& walk, const Trial& trial, OutputStats& stats) {
@@ -226,16 +201,20 @@ bool CountExtremes(const Walk& walk, const Trial& trial, OutputStats& stats) {
     largest = std::max(largest, trial.largest[j]);
     changes += trial.change[0][j];
   }
-  const int lastNan = std::isfinite(changes) ? 0 : CountUpToLastNan(walk, trial);
+  const auto value = [&walk](int i) -> double {
+    return walk.at[i % kSegmentLength][i / kSegmentLength];
+  };
+  int afterLastNan = std::isfinite(changes) ? 0 : kChunk;
+  while (afterLastNan > 0 && !std::isnan(value(afterLastNan - 1))) --afterLastNan;
   // An infinity of the other sign is one of the extremes.
-  const bool staysInfinite = lastNan == 0 && stats.sum + smallest + largest == stats.sum;
-  const bool staysAsItIs =
-      std::isfinite(stats.sum) ? std::isfinite(changes) : std::isnan(stats.sum) || staysInfinite;
-  if (!staysAsItIs) return false;
-
-  float minimum = std::isnan(stats.minimum) ? static_cast<float>(walk.at[0][0]) : stats.minimum;
-  if (lastNan > 0) {
-    minimum = MinimumFromLastNan(walk, lastNan);
+  const bool staysInfinite =
+      std::isinf(stats.sum) && afterLastNan == 0 && stats.sum + smallest + largest == stats.sum;
+  if (!std::isfinite(changes) && !std::isnan(stats.sum) && !staysInfinite) return false;
+  float minimum = std::isnan(stats.minimum) ? static_cast<float>(value(0)) : stats.minimum;
+  if (afterLastNan > 0) {
+    for (int i = afterLastNan - 1; i < kChunk; ++i) {
+      minimum = value(i) >= minimum ? minimum : static_cast<float>(value(i));
+    }
   } else if (smallest < minimum) {
     minimum = static_cast<float>(smallest);
     if (minimum == 0.0F) return false;
@@ -264,7 +243,9 @@ bool CountFullChunk(const double* values, bool backward, OutputStats& stats) {
     if (AddSegment(trial, j, binade, sum)) continue;
     if (!mayRound && AddUnrounded(walk, trial, stats.sum)) return true;
     mayRound = true;
-    sum = AddOneByOne(walk, j, static_cast<float>(sum));
+    auto byRule = static_cast<float>(sum);
+    for (int t = 0; t < kSegmentLength; ++t) byRule = AddToSum(walk.at[t][j], byRule);
+    sum = byRule;
   }
   stats.sum = static_cast<float>(sum);
   return true;
@@ -275,6 +256,19 @@ bool CountFullChunk(const double* values, bool backward, OutputStats& stats) {
 void RunningStatistics::CountChunk(const double* values, int n, bool backward) {
   if (n == kChunk && CountFullChunk(values, backward, stats_)) return;
   for (int i = 0; i < n; ++i) Count(values[backward ? n - 1 - i : i]);
+}
+
+// The rule's sum is monotonic in each value and in the sum before it, zeros ordered by their signs.
+// So what all the smallest and all the largest values give, the values give, too. Minimum and
+// maximum depend only on the rounded values and on the signs of those rounded to zero.
+bool RunningStatistics::CountBetween(const double* low, const double* high, int n) {
+  RunningStatistics byLow = *this;
+  RunningStatistics byHigh = *this;
+  byLow.CountChunk(low, n, false);
+  byHigh.CountChunk(high, n, false);
+  if (std::memcmp(&byLow.stats_, &byHigh.stats_, sizeof stats_) != 0) return false;
+  *this = byLow;
+  return true;
 }
 
 }  // namespace lumomixcalc

@@ -25,12 +25,6 @@ inline float AddToSum(double v, float sum) {
   return next;
 }
 
-// The rule's minimum: float(v) unless v >= minimum. A NaN v replaces it, and a NaN minimum is
-// replaced.
-inline float LowerMinimum(double v, float minimum) {
-  return v >= minimum ? minimum : static_cast<float>(v);
-}
-
 // Counts values into a host's statistics record, which is read on construction and written by
 // Store.
 class RunningStatistics {
@@ -38,11 +32,11 @@ class RunningStatistics {
   explicit RunningStatistics(const float* record) : stats_{record[0], record[1], record[2]} {}
 
   // The rule. Counts v, the value before it is rounded for the store:
-  //   minimum = float(v)        unless v >= minimum, see LowerMinimum
+  //   minimum = float(v)        unless v >= minimum: a NaN v replaces it, a NaN minimum is replaced
   //   maximum = float(v)        if v > maximum: a NaN v never does, a NaN maximum stays
   //   sum     = float(v + sum)  rounded to single precision at every element
   void Count(double v) {
-    stats_.minimum = LowerMinimum(v, stats_.minimum);
+    stats_.minimum = v >= stats_.minimum ? stats_.minimum : static_cast<float>(v);
     stats_.maximum = v > stats_.maximum ? static_cast<float>(v) : stats_.maximum;
     stats_.sum = AddToSum(v, stats_.sum);
   }
@@ -50,6 +44,10 @@ class RunningStatistics {
   // Counts n <= kChunk values, from the first to the last or, if backward, from the last to the
   // first. The record gets exactly the bits that Count on each value would give it, but faster.
   void CountChunk(const double* values, int n, bool backward);
+
+  // Counts n <= kChunk values between low and high, which are rounded to the same floats, in this
+  // order. Returns false and counts nothing if the record depends on where between them they are.
+  bool CountBetween(const double* low, const double* high, int n);
 
   void Store(float* record) const {
     record[0] = stats_.minimum;
