@@ -42,8 +42,6 @@ using ReadsFile1 = Reads<true, false>;
 using ReadsFile2 = Reads<false, true>;
 using ReadsBoth = Reads<true, true>;
 
-// ---- Sums and products --------------------------------------------------------------------------
-
 template <class T>
 struct AF1 : ReadsFile1 {
   using W = Working<T>;
@@ -68,8 +66,6 @@ struct AF1_Times_F2 : ReadsBoth {
   static W Apply(W F1, W F2, W A, W) { return (A * F1) * F2; }
 };
 
-// ---- Quotients ----------------------------------------------------------------------------------
-
 template <class T>
 struct AF1_DividedBy_F2 : ReadsBoth {
   using W = Working<T>;
@@ -81,8 +77,6 @@ struct A_DividedBy_F2 : ReadsFile2 {
   using W = Working<T>;
   static W Apply(W, W F2, W A, W) { return A / F2; }
 };
-
-// ---- Modulus, logarithm, power ------------------------------------------------------------------
 
 template <class T>
 struct Abs_AF1 : ReadsFile1 {

@@ -60,9 +60,7 @@ inline Complex Pow(Complex base, Complex exponent) {
 // (... (highest * x + next) * x + ...) * x + last, in this order.
 template <class... Rest>
 double Polynomial(double x, double highest, Rest... next) {
-  double value = highest;
-  ((value = value * x + next), ...);
-  return value;
+  return ((highest = highest * x + next), ...);
 }
 
 }  // namespace lumomixcalc

@@ -31,12 +31,10 @@ struct ProcAsReal {
     int wait = 0;  // chunks before the fast form is tried
     for (std::ptrdiff_t start = 0; start < n; start += kChunk) {
       const int count = static_cast<int>(std::min<std::ptrdiff_t>(kChunk, n - start));
-      const float* x1 = Op::kFile1 ? in1 + start : nullptr;
-      const float* x2 = Op::kFile2 ? in2 + start : nullptr;
-      if (wait > 0 || !TryFast(fast, x1, A, B, count, v, running)) {
+      if (wait > 0 || !TryFast(fast, in1 + start, A, B, count, v, running)) {
         // What defeats the fast form, as integer powers do, is mostly in the next chunks, too.
         wait = wait > 0 ? wait - 1 : 15;
-        for (int i = 0; i < count; ++i) v[i] = Compute(x1, x2, i, A, B);
+        for (int i = 0; i < count; ++i) v[i] = Compute(in1 + start, in2 + start, i, A, B);
         running.CountChunk(v, count, false);
       }
       for (int i = 0; i < count; ++i) out[start + i] = static_cast<float>(v[i]);
@@ -60,11 +58,11 @@ struct ProcAsReal {
     return false;
   }
 
-  // Proven rounding: the stored float and the sum are rounded, so they may come from any double v
-  // that rounds as the formula's. A fast form has no branches and calls, so that a compiler
-  // computes several elements at once. The formula's result is within its kMargin, relative to v;
-  // if v is zero, infinite or NaN, it is v. The formula computes the elements whose float is not
-  // certain. Returns false and counts nothing if these are many or the record is not certain.
+  // Proven rounding: the stored float and the sum may come from any double v that they round as the
+  // formula's. A fast form has no branches and calls, so that it becomes vector instructions. Its
+  // zeros, infinities and NaNs are exact, others within its kMargin, relative to v. The formula
+  // computes elements whose float is uncertain. Returns false and counts nothing if these are many
+  // or the record is uncertain.
   template <class Fast>
   [[gnu::always_inline]] static inline bool TryFast(const Fast& fast, const float* x1, double A,
                                                     double B, int count, double* v,
