@@ -13,6 +13,7 @@
 
 #include "kernels/complex_value.h"
 #include "kernels/elementary_functions.h"
+#include "kernels/fast_logarithm_and_power.h"
 #include "kernels/fast_phase.h"
 
 namespace lumomixcalc {
@@ -24,18 +25,22 @@ using Working = std::conditional_t<std::is_same_v<T, float>, double, Complex>;
 // What ClampAtZero makes of a NaN: +0, or the NaN itself.
 enum class NanUnderClamp { kBecomesZero, kPasses };
 
-// Traits of an operation: the inputs whose values it uses, and how a clamp treats its NaNs.
+struct NoFastForm {
+  NoFastForm(double, double) {}
+};
+
+// Traits of an operation: the inputs whose values it uses, how a clamp treats its NaNs, and what
+// computes it faster if it is real (see TryFast in proc_as_real.h).
 template <bool File1, bool File2>
 struct Reads {
   static constexpr bool kFile1 = File1;
   static constexpr bool kFile2 = File2;
   static constexpr NanUnderClamp kNanUnderClamp = NanUnderClamp::kBecomesZero;
+  using RealFastForm = NoFastForm;
 };
 using ReadsFile1 = Reads<true, false>;
 using ReadsFile2 = Reads<false, true>;
 using ReadsBoth = Reads<true, true>;
-
-// ---- Sums and products --------------------------------------------------------------------------
 
 template <class T>
 struct AF1 : ReadsFile1 {
@@ -61,8 +66,6 @@ struct AF1_Times_F2 : ReadsBoth {
   static W Apply(W F1, W F2, W A, W) { return (A * F1) * F2; }
 };
 
-// ---- Quotients ----------------------------------------------------------------------------------
-
 template <class T>
 struct AF1_DividedBy_F2 : ReadsBoth {
   using W = Working<T>;
@@ -74,8 +77,6 @@ struct A_DividedBy_F2 : ReadsFile2 {
   using W = Working<T>;
   static W Apply(W, W F2, W A, W) { return A / F2; }
 };
-
-// ---- Modulus, logarithm, power ------------------------------------------------------------------
 
 template <class T>
 struct Abs_AF1 : ReadsFile1 {
@@ -92,6 +93,7 @@ inline constexpr NanUnderClamp kPassesIfReal =
 template <class T>
 struct A_Ln_F1_Plus_B : ReadsFile1 {
   using W = Working<T>;
+  using RealFastForm = FastLogarithm;
   static constexpr NanUnderClamp kNanUnderClamp = kPassesIfReal<T>;
   static W Apply(W F1, W, W A, W B) { return A * Log(F1 + B); }
 };
@@ -99,6 +101,7 @@ struct A_Ln_F1_Plus_B : ReadsFile1 {
 template <class T>
 struct F1_Plus_B_Pow_A : ReadsFile1 {
   using W = Working<T>;
+  using RealFastForm = FastPower;
   static constexpr NanUnderClamp kNanUnderClamp = kPassesIfReal<T>;
   static W Apply(W F1, W, W A, W B) { return Pow(F1 + B, A); }
 };

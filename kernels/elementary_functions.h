@@ -57,6 +57,12 @@ inline Complex Pow(Complex base, Complex exponent) {
   return {std::cos(angle) * e, e * std::sin(angle)};
 }
 
+// (... (highest * x + next) * x + ...) * x + last, in this order.
+template <class... Rest>
+double Polynomial(double x, double highest, Rest... next) {
+  return ((highest = highest * x + next), ...);
+}
+
 }  // namespace lumomixcalc
 
 #endif

@@ -6,6 +6,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "kernels/elementary_functions.h"
+
 namespace lumomixcalc {
 
 // atan2(y, x) for floats widened to double, of which not both are zero or infinite; else NaN. The
@@ -33,18 +35,10 @@ inline double FastAtan2(double y, double x) {
   const double z = ratio * ratio;
   // atan(t) / t as a polynomial in z = t^2, through its values at the Chebyshev nodes of
   // [0, tan(pi/8)^2].
-  double series = -0x1.23b93fac21dacp-6;
-  series = series * z + 0x1.3702ea64c11f2p-5;
-  series = series * z - 0x1.9c79c07a989c6p-5;
-  series = series * z + 0x1.def9ecd6a20f2p-5;
-  series = series * z - 0x1.10ea1d157f6ffp-4;
-  series = series * z + 0x1.3b10f0f5b1224p-4;
-  series = series * z - 0x1.745cf64dcc6bdp-4;
-  series = series * z + 0x1.c71c70cb775cep-4;
-  series = series * z - 0x1.2492492259b3ep-3;
-  series = series * z + 0x1.999999999466ap-3;
-  series = series * z - 0x1.555555555552fp-2;
-  series = series * z + 1.0;
+  const double series = Polynomial(
+      z, -0x1.23b93fac21dacp-6, 0x1.3702ea64c11f2p-5, -0x1.9c79c07a989c6p-5, 0x1.def9ecd6a20f2p-5,
+      -0x1.10ea1d157f6ffp-4, 0x1.3b10f0f5b1224p-4, -0x1.745cf64dcc6bdp-4, 0x1.c71c70cb775cep-4,
+      -0x1.2492492259b3ep-3, 0x1.999999999466ap-3, -0x1.555555555552fp-2, 1.0);
   double angle = ratio * series;
   angle = isTurned ? std::numbers::pi / 4 + angle : angle;
   angle = ax < ay ? std::numbers::pi / 2 - angle : angle;

@@ -14,24 +14,17 @@
 
 namespace lumomixcalc {
 
-// The elements of one input in a chunk as pairs of a real and an imaginary part.
-class InputChunk {
- public:
-  // A complex buffer already contains the pairs. From a real one, pairs with zero imaginary parts
-  // are made here.
-  const float* Pairs(const float* buffer, bool isComplex, std::ptrdiff_t start,
-                     std::ptrdiff_t count) {
-    if (isComplex) return buffer + 2 * start;
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
-      pairs_[2 * i] = buffer[start + i];
-      pairs_[2 * i + 1] = 0.0F;
-    }
-    return pairs_;
+// The elements of one input in a chunk as pairs of a real and an imaginary part. A complex buffer
+// already contains them. From a real one, pairs with zero imaginary parts are made in `pairs`.
+inline const float* Pairs(const float* buffer, bool isComplex, std::ptrdiff_t start,
+                          std::ptrdiff_t count, float* pairs) {
+  if (isComplex) return buffer + 2 * start;
+  for (std::ptrdiff_t i = 0; i < count; ++i) {
+    pairs[2 * i] = buffer[start + i];
+    pairs[2 * i + 1] = 0.0F;
   }
-
- private:
-  float pairs_[2 * kChunk];
-};
+  return pairs;
+}
 
 // The results of a chunk. Their real parts are not rounded yet; a real output receives only these.
 struct OutputChunk {
@@ -64,13 +57,6 @@ struct OutputChunk {
   }
 }
 
-// An operation that has a fast form besides its formula: without branches and calls, and with the
-// same bits wherever it says so.
-template <class Op>
-concept HasFastForm = requires(Complex z, bool isCertain) {
-  Op::ApplyFast(z, z, z, z, isCertain);
-};
-
 // Op is an element operation over std::complex<float>, Post UnaryNoOp<float> or ClampAtZero, which
 // is applied to the real part. The real part is also what the statistics count. A real input
 // element x is x + 0i; a real output receives the real part alone.
@@ -95,20 +81,16 @@ struct ProcAsComplex {
     const Complex A(params.A);
     const Complex B(params.B);
     RunningStatistics running(stats);
-    InputChunk chunk1;
-    InputChunk chunk2;
+    float pairs1[2 * kChunk];
+    float pairs2[2 * kChunk];
     OutputChunk w;
     for (std::ptrdiff_t done = 0; done < n; done += kChunk) {
       const std::ptrdiff_t count = std::min<std::ptrdiff_t>(kChunk, n - done);
       const std::ptrdiff_t start = backward ? n - done - count : done;
-      const float* x1 = Op::kFile1 ? chunk1.Pairs(in1, in1Complex, start, count) : nullptr;
-      const float* x2 = Op::kFile2 ? chunk2.Pairs(in2, in2Complex, start, count) : nullptr;
-      if constexpr (HasFastForm<Op>) {
-        // If any element is uncertain, the formula computes the whole chunk. This is rare.
-        if (!Compute<true>(x1, x2, A, B, count, w)) Compute<false>(x1, x2, A, B, count, w);
-      } else {
-        Compute<false>(x1, x2, A, B, count, w);
-      }
+      const float* x1 = Op::kFile1 ? Pairs(in1, in1Complex, start, count, pairs1) : nullptr;
+      const float* x2 = Op::kFile2 ? Pairs(in2, in2Complex, start, count, pairs2) : nullptr;
+      // If any element is uncertain, the formula computes the whole chunk. This is rare.
+      if (!Compute<true>(x1, x2, A, B, count, w)) Compute<false>(x1, x2, A, B, count, w);
       w.Write(out, outComplex, start, count);
       const std::ptrdiff_t next = backward ? start - kChunk : start + kChunk;
       if (Op::kFile1) Prefetch(in1, in1Complex, next, n);
@@ -120,8 +102,8 @@ struct ProcAsComplex {
   }
 
  private:
-  // Computes a chunk, by the fast form if kFast; returns false if an element of it is uncertain.
-  // Always inlined, so that it is compiled for each processor.
+  // Computes a chunk, if kFast by a fast form without branches and calls, if Op has one. Returns
+  // whether all bits are certain. Always inlined, so that it is compiled for each processor.
   template <bool kFast>
   [[gnu::always_inline]] static inline bool Compute(const float* x1, const float* x2, Complex A,
                                                     Complex B, std::ptrdiff_t count,
@@ -132,7 +114,7 @@ struct ProcAsComplex {
       const Complex F1 = Op::kFile1 ? Complex(x1[2 * i], x1[2 * i + 1]) : Complex();
       const Complex F2 = Op::kFile2 ? Complex(x2[2 * i], x2[2 * i + 1]) : Complex();
       Complex result;
-      if constexpr (kFast) {
+      if constexpr (kFast && requires { Op::ApplyFast; }) {
         bool isCertain = false;
         result = Op::ApplyFast(F1, F2, A, B, isCertain);
         areCertain &= static_cast<std::uint64_t>(isCertain);

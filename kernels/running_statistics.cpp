@@ -24,10 +24,10 @@
 //      until the first tie. This makes both even, and from then on they differ by 0 or 2 units. So
 //      the sums of the odd one are those of the even one within one unit, and only the even one's
 //      extremes are kept.
-//   5. Minimum and maximum do not depend on the order, since rounding is monotonic: the rule ends
-//      with the smallest value, rounded, if that is below the minimum it began with. Exceptions: a
-//      NaN or an infinity among the values (they are not told apart), a NaN minimum to begin with,
-//      and a new extreme that rounds to zero, whose sign depends on which zero came first.
+//   5. Without NaNs, minimum and maximum do not depend on the order, since rounding is monotonic:
+//      the rule ends with the smallest value, rounded, if that is below the minimum it began with.
+//      A NaN to begin with is replaced by the first value. Exception: a new extreme that rounds to
+//      zero, whose sign depends on which zero came first.
 //   6. Sums near zero or a power of two, which change binades all the time, are often sums of
 //      integers. Let B = |s| + |v1| + |v2| + ... over a chunk be below 2P, now for any binade, and
 //      let s and every v be whole numbers of its unit u: (v + E) - E = v. Then every sum on the way
@@ -35,9 +35,16 @@
 //      values can be added in any order. Below the smallest normal number floats have the unit of
 //      the binade above it, which is valid for any smaller B. A zero sum is -0 only if s and every
 //      v are, in any order; so adding starts from -0.
+//   7. A NaN sum stays NaN. An infinite sum stays as it is until a NaN or an infinity of the other
+//      sign comes. A finite one that ceases to be finite is not finite again. So chunks that change
+//      one of these into another are rare.
+//   8. A NaN replaces the minimum whatever it was, and passes the maximum by. So a chunk with NaNs
+//      has the rule's minimum over the values that follow its last NaN, begun with this NaN, and
+//      its maximum is as in 5, over the other values.
 //
 // Whatever does not meet a condition is counted by the rule itself: a segment whose sum leaves the
-// binade, or the whole chunk where the order of its extremes matters.
+// binade, or the whole chunk where the order of its extremes matters or where the sum changes
+// between finite, infinite and NaN.
 #include "kernels/running_statistics.h"
 
 #include <algorithm>
@@ -45,6 +52,7 @@
 #include <cfloat>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 
 #include "kernels/multiversioning.h"
 
@@ -59,21 +67,19 @@ static_assert(kSegments * kSegmentLength == kChunk);
 // t of segment j is at [t][j]. A processor's vector then holds one value of each of several
 // segments, and the loop over the segments in TrySegments is computed side by side.
 struct Walk {
+  double Value(int i) const { return at[i % kSegmentLength][i / kSegmentLength]; }
   alignas(64) double at[kSegmentLength][kSegments];  // a vector of 64 bytes is one cache line
 };
 
 // The binade of a normal sum, and the constants above that go with it.
 struct Binade {
   explicit Binade(float sum)
-      : P(std::bit_cast<float>(std::bit_cast<std::uint32_t>(sum) & 0x7f800000U)),
-        u(P * 0x1p-23),
-        D(1.5 * P),
-        E(1.5 * P * 0x1p29) {}
+      : P(std::bit_cast<float>(std::bit_cast<std::uint32_t>(sum) & 0x7f800000U)) {}
 
   double P;
-  double u;
-  double D;
-  double E;
+  double u = P * 0x1p-23;
+  double D = 1.5 * P;
+  double E = 1.5 * P * 0x1p29;
 };
 
 // What each segment would do to a sum in the binade.
@@ -82,7 +88,7 @@ struct Trial {
                                 // finite where a value is not
   double lowest[kSegments];     // the extremes of the change from even, on the way
   double highest[kSegments];
-  double smallest[kSegments];  // the extremes of the values
+  double smallest[kSegments];  // the extremes of the values that are not NaN, or else infinities
   double largest[kSegments];
 };
 
@@ -111,8 +117,8 @@ LUMOMIXCALC_PER_PROCESSOR void TrySegments(const Walk& __restrict walk, const Bi
     double odd = E + u;
     double lowest = even;
     double highest = even;
-    double smallest = walk.at[0][j];
-    double largest = smallest;
+    double smallest = INFINITY;
+    double largest = -INFINITY;
     for (int t = 0; t < kSegmentLength; ++t) {
       const double v = walk.at[t][j];
       const double r = (v + D) - D;
@@ -182,33 +188,37 @@ bool AddSegment(const Trial& trial, int j, const Binade& binade, double& sum) {
   return true;
 }
 
-// The sum after the values of a segment, one after the other by the rule, whatever they are.
-float AddOneByOne(const Walk& walk, int j, float sum) {
-  for (int t = 0; t < kSegmentLength; ++t) sum = AddToSum(walk.at[t][j], sum);
-  return sum;
-}
-
-// Lowers the minimum and raises the maximum to the extremes of a chunk if their order does not
-// matter. Otherwise returns false and changes nothing.
-bool CountExtremes(const Trial& trial, OutputStats& stats) {
+// Lowers the minimum and raises the maximum as a chunk does, if their order does not matter and the
+// sum stays finite, infinite or NaN as it is. Otherwise returns false and changes nothing.
+bool CountExtremes(const Walk& walk, const Trial& trial, OutputStats& stats) {
   double smallest = trial.smallest[0];
   double largest = trial.largest[0];
-  double changes = 0.0;  // finite if every change is
+  double changes = 0.0;  // finite only if every value is
   for (int j = 0; j < kSegments; ++j) {
     smallest = std::min(smallest, trial.smallest[j]);
     largest = std::max(largest, trial.largest[j]);
     changes += trial.change[0][j];
   }
-  const float newMinimum = static_cast<float>(smallest);
-  const float newMaximum = static_cast<float>(largest);
-  const bool lowers = smallest < stats.minimum;
-  const bool raises = largest > stats.maximum;
-  if (!std::isfinite(changes) || std::isnan(stats.minimum) || (lowers && newMinimum == 0.0F) ||
-      (raises && newMaximum == 0.0F)) {
-    return false;
+  int afterLastNan = std::isfinite(changes) ? 0 : kChunk;
+  while (afterLastNan > 0 && !std::isnan(walk.Value(afterLastNan - 1))) --afterLastNan;
+  // An infinity of the other sign is one of the extremes.
+  const bool staysInfinite =
+      std::isinf(stats.sum) && afterLastNan == 0 && stats.sum + smallest + largest == stats.sum;
+  if (!std::isfinite(changes) && !std::isnan(stats.sum) && !staysInfinite) return false;
+  float minimum = std::isnan(stats.minimum) ? static_cast<float>(walk.Value(0)) : stats.minimum;
+  if (afterLastNan > 0) {
+    for (int i = afterLastNan - 1; i < kChunk; ++i)
+      minimum = walk.Value(i) >= minimum ? minimum : static_cast<float>(walk.Value(i));
+  } else if (smallest < minimum) {
+    minimum = static_cast<float>(smallest);
+    if (minimum == 0.0F) return false;
   }
-  if (lowers) stats.minimum = newMinimum;
-  if (raises) stats.maximum = newMaximum;
+  if (largest > stats.maximum) {
+    const auto maximum = static_cast<float>(largest);
+    if (maximum == 0.0F) return false;
+    stats.maximum = maximum;
+  }
+  stats.minimum = minimum;
   return true;
 }
 
@@ -219,18 +229,39 @@ bool CountFullChunk(const double* values, bool backward, OutputStats& stats) {
   const Binade binade(std::isnormal(stats.sum) ? stats.sum : 1.0F);
   Trial trial;
   TrySegments(walk, binade, trial);
-  if (!CountExtremes(trial, stats)) return false;
-  if (!std::isfinite(stats.sum)) return true;  // no finite value changes it
+  if (!CountExtremes(walk, trial, stats)) return false;
+  if (!std::isfinite(stats.sum)) return true;
   double sum = stats.sum;
   bool mayRound = false;
   for (int j = 0; j < kSegments; ++j) {
     if (AddSegment(trial, j, binade, sum)) continue;
     if (!mayRound && AddUnrounded(walk, trial, stats.sum)) return true;
     mayRound = true;
-    sum = AddOneByOne(walk, j, static_cast<float>(sum));
+    auto byRule = static_cast<float>(sum);
+    for (int t = 0; t < kSegmentLength; ++t) byRule = AddToSum(walk.at[t][j], byRule);
+    sum = byRule;
   }
   stats.sum = static_cast<float>(sum);
   return true;
+}
+
+// Whether values between low and high, counted by the rule, change the sum as low does. True only
+// if all have the sign of the sum and it stays in its binade. By 1 and 2 it is enough that, a gap
+// of the grid g away on both sides, they have the same nearest multiple of u.
+LUMOMIXCALC_PER_PROCESSOR bool RoundAlike(const double* low, const double* high, int n, float start,
+                                          float end) {
+  const Binade binade(start);
+  if (!std::isnormal(start) || Binade(end).P != binade.P) return false;
+  const double g = binade.u * 0x1p-29;
+  const auto sign = std::bit_cast<std::uint64_t>(double{start});
+  std::uint64_t difference = 0;
+  std::uint64_t signs = 0;
+  for (int i = 0; i < n; ++i) {
+    difference |= std::bit_cast<std::uint64_t>(low[i] - g + binade.E) ^
+                  std::bit_cast<std::uint64_t>(high[i] + g + binade.E);
+    signs |= std::bit_cast<std::uint64_t>(low[i]) ^ sign;
+  }
+  return difference == 0 && signs >> 63U == 0;
 }
 
 }  // namespace
@@ -238,6 +269,21 @@ bool CountFullChunk(const double* values, bool backward, OutputStats& stats) {
 void RunningStatistics::CountChunk(const double* values, int n, bool backward) {
   if (n == kChunk && CountFullChunk(values, backward, stats_)) return;
   for (int i = 0; i < n; ++i) Count(values[backward ? n - 1 - i : i]);
+}
+
+// Minimum and maximum depend only on the rounded values and on the signs of those rounded to zero.
+// The sum is the same if all increments are (RoundAlike). Otherwise, since the rule's sum is
+// monotonic in each value and in the sum before it, it is between those of low and high.
+bool RunningStatistics::CountBetween(const double* low, const double* high, int n) {
+  RunningStatistics byLow = *this;
+  byLow.CountChunk(low, n, false);
+  if (std::isfinite(stats_.sum) && !RoundAlike(low, high, n, stats_.sum, byLow.stats_.sum)) {
+    RunningStatistics byHigh = *this;
+    byHigh.CountChunk(high, n, false);
+    if (std::memcmp(&byLow.stats_, &byHigh.stats_, sizeof stats_) != 0) return false;
+  }
+  *this = byLow;
+  return true;
 }
 
 }  // namespace lumomixcalc

@@ -45,6 +45,10 @@ class RunningStatistics {
   // first. The record gets exactly the bits that Count on each value would give it, but faster.
   void CountChunk(const double* values, int n, bool backward);
 
+  // Counts n <= kChunk values between low and high, which are rounded to the same floats, in this
+  // order. Returns false and counts nothing if the record depends on where between them they are.
+  bool CountBetween(const double* low, const double* high, int n);
+
   void Store(float* record) const {
     record[0] = stats_.minimum;
     record[1] = stats_.maximum;

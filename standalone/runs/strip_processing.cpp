@@ -1,9 +1,11 @@
 #include "standalone/runs/strip_processing.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <condition_variable>
 #include <cstddef>
+#include <cstdint>
 #include <future>
 #include <limits>
 #include <list>
@@ -99,6 +101,27 @@ bool HoldsNan(const float* values, std::size_t floats) {
   return any != 0;
 }
 
+// The value where the mask is 0, NaN where all its bits are set.
+float NanIn(std::uint32_t mask, float value) {
+  constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+  return std::bit_cast<float>((std::bit_cast<std::uint32_t>(kNan) & mask) |
+                              (std::bit_cast<std::uint32_t>(value) & ~mask));
+}
+
+// Sets all parts of an output element to NaN where a part of the input element is NaN. No data may
+// be anywhere, so a branch for each element would take longer than the arithmetic. Without one, the
+// loop becomes vector instructions.
+template <std::size_t kInputParts, std::size_t kOutputParts>
+void SpreadNan(const float* input, std::size_t elements, float* output) {
+  for (std::size_t i = 0; i < elements; ++i) {
+    const float* const x = input + i * kInputParts;
+    float* const y = output + i * kOutputParts;
+    const std::uint32_t mask = std::isunordered(x[0], x[kInputParts - 1]) ? ~0U : 0U;
+    y[0] = NanIn(mask, y[0]);
+    if constexpr (kOutputParts == 2) y[1] = NanIn(mask, y[1]);
+  }
+}
+
 // Reads one input: while the run works on one strip, a thread reads the next.
 class ReadAhead {
  public:
@@ -124,14 +147,12 @@ class ReadAhead {
     session_.SetBlockData(input_.stream, current_.values.get());
   }
 
-  // Sets all parts of an output element to NaN where a part of the current input element is NaN.
+  // Sets output elements to NaN where the current input elements are no data.
   void SpreadNoData(std::size_t elements, std::size_t outputParts, float* output) const {
     if (!current_.holdsNan) return;
-    for (std::size_t i = 0; i < elements; ++i) {
-      const float* const element = current_.values.get() + i * parts_;
-      if (std::isnan(element[0]) || std::isnan(element[parts_ - 1]))
-        std::fill_n(output + i * outputParts, outputParts, std::numeric_limits<float>::quiet_NaN());
-    }
+    const auto spread = parts_ == 1 ? (outputParts == 1 ? SpreadNan<1, 1> : SpreadNan<1, 2>)
+                                    : (outputParts == 1 ? SpreadNan<2, 1> : SpreadNan<2, 2>);
+    spread(current_.values.get(), elements, output);
   }
 
  private:

@@ -42,10 +42,8 @@ double NearTie(Random& random, float sum, double magnitude) {
 
 // ---- Data: each makes the value that comes after the sum so far, of a kind from 0 to 3 ----------
 
-// Positive, of zero mean, or tiny, and seldom no number.
+// Positive, of zero mean, or tiny.
 double Ordinary(Random& random, float, unsigned kind) {
-  constexpr double kRare[] = {INFINITY, -INFINITY, NAN};
-  if (kind == 1 && OneIn(random, 5000)) return kRare[random() % 3];
   const double v = Uniform(random, kind == 0 ? 0 : -10, kind < 2 ? 10 : 16);
   return kind < 2 ? v : std::floor(v) * 0x1p-150;
 }
@@ -58,6 +56,14 @@ double Vanishing(Random& random, float sum, unsigned kind) {
   if (kind == 0) return values[random() % 2];
   return OneIn(random, 1000) ? Uniform(random, -1e-30, 1e-30)
                              : values[random() % std::size(values)];
+}
+
+// NaNs and infinities: about one in a chunk, or every other value. The others are numbers of both
+// signs, or zeros of both signs and what becomes one.
+double NotFinite(Random& random, float, unsigned kind) {
+  constexpr double kValues[] = {NAN, INFINITY, INFINITY, INFINITY, -INFINITY};
+  if (OneIn(random, kind < 2 ? 2 : 300)) return kValues[random() % std::size(kValues)];
+  return kind % 2 == 0 ? Uniform(random, -1, 1) : Vanishing(random, 0, OneIn(random, 9) ? 1 : 0);
 }
 
 // Mostly small steps back to the middle of the binade; now and then to within a few units of one of
@@ -129,7 +135,8 @@ TEST(RunningStatistics, CountByChunksAsByTheRule) {
                                                    {-0.0F, -0.0F},        {NAN, NAN},      {1, 2}};
   constexpr float kSums[] = {0,        -0.0F,   3,     -1000.5F, 8388609, -12582913,
                              16777216, FLT_MIN, 3e38F, INFINITY, NAN};
-  for (const auto data : {Ordinary, Vanishing, AroundTheEnds, HalfTheBinade, Huge, Integers}) {
+  for (const auto data :
+       {Ordinary, Vanishing, NotFinite, AroundTheEnds, HalfTheBinade, Huge, Integers}) {
     for (unsigned run = 0; run < 4 * 6 * 11 * 2 * 2 && !HasFatalFailure(); ++run) {
       const auto digit = [run](unsigned place, unsigned base) { return run / place % base; };
       const auto& [minimum, maximum] = kExtremes[digit(4, 6)];
