@@ -49,7 +49,8 @@ template <typename Exact>
 bool Holds(float held, Exact exact) {
   using Common =
       std::conditional_t<std::is_integral_v<Exact> && sizeof(Exact) == 8, long double, double>;
-  return static_cast<Common>(held) == static_cast<Common>(exact) || exact != exact;
+  return static_cast<Common>(held) == static_cast<Common>(exact) ||
+         std::isnan(static_cast<double>(exact));
 }
 
 // "0.1 is taken as 0.10000000149011612" for the first number other than except that its float does
@@ -239,6 +240,11 @@ void RasterInput::ApplyMask(int band, const PixelWindow& window, int columns, in
     throw Failure("cannot read the mask of " + Describe() + ": " + failures.First());
   for (std::size_t i = 0; i < mask_.size(); ++i)
     if (mask_[i] == 0) std::fill_n(out + i * parts, parts, std::numeric_limits<float>::quiet_NaN());
+}
+
+std::unique_lock<std::mutex> RasterInput::TakeTurn() const {
+  static std::mutex turn;
+  return byTurns_ ? std::unique_lock(turn) : std::unique_lock<std::mutex>();
 }
 
 void RasterInput::Unscale(int number, std::span<float> elements) const {

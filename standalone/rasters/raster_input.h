@@ -55,8 +55,8 @@ class RasterInput {
   // "name (label)".
   std::string Describe() const { return name_ + " (" + label_ + ")"; }
 
-  // Makes this and other inputs read with GDAL by turns. The mutex must outlive this.
-  void ReadUnder(std::mutex& turn) { turn_ = &turn; }
+  // Makes all inputs that were told so read with GDAL one at a time.
+  void ReadByTurns() { byTurns_ = true; }
 
   // Chooses what Read reads and prepares for it. Unless the rules say keepNoData, elements that are
   // no data, by their value or by the band's mask, are read as NaN, and coarser pixels are computed
@@ -112,15 +112,13 @@ class RasterInput {
                    GDALDataType type);
   void Resample(const PixelWindow& source, const PixelWindow& wanted, int rows, float* out);
   void RefuseShortFile() const;
-  std::unique_lock<std::mutex> TakeTurn() const {
-    return turn_ ? std::unique_lock(*turn_) : std::unique_lock<std::mutex>();
-  }
+  std::unique_lock<std::mutex> TakeTurn() const;
 
   std::string label_;
   std::string name_;
   CPLStringList openOptions_;
   GDALDatasetUniquePtr dataset_;
-  std::mutex* turn_ = nullptr;      // set by ReadUnder
+  bool byTurns_ = false;
   GDALDatasetUniquePtr resampled_;  // the same raster, opened for a coarser resolution
   const DataMode* mode_ = nullptr;
   OutputGrid grid_;

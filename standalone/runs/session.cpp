@@ -81,11 +81,11 @@ void Session::OpenInputs(InputDatasets& datasets) {
     state.mode = raster.Mode().code;
     files_.back().Find(raster.Dataset());
   }
-  auto files = files_.begin();
-  for (const RunInput& input : inputs_) {
-    const InputFiles& own = *files++;
+  auto input = inputs_.begin();
+  for (const InputFiles& files : files_) {
     for (const InputFiles& other : files_)
-      if (&other != &own && own.ShareRawFile(other)) input.raster->ReadUnder(rawFiles_);
+      if (&other != &files && files.ShareRawFile(other)) input->raster->ReadByTurns();
+    ++input;
   }
   host_.streams[OutputStream()].open = true;
 }
@@ -205,24 +205,21 @@ void Session::Process(int rows, IPOutputStats& record) {
 
 bool Session::RowsHaveImaginaryParts(int rows) {
   const int outputMode = host_.outputMode;
-  const auto before = host_.streams;
-  const auto columns = static_cast<std::size_t>(ProcessedGrid().columns);
-  std::vector<float> results(2 * columns);
+  const auto streams = host_.streams;
+  const std::ptrdiff_t columns = ProcessedGrid().columns;
+  std::vector<float> results(2 * static_cast<std::size_t>(columns));
+  SetBlockData(OutputStream(), results.data());
   Prepare(FindDataMode("cfloat32")->code);
   IPOutputStats ignored = {};
   bool found = false;
   for (int i = 0; i < rows && !found; ++i) {
-    for (const RunInput& input : inputs_) {
-      const std::size_t floats = columns * static_cast<std::size_t>(input.raster->Parts());
-      SetBlockData(input.stream,
-                   before.at(input.stream).blockData + static_cast<std::size_t>(i) * floats);
-    }
-    SetBlockData(OutputStream(), results.data());
     ProcessRow(ignored);
-    found = HasImaginaryPart(results.data(), columns);
+    found = HasImaginaryPart(results.data(), results.size() / 2);
+    for (const RunInput& input : inputs_)
+      host_.streams[input.stream].blockData += columns * input.raster->Parts();
   }
   Prepare(outputMode);
-  host_.streams = before;
+  host_.streams = streams;
   return found;
 }
 

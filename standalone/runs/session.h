@@ -2,7 +2,6 @@
 
 #include <list>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -109,7 +108,6 @@ class Session {
   HostState& host_;
   std::list<RunInput> inputs_;
   std::vector<InputFiles> files_;
-  std::mutex rawFiles_;  // held to read inputs that have a raw file in common
   const DataMode* mode_ = nullptr;
   OutputGrid grid_;
   std::vector<int> bands_;
