@@ -1,5 +1,6 @@
 # The commands of the README's examples, run as they are written in a folder with the images that
-# they name, print what the README shows.
+# they name, print what the README shows. Of the complex logarithm, seven digits must agree: the C
+# library decides the others.
 #
 # readme_test.py LUMOMIXCALC SIMULATE_RADAR_PAIR README
 
@@ -34,4 +35,7 @@ with tempfile.TemporaryDirectory() as folder:
         printed = subprocess.run(command, shell=True, env=environment, check=True,
                                  stdout=subprocess.PIPE, text=True).stdout
         expected = re.sub("^    ", "", shown, flags=re.MULTILINE)
+        if " interferogram.tif " in command and "_ln_" in command:
+            printed, expected = (re.sub(r"\d+\.\d+", lambda number: f"{float(number[0]):.7g}", text)
+                                 for text in (printed, expected))
         assert printed == expected, f"{command}\nprints\n{printed}the README shows\n{expected}"
