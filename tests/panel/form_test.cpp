@@ -3,7 +3,6 @@
 #include <csignal>
 #include <cstdlib>
 
-#include "standalone/panel/widgets.h"
 #include "standalone/rasters/gdal_library.h"
 #include "tests/panel/window_fixture.h"
 
