@@ -218,10 +218,10 @@ class PreviewPane : public QWidget {
   QPushButton* draw_ = Named(new QPushButton("Draw re&gion"), "Draw region");
   QSpinBox* band_ = Named(new QSpinBox, "Band", "Band shown");
   QLabel* bandLabel_ = NewLabel("Band", band_);
-  QLabel* busy_ = new QLabel;
+  QLabel* busy_ = Named(new QLabel, "Preview state");
   QLabel* zoom_ = Named(new QLabel, "Zoom");
   Inspector* inspector_;
-  QTimer patience_;
+  QTimer patience_{this};
 };
 
 }  // namespace lumomixcalc::standalone

@@ -3,7 +3,6 @@
 #include <csignal>
 #include <cstdlib>
 
-#include "standalone/panel/widgets.h"
 #include "standalone/rasters/gdal_library.h"
 #include "tests/panel/window_fixture.h"
 
@@ -24,15 +23,17 @@ TEST_F(PanelWindowTest, EditsReachTheRunAndTheCommandThatRepeatsIt) {
     Set(field, text);
     EXPECT_NE(CurrentCommand(), before);
   }
+  EXPECT_EQ(TextOf("Notes"), "\u2022 A complex output is not clamped.");
   Run("done");
+  EXPECT_TRUE(Told("band 2: minimum "));
   EXPECT_TRUE(CurrentCommand().ends_with(
-      "/out.tif -format=GTiff -region=0:0:50:40 -resolution=2 -resampling=average "
+      "/out.tif' -format=GTiff -region=0:0:50:40 -resolution=2 -resampling=average "
       "-a=0.12345678:-0.15 -b=0.12345679:0 -operator='a1/b2' -clamp -overwrite"))
       << CurrentCommand();
   const std::string written = Bytes("out.tif");
   std::ofstream("out.tif") << "other";
   QTest::keyClick(&Find(kA), Qt::Key_C, Qt::ControlModifier);
-  const std::string command = "PATH=" LUMOMIXCALC_TEST_PROGRAM_FOLDER ":$PATH; cd / && " +
+  const std::string command = "PATH='" LUMOMIXCALC_TEST_PROGRAM_FOLDER "':$PATH; cd / && " +
                               QGuiApplication::clipboard()->text().toStdString() + " >/dev/null";
   EXPECT_EQ(std::system(command.c_str()), 0);
   EXPECT_TRUE(Bytes("out.tif") == written);
@@ -49,7 +50,7 @@ TEST_F(PanelWindowTest, ShowsTheSettingsOfACommandThatStartsItOrIsPastedAndOfIts
     Set("Paste");
   };
   const auto expectSettings = [&](const std::string& folder) {
-    EXPECT_TRUE(WaitFor([&] { return TextOf("Command").ends_with("/out.tif" + settings); }))
+    EXPECT_TRUE(WaitFor([&] { return TextOf("Command").ends_with("/out.tif'" + settings); }))
         << TextOf("Command");
     EXPECT_EQ(TextOf("File2"), folder + "f2.tif");
     EXPECT_EQ(TextOf(kA) + " " + TextOf("Operator"), "0.1 (FILE1 + B)**A");
@@ -63,17 +64,26 @@ TEST_F(PanelWindowTest, ShowsTheSettingsOfACommandThatStartsItOrIsPastedAndOfIts
   expectSettings("");
   for (const char* const text :
        {"", "lumomixcalc $(touch f3.tif) f1.tif o.tif", "lumomixcalc 'f1.tif",
-        "lumomixcalc -b=3 f1.tif o.tif -operator=no", "lumomixcalc -join=a.vrt"}) {
+        "lumomixcalc -b=3 f1.tif o.tif -operator=no", "lumomixcalc -join=a.vrt",
+        "lumomixcalc f1.tif o.vrt -part=1/2"}) {
     Set("Messages");
     paste(text);
     EXPECT_TRUE(WaitFor([&] { return Told("Not pasted: "); })) << text;
+    for (const char* const rows : {"3", "1"}) Set("Looks, rows", rows);
+    Settle();
     expectSettings("");
   }
   EXPECT_TRUE(OnlyTheInputsAreThere());
   // Without a word of a number or the switch, a command means what a start with it has.
   paste("lumomixcalc f1.tif o.tif");
-  EXPECT_TRUE(WaitFor([&] { return TextOf("Command").ends_with(" -b=1:0 -operator='a1+b2'"); }));
+  EXPECT_TRUE(WaitFor([&] {
+    return TextOf("Command").ends_with("/o.tif' -a=1:0 -b=1:0 -operator='a1+b2'");
+  })) << TextOf("Command");
   EXPECT_EQ(TextOf("File2"), "");
+  paste("lumomixcalc f1.tif o2.tif -check -operator=a1b");
+  EXPECT_TRUE(WaitFor([&] { return TextOf("Save") == "o2.tif"; }));
+  Run("done");
+  EXPECT_TRUE(QFile::exists("o2.tif"));
 }
 
 TEST_F(PanelWindowTest, RunThatIsCancelledClosedOrEndedBySignalLeavesNothing) {
@@ -81,19 +91,18 @@ TEST_F(PanelWindowTest, RunThatIsCancelledClosedOrEndedBySignalLeavesNothing) {
   Open("f1.tif -save=out.tif -a=1:0.5 -operator=1+b_pow_a");
   const auto run = [this] {
     Set("Run");
-    EXPECT_FALSE(Find("Operator").isEnabled());
-    ASSERT_TRUE(WaitFor([] { return !OnlyTheInputsAreThere(); }));
+    for (const char* const name : {"Operator", "Paste", "Draw region"})
+      EXPECT_FALSE(Find(name).isEnabled()) << name;
+    EXPECT_TRUE(WaitFor([] { return !OnlyTheInputsAreThere(); }));
   };
   run();
   QTest::keyClick(window_.get(), Qt::Key_Escape);
-  EXPECT_TRUE(WaitFor([&] { return Find("Operator").isEnabled(); }));
-  EXPECT_EQ(Find<QLabel>("Run state").text(), "cancelled");
+  ExpectEnd("cancelled");
   EXPECT_TRUE(OnlyTheInputsAreThere());
   run();
-  AnswerNextQuestion("Keep running");
-  EXPECT_FALSE(window_->close());
-  AnswerNextQuestion("Stop the run and close");
-  EXPECT_TRUE(window_->close());
+  Answer("in progress", "Keep running", [&] { EXPECT_FALSE(window_->close()); });
+  Answer("in progress", "Stop the run and close", [&] { EXPECT_TRUE(window_->close()); });
+  ExpectEnd("cancelled");
   Open("");
   EXPECT_TRUE(OnlyTheInputsAreThere());
   run();
@@ -105,26 +114,27 @@ TEST(PanelProgram, EndsByASignal) {
   QProcess program;
   program.start(LUMOMIXCALC_TEST_PROGRAM_FOLDER "/lumomixcalc-panel", QStringList());
   const std::string maps = "/proc/" + std::to_string(program.processId()) + "/maps";
-  ASSERT_TRUE(WaitFor([&] { return Bytes(maps).find("qoffscreen") != std::string::npos; }));
+  EXPECT_TRUE(WaitFor([&] { return Bytes(maps).find("qoffscreen") != std::string::npos; }));
   program.terminate();
-  ASSERT_TRUE(program.waitForFinished());
-  EXPECT_TRUE(program.exitStatus() == QProcess::CrashExit || program.exitCode() == 128 + SIGTERM);
+  EXPECT_TRUE(program.waitForFinished(5000));
+  EXPECT_EQ(program.exitStatus(), QProcess::CrashExit);
+  EXPECT_EQ(program.exitCode(), SIGTERM);
 }
 
 TEST_F(PanelWindowTest, AsksBeforeItReplacesAFileAndNamesAnInput) {
   std::ofstream("out.tif") << "precious";
   Open(kFiles);
-  AnswerNextQuestion("Cancel", "out.tif exists already");
-  QTest::keyClick(window_.get(), Qt::Key_R, Qt::ControlModifier);
+  Answer("out.tif exists already", "Cancel",
+         [&] { QTest::keyClick(window_.get(), Qt::Key_R, Qt::ControlModifier); });
   EXPECT_EQ(Bytes("out.tif"), "precious");
-  AnswerNextQuestion("Replace");
-  Run("done");
+  Settle();
+  EXPECT_EQ(TextOf("Notes"), "");
+  Answer("exists already", "Replace", [&] { Run("done"); });
   EXPECT_NE(Bytes("out.tif"), "precious");
   QFile::link("f2.tif", "link.tif");
   Set("Save", "link.tif");
   EXPECT_EQ(TextOf("Notes"), "\u2022 Save is File2: the run replaces it");
-  AnswerNextQuestion("Cancel", "is File2: the run replaces it");
-  Set("Run");
+  Answer("is File2: the run replaces it", "Cancel", [&] { Set("Run"); });
   Set("Save");
   Set("Run");
   EXPECT_TRUE(Told("Save is empty"));
@@ -182,9 +192,8 @@ TEST_F(PanelWindowTest, TakesDroppedAndRecentFilesAndNamesTheirOutput) {
     data.setUrls(urls);
     QDragEnterEvent enter({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(&target, &enter);
-    EXPECT_TRUE(enter.isAccepted());
     QDropEvent event({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(&target, &event);
+    if (enter.isAccepted()) QApplication::sendEvent(&target, &event);
     return files();
   };
   std::ofstream("f2_result.tif") << "there";
@@ -193,9 +202,12 @@ TEST_F(PanelWindowTest, TakesDroppedAndRecentFilesAndNamesTheirOutput) {
   EXPECT_EQ(drop(*window_, {"f2.tif", "f1.tif"}), "f2.tif f1.tif f2_result_2.tif");
   Set("Swap");
   EXPECT_EQ(drop(*window_, {"f2.tif"}), "f2.tif f2.tif f2_result_2.tif");
+  Set("Run");
+  EXPECT_EQ(drop(*window_, {"f1.tif"}), "f2.tif f2.tif f2_result_2.tif");
+  ExpectEnd("done");
   auto& menu = Find<QMenu>("File2, recent files");
   Q_EMIT menu.aboutToShow();
-  ASSERT_EQ(menu.actions().size(), 2);
+  EXPECT_EQ(menu.actions().size(), 3);
   menu.actions().last()->trigger();
   EXPECT_EQ(files(), "f2.tif f1.tif f2_result_2.tif");
 }
@@ -208,13 +220,22 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   EXPECT_EQ(Find<QLabel>("Resolved output").text(),
             "GTiff, complex 16-bit integer (cint16), 60 \u00d7 40, 2 bands, 19.2 kB");
   EXPECT_NE(Find("File2").palette(), Find("File1").palette());
+  Set("Save", "out.zzz");
+  Settle();
+  EXPECT_TRUE(TextOf("Notes").starts_with("\u2022 the extension of ")) << TextOf("Notes");
+  Pictured("Result preview");
+  Set("Save", "out.tif");
+  Set("File2");
+  Settle();
+  EXPECT_EQ(Find<ImageView>("File2 preview").Note(), "No file chosen.");
+  Set("File2", "f2.tif");
   QFile::remove("f2.tif");
   Run("done");
+  Set("File1", " GTIFF_DIR:1:f1.tif ");
   Set("File2", "f1.tif");
   Set("Region");
   Set("Region, columns", "61");
-  AnswerNextQuestion("Replace");
-  Run("failed");
+  Answer("exists already", "Replace", [&] { Run("failed"); });
   EXPECT_TRUE(Told("Region 0:0:61:40 is not inside")) << TextOf("Messages");
   EXPECT_TRUE(WaitFor([&] { return TextOf("Notes").starts_with("\u2022 Region 0:0:61:40 is"); }));
   Set(kB, "x");
@@ -227,14 +248,6 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
                 ": \u201cx\u201d is not a number that can be used");
   for (const char* const name : {kB, "File1", "Save"})
     EXPECT_NE(Find(name).styleSheet(), Find("File2").styleSheet()) << name;
-}
-
-TEST(OfFields, NamesFieldsInPlaceOfOptions) {
-  const std::pair<const char*, const char*> kMessages[] = {
-      {"-a_nodata=-1: no", "No-data value of the output -1: no"},
-      {"no geotransform; choose pixels by -region=", "no geotransform; choose a Region"},
-      {"x; -mode=cfloat32 keeps them", "x; Data type cfloat32 keeps them"}};
-  for (const auto& [message, text] : kMessages) EXPECT_EQ(OfFields(message).toStdString(), text);
 }
 
 TEST_F(PanelWindowTest, TabGoesFromTopToBottomThroughWidgetsThatScreenReadersCanName) {
@@ -271,8 +284,16 @@ TEST_F(PanelWindowTest, EveryRowOpensAHelpEntryWithAnExample) {
 }  // namespace
 }  // namespace lumomixcalc::standalone
 
+// Ends a test at the first expectation that fails: what follows would only wait in vain.
+class EndOfTest : public ::testing::EmptyTestEventListener {
+  void OnTestPartResult(const ::testing::TestPartResult& result) override {
+    if (result.failed()) throw ::testing::AssertionException(result);
+  }
+};
+
 int main(int argc, char** argv) {
   ::testing::InitGoogleTest(&argc, argv);
+  ::testing::UnitTest::GetInstance()->listeners().Append(new EndOfTest);
   const QTemporaryDir settings;
   // The smallest screen that the panel is for.
   const std::string screens = settings.filePath("screens.json").toStdString();

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <limits>
 #include <numbers>
 #include <numeric>
 #include <random>
@@ -29,47 +28,17 @@ Values Numbers(int first, int last) {
   return values;
 }
 
-// Lightness and the two chroma axes, with the published matrices from sRGB to OKLab.
-std::array<double, 3> Oklab(QRgb colour) {
-  const auto linear = [](int level) {
-    const double v = level / 255.0;
-    return v <= 0.04045 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4);
-  };
-  const double r = linear(qRed(colour));
-  const double g = linear(qGreen(colour));
-  const double b = linear(qBlue(colour));
-  const double l = std::cbrt(0.4122214708 * r + 0.5363325363 * g + 0.0514459929 * b);
-  const double m = std::cbrt(0.2119034982 * r + 0.6806995451 * g + 0.1073969566 * b);
-  const double s = std::cbrt(0.0883024619 * r + 0.2817188376 * g + 0.6299787005 * b);
-  return {0.2104542553 * l + 0.7936177850 * m - 0.0040720468 * s,
-          1.9779984951 * l - 2.4285922050 * m + 0.4505937099 * s,
-          0.0259040371 * l + 0.7827717662 * m - 0.8086757660 * s};
-}
-
-TEST(ColoursOf, DifferEquallyToTheEyeWithoutClipping) {
-  constexpr double kRounding = 0.004;  // of two colours to 8 bits
-  const auto expectSteps = [&](ColourMap map, int first, int count, double length) {
-    constexpr int kStride = 8;  // in which rounding does not hide a difference
-    for (int i = first; i + kStride <= first + count; ++i) {
-      const auto from = Oklab(ColoursOf(map).at(static_cast<std::size_t>(i)));
-      const auto to = Oklab(ColoursOf(map).at(static_cast<std::size_t>((i + kStride) % kShades)));
-      const double step = std::hypot(to[0] - from[0], to[1] - from[1], to[2] - from[2]);
-      EXPECT_NEAR(step, kStride * length, kRounding) << i;
-    }
-  };
-  expectSteps(kCyclic, 0, 256, 2 * std::numbers::pi * 0.145 / 256);  // the last step closes it
-  const double arm = std::hypot(0.97 - 0.5, 0.2);
-  expectSteps(kCentred, 0, 127, arm / 128);
-  expectSteps(kCentred, 128, 127, arm / 128);
-  for (const ColourMap map : {kCyclic, kCentred})
-    for (const QRgb colour : ColoursOf(map))
-      for (const int level : {qRed(colour), qGreen(colour), qBlue(colour)})
-        EXPECT_TRUE(level > 0 && level < 255) << std::hex << colour;
+TEST(ColoursOf, GoOnceAroundACircleWithoutAJump) {
+  const auto& circle = ColoursOf(kCyclic);
+  for (std::size_t i = 0; i < kShades; ++i)
+    for (const int level : {0, 8, 16})
+      EXPECT_NEAR(circle[i] >> level & 0xFF, circle[(i + 1) % kShades] >> level & 0xFF, 8) << i;
 }
 
 TEST(PartOf, IsTheRealPartAutomaticallyWhereNoElementHasAnother) {
   const Values pairs = {3, 4, 0, -2};
   EXPECT_EQ(PartOf(pairs, ComplexPart::kPhase), (Values{std::atan2(4.0F, 3.0F), -kPi / 2}));
+  EXPECT_EQ(PartOf(pairs, ComplexPart::kImaginary), (Values{4, -2}));
   EXPECT_EQ(PartOf(pairs, ComplexPart::kAutomatic), (Values{5, 2}));
   EXPECT_EQ(PartOf(Values{-3, 0, 2, -0.0F, 1, NAN}, ComplexPart::kAutomatic), (Values{-3, 2, 1}));
 }
@@ -123,7 +92,8 @@ TEST(Picture, ShowsValuesByTheirPlaceBetweenTheLimits) {
 // Opens a ramp from 0 to 3959, of which percentiles are 48 and 3911.
 class LimitsTest : public PanelWindowTest {
  protected:
-  LimitsTest() {
+  void SetUp() override {
+    PanelWindowTest::SetUp();
     Open("f1.tif -save=out.tif -operator=a1b");
     Set("File1 part", "Real part");
     Pictured("File1 preview");
@@ -131,24 +101,26 @@ class LimitsTest : public PanelWindowTest {
 
   std::string Shown() { return TextOf(kLow) + " " + TextOf(kHigh); }
 
+  // Columns are shares of the histogram's width.
+  void DragLine(double from, double to) {
+    QWidget& histogram = *Find(kLow).parentWidget();
+    const double width = histogram.width();
+    Drag(histogram, QPointF(from * width, 10).toPoint(), QPointF(to * width, 10).toPoint());
+  }
+
   int GrayAt(int x, int y) { return qGray(Pictured("File1 preview").Picture().pixel(x, y)); }
 
+  static constexpr double kLeft = 0.15 / 1.3;  // the column of the low limit until it is changed
   static constexpr const char* kLow = "File1 low limit";
   static constexpr const char* kHigh = "File1 high limit";
 };
 
 TEST_F(LimitsTest, HoldWhenDraggedOrTypedUntilReset) {
   EXPECT_EQ(Shown(), "48 3911");
-  QWidget& histogram = *Find(kLow).parentWidget();
-  const auto drag = [&](double from, double to) {
-    const double width = histogram.width();
-    Drag(histogram, QPointF(from * width, 10).toPoint(), QPointF(to * width, 10).toPoint());
-  };
-  const double low = 0.15 / 1.3;
-  drag(1 - low, 0.5);
+  DragLine(1 - kLeft, 0.5);
   EXPECT_NEAR(std::stod(TextOf(kHigh)), 1980, 20);
-  drag(low + 0.1, 0.2);  // no line there
-  drag(low, 0.9);        // not beyond the other line
+  DragLine(kLeft + 0.1, 0.2);  // no line there
+  DragLine(kLeft, 0.9);        // not beyond the other line
   EXPECT_EQ(TextOf(kLow), "48");
   Set(kHigh);
   QTest::keyClicks(&Find(kHigh), "1500");
@@ -157,7 +129,7 @@ TEST_F(LimitsTest, HoldWhenDraggedOrTypedUntilReset) {
   Set(kA, "2");
   EXPECT_TRUE(WaitFor([&] { return GrayAt(0, 20) == 128; }));
   EXPECT_EQ(Shown(), "500 1500");
-  QTest::mouseDClick(&histogram, Qt::LeftButton, {}, {200, 10});
+  QTest::mouseDClick(Find(kLow).parentWidget(), Qt::LeftButton, {}, {200, 10});
   EXPECT_EQ(Shown(), "24 1955.5");
   Set(kLow, "1");
   Set("Stretch", "Min\u2013max");
@@ -172,6 +144,8 @@ TEST_F(LimitsTest, SuitLogarithmsCentredColoursAndPhases) {
   Set(kLow, "0");
   QTest::keyClick(&Find(kLow), Qt::Key_Return);
   EXPECT_EQ(Shown(), "48 3912");
+  DragLine(kLeft, 0.5);
+  EXPECT_NEAR(std::stod(TextOf(kLow)), std::sqrt(48 * 3912), 10);
   Set(kLow, "10");
   Set(kHigh, "1000");
   EXPECT_EQ(GrayAt(0, 1), 128);

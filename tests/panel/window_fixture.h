@@ -27,15 +27,16 @@ inline constexpr const char* kA = "File1 Coeff (A), number 1 of 2";
 inline constexpr const char* kB = "File2 Coeff (B), number 1 of 2";
 
 // Elements are factor * (x + 100 y + band i).
-inline void MakeRaster(const char* file, int columns, int rows, double factor, int bands = 2) {
+inline void MakeRaster(const char* file, int columns, int rows, double factor, int bands = 2,
+                       GDALDataType type = GDT_CFloat32) {
   std::vector<std::complex<double>> elements;
   for (int band = 1; band <= bands; ++band)
     for (int y = 0; y < rows; ++y)
       for (int x = 0; x < columns; ++x)
         elements.emplace_back(factor * (x + 100 * y), factor * band);
   GDALDatasetUniquePtr dataset(GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
-      file, columns, rows, bands, GDT_CFloat32, nullptr));
-  ASSERT_EQ(CE_None, dataset->RasterIO(GF_Write, 0, 0, columns, rows, elements.data(), columns,
+      file, columns, rows, bands, type, nullptr));
+  EXPECT_EQ(CE_None, dataset->RasterIO(GF_Write, 0, 0, columns, rows, elements.data(), columns,
                                        rows, GDT_CFloat64, bands, nullptr, 0, 0, 0, nullptr));
 }
 
@@ -60,16 +61,17 @@ inline QPoint PointOf(const ImageView& view, QPointF place) {
   return view.viewportTransform().map(place).toPoint();
 }
 
+// For what comes without delay, so that little time is lost when it does not come.
 inline bool WaitFor(const std::function<bool()>& condition) {
-  return QTest::qWaitFor(condition, 30000);  // ms
+  return QTest::qWaitFor(condition, 5000);  // ms
 }
 
 enum Image { kFile1, kFile2, kResult };
 
-// Each test is in a folder of its own, with two inputs.
+// Each test is in a folder of its own, with a blank in its name and with two inputs.
 class PanelWindowTest : public ::testing::Test {
  protected:
-  PanelWindowTest() {
+  void SetUp() override {
     QDir::setCurrent(folder_.path());
     QSettings().clear();
     MakeRaster("f1.tif", 60, 40, 1);
@@ -109,60 +111,80 @@ class PanelWindowTest : public ::testing::Test {
 
   bool Told(const std::string& text) { return TextOf("Messages").find(text) != std::string::npos; }
 
-  // Answers the next question, which must contain a text, by the button of that name.
-  void AnswerNextQuestion(const QString& answer, const QString& question = "") {
-    QTimer::singleShot(0, [this, answer, question] {
+  // Does what must ask a question with this text, which is answered by the button of that name.
+  static void Answer(const QString& question, const QString& answer,
+                     const std::function<void()>& act) {
+    QString asked;
+    QTimer timer;
+    timer.callOnTimeout([&] {
       auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-      if (!box) return AnswerNextQuestion(answer, question);
-      EXPECT_TRUE(box->text().contains(question)) << box->text().toStdString();
+      if (!box) return;
+      asked = box->text();
       for (QAbstractButton* const button : box->buttons())
         if (button->text().remove('&') == answer) return button->click();
+      asked = "no such button";
       box->reject();
-      FAIL() << "the question has no button " << answer.toStdString();
     });
+    timer.start(0);
+    act();
+    EXPECT_TRUE(asked.contains(question)) << asked.toStdString();
   }
 
-  // The command once it says what the settings are now.
+  // Waits until all that is shown is that of the settings.
+  void Settle() {
+    const auto& state = Find<QLabel>("Preview state");
+    const auto* const patience = state.parent()->findChild<QTimer*>({}, Qt::FindDirectChildrenOnly);
+    EXPECT_TRUE(WaitFor([&] {
+      QCoreApplication::processEvents();  // a change of the layout changes what is shown
+      return state.text().isEmpty() && !patience->isActive();
+    }));
+  }
+
   std::string CurrentCommand() {
-    EXPECT_TRUE(WaitFor([&] { return Find("Copy").isEnabled(); }));
+    Settle();
     return TextOf("Command");
   }
 
-  // A view once it has a picture.
+  // A view, which must have a picture.
   ImageView& Pictured(const char* name) {
+    Settle();
     auto& view = Find<ImageView>(name);
-    EXPECT_TRUE(WaitFor([&] { return !view.Picture().isNull(); })) << view.Note().toStdString();
+    EXPECT_FALSE(view.Picture().isNull()) << view.Note().toStdString();
     return view;
   }
 
-  // Points at a place of the result and waits until the pixel there is named, and an image's row of
-  // the table begins with what is expected of that pixel.
+  // Points at a place of the result, if the pointer is not there, and waits until the pixel there
+  // is named, and an image's row of the table begins with what is expected of that pixel.
   void ExpectElements(QPointF place, Image image,
                       const std::function<QString(int column, int row)>& expected) {
     auto& view = Pictured("Result preview");
     QString shown;
     EXPECT_TRUE(WaitFor([&] {
-      // Again and again: a picture that arrives may move the widgets under the pointer.
       const QPoint pointer = PointOf(view, place);
-      QTest::mouseMove(view.viewport(), pointer);
       const QPointF seen = view.viewportTransform().inverted().map(QPointF(pointer));
       const QPoint pixel = (seen - QPointF(0.5, 0.5)).toPoint();
-      shown = Find<QLabel>("Place under the pointer").text() + ": ";
+      const QString named = QString("Column %1, row %2").arg(pixel.x()).arg(pixel.y());
+      shown = Find<QLabel>("Place under the pointer").text().section("    ", 0, 0) + ": ";
+      const bool isThere = shown == named + ": ";
+      if (!isThere) QTest::mouseMove(view.viewport(), pointer);
       for (int i = 0; i < 5; ++i)
         shown += Find<QTableWidget>("Elements").item(image, i)->text() + " ";
-      const QString named = QString("Column %1, row %2: ").arg(pixel.x()).arg(pixel.y());
-      return shown.startsWith(named + expected(pixel.x(), pixel.y()));
+      return isThere && shown.startsWith(named + ": " + expected(pixel.x(), pixel.y()));
     })) << shown.toStdString();
   }
 
   // Runs until the end, which must be of this kind.
   void Run(const QString& state) {
     Set("Run");
+    ExpectEnd(state);
+  }
+
+  void ExpectEnd(const QString& state) {
     EXPECT_TRUE(WaitFor([&] { return Find("Run").isEnabled(); }));
     EXPECT_EQ(Find<QLabel>("Run state").text(), state) << TextOf("Messages");
   }
 
-  QTemporaryDir folder_;
+  QTemporaryDir folder_{QDir::temp().filePath("panel test-XXXXXX")};
   std::unique_ptr<PanelWindow> window_;
 };
 
