@@ -67,12 +67,18 @@ double NotFinite(Random& random, float, unsigned kind) {
 }
 
 // Mostly small steps back to the middle of the binade; now and then to within a few units of one of
-// its ends, from this side or the other. Of one kind, steps of about half a unit or less, always
-// up: the sum comes to rest on a power of two.
+// its ends, from this side or the other. Of two kinds, always up: steps of about half a unit or
+// less, with which the sum comes to rest on a power of two, and larger ones, seldom near a tie or
+// into the next binade.
 double AroundTheEnds(Random& random, float sum, unsigned kind) {
   if (!std::isnormal(sum)) return Uniform(random, 1.0, 2.0);
   const double P = UnitOf(sum) * 0x1p23;
   if (kind == 0 && !OneIn(random, 300)) return std::fabs(NearTie(random, sum, 1.1));
+  if (kind == 1 && sum > 0) {
+    if (OneIn(random, 300)) return 2 * P - sum;
+    if (OneIn(random, 100)) return std::fabs(NearTie(random, sum, 4.0));
+    return (std::floor(Uniform(random, 0.0, 4.0)) + 0.3) * UnitOf(sum);
+  }
   if (OneIn(random, 50))
     return std::copysign(OneIn(random, 2) ? P : 2 * P, sum) + NearTie(random, sum, 3.0) - sum;
   if (OneIn(random, 8)) return std::copysign(1.5 * P, sum) - sum;
@@ -105,14 +111,17 @@ double Integers(Random& random, float sum, unsigned kind) {
   return std::floor(Uniform(random, -300.0, 301.0));
 }
 
-// Counts the values by bounds around them, if these round to the same floats and suffice.
-bool CountedBetween(const std::vector<double>& values, RunningStatistics& running) {
+// Counts the values by bounds around them, where these may have a tie at their end, if they round
+// to the same floats and suffice.
+bool CountedBetween(const std::vector<double>& values, float sum, RunningStatistics& running,
+                    Random& random) {
   std::vector<double> low;
   std::vector<double> high;
   for (const double v : values) {
-    const double margin = std::isfinite(v) ? std::fabs(v) * 0x1p-42 : 0;
-    low.push_back(v - margin);
-    high.push_back(v + margin);
+    const double margins[] = {0, std::fabs(v) * 0x1p-42, UnitOf(sum) * 0x1p-29,
+                              UnitOf(sum) * 0x1p-30};
+    low.push_back(v - (std::isfinite(v) ? margins[random() % 4] : 0));
+    high.push_back(v + (std::isfinite(v) ? margins[random() % 4] : 0));
     if (!SameBits(static_cast<float>(low.back()), static_cast<float>(high.back()))) return false;
   }
   return running.CountBetween(low.data(), high.data(), static_cast<int>(values.size()));
@@ -134,7 +143,7 @@ void ExpectCountsByTheRule(double (*data)(Random&, float, unsigned), OutputStats
       ReferenceCount(v, expected);
     }
     if (backward) std::reverse(values.begin(), values.end());
-    if (backward || !CountedBetween(values, running))
+    if (backward || !CountedBetween(values, expected.sum, running, random))
       running.CountChunk(values.data(), n, backward);
     OutputStats actual{};
     running.Store(&actual.minimum);
