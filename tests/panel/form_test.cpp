@@ -181,6 +181,7 @@ TEST_F(PanelWindowTest, RemembersSizeAndDisplayInsideTheScreen) {
 
 TEST_F(PanelWindowTest, TakesDroppedAndRecentFilesAndNamesTheirOutput) {
   Open("");
+  window_->move(40, 60);
   const auto files = [this] {
     const std::string paths = TextOf("File1") + " " + TextOf("File2") + " " + TextOf("Save");
     return Text(paths).remove(folder_.path() + "/").toStdString();
