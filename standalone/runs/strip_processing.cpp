@@ -101,24 +101,18 @@ bool HoldsNan(const float* values, std::size_t floats) {
   return any != 0;
 }
 
-// The value where the mask is 0, NaN where all its bits are set.
-float NanIn(std::uint32_t mask, float value) {
-  constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
-  return std::bit_cast<float>((std::bit_cast<std::uint32_t>(kNan) & mask) |
-                              (std::bit_cast<std::uint32_t>(value) & ~mask));
-}
-
-// Sets all parts of an output element to NaN where a part of the input element is NaN. No data may
-// be anywhere, so a branch for each element would take longer than the arithmetic. Without one, the
-// loop becomes vector instructions.
+// Sets all parts of an output element to NaN where a part of the input element is NaN. A branch for
+// each element would take longer than the arithmetic. Without one, these are vector instructions.
 template <std::size_t kInputParts, std::size_t kOutputParts>
-void SpreadNan(const float* input, std::size_t elements, float* output) {
-  for (std::size_t i = 0; i < elements; ++i) {
-    const float* const x = input + i * kInputParts;
-    float* const y = output + i * kOutputParts;
+void SpreadNan(const float* x, std::size_t elements, float* y) {
+  constexpr auto kNan = std::bit_cast<std::uint32_t>(std::numeric_limits<float>::quiet_NaN());
+  for (std::size_t i = 0; i < elements; ++i, x += kInputParts, y += kOutputParts) {
     const std::uint32_t mask = std::isunordered(x[0], x[kInputParts - 1]) ? ~0U : 0U;
-    y[0] = NanIn(mask, y[0]);
-    if constexpr (kOutputParts == 2) y[1] = NanIn(mask, y[1]);
+    const auto masked = [mask](float part) {
+      return std::bit_cast<float>((std::bit_cast<std::uint32_t>(part) & ~mask) | (kNan & mask));
+    };
+    y[0] = masked(y[0]);
+    if constexpr (kOutputParts == 2) y[1] = masked(y[1]);
   }
 }
 
