@@ -72,8 +72,6 @@ class FastLogarithm {
   static constexpr double kMargin = 0x1p-48;
 
   FastLogarithm(double A, double B) : A_(A), B_(B) {}
-  static constexpr bool IsSquare() { return false; }
-
   [[gnu::always_inline]] double operator()(double F1) const {
     const double x = F1 + B_;
     double ln = FastLog(x);

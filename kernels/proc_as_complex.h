@@ -89,8 +89,12 @@ struct ProcAsComplex {
       const std::ptrdiff_t start = backward ? n - done - count : done;
       const float* x1 = Op::kFile1 ? Pairs(in1, in1Complex, start, count, pairs1) : nullptr;
       const float* x2 = Op::kFile2 ? Pairs(in2, in2Complex, start, count, pairs2) : nullptr;
-      // If any element is uncertain, the formula computes the whole chunk. This is rare.
-      if (!Compute<true>(x1, x2, A, B, count, w)) Compute<false>(x1, x2, A, B, count, w);
+      if constexpr (requires { Op::ApplyFast; }) {
+        // If any element is uncertain, the formula computes the whole chunk. This is rare.
+        if (!Compute<true>(x1, x2, A, B, count, w)) Compute<false>(x1, x2, A, B, count, w);
+      } else {
+        Compute<false>(x1, x2, A, B, count, w);
+      }
       w.Write(out, outComplex, start, count);
       const std::ptrdiff_t next = backward ? start - kChunk : start + kChunk;
       if (Op::kFile1) Prefetch(in1, in1Complex, next, n);
@@ -102,8 +106,8 @@ struct ProcAsComplex {
   }
 
  private:
-  // Computes a chunk, if kFast by a fast form without branches and calls, if Op has one. Returns
-  // whether all bits are certain. Always inlined, so that it is compiled for each processor.
+  // Computes a chunk, if kFast by Op's fast form, which has no branches and calls. Returns whether
+  // all bits are certain. Always inlined, so that it is compiled for each processor.
   template <bool kFast>
   [[gnu::always_inline]] static inline bool Compute(const float* x1, const float* x2, Complex A,
                                                     Complex B, std::ptrdiff_t count,
@@ -114,7 +118,7 @@ struct ProcAsComplex {
       const Complex F1 = Op::kFile1 ? Complex(x1[2 * i], x1[2 * i + 1]) : Complex();
       const Complex F2 = Op::kFile2 ? Complex(x2[2 * i], x2[2 * i + 1]) : Complex();
       Complex result;
-      if constexpr (kFast && requires { Op::ApplyFast; }) {
+      if constexpr (kFast) {
         bool isCertain = false;
         result = Op::ApplyFast(F1, F2, A, B, isCertain);
         areCertain &= static_cast<std::uint64_t>(isCertain);

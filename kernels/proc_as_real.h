@@ -67,10 +67,12 @@ struct ProcAsReal {
   [[gnu::always_inline]] static inline bool TryFast(const Fast& fast, const float* x1, double A,
                                                     double B, int count, double* v,
                                                     RunningStatistics& running) {
-    if (fast.IsSquare()) {
-      for (int i = 0; i < count; ++i) v[i] = double{x1[i]} * x1[i];
-      running.CountChunk(v, count, false);
-      return true;
+    if constexpr (requires { fast.IsSquare(); }) {
+      if (fast.IsSquare()) {
+        for (int i = 0; i < count; ++i) v[i] = double{x1[i]} * x1[i];
+        running.CountChunk(v, count, false);
+        return true;
+      }
     }
     double high[kChunk];
     std::uint32_t difference = 0;
