@@ -6,7 +6,10 @@
 #include <malloc.h>
 #include <tiffio.h>
 
+#include <cerrno>
+#include <cstring>
 #include <mutex>
+#include <regex>
 #include <set>
 
 #include "standalone/base/messages.h"
@@ -16,6 +19,9 @@ namespace {
 
 constexpr const char* kNoReason = "GDAL does not say why";
 
+// Whether a system call of this thread failed for want of space or by a fault of the disk.
+bool DiskFailed() { return errno == ENOSPC || errno == EDQUOT || errno == EFBIG || errno == EIO; }
+
 std::mutex failuresMutex;
 std::set<GdalFailures*> allFailures;
 thread_local const OwnGdalFailures* ownFailures = nullptr;
@@ -23,10 +29,8 @@ thread_local const OwnGdalFailures* ownFailures = nullptr;
 // GDAL's message on one line. The names of hidden folders are removed from the paths of files, so
 // that these are the final ones.
 std::string AsSentence(const char* message) {
-  const std::string folder = ".lumomixcalc-XXXXXX/";
-  std::string text = message;
-  for (std::size_t place = 0; (place = text.find(".lumomixcalc-", place)) != std::string::npos;)
-    text.erase(place, folder.size());
+  static const std::regex kFolders(R"(\.lumomixcalc-[A-Za-z0-9]{6}/(\.trial/)?)");
+  std::string text = std::regex_replace(message, kFolders, "");
   for (char& c : text)
     if (c == '\n' || c == '\r') c = ' ';
   text.erase(text.find_last_not_of(" .") + 1);
@@ -76,6 +80,7 @@ OwnGdalFailures::OwnGdalFailures() { ownFailures = this; }
 OwnGdalFailures::~OwnGdalFailures() { ownFailures = nullptr; }
 
 GdalFailures::GdalFailures() : own_(ownFailures) {
+  errno = 0;
   const std::lock_guard lock(failuresMutex);
   allFailures.insert(this);
 }
@@ -96,7 +101,10 @@ bool GdalFailures::Any() const {
 
 std::string GdalFailures::First() const {
   const std::lock_guard lock(failuresMutex);
-  return first_.empty() ? kNoReason : first_;
+  const std::string error = DiskFailed() ? std::strerror(errno) : kNoReason;
+  if (first_.empty()) return error;
+  const bool explains = !DiskFailed() || first_.find(error) != std::string::npos;
+  return explains ? first_ : first_ + ": " + error;
 }
 
 GdalRun::GdalRun() : cacheBytes_(GDALGetCacheMax64()) {

@@ -32,7 +32,8 @@ class GdalFailures {
   GdalFailures(const GdalFailures&) = delete;
   GdalFailures& operator=(const GdalFailures&) = delete;
   bool Any() const;
-  // GDAL's text of the first failure on one line, or a text that says that GDAL gives no reason.
+  // GDAL's text of the first failure on one line, or a text that says that GDAL gives no reason;
+  // with the system's text if the thread's last failed call failed by the disk.
   std::string First() const;
 
   // For the error handler: a failure of a thread, with what keeps its failures separate, or null.

@@ -3,8 +3,8 @@
 #include <cpl_error.h>
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
+#include <initializer_list>
 
 #include "standalone/base/messages.h"
 
@@ -33,6 +33,13 @@ bool Holds(GDALDriver* driver, const DataMode& mode) {
   // A driver that does not list its types refuses a wrong one itself.
   return !driver->GetMetadataItem(GDAL_DMD_CREATIONDATATYPES) ||
          Lists(driver, GDAL_DMD_CREATIONDATATYPES, GDALGetDataTypeName(mode.type));
+}
+
+bool AllBegin(const std::vector<std::string>& options, std::initializer_list<const char*> names) {
+  return std::ranges::all_of(options, [&](const std::string& option) {
+    return std::ranges::any_of(
+        names, [&](const char* name) { return STARTS_WITH_CI(option.c_str(), name); });
+  });
 }
 
 }  // namespace
@@ -92,13 +99,19 @@ CPLStringList CreationOptions(const OutputFormat& format, const std::vector<std:
   return list;
 }
 
+bool MayChangeValues(const std::vector<std::string>& options) {
+  return !AllBegin(options, {"ALPHA=",        "BIGTIFF=",         "BLOCKXSIZE=",
+                             "BLOCKYSIZE=",   "COMPRESS=DEFLATE", "COMPRESS=LZMA",
+                             "COMPRESS=LZW",  "COMPRESS=NONE",    "COMPRESS=PACKBITS",
+                             "COMPRESS=ZSTD", "GEOTIFF_",         "INTERLEAVE=",
+                             "LZMA_PRESET=",  "NUM_THREADS=",     "PHOTOMETRIC=",
+                             "PREDICTOR=",    "PROFILE=",         "SPARSE_OK=",
+                             "TFW=",          "TILED=",           "ZLEVEL=",
+                             "ZSTD_LEVEL="});
+}
+
 bool OnlyLayOut(const std::vector<std::string>& options) {
-  constexpr std::array<const char*, 4> kLayout = {"BIGTIFF=", "BLOCKYSIZE=", "COMPRESS=NONE",
-                                                  "INTERLEAVE="};
-  return std::ranges::all_of(options, [&](const std::string& option) {
-    return std::ranges::any_of(
-        kLayout, [&](const char* name) { return STARTS_WITH_CI(option.c_str(), name); });
-  });
+  return AllBegin(options, {"BIGTIFF=", "BLOCKYSIZE=", "COMPRESS=NONE", "INTERLEAVE="});
 }
 
 void CheckThatFormatHolds(const OutputFormat& format, const DataMode& mode) {
@@ -109,7 +122,7 @@ void CheckThatFormatHolds(const OutputFormat& format, const DataMode& mode) {
   throw Failure(
       "the format " + format.Name() + " cannot hold " + mode.name + " data; it holds " +
       (held.empty() ? "none of the types of -mode=" : Joined(held) + " (choose by -mode=)") +
-      ", and GTiff and ENVI hold all");
+      ", and GTiff holds all");
 }
 
 }  // namespace lumomixcalc::standalone

@@ -32,6 +32,9 @@ void CheckCreationOptions(const OutputFormat& format, const std::vector<std::str
 // temporary file in the output.
 CPLStringList CreationOptions(const OutputFormat& format, const std::vector<std::string>& options);
 
+// Whether these options of a TIFF, such as those of a lossy compression, may change values.
+bool MayChangeValues(const std::vector<std::string>& options);
+
 // Whether these options of a TIFF only change the layout of its uncompressed elements in the file.
 bool OnlyLayOut(const std::vector<std::string>& options);
 

@@ -1,6 +1,10 @@
 #include "standalone/rasters/publication.h"
 
+#include <cpl_conv.h>
+#include <cpl_error.h>
+#include <cpl_string.h>
 #include <fcntl.h>
+#include <gdal_priv.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/stat.h>
@@ -8,8 +12,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstring>
+#include <fstream>
 #include <mutex>
 #include <set>
 #include <system_error>
@@ -105,11 +111,11 @@ bool IsSameFile(const fs::path& one, const fs::path& other) {
 }
 
 Publication::Publication(const fs::path& target, bool overwrite, std::vector<InputFiles> inputs,
-                         Content content)
+                         fs::path statisticsFile)
     : target_(target),
       overwrite_(overwrite),
       inputs_(std::move(inputs)),
-      content_(content),
+      statisticsFile_(std::move(statisticsFile)),
       parent_(ParentOf(target)) {
   std::string pattern = (parent_ / ".lumomixcalc-XXXXXX").string();
   const std::lock_guard lock(folders.mutex);
@@ -126,11 +132,11 @@ Publication::~Publication() {
   if (folders.paths.erase(folder_) > 0) fs::remove_all(folder_, ignored);
 }
 
-// The files that the run made, the target last. Hidden files with other names are not among them,
+// The files in the folder, the target last. Hidden files with other names are not among them,
 // such as those in which a network file system keeps deleted files.
-std::vector<fs::path> Publication::Names() const {
+std::vector<fs::path> Publication::Names(const fs::path& made) const {
   std::vector<fs::path> names;
-  for (const fs::directory_entry& entry : fs::directory_iterator(folder_)) {
+  for (const fs::directory_entry& entry : fs::directory_iterator(made)) {
     const std::string name = entry.path().filename();
     if (!name.starts_with('.') || name.starts_with(target_.stem().string()))
       names.emplace_back(name);
@@ -140,28 +146,41 @@ std::vector<fs::path> Publication::Names() const {
   return names;
 }
 
-// Existing files beside the target that GDAL would read together with the new output although the
-// run did not make them, such as the overviews of an earlier output.
-std::vector<fs::path> Publication::StaleNames() const {
-  if (content_ == Content::kText) return {};
-  const std::vector<fs::path> made = Names();
-  const std::string name = target_.filename();
+// Existing files beside the target that GDAL reads together with the output although the run did
+// not make them, such as the overviews of an earlier output. GDAL is asked with a link to each file
+// whose name begins like the target's, and to the statistics file, among the files of the output.
+std::vector<fs::path> Publication::StaleNames(const fs::path& made) const {
+  const CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);
+  const CPLConfigOptionSetter seesNeighbours("GDAL_DISABLE_READDIR_ON_OPEN", "FALSE", false);
+  const auto isRead = [&](const fs::path& file) {
+    const GDALDatasetUniquePtr raster(
+        GDALDataset::Open((made / target_.filename()).c_str(), GDAL_OF_RASTER));
+    return !raster || CPLStringList(raster->GetFileList()).FindString(file.c_str()) >= 0;
+  };
+  if (isRead({})) return {};  // a text, or one of several rasters in a file
   const std::string stem = target_.stem();
-  const std::string extension = target_.extension();
-  std::vector<fs::path> stale = {name + ".aux.xml", name + ".ovr", name + ".msk",
-                                 name + ".msk.ovr"};
-  if (std::ranges::find(made, fs::path(stem + ".hdr")) != made.end()) {
-    // If both headers exist, GDAL reads this one and not the one without the target's extension.
-    stale.emplace_back(name + ".hdr");
-  } else if (extension.size() > 2) {  // world files: .tfw, .tifw and .wld for .tif
-    stale.emplace_back(stem + extension.substr(0, 2) + extension.back() + "w");
-    stale.emplace_back(name + "w");
-    stale.emplace_back(stem + ".wld");
+  std::vector<fs::path> candidates;
+  for (const fs::directory_entry& entry : fs::directory_iterator(parent_)) {
+    const std::string name = entry.path().filename();
+    if (STARTS_WITH_CI(name.c_str(), stem.c_str()) &&
+        !std::isalnum(static_cast<unsigned char>(name[stem.size()])) && !entry.is_directory())
+      candidates.push_back(entry.path());
   }
-  std::erase_if(stale, [&](const fs::path& file) {
-    return !Exists(parent_ / file) || fs::is_directory(parent_ / file) ||
-           std::ranges::find(made, file) != made.end();
-  });
+  if (!statisticsFile_.empty() && IsSameFile(ParentOf(statisticsFile_), parent_))
+    candidates.push_back(statisticsFile_);
+  std::vector<fs::path> stale;
+  for (const fs::path& candidate : candidates) {
+    const fs::path file = made / candidate.filename();
+    if (Exists(file)) continue;
+    std::error_code error;
+    if (Exists(candidate))
+      fs::create_symlink(fs::absolute(candidate), file, error);
+    else
+      std::ofstream(file).put('\n');
+    if (error) fs::copy_file(candidate, file);  // the file system has no links
+    if (isRead(file)) stale.push_back(candidate.filename());
+    fs::remove(file);
+  }
   return stale;
 }
 
@@ -171,6 +190,10 @@ void Publication::RefuseToReplace(const fs::path& name, const std::string& reaso
                                  ? "; choose another name or add -co=SUFFIX=ADD"
                                  : "; choose another name";
   const auto isThis = [&](const std::string& file) { return IsSameFile(parent_ / name, file); };
+  if (isThis(statisticsFile_))
+    throw Failure("the statistics file " + statisticsFile_.string() +
+                  " would be a file of the output " + target_.string() + "; choose another name");
+  if (!Exists(parent_ / name)) return;
   for (const InputFiles& input : inputs_)
     if (!IsSameFile(target_, input.name) && std::ranges::any_of(input.files, isThis))
       throw Failure(place + " belongs to the input " + input.name + ", and the output " +
@@ -182,27 +205,29 @@ void Publication::RefuseToReplace(const fs::path& name, const std::string& reaso
   if (!overwrite_) throw Failure(place + reason);
 }
 
-void Publication::CheckPlaces() const {
-  for (const fs::path& name : Names()) {
+void Publication::CheckPlaces(const fs::path& made) {
+  for (const fs::path& name : Names(made)) {
     if (fs::is_directory(fs::symlink_status(parent_ / name)))
       throw Failure((target_.parent_path() / name).string() +
                     " is a folder; the output needs this name for a file");
-    if (Exists(parent_ / name)) RefuseToReplace(name, " exists already; -overwrite replaces it");
+    RefuseToReplace(name, " exists already; -overwrite replaces it");
   }
-  for (const fs::path& name : StaleNames())
+  for (const fs::path& name : StaleNames(made)) {
     RefuseToReplace(name, " would be read as a part of the output " + target_.string() +
                               "; -overwrite removes it");
+    stale_.insert(name);
+  }
 }
 
 void Publication::Publish() {
-  CheckPlaces();
-  const std::vector<fs::path> names = Names();
+  CheckPlaces(folder_);
+  const std::vector<fs::path> names = Names(folder_);
   for (const fs::path& name : names) CopyAccessRights(parent_ / name, folder_ / name);
   // A single file is replaced by one rename. Of several files, the old ones are moved away first,
   // so that old and new ones are never mixed.
   const bool replaces = overwrite_ && names.size() == 1;
-  std::vector<fs::path> old;
-  if (overwrite_) old = StaleNames();
+  std::vector<fs::path> old(stale_.begin(), stale_.end());
+  std::erase_if(old, [&](const fs::path& name) { return Exists(folder_ / name); });
   if (overwrite_ && !replaces) old.insert(old.end(), names.rbegin(), names.rend());
   const fs::path aside = folder_ / ".old";
   if (!old.empty()) fs::create_directory(aside);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -24,23 +25,22 @@ bool IsSameFile(const std::filesystem::path& one, const std::filesystem::path& o
 // The destructor removes the folder. A process that is killed leaves it.
 class Publication {
  public:
-  // With a raster, GDAL reads files beside it. With a text, nothing does.
-  enum class Content { kRaster, kText };
-
-  // Makes the folder in the folder of target. Throws Failure.
+  // Makes the folder in the folder of target. If the run also writes a statistics file, it must be
+  // none of the files of the target. Throws Failure.
   Publication(const std::filesystem::path& target, bool overwrite, std::vector<InputFiles> inputs,
-              Content content = Content::kRaster);
+              std::filesystem::path statisticsFile = {});
   ~Publication();
   Publication(const Publication&) = delete;
   Publication& operator=(const Publication&) = delete;
 
   const std::filesystem::path& Folder() const { return folder_; }
 
-  // Throws Failure when a file in the folder cannot be moved out, or when GDAL would read another
-  // file, such as an old .ovr, together with the output. With overwrite such files may be replaced
-  // or removed, but not a folder, not a file of an input that is not itself replaced, and for a new
-  // target no file that only has its stem.
-  void CheckPlaces() const;
+  // Throws Failure when a file of `made` cannot be moved to the target's folder, or when GDAL would
+  // read another file there, such as an old .ovr, together with the output. `made` is Folder() or a
+  // folder inside it, with closed files like those of the output, under the same names. With
+  // overwrite such files may be replaced or removed, but not a folder, not a file of an input that
+  // is not itself replaced, and for a new target no file that only has its stem.
+  void CheckPlaces(const std::filesystem::path& made);
 
   // Moves the files out, the target last. Files that are replaced or removed are set aside first
   // and moved back when anything fails. A target that is the only file is replaced by one rename.
@@ -49,15 +49,16 @@ class Publication {
   void Publish();
 
  private:
-  std::vector<std::filesystem::path> Names() const;
-  std::vector<std::filesystem::path> StaleNames() const;
+  std::vector<std::filesystem::path> Names(const std::filesystem::path& made) const;
+  std::vector<std::filesystem::path> StaleNames(const std::filesystem::path& made) const;
   void RefuseToReplace(const std::filesystem::path& name, const std::string& reason) const;
 
   std::filesystem::path target_;
   bool overwrite_;
   std::vector<InputFiles> inputs_;
-  Content content_;
+  std::filesystem::path statisticsFile_;
   std::filesystem::path parent_;
+  std::set<std::filesystem::path> stale_;  // files that GDAL would read with the output
   std::filesystem::path folder_;
 };
 

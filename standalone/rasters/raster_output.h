@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stop_token>
@@ -29,17 +30,32 @@ struct OutputSpecification {
   int bands = 0;
   bool overwrite = false;
   std::vector<InputFiles> inputs;
+  std::filesystem::path statisticsFile;        // empty for none
+  std::function<void(GDALDataset&)> describe;  // writes the output's georeferencing and metadata
   // The file is on the disk before it gets its name. A plain sum takes 1.6 times as long with it.
   bool toDisk = false;
 };
+
+// What the rows of a band amount to, from top to bottom, to compare them without keeping them.
+struct RowDigest {
+  std::size_t hash = 0;
+  std::uint64_t nans = 0;
+
+  void Add(const void* row, int columns, GDALDataType type);
+  bool operator==(const RowDigest&) const = default;
+};
+
+// If the format can only copy a whole raster, makes a small one like the output under the name of
+// a file. Throws Failure when the format refuses it, which it would otherwise do only at the end.
+void MakeTrialCopy(const OutputSpecification& specification, const std::string& file);
 
 // The output raster, written in strips of whole rows in a hidden folder next to its place. Unless
 // Publish succeeds, nothing of it is left and an existing file stays as it was.
 class RasterOutput {
  public:
-  // Creates the raster in the hidden folder. Also throws Failure for problems that would otherwise
-  // appear only at the end: a format that cannot hold these bands, or existing files in the places
-  // of the output's files.
+  // Creates the raster in the hidden folder and describes it. Also throws Failure for problems that
+  // would otherwise appear only at the end: a format that cannot hold these bands, or existing
+  // files in the places of the output's files.
   explicit RasterOutput(const OutputSpecification& specification);
 
   // Declares the no-data value of all bands. From now on NaN is stored as this value. Returns false
@@ -64,12 +80,14 @@ class RasterOutput {
   // Failure, and Cancelled when a stop is requested before that.
   void Publish(const std::stop_token& stop);
 
-  GDALDataset& Dataset() { return *dataset_; }
+  // Changes metadata of the output. Throws Failure when that cannot be written.
+  void Change(const std::function<void(GDALDataset&)>& change);
 
  private:
   void Create(const OutputFormat& format, const std::vector<std::string>& options);
+  void CheckPlaces();
   void LayOutRows();
-  GDALDatasetUniquePtr CopyToFormat(const std::stop_token& stop);
+  void CopyToFormat(const std::stop_token& stop);
   void Close();
   void WriteToDisk();
   [[noreturn]] void FailToWrite(const std::string& reason);
@@ -86,6 +104,7 @@ class RasterOutput {
   std::unique_ptr<UncompressedRows> uncompressedRows_;
   std::vector<float> replaced_;
   std::vector<std::byte> converted_;
+  std::vector<RowDigest> digests_;  // by band, if the elements are compared when they are read back
 };
 
 }  // namespace lumomixcalc::standalone

@@ -3,6 +3,9 @@
 #include <cpl_string.h>
 #include <gdal_priv.h>
 
+#include <algorithm>
+#include <array>
+
 #include "standalone/base/messages.h"
 #include "standalone/base/numbers.h"
 #include "standalone/rasters/gdal_library.h"
@@ -33,12 +36,21 @@ void CopyRpc(GDALDataset& from, const OutputGrid& grid, GDALDataset& to) {
   to.SetMetadata(rpc.List(), "RPC");
 }
 
+// Whether a metadata item describes the values or the corners of the input, which are not those of
+// the output.
+bool IsOfTheInput(const std::string& item) {
+  constexpr std::array<const char*, 6> kNames = {
+      "LUMOMIXCALC_", "NITF_BLOCKA_",           "NODATA_VALUES",
+      "STATISTICS_",  "TIFFTAG_MAXSAMPLEVALUE", "TIFFTAG_MINSAMPLEVALUE"};
+  return std::ranges::any_of(kNames, [&](const char* name) { return item.starts_with(name); });
+}
+
 void CopyMetadata(GDALDataset& from, GDALDataset& to) {
   const CPLStringList items(from.GetMetadata(), FALSE);
   for (int i = 0; i < items.Count(); ++i) {
     char* name = nullptr;
     const char* const value = CPLParseNameValue(items[i], &name);
-    if (name && value && !STARTS_WITH(name, "LUMOMIXCALC_")) to.SetMetadataItem(name, value);
+    if (name && value && !IsOfTheInput(name)) to.SetMetadataItem(name, value);
     CPLFree(name);
   }
 }
@@ -72,6 +84,8 @@ void Describe(const Session& session, const std::string& command, const std::str
   if (GDALDataset* const input = FirstThat(
           session, [](GDALDataset& dataset) { return dataset.GetMetadata("RPC") != nullptr; }))
     CopyRpc(*input, session.Grid(), output);
+  if (FirstThat(session, [](GDALDataset& dataset) { return dataset.GetMetadata("GEOLOCATION"); }))
+    Warn(outputName + " does not hold the geolocation arrays of the input");
   if (GDALDataset* const input = FirstThat(
           session, [](GDALDataset& dataset) { return CSLCount(dataset.GetMetadata()) > 0; }))
     CopyMetadata(*input, output);

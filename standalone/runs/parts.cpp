@@ -247,7 +247,8 @@ void WriteMosaic(const fs::path& file, const fs::path& folder,
     for (int band = 1; band <= mosaic->GetRasterCount(); ++band) {
       GDALRasterBand& target = *mosaic->GetRasterBand(band);
       DescribeBand(*first->GetRasterBand(band), target);
-      StoreStatistics(report.bands[static_cast<std::size_t>(band) - 1], mode, target);
+      if (parts.front().GetBool("exact"))
+        StoreStatistics(report.bands[static_cast<std::size_t>(band) - 1], mode, target);
       int row = 0;
       for (int number = 1; number <= count; ++number) {
         const int rows = parts[static_cast<std::size_t>(number) - 1].GetInteger("rows");
@@ -311,6 +312,7 @@ Part::Part(const Job& job, const std::string& command, const OutputFormat& forma
   common_.Add("part", NameOf(number_));
   common_.Add("version", LUMOMIXCALC_VERSION);
   common_.Add("command", Utf8(command));
+  common_.Add("exact", !MayChangeValues(job.creationOptions));
   common_.Add("inputs", InputsText(session));
   LimitRows(job, format, session);
 }
@@ -372,8 +374,12 @@ RunReport JoinParts(const std::string& name, const Job& job) {
   const int count = CountOfParts(folder, 0);
   if (count == 0) throw Failure("there are no parts of " + name + " in " + folder.string());
   std::optional<ReportFile> reportFile;
-  if (!job.statisticsFile.empty())
+  if (!job.statisticsFile.empty()) {
+    if (IsSameFile(fs::absolute(FollowLinks(job.statisticsFile)).parent_path(), folder))
+      throw Failure("the statistics file " + job.statisticsFile + " would be in the folder " +
+                    folder.string() + " of the parts; choose another name");
     reportFile.emplace(job.statisticsFile, job.overwrite, std::vector<InputFiles>(), target);
+  }
   const std::vector<CPLJSONObject> parts = ReadParts(folder, count);
   RunReport report = ReportOf(parts.front());
   report.output = name;

@@ -2,6 +2,7 @@
 
 #include <cpl_json.h>
 #include <cpl_string.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -88,10 +89,24 @@ std::string ReportAsJson(const RunReport& report) {
   return document.SaveAsString() + "\n";
 }
 
+// The number of this process's open file that a path such as /dev/stdout leads to.
+static std::optional<int> DescriptorOf(fs::path path) {
+  std::error_code error;
+  while (fs::is_symlink(path, error)) {
+    if (fs::equivalent(path.parent_path(), "/proc/self/fd", error))
+      return ParseInt(path.filename().string());
+    path = path.parent_path() / fs::read_symlink(path, error);
+  }
+  return std::nullopt;
+}
+
 ReportFile::ReportFile(const std::string& path, bool overwrite,
                        const std::vector<InputFiles>& inputs, const fs::path& output)
     : path_(path), overwrite_(overwrite) {
-  if (path == "-") return;
+  if (path == "-") {
+    descriptor_ = STDOUT_FILENO;
+    return;
+  }
   const fs::path target = FollowLinks(path);
   if (IsSameFile(target, output)) Fail("it is the output");
   for (const InputFiles& input : inputs) {
@@ -101,7 +116,8 @@ ReportFile::ReportFile(const std::string& path, bool overwrite,
   }
   file_ = path;
   std::error_code error;
-  isSpecial_ = fs::is_other(fs::status(path, error));
+  descriptor_ = DescriptorOf(path);
+  isSpecial_ = descriptor_ || fs::is_other(fs::status(path, error));
   if (!isSpecial_) file_ = ResolveOutput(path, overwrite);
 }
 
@@ -112,17 +128,16 @@ void ReportFile::Fail(const std::string& reason) const {
 }
 
 void ReportFile::Write(const std::string& text) {
-  if (!file_.empty() && !isSpecial_) {
-    publication_.emplace(file_, overwrite_, std::vector<InputFiles>(), Publication::Content::kText);
+  if (!descriptor_ && !isSpecial_) {
+    publication_.emplace(file_, overwrite_, std::vector<InputFiles>());
     file_ = publication_->Folder() / file_.filename();
   }
-  std::FILE* const stream = file_.empty() ? stdout : std::fopen(file_.c_str(), "we");
+  std::FILE* const stream =
+      descriptor_ ? fdopen(dup(*descriptor_), "w") : std::fopen(file_.c_str(), "we");
   if (!stream) Fail(std::strerror(errno));
   std::string problem;
-  if (std::fputs(text.c_str(), stream) < 0 || std::fflush(stream) != 0)
-    problem = std::strerror(errno);
-  if (stream != stdout && std::fclose(stream) != 0 && problem.empty())
-    problem = std::strerror(errno);
+  if (std::fputs(text.c_str(), stream) < 0) problem = std::strerror(errno);
+  if (std::fclose(stream) != 0 && problem.empty()) problem = std::strerror(errno);
   if (!problem.empty()) Fail(problem);
 }
 

@@ -37,8 +37,8 @@ std::string ReportAsJson(const RunReport& report);
 // lost.
 std::string Utf8(const std::string& text);
 
-// The destination of a report: a file, which appears whole or not at all, a device or pipe, or, for
-// "-", standard output.
+// The destination of a report: a file, which appears whole or not at all, a device or pipe, an open
+// file of this process such as /dev/stdout, or, for "-", standard output.
 class ReportFile {
  public:
   // Throws Failure when path is the output or a file of an input, when it exists and overwrite is
@@ -58,7 +58,8 @@ class ReportFile {
   std::string path_;  // as the user gave it
   bool overwrite_;
   bool isSpecial_ = false;                  // a device or pipe
-  std::filesystem::path file_;              // the file that is written, empty for standard output
+  std::optional<int> descriptor_;           // of an open file, which is written to, never replaced
+  std::filesystem::path file_;              // otherwise the file that is written
   std::optional<Publication> publication_;  // for a regular file
 };
 

@@ -1,5 +1,6 @@
 #include "standalone/runs/run.h"
 
+#include <cpl_vsi.h>
 #include <gdal_priv.h>
 
 #include <algorithm>
@@ -61,11 +62,13 @@ std::optional<double> OutputNoData(const Session& session, const Job& job,
     return mode.integer ? asked : static_cast<double>(static_cast<float>(asked));
   }
   const std::optional<double> declared = session.NoData();
+  // Programs that read text grids do not understand NaN, which may be a result, too.
+  constexpr double kOfTextGrids = -9999;
+  const bool isText = format.Name() == "AAIGrid" || format.Name() == "XYZ";
+  if (isText && !mode.integer) return kOfTextGrids;
   if (!declared) return std::nullopt;
   if (mode.integer) return IntegerNoData(mode, *declared);
-  // Programs that read text grids do not understand NaN.
-  constexpr double kOfTextGrids = -9999;
-  return format.Name() == "AAIGrid" ? kOfTextGrids : std::numeric_limits<double>::quiet_NaN();
+  return std::numeric_limits<double>::quiet_NaN();
 }
 
 void WarnOfUnheldElements(const std::vector<BandStatistics>& statistics, const DataMode& mode) {
@@ -128,7 +131,9 @@ void Compute(Session& session, RasterOutput& output, const RunControl& control, 
   session.Finish();
   for (std::size_t i = 0; i < records.size(); ++i) {
     report.bands[i].record = records[i];
-    StoreStatistics(report.bands[i], session.Mode(), *output.Dataset().GetBands()[i]);
+    output.Change([&](GDALDataset& dataset) {
+      StoreStatistics(report.bands[i], session.Mode(), *dataset.GetBands()[i]);
+    });
   }
 }
 
@@ -167,13 +172,21 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
   if (!job.statisticsFile.empty())
     reportFile.emplace(job.statisticsFile, job.overwrite, session.Files(), target);
   RunReport report = PlannedReport(session, job, format, command);
-  if (job.checkOnly) return report;
+  const auto describe = [&](GDALDataset& output) {
+    Describe(session, part ? command + " " + part->Option() : command, outputName, output);
+  };
+  const OutputSpecification specification(
+      {target, format, &session.Mode(), job.creationOptions, report.grid.columns, report.grid.rows,
+       static_cast<int>(report.bands.size()), job.overwrite, session.Files(),
+       FollowLinks(job.statisticsFile), describe, part.has_value()});
+  if (job.checkOnly) {
+    MakeTrialCopy(specification, "/vsimem/lumomixcalc/" + target.filename().string());
+    VSIRmdirRecursive("/vsimem/lumomixcalc");
+    return report;
+  }
 
   if (part) std::filesystem::create_directory(target.parent_path());
-  RasterOutput output({target, format, &session.Mode(), job.creationOptions, report.grid.columns,
-                       report.grid.rows, static_cast<int>(report.bands.size()), job.overwrite,
-                       session.Files(), part.has_value()});
-  Describe(session, part ? command + " " + part->Option() : command, outputName, output.Dataset());
+  RasterOutput output(specification);
   if (const auto& value = report.noData; value && !output.DeclareNoData(*value))
     Warn(outputName + " cannot declare a no-data value; " + ShortestText(*value) +
          " stands for it");
@@ -189,7 +202,7 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
   if (part) {
     // Another run may have made the same part in the meantime.
     if (const std::optional<RunReport> done = part->ReportIfDone()) return *done;
-    part->StoreFacts(report, output.Dataset());
+    output.Change([&](GDALDataset& dataset) { part->StoreFacts(report, dataset); });
   }
   output.Publish(control.stop);
   if (reportFile) reportFile->Publish();

@@ -201,6 +201,10 @@ void StoreStatistics(const BandStatistics& statistics, const DataMode& mode, GDA
   const double deviation = valid.Deviation();  // finite only when all elements are
   const bool stored = unheld.saturated + unheld.moved + unheld.taken + unheld.nan == 0;
   if (mode.complex || !stored || !std::isfinite(deviation)) return;
+  // HFA reads a minimum or maximum outside the range of 32-bit integers as an error.
+  if (EQUAL(band.GetDataset()->GetDriverName(), "HFA") &&
+      std::max(std::abs(valid.minimum), std::abs(valid.maximum)) >= 0x1p31F)
+    return;
   const auto text = [&mode](float extreme) {
     return mode.integer ? ShortestText(RoundedAndSaturated(extreme, mode)) : ShortestText(extreme);
   };

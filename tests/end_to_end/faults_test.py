@@ -30,6 +30,7 @@ OUTPUT_LAYOUTS = (
     ("a.tif", "GTiff", *TILES),  # in place of an input
     *(layout for layout in LAYOUTS if layout[0] != "tiled.tif"),
     ("copied-text.asc", "AAIGrid"), ("copied-points.xyz", "XYZ"), ("netcdf.nc", "netCDF"),
+    ("pcidsk.pix", "PCIDSK"),
 )
 RAW_HEADER = ("ENVI\nsamples = {}\nlines = {}\nbands = 1\ndata type = 4\ninterleave = bsq\n"
               "byte order = 0\n")

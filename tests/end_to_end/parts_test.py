@@ -84,7 +84,9 @@ class Parts(harness.ProgramTest):
                 self.make(count, *arguments)
                 joined = self.done(f"-join={self.mosaic}", "-stats=-", "-overwrite")
                 records, told = self.told(self.mosaic, joined.stdout)
-                self.assertEqual((told, joined.stderr), (expected, one.stderr))
+                # Which values a lossy format changes is told by each part.
+                lossy = "lumomixcalc: warning: the format GTiff does not hold all values exactly\n"
+                self.assertEqual((told, joined.stderr), (expected, one.stderr.replace(lossy, "")))
                 self.assertEqual({len(of_band) for of_band in records}, {count})
 
     def test_only_what_is_missing_is_computed(self):
@@ -104,6 +106,8 @@ class Parts(harness.ProgramTest):
         self.refused("-co=PROFILE=BASELINE", "-part=1/4", *command, "-co=PROFILE=BASELINE")
 
         self.make(4, *command[:2])
+        for name in "1-of-4.tif", "new.json":
+            self.refused("in the folder", join, "-overwrite", f"-stats={self.part(name)}")
         self.done(join)
         for told, *arguments in (
                 ("4-of-4.tif, which is there, is of another command", "-part=4/4", *command, "-a=2"),

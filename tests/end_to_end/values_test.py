@@ -319,6 +319,10 @@ class Results(harness.ProgramTest):
         self.refused("standard output", *run, "-overwrite", stdout=unread)
         os.close(unread)
         self.assertEqual(json.loads(piped)["output"], self.out)
+        with open(self.path("all.json"), "w") as whole:  # is added to, never replaced
+            for name in "/dev/stdout", "-", "/dev/fd/1":
+                self.done(*run, "-quiet", "-overwrite", f"-stats={name}", stdout=whole)
+        self.assertEqual(Path(self.path("all.json")).read_text().count('"command"'), 3)
         out = os.fsencode(self.path("")) + b"\xe4.tif"
         self.done(self.a, out, COPY, f"-stats={report}", "-overwrite")
         self.assertTrue(os.path.exists(self.path("report.wld")))
