@@ -122,9 +122,9 @@ bool ReadBack(GDALDataset& written, const OutputSpecification& specification, GD
 }
 
 // Reads a complete output back. Checks that it opens, has the right size, the right number of bands
-// and a type that is wide enough, and that its elements can be read, of a plain TIFF only those of
-// the last row. Finds the elements that the format changed. Warns when it lacks what was declared.
-// Returns what is wrong, for a message, or an empty text.
+// and, unless it is a copy, a type that is wide enough. Checks that its elements can be read, of a
+// plain TIFF only those of the last row. Finds the elements that the format changed. Warns when it
+// lacks what was declared. Returns what is wrong, for a message, or an empty text.
 std::string FaultOfFile(const fs::path& file, const OutputSpecification& specification,
                         const Declarations& declared, GDALDataset* original,
                         const std::vector<RowDigest>& digests, Changes& changes) {
@@ -142,9 +142,9 @@ std::string FaultOfFile(const fs::path& file, const OutputSpecification& specifi
       written->GetRasterYSize() != specification.rows ||
       written->GetRasterCount() != specification.bands)
     return "it reads back with another size";
-  // A text format may read its elements as a wider type.
+  // A text reads back as the type that its numbers need. Then its elements are compared.
   const GDALDataType type = written->GetRasterBand(1)->GetRasterDataType();
-  if (GDALDataTypeUnion(type, specification.mode->type) != type)
+  if (!original && GDALDataTypeUnion(type, specification.mode->type) != type)
     return std::string("it reads back as ") + GDALGetDataTypeName(type);
   // A file that was cut short by a full disk can be opened, but its last elements cannot be read.
   if (!ReadBack(*written, specification, original, digests, changes) || failures.Any())

@@ -188,10 +188,10 @@ class Outputs(FileTest):
         write(many, RAMP)
         for file, name, driver, *options in (
                 (self.a, "r.img", "HFA"), (self.a, "r.nc", "netCDF"), (self.a, "r.asc", "AAIGrid"),
-                (self.a, "r.png", "PNG", "-mode=byte"), (self.a, "q.raw", "ENVI", "-format=envi"),
+                (self.a, "r.xyz", "XYZ"), (self.a, "r.png", "PNG", "-mode=byte"), (self.a, "q.raw", "ENVI", "-format=envi"),
                 (self.a, "s.tif", "HFA", "-format=HFA"), (self.a, "s.IMG", "HFA"),
-                (self.a, "r", "GTiff"), (self.a, "world.tif", "GTiff", "-co=TFW=YES"), (many, "t.tif", "GTiff", "-co=TILED=YES",
-                                         "-co=BLOCKXSIZE=16", "-co=BLOCKYSIZE=16"),
+                (self.a, "r", "GTiff"), (self.a, "world.tif", "GTiff", "-co=TFW=YES"),
+                (many, "t.tif", "GTiff", "-co=TILED=YES", "-co=BLOCKXSIZE=16", "-co=BLOCKYSIZE=16"),
                 (many, "r.tif", "GTiff"), (many, "band.tif", "GTiff", "-co=INTERLEAVE=BAND"),
                 (many, "big.tif", "GTiff", "-co=BIGTIFF=YES", "-co=BLOCKYSIZE=7"),
                 (many, "r.bil", "ENVI", "-format=ENVI", "-co=INTERLEAVE=BIL", "-mode=cfloat32")):
@@ -388,7 +388,8 @@ class CommandLines(FileTest):
                 ("PNG cannot hold float32", a, b, self.path("out.png")),
                 ("AAIGrid cannot hold cfloat32", a, b, self.path("out.asc"), "-mode=cfloat32"),
                 ("xxx", a, b, self.path("x" * 300 + ".tif")),
-                (f"{mine}: No such file", mine, b, out), ("and GTiff holds all", a, b, self.path("o.xpm"), "-format=XPM"),
+                (f"{mine}: No such file", mine, b, out),
+                ("and GTiff holds all", a, b, self.path("o.xpm"), "-format=XPM"),
                 *((name, a, b, self.path(output), "-mode=byte", f"-format={format}",
                    f"-stats={self.path(name)}")
                   for format, output, name in (("ENVI", "o.img", "o.hdr"),
