@@ -143,11 +143,8 @@ void RasterInput::Select(const OutputGrid& grid, Resampling resampling,
   if (grid.resolution > 1) {
     if (resampling == Resampling::kOverview) return OpenOverview();
     if (resampling == Resampling::kPreview) return;
-    if (resampling == Resampling::kNearest) {
-      resampled_ = Open("NONE");  // otherwise GDAL silently takes pixels of overviews
-      return;
-    }
-    interpolation_ = &kResamplingMethods[static_cast<std::size_t>(resampling)];
+    takesNearest_ = resampling == Resampling::kNearest;
+    if (!takesNearest_) interpolation_ = &kResamplingMethods[static_cast<std::size_t>(resampling)];
   }
   uncompressedRows_ = UncompressedRows::Open(*dataset_, bands, SourceOf(grid.window));
 }
@@ -177,11 +174,26 @@ void RasterInput::Read(int band, int firstRow, int rows, float* out) {
   const int n = grid_.resolution;
   const PixelWindow wanted = {grid_.window.x, grid_.window.y + firstRow * n, grid_.window.columns,
                               rows * n};
+  if (takesNearest_) return ReadNearest(band, wanted, rows, out);
   if (!interpolation_) return ReadElements(band, wanted, grid_.columns, rows, out);
   const PixelWindow source = SourceOf(wanted);
   full_.resize(Floats(source.columns, source.rows));
   ReadElements(band, source, source.columns, source.rows, full_.data());
   Resample(source, wanted, rows, out);
+}
+
+// Takes the pixel in column n/2 and row n/2 of each n x n pixels. GDAL's nearest pixel is another
+// one in raw files since version 3.10, and may come from an overview.
+void RasterInput::ReadNearest(int band, const PixelWindow& wanted, int rows, float* out) {
+  const int n = grid_.resolution;
+  const auto parts = static_cast<std::size_t>(Parts());
+  full_.resize(Floats(wanted.columns, 1));
+  for (int row = 0; row < rows; ++row) {
+    const PixelWindow line = {wanted.x, wanted.y + row * n + n / 2, wanted.columns, 1};
+    ReadElements(band, line, line.columns, 1, full_.data());
+    for (int column = n / 2; column < line.columns; column += n)
+      out = std::copy_n(&full_[static_cast<std::size_t>(column) * parts], parts, out);
+  }
 }
 
 // The pixels of full resolution that are needed to compute the wanted ones at the grid's

@@ -110,6 +110,7 @@ class RasterInput {
   template <typename Exact>
   void ReadRounded(int band, const PixelWindow& window, int columns, int rows, float* out,
                    GDALDataType type);
+  void ReadNearest(int band, const PixelWindow& wanted, int rows, float* out);
   void Resample(const PixelWindow& source, const PixelWindow& wanted, int rows, float* out);
   void RefuseShortFile() const;
   std::unique_lock<std::mutex> TakeTurn() const;
@@ -122,12 +123,13 @@ class RasterInput {
   GDALDatasetUniquePtr resampled_;  // the same raster, opened for a coarser resolution
   const DataMode* mode_ = nullptr;
   OutputGrid grid_;
+  bool takesNearest_ = false;                        // of each resolution x resolution pixels
   const ResamplingMethod* interpolation_ = nullptr;  // set when Resample makes the coarser pixels
   std::vector<int> bands_;
   ElementRules rules_;
   std::map<int, double> masked_;  // the no-data values that are read as NaN, by band
   std::unique_ptr<UncompressedRows> uncompressedRows_;
-  std::vector<float> full_;  // elements of full resolution for Resample
+  std::vector<float> full_;  // elements of full resolution
   std::vector<std::uint8_t> mask_;
   std::vector<std::byte> exact_;  // elements before they are rounded to floats
   std::string lostDigits_;        // an example of a value that was rounded

@@ -146,7 +146,8 @@ class Operators(harness.ProgramTest):
 
     def compare_parts(self, arguments, mosaic):
         whole = read(self.out)
-        height = harness.gdal.Open(self.out).GetRasterBand(1).GetBlockSize()[1]
+        dataset = harness.gdal.Open(self.out)  # bands do not outlive it
+        height = dataset.GetRasterBand(1).GetBlockSize()[1]
         parts = self.number(1, min(-(-whole.shape[-2] // height), 4))
         for part in range(parts):
             self.done(*arguments, mosaic, f"-part={part + 1}/{parts}")
