@@ -101,7 +101,7 @@ bool GdalFailures::Any() const {
 
 std::string GdalFailures::First() const {
   const std::lock_guard lock(failuresMutex);
-  const std::string error = DiskFailed() ? std::strerror(errno) : kNoReason;
+  std::string error = DiskFailed() ? std::strerror(errno) : kNoReason;
   if (first_.empty()) return error;
   const bool explains = !DiskFailed() || first_.find(error) != std::string::npos;
   return explains ? first_ : first_ + ": " + error;
