@@ -63,10 +63,13 @@ RunReport Run(const Options& options, HostState& host, const std::stop_token& st
   const auto show = [&bar](double share) {
     if (bar) bar->Show(share);
   };
-  RunReport report = RunBatch(options.job, command, host, {stop, show});
+  RunReport report;
+  if (options.checkOnly)
+    report.plan = CheckRun(options.job, command, host);
+  else
+    report = RunBatch(options.job, command, host, {stop, show});
   bar.reset();
-  if (ClampIsIdle(echoed, *FindDataMode(report.mode)))
-    Warn("-clamp has no effect on a complex output");
+  if (ClampIsIdle(echoed, *report.plan.mode)) Warn("-clamp has no effect on a complex output");
   return report;
 }
 
@@ -75,9 +78,8 @@ void RunOrJoin(const Options& options, HostState& host, const std::stop_token& s
   const RunReport report = options.action == Options::Action::kJoin
                                ? JoinParts(options.mosaic, options.job)
                                : Run(options, host, stop);
-  if (options.job.checkOnly)
-    std::puts(options.job.files.at(host.registration.output.number).c_str());
-  if (options.quiet || options.job.checkOnly || options.job.statisticsFile == "-") return;
+  if (options.checkOnly) std::puts(options.job.output.c_str());
+  if (options.quiet || options.checkOnly || options.job.statisticsFile == "-") return;
   for (std::size_t i = 0; i < report.bands.size(); ++i)
     std::puts(StatisticsLine(static_cast<int>(i) + 1, report.bands[i]).c_str());
 }

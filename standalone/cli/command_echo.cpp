@@ -130,15 +130,13 @@ std::string ReproducingCommand(const Job& job, const Registration& registration,
   std::vector<std::string> words = {kProgramName};
   bool positional = true;  // until the first input that is missing
   for (const DeclaredStream& input : registration.inputs) {
-    const auto file = job.files.find(input.number);
-    if (file == job.files.end())
+    const auto file = job.inputs.find(input.number);
+    if (file == job.inputs.end())
       positional = false;
     else
       words.push_back(FileArgument(input, file->second, positional));
   }
-  const DeclaredStream& output = registration.output;
-  if (const auto file = job.files.find(output.number); file != job.files.end())
-    words.push_back(FileArgument(output, file->second, true));
+  if (!job.output.empty()) words.push_back(FileArgument(registration.output, job.output, true));
   if (job.mode) words.push_back(std::string("-mode=") + job.mode->name);
   if (!job.format.empty()) words.push_back("-format=" + job.format);
   for (const std::string& option : job.creationOptions) words.push_back("-co=" + option);

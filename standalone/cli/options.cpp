@@ -178,7 +178,7 @@ constexpr HostOption kHostOptions[] = {
     {"-part", true, SetPart},
     {"-join", true, SetMosaic},
     {"-overwrite", false, [](Options& o, const std::string&) { o.job.overwrite = true; }},
-    {"-check", false, [](Options& o, const std::string&) { o.job.checkOnly = true; }},
+    {"-check", false, [](Options& o, const std::string&) { o.checkOnly = true; }},
     {"-quiet", false, [](Options& o, const std::string&) { o.quiet = true; }},
     {"-panel", false, SetAction<Options::Action::kPanel>},
     {"-h", false, SetAction<Options::Action::kHelp>},
@@ -259,10 +259,12 @@ bool TakeHostOption(const std::string& argument, Options& options) {
 bool TakeNamedFile(const std::string& argument, const Registration& registration, Job& job) {
   const auto isOf = [&](const DeclaredStream& stream) {
     const char* const file = ValueOf(argument, std::string("-").append(stream.OptionName()));
-    if (file && !job.files.emplace(stream.number, file).second)
-      throw WrongCommandLine(argument + ": this file is already named as " +
-                             job.files[stream.number]);
-    return file != nullptr;
+    if (!file) return false;
+    const bool isOutput = stream.number == registration.output.number;
+    std::string& name = isOutput ? job.output : job.inputs[stream.number];
+    if (!name.empty()) throw WrongCommandLine(argument + ": this file is already named as " + name);
+    name = file;
+    return true;
   };
   return std::ranges::any_of(registration.inputs, isOf) || isOf(registration.output);
 }
@@ -363,29 +365,29 @@ void ReadApplicationOptions(const std::vector<std::string>& arguments, HostState
 
 void PlaceFiles(Options& options, const Registration& registration) {
   std::vector<std::string>& unplaced = options.filesWithoutName;
-  std::map<int, std::string>& files = options.job.files;
-  const int output = registration.output.number;
+  std::map<int, std::string>& inputs = options.job.inputs;
+  std::string& output = options.job.output;
   const std::string usage = std::string("; usage: ") + kProgramName + " " +
                             FilesSynopsis(registration) + " [options] (see -help)";
+  if (std::ranges::find(unplaced, "") != unplaced.end())
+    throw WrongCommandLine("a file name is empty" + usage);
   // In the panel the files fill the fields in order, and the user adds what is missing there. A
   // single file must not become the output: the user wants to look at it, not to replace it.
   const bool inPanel = options.action == Options::Action::kPanel;
-  if (!inPanel && files.count(output) == 0) {
+  if (!inPanel && output.empty()) {
     if (unplaced.empty()) throw WrongCommandLine("no output file" + usage);
-    files[output] = unplaced.back();
+    output = unplaced.back();
     unplaced.pop_back();
   }
   auto file = unplaced.begin();
   for (const DeclaredStream& input : registration.inputs)
-    if (file != unplaced.end() && files.count(input.number) == 0) files[input.number] = *file++;
-  if (file != unplaced.end() && files.count(output) == 0) files[output] = *file++;
+    if (file != unplaced.end() && inputs.count(input.number) == 0) inputs[input.number] = *file++;
+  if (file != unplaced.end() && output.empty()) output = *file++;
   if (file != unplaced.end())
     throw WrongCommandLine("too many files, " + *file + " is left over" + usage);
-  if (files.size() == 1 && !inPanel)
-    throw WrongCommandLine("no input file beside the output " + files[output] + usage);
-  for (const auto& [number, name] : files)
-    if (name.empty()) throw WrongCommandLine("a file name is empty" + usage);
-  if (options.job.part) CheckMosaicName(files.at(output));
+  if (inputs.empty() && !inPanel)
+    throw WrongCommandLine("no input file beside the output " + output + usage);
+  if (options.job.part) CheckMosaicName(output);
 }
 
 std::string FilesSynopsis(const Registration& registration) {

@@ -17,6 +17,7 @@ struct Options {
   Job job;
   std::string mosaic;  // the file of -join=
   bool quiet = false;
+  bool checkOnly = false;  // nothing is computed, no file is made
   std::vector<std::string> applicationArguments;
   std::vector<std::string> filesWithoutName;
 };

@@ -143,17 +143,19 @@ class FilesView : public QWidget {
     return free == inputs_.end() ? *inputs_.front() : **free;
   }
 
-  // By stream number, without those of empty fields.
-  std::map<int, std::string> Files() const {
+  // The inputs by stream number, without those of empty fields.
+  std::map<int, std::string> Inputs() const {
     std::map<int, std::string> files;
-    for (const FileField* const field : fields_)
+    for (const FileField* const field : inputs_)
       if (const QString file = field->File(); !file.isEmpty())
         files[field->StreamNumber()] = file.toStdString();
     return files;
   }
 
-  void Show(std::map<int, std::string> files) {
-    for (FileField* const field : fields_) field->setText(Text(files[field->StreamNumber()]));
+  void Show(const Job& job) {
+    std::map<int, std::string> files = job.inputs;
+    for (FileField* const field : inputs_) field->setText(Text(files[field->StreamNumber()]));
+    output_->setText(Text(job.output));
   }
 
   // Dims the inputs that the run does not read.

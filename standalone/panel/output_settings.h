@@ -6,7 +6,7 @@
 #include "standalone/panel/widgets.h"
 #include "standalone/rasters/output_format.h"
 #include "standalone/runs/job.h"
-#include "standalone/runs/report.h"
+#include "standalone/runs/plan.h"
 
 namespace lumomixcalc::standalone {
 
@@ -62,13 +62,13 @@ class OutputSettings : public QWidget {
   }
 
   // Shows in the lists what the automatic choices are; the report may be missing.
-  void ShowResolved(const std::optional<RunReport>& report) {
+  void ShowResolved(const std::optional<RunPlan>& plan) {
     const auto show = [](QComboBox& box, const QString& automatic, const QString& choice) {
       const bool known = box.currentIndex() == 0 && !choice.isEmpty();
       box.setItemText(0, known ? automatic + " (" + choice + ")" : automatic);
     };
-    show(*mode_, kAnyMode, report ? WordsFor(*FindDataMode(report->mode)) : "");
-    show(*format_, kAnyFormat, report ? Text(report->format) : "");
+    show(*mode_, kAnyMode, plan ? WordsFor(*plan->mode) : "");
+    show(*format_, kAnyFormat, plan && plan->format.driver ? Text(plan->format.Name()) : "");
   }
 
   void Apply(Job& job) const {

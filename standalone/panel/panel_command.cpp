@@ -63,14 +63,15 @@ Job ReadCommand(const std::string& command, HostState& host) {
 }
 
 std::string PanelCommand(Job job, HostState& host) {
-  const std::map<int, std::string> files = std::exchange(job.files, {});
+  std::map<int, std::string> files = std::exchange(job.inputs, {});
+  files[host.registration.output.number] = std::exchange(job.output, "");
   std::string command = ReproducingCommand(job, host.registration, EchoOptions(host)) + " -panel";
   std::vector<DeclaredStream> streams = host.registration.inputs;
   streams.push_back(host.registration.output);
   for (const DeclaredStream& stream : streams)
-    if (const auto file = files.find(stream.number); file != files.end())
+    if (const std::string& file = files[stream.number]; !file.empty())
       command.append(" ").append(
-          ShellWord(std::string("-").append(stream.OptionName()).append("=") + file->second));
+          ShellWord(std::string("-").append(stream.OptionName()).append("=") + file));
   return command;
 }
 

@@ -22,17 +22,17 @@ QString FaultOf(const NumberField& field) {
       .arg(field.accessibleName(), field.text());
 }
 
-// "GTiff, complex float (cfloat32), 1200 x 800, 1 band, 7.3 MB"; without a format that is not
-// known.
-QString SummaryOf(const RunReport& report) {
-  const DataMode& mode = *FindDataMode(report.mode);
-  const std::size_t bands = report.bands.size();
+// "GTiff, complex float (cfloat32), 1200 x 800, 1 band, 7.3 MB"; without a format while the output
+// has none.
+QString SummaryOf(const RunPlan& plan) {
+  const DataMode& mode = *plan.mode;
+  const std::size_t bands = plan.bands.size();
   const double bytes = static_cast<double>(GDALGetDataTypeSizeBytes(mode.type)) *
-                       report.grid.columns * report.grid.rows * static_cast<double>(bands);
+                       plan.grid.columns * plan.grid.rows * static_cast<double>(bands);
   return QString("%1%2, %3 \u00d7 %4, %5, %6")
-      .arg(Text(report.format.empty() ? "" : report.format + ", "), LabelOf(mode))
-      .arg(report.grid.columns)
-      .arg(report.grid.rows)
+      .arg(Text(plan.format.driver ? plan.format.Name() + ", " : ""), LabelOf(mode))
+      .arg(plan.grid.columns)
+      .arg(plan.grid.rows)
       .arg(
           Text(CountText(bands, "band")),
           QLocale::c().formattedDataSize(static_cast<qint64>(bytes), 1, QLocale::DataSizeSIFormat));
@@ -226,7 +226,8 @@ void PanelWindow::dropEvent(QDropEvent* event) {
 
 Job PanelWindow::CurrentJob() const {
   Job job = base_;
-  job.files = files_->Files();
+  job.inputs = files_->Inputs();
+  job.output = files_->Output().File().toStdString();
   output_->Apply(job);
   return job;
 }
@@ -252,9 +253,8 @@ void PanelWindow::Paste() {
 
 void PanelWindow::ShowJob(const Job& job) {
   base_ = job;
-  base_.checkOnly = false;
   output_->Show(job);
-  files_->Show(job.files);
+  files_->Show(job);
   TakeChange();
 }
 
@@ -274,9 +274,9 @@ void PanelWindow::ShowFindings(const Findings& findings) {
   findings_ = findings;
   preview_->StopAwaiting();
   output_->SetImageSize(preview_->ImageSize());
-  files_->ShowRead(findings.streams);
-  output_->ShowResolved(findings.report);
-  resolved_->setText(findings.report ? SummaryOf(*findings.report) : "");
+  files_->ShowRead(findings.inputs);
+  output_->ShowResolved(findings.plan);
+  resolved_->setText(findings.plan ? SummaryOf(*findings.plan) : "");
   ShowNotes();
 }
 
@@ -287,12 +287,12 @@ void PanelWindow::ShowNotes() {
   if (notes.isEmpty() && !findings_.failure.empty()) notes << OfFields(findings_.failure);
   if (const QString input = files_->InputToBeReplaced(); !input.isEmpty())
     notes << QString("%1 is %2: the run replaces it").arg(files_->Output().objectName(), input);
-  if (findings_.report && findings_.beyondMode > 0)
+  if (findings_.plan && findings_.beyondMode > 0)
     notes << QString("%1 % of the elements shown are out of range for %2 and stored as its limits")
                  .arg(100.0 * static_cast<double>(findings_.beyondMode) /
                           static_cast<double>(findings_.elements),
                       0, 'g', 3)
-                 .arg(Text(findings_.report->mode));
+                 .arg(Text(findings_.plan->mode->name));
   for (const std::string& warning : findings_.warnings) notes << OfFields(warning);
   notes.replaceInStrings(QRegularExpression("^"), "\u2022 ");
   const QString text = notes.join('\n');
@@ -328,13 +328,12 @@ std::optional<Job> PanelWindow::JobToRun() {
     return std::nullopt;
   }
   Job job = CurrentJob();
-  const DeclaredStream& stream = host_.registration.output;
-  const auto output = job.files.find(stream.number);
-  if (output == job.files.end()) {
-    messages_->appendPlainText(Text(stream.label) + " is empty: choose the file to write.");
+  if (job.output.empty()) {
+    messages_->appendPlainText(Text(host_.registration.output.label) +
+                               " is empty: choose the file to write.");
     return std::nullopt;
   }
-  const QFileInfo existing(Text(output->second));
+  const QFileInfo existing(Text(job.output));
   if (existing.exists() && !job.overwrite) {
     const QString input = files_->InputToBeReplaced();
     const QString state = input.isEmpty() ? " exists already. Replace it?"

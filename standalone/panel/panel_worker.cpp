@@ -8,6 +8,7 @@
 
 #include "standalone/cli/command_echo.h"
 #include "standalone/runs/run.h"
+#include "standalone/runs/session.h"
 #include "standalone/runs/statistics.h"
 
 namespace lumomixcalc::standalone {
@@ -44,9 +45,9 @@ void PanelWorker::Refresh(const Job& job, const View& view) {
   // While an image is dragged, previews on the way are shown unless they are slow to read.
   constexpr int kSlowMs = 300;
   const bool slow = view != newestView_ && sinceStart_.hasExpired(kSlowMs);
-  if (slow || job.files != newestFiles_ || view.band != newestView_.band)
+  if (slow || job.inputs != newestInputs_ || view.band != newestView_.band)
     std::exchange(preview_, {}).request_stop();
-  newestFiles_ = job.files;
+  newestInputs_ = job.inputs;
   newestView_ = view;
   Post([this, job, view, number = ++newestPreview_, stop = preview_.get_token()] {
     if (number == newestPreview_) MakePreview(job, view, number, stop);
@@ -73,14 +74,13 @@ void PanelWorker::MakePreview(const Job& job, const View& view, int number,
                               const std::stop_token& stop) {
   if (stop.stop_requested()) return;
   Deliver([this] { sinceStart_.start(); });
-  const std::set<int> streams = previews_.StreamsUsed();
-  const Job ofTheRun = OfStreams(job, streams);
+  const std::set<int> inputs = InputsRead(host_);
+  const Job ofTheRun = WithInputs(job, inputs);
   const std::vector<std::string> options = EchoOptions(host_);
   std::string command;
-  const auto output = ofTheRun.files.find(host_.registration.output.number);
-  if (output != ofTheRun.files.end() && ofTheRun.files.size() > 1) {
+  if (!job.output.empty() && !ofTheRun.inputs.empty()) {
     command = ReproducingCommand(ofTheRun, host_.registration, options);
-    if (job.overwrite || QFileInfo::exists(QString::fromStdString(output->second)))
+    if (job.overwrite || QFileInfo::exists(QString::fromStdString(job.output)))
       command += " -overwrite";
   }
   // Not when the settings have changed meanwhile: the command would be an old one.
@@ -91,8 +91,8 @@ void PanelWorker::MakePreview(const Job& job, const View& view, int number,
       job, ofTheRun, view, stop, [this](std::size_t position, const PreviewImage& image) {
         Deliver([this, position, image] { listener_.imageMade(position, image); });
       });
-  findings.streams = streams;
-  if (findings.report && ClampIsIdle(options, *FindDataMode(findings.report->mode)))
+  findings.inputs = inputs;
+  if (findings.plan && ClampIsIdle(options, *findings.plan->mode))
     findings.warnings.emplace_back("A complex output is not clamped.");
   Deliver([this, findings, number] {
     if (number == newestPreview_) listener_.previewMade(findings);
@@ -105,7 +105,7 @@ RunEnd PanelWorker::MakeRun(const Job& job, const std::stop_token& stop) {
     Deliver([this, share] { listener_.progressed(share); });
   };
   try {
-    const Job ofTheRun = OfStreams(job, previews_.StreamsUsed());
+    const Job ofTheRun = WithInputs(job, InputsRead(host_));
     const std::string command =
         ReproducingCommand(ofTheRun, host_.registration, EchoOptions(host_));
     const RunReport report = RunBatch(ofTheRun, command, host_, {stop, progress});

@@ -64,7 +64,7 @@ class PanelWorker {
   std::atomic<int> newestPreview_ = 0;
   std::atomic<int> newestInspection_ = 0;
   // The following are for the windows' thread only.
-  std::map<int, std::string> newestFiles_;
+  std::map<int, std::string> newestInputs_;
   View newestView_;
   QElapsedTimer sinceStart_;  // of the preview that is being made
   std::stop_source preview_;

@@ -13,6 +13,7 @@
 #include "standalone/cli/command_echo.h"
 #include "standalone/rasters/no_data.h"
 #include "standalone/rasters/raster_input.h"
+#include "standalone/runs/session.h"
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -61,7 +62,7 @@ OutputGrid GridFor(const View& view, const QSize& image, const OutputGrid& run) 
 
 PreviewImage ReadInput(const DeclaredStream& stream, const Job& job, const View& view,
                        const OutputGrid& run, const std::stop_token& stop) {
-  RasterInput input(stream.label, job.files.at(stream.number), job.openOptions);
+  RasterInput input(stream.label, job.inputs.at(stream.number), job.openOptions);
   const int band = std::min(view.band, input.Bands());
   PreviewImage image;
   image.fullSize = {input.Columns(), input.Rows()};
@@ -89,20 +90,20 @@ PreviewImage ReadInput(const DeclaredStream& stream, const Job& job, const View&
 }
 
 // Results as the run's output stores them; no data is NaN. Doubles hold every integer exactly.
-std::vector<double> Stored(std::span<const float> results, const RunReport& report,
+std::vector<double> Stored(std::span<const float> results, const RunPlan& plan,
                            UnheldElements& counts) {
   std::vector<double> stored(results.begin(), results.end());
-  const DataMode& mode = *FindDataMode(report.mode);
+  const DataMode& mode = *plan.mode;
   if (!mode.integer) return stored;
   const std::size_t parts = mode.complex ? 2 : 1;
   const int size = GDALGetDataTypeSizeBytes(mode.type);
   std::vector<std::byte> bytes(results.size() / parts * static_cast<std::size_t>(size));
-  StoreAsIntegers(results, mode, report.noData, bytes.data(), counts);
+  StoreAsIntegers(results, mode, plan.noData, bytes.data(), counts);
   const GDALDataType type = mode.complex ? GDT_CFloat64 : GDT_Float64;
   GDALCopyWords64(bytes.data(), mode.type, size, stored.data(), type,
                   GDALGetDataTypeSizeBytes(type), static_cast<GPtrDiff_t>(results.size() / parts));
-  for (std::size_t i = 0; report.noData && i < stored.size(); i += parts)
-    if (IsNoData(stored[i], stored[i + parts - 1], *report.noData))
+  for (std::size_t i = 0; plan.noData && i < stored.size(); i += parts)
+    if (IsNoData(stored[i], stored[i + parts - 1], *plan.noData))
       std::fill_n(&stored[i], parts, NAN);
   return stored;
 }
@@ -110,7 +111,7 @@ std::vector<double> Stored(std::span<const float> results, const RunReport& repo
 // Inspects one pixel of an input. Throws Failure.
 Inspection::Element InputElement(const DeclaredStream& stream, const Job& job, int band,
                                  Inspection& inspection) {
-  RasterInput input(stream.label, job.files.at(stream.number), job.openOptions);
+  RasterInput input(stream.label, job.inputs.at(stream.number), job.openOptions);
   const QPoint pixel = inspection.pixel;
   if (!QRect(0, 0, input.Columns(), input.Rows()).contains(pixel)) throw Failure("outside");
   if (auto transform = GeotransformOf(input.Dataset()); transform && !inspection.map) {
@@ -127,31 +128,16 @@ Inspection::Element InputElement(const DeclaredStream& stream, const Job& job, i
 
 }  // namespace
 
-Job OfStreams(Job job, const std::set<int>& streams) {
-  std::erase_if(job.files, [&](const auto& file) { return !streams.contains(file.first); });
+Job WithInputs(Job job, const std::set<int>& inputs) {
+  std::erase_if(job.inputs, [&](const auto& file) { return !inputs.contains(file.first); });
   return job;
 }
 
-// While it prepares a run, the application asks for the modes of the inputs that it reads.
-std::set<int> PreviewMaker::StreamsUsed() const {
-  host_.streams.clear();
-  for (const DeclaredStream& input : host_.registration.inputs)
-    host_.streams[input.number].open = true;
-  host_.outputMode = -1;
-  host_.registration.Call(IP_SLOT_INIT_PROC);
-  host_.registration.Call(IP_SLOT_CLEANUP);
-  std::set<int> streams = {host_.registration.output.number};
-  for (const auto& [number, state] : host_.streams)
-    if (state.modeAsked) streams.insert(number);
-  return streams;
-}
-
-// Checks a run without making it. Where it fails because of its output, or has none, the report is
-// that of the same run with another output.
+// Checks a run without making it. Where it fails because of its output, the plan is that of the
+// same run in memory.
 Findings PreviewMaker::Check(const Job& asked) const {
   Findings findings;
   Job job = asked;
-  job.checkOnly = true;
   job.overwrite = true;  // the user is asked at the run
   const auto check = [&] {
     findings.failure.clear();
@@ -164,32 +150,25 @@ Findings PreviewMaker::Check(const Job& asked) const {
         findings.failure += (findings.failure.empty() ? "" : "\n") + sentence;
     });
     try {
-      findings.report = RunBatch(job, "", host_, {});
-    } catch (const Desisted&) {  // the application has told why
+      findings.plan = CheckRun(job, "", host_);
+    } catch (const Desisted&) {  // the application has shown the reason
     } catch (const std::exception& error) {
       findings.failure = error.what();
     }
   };
-  const int output = host_.registration.output.number;
-  const bool hasOutput = job.files.contains(output);
-  if (hasOutput) check();
-  if (findings.report) return findings;
-  const Findings ofTheOutput = std::exchange(findings, {});
-  job.files[output] = (std::filesystem::temp_directory_path() / "result.tif").string();
-  job.format.clear();
-  job.creationOptions.clear();
-  job.outputNoData.reset();
-  job.statisticsFile.clear();
   check();
-  if (hasOutput && findings.report) findings.failure = ofTheOutput.failure;
-  if (findings.report) findings.report->format.clear();
+  if (findings.plan || job.output.empty()) return findings;
+  const std::string failure = findings.failure;
+  job.output.clear();
+  check();
+  if (findings.plan) findings.failure = failure;
   return findings;
 }
 
 // Returns whether the image is another than before.
 bool PreviewMaker::UpdateInput(const DeclaredStream& stream, const Job& job, const View& view,
                                const OutputGrid& run, const std::stop_token& stop) {
-  const std::string& file = job.files.at(stream.number);
+  const std::string& file = job.inputs.at(stream.number);
   std::vector<std::string> options = job.openOptions;
   if (run.resolution > 1 || run.looks.x > 1 || run.looks.y > 1)
     for (const std::string& argument : SelectionArguments(job.selection, {}))
@@ -225,7 +204,7 @@ PreviewImage PreviewMaker::Result(const Job& job, Findings& findings,
   OutputGrid grid;
   InputDatasets elements;
   for (const DeclaredStream& stream : host_.registration.inputs) {
-    if (!job.files.contains(stream.number)) continue;
+    if (!job.inputs.contains(stream.number)) continue;
     const PreviewImage& input = inputs_.at(stream.number).image;
     if (!input.note.empty()) throw Failure(input.note);
     grid = input.grid;
@@ -237,7 +216,7 @@ PreviewImage PreviewMaker::Result(const Job& job, Findings& findings,
   static_cast<MemoryRaster&>(result) = RunInMemory(ofElements, host_, {stop}, std::move(elements));
   result.grid = grid;
   UnheldElements counts;
-  const std::vector<double> stored = Stored(result.values, *findings.report, counts);
+  const std::vector<double> stored = Stored(result.values, *findings.plan, counts);
   result.values.assign(stored.begin(), stored.end());
   findings.beyondMode = counts.saturated;
   findings.elements = result.values.size() / (result.complex ? 2 : 1);
@@ -248,11 +227,11 @@ Findings PreviewMaker::Make(const Job& job, const Job& ofTheRun, const View& vie
                             const std::stop_token& stop, const Show& show) {
   const MessageRedirection quiet([](const std::string&) {});  // the check tells
   Findings findings = Check(ofTheRun);
-  const OutputGrid run = findings.report ? findings.report->grid : OutputGrid();
+  const OutputGrid run = findings.plan ? findings.plan->grid : OutputGrid();
   PreviewImage result;
   const std::vector<DeclaredStream>& inputs = host_.registration.inputs;
   for (std::size_t i = 0; i < inputs.size(); ++i) {
-    if (!job.files.contains(inputs[i].number)) {
+    if (!job.inputs.contains(inputs[i].number)) {
       inputs_.erase(inputs[i].number);
       PreviewImage none;
       none.note = "No file chosen.";
@@ -262,7 +241,7 @@ Findings PreviewMaker::Make(const Job& job, const Job& ofTheRun, const View& vie
     }
   }
   try {
-    if (findings.report)
+    if (findings.plan)
       result = Result(ofTheRun, findings, stop);
     else
       result.note = findings.failure;
@@ -277,9 +256,9 @@ Findings PreviewMaker::Make(const Job& job, const Job& ofTheRun, const View& vie
 
 // The result at a pixel, computed from the files as the run does it. Throws Failure.
 Inspection::Element PreviewMaker::ResultElement(Job job, int band, QPoint pixel) const {
-  const std::optional<RunReport> report = Check(job).report;
-  if (!report) throw Failure("no run");
-  const OutputGrid& grid = report->grid;
+  const std::optional<RunPlan> plan = Check(job).plan;
+  if (!plan) throw Failure("no run");
+  const OutputGrid& grid = plan->grid;
   const int nx = grid.resolution * grid.looks.x;
   const int ny = grid.resolution * grid.looks.y;
   const PixelWindow& all = grid.window;
@@ -290,7 +269,7 @@ Inspection::Element PreviewMaker::ResultElement(Job job, int band, QPoint pixel)
   job.bands = {band};
   const MemoryRaster raster = RunInMemory(job, host_, {});
   UnheldElements ignored;
-  const std::vector<double> parts = Stored(raster.values, *report, ignored);
+  const std::vector<double> parts = Stored(raster.values, *plan, ignored);
   return {raster.complex, {parts.front(), parts.back()}};
 }
 
@@ -307,10 +286,10 @@ Inspection PreviewMaker::Inspect(const Job& job, int band, QPoint pixel) {
   };
   for (const DeclaredStream& stream : host_.registration.inputs)
     add([&] {
-      if (!job.files.contains(stream.number)) throw Failure("no file");
+      if (!job.inputs.contains(stream.number)) throw Failure("no file");
       return InputElement(stream, job, band, inspection);
     });
-  add([&] { return ResultElement(OfStreams(job, StreamsUsed()), band, pixel); });
+  add([&] { return ResultElement(WithInputs(job, InputsRead(host_)), band, pixel); });
   return inspection;
 }
 

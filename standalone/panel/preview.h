@@ -15,7 +15,7 @@
 #include "standalone/base/messages.h"
 #include "standalone/framework/host_calls.h"
 #include "standalone/runs/job.h"
-#include "standalone/runs/report.h"
+#include "standalone/runs/plan.h"
 #include "standalone/runs/run.h"
 
 namespace lumomixcalc::standalone {
@@ -37,10 +37,10 @@ struct View {
 
 // What a check says about a run.
 struct Findings {
-  std::optional<RunReport> report;    // of the planned run
+  std::optional<RunPlan> plan;        // without a format while the run would fail by its output
   std::string failure;                // why the run would fail, or empty
   std::vector<std::string> warnings;  // that the run would give
-  std::set<int> streams;              // that the run reads and writes
+  std::set<int> inputs;               // that the run reads
   std::uint64_t beyondMode = 0;       // elements of the preview that the mode cannot hold
   std::uint64_t elements = 0;         // of the preview
 };
@@ -57,8 +57,8 @@ struct Inspection {
       elements;  // of the inputs, then of the result as it is stored
 };
 
-// The job with the files of these streams only.
-Job OfStreams(Job job, const std::set<int>& streams);
+// The job with these inputs only.
+Job WithInputs(Job job, const std::set<int>& inputs);
 
 // Makes previews and looks up single elements. It keeps what it read of the inputs in memory, so
 // that for other coefficients or another operator only the result is computed.
@@ -68,9 +68,6 @@ class PreviewMaker {
   using Show = std::function<void(std::size_t position, const PreviewImage& image)>;
 
   explicit PreviewMaker(HostState& host) : host_(host) {}
-
-  // The streams of a run: the inputs that the operator reads, as it is chosen now, and the output.
-  std::set<int> StreamsUsed() const;
 
   // Shows what has changed of the inputs of job, and the result of the run. The result is what the
   // run would store, integer modes and looks included; where not every pixel is shown, it is

@@ -57,15 +57,15 @@ void CopyMetadata(GDALDataset& from, GDALDataset& to) {
 
 // The first input for which the predicate is true. Null when there is none.
 template <typename Predicate>
-GDALDataset* FirstThat(const Session& session, const Predicate& holds) {
-  for (const RunInput& input : session.Inputs())
+GDALDataset* FirstThat(const RunInputs& inputs, const Predicate& holds) {
+  for (const RunInput& input : inputs.read)
     if (holds(input.raster->Dataset())) return &input.raster->Dataset();
   return nullptr;
 }
 
-void DescribeBand(const Session& session, int band, GDALRasterBand& output) {
-  for (const RunInput& input : session.Inputs()) {
-    GDALRasterBand& own = *input.raster->Dataset().GetRasterBand(Session::BandOf(input, band));
+void DescribeBand(const RunInputs& inputs, int band, GDALRasterBand& output) {
+  for (const RunInput& input : inputs.read) {
+    GDALRasterBand& own = *input.raster->Dataset().GetRasterBand(input.BandFor(band));
     if (*output.GetDescription() == '\0' && *own.GetDescription() != '\0')
       output.SetDescription(own.GetDescription());
     if (*output.GetUnitType() == '\0' && *own.GetUnitType() != '\0')
@@ -75,27 +75,26 @@ void DescribeBand(const Session& session, int band, GDALRasterBand& output) {
 
 }  // namespace
 
-void Describe(const Session& session, const std::string& command, const std::string& outputName,
-              GDALDataset& output) {
+void Describe(const RunPlan& plan, const RunInputs& inputs, GDALDataset& output) {
   const GdalFailures failures;
-  if (GDALDataset* const input = FirstThat(session, HasGeoreferencing))
-    if (!CopyGeoreferencing(*input, session.Grid(), output))
-      Warn(outputName + " cannot hold all of the georeferencing: " + failures.First());
+  if (GDALDataset* const input = FirstThat(inputs, HasGeoreferencing))
+    if (!CopyGeoreferencing(*input, plan.grid, output))
+      Warn(plan.output + " cannot hold all of the georeferencing: " + failures.First());
   if (GDALDataset* const input = FirstThat(
-          session, [](GDALDataset& dataset) { return dataset.GetMetadata("RPC") != nullptr; }))
-    CopyRpc(*input, session.Grid(), output);
-  if (FirstThat(session, [](GDALDataset& dataset) { return dataset.GetMetadata("GEOLOCATION"); }))
-    Warn(outputName + " does not hold the geolocation arrays of the input");
+          inputs, [](GDALDataset& dataset) { return dataset.GetMetadata("RPC") != nullptr; }))
+    CopyRpc(*input, plan.grid, output);
+  if (FirstThat(inputs, [](GDALDataset& dataset) { return dataset.GetMetadata("GEOLOCATION"); }))
+    Warn(plan.output + " does not hold the geolocation arrays of the input");
   if (GDALDataset* const input = FirstThat(
-          session, [](GDALDataset& dataset) { return CSLCount(dataset.GetMetadata()) > 0; }))
+          inputs, [](GDALDataset& dataset) { return CSLCount(dataset.GetMetadata()) > 0; }))
     CopyMetadata(*input, output);
   // Of an image with AREA_OR_POINT=Point the TIFF driver of GDAL 3.6 writes ground control points
   // one pixel too far. Without it, their pixels and lines mean the same.
   if (output.GetGCPCount() > 0 && output.GetMetadataItem("AREA_OR_POINT"))
     output.SetMetadataItem("AREA_OR_POINT", "Area");
-  for (std::size_t i = 0; i < session.Bands().size(); ++i)
-    DescribeBand(session, session.Bands()[i], *output.GetRasterBand(static_cast<int>(i) + 1));
-  output.SetMetadataItem("LUMOMIXCALC_COMMAND", command.c_str());
+  for (std::size_t i = 0; i < plan.bands.size(); ++i)
+    DescribeBand(inputs, plan.bands[i], *output.GetRasterBand(static_cast<int>(i) + 1));
+  output.SetMetadataItem("LUMOMIXCALC_COMMAND", plan.command.c_str());
   output.SetMetadataItem("LUMOMIXCALC_VERSION", LUMOMIXCALC_VERSION);
 }
 

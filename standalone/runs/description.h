@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string>
+#include <gdal_priv.h>
 
-#include "standalone/runs/session.h"
+#include "standalone/runs/plan.h"
 
 namespace lumomixcalc::standalone {
 
@@ -11,7 +11,6 @@ namespace lumomixcalc::standalone {
 // the input, and names and units of bands, each from the first input that has any; the command and
 // the program's version. Warns, with the output's name, when the format cannot hold the
 // georeferencing, and of geolocation arrays, which are left out.
-void Describe(const Session& session, const std::string& command, const std::string& outputName,
-              GDALDataset& output);
+void Describe(const RunPlan& plan, const RunInputs& inputs, GDALDataset& output);
 
 }  // namespace lumomixcalc::standalone

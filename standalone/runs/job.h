@@ -19,15 +19,14 @@ namespace lumomixcalc::standalone {
 struct PartNumber {
   int number = 0;
   int count = 0;
-  bool operator==(const PartNumber&) const = default;
 };
 
 // What the user wants a run to do, and with which files.
 struct Job {
-  std::map<int, std::string> files;  // by stream number: at least one input, and the output;
-                                     // in the panel any files may be missing
-  const DataMode* mode = nullptr;    // null when none was chosen
-  std::string format;                // empty when none was chosen
+  std::map<int, std::string> inputs;         // by stream number; in the panel any may be missing
+  std::string output;                        // in the panel and in memory it may be empty
+  const DataMode* mode = nullptr;            // null when none was chosen
+  std::string format;                        // empty when none was chosen
   std::vector<std::string> creationOptions;  // NAME=VALUE
   Selection selection;                       // region and resolution
   std::vector<int> bands;                    // from 1, in the output's order; empty for all
@@ -36,9 +35,7 @@ struct Job {
   std::optional<double> outputNoData;    // the no-data value of the output
   std::string statisticsFile;            // "-" for standard output; empty for none
   bool overwrite = false;
-  bool checkOnly = false;          // nothing is computed, no file is made
   std::optional<PartNumber> part;  // of the output; empty for all of it
-  bool operator==(const Job&) const = default;
 };
 
 // Rasters that a run reads in place of the files of its job, by stream number.

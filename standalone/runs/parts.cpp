@@ -19,7 +19,6 @@
 #include "standalone/rasters/gdal_library.h"
 #include "standalone/rasters/grid.h"
 #include "standalone/rasters/publication.h"
-#include "standalone/runs/run.h"
 #include "standalone/runs/statistics.h"
 
 namespace lumomixcalc::standalone {
@@ -63,9 +62,9 @@ int CountOfParts(const fs::path& folder, int count) {
 }
 
 // The files of the inputs with their sizes and times.
-std::string InputsText(const Session& session) {
+std::string InputsText(const RunInputs& inputs) {
   std::string text;
-  for (const InputFiles& input : session.Files())
+  for (const InputFiles& input : inputs.files)
     for (const std::string& file : input.files) {
       VSIStatBufL status = {};
       text += VSIStatL(file.c_str(), &status) == 0 ? "" : "no file, ";
@@ -76,69 +75,22 @@ std::string InputsText(const Session& session) {
   return Utf8(text);
 }
 
-// How a part differs from another, for a message. Empty when both belong to the same output.
+// What is stored with a part.
+struct Facts {
+  CPLJSONObject json;
+  RunReport report;
+};
+
+// How a part came about, unlike another, for a message. Empty when both belong to the same output.
 std::string Difference(const CPLJSONObject& one, const CPLJSONObject& other) {
   constexpr std::array<std::pair<const char*, const char*>, 4> kKinds = {
-      {{"command", "of another command"},
-       {"inputs", "of other inputs, or of inputs that changed since"},
-       {"mosaic", "of an output of another size"},
-       {"version", "of another version of the program"}}};
+      {{"command", "made by another command"},
+       {"inputs", "made from other inputs, or from inputs that changed since"},
+       {"mosaic", "made for an output of another size"},
+       {"version", "made by another version of the program"}}};
   for (const auto& [key, kind] : kKinds)
     if (one.GetString(key) != other.GetString(key)) return kind;
   return "";
-}
-
-CPLJSONArray AsJson(const ExactSum& sum) {
-  CPLJSONArray terms;
-  for (const double term : sum.Terms()) terms.Add(ShortestText(term));
-  return terms;
-}
-
-double NumberAt(const CPLJSONObject& object, const char* name) {
-  return ParseDouble(object.GetString(name)).value_or(0);
-}
-
-std::uint64_t CountAt(const CPLJSONObject& object, const char* name) {
-  return static_cast<std::uint64_t>(object.GetLong(name));
-}
-
-void AddTerms(CPLJSONArray terms, ExactSum& sum) {
-  for (int i = 0; i < terms.Size(); ++i) sum.Add(ParseDouble(terms[i].ToString()).value_or(0));
-}
-
-// Reads the statistics of a band of the facts, exact to the bit.
-BandStatistics BandOf(const CPLJSONObject& object) {
-  BandStatistics band;
-  band.valid.valid = CountAt(object, "valid");
-  band.valid.noData = CountAt(object, "no_data");
-  if (band.valid.valid > 0) {
-    band.valid.minimum = static_cast<float>(NumberAt(object, "minimum"));
-    band.valid.maximum = static_cast<float>(NumberAt(object, "maximum"));
-  }
-  AddTerms(object.GetArray("sum_terms"), band.valid.sum);
-  AddTerms(object.GetArray("square_terms"), band.valid.squares);
-  band.unheld = {CountAt(object, "saturated"), CountAt(object, "moved"), CountAt(object, "taken"),
-                 CountAt(object, "zeroed")};
-  band.record = {static_cast<float>(NumberAt(object, "record/minimum")),
-                 static_cast<float>(NumberAt(object, "record/maximum")),
-                 static_cast<float>(NumberAt(object, "record/sum"))};
-  return band;
-}
-
-RunReport ReportOf(const CPLJSONObject& facts) {
-  RunReport report;
-  report.command = facts.GetString("command");
-  report.mode = facts.GetString("mode");
-  report.grid.columns = facts.GetInteger("columns");
-  report.grid.rows = facts.GetInteger("rows");
-  report.grid.looks = {facts.GetArray("looks")[0].ToInteger(),
-                       facts.GetArray("looks")[1].ToInteger()};
-  report.seconds = facts.GetDouble("seconds");
-  CPLJSONArray bands = facts.GetArray("bands");
-  for (int i = 0; i < bands.Size(); ++i) report.bands.push_back(BandOf(bands[i]));
-  report.imaginaryPartsLost = facts.GetBool("imaginary_parts_lost");
-  report.imaginaryPartsHeld = facts.GetBool("imaginary_parts_held");
-  return report;
 }
 
 // Null when it is not a TIFF, or when GDAL tells anything about it: a TIFF that was cut short may
@@ -153,19 +105,19 @@ GDALDatasetUniquePtr OpenRaster(const fs::path& file) {
   return CPLGetLastErrorType() == CE_None ? std::move(raster) : nullptr;
 }
 
-// The facts of a part. None when the file is not a whole part.
-std::optional<CPLJSONObject> ReadFacts(const fs::path& file) {
+// None when the file is not a whole part.
+std::optional<Facts> ReadFacts(const fs::path& file) {
   const GDALDatasetUniquePtr raster = OpenRaster(file);
   const char* const text = raster ? raster->GetMetadataItem(kFacts, kDomain) : nullptr;
   CPLJSONDocument document;
   if (!text || !document.LoadMemory(text)) return std::nullopt;
-  const CPLJSONObject facts = document.GetRoot();
-  const bool isPart = facts.GetString("part") == file.filename() &&
-                      FindDataMode(facts.GetString("mode")) != nullptr &&
-                      raster->GetRasterXSize() == facts.GetInteger("columns") &&
-                      raster->GetRasterYSize() == facts.GetInteger("rows") &&
-                      raster->GetRasterCount() == facts.GetArray("bands").Size();
-  return isPart ? std::optional(facts) : std::nullopt;
+  const CPLJSONObject json = document.GetRoot();
+  const std::optional<RunReport> report = ReadReport(json);
+  const bool isPart = report && json.GetString("part") == file.filename() &&
+                      raster->GetRasterXSize() == report->plan.grid.columns &&
+                      raster->GetRasterYSize() == report->plan.grid.rows &&
+                      raster->GetBands().size() == report->bands.size();
+  return isPart ? std::optional(Facts{json, *report}) : std::nullopt;
 }
 
 // "2,5-7", the form in which schedulers take the tasks of an array.
@@ -180,44 +132,42 @@ std::string RangesText(const std::vector<int>& numbers) {
 }
 
 // The facts of all parts. Throws Failure, which names the parts that cannot be joined.
-std::vector<CPLJSONObject> ReadParts(const fs::path& folder, int count) {
-  std::vector<CPLJSONObject> parts;
+std::vector<Facts> ReadParts(const fs::path& folder, int count) {
+  std::vector<Facts> parts;
   int firstPart = 0;
   std::map<std::string, std::vector<int>> faults;
   for (int number = 1; number <= count; ++number) {
     const fs::path file = folder / NameOf({number, count});
-    const std::optional<CPLJSONObject> facts = ReadFacts(file);
+    const std::optional<Facts> facts = ReadFacts(file);
     std::string fault;
     if (!facts)
       fault = fs::exists(file) ? "broken" : "missing";
     else if (parts.empty())
       firstPart = number;
-    else if (fault = Difference(*facts, parts.front()); !fault.empty())
+    else if (fault = Difference(facts->json, parts.front().json); !fault.empty())
       fault += ", unlike part " + std::to_string(firstPart);
     if (fault.empty())
       parts.push_back(*facts);
     else
       faults[fault].push_back(number);
   }
-  std::string sentence;
+  std::string list;
   for (const auto& [fault, numbers] : faults)
-    sentence += (sentence.empty() ? "" : "; ") +
-                std::string(numbers.size() > 1 ? "parts " : "part ") + RangesText(numbers) +
-                " of " + std::to_string(count) + (numbers.size() > 1 ? " are " : " is ") + fault;
-  if (!sentence.empty())
-    throw Failure("cannot join what is in " + folder.string() + ": " + sentence);
-  return parts;
+    list += (list.empty() ? "" : "; ") + fault + ": " + RangesText(numbers);
+  if (list.empty()) return parts;
+  throw Failure("cannot join the " + CountText(static_cast<unsigned>(count), "part") + " in " +
+                folder.string() + ": " + list);
 }
 
-// The XML of one part as a source of a band of the VRT.
-std::string SourceXml(const std::string& raster, int band, int columns, int firstRow, int rows) {
+// The XML of one part as a source of a band of the VRT, from firstRow on.
+std::string SourceXml(const std::string& raster, int band, const OutputGrid& part, int firstRow) {
   const std::unique_ptr<char, decltype(&VSIFree)> name(
       CPLEscapeString(raster.c_str(), -1, CPLES_XML), VSIFree);
   return CPLString().Printf(
       R"(<SimpleSource><SourceFilename relativeToVRT="1">%s</SourceFilename>)"
       R"(<SourceBand>%d</SourceBand><SrcRect xOff="0" yOff="0" xSize="%d" ySize="%d"/>)"
       R"(<DstRect xOff="0" yOff="%d" xSize="%d" ySize="%d"/></SimpleSource>)",
-      name.get(), band, columns, rows, firstRow, columns, rows);
+      name.get(), band, part.columns, part.rows, firstRow, part.columns, part.rows);
 }
 
 // Copies the properties of a band that are the same in all parts.
@@ -229,41 +179,39 @@ void DescribeBand(GDALRasterBand& part, GDALRasterBand& mosaic) {
 }
 
 // Makes the VRT file. It names the rasters of the parts relative to its final place.
-void WriteMosaic(const fs::path& file, const fs::path& folder,
-                 const std::vector<CPLJSONObject>& parts, const RunReport& report) {
+void WriteMosaic(const fs::path& file, const fs::path& folder, const std::vector<Facts>& parts,
+                 const RunReport& report) {
   const GdalFailures failures;
-  const DataMode& mode = *FindDataMode(report.mode);
+  const RunPlan& plan = report.plan;
   const int count = static_cast<int>(parts.size());
   const GDALDatasetUniquePtr first = OpenRaster(folder / NameOf({1, count}));
-  GDALDatasetUniquePtr mosaic(GetGDALDriverManager()->GetDriverByName("VRT")->Create(
-      file.c_str(), report.grid.columns, report.grid.rows, static_cast<int>(report.bands.size()),
-      mode.type, nullptr));
+  GDALDatasetUniquePtr mosaic(
+      plan.format.driver->Create(file.c_str(), plan.grid.columns, plan.grid.rows,
+                                 static_cast<int>(report.bands.size()), plan.mode->type, nullptr));
   if (first && mosaic) {
     // The first part has the same top left corner as the mosaic.
     CopyGeoreferencing(*first, {}, *mosaic);
     if (char** const rpc = first->GetMetadata("RPC")) mosaic->SetMetadata(rpc, "RPC");
     mosaic->SetMetadata(first->GetMetadata());
-    mosaic->SetMetadataItem("LUMOMIXCALC_COMMAND", report.command.c_str());
+    mosaic->SetMetadataItem("LUMOMIXCALC_COMMAND", plan.command.c_str());
     for (int band = 1; band <= mosaic->GetRasterCount(); ++band) {
       GDALRasterBand& target = *mosaic->GetRasterBand(band);
       DescribeBand(*first->GetRasterBand(band), target);
-      if (parts.front().GetBool("exact"))
-        StoreStatistics(report.bands[static_cast<std::size_t>(band) - 1], mode, target);
+      if (parts.front().json.GetBool("exact"))
+        StoreStatistics(report.bands[static_cast<std::size_t>(band) - 1], *plan.mode, target);
       int row = 0;
       for (int number = 1; number <= count; ++number) {
-        const int rows = parts[static_cast<std::size_t>(number) - 1].GetInteger("rows");
-        target.SetMetadataItem(("source_" + std::to_string(number - 1)).c_str(),
-                               SourceXml(folder.filename() / NameOf({number, count}), band,
-                                         report.grid.columns, row, rows)
-                                   .c_str(),
-                               "new_vrt_sources");
-        row += rows;
+        const OutputGrid& grid = parts[static_cast<std::size_t>(number) - 1].report.plan.grid;
+        const std::string name = folder.filename() / NameOf({number, count});
+        target.SetMetadataItem(CPLSPrintf("source_%d", number - 1),
+                               SourceXml(name, band, grid, row).c_str(), "new_vrt_sources");
+        row += grid.rows;
       }
     }
   }
   mosaic.reset();
   if (!first || failures.Any())
-    throw Failure("cannot write " + report.output + ": " + failures.First());
+    throw Failure("cannot write " + plan.output + ": " + failures.First());
 }
 
 // Reads an element through the mosaic. Throws Failure when GDAL does not find the parts by their
@@ -282,17 +230,17 @@ void ReadBackMosaic(const fs::path& file, const fs::path& target) {
 }
 
 // The rows of a block in the TIFF that a run of the whole output would make with these options.
-int BlockRowsOf(const Session& session, const OutputFormat& format, const Job& job) {
-  CPLStringList options = CreationOptions(format, job.creationOptions);
+int BlockRowsOf(const RunPlan& whole, const std::vector<std::string>& creationOptions) {
+  CPLStringList options = CreationOptions(whole.format, creationOptions);
   const char* const profile = options.FetchNameValueDef("PROFILE", "GDALGeoTIFF");
   if (!EQUAL(profile, "GDALGeoTIFF"))
     throw Failure(std::string("-co=PROFILE=") + profile +
                   ": parts keep facts for the join in metadata, which need GDALGeoTIFF");
   options.SetNameValue("SPARSE_OK", "TRUE");  // otherwise the whole file would be filled in memory
   const GdalFailures failures;
-  GDALDatasetUniquePtr tiff(format.driver->Create(
-      "/vsimem/lumomixcalc/whole.tif", session.Grid().columns, session.Grid().rows,
-      static_cast<int>(session.Bands().size()), session.Mode().type, options.List()));
+  GDALDatasetUniquePtr tiff(whole.format.driver->Create(
+      "/vsimem/lumomixcalc/whole.tif", whole.grid.columns, whole.grid.rows,
+      static_cast<int>(whole.bands.size()), whole.mode->type, options.List()));
   if (!tiff) throw Failure("cannot make a GeoTIFF: " + failures.First());
   int columns = 0;
   int rows = 0;
@@ -304,67 +252,52 @@ int BlockRowsOf(const Session& session, const OutputFormat& format, const Job& j
 
 }  // namespace
 
-Part::Part(const Job& job, const std::string& command, const OutputFormat& format, Session& session)
-    : number_(*job.part), overwrite_(job.overwrite) {
-  const fs::path folder = FolderOfParts(ResolveOutput(job.files.at(session.OutputStream()), true));
-  raster_ = folder / NameOf(number_);
-  CountOfParts(folder, number_.count);
-  common_.Add("part", NameOf(number_));
-  common_.Add("version", LUMOMIXCALC_VERSION);
-  common_.Add("command", Utf8(command));
-  common_.Add("exact", !MayChangeValues(job.creationOptions));
-  common_.Add("inputs", InputsText(session));
-  LimitRows(job, format, session);
-}
-
-std::string Part::Option() const {
-  return "-part=" + std::to_string(number_.number) + "/" + std::to_string(number_.count);
-}
-
-void Part::LimitRows(const Job& job, const OutputFormat& format, Session& session) {
-  const OutputGrid& grid = session.Grid();
-  const int blockRows = BlockRowsOf(session, format, job);
-  const int blocks = (grid.rows - 1) / blockRows + 1;
-  if (number_.count > blocks)
-    throw Failure(Option() + ": the output has " +
+Part::Part(const Job& job, const PlannedRun& whole) : overwrite_(job.overwrite), plan_(whole.plan) {
+  const auto [number, count] = *job.part;
+  const std::string option = CPLSPrintf("-part=%d/%d", number, count);
+  const fs::path folder = FolderOfParts(ResolveOutput(plan_.output, true));
+  CountOfParts(folder, count);
+  const OutputGrid& grid = whole.plan.grid;
+  const int blockRows = BlockRowsOf(plan_, job.creationOptions);
+  const int blocks = DIV_ROUND_UP(grid.rows, blockRows);
+  if (count > blocks)
+    throw Failure(option + ": the output has " +
                   CountText(static_cast<unsigned>(grid.rows), "row") + " in blocks of " +
                   std::to_string(blockRows) + ", enough for " +
                   CountText(static_cast<unsigned>(blocks), "part"));
+  common_.Add("part", NameOf(*job.part));
+  common_.Add("version", LUMOMIXCALC_VERSION);
+  common_.Add("command", Utf8(plan_.command));
+  common_.Add("exact", !MayChangeValues(job.creationOptions));
+  common_.Add("inputs", InputsText(whole.inputs));
   common_.Add("mosaic", SizeText(grid.columns, grid.rows) + ", " +
-                            CountText(session.Bands().size(), "band") + ", " + session.Mode().name +
+                            CountText(plan_.bands.size(), "band") + ", " + plan_.mode->name +
                             ", blocks of " + std::to_string(blockRows));
-  const auto boundary = [&](std::int64_t number) {
-    return static_cast<int>(
-        std::min<std::int64_t>(number * blocks / number_.count * blockRows, grid.rows));
+  const auto boundary = [&, count = count](std::int64_t parts) {
+    return static_cast<int>(std::min<std::int64_t>(parts * blocks / count * blockRows, grid.rows));
   };
-  const int first = boundary(number_.number - 1);
-  session.LimitRows(first, boundary(number_.number) - first);
+  const int first = boundary(number - 1);
+  const int inputRows = grid.resolution * grid.looks.y;
+  plan_.grid.rows = boundary(number) - first;
+  plan_.grid.window.y += first * inputRows;
+  plan_.grid.window.rows = plan_.grid.rows * inputRows;
+  plan_.output = folder / NameOf(*job.part);
+  plan_.command += " " + option;
 }
 
 std::optional<RunReport> Part::ReportIfDone() const {
-  if (overwrite_ || !fs::exists(fs::symlink_status(raster_))) return std::nullopt;
-  const std::optional<CPLJSONObject> facts = ReadFacts(raster_);
-  const std::string difference = facts ? Difference(*facts, common_) : "no whole part";
-  if (!difference.empty())
-    throw Failure(raster_.string() + ", which is there, is " + difference +
-                  "; -overwrite makes the part again");
-  return ReportOf(*facts);
+  if (overwrite_ || !fs::exists(fs::symlink_status(plan_.output))) return std::nullopt;
+  const std::optional<Facts> facts = ReadFacts(plan_.output);
+  const std::string difference = facts ? Difference(facts->json, common_) : "not a whole part";
+  if (difference.empty()) return facts->report;
+  throw Failure(plan_.output + (facts ? " was " : " is ") + difference +
+                "; -overwrite makes the part again");
 }
 
 void Part::StoreFacts(const RunReport& report, GDALDataset& raster) const {
-  CPLJSONDocument document;
-  static_cast<void>(document.LoadMemory(ReportAsJson(report)));
-  CPLJSONObject facts = document.GetRoot();
+  CPLJSONObject facts = AsJson(report, true);
   for (const CPLJSONObject& one : common_.GetChildren()) facts.Add(one.GetName(), one);
-  facts.Add("imaginary_parts_lost", report.imaginaryPartsLost);
-  facts.Add("imaginary_parts_held", report.imaginaryPartsHeld);
-  CPLJSONArray bands = facts.GetArray("bands");
-  for (int i = 0; i < bands.Size(); ++i) {
-    const ValidStatistics& valid = report.bands[static_cast<std::size_t>(i)].valid;
-    bands[i].Add("sum_terms", AsJson(valid.sum));
-    bands[i].Add("square_terms", AsJson(valid.squares));
-  }
-  raster.SetMetadataItem(kFacts, document.SaveAsString().c_str(), kDomain);
+  raster.SetMetadataItem(kFacts, facts.Format(CPLJSONObject::PrettyFormat::Plain).c_str(), kDomain);
 }
 
 RunReport JoinParts(const std::string& name, const Job& job) {
@@ -380,19 +313,18 @@ RunReport JoinParts(const std::string& name, const Job& job) {
                     folder.string() + " of the parts; choose another name");
     reportFile.emplace(job.statisticsFile, job.overwrite, std::vector<InputFiles>(), target);
   }
-  const std::vector<CPLJSONObject> parts = ReadParts(folder, count);
-  RunReport report = ReportOf(parts.front());
-  report.output = name;
-  report.format = "VRT";
-  report.grid.rows = 0;
-  report.seconds = 0;
-  for (BandStatistics& band : report.bands) band = {};
-  for (const CPLJSONObject& facts : parts) {
-    const RunReport part = ReportOf(facts);
-    report.grid.rows += part.grid.rows;
+  const std::vector<Facts> parts = ReadParts(folder, count);
+  RunReport report;
+  report.plan = parts.front().report.plan;
+  report.plan.output = name;
+  report.plan.format.driver = GetGDALDriverManager()->GetDriverByName("VRT");
+  report.plan.grid.rows = 0;
+  report.bands.resize(parts.front().report.bands.size());
+  for (const Facts& facts : parts) {
+    const RunReport& part = facts.report;
+    report.plan.grid.rows += part.plan.grid.rows;
     report.seconds += part.seconds;
-    report.imaginaryPartsLost |= part.imaginaryPartsLost;
-    report.imaginaryPartsHeld |= part.imaginaryPartsHeld;
+    report.imaginaryParts |= part.imaginaryParts;
     for (std::size_t i = 0; i < report.bands.size(); ++i) report.bands[i].AddPart(part.bands[i]);
   }
 
@@ -400,7 +332,7 @@ RunReport JoinParts(const std::string& name, const Job& job) {
   const fs::path file = publication.Folder() / target.filename();
   WriteMosaic(file, folder, parts, report);
   ReadBackMosaic(file, target);
-  if (reportFile) reportFile->Write(ReportAsJson(report));
+  if (reportFile) reportFile->Write(report);
   publication.Publish();
   if (reportFile) reportFile->Publish();
   WarnOfResults(report);

@@ -3,14 +3,12 @@
 #include <cpl_json.h>
 #include <gdal_priv.h>
 
-#include <filesystem>
 #include <optional>
 #include <string>
 
-#include "standalone/rasters/output_format.h"
 #include "standalone/runs/job.h"
+#include "standalone/runs/plan.h"
 #include "standalone/runs/report.h"
-#include "standalone/runs/session.h"
 
 namespace lumomixcalc::standalone {
 
@@ -19,16 +17,14 @@ namespace lumomixcalc::standalone {
 // part, so that they cannot belong to other pixels.
 class Part {
  public:
-  // Limits the session to the rows of job.part. Parts begin and end at boundaries between blocks of
+  // Limits the plan to the rows of job.part. Parts begin and end at boundaries between blocks of
   // the TIFF that a run of the whole output would make, so that lossy compression gives the same
-  // elements. Throws Failure when there are more parts than rows of blocks, when the folder
-  // holds parts of another count, or when a creation option leaves out GDAL's metadata.
-  Part(const Job& job, const std::string& command, const OutputFormat& format, Session& session);
+  // elements. Throws Failure when there are more parts than rows of blocks, when the folder holds
+  // parts of another count, or when a creation option leaves out GDAL's metadata.
+  Part(const Job& job, const PlannedRun& whole);
 
-  // The option "-part=K/N".
-  std::string Option() const;
-
-  const std::filesystem::path& Raster() const { return raster_; }
+  // Its output is the part's TIFF.
+  const RunPlan& Plan() const { return plan_; }
 
   // The report of the part if it exists. None when it must be made. Throws Failure when the file is
   // of another command, of other inputs or not a whole part, unless job.overwrite is set.
@@ -38,11 +34,8 @@ class Part {
   void StoreFacts(const RunReport& report, GDALDataset& raster) const;
 
  private:
-  void LimitRows(const Job& job, const OutputFormat& format, Session& session);
-
-  PartNumber number_;
   bool overwrite_;
-  std::filesystem::path raster_;
+  RunPlan plan_;
   // The facts that are known before the part is made. All parts have the same, except the name.
   CPLJSONObject common_;
 };

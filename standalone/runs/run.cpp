@@ -8,28 +8,17 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
-#include <limits>
 #include <new>
 #include <optional>
-#include <span>
-#include <string>
 #include <system_error>
 #include <utility>
-#include <vector>
 
 #include "standalone/base/messages.h"
 #include "standalone/base/numbers.h"
 #include "standalone/rasters/gdal_library.h"
-#include "standalone/rasters/grid.h"
-#include "standalone/rasters/no_data.h"
-#include "standalone/rasters/output_format.h"
-#include "standalone/rasters/raster_input.h"
 #include "standalone/rasters/raster_output.h"
 #include "standalone/runs/description.h"
-#include "standalone/runs/looks.h"
 #include "standalone/runs/parts.h"
-#include "standalone/runs/report.h"
-#include "standalone/runs/session.h"
 #include "standalone/runs/statistics.h"
 #include "standalone/runs/strip_processing.h"
 
@@ -38,194 +27,136 @@ namespace {
 
 // Sets the size of GDAL's block cache to what the run needs. A larger cache would only take memory
 // without being faster.
-void SizeBlockCache(const Session& session, const RasterOutput& output) {
+void SizeBlockCache(const RunPlan& plan, const RunInputs& inputs, const RasterOutput& output) {
   if (CPLGetConfigOption("GDAL_CACHEMAX", nullptr)) return;
   constexpr std::int64_t kSlack = 2 << 20;
-  std::int64_t bytes = kSlack + output.CacheBytes(session.RowsPerStrip());
-  for (const RunInput& input : session.Inputs())
-    bytes += input.raster->CacheBytes(session.RowsPerStrip());
+  const int rows = RowsPerStrip(plan, inputs);
+  std::int64_t bytes = kSlack + output.CacheBytes(rows);
+  for (const RunInput& input : inputs.read) bytes += input.raster->CacheBytes(rows);
   if (const std::int64_t physical = CPLGetUsablePhysicalRAM(); physical > 0)
     bytes = std::min(bytes, std::max(kSlack, physical / 4));
   GDALSetCacheMax64(bytes);
 }
 
-// The no-data value of the output. None when no element can be no data.
-std::optional<double> OutputNoData(const Session& session, const Job& job,
-                                   const OutputFormat& format) {
-  const DataMode& mode = session.Mode();
-  if (job.outputNoData) {
-    const double asked = *job.outputNoData;
-    const std::string text = ShortestText(asked);
-    if (mode.integer ? IntegerNoData(mode, asked) != asked : !ParseFloat(text))
-      throw Failure("-a_nodata=" + text + ": " + (mode.integer ? mode.name : "single precision") +
-                    " cannot hold it");
-    return mode.integer ? asked : static_cast<double>(static_cast<float>(asked));
+// Counts the rows for the report and writes them to the output.
+class FileSink : public RowSink {
+ public:
+  FileSink(RasterOutput& output, RunReport& report) : output_(output), report_(report) {}
+
+  int BlockRows() const override { return output_.BlockRows(); }
+
+  void Write(int band, int firstRow, int rows, const float* values) override {
+    const int columns = report_.plan.grid.columns;
+    const int parts = report_.plan.mode->Parts();
+    BandStatistics& statistics = report_.bands[static_cast<std::size_t>(band) - 1];
+    CountRows(values, columns, rows, parts, statistics.valid);
+    if (parts == 2 && !report_.imaginaryParts)
+      report_.imaginaryParts = HasImaginaryPart(
+          values, static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows));
+    output_.Write(band, firstRow, rows, values, statistics.unheld);
+    if (band == static_cast<int>(report_.bands.size()))
+      output_.WriteCompleteBlocks(firstRow + rows);
   }
-  const std::optional<double> declared = session.NoData();
-  // Programs that read text grids do not understand NaN, which may be a result, too.
-  constexpr double kOfTextGrids = -9999;
-  const bool isText = format.Name() == "AAIGrid" || format.Name() == "XYZ";
-  if (isText && !mode.integer) return kOfTextGrids;
-  if (!declared) return std::nullopt;
-  if (mode.integer) return IntegerNoData(mode, *declared);
-  return std::numeric_limits<double>::quiet_NaN();
-}
 
-void WarnOfUnheldElements(const std::vector<BandStatistics>& statistics, const DataMode& mode) {
-  for (std::size_t i = 0; i < statistics.size(); ++i) {
-    const UnheldElements& unheld = statistics[i].unheld;
-    const auto warn = [band = i + 1](std::uint64_t count, const std::string& fate) {
-      if (count > 0)
-        Warn("band " + std::to_string(band) + ": " + CountText(count, "element") + " " + fate);
-    };
-    warn(unheld.saturated, std::string("beyond the range of ") + mode.name + ", saturated");
-    warn(unheld.moved, "moved by one, away from the value that stands for no data");
-    warn(unheld.taken, "equal to the number that stands for no data");
-    warn(unheld.nan, std::string("stored as 0: NaN, which ") + mode.name + " cannot hold");
+ private:
+  RasterOutput& output_;
+  RunReport& report_;
+};
+
+// A run that makes a file, from its plan to the publication.
+class BatchRun {
+ public:
+  // Plans the run and checks what can be checked before it. No file is made.
+  BatchRun(const Job& job, const std::string& command, HostState& host)
+      : host_(host), run_(PlanRun(job, command, host)) {
+    if (job.part) {
+      part_.emplace(job, run_);
+      done_ = part_->ReportIfDone();
+    }
+    const RunPlan& plan = Plan();
+    const std::filesystem::path target =
+        part_ ? std::filesystem::path(plan.output) : ResolveOutput(plan.output, job.overwrite);
+    if (!job.statisticsFile.empty())
+      reportFile_.emplace(job.statisticsFile, job.overwrite, run_.inputs.files, target);
+    output_ = {target,
+               plan.format,
+               plan.mode,
+               job.creationOptions,
+               plan.grid.columns,
+               plan.grid.rows,
+               static_cast<int>(plan.bands.size()),
+               job.overwrite,
+               run_.inputs.files,
+               FollowLinks(job.statisticsFile),
+               [this](GDALDataset& output) { Describe(Plan(), run_.inputs, output); },
+               part_.has_value()};
   }
-}
 
-void WarnOfTheMode(const RunReport& report, const DataMode& mode) {
-  const std::string name = mode.name;
-  if (mode.type == GDT_Float64)
-    Warn("results have single precision, also in float64; float32 stores them in half the space");
-  if (report.imaginaryPartsLost)
-    Warn("results have imaginary parts, which " + name + " leaves out; -mode=cfloat32 keeps them");
-  const bool anyValid =
-      std::any_of(report.bands.begin(), report.bands.end(),
-                  [](const BandStatistics& band) { return band.valid.valid > 0; });
-  if (mode.complex && anyValid && !report.imaginaryPartsHeld)
-    Warn("all imaginary parts are zero; -mode=" + name.substr(1) +
-         " stores the results in half the space");
-}
+  const RunPlan& Plan() const { return part_ ? part_->Plan() : run_.plan; }
 
-// Computes all elements, writes them to the output and completes the report.
-void Compute(Session& session, RasterOutput& output, const RunControl& control, RunReport& report) {
-  const OutputGrid& grid = session.Grid();
-  const int parts = session.Mode().Parts();
-  const Looks& looks = grid.looks;
-  std::vector<LooksAverage> averages(report.bands.size(), {looks, grid.columns, parts});
-  StripSink sink;
-  sink.blockRows = std::min(output.BlockRows(), grid.rows) * looks.y;
-  sink.write = [&](int band, int firstRow, int rows, const float* values) {
-    const auto index = static_cast<std::size_t>(band) - 1;
-    BandStatistics& statistics = report.bands[index];
-    values = averages[index].Add(values, rows).data();
-    rows = (firstRow + rows) / looks.y - firstRow / looks.y;
-    firstRow /= looks.y;
-    CountRows(values, grid.columns, rows, parts, statistics.valid);
-    if (parts == 2 && !report.imaginaryPartsHeld)
-      report.imaginaryPartsHeld = HasImaginaryPart(
-          values, static_cast<std::size_t>(grid.columns) * static_cast<std::size_t>(rows));
-    if (rows > 0) output.Write(band, firstRow, rows, values, statistics.unheld);
-    if (index + 1 == averages.size()) output.WriteCompleteBlocks(firstRow + rows);
-  };
-  if (parts == 1)
-    sink.onInputs = [&, tried = std::size_t{0}](int rows) mutable {
-      // Of the first strip all rows, for small images; of the others one, which costs little.
-      if (report.imaginaryPartsLost) return;
-      report.imaginaryPartsLost =
-          session.RowsHaveImaginaryParts(tried++ < report.bands.size() ? rows : 1);
-    };
-  const std::vector<IPOutputStats> records = ProcessStrips(session, sink, control);
-  session.Finish();
-  for (std::size_t i = 0; i < records.size(); ++i) {
-    report.bands[i].record = records[i];
-    output.Change([&](GDALDataset& dataset) {
-      StoreStatistics(report.bands[i], session.Mode(), *dataset.GetBands()[i]);
-    });
-  }
-}
-
-// What is known about a run before anything is computed.
-RunReport PlannedReport(const Session& session, const Job& job, const OutputFormat& format,
-                        const std::string& command) {
-  CheckThatFormatHolds(format, session.Mode());
-  RunReport report;
-  report.command = command;
-  report.output = job.files.at(session.OutputStream());
-  report.format = format.Name();
-  report.mode = session.Mode().name;
-  report.grid = session.Grid();
-  report.noData = OutputNoData(session, job, format);
-  report.bands.resize(session.Bands().size());
-  return report;
-}
-
-RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
-                  const RunControl& control) {
-  const auto start = std::chrono::steady_clock::now();
-  const GdalRun gdalRun;
-  const std::string& outputName = job.files.at(host.registration.output.number);
-  const OutputFormat format = ChooseOutputFormat(job.part ? "GTiff" : job.format, outputName);
-  CheckCreationOptions(format, job.creationOptions);
-
-  Session session(job, host);
-  std::optional<Part> part;
-  if (job.part) {
-    part.emplace(job, command, format, session);
-    if (const std::optional<RunReport> done = part->ReportIfDone()) return *done;
-  }
-  const std::filesystem::path target =
-      part ? part->Raster() : ResolveOutput(outputName, job.overwrite);
-  std::optional<ReportFile> reportFile;
-  if (!job.statisticsFile.empty())
-    reportFile.emplace(job.statisticsFile, job.overwrite, session.Files(), target);
-  RunReport report = PlannedReport(session, job, format, command);
-  const auto describe = [&](GDALDataset& output) {
-    Describe(session, part ? command + " " + part->Option() : command, outputName, output);
-  };
-  const OutputSpecification specification(
-      {target, format, &session.Mode(), job.creationOptions, report.grid.columns, report.grid.rows,
-       static_cast<int>(report.bands.size()), job.overwrite, session.Files(),
-       FollowLinks(job.statisticsFile), describe, part.has_value()});
-  if (job.checkOnly) {
-    MakeTrialCopy(specification, "/vsimem/lumomixcalc/" + target.filename().string());
+  // Has a format that can only copy a whole raster copy a small one, in memory.
+  void TryFormat() const {
+    MakeTrialCopy(output_, "/vsimem/lumomixcalc/" + output_.target.filename().string());
     VSIRmdirRecursive("/vsimem/lumomixcalc");
+  }
+
+  RunReport Make(const RunControl& control) {
+    if (done_) return *done_;
+    if (part_) std::filesystem::create_directory(output_.target.parent_path());
+    RunReport report(Plan());
+    RasterOutput output(output_);
+    Compute(output, control, report);
+    // If the report cannot be written, the run fails before the output is published. After that the
+    // report is only renamed, which rarely fails.
+    if (reportFile_) reportFile_->Write(report);
+    if (part_) {
+      // Another run may have made the same part in the meantime.
+      if (const std::optional<RunReport> done = part_->ReportIfDone()) return *done;
+      output.Change([&](GDALDataset& dataset) { part_->StoreFacts(report, dataset); });
+    }
+    output.Publish(control.stop);
+    if (reportFile_) reportFile_->Publish();
+    for (const RunInput& input : run_.inputs.read)
+      for (const std::string& loss : input.raster->Losses()) Warn(loss);
+    if (!part_) WarnOfResults(report);
     return report;
   }
 
-  if (part) std::filesystem::create_directory(target.parent_path());
-  RasterOutput output(specification);
-  if (const auto& value = report.noData; value && !output.DeclareNoData(*value))
-    Warn(outputName + " cannot declare a no-data value; " + ShortestText(*value) +
-         " stands for it");
-  session.SelectInputs();
-  SizeBlockCache(session, output);
-  Compute(session, output, control, report);
-  session.RefuseChangedInputs();
-  report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-
-  // If the report cannot be written, the run fails before the output is published. After that the
-  // report is only renamed, which rarely fails.
-  if (reportFile) reportFile->Write(ReportAsJson(report));
-  if (part) {
-    // Another run may have made the same part in the meantime.
-    if (const std::optional<RunReport> done = part->ReportIfDone()) return *done;
-    output.Change([&](GDALDataset& dataset) { part->StoreFacts(report, dataset); });
+ private:
+  // Computes and writes all elements, and completes the report.
+  void Compute(RasterOutput& output, const RunControl& control, RunReport& report) {
+    const RunPlan& plan = report.plan;
+    if (plan.noData && !output.DeclareNoData(*plan.noData))
+      Warn(plan.output + " cannot declare a no-data value; " + ShortestText(*plan.noData) +
+           " stands for it");
+    SelectInputs(plan, run_.inputs);
+    SizeBlockCache(plan, run_.inputs, output);
+    FileSink sink(output, report);
+    ProcessStrips(run_.inputs, host_, sink, control, report);
+    output.Change([&](GDALDataset& dataset) {
+      for (std::size_t i = 0; i < report.bands.size(); ++i)
+        StoreStatistics(report.bands[i], *plan.mode, *dataset.GetBands()[i]);
+    });
+    for (const InputFiles& input : run_.inputs.files) input.RefuseChanges();
+    report.seconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
   }
-  output.Publish(control.stop);
-  if (reportFile) reportFile->Publish();
-  for (const RunInput& input : session.Inputs())
-    for (const std::string& loss : input.raster->Losses()) Warn(loss);
-  if (!part) WarnOfResults(report);
-  return report;
-}
 
-}  // namespace
+  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+  GdalRun gdalRun_;
+  HostState& host_;
+  PlannedRun run_;  // of the whole output
+  std::optional<Part> part_;
+  std::optional<RunReport> done_;  // of the part if it exists
+  std::optional<ReportFile> reportFile_;
+  OutputSpecification output_;
+};
 
-void WarnOfResults(const RunReport& report) {
-  const DataMode& mode = *FindDataMode(report.mode);
-  WarnOfUnheldElements(report.bands, mode);
-  WarnOfTheMode(report, mode);
-}
-
-RunReport RunBatch(const Job& job, const std::string& command, HostState& host,
-                   const RunControl& control) {
-  const std::string& output = job.files.at(host.registration.output.number);
-  // These exceptions do not name the output.
+// Calls act. Exceptions that do not name the output become failures that do.
+template <typename Act>
+auto NamingOutput(const std::string& output, const Act& act) {
   try {
-    return RunOnce(job, command, host, control);
+    return act();
   } catch (const std::bad_alloc&) {
     throw Failure("there is not enough memory to make " + output);
   } catch (const std::filesystem::filesystem_error& error) {
@@ -235,26 +166,52 @@ RunReport RunBatch(const Job& job, const std::string& command, HostState& host,
   }
 }
 
+class MemorySink : public RowSink {
+ public:
+  explicit MemorySink(const RunPlan& plan) : raster{plan.grid, plan.mode->complex, {}} {
+    rowFloats_ =
+        static_cast<std::size_t>(plan.grid.columns) * static_cast<std::size_t>(plan.mode->Parts());
+    raster.values.reserve(rowFloats_ * static_cast<std::size_t>(plan.grid.rows));
+  }
+
+  void Write(int, int, int rows, const float* values) override {
+    raster.values.insert(raster.values.end(), values,
+                         values + rowFloats_ * static_cast<std::size_t>(rows));
+  }
+
+  MemoryRaster raster;
+
+ private:
+  std::size_t rowFloats_;
+};
+
+}  // namespace
+
+RunReport RunBatch(const Job& job, const std::string& command, HostState& host,
+                   const RunControl& control) {
+  return NamingOutput(job.output, [&] { return BatchRun(job, command, host).Make(control); });
+}
+
+RunPlan CheckRun(const Job& job, const std::string& command, HostState& host) {
+  if (job.output.empty()) return PlanRun(job, command, host).plan;
+  return NamingOutput(job.output, [&] {
+    const BatchRun run(job, command, host);
+    run.TryFormat();
+    return run.Plan();
+  });
+}
+
 MemoryRaster RunInMemory(const Job& job, HostState& host, const RunControl& control,
                          InputDatasets datasets) {
   Job ofOneBand = job;
+  ofOneBand.output.clear();
   ofOneBand.bands = {job.bands.empty() ? 1 : job.bands.front()};
-  Session session(ofOneBand, host, std::move(datasets));
-  MemoryRaster raster;
-  raster.grid = session.Grid();
-  raster.complex = session.Mode().complex;
-  session.SelectInputs();
-  const int parts = session.Mode().Parts();
-  raster.values.reserve(static_cast<std::size_t>(raster.grid.columns) *
-                        static_cast<std::size_t>(raster.grid.rows * parts));
-  LooksAverage average(raster.grid.looks, raster.grid.columns, parts);
-  StripSink sink;
-  sink.write = [&](int, int, int rows, const float* values) {
-    const std::span<const float> averages = average.Add(values, rows);
-    raster.values.insert(raster.values.end(), averages.begin(), averages.end());
-  };
-  ProcessStrips(session, sink, control);
-  return raster;
+  const PlannedRun run = PlanRun(ofOneBand, "", host, std::move(datasets));
+  RunReport report(run.plan);
+  MemorySink sink(run.plan);
+  SelectInputs(run.plan, run.inputs);
+  ProcessStrips(run.inputs, host, sink, control, report);
+  return std::move(sink.raster);
 }
 
 }  // namespace lumomixcalc::standalone

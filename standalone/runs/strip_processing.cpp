@@ -3,68 +3,89 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
-#include <future>
+#include <exception>
+#include <functional>
 #include <limits>
 #include <list>
 #include <memory>
-#include <mutex>
+#include <optional>
+#include <semaphore>
+#include <stop_token>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "standalone/base/messages.h"
 #include "standalone/rasters/gdal_library.h"
+#include "standalone/runs/looks.h"
+#include "standalone/runs/session.h"
 #include "standalone/runs/statistics.h"
 
 namespace lumomixcalc::standalone {
 namespace {
 
-// A thread that runs one task after another, which is far cheaper than a new thread per strip.
+// A thread that does the same work again and again, which is far cheaper than a new thread per
+// strip.
 class Worker {
  public:
-  Worker() : thread_([this](const std::stop_token& stop) { Work(stop); }) {}
+  explicit Worker(std::function<void()> work)
+      : work_(std::move(work)), thread_([this](const std::stop_token& stop) { Run(stop); }) {}
 
-  // The previous task must have ended. The future throws what the task threw.
-  std::future<void> Start(std::packaged_task<void()> task) {
-    std::future<void> end = task.get_future();
-    const std::lock_guard lock(mutex_);
-    task_ = std::move(task);
-    changed_.notify_one();
-    return end;
+  ~Worker() {
+    if (working_) end_.acquire();
+    thread_.request_stop();
+    start_.release();
+  }
+
+  // Starts the work once, which must not be under way.
+  void Start() {
+    working_ = true;
+    start_.release();
+  }
+
+  // Waits for the end of the work if it was started. Throws what it threw.
+  void Wait() {
+    if (!std::exchange(working_, false)) return;
+    end_.acquire();
+    if (failure_) std::rethrow_exception(failure_);
   }
 
  private:
-  void Work(const std::stop_token& stop) {
-    std::unique_lock lock(mutex_);
-    while (changed_.wait(lock, stop, [this] { return task_.valid(); })) {
-      std::packaged_task<void()> task = std::exchange(task_, {});
-      lock.unlock();
-      task();
-      lock.lock();
+  void Run(const std::stop_token& stop) {
+    for (start_.acquire(); !stop.stop_requested(); start_.acquire()) {
+      try {
+        work_();
+      } catch (...) {
+        failure_ = std::current_exception();
+      }
+      end_.release();
     }
   }
 
-  std::mutex mutex_;
-  std::condition_variable_any changed_;
-  std::packaged_task<void()> task_;
+  std::function<void()> work_;
+  std::binary_semaphore start_{0};
+  std::binary_semaphore end_{0};
+  bool working_ = false;
+  std::exception_ptr failure_;
   std::jthread thread_;  // the last member, because the thread uses the others
 };
 
 struct Rows {
   int first = 0;
   int end = 0;
+
+  int Count() const { return end - first; }
 };
 
-// Whole rows of one band in memory: columns * rows elements at the beginning of values.
+// Whole rows of one band in memory, at the beginning of values.
 struct Strip {
   // The memory is not set to zero, because it is written before it is read.
   explicit Strip(std::size_t floats) : values(std::make_unique_for_overwrite<float[]>(floats)) {}
 
-  int firstRow = -1;
-  int rows = 0;
-  int band = 0;
+  Rows rows;
+  int band = 0;           // 0 for none yet
   bool holdsNan = false;  // set for inputs only
   std::unique_ptr<float[]> values;
 };
@@ -72,17 +93,18 @@ struct Strip {
 // Strips end at boundaries between rows of blocks where possible: at those of the output, so that
 // its blocks are complete, and at those of the inputs, so that no block of a file with several
 // bands is decoded twice.
-std::vector<Rows> PlanStrips(const Session& session, const StripSink& sink) {
-  const int atMost = session.RowsPerStrip();
-  const int rows = session.ProcessedGrid().rows;
-  std::vector<Rows> plan;
-  for (int row = 0; row < rows; row = plan.back().end) {
+std::vector<Rows> CutIntoStrips(const RunPlan& plan, const RunInputs& inputs, int blockRows) {
+  const int atMost = RowsPerStrip(plan, inputs);
+  const int rows = plan.grid.BeforeLooks().rows;
+  blockRows = std::min(blockRows, plan.grid.rows) * plan.grid.looks.y;
+  std::vector<Rows> strips;
+  for (int row = 0; row < rows; row = strips.back().end) {
     int end = row + std::min(atMost, rows - row);
-    if (const int blockEnd = end - end % sink.blockRows; blockEnd > row) end = blockEnd;
-    for (const RunInput& input : session.Inputs()) end = input.raster->StripEnd(row, end);
-    plan.push_back({row, end});
+    if (const int blockEnd = end - end % blockRows; blockEnd > row) end = blockEnd;
+    for (const RunInput& input : inputs.read) end = input.raster->StripEnd(row, end);
+    strips.push_back({row, end});
   }
-  return plan;
+  return strips;
 }
 
 // The bands of an input in the order in which the run needs them. A band that follows itself is
@@ -90,7 +112,7 @@ std::vector<Rows> PlanStrips(const Session& session, const StripSink& sink) {
 std::vector<int> BandSequence(const RunInput& input, const std::vector<int>& bands) {
   std::vector<int> sequence;
   for (const int band : bands)
-    if (const int own = Session::BandOf(input, band); sequence.empty() || sequence.back() != own)
+    if (const int own = input.BandFor(band); sequence.empty() || sequence.back() != own)
       sequence.push_back(own);
   return sequence;
 }
@@ -119,29 +141,30 @@ void SpreadNan(const float* x, std::size_t elements, float* y) {
 // Reads one input: while the run works on one strip, a thread reads the next.
 class ReadAhead {
  public:
-  ReadAhead(Session& session, const RunInput& input, const std::vector<Rows>& plan,
+  ReadAhead(const RunPlan& plan, const RunInput& input, const std::vector<Rows>& strips,
             std::size_t stripElements)
-      : session_(session),
-        input_(input),
-        plan_(plan),
-        bands_(BandSequence(input, session.Bands())),
+      : input_(input),
+        strips_(strips),
+        masksNoData_(!plan.elements.keepNoData),
+        bands_(BandSequence(input, plan.bands)),
         parts_(static_cast<std::size_t>(input.raster->Parts())),
+        rowFloats_(static_cast<std::size_t>(plan.grid.BeforeLooks().columns) * parts_),
         current_(stripElements * parts_),
         next_(stripElements * parts_) {
     StartReading();
   }
 
-  // Points the stream's buffer at these rows of a band of the run.
-  void PointStreamAt(const Rows& rows, int band) {
-    if (current_.firstRow != rows.first || current_.band != Session::BandOf(input_, band)) {
-      reading_.get();
+  // These rows of a band of the run. Valid until the next call.
+  StreamRows Take(const Rows& rows, int band) {
+    if (current_.rows.first != rows.first || current_.band != input_.BandFor(band)) {
+      worker_.Wait();
       std::swap(current_, next_);
       StartReading();
     }
-    session_.SetBlockData(input_.stream, current_.values.get());
+    return {input_.stream, current_.values.get(), rowFloats_};
   }
 
-  // Sets output elements to NaN where the current input elements are no data.
+  // Sets output elements to NaN where the elements taken last are no data.
   void SpreadNoData(std::size_t elements, std::size_t outputParts, float* output) const {
     if (!current_.holdsNan) return;
     const auto spread = parts_ == 1 ? (outputParts == 1 ? SpreadNan<1, 1> : SpreadNan<1, 2>)
@@ -152,76 +175,141 @@ class ReadAhead {
  private:
   void StartReading() {
     const std::size_t strip = step_ / bands_.size();
-    if (strip == plan_.size()) return;
-    const Rows& rows = plan_[strip];
-    next_.firstRow = rows.first;
-    next_.rows = rows.end - rows.first;
-    next_.band = bands_[step_ % bands_.size()];
-    ++step_;
-    reading_ = worker_.Start(std::packaged_task<void()>([this] {
-      const OwnGdalFailures own;
-      input_.raster->Read(next_.band, next_.firstRow, next_.rows, next_.values.get());
-      next_.holdsNan =
-          session_.MasksNoData() &&
-          HoldsNan(next_.values.get(), static_cast<std::size_t>(session_.ProcessedGrid().columns) *
-                                           static_cast<std::size_t>(next_.rows) * parts_);
-    }));
+    if (strip == strips_.size()) return;
+    next_.rows = strips_[strip];
+    next_.band = bands_[step_++ % bands_.size()];
+    worker_.Start();
   }
 
-  Session& session_;
+  void Read() {
+    const OwnGdalFailures own;
+    const int rows = next_.rows.Count();
+    input_.raster->Read(next_.band, next_.rows.first, rows, next_.values.get());
+    next_.holdsNan =
+        masksNoData_ && HoldsNan(next_.values.get(), rowFloats_ * static_cast<std::size_t>(rows));
+  }
+
   const RunInput& input_;
-  const std::vector<Rows>& plan_;
+  const std::vector<Rows>& strips_;
+  bool masksNoData_;
   std::vector<int> bands_;
   std::size_t parts_;
+  std::size_t rowFloats_;
   std::size_t step_ = 0;  // the number of reads started, one for each strip and band of bands_
   Strip current_;
   Strip next_;
-  std::future<void> reading_;
-  Worker worker_;  // the last member, because its thread uses the others
+  Worker worker_{[this] { Read(); }};  // the last member, because its thread uses the others
 };
+
+// Averages the results over looks and hands them to the sink: a thread does so with one strip while
+// the run works on the next.
+class WriteBehind {
+ public:
+  WriteBehind(const RunPlan& plan, RowSink& sink, std::size_t stripElements)
+      : looks_(plan.grid.looks),
+        sink_(sink),
+        averages_(plan.bands.size(), {looks_, plan.grid.columns, plan.mode->Parts()}),
+        next_(stripElements * static_cast<std::size_t>(plan.mode->Parts())),
+        written_(stripElements * static_cast<std::size_t>(plan.mode->Parts())) {}
+
+  // Room for the results of the next strip.
+  float* Room() { return next_.values.get(); }
+
+  // Takes what is in the room now as rows of a band of the output, counted from 1.
+  void Take(const Rows& rows, int band) {
+    worker_.Wait();
+    next_.rows = rows;
+    next_.band = band;
+    std::swap(next_, written_);
+    worker_.Start();
+  }
+
+  // Waits until all is written. Throws what the sink threw.
+  void Finish() { worker_.Wait(); }
+
+ private:
+  void Write() {
+    const Rows& rows = written_.rows;
+    LooksAverage& average = averages_[static_cast<std::size_t>(written_.band) - 1];
+    const float* const values = average.Add(written_.values.get(), rows.Count()).data();
+    const Rows complete = {rows.first / looks_.y, rows.end / looks_.y};
+    if (complete.Count() > 0) sink_.Write(written_.band, complete.first, complete.Count(), values);
+  }
+
+  Looks looks_;
+  RowSink& sink_;
+  std::vector<LooksAverage> averages_;  // by band
+  Strip next_;
+  Strip written_;
+  Worker worker_{[this] { Write(); }};  // the last member, because its thread uses the others
+};
+
+// Whether the results of the first rows of the streams, the output last, would have imaginary parts
+// in a complex output. No other session may exist.
+bool HaveImaginaryParts(HostState& host, std::vector<StreamRows> streams, int columns, int rows) {
+  const auto elements = static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows);
+  std::vector<float> results(2 * elements);
+  streams.back().values = results.data();
+  streams.back().rowFloats = 2 * static_cast<std::size_t>(columns);
+  Session session(host, FindDataMode("cfloat32")->code);
+  IPOutputStats ignored = {};
+  session.Process(streams, columns, rows, ignored);
+  return HasImaginaryPart(results.data(), elements);
+}
 
 }  // namespace
 
-std::vector<IPOutputStats> ProcessStrips(Session& session, const StripSink& sink,
-                                         const RunControl& control) {
-  const OutputGrid grid = session.ProcessedGrid();
-  const std::vector<int>& bands = session.Bands();
-  const std::vector<Rows> plan = PlanStrips(session, sink);
-  const auto columns = static_cast<std::size_t>(grid.columns);
-  const std::size_t stripElements = columns * static_cast<std::size_t>(session.RowsPerStrip());
-  const auto outputParts = static_cast<std::size_t>(session.Mode().Parts());
-  std::list<ReadAhead> inputs;
-  for (const RunInput& input : session.Inputs())
-    inputs.emplace_back(session, input, plan, stripElements);
-  Strip result(stripElements * outputParts);
-  Strip written(stripElements * outputParts);
-  std::future<void> writing;  // of `written`, while the run works on `result`
-  Worker writer;
+int RowsPerStrip(const RunPlan& plan, const RunInputs& inputs) {
+  constexpr std::int64_t kStripBytes = 2 << 20;
+  constexpr std::int64_t kAllBandsBytes = 8 << 20;
+  // A coarser pixel is computed from n * n pixels.
+  const std::int64_t n = plan.grid.resolution;
+  std::int64_t parts = plan.mode->Parts();
+  for (const RunInput& input : inputs.read) parts += input.raster->Parts() * n * n;
+  const OutputGrid grid = plan.grid.BeforeLooks();
+  const std::int64_t rowBytes = parts * static_cast<std::int64_t>(sizeof(float)) * grid.columns;
+  const std::int64_t rows =
+      std::min(kStripBytes / rowBytes,
+               kAllBandsBytes / (rowBytes * static_cast<std::int64_t>(plan.bands.size())));
+  return static_cast<int>(std::clamp<std::int64_t>(rows, 1, grid.rows));
+}
 
-  std::vector<IPOutputStats> records(bands.size(), BandStatistics().record);
-  for (std::size_t strip = 0; strip < plan.size(); ++strip) {
-    const Rows& rows = plan[strip];
-    for (std::size_t i = 0; i < bands.size(); ++i) {
+void ProcessStrips(const RunInputs& inputs, HostState& host, RowSink& sink,
+                   const RunControl& control, RunReport& report) {
+  const RunPlan& plan = report.plan;
+  const OutputGrid grid = plan.grid.BeforeLooks();
+  const auto columns = static_cast<std::size_t>(grid.columns);
+  const auto parts = static_cast<std::size_t>(plan.mode->Parts());
+  const std::vector<Rows> strips = CutIntoStrips(plan, inputs, sink.BlockRows());
+  const std::size_t stripElements = columns * static_cast<std::size_t>(RowsPerStrip(plan, inputs));
+  std::list<ReadAhead> readers;
+  for (const RunInput& input : inputs.read)
+    readers.emplace_back(plan, input, strips, stripElements);
+  WriteBehind writer(plan, sink, stripElements);
+  std::optional<Session> session(std::in_place, host, plan.mode->code);
+  const bool mayLoseParts = plan.format.driver && !plan.mode->complex;
+  for (const Rows& strip : strips) {
+    const int rows = strip.Count();
+    for (std::size_t i = 0; i < plan.bands.size(); ++i) {
       if (control.stop.stop_requested()) throw Cancelled();
-      for (ReadAhead& input : inputs) input.PointStreamAt(rows, bands[i]);
-      sink.onInputs(rows.end - rows.first);
-      result.firstRow = rows.first;
-      result.rows = rows.end - rows.first;
-      result.band = static_cast<int>(i) + 1;
-      session.SetBlockData(session.OutputStream(), result.values.get());
-      session.Process(result.rows, records[i]);
-      for (const ReadAhead& input : inputs)
-        input.SpreadNoData(columns * static_cast<std::size_t>(result.rows), outputParts,
-                           result.values.get());
-      if (writing.valid()) writing.get();
-      std::swap(result, written);
-      writing = writer.Start(std::packaged_task<void()>(
-          [&] { sink.write(written.band, written.firstRow, written.rows, written.values.get()); }));
+      std::vector<StreamRows> streams;
+      for (ReadAhead& reader : readers) streams.push_back(reader.Take(strip, plan.bands[i]));
+      streams.push_back({host.registration.output.number, writer.Room(), columns * parts});
+      if (mayLoseParts && !report.imaginaryParts) {
+        session.reset();
+        // Of the first strip all rows, for small images; of the others one, which costs little.
+        report.imaginaryParts =
+            HaveImaginaryParts(host, streams, grid.columns, strip.first == 0 ? rows : 1);
+        session.emplace(host, plan.mode->code);
+      }
+      session->Process(streams, grid.columns, rows, report.bands[i].record);
+      for (const ReadAhead& reader : readers)
+        reader.SpreadNoData(columns * static_cast<std::size_t>(rows), parts, writer.Room());
+      writer.Take(strip, static_cast<int>(i) + 1);
     }
-    control.progress(static_cast<double>(rows.end) / grid.rows);
+    control.progress(static_cast<double>(strip.end) / grid.rows);
   }
-  writing.get();
-  return records;
+  writer.Finish();
 }
 
 }  // namespace lumomixcalc::standalone

@@ -1,34 +1,38 @@
 #pragma once
 
-#include <functional>
-#include <vector>
-
-#include "host/ip.h"
+#include "standalone/framework/host_calls.h"
 #include "standalone/runs/job.h"
-#include "standalone/runs/session.h"
+#include "standalone/runs/plan.h"
+#include "standalone/runs/report.h"
 
 namespace lumomixcalc::standalone {
 
-// Receives the strips that a run computes.
-struct StripSink {
-  // The processed rows in a row of blocks of the output. Strips end at its multiples if possible.
-  int blockRows = 1;
-  // Takes processed rows of a band (the run's bands are counted from 1): columns * rows elements,
-  // pairs of floats in a complex mode. Called on a separate thread.
-  std::function<void(int band, int firstRow, int rows, const float* values)> write;
-  // Called on the caller's thread when the inputs' buffers hold so many rows of a band, before they
-  // are processed.
-  std::function<void(int rows)> onInputs = [](int) {};
+// Receives the finished rows of an output: looks are averaged, and no data is NaN.
+class RowSink {
+ public:
+  virtual ~RowSink() = default;
+
+  // The rows in a row of blocks of the output. Strips end at its multiples if possible.
+  virtual int BlockRows() const { return 1; }
+
+  // Takes the next rows of a band of the output, counted from 1: columns * rows elements, pairs of
+  // floats in a complex mode. Called on a separate thread.
+  virtual void Write(int band, int firstRow, int rows, const float* values) = 0;
 };
 
-// Has the application process all bands and rows of the session: strips of whole rows from top to
-// bottom and, inside a strip, band by band, so that files with interleaved bands are read and
-// written once. An element that is no data in an input becomes NaN in the output, unless the job
-// says keepNoData. One thread per input reads the next strip and another calls sink.write; the
-// application, control and the rest of sink are called only on the caller's thread. Call
-// Session::SelectInputs before. Returns the application's records by band. Throws Failure,
-// Cancelled, Desisted.
-std::vector<IPOutputStats> ProcessStrips(Session& session, const StripSink& sink,
-                                         const RunControl& control);
+// The largest number of rows before looks in a strip of the run, at least one. It is so small that
+// the strips in use stay in a processor's second-level cache, and that all bands of a strip fit
+// easily into memory.
+int RowsPerStrip(const RunPlan& plan, const RunInputs& inputs);
+
+// Has the application process all bands and rows of the report's plan: strips of whole rows from
+// top to bottom and, inside a strip, band by band, so that files with interleaved bands are read
+// and written once. An element that is no data in an input becomes NaN in the output, unless the
+// plan keeps no-data values. One thread per input reads the next strip, and another averages looks
+// and calls the sink; the application and control are called only on the caller's thread. Call
+// SelectInputs before. Adds the application's records to the report and, for a file, whether a real
+// output loses imaginary parts. Throws Failure, Cancelled, Desisted.
+void ProcessStrips(const RunInputs& inputs, HostState& host, RowSink& sink,
+                   const RunControl& control, RunReport& report);
 
 }  // namespace lumomixcalc::standalone

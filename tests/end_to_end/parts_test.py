@@ -110,22 +110,23 @@ class Parts(harness.ProgramTest):
             self.refused("in the folder", join, "-overwrite", f"-stats={self.part(name)}")
         self.done(join)
         for told, *arguments in (
-                ("4-of-4.tif, which is there, is of another command", "-part=4/4", *command, "-a=2"),
+                ("4-of-4.tif was made by another command", "-part=4/4", *command, "-a=2"),
                 ("which is none of 5 parts", "-part=1/5", *command),
                 ("belongs to the input", "-part=1/4", self.mosaic, *command[1:], "-overwrite")):
             self.refused(told, *arguments)
         os.remove(self.mosaic)
         os.utime(self.a)
-        self.refused("of inputs that changed since", "-part=1/4", *command)
+        self.refused("from inputs that changed since", "-part=1/4", *command)
         self.done("-part=4/4", *command, "-overwrite")
         os.remove(self.part("1-of-4.tif"))
         whole = Path(self.part("2-of-4.tif"))
         for bytes_ in (whole.stat().st_size - 1, 50_000, 0):
             os.truncate(whole, bytes_)
-            self.refused("part 2 of 4 is broken; part 1 of 4 is missing; part 4 of 4 is of other "
-                         "inputs, or of inputs that changed since, unlike part 3", join)
+            self.refused(f"cannot join the 4 parts in {self.folder_of_parts}: broken: 2; made from "
+                         "other inputs, or from inputs that changed since, unlike part 3: 4; "
+                         "missing: 1", join)
         shutil.copy(self.a, whole)
-        self.refused("2-of-4.tif, which is there, is no whole part", "-part=2/4", *command)
+        self.refused("2-of-4.tif is not a whole part", "-part=2/4", *command)
         os.rename(whole, f"{whole}.ovr")
         self.refused("2-of-4.tif.ovr", "-part=2/4", *command)
 
@@ -135,7 +136,7 @@ class Parts(harness.ProgramTest):
             self.done(f"-part={number}/2", self.a, self.mosaic, "-operator=a1b", "-a=2")
             self.done(f"-part={number}/2", self.a, other, "-operator=a1b", "-a=3")
         shutil.move(self.path("other.parts/2-of-2.tif"), self.part("2-of-2.tif"))
-        self.refused("part 2 of 2 is of another command, unlike part 1", f"-join={self.mosaic}")
+        self.refused("made by another command, unlike part 1: 2", f"-join={self.mosaic}")
 
     def test_a_mosaic_whose_parts_are_not_found_by_their_names_is_refused(self):
         for name in "back\\slash.vrt", " blank.vrt", "bell\a.vrt":

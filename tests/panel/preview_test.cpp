@@ -18,7 +18,7 @@ TEST_F(PanelWindowTest, PicturesShowAndPointersReadWhatTheRunStores) {
     SCOPED_TRACE(options);
     const std::string command = "lumomixcalc f1.tif f2.tif out.tif -overwrite " + options;
     const Job job = ReadCommandLine(ArgumentsOf(command)).job;
-    const OutputGrid run = RunBatch(job, "", TheHostState(), {}).grid;
+    const OutputGrid run = RunBatch(job, "", TheHostState(), {}).plan.grid;
     const GDALDatasetUniquePtr output(GDALDataset::Open("out.tif"));
     GDALRasterBand& written = *output->GetRasterBand(job.bands.empty() ? band : 1);
     PreviewImage shown;

@@ -33,8 +33,12 @@ TEST(CommandLines, FillStreamsByNameThenByPosition) {
       {{"-panel", "-file2=b", "a"}, {{1, "a"}, {2, "b"}}},
       {{"-panel", "-file2=b", "a", "o"}, {{1, "a"}, {2, "b"}, {3, "o"}}},
   };
-  for (const auto& [arguments, files] : kCases)
-    EXPECT_EQ(ReadCommandLine(arguments).job.files, files) << testing::PrintToString(arguments);
+  for (const auto& [arguments, files] : kCases) {
+    const Job job = ReadCommandLine(arguments).job;
+    std::map<int, std::string> found = job.inputs;
+    if (!job.output.empty()) found[3] = job.output;
+    EXPECT_EQ(found, files) << testing::PrintToString(arguments);
+  }
 }
 
 TEST(CommandLines, ComeBackFromTheCommandThatRepeatsTheRun) {

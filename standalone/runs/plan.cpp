@@ -1,0 +1,169 @@
+#include "standalone/runs/plan.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <numeric>
+#include <set>
+#include <utility>
+
+#include "standalone/base/messages.h"
+#include "standalone/base/numbers.h"
+#include "standalone/rasters/no_data.h"
+#include "standalone/runs/session.h"
+
+namespace lumomixcalc::standalone {
+namespace {
+
+RunInputs OpenInputs(const Job& job, HostState& host, InputDatasets datasets) {
+  const std::set<int> read = InputsRead(host);
+  host.streams.clear();
+  host.streams[host.registration.output.number].open = true;
+  RunInputs inputs;
+  for (const DeclaredStream& declared : host.registration.inputs) {
+    const auto file = job.inputs.find(declared.number);
+    if (file == job.inputs.end()) continue;
+    InputFiles& files = inputs.files.emplace_back(file->second);
+    auto raster = std::make_unique<RasterInput>(declared.label, file->second, job.openOptions,
+                                                std::move(datasets[declared.number]));
+    files.Find(raster->Dataset());
+    StreamState& state = host.streams[declared.number];
+    state.open = true;
+    state.mode = raster->Mode().code;
+    inputs.read.push_back({declared.number, std::move(raster)});
+  }
+  for (std::size_t i = 0; i < inputs.files.size(); ++i)
+    for (const InputFiles& other : inputs.files)
+      if (&other != &inputs.files[i] && other.ShareRawFile(inputs.files[i]))
+        inputs.read[i].raster->ReadByTurns();
+  CheckParameters(host);
+  std::erase_if(inputs.read, [&](const RunInput& input) { return !read.contains(input.stream); });
+  if (inputs.read.empty()) throw Failure("the application reads none of the input files");
+  return inputs;
+}
+
+std::string SizeAndBands(const RasterInput& raster) {
+  return raster.Describe() + " has " + SizeText(raster.Columns(), raster.Rows()) + ", " +
+         CountText(static_cast<std::uint64_t>(raster.Bands()), "band");
+}
+
+// The number of bands of the inputs together. Throws Failure when an input does not fit the first
+// one, and warns when its georeferencing differs.
+int CommonBands(const std::vector<RunInput>& inputs) {
+  RasterInput& first = *inputs.front().raster;
+  int bands = first.Bands();
+  for (const RunInput& input : inputs) {
+    RasterInput& raster = *input.raster;
+    const bool sameBands = raster.Bands() == bands || raster.Bands() == 1 || bands == 1;
+    if (raster.Columns() != first.Columns() || raster.Rows() != first.Rows() || !sameBands)
+      throw Failure("the inputs differ in size or in the number of bands: " + SizeAndBands(first) +
+                    ", " + SizeAndBands(raster));
+    bands = std::max(bands, raster.Bands());
+    if (const std::string difference = GeoreferencingDifference(first.Dataset(), raster.Dataset());
+        !difference.empty())
+      Warn(first.Describe() + " and " + raster.Describe() +
+           " do not lie in the same place: " + difference);
+  }
+  return bands;
+}
+
+std::vector<int> ChosenBands(const Job& job, const std::vector<RunInput>& inputs) {
+  const int count = CommonBands(inputs);
+  std::vector<int> bands = job.bands;
+  if (bands.empty()) {
+    bands.resize(static_cast<std::size_t>(count));
+    std::iota(bands.begin(), bands.end(), 1);
+  }
+  if (const int last = *std::ranges::max_element(bands); last > count)
+    throw Failure("-bands=: there is no band " + std::to_string(last) + "; the inputs have " +
+                  CountText(static_cast<std::uint64_t>(count), "band"));
+  return bands;
+}
+
+// A float mode if the user chose none, complex if an input that is read is complex.
+const DataMode* ChosenMode(const Job& job, const std::vector<RunInput>& inputs) {
+  if (job.mode) return job.mode;
+  const bool complex = std::ranges::any_of(
+      inputs, [](const RunInput& input) { return input.raster->Mode().complex; });
+  return FindDataMode(complex ? "cfloat32" : "float32");
+}
+
+OutputGrid ChosenGrid(const Job& job, const std::vector<RunInput>& inputs) {
+  const RasterInput& first = *inputs.front().raster;
+  std::optional<Geotransform> transform;
+  for (const RunInput& input : inputs)
+    if (!transform) transform = GeotransformOf(input.raster->Dataset());
+  return MakeOutputGrid(job.selection, first.Columns(), first.Rows(), transform, first.Describe());
+}
+
+// The no-data value that the user named, otherwise the first one that an input declares, or NaN for
+// an input that has a mask instead.
+std::optional<double> InputNoData(const RunPlan& plan, const std::vector<RunInput>& inputs) {
+  if (plan.elements.keepNoData) return std::nullopt;
+  if (plan.elements.noData) return plan.elements.noData;
+  for (const RunInput& input : inputs)
+    for (const int band : plan.bands) {
+      const int own = input.BandFor(band);
+      if (const std::optional<double> value = input.raster->NoData(own)) return value;
+      if (input.raster->HasMask(own)) return std::numeric_limits<double>::quiet_NaN();
+    }
+  return std::nullopt;
+}
+
+// The value that -a_nodata= asks for, as the mode holds it. Throws Failure when it cannot.
+double HeldNoData(double asked, const DataMode& mode) {
+  const std::string text = ShortestText(asked);
+  if (mode.integer ? IntegerNoData(mode, asked) != asked : !ParseFloat(text))
+    throw Failure("-a_nodata=" + text + ": " + (mode.integer ? mode.name : "single precision") +
+                  " cannot hold it");
+  return mode.integer ? asked : static_cast<double>(static_cast<float>(asked));
+}
+
+std::optional<double> OutputNoData(const Job& job, const RunPlan& plan,
+                                   const std::vector<RunInput>& inputs) {
+  const DataMode& mode = *plan.mode;
+  const std::string format = plan.format.driver ? plan.format.Name() : "";
+  if (job.outputNoData && !format.empty()) return HeldNoData(*job.outputNoData, mode);
+  const std::optional<double> declared = InputNoData(plan, inputs);
+  // Programs that read text grids do not understand NaN, which may be a result, too.
+  constexpr double kOfTextGrids = -9999;
+  if ((format == "AAIGrid" || format == "XYZ") && !mode.integer) return kOfTextGrids;
+  if (!declared) return std::nullopt;
+  return mode.integer ? IntegerNoData(mode, *declared) : std::numeric_limits<double>::quiet_NaN();
+}
+
+}  // namespace
+
+PlannedRun PlanRun(const Job& job, const std::string& command, HostState& host,
+                   InputDatasets datasets) {
+  PlannedRun run;
+  RunPlan& plan = run.plan;
+  plan.command = command;
+  plan.output = job.output;
+  if (!job.output.empty()) {
+    plan.format = ChooseOutputFormat(job.part ? "GTiff" : job.format, job.output);
+    CheckCreationOptions(plan.format, job.creationOptions);
+  }
+  run.inputs = OpenInputs(job, host, std::move(datasets));
+  const std::vector<RunInput>& inputs = run.inputs.read;
+  plan.mode = ChosenMode(job, inputs);
+  plan.bands = ChosenBands(job, inputs);
+  plan.grid = ChosenGrid(job, inputs);
+  plan.resampling = job.selection.resampling;
+  plan.elements = job.elements;
+  plan.noData = OutputNoData(job, plan, inputs);
+  if (plan.format.driver) CheckThatFormatHolds(plan.format, *plan.mode);
+  return run;
+}
+
+void SelectInputs(const RunPlan& plan, const RunInputs& inputs) {
+  for (const RunInput& input : inputs.read) {
+    std::vector<int> bands;
+    for (const int band : plan.bands)
+      if (const int own = input.BandFor(band); std::ranges::find(bands, own) == bands.end())
+        bands.push_back(own);
+    input.raster->Select(plan.grid.BeforeLooks(), plan.resampling, bands, plan.elements);
+  }
+}
+
+}  // namespace lumomixcalc::standalone
