@@ -57,14 +57,14 @@ void CopyMetadata(GDALDataset& from, GDALDataset& to) {
 
 // The first input for which the predicate is true. Null when there is none.
 template <typename Predicate>
-GDALDataset* FirstThat(const RunInputs& inputs, const Predicate& holds) {
-  for (const RunInput& input : inputs.read)
+GDALDataset* FirstThat(const std::vector<RunInput>& inputs, const Predicate& holds) {
+  for (const RunInput& input : inputs)
     if (holds(input.raster->Dataset())) return &input.raster->Dataset();
   return nullptr;
 }
 
-void DescribeBand(const RunInputs& inputs, int band, GDALRasterBand& output) {
-  for (const RunInput& input : inputs.read) {
+void DescribeBand(const std::vector<RunInput>& inputs, int band, GDALRasterBand& output) {
+  for (const RunInput& input : inputs) {
     GDALRasterBand& own = *input.raster->Dataset().GetRasterBand(input.BandFor(band));
     if (*output.GetDescription() == '\0' && *own.GetDescription() != '\0')
       output.SetDescription(own.GetDescription());
@@ -75,7 +75,7 @@ void DescribeBand(const RunInputs& inputs, int band, GDALRasterBand& output) {
 
 }  // namespace
 
-void Describe(const RunPlan& plan, const RunInputs& inputs, GDALDataset& output) {
+void Describe(const RunPlan& plan, const std::vector<RunInput>& inputs, GDALDataset& output) {
   const GdalFailures failures;
   if (GDALDataset* const input = FirstThat(inputs, HasGeoreferencing))
     if (!CopyGeoreferencing(*input, plan.grid, output))

@@ -2,6 +2,8 @@
 
 #include <gdal_priv.h>
 
+#include <vector>
+
 #include "standalone/runs/plan.h"
 
 namespace lumomixcalc::standalone {
@@ -11,6 +13,6 @@ namespace lumomixcalc::standalone {
 // the input, and names and units of bands, each from the first input that has any; the command and
 // the program's version. Warns, with the output's name, when the format cannot hold the
 // georeferencing, and of geolocation arrays, which are left out.
-void Describe(const RunPlan& plan, const RunInputs& inputs, GDALDataset& output);
+void Describe(const RunPlan& plan, const std::vector<RunInput>& inputs, GDALDataset& output);
 
 }  // namespace lumomixcalc::standalone

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstdio>
 #include <map>
 #include <memory>
 #include <system_error>
@@ -37,9 +38,8 @@ std::string NameOf(const PartNumber& part) {
 
 // N for names like "K-of-N.tif". 0 for any other name.
 int CountInName(const std::string& name) {
-  const std::vector<std::string> words = Split(name.substr(0, name.find('.')), '-');
-  const bool isPart = words.size() == 3 && ParseInt(words[0]) && words[1] == "of";
-  return isPart ? ParseInt(words[2]).value_or(0) : 0;
+  int count = 0;
+  return std::sscanf(name.c_str(), "%*d-of-%d.", &count) == 1 ? count : 0;
 }
 
 // The N of the parts "K-of-N" in the folder, or count when there are none. Throws Failure when N is
@@ -62,9 +62,9 @@ int CountOfParts(const fs::path& folder, int count) {
 }
 
 // The files of the inputs with their sizes and times.
-std::string InputsText(const RunInputs& inputs) {
+std::string InputsText(const std::vector<InputFiles>& inputs) {
   std::string text;
-  for (const InputFiles& input : inputs.files)
+  for (const InputFiles& input : inputs)
     for (const std::string& file : input.files) {
       VSIStatBufL status = {};
       text += VSIStatL(file.c_str(), &status) == 0 ? "" : "no file, ";
@@ -269,7 +269,7 @@ Part::Part(const Job& job, const PlannedRun& whole) : overwrite_(job.overwrite),
   common_.Add("version", LUMOMIXCALC_VERSION);
   common_.Add("command", Utf8(plan_.command));
   common_.Add("exact", !MayChangeValues(job.creationOptions));
-  common_.Add("inputs", InputsText(whole.inputs));
+  common_.Add("inputs", InputsText(whole.files));
   common_.Add("mosaic", SizeText(grid.columns, grid.rows) + ", " +
                             CountText(plan_.bands.size(), "band") + ", " + plan_.mode->name +
                             ", blocks of " + std::to_string(blockRows));

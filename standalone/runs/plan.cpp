@@ -15,31 +15,30 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-RunInputs OpenInputs(const Job& job, HostState& host, InputDatasets datasets) {
+// Opens the inputs of the job, and has the application check them.
+void OpenInputs(const Job& job, HostState& host, InputDatasets& datasets, PlannedRun& run) {
   const std::set<int> read = InputsRead(host);
   host.streams.clear();
   host.streams[host.registration.output.number].open = true;
-  RunInputs inputs;
   for (const DeclaredStream& declared : host.registration.inputs) {
     const auto file = job.inputs.find(declared.number);
     if (file == job.inputs.end()) continue;
-    InputFiles& files = inputs.files.emplace_back(file->second);
+    InputFiles& files = run.files.emplace_back(file->second);
     auto raster = std::make_unique<RasterInput>(declared.label, file->second, job.openOptions,
                                                 std::move(datasets[declared.number]));
     files.Find(raster->Dataset());
     StreamState& state = host.streams[declared.number];
     state.open = true;
     state.mode = raster->Mode().code;
-    inputs.read.push_back({declared.number, std::move(raster)});
+    run.inputs.push_back({declared.number, std::move(raster)});
   }
-  for (std::size_t i = 0; i < inputs.files.size(); ++i)
-    for (const InputFiles& other : inputs.files)
-      if (&other != &inputs.files[i] && other.ShareRawFile(inputs.files[i]))
-        inputs.read[i].raster->ReadByTurns();
+  for (std::size_t i = 0; i < run.files.size(); ++i)
+    for (const InputFiles& other : run.files)
+      if (&other != &run.files[i] && other.ShareRawFile(run.files[i]))
+        run.inputs[i].raster->ReadByTurns();
   CheckParameters(host);
-  std::erase_if(inputs.read, [&](const RunInput& input) { return !read.contains(input.stream); });
-  if (inputs.read.empty()) throw Failure("the application reads none of the input files");
-  return inputs;
+  std::erase_if(run.inputs, [&](const RunInput& input) { return !read.contains(input.stream); });
+  if (run.inputs.empty()) throw Failure("the application reads none of the input files");
 }
 
 std::string SizeAndBands(const RasterInput& raster) {
@@ -85,7 +84,7 @@ const DataMode* ChosenMode(const Job& job, const std::vector<RunInput>& inputs) 
   if (job.mode) return job.mode;
   const bool complex = std::ranges::any_of(
       inputs, [](const RunInput& input) { return input.raster->Mode().complex; });
-  return FindDataMode(complex ? "cfloat32" : "float32");
+  return &DataModeOfType(complex ? GDT_CFloat32 : GDT_Float32);
 }
 
 OutputGrid ChosenGrid(const Job& job, const std::vector<RunInput>& inputs) {
@@ -144,8 +143,8 @@ PlannedRun PlanRun(const Job& job, const std::string& command, HostState& host,
     plan.format = ChooseOutputFormat(job.part ? "GTiff" : job.format, job.output);
     CheckCreationOptions(plan.format, job.creationOptions);
   }
-  run.inputs = OpenInputs(job, host, std::move(datasets));
-  const std::vector<RunInput>& inputs = run.inputs.read;
+  OpenInputs(job, host, datasets, run);
+  const std::vector<RunInput>& inputs = run.inputs;
   plan.mode = ChosenMode(job, inputs);
   plan.bands = ChosenBands(job, inputs);
   plan.grid = ChosenGrid(job, inputs);
@@ -156,8 +155,8 @@ PlannedRun PlanRun(const Job& job, const std::string& command, HostState& host,
   return run;
 }
 
-void SelectInputs(const RunPlan& plan, const RunInputs& inputs) {
-  for (const RunInput& input : inputs.read) {
+void SelectInputs(const RunPlan& plan, const std::vector<RunInput>& inputs) {
+  for (const RunInput& input : inputs) {
     std::vector<int> bands;
     for (const int band : plan.bands)
       if (const int own = input.BandFor(band); std::ranges::find(bands, own) == bands.end())

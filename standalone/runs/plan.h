@@ -38,15 +38,10 @@ struct RunInput {
   int BandFor(int band) const { return raster->Bands() == 1 ? 1 : band; }
 };
 
-// The inputs of a job, open.
-struct RunInputs {
-  std::vector<RunInput> read;     // those that the application reads: at least one
-  std::vector<InputFiles> files;  // of all inputs, including headers and sources
-};
-
 struct PlannedRun {
   RunPlan plan;
-  RunInputs inputs;
+  std::vector<RunInput> inputs;   // those that the application reads, open: at least one
+  std::vector<InputFiles> files;  // of all inputs of the job, including headers and sources
 };
 
 // Opens the inputs of a job, or takes the datasets in their place, has the application check its
@@ -57,6 +52,6 @@ PlannedRun PlanRun(const Job& job, const std::string& command, HostState& host,
                    InputDatasets datasets = {});
 
 // Prepares the inputs for reading what the plan needs. Throws Failure.
-void SelectInputs(const RunPlan& plan, const RunInputs& inputs);
+void SelectInputs(const RunPlan& plan, const std::vector<RunInput>& inputs);
 
 }  // namespace lumomixcalc::standalone

@@ -41,9 +41,8 @@ void WarnOfTheMode(const RunReport& report) {
     Warn("results have single precision, also in float64; float32 stores them in half the space");
   if (!mode.complex && report.imaginaryParts)
     Warn("results have imaginary parts, which " + name + " leaves out; -mode=cfloat32 keeps them");
-  const bool anyValid =
-      std::any_of(report.bands.begin(), report.bands.end(),
-                  [](const BandStatistics& band) { return band.valid.valid > 0; });
+  const bool anyValid = std::ranges::any_of(
+      report.bands, [](const BandStatistics& band) { return band.valid.valid > 0; });
   if (mode.complex && anyValid && !report.imaginaryParts)
     Warn("all imaginary parts are zero; -mode=" + name.substr(1) +
          " stores the results in half the space");
@@ -199,11 +198,9 @@ ReportFile::ReportFile(const std::string& path, bool overwrite,
   }
   const fs::path target = FollowLinks(path);
   if (IsSameFile(target, output)) Fail("it is the output");
-  for (const InputFiles& input : inputs) {
-    const auto isThis = [&](const std::string& file) { return IsSameFile(target, file); };
-    if (isThis(input.name) || std::any_of(input.files.begin(), input.files.end(), isThis))
-      Fail("it belongs to the input " + input.name);
-  }
+  for (const InputFiles& input : inputs)
+    for (const std::string& file : input.files)
+      if (IsSameFile(target, file)) Fail("it belongs to the input " + input.name);
   file_ = path;
   std::error_code error;
   descriptor_ = DescriptorOf(path);

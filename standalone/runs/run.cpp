@@ -27,12 +27,13 @@ namespace {
 
 // Sets the size of GDAL's block cache to what the run needs. A larger cache would only take memory
 // without being faster.
-void SizeBlockCache(const RunPlan& plan, const RunInputs& inputs, const RasterOutput& output) {
+void SizeBlockCache(const RunPlan& plan, const std::vector<RunInput>& inputs,
+                    const RasterOutput& output) {
   if (CPLGetConfigOption("GDAL_CACHEMAX", nullptr)) return;
   constexpr std::int64_t kSlack = 2 << 20;
   const int rows = RowsPerStrip(plan, inputs);
   std::int64_t bytes = kSlack + output.CacheBytes(rows);
-  for (const RunInput& input : inputs.read) bytes += input.raster->CacheBytes(rows);
+  for (const RunInput& input : inputs) bytes += input.raster->CacheBytes(rows);
   if (const std::int64_t physical = CPLGetUsablePhysicalRAM(); physical > 0)
     bytes = std::min(bytes, std::max(kSlack, physical / 4));
   GDALSetCacheMax64(bytes);
@@ -77,19 +78,12 @@ class BatchRun {
     const std::filesystem::path target =
         part_ ? std::filesystem::path(plan.output) : ResolveOutput(plan.output, job.overwrite);
     if (!job.statisticsFile.empty())
-      reportFile_.emplace(job.statisticsFile, job.overwrite, run_.inputs.files, target);
-    output_ = {target,
-               plan.format,
-               plan.mode,
-               job.creationOptions,
-               plan.grid.columns,
-               plan.grid.rows,
-               static_cast<int>(plan.bands.size()),
-               job.overwrite,
-               run_.inputs.files,
-               FollowLinks(job.statisticsFile),
-               [this](GDALDataset& output) { Describe(Plan(), run_.inputs, output); },
-               part_.has_value()};
+      reportFile_.emplace(job.statisticsFile, job.overwrite, run_.files, target);
+    const auto describe = [this](GDALDataset& output) { Describe(Plan(), run_.inputs, output); };
+    output_ = OutputSpecification({target, plan.format, plan.mode, job.creationOptions,
+                                   plan.grid.columns, plan.grid.rows,
+                                   static_cast<int>(plan.bands.size()), job.overwrite, run_.files,
+                                   FollowLinks(job.statisticsFile), describe, part_.has_value()});
   }
 
   const RunPlan& Plan() const { return part_ ? part_->Plan() : run_.plan; }
@@ -116,7 +110,7 @@ class BatchRun {
     }
     output.Publish(control.stop);
     if (reportFile_) reportFile_->Publish();
-    for (const RunInput& input : run_.inputs.read)
+    for (const RunInput& input : run_.inputs)
       for (const std::string& loss : input.raster->Losses()) Warn(loss);
     if (!part_) WarnOfResults(report);
     return report;
@@ -137,7 +131,7 @@ class BatchRun {
       for (std::size_t i = 0; i < report.bands.size(); ++i)
         StoreStatistics(report.bands[i], *plan.mode, *dataset.GetBands()[i]);
     });
-    for (const InputFiles& input : run_.inputs.files) input.RefuseChanges();
+    for (const InputFiles& input : run_.files) input.RefuseChanges();
     report.seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
   }

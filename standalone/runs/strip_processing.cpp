@@ -17,6 +17,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/im.h"
 #include "standalone/base/messages.h"
 #include "standalone/rasters/gdal_library.h"
 #include "standalone/runs/looks.h"
@@ -93,7 +94,8 @@ struct Strip {
 // Strips end at boundaries between rows of blocks where possible: at those of the output, so that
 // its blocks are complete, and at those of the inputs, so that no block of a file with several
 // bands is decoded twice.
-std::vector<Rows> CutIntoStrips(const RunPlan& plan, const RunInputs& inputs, int blockRows) {
+std::vector<Rows> CutIntoStrips(const RunPlan& plan, const std::vector<RunInput>& inputs,
+                                int blockRows) {
   const int atMost = RowsPerStrip(plan, inputs);
   const int rows = plan.grid.BeforeLooks().rows;
   blockRows = std::min(blockRows, plan.grid.rows) * plan.grid.looks.y;
@@ -101,7 +103,7 @@ std::vector<Rows> CutIntoStrips(const RunPlan& plan, const RunInputs& inputs, in
   for (int row = 0; row < rows; row = strips.back().end) {
     int end = row + std::min(atMost, rows - row);
     if (const int blockEnd = end - end % blockRows; blockEnd > row) end = blockEnd;
-    for (const RunInput& input : inputs.read) end = input.raster->StripEnd(row, end);
+    for (const RunInput& input : inputs) end = input.raster->StripEnd(row, end);
     strips.push_back({row, end});
   }
   return strips;
@@ -143,9 +145,9 @@ class ReadAhead {
  public:
   ReadAhead(const RunPlan& plan, const RunInput& input, const std::vector<Rows>& strips,
             std::size_t stripElements)
-      : input_(input),
+      : plan_(plan),
+        input_(input),
         strips_(strips),
-        masksNoData_(!plan.elements.keepNoData),
         bands_(BandSequence(input, plan.bands)),
         parts_(static_cast<std::size_t>(input.raster->Parts())),
         rowFloats_(static_cast<std::size_t>(plan.grid.BeforeLooks().columns) * parts_),
@@ -185,13 +187,13 @@ class ReadAhead {
     const OwnGdalFailures own;
     const int rows = next_.rows.Count();
     input_.raster->Read(next_.band, next_.rows.first, rows, next_.values.get());
-    next_.holdsNan =
-        masksNoData_ && HoldsNan(next_.values.get(), rowFloats_ * static_cast<std::size_t>(rows));
+    next_.holdsNan = !plan_.elements.keepNoData &&
+                     HoldsNan(next_.values.get(), rowFloats_ * static_cast<std::size_t>(rows));
   }
 
+  const RunPlan& plan_;
   const RunInput& input_;
   const std::vector<Rows>& strips_;
-  bool masksNoData_;
   std::vector<int> bands_;
   std::size_t parts_;
   std::size_t rowFloats_;
@@ -205,12 +207,12 @@ class ReadAhead {
 // the run works on the next.
 class WriteBehind {
  public:
-  WriteBehind(const RunPlan& plan, RowSink& sink, std::size_t stripElements)
+  WriteBehind(const RunPlan& plan, RowSink& sink, std::size_t stripFloats)
       : looks_(plan.grid.looks),
         sink_(sink),
         averages_(plan.bands.size(), {looks_, plan.grid.columns, plan.mode->Parts()}),
-        next_(stripElements * static_cast<std::size_t>(plan.mode->Parts())),
-        written_(stripElements * static_cast<std::size_t>(plan.mode->Parts())) {}
+        next_(stripFloats),
+        written_(stripFloats) {}
 
   // Room for the results of the next strip.
   float* Room() { return next_.values.get(); }
@@ -251,7 +253,7 @@ bool HaveImaginaryParts(HostState& host, std::vector<StreamRows> streams, int co
   std::vector<float> results(2 * elements);
   streams.back().values = results.data();
   streams.back().rowFloats = 2 * static_cast<std::size_t>(columns);
-  Session session(host, FindDataMode("cfloat32")->code);
+  Session session(host, IM_MODE_COMPLEX_FLOAT);
   IPOutputStats ignored = {};
   session.Process(streams, columns, rows, ignored);
   return HasImaginaryPart(results.data(), elements);
@@ -259,13 +261,13 @@ bool HaveImaginaryParts(HostState& host, std::vector<StreamRows> streams, int co
 
 }  // namespace
 
-int RowsPerStrip(const RunPlan& plan, const RunInputs& inputs) {
+int RowsPerStrip(const RunPlan& plan, const std::vector<RunInput>& inputs) {
   constexpr std::int64_t kStripBytes = 2 << 20;
   constexpr std::int64_t kAllBandsBytes = 8 << 20;
   // A coarser pixel is computed from n * n pixels.
   const std::int64_t n = plan.grid.resolution;
   std::int64_t parts = plan.mode->Parts();
-  for (const RunInput& input : inputs.read) parts += input.raster->Parts() * n * n;
+  for (const RunInput& input : inputs) parts += input.raster->Parts() * n * n;
   const OutputGrid grid = plan.grid.BeforeLooks();
   const std::int64_t rowBytes = parts * static_cast<std::int64_t>(sizeof(float)) * grid.columns;
   const std::int64_t rows =
@@ -274,7 +276,7 @@ int RowsPerStrip(const RunPlan& plan, const RunInputs& inputs) {
   return static_cast<int>(std::clamp<std::int64_t>(rows, 1, grid.rows));
 }
 
-void ProcessStrips(const RunInputs& inputs, HostState& host, RowSink& sink,
+void ProcessStrips(const std::vector<RunInput>& inputs, HostState& host, RowSink& sink,
                    const RunControl& control, RunReport& report) {
   const RunPlan& plan = report.plan;
   const OutputGrid grid = plan.grid.BeforeLooks();
@@ -283,9 +285,8 @@ void ProcessStrips(const RunInputs& inputs, HostState& host, RowSink& sink,
   const std::vector<Rows> strips = CutIntoStrips(plan, inputs, sink.BlockRows());
   const std::size_t stripElements = columns * static_cast<std::size_t>(RowsPerStrip(plan, inputs));
   std::list<ReadAhead> readers;
-  for (const RunInput& input : inputs.read)
-    readers.emplace_back(plan, input, strips, stripElements);
-  WriteBehind writer(plan, sink, stripElements);
+  for (const RunInput& input : inputs) readers.emplace_back(plan, input, strips, stripElements);
+  WriteBehind writer(plan, sink, stripElements * parts);
   std::optional<Session> session(std::in_place, host, plan.mode->code);
   const bool mayLoseParts = plan.format.driver && !plan.mode->complex;
   for (const Rows& strip : strips) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 #include "standalone/framework/host_calls.h"
 #include "standalone/runs/job.h"
 #include "standalone/runs/plan.h"
@@ -23,7 +25,7 @@ class RowSink {
 // The largest number of rows before looks in a strip of the run, at least one. It is so small that
 // the strips in use stay in a processor's second-level cache, and that all bands of a strip fit
 // easily into memory.
-int RowsPerStrip(const RunPlan& plan, const RunInputs& inputs);
+int RowsPerStrip(const RunPlan& plan, const std::vector<RunInput>& inputs);
 
 // Has the application process all bands and rows of the report's plan: strips of whole rows from
 // top to bottom and, inside a strip, band by band, so that files with interleaved bands are read
@@ -32,7 +34,7 @@ int RowsPerStrip(const RunPlan& plan, const RunInputs& inputs);
 // and calls the sink; the application and control are called only on the caller's thread. Call
 // SelectInputs before. Adds the application's records to the report and, for a file, whether a real
 // output loses imaginary parts. Throws Failure, Cancelled, Desisted.
-void ProcessStrips(const RunInputs& inputs, HostState& host, RowSink& sink,
+void ProcessStrips(const std::vector<RunInput>& inputs, HostState& host, RowSink& sink,
                    const RunControl& control, RunReport& report);
 
 }  // namespace lumomixcalc::standalone
