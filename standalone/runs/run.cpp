@@ -175,18 +175,18 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
   const auto describe = [&](GDALDataset& output) {
     Describe(session, part ? command + " " + part->Option() : command, outputName, output);
   };
-  const OutputSpecification specification(
-      {target, format, &session.Mode(), job.creationOptions, report.grid.columns, report.grid.rows,
-       static_cast<int>(report.bands.size()), job.overwrite, session.Files(),
-       FollowLinks(job.statisticsFile), describe, part.has_value()});
+  const OutputPlan plan({target, format, &session.Mode(), job.creationOptions, report.grid.columns,
+                         report.grid.rows, static_cast<int>(report.bands.size()), job.overwrite,
+                         session.Files(), FollowLinks(job.statisticsFile), describe,
+                         part.has_value()});
   if (job.checkOnly) {
-    MakeTrialCopy(specification, "/vsimem/lumomixcalc/" + target.filename().string());
+    MakeTrial(plan, "/vsimem/lumomixcalc/" + target.filename().string());
     VSIRmdirRecursive("/vsimem/lumomixcalc");
     return report;
   }
 
   if (part) std::filesystem::create_directory(target.parent_path());
-  RasterOutput output(specification);
+  RasterOutput output(plan);
   if (const auto& value = report.noData; value && !output.DeclareNoData(*value))
     Warn(outputName + " cannot declare a no-data value; " + ShortestText(*value) +
          " stands for it");
