@@ -160,24 +160,22 @@ std::int64_t RasterOutput::CacheBytes(int stripRows) const {
 void RasterOutput::Write(int band, int firstRow, int rows, const float* values,
                          UnheldElements& unheld) {
   const DataMode& mode = *plan_.mode;
-  const std::size_t elements =
-      static_cast<std::size_t>(plan_.columns) * static_cast<std::size_t>(rows);
-  const std::size_t floats = elements * static_cast<std::size_t>(mode.Parts());
+  ConstElements elements = {values, plan_.columns, rows, mode.Parts()};
   if (noData_ && !mode.integer) {
-    replaced_.assign(values, values + floats);
-    ReplaceNan(replaced_, mode.complex, *noData_, unheld);
-    values = replaced_.data();
+    replaced_.assign(elements.All().begin(), elements.All().end());
+    ReplaceNan({replaced_.data(), plan_.columns, rows, mode.Parts()}, *noData_, unheld);
+    elements.values = replaced_.data();
   }
-  void* buffer = const_cast<float*>(values);  // GDAL does not change it when it writes
+  void* buffer = const_cast<float*>(elements.values);  // GDAL does not change it when it writes
   if (const GDALDataType type = mode.FloatType(); mode.type != type) {
     const int bytes = GDALGetDataTypeSizeBytes(mode.type);
-    converted_.resize(elements * static_cast<std::size_t>(bytes));
+    converted_.resize(elements.Count() * static_cast<std::size_t>(bytes));
     buffer = converted_.data();
     if (mode.integer)
-      StoreAsIntegers({values, floats}, mode, noData_, buffer, unheld);
+      StoreAsIntegers(elements.All(), mode, noData_, buffer, unheld);
     else
-      GDALCopyWords64(values, type, GDALGetDataTypeSizeBytes(type), buffer, mode.type, bytes,
-                      static_cast<GPtrDiff_t>(elements));
+      GDALCopyWords64(elements.values, type, GDALGetDataTypeSizeBytes(type), buffer, mode.type,
+                      bytes, static_cast<GPtrDiff_t>(elements.Count()));
   }
   if (uncompressedRows_) {
     const std::string reason = uncompressedRows_->Write(band, firstRow, rows, buffer);

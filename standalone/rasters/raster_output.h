@@ -12,10 +12,10 @@
 #include <string>
 #include <vector>
 
-#include "standalone/rasters/no_data.h"
 #include "standalone/rasters/output_format.h"
 #include "standalone/rasters/publication.h"
 #include "standalone/rasters/read_back.h"
+#include "standalone/rasters/stored_elements.h"
 #include "standalone/rasters/uncompressed_rows.h"
 
 namespace lumomixcalc::standalone {
