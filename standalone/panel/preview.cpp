@@ -13,6 +13,7 @@
 #include "standalone/cli/command_echo.h"
 #include "standalone/rasters/no_data.h"
 #include "standalone/rasters/raster_input.h"
+#include "standalone/rasters/stored_elements.h"
 #include "standalone/runs/session.h"
 
 namespace lumomixcalc::standalone {

@@ -63,8 +63,9 @@ void CPL_STDCALL Handle(CPLErr severity, CPLErrorNum number, const char* message
 
 void SetUpGdal() {
   CPLSetErrorHandler(Handle);
-  // GDAL reports what fails with a TIFF. With GDAL 3.10, libtiff prints some of it as well.
+  // GDAL reports what is wrong with a TIFF. With GDAL 3.10, libtiff prints some of it as well.
   TIFFSetErrorHandler(nullptr);
+  TIFFSetWarningHandler(nullptr);
   // GDAL allocates and frees buffers of megabytes for every strip that it resamples. By default
   // glibc returns them to the system each time, and the run takes three times as long.
   mallopt(M_MMAP_THRESHOLD, 32 << 20);

@@ -73,11 +73,11 @@ std::string FirstLoss(std::span<const Exact> exact, const float* floats,
 }
 
 // Sets all parts of an element to NaN if one part is NaN. Returns whether there is such an element.
-bool SpreadNan(std::vector<float>& elements, std::size_t parts) {
+bool SpreadNan(const Elements& elements) {
   bool any = false;
-  for (std::size_t i = 0; i < elements.size(); i += parts)
-    if (std::isnan(elements[i]) || std::isnan(elements[i + parts - 1])) {
-      std::fill_n(&elements[i], parts, std::numeric_limits<float>::quiet_NaN());
+  for (std::size_t i = 0; i < elements.Count(); ++i)
+    if (HasNan(elements[i])) {
+      BecomeNan(elements[i]);
       any = true;
     }
   return any;
@@ -137,9 +137,6 @@ void RasterInput::Select(const OutputGrid& grid, Resampling resampling,
   grid_ = grid;
   bands_ = bands;
   rules_ = rules;
-  if (!rules.keepNoData)
-    for (const int band : bands)
-      if (const auto value = rules.noData ? rules.noData : NoData(band)) masked_[band] = *value;
   if (grid.resolution > 1) {
     if (resampling == Resampling::kOverview) return OpenOverview();
     if (resampling == Resampling::kPreview) return;
@@ -174,25 +171,33 @@ void RasterInput::Read(int band, int firstRow, int rows, float* out) {
   const int n = grid_.resolution;
   const PixelWindow wanted = {grid_.window.x, grid_.window.y + firstRow * n, grid_.window.columns,
                               rows * n};
-  if (takesNearest_) return ReadNearest(band, wanted, rows, out);
-  if (!interpolation_) return ReadElements(band, wanted, grid_.columns, rows, out);
+  const Elements elements = {out, grid_.columns, rows, Parts()};
+  if (takesNearest_) return ReadNearest(band, wanted, elements);
+  if (!interpolation_) return ReadElements(band, wanted, elements);
   const PixelWindow source = SourceOf(wanted);
-  full_.resize(Floats(source.columns, source.rows));
-  ReadElements(band, source, source.columns, source.rows, full_.data());
-  Resample(source, wanted, rows, out);
+  const Elements full = FullResolution(source.columns, source.rows);
+  ReadElements(band, source, full);
+  Resample(full, source, wanted, elements);
+}
+
+// Room for elements of full resolution, valid until the next call.
+Elements RasterInput::FullResolution(int columns, int rows) {
+  const Elements size = {nullptr, columns, rows, Parts()};
+  full_.resize(size.Floats());
+  return {full_.data(), columns, rows, Parts()};
 }
 
 // Takes the pixel in column n/2 and row n/2 of each n x n pixels. GDAL's nearest pixel is another
 // one in raw files since version 3.10, and may come from an overview.
-void RasterInput::ReadNearest(int band, const PixelWindow& wanted, int rows, float* out) {
+void RasterInput::ReadNearest(int band, const PixelWindow& wanted, const Elements& out) {
   const int n = grid_.resolution;
-  const auto parts = static_cast<std::size_t>(Parts());
-  full_.resize(Floats(wanted.columns, 1));
-  for (int row = 0; row < rows; ++row) {
-    const PixelWindow line = {wanted.x, wanted.y + row * n + n / 2, wanted.columns, 1};
-    ReadElements(band, line, line.columns, 1, full_.data());
-    for (int column = n / 2; column < line.columns; column += n)
-      out = std::copy_n(&full_[static_cast<std::size_t>(column) * parts], parts, out);
+  const Elements line = FullResolution(wanted.columns, 1);
+  float* to = out.values;
+  for (int row = 0; row < out.rows; ++row) {
+    ReadElements(band, {wanted.x, wanted.y + row * n + n / 2, wanted.columns, 1}, line);
+    for (auto column = static_cast<std::size_t>(n / 2); column < line.Count();
+         column += static_cast<std::size_t>(n))
+      to = std::ranges::copy(line[column], to).out;
   }
 }
 
@@ -207,51 +212,48 @@ PixelWindow RasterInput::SourceOf(const PixelWindow& wanted) const {
   return {left, top, right - left, bottom - top};
 }
 
+std::optional<double> RasterInput::MaskedValue(int band) const {
+  if (rules_.keepNoData) return std::nullopt;
+  return rules_.noData ? rules_.noData : NoData(band);
+}
+
 bool RasterInput::HasMask(int band) const {
   const int flags = dataset_->GetRasterBand(band)->GetMaskFlags();
   return (flags & GMF_ALL_VALID) == 0 && flags != GMF_NODATA;
 }
 
-// Reads a window as columns x rows elements, with the sign of signed bytes and with NaN for no
-// data.
-void RasterInput::ReadElements(int band, const PixelWindow& window, int columns, int rows,
-                               float* out) {
+// Reads a window with the sign of signed bytes and with NaN for no data.
+void RasterInput::ReadElements(int band, const PixelWindow& window, const Elements& out) {
   const GDALDataType type = Pixels().GetRasterBand(band)->GetRasterDataType();
-  const std::span elements(out, Floats(columns, rows));
   if (GDALDataTypeUnion(type, GDT_CFloat32) == GDT_CFloat32)
-    Transfer(band, window, columns, rows, out, Mode().FloatType());
+    Transfer(band, window, out, out.values, Mode().FloatType());
   else if (Mode().complex)
-    ReadRounded<double>(band, window, columns, rows, out, GDT_CFloat64);
-  else if (type == GDT_Int32)
-    ReadRounded<std::int32_t>(band, window, columns, rows, out, type);
+    ReadRounded<double>(band, window, out, GDT_CFloat64);
   else if (type == GDT_Int64)
-    ReadRounded<std::int64_t>(band, window, columns, rows, out, type);
+    ReadRounded<std::int64_t>(band, window, out, type);
   else if (type == GDT_UInt64)
-    ReadRounded<std::uint64_t>(band, window, columns, rows, out, type);
+    ReadRounded<std::uint64_t>(band, window, out, type);
   else
-    ReadRounded<double>(band, window, columns, rows, out, GDT_Float64);
+    ReadRounded<double>(band, window, out, GDT_Float64);
   if (IsSignedByte(*Pixels().GetRasterBand(band)))
-    for (float& element : elements)
+    for (float& element : out.All())
       if (element > 127) element -= 256;
-  if (const auto masked = masked_.find(band); masked != masked_.end())
-    MaskNoData(elements, Mode().complex, masked->second);
-  if (!rules_.keepNoData && HasMask(band)) ApplyMask(band, window, columns, rows, out);
-  if (rules_.unscale) Unscale(band, elements);
+  if (const std::optional<double> value = MaskedValue(band)) MaskNoData(out, *value);
+  if (!rules_.keepNoData && HasMask(band)) ApplyMask(band, window, out);
+  if (rules_.unscale) Unscale(band, out);
 }
 
-void RasterInput::ApplyMask(int band, const PixelWindow& window, int columns, int rows,
-                            float* out) {
+void RasterInput::ApplyMask(int band, const PixelWindow& window, const Elements& elements) {
   const GdalFailures failures;
-  const auto parts = static_cast<std::size_t>(Parts());
-  mask_.resize(Floats(columns, rows) / parts);
+  mask_.resize(elements.Count());
   const std::unique_lock turn = TakeTurn();
   if (Pixels().GetRasterBand(band)->GetMaskBand()->RasterIO(
-          GF_Read, window.x, window.y, window.columns, window.rows, mask_.data(), columns, rows,
-          GDT_Byte, 0, 0, nullptr) != CE_None ||
+          GF_Read, window.x, window.y, window.columns, window.rows, mask_.data(), elements.columns,
+          elements.rows, GDT_Byte, 0, 0, nullptr) != CE_None ||
       failures.Any())
     throw Failure("cannot read the mask of " + Describe() + ": " + failures.First());
   for (std::size_t i = 0; i < mask_.size(); ++i)
-    if (mask_[i] == 0) std::fill_n(out + i * parts, parts, std::numeric_limits<float>::quiet_NaN());
+    if (mask_[i] == 0) BecomeNan(elements[i]);
 }
 
 std::unique_lock<std::mutex> RasterInput::TakeTurn() const {
@@ -259,27 +261,28 @@ std::unique_lock<std::mutex> RasterInput::TakeTurn() const {
   return byTurns_ ? std::unique_lock(turn) : std::unique_lock<std::mutex>();
 }
 
-void RasterInput::Unscale(int number, std::span<float> elements) const {
+void RasterInput::Unscale(int number, const Elements& elements) const {
   GDALRasterBand& band = *dataset_->GetRasterBand(number);
   const double scale = band.GetScale();
   const std::array<double, 2> offset = {band.GetOffset(), 0};  // of the real and imaginary part
   if (scale == 1 && offset[0] == 0) return;
-  const auto parts = static_cast<std::size_t>(Parts());
-  for (std::size_t i = 0; i < elements.size(); ++i)
-    elements[i] = static_cast<float>(elements[i] * scale + offset[i % parts]);
+  for (std::size_t i = 0; i < elements.Floats(); ++i)
+    elements.values[i] =
+        static_cast<float>(elements.values[i] * scale + offset[elements.parts == 2 ? i % 2 : 0]);
 }
 
-void RasterInput::Transfer(int band, const PixelWindow& window, int columns, int rows, void* out,
+// Reads a window as elements of a type, as many as `size` has.
+void RasterInput::Transfer(int band, const PixelWindow& window, const Elements& size, void* out,
                            GDALDataType type) {
   const GdalFailures failures;
   std::string reason;
   if (uncompressedRows_) {
-    reason = uncompressedRows_->Read(band, window.y, rows, out, type);
+    reason = uncompressedRows_->Read(band, window.y, size.rows, out, type);
   } else {
     const std::unique_lock turn = TakeTurn();
     const CPLErr result = Pixels().GetRasterBand(band)->RasterIO(
-        GF_Read, window.x, window.y, window.columns, window.rows, out, columns, rows, type, 0, 0,
-        nullptr);
+        GF_Read, window.x, window.y, window.columns, window.rows, out, size.columns, size.rows,
+        type, 0, 0, nullptr);
     if (result != CE_None || failures.Any()) reason = failures.First();
   }
   if (!reason.empty())
@@ -289,40 +292,37 @@ void RasterInput::Transfer(int band, const PixelWindow& window, int columns, int
 
 // GDAL would turn doubles beyond the largest float into infinities, even those that round to it.
 template <typename Exact>
-void RasterInput::ReadRounded(int band, const PixelWindow& window, int columns, int rows,
-                              float* out, GDALDataType type) {
-  exact_.resize(Floats(columns, rows) * sizeof(Exact));
-  Transfer(band, window, columns, rows, exact_.data(), type);
-  const std::span exact(reinterpret_cast<const Exact*>(exact_.data()), Floats(columns, rows));
-  std::ranges::transform(exact, out, [](Exact number) { return static_cast<float>(number); });
-  if (!lostDigits_.empty()) return;
-  const auto masked = masked_.find(band);
-  lostDigits_ =
-      FirstLoss(exact, out, masked != masked_.end() ? std::optional(masked->second) : std::nullopt);
+void RasterInput::ReadRounded(int band, const PixelWindow& window, const Elements& out,
+                              GDALDataType type) {
+  exact_.resize(out.Floats() * sizeof(Exact));
+  Transfer(band, window, out, exact_.data(), type);
+  const std::span exact(reinterpret_cast<const Exact*>(exact_.data()), out.Floats());
+  std::ranges::transform(exact, out.values,
+                         [](Exact number) { return static_cast<float>(number); });
+  if (lostDigits_.empty()) lostDigits_ = FirstLoss(exact, out.values, MaskedValue(band));
 }
 
 // Real and imaginary parts are resampled by themselves, because GDAL's methods do not all leave out
 // no data in complex rasters.
-void RasterInput::Resample(const PixelWindow& source, const PixelWindow& wanted, int rows,
-                           float* out) {
-  const auto parts = static_cast<std::size_t>(Parts());
+void RasterInput::Resample(const Elements& full, const PixelWindow& source,
+                           const PixelWindow& wanted, const Elements& out) {
   const int step = Parts() * static_cast<int>(sizeof(float));
   const GdalFailures failures;
   const GDALDatasetUniquePtr memory =
-      MemoryDataset(full_.data(), source.columns, source.rows, GDT_Float32, Parts());
+      MemoryDataset(full.values, full.columns, full.rows, GDT_Float32, Parts());
   GDALRasterIOExtraArg extra;
   INIT_RASTERIO_EXTRA_ARG(extra);
   extra.eResampleAlg = interpolation_->algorithm;
   const auto resample = [&](float* to) {
-    for (std::size_t part = 0; part < parts; ++part)
-      if (memory->GetBands()[part]->RasterIO(GF_Read, wanted.x - source.x, wanted.y - source.y,
-                                             wanted.columns, wanted.rows, to + part, grid_.columns,
-                                             rows, GDT_Float32, step, 0, &extra) != CE_None ||
+    for (GDALRasterBand* const part : memory->GetBands())
+      if (part->RasterIO(GF_Read, wanted.x - source.x, wanted.y - source.y, wanted.columns,
+                         wanted.rows, to++, out.columns, out.rows, GDT_Float32, step, 0,
+                         &extra) != CE_None ||
           failures.Any())
         throw Failure("cannot resample " + Describe() + ": " + failures.First());
   };
-  const bool missing = !rules_.keepNoData && SpreadNan(full_, parts);
-  resample(out);
+  const bool missing = !rules_.keepNoData && SpreadNan(full);
+  resample(out.values);
   if (!missing) return;
   // If any source pixel is no data, GDAL computes all pixels of the call in another way, with other
   // last bits. So a second call, with a no-data value, gives only the pixels that are NaN after the
@@ -330,13 +330,12 @@ void RasterInput::Resample(const PixelWindow& source, const PixelWindow& wanted,
   // multiplies no data by zero, so the value must be a finite number.
   constexpr float kMissing = std::numeric_limits<float>::lowest();
   std::ranges::replace_if(
-      full_, [](float value) { return std::isnan(value); }, kMissing);
-  for (GDALRasterBand* const band : memory->GetBands()) band->SetNoDataValue(kMissing);
-  std::vector<float> masked(Floats(grid_.columns, rows));
+      full.All(), [](float value) { return std::isnan(value); }, kMissing);
+  for (GDALRasterBand* const part : memory->GetBands()) part->SetNoDataValue(kMissing);
+  std::vector<float> masked(out.Floats());
   resample(masked.data());
-  MaskNoData(masked, false, kMissing);
   for (std::size_t i = 0; i < masked.size(); ++i)
-    if (std::isnan(out[i])) out[i] = masked[i];
+    if (std::isnan(out.values[i]) && masked[i] != kMissing) out.values[i] = masked[i];
 }
 
 std::vector<std::string> RasterInput::Losses() const {

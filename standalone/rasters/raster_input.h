@@ -5,14 +5,13 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <span>
 #include <string>
 #include <vector>
 
+#include "standalone/base/elements.h"
 #include "standalone/rasters/data_modes.h"
 #include "standalone/rasters/grid.h"
 #include "standalone/rasters/no_data.h"
@@ -97,21 +96,19 @@ class RasterInput {
   GDALDatasetUniquePtr Open(const char* overviewLevel) const;
   void OpenOverview();
   GDALDataset& Pixels() const { return *(resampled_ ? resampled_ : dataset_); }
-  std::size_t Floats(int columns, int rows) const {
-    return static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows) *
-           static_cast<std::size_t>(Parts());
-  }
   PixelWindow SourceOf(const PixelWindow& wanted) const;
-  void ReadElements(int band, const PixelWindow& window, int columns, int rows, float* out);
-  void ApplyMask(int band, const PixelWindow& window, int columns, int rows, float* out);
-  void Unscale(int number, std::span<float> elements) const;
-  void Transfer(int band, const PixelWindow& window, int columns, int rows, void* out,
+  Elements FullResolution(int columns, int rows);
+  std::optional<double> MaskedValue(int band) const;
+  void ReadElements(int band, const PixelWindow& window, const Elements& out);
+  void ApplyMask(int band, const PixelWindow& window, const Elements& elements);
+  void Unscale(int number, const Elements& elements) const;
+  void Transfer(int band, const PixelWindow& window, const Elements& size, void* out,
                 GDALDataType type);
   template <typename Exact>
-  void ReadRounded(int band, const PixelWindow& window, int columns, int rows, float* out,
-                   GDALDataType type);
-  void ReadNearest(int band, const PixelWindow& wanted, int rows, float* out);
-  void Resample(const PixelWindow& source, const PixelWindow& wanted, int rows, float* out);
+  void ReadRounded(int band, const PixelWindow& window, const Elements& out, GDALDataType type);
+  void ReadNearest(int band, const PixelWindow& wanted, const Elements& out);
+  void Resample(const Elements& full, const PixelWindow& source, const PixelWindow& wanted,
+                const Elements& out);
   void RefuseShortFile() const;
   std::unique_lock<std::mutex> TakeTurn() const;
 
@@ -127,7 +124,6 @@ class RasterInput {
   const ResamplingMethod* interpolation_ = nullptr;  // set when Resample makes the coarser pixels
   std::vector<int> bands_;
   ElementRules rules_;
-  std::map<int, double> masked_;  // the no-data values that are read as NaN, by band
   std::unique_ptr<UncompressedRows> uncompressedRows_;
   std::vector<float> full_;  // elements of full resolution
   std::vector<std::uint8_t> mask_;

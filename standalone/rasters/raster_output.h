@@ -12,15 +12,16 @@
 #include <string>
 #include <vector>
 
-#include "standalone/rasters/no_data.h"
 #include "standalone/rasters/output_format.h"
 #include "standalone/rasters/publication.h"
+#include "standalone/rasters/read_back.h"
+#include "standalone/rasters/stored_elements.h"
 #include "standalone/rasters/uncompressed_rows.h"
 
 namespace lumomixcalc::standalone {
 
 // The raster that a run is to write.
-struct OutputSpecification {
+struct OutputPlan {
   std::filesystem::path target;  // from ResolveOutput
   OutputFormat format;
   const DataMode* mode = nullptr;
@@ -34,20 +35,14 @@ struct OutputSpecification {
   std::function<void(GDALDataset&)> describe;  // writes the output's georeferencing and metadata
   // The file is on the disk before it gets its name. A plain sum takes 1.6 times as long with it.
   bool toDisk = false;
+
+  // Throws Failure: "cannot write TARGET: REASON".
+  [[noreturn]] void Fail(const std::string& reason) const;
 };
 
-// What the rows of a band amount to, from top to bottom, to compare them without keeping them.
-struct RowDigest {
-  std::size_t hash = 0;
-  std::uint64_t nans = 0;
-
-  void Add(const void* row, int columns, GDALDataType type);
-  bool operator==(const RowDigest&) const = default;
-};
-
-// If the format can only copy a whole raster, makes a small one like the output under the name of
-// a file. Throws Failure when the format refuses it, which it would otherwise do only at the end.
-void MakeTrialCopy(const OutputSpecification& specification, const std::string& file);
+// Makes a small raster like the output under the name of a file. Throws Failure when a format that
+// can only copy a whole raster refuses it, which it would otherwise do only at the end.
+void MakeTrial(const OutputPlan& plan, const std::string& file);
 
 // The output raster, written in strips of whole rows in a hidden folder next to its place. Unless
 // Publish succeeds, nothing of it is left and an existing file stays as it was.
@@ -56,7 +51,7 @@ class RasterOutput {
   // Creates the raster in the hidden folder and describes it. Also throws Failure for problems that
   // would otherwise appear only at the end: a format that cannot hold these bands, or existing
   // files in the places of the output's files.
-  explicit RasterOutput(const OutputSpecification& specification);
+  explicit RasterOutput(const OutputPlan& plan);
 
   // Declares the no-data value of all bands. From now on NaN is stored as this value. Returns false
   // when the format cannot declare it.
@@ -87,18 +82,16 @@ class RasterOutput {
   void Create(const OutputFormat& format, const std::vector<std::string>& options);
   void CheckPlaces();
   void LayOutRows();
-  void CopyToFormat(const std::stop_token& stop);
-  void Close();
+  void Complete(const std::stop_token& stop);
+  void Close(GDALDatasetUniquePtr dataset);
   void WriteToDisk();
   [[noreturn]] void FailToWrite(const std::string& reason);
 
-  OutputSpecification specification_;
+  OutputPlan plan_;
   Publication publication_;
   std::filesystem::path file_;      // the output file in the hidden folder
   std::filesystem::path workFile_;  // what is written first: file_, or a TIFF that is then copied
-  int blockColumns_ = 1;
   int blockRows_ = 1;
-  int blocksWritten_ = 0;  // rows of blocks that WriteCompleteBlocks has written
   std::optional<double> noData_;
   GDALDatasetUniquePtr dataset_;  // after publication_: closed before the folder is removed
   std::unique_ptr<UncompressedRows> uncompressedRows_;

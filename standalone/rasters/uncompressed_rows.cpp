@@ -1,12 +1,14 @@
 #include "standalone/rasters/uncompressed_rows.h"
 
+#include <cpl_error.h>
 #include <fcntl.h>
+#include <tiffio.h>
 
 #include <algorithm>
 #include <bit>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -29,102 +31,84 @@ std::int64_t TransferAll(GDALRWFlag flag, int file, void* buffer, std::int64_t c
   return done;
 }
 
-// The little-endian number in so many bytes at a place. 0 beyond the end of the file.
-std::int64_t NumberAt(int file, std::int64_t place, std::int64_t bytes) {
-  std::int64_t number = 0;
-  return TransferAll(GF_Read, file, &number, bytes, place) == bytes ? number : 0;
+// The value of a field of a TIFF, which may be a default. Zero or null when there is none.
+template <typename Value>
+Value Field(TIFF* tiff, ttag_t tag) {
+  Value value = {};
+  TIFFGetFieldDefaulted(tiff, tag, &value);
+  return value;
 }
 
-// Whether the numbers of a TIFF are little-endian with their bits in the usual order. GDAL does not
-// report a fill order that reverses the bits of each byte.
-bool HasPlainBytes(int tiff) {
-  constexpr std::int64_t kLittleEndian = 0x4949;
-  constexpr std::int64_t kBigTiff = 43;
-  constexpr std::int64_t kFillOrder = 266;
-  if (NumberAt(tiff, 0, 2) != kLittleEndian) return false;
-  const bool big = NumberAt(tiff, 2, 2) == kBigTiff;
-  const std::int64_t directory = big ? NumberAt(tiff, 8, 8) : NumberAt(tiff, 4, 4);
-  const std::int64_t entries = NumberAt(tiff, directory, 2);
-  for (std::int64_t i = 0; i < entries; ++i) {
-    const std::int64_t entry = directory + (big ? 8 + i * 20 : 2 + i * 12);
-    if (NumberAt(tiff, entry, 2) == kFillOrder)
-      return NumberAt(tiff, entry + (big ? 12 : 8), 2) == 1;
-  }
-  return true;
+// Whether the elements of a band of a TIFF are in strips of its own, as they are in memory.
+bool HasPlainStrips(TIFF* tiff) {
+  return !TIFFIsTiled(tiff) && !TIFFIsByteSwapped(tiff) &&
+         Field<std::uint16_t>(tiff, TIFFTAG_COMPRESSION) == COMPRESSION_NONE &&
+         Field<std::uint16_t>(tiff, TIFFTAG_FILLORDER) == FILLORDER_MSB2LSB &&
+         (Field<std::uint16_t>(tiff, TIFFTAG_SAMPLESPERPIXEL) == 1 ||
+          Field<std::uint16_t>(tiff, TIFFTAG_PLANARCONFIG) == PLANARCONFIG_SEPARATE);
 }
 
-const char* Structure(GDALMajorObject& object, const char* item) {
-  return object.GetMetadataItem(item, "IMAGE_STRUCTURE");
-}
-
-// A number that the TIFF driver reports for a strip. 0 when the strip is missing.
-std::int64_t StripItem(GDALRasterBand& band, const char* item, int strip) {
-  const char* const value = band.GetMetadataItem(CPLSPrintf("%s_0_%d", item, strip), "TIFF");
-  return value ? std::strtoll(value, nullptr, 10) : 0;
-}
-
-// Whether GDAL reports that all rows lie at equal distances in one file. It reports this only of
-// real data, and wrongly of half floats and of TIFFs with bands that have no strips: their distance
-// is counted from the file's beginning.
+// Whether GDAL reports that all rows of a raw file lie at equal distances and are as in memory. It
+// reports this only of real data.
 bool IsOnePiece(GDALDataset& dataset, GDALDataset::RawBinaryLayout& layout) {
-  return dataset.GetRawBinaryLayout(layout) && layout.bLittleEndianOrder &&
+  return dataset.GetRawBinaryLayout(layout) &&
+         layout.bLittleEndianOrder == (std::endian::native == std::endian::little) &&
          layout.nPixelOffset == GDALGetDataTypeSizeBytes(layout.eDataType) &&
-         layout.nLineOffset > 0 && (layout.nBandOffset > 0 || dataset.GetRasterCount() == 1) &&
-         !Structure(*dataset.GetRasterBand(1), "NBITS") &&
-         !(IsTiff(dataset) && layout.nImageOffset == 0);
+         layout.nLineOffset > 0 && (layout.nBandOffset > 0 || dataset.GetRasterCount() == 1);
 }
 
 }  // namespace
 
 bool IsTiff(GDALDataset& dataset) { return EQUAL(dataset.GetDriverName(), "GTiff"); }
 
-bool HasPlainRows(GDALDataset& dataset) {
-  if (!IsTiff(dataset) || Structure(dataset, "COMPRESSION")) return false;
-  const char* const interleave = Structure(dataset, "INTERLEAVE");
-  if (dataset.GetRasterCount() > 1 && !(interleave && EQUAL(interleave, "BAND"))) return false;
-  int width = 0;
-  int height = 0;
-  dataset.GetRasterBand(1)->GetBlockSize(&width, &height);
-  return width == dataset.GetRasterXSize();
-}
-
 std::unique_ptr<UncompressedRows> UncompressedRows::Open(GDALDataset& dataset,
                                                          const std::vector<int>& bands,
                                                          const PixelWindow& window) {
-  if constexpr (std::endian::native != std::endian::little) return nullptr;
   const bool isTiff = IsTiff(dataset);
   GDALDataset::RawBinaryLayout layout;
-  const bool isOnePiece = IsOnePiece(dataset, layout);
-  if (isTiff ? !HasPlainRows(dataset) : !isOnePiece) return nullptr;
-  const std::string name = isOnePiece ? layout.osRawFilename : dataset.GetDescription();
+  if (!isTiff && !IsOnePiece(dataset, layout)) return nullptr;
+  const std::string name = isTiff ? dataset.GetDescription() : layout.osRawFilename;
   const int access = dataset.GetAccess() == GA_Update ? O_RDWR : O_RDONLY;
   std::unique_ptr<UncompressedRows> rows(
       new UncompressedRows(open(name.c_str(), access | O_CLOEXEC), window));
-  if (rows->file_ < 0 || (isTiff && !HasPlainBytes(rows->file_))) return nullptr;
+  if (rows->file_ < 0) return nullptr;
+  if (isTiff) return rows->FindStrips(dataset, bands) ? std::move(rows) : nullptr;
   const auto image = static_cast<std::int64_t>(layout.nImageOffset);
   for (const int band : bands)
-    if (isOnePiece)
-      rows->bands_[band] = {layout.eDataType,
-                            dataset.GetRasterYSize(),
-                            layout.nLineOffset,
-                            {image + (band - 1) * layout.nBandOffset}};
-    else if (!FindStrips(*dataset.GetRasterBand(band), rows->bands_[band]))
-      return nullptr;
+    rows->bands_[band] = {layout.eDataType,
+                          dataset.GetRasterYSize(),
+                          layout.nLineOffset,
+                          {image + (band - 1) * layout.nBandOffset}};
   return rows;
 }
 
-bool UncompressedRows::FindStrips(GDALRasterBand& band, Band& found) {
-  found.type = band.GetRasterDataType();
-  int width = 0;
-  band.GetBlockSize(&width, &found.stripRows);
-  found.rowStep = std::int64_t{width} * GDALGetDataTypeSizeBytes(found.type);
-  const int rows = band.GetYSize();
-  for (int row = 0, strip = 0; row < rows; row += std::min(found.stripRows, rows - row), ++strip) {
-    const std::int64_t place = StripItem(band, "BLOCK_OFFSET", strip);
-    const std::int64_t bytes = StripItem(band, "BLOCK_SIZE", strip);
-    // A strip with fewer bytes has packed elements, such as half floats or twelve bits.
-    if (place == 0 || bytes < std::min(found.stripRows, rows - row) * found.rowStep) return false;
-    found.stripPlaces.push_back(place);
+// The TIFF library is asked, because GDAL does not report a fill order that reverses bits.
+bool UncompressedRows::FindStrips(GDALDataset& dataset, const std::vector<int>& bands) {
+  const CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);  // GDAL has reported the same
+  const std::unique_ptr<TIFF, decltype(&TIFFCleanup)> tiff(
+      TIFFFdOpen(file_, dataset.GetDescription(), "rm"), TIFFCleanup);
+  if (!tiff || !HasPlainStrips(tiff.get())) return false;
+  const auto* const places = Field<std::uint64_t*>(tiff.get(), TIFFTAG_STRIPOFFSETS);
+  const auto* const sizes = Field<std::uint64_t*>(tiff.get(), TIFFTAG_STRIPBYTECOUNTS);
+  const int rows = dataset.GetRasterYSize();
+  const auto stripRows = static_cast<int>(std::min<std::uint32_t>(
+      Field<std::uint32_t>(tiff.get(), TIFFTAG_ROWSPERSTRIP), static_cast<std::uint32_t>(rows)));
+  if (!places || !sizes || stripRows == 0) return false;
+  const int strips = (rows - 1) / stripRows + 1;
+  if (std::int64_t{strips} * dataset.GetRasterCount() != TIFFNumberOfStrips(tiff.get()))
+    return false;
+  for (const int band : bands) {
+    const GDALDataType type = dataset.GetRasterBand(band)->GetRasterDataType();
+    const std::int64_t rowStep =
+        std::int64_t{dataset.GetRasterXSize()} * GDALGetDataTypeSizeBytes(type);
+    Band& found = bands_[band] = {type, stripRows, rowStep, {}};
+    for (int i = 0; i < strips; ++i) {
+      const std::ptrdiff_t strip = std::ptrdiff_t{band - 1} * strips + i;
+      const std::int64_t bytes = std::min(stripRows, rows - i * stripRows) * rowStep;
+      // A strip with fewer bytes has packed elements, such as half floats or twelve bits.
+      if (places[strip] == 0 || static_cast<std::int64_t>(sizes[strip]) < bytes) return false;
+      found.stripPlaces.push_back(static_cast<std::int64_t>(places[strip]));
+    }
   }
   return true;
 }

@@ -16,10 +16,6 @@ namespace lumomixcalc::standalone {
 
 bool IsTiff(GDALDataset& dataset);
 
-// Whether GDAL reports the raster as a TIFF of uncompressed strips in which each row of a band is
-// in one piece.
-bool HasPlainRows(GDALDataset& dataset);
-
 // Reads or writes a window of some bands of a raster whose file holds each row of a band in one
 // piece, as it is in memory: uncompressed TIFFs in strips and raw files. Rows that follow each
 // other in the file are transferred by one call, without a buffer in between. GDAL would copy them
@@ -57,7 +53,7 @@ class UncompressedRows {
   };
 
   UncompressedRows(int file, const PixelWindow& window) : file_(file), window_(window) {}
-  static bool FindStrips(GDALRasterBand& band, Band& found);
+  bool FindStrips(GDALDataset& dataset, const std::vector<int>& bands);
   std::string TransferRows(GDALRWFlag flag, const Band& band, int firstRow, int rows,
                            void* buffer) const;
 

@@ -17,6 +17,7 @@
 #include "standalone/base/numbers.h"
 #include "standalone/rasters/gdal_library.h"
 #include "standalone/rasters/raster_output.h"
+#include "standalone/rasters/stored_elements.h"
 #include "standalone/runs/description.h"
 #include "standalone/runs/parts.h"
 #include "standalone/runs/statistics.h"
@@ -80,7 +81,7 @@ class BatchRun {
     if (!job.statisticsFile.empty())
       reportFile_.emplace(job.statisticsFile, job.overwrite, run_.files, target);
     const auto describe = [this](GDALDataset& output) { Describe(Plan(), run_.inputs, output); };
-    output_ = OutputSpecification({target, plan.format, plan.mode, job.creationOptions,
+    output_ = OutputPlan({target, plan.format, plan.mode, job.creationOptions,
                                    plan.grid.columns, plan.grid.rows,
                                    static_cast<int>(plan.bands.size()), job.overwrite, run_.files,
                                    FollowLinks(job.statisticsFile), describe, part_.has_value()});
@@ -90,7 +91,7 @@ class BatchRun {
 
   // Has a format that can only copy a whole raster copy a small one, in memory.
   void TryFormat() const {
-    MakeTrialCopy(output_, "/vsimem/lumomixcalc/" + output_.target.filename().string());
+    MakeTrial(output_, "/vsimem/lumomixcalc/" + output_.target.filename().string());
     VSIRmdirRecursive("/vsimem/lumomixcalc");
   }
 
@@ -143,7 +144,7 @@ class BatchRun {
   std::optional<Part> part_;
   std::optional<RunReport> done_;  // of the part if it exists
   std::optional<ReportFile> reportFile_;
-  OutputSpecification output_;
+  OutputPlan output_;
 };
 
 // Calls act. Exceptions that do not name the output become failures that do.

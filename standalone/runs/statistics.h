@@ -10,7 +10,7 @@
 
 #include "host/ip.h"
 #include "standalone/rasters/data_modes.h"
-#include "standalone/rasters/no_data.h"
+#include "standalone/rasters/stored_elements.h"
 
 namespace lumomixcalc::standalone {
 

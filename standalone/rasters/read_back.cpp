@@ -1,0 +1,139 @@
+#include "standalone/rasters/read_back.h"
+
+#include <cpl_string.h>
+
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <functional>
+#include <optional>
+#include <string_view>
+
+#include "standalone/base/messages.h"
+#include "standalone/base/numbers.h"
+#include "standalone/rasters/gdal_library.h"
+#include "standalone/rasters/grid.h"
+#include "standalone/rasters/no_data.h"
+#include "standalone/rasters/raster_output.h"
+
+namespace lumomixcalc::standalone {
+namespace {
+
+constexpr const char* kNanIsNumber =
+    "NaN reads back as a number; choose a no-data value by -a_nodata=";
+
+using Row = std::vector<double>;  // room for (real, imaginary) pairs
+
+bool ReadRow(GDALRasterBand& band, int row, Row& elements, GDALDataType type) {
+  const int columns = band.GetXSize();
+  elements.resize(2 * static_cast<std::size_t>(columns));
+  return band.RasterIO(GF_Read, 0, row, columns, 1, elements.data(), columns, 1, type, 0, 0,
+                       nullptr) == CE_None;
+}
+
+void CountChanges(const Row& original, const Row& copy, const std::optional<double>& noData,
+                  const OutputPlan& plan, Changes& changes) {
+  for (std::size_t i = 0; i < copy.size(); ++i) {
+    const bool isNan = std::isnan(original[i]);
+    if (original[i] == copy[i] || (isNan && (std::isnan(copy[i]) || copy[i] == noData))) continue;
+    // The driver of XYZ files reads elements that are not in the file as its no-data value.
+    if (i % 2 == 0 && copy[i] == noData && plan.format.Name() == "XYZ")
+      plan.Fail("elements are missing when it is read back; the disk may be full");
+    if (isNan) plan.Fail(kNanIsNumber);
+    if (changes.count++ > 0) continue;
+    changes.from = original[i];
+    changes.to = copy[i];
+  }
+}
+
+// A file that was cut short by a full disk can be opened, but its last elements cannot be read.
+Changes CompareElements(GDALDataset& written, const OutputPlan& plan, GDALDataset* original,
+                        const std::vector<RowDigest>& digests) {
+  const GdalFailures failures;
+  const GDALDataType type = original ? GDT_CFloat64 : plan.mode->type;
+  Changes changes;
+  std::vector<RowDigest> found(digests.size());
+  Row copy;
+  Row source;
+  for (int row = original || !digests.empty() ? 0 : plan.rows - 1; row < plan.rows; ++row)
+    for (int number = 1; number <= plan.bands; ++number) {
+      GDALRasterBand& band = *written.GetRasterBand(number);
+      if (!ReadRow(band, row, copy, type) ||
+          (original && !ReadRow(*original->GetRasterBand(number), row, source, type)) ||
+          failures.Any())
+        plan.Fail("its elements cannot be read back: " + failures.First());
+      if (original) CountChanges(source, copy, DeclaredNoData(band), plan, changes);
+      if (!found.empty())
+        found[static_cast<std::size_t>(number) - 1].Add(copy.data(), plan.columns, type);
+    }
+  changes.any = changes.count > 0 || found != digests;
+  for (std::size_t i = 0; i < found.size(); ++i)
+    if (found[i].nans < digests[i].nans) plan.Fail(kNanIsNumber);
+  return changes;
+}
+
+}  // namespace
+
+Declarations DeclarationsOf(GDALDataset& raster) {
+  Declarations all;
+  if (const std::optional<Geotransform> transform = GeotransformOf(raster))
+    for (const double coefficient : *transform)  // a zero may be negative
+      all["geotransform"] += CPLSPrintf("%.9g ", coefficient + 0.0);
+  if (raster.GetSpatialRef()) all["coordinate reference system"];
+  if (raster.GetGCPCount() > 0) all["ground control points"] = std::to_string(raster.GetGCPCount());
+  if (raster.GetMetadata("RPC")) all["rational polynomial coefficients"];
+  const CPLStringList items(raster.GetMetadata(), FALSE);
+  for (int i = 0; i < items.Count(); ++i)  // netCDF puts another name before it
+    if (std::strstr(items[i], "LUMOMIXCALC_COMMAND=")) all["metadata"];
+  for (GDALRasterBand* const band : raster.GetBands())
+    if (const std::optional<double> value = DeclaredNoData(*band))
+      all["no-data value"] += ShortestText(*value) + " ";
+  return all;
+}
+
+void RowDigest::Add(const void* row, int columns, GDALDataType type) {
+  const auto parts = static_cast<std::size_t>(columns) * (GDALDataTypeIsComplex(type) ? 2 : 1);
+  const auto countNans = [&](const auto* values) {
+    for (std::size_t i = 0; i < parts; ++i) nans += std::isnan(values[i]) ? 1 : 0;
+  };
+  if (type == GDT_Float64)
+    countNans(static_cast<const double*>(row));
+  else if (GDALDataTypeIsFloating(type))
+    countNans(static_cast<const float*>(row));
+  const std::string_view bytes(
+      static_cast<const char*>(row),
+      static_cast<std::size_t>(columns) * static_cast<std::size_t>(GDALGetDataTypeSizeBytes(type)));
+  hash = 31 * hash + std::hash<std::string_view>()(bytes);
+}
+
+Changes ReadBack(const std::filesystem::path& file, const OutputPlan& plan,
+                 const Declarations& declared, GDALDataset* original,
+                 const std::vector<RowDigest>& digests) {
+  const GdalFailures failures;
+  // Only with its own driver, unless another driver reads the files that this one writes.
+  const std::array<const char*, 2> own = {plan.format.driver->GetDescription(), nullptr};
+  const bool opens = plan.format.driver->GetMetadataItem(GDAL_DCAP_OPEN) != nullptr;
+  const GDALDatasetUniquePtr written(
+      GDALDataset::Open(file.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR,
+                        opens ? own.data() : nullptr));
+  if (!written) plan.Fail("it does not open again: " + failures.First());
+  // A container with one raster per band has subdatasets. It is enough that it opens.
+  if (written->GetRasterCount() == 0 && written->GetMetadata("SUBDATASETS")) return {};
+  if (written->GetRasterXSize() != plan.columns || written->GetRasterYSize() != plan.rows ||
+      written->GetRasterCount() != plan.bands)
+    plan.Fail("it reads back with another size");
+  // A text reads back as the type that its numbers need. Then its elements are compared.
+  const GDALDataType type = written->GetRasterBand(1)->GetRasterDataType();
+  if (!original && GDALDataTypeUnion(type, plan.mode->type) != type)
+    plan.Fail(std::string("it reads back as ") + GDALGetDataTypeName(type));
+  const Changes changes = CompareElements(*written, plan, original, digests);
+  const Declarations held = DeclarationsOf(*written);
+  std::vector<std::string> lost;
+  for (const auto& [what, text] : declared)
+    if (!held.contains(what) || held.at(what) != text) lost.push_back(what);
+  if (!lost.empty())
+    Warn(plan.target.string() + " does not hold what was declared: " + Joined(lost));
+  return changes;
+}
+
+}  // namespace lumomixcalc::standalone
