@@ -53,7 +53,7 @@ Job ReadCommand(const std::string& command, HostState& host) {
     std::vector<std::string> arguments = {"-a=1", "-b=1", "-operator=a1+b2"};
     std::ranges::copy(options.applicationArguments, std::back_inserter(arguments));
     host.desisted = false;
-    ReadApplicationOptions(arguments, host, {{"a1+b2", ""}});
+    ReadApplicationOptions(arguments, host, {});
     PlaceFiles(options, host.registration);
     return options.job;
   } catch (const WrongCommandLine&) {
@@ -65,12 +65,9 @@ Job ReadCommand(const std::string& command, HostState& host) {
 std::string PanelCommand(Job job, HostState& host) {
   const std::map<int, std::string> files = std::exchange(job.files, {});
   std::string command = ReproducingCommand(job, host.registration, EchoOptions(host)) + " -panel";
-  std::vector<DeclaredStream> streams = host.registration.inputs;
-  streams.push_back(host.registration.output);
-  for (const DeclaredStream& stream : streams)
+  for (const DeclaredStream& stream : AllStreams(host.registration))
     if (const auto file = files.find(stream.number); file != files.end())
-      command.append(" ").append(
-          ShellWord(std::string("-").append(stream.OptionName()).append("=") + file->second));
+      command.append(" ").append(ShellWord(stream.OptionName() + "=" + file->second));
   return command;
 }
 
