@@ -28,7 +28,7 @@ source "$root/packaging/lumomixcalc.bash"
 # What bash shows for the beginning of a word.
 compopt() { :; }
 for completed in -operator=a1_:a1_conj_b2 -mode=cf:cfloat32 -overw:-overwrite -nodata=:keep \
-  -a:'-a_nodata= -a=' "-stats=$work/hel:$work/help" "$work/usa:$work/usage"; do
+  -a:'-a_nodata= -a=' "-stats=$work/syn:$work/synopsis" "$work/usa:$work/usage"; do
   COMP_WORDS=("$1") COMP_LINE="lumomixcalc ${completed%:*}"
   COMP_POINT=${#COMP_LINE}
   _lumomixcalc || true
