@@ -17,9 +17,9 @@
 #include <utility>
 #include <vector>
 
-#include "bench/plain_kernels.h"
 #include "kernels/proc_as_complex.h"
 #include "kernels/proc_as_real.h"
+#include "tests/kernels/reference.h"
 
 namespace lumomixcalc {
 namespace {
@@ -32,49 +32,57 @@ struct BenchCase {
   KernelFn bare;
 };
 
-template <class Op>
-struct BareReal {
-  LUMOMIXCALC_PER_PROCESSOR static void Apply(float* out, float*, const float* in1,
+// The kernels one element after the other, on buffers that are all real or all complex. They count
+// by the rule of the tests, with the record in registers: in memory, every element would wait for
+// the store of the previous one.
+template <class Op, bool kCounts>
+struct PlainReal {
+  LUMOMIXCALC_PER_PROCESSOR static void Apply(float* out, float* record, const float* in1,
                                               const float* in2, std::int32_t n,
                                               const ProcParams& params) {
     const double A = params.A.real();
     const double B = params.B.real();
+    OutputStats stats = {record[0], record[1], record[2]};
     for (std::int32_t i = 0; i < n; ++i) {
-      out[i] = static_cast<float>(Op::Apply(in1[i], in2[i], A, B));
+      const double v = Op::Apply(in1[i], in2[i], A, B);
+      out[i] = static_cast<float>(v);
+      if (kCounts) ReferenceCount(v, stats);
     }
+    std::memcpy(record, &stats, sizeof stats);
   }
 };
 
-template <class Op>
-struct BareComplex {
-  LUMOMIXCALC_PER_PROCESSOR static void Apply(float* out, float*, const float* in1,
+template <class Op, bool kCounts>
+struct PlainComplex {
+  LUMOMIXCALC_PER_PROCESSOR static void Apply(float* out, float* record, const float* in1,
                                               const float* in2, std::int32_t n,
                                               const ProcParams& params) {
     const Complex A(params.A);
     const Complex B(params.B);
+    OutputStats stats = {record[0], record[1], record[2]};
     for (std::ptrdiff_t i = 0; i < n; ++i) {
       const Complex w =
           Op::Apply(Complex(in1[2 * i], in1[2 * i + 1]), Complex(in2[2 * i], in2[2 * i + 1]), A, B);
       out[2 * i] = static_cast<float>(w.re);
       out[2 * i + 1] = static_cast<float>(w.im);
+      if (kCounts) ReferenceCount(w.re, stats);
     }
+    std::memcpy(record, &stats, sizeof stats);
   }
 };
 
 template <template <class> class Op>
 BenchCase Real(const std::string& name) {
   using O = Op<float>;
-  using P = UnaryNoOp<float>;
-  return {"Real_" + name, false, ProcAsReal<O, P>::Apply, PlainAsReal<O, P>::Apply,
-          BareReal<O>::Apply};
+  return {"Real_" + name, false, ProcAsReal<O, UnaryNoOp<float>>::Apply, PlainReal<O, true>::Apply,
+          PlainReal<O, false>::Apply};
 }
 
 template <template <class> class Op>
 BenchCase ComplexCase(const std::string& name) {
   using O = Op<std::complex<float>>;
-  using P = UnaryNoOp<float>;
-  return {"Complex_" + name, true, ProcAsComplex<O, P>::Apply, PlainAsComplex<O, P>::Apply,
-          BareComplex<O>::Apply};
+  return {"Complex_" + name, true, ProcAsComplex<O, UnaryNoOp<float>>::Apply,
+          PlainComplex<O, true>::Apply, PlainComplex<O, false>::Apply};
 }
 
 std::vector<BenchCase> Cases() {

@@ -1,38 +1,24 @@
-# Completion of lumomixcalc's command line for bash. Options, operators and modes come from the
-# program's own help, so that they cannot differ from it.
-
-_lumomixcalc_words() {
-  case $1 in
-    -operator=*) grep -oE -- '-operator=[a-z0-9][^ ]*' ;;
-    -mode=*) sed -n '/-mode=MODE/{n;s/[ ;]//g;s/,/\n/g;p}' | sed 's/^/-mode=/' ;;
-    -resampling=*) printf -- '-resampling=%s\n' nearest average bilinear cubic overview ;;
-    -nodata=*) echo -nodata=keep ;;
-    *) grep -oE -- '[[ ](-[a-z]+[0-9]*=?|--[a-z]+)' | tr -d '[ ' ;;
-  esac
-}
+# Completion of lumomixcalc's command line for bash. The program itself names its options and their
+# known values.
 
 _lumomixcalc() {
   # The word as it was typed: bash has split it at "=" and ":".
-  local line=${COMP_LINE:0:COMP_POINT}
+  local line=${COMP_LINE:0:COMP_POINT} words=
   local word=${line##*[[:space:]]}
-  case $word in
-    -file[12]=* | -save=* | -stats=* | -join=*)
-      compopt -o filenames
-      mapfile -t COMPREPLY < <(compgen -f -- "${word#*=}")
-      ;;
-    -*)
-      local words
-      words=$("${COMP_WORDS[0]}" -help 2>/dev/null | _lumomixcalc_words "$word" | sort -u)
-      mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word")
-      [[ ${COMPREPLY[0]-} == *= ]] && compopt -o nospace
-      # bash replaces only what stands after the last "=".
-      [[ $word == *=* ]] && COMPREPLY=("${COMPREPLY[@]#*=}")
-      ;;
-    *)
-      compopt -o filenames
-      mapfile -t COMPREPLY < <(compgen -f -- "$word")
-      ;;
-  esac
+  [[ $word != -* ]] || words=$("${COMP_WORDS[0]}" -completions 2>/dev/null)
+  if [[ $word != -* || ($word == *=* && $words == *"${word%%=*}=@"*) ]]; then
+    compopt -o filenames
+    mapfile -t COMPREPLY < <(compgen -f -- "${word#-*=}")
+    return
+  fi
+  # Names first, and the values of an option behind its "=".
+  local kind='[^=]*=?'
+  [[ $word != *=* ]] || kind='[^=]*=.+'
+  words=$(grep -Ex -- "$kind" <<<"$words")
+  mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word")
+  [[ ${COMPREPLY[0]-} != *= ]] || compopt -o nospace
+  # bash replaces only what stands after the last "=".
+  [[ $word != *=* ]] || COMPREPLY=("${COMPREPLY[@]#*=}")
 }
 
 complete -F _lumomixcalc lumomixcalc

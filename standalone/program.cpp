@@ -93,13 +93,16 @@ SignalWatch& TheSignalWatch() {
 void Run(const std::vector<std::string>& arguments, const Action& act) {
   HostState& host = TheHostState();
   IPAppSpecifics();
-  std::vector<OperatorName> operators;
-  for (const Operator& one : kOperators) operators.push_back({one.commandName, one.label});
+  std::vector<ApplicationChoice> choices;
+  for (const Operator& one : kOperators)
+    choices.push_back({std::string("-operator=") + one.commandName, one.label});
   Options options = ReadOptions(arguments, host.registration);
-  if (options.action == Options::Action::kHelp) return PrintUsage(host.registration, operators);
-  if (options.action == Options::Action::kVersion) return PrintVersion();
-  if (options.action != Options::Action::kJoin) {
-    ReadApplicationOptions(options.applicationArguments, host, operators);
+  using enum Options::Action;
+  if (options.action == kHelp) return PrintUsage(host.registration, choices);
+  if (options.action == kVersion) return PrintVersion();
+  if (options.action == kCompletions) return PrintCompletions(host.registration, choices);
+  if (options.action != kJoin) {
+    ReadApplicationOptions(options.applicationArguments, host, choices);
     PlaceFiles(options, host.registration);
   }
   act(options, host, TheSignalWatch().Token());

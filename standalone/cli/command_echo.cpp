@@ -4,13 +4,14 @@
 #include <wordexp.h>
 
 #include <algorithm>
-#include <cstddef>
 #include <filesystem>
+#include <iterator>
 #include <map>
 #include <utility>
 
 #include "standalone/base/messages.h"
 #include "standalone/base/numbers.h"
+#include "standalone/cli/option_table.h"
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -31,7 +32,7 @@ std::string RealOption(const std::string& name, const std::vector<float>& values
 // The file alone, or "-label=file" when it has no position or could be taken for an option.
 std::string FileArgument(const DeclaredStream& stream, const std::string& file, bool positional) {
   if (positional && !file.starts_with('-')) return file;
-  return std::string("-").append(stream.OptionName()) + "=" + file;
+  return stream.OptionName() + "=" + file;
 }
 
 // Restores the digits of an echoed option that "%g" dropped. When option is "-NAME=" followed by
@@ -107,21 +108,12 @@ std::vector<std::string> ArgumentsOf(const std::string& command) {
   return words;
 }
 
-std::vector<std::string> SelectionArguments(const Selection& selection,
-                                            const std::vector<int>& bands) {
+std::vector<std::string> HostArguments(const Job& job) {
   std::vector<std::string> arguments;
-  if (selection.region) arguments.push_back("-region=" + ToText(*selection.region));
-  if (selection.window) arguments.push_back("-window=" + ToText(*selection.window));
-  if (selection.resolution != 1) {
-    arguments.push_back("-resolution=" + std::to_string(selection.resolution));
-    const auto method = static_cast<std::size_t>(selection.resampling);
-    arguments.push_back(std::string("-resampling=") + kResamplingMethods[method].name);
-  }
-  if (selection.looks.x != 1 || selection.looks.y != 1)
-    arguments.push_back("-looks=" + ToText(selection.looks));
-  std::vector<std::string> numbers;
-  for (const int band : bands) numbers.push_back(std::to_string(band));
-  if (!bands.empty()) arguments.push_back("-bands=" + Joined(numbers, ","));
+  for (const HostOption& option : HostOptions())
+    if (option.field.echo)
+      for (const std::string& text : option.field.echo(job))
+        arguments.push_back(std::string(option.name).append(text.empty() ? "" : "=").append(text));
   return arguments;
 }
 
@@ -137,17 +129,7 @@ std::string ReproducingCommand(const Job& job, const Registration& registration,
       words.push_back(FileArgument(input, file->second, positional));
   }
   if (!job.output.empty()) words.push_back(FileArgument(registration.output, job.output, true));
-  if (job.mode) words.push_back(std::string("-mode=") + job.mode->name);
-  if (!job.format.empty()) words.push_back("-format=" + job.format);
-  for (const std::string& option : job.creationOptions) words.push_back("-co=" + option);
-  for (const std::string& argument : SelectionArguments(job.selection, job.bands))
-    words.push_back(argument);
-  for (const std::string& option : job.openOptions) words.push_back("-oo=" + option);
-  if (job.elements.keepNoData) words.emplace_back("-nodata=keep");
-  if (job.elements.noData) words.push_back("-nodata=" + ShortestText(*job.elements.noData));
-  if (job.outputNoData) words.push_back("-a_nodata=" + ShortestText(*job.outputNoData));
-  if (job.elements.unscale) words.emplace_back("-unscale");
-
+  std::ranges::copy(HostArguments(job), std::back_inserter(words));
   for (std::string& word : words) word = ShellWord(word);
   words.insert(words.end(), echoedOptions.begin(), echoedOptions.end());
   return Joined(words, " ");

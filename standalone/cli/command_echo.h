@@ -20,9 +20,8 @@ std::string ShellWord(const std::string& word);
 // the text is not such a command.
 std::vector<std::string> ArgumentsOf(const std::string& command);
 
-// The command-line options, "-name=value", for this selection and these bands.
-std::vector<std::string> SelectionArguments(const Selection& selection,
-                                            const std::vector<int>& bands);
+// The host's options, "-name=value", that a command for this job needs.
+std::vector<std::string> HostArguments(const Job& job);
 
 // The command that repeats a run, for a POSIX shell: the program, the files, the host's options
 // that affect the result, and the options that the application echoed, which are quoted already.

@@ -1,278 +1,69 @@
 #include "standalone/cli/options.h"
 
-#include <cpl_conv.h>
 #include <cpl_string.h>
 
 #include <algorithm>
-#include <array>
-#include <cmath>
 #include <cstddef>
-#include <optional>
-#include <span>
-#include <string_view>
+#include <utility>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/numbers.h"
+#include "standalone/cli/option_table.h"
 
 namespace lumomixcalc::standalone {
 namespace {
 
-// The four numbers of "a:b:c:d". Empty when the text is anything else.
-template <typename Number>
-std::vector<Number> FourOf(const std::string& text,
-                           std::optional<Number> (*parse)(std::string_view)) {
-  const std::vector<std::string> parts = Split(text, ':');
-  std::vector<Number> numbers;
-  for (const std::string& part : parts)
-    if (const std::optional<Number> number = parse(part)) numbers.push_back(*number);
-  if (parts.size() != 4 || numbers.size() != 4) numbers.clear();
-  return numbers;
-}
-
-void SetRegion(Options& options, const std::string& text) {
-  const std::vector<int> n = FourOf<int>(text, ParseInt);
-  if (n.empty() || n[2] < 1 || n[3] < 1)
-    throw WrongCommandLine("-region=" + text + ": write x:y:width:height in whole pixels, such " +
-                           "as -region=0:0:512:512");
-  options.job.selection.region = {n[0], n[1], n[2], n[3]};
-}
-
-void SetWindow(Options& options, const std::string& text) {
-  const std::vector<double> n = FourOf<double>(text, ParseDouble);
-  const auto isFinite = [](double number) { return std::isfinite(number); };
-  if (n.empty() || !std::ranges::all_of(n, isFinite) || n[0] >= n[2] || n[1] >= n[3])
-    throw WrongCommandLine("-window=" + text + ": write xmin:ymin:xmax:ymax in the units of the " +
-                           "first input's georeferencing, the minima below the maxima");
-  options.job.selection.window = {n[0], n[1], n[2], n[3]};
-}
-
-void SetResolution(Options& options, const std::string& text) {
-  options.job.selection.resolution = ParseInt(text).value_or(0);
-  if (options.job.selection.resolution < 1)
-    throw WrongCommandLine("-resolution=" + text +
-                           ": write a whole number N from 1, for 1/N of the size");
-}
-
-void SetResampling(Options& options, const std::string& text) {
-  std::vector<std::string> names;
-  for (const ResamplingMethod& method : kResamplingMethods) names.emplace_back(method.name);
-  const auto found = std::ranges::find(names, text);
-  if (found == names.end())
-    throw WrongCommandLine("-resampling=" + text + ": unknown resampling; known are " +
-                           Joined(names) + Suggestion(text, names));
-  options.job.selection.resampling = static_cast<Resampling>(found - names.begin());
-}
-
-void SetLooks(Options& options, const std::string& text) {
-  const std::vector<std::string> parts = Split(text, ':');
-  const std::optional<int> x = ParseInt(parts.front());
-  const std::optional<int> y = ParseInt(parts.back());
-  if (parts.size() > 2 || !x || !y || *x < 1 || *y < 1)
-    throw WrongCommandLine("-looks=" + text + ": write NX:NY, whole numbers from 1, such as " +
-                           "-looks=4:1, or one number for both");
-  options.job.selection.looks = {*x, *y};
-}
-
-// "1,3-5": band numbers and ranges of them.
-void SetBands(Options& options, const std::string& text) {
-  // No GDAL raster has more. A larger range is a typing error and would only fill the memory.
-  constexpr int kMostBands = 65536;
-  std::vector<int>& bands = options.job.bands;
-  bands.clear();
-  for (const std::string& range : Split(text, ',')) {
-    const std::vector<std::string> ends = Split(range, '-');
-    const std::optional<int> first = ParseInt(ends.front());
-    const std::optional<int> last = ParseInt(ends.back());
-    if (ends.size() > 2 || !first || !last || *first < 1 || *last < *first || *last > kMostBands ||
-        static_cast<int>(bands.size()) + *last - *first >= kMostBands)
-      throw WrongCommandLine("-bands=" + text + ": write band numbers from 1 and ranges of them, " +
-                             "such as -bands=1,3-5");
-    for (int band = *first; band <= *last; ++band) bands.push_back(band);
+// Takes the option that rest begins with. Returns the number of arguments taken, which is 0 when
+// it is not an option of the host.
+std::size_t TakeHostOption(Values rest, Options& options) {
+  const std::string& argument = rest[0];
+  const std::string name = NameOf(argument);
+  const bool hasValue = name != argument;
+  const HostOption* const option = FindHostOption(name);
+  if (!option || (hasValue && (option->values == 0 || option->name.empty()))) return 0;
+  const auto read = [&](const std::string& text) {
+    if ((option->values == 0 || !text.empty()) && option->field.read(options, text)) return;
+    throw WrongCommandLine(name + "=" + text + ": write " + option->Synopsis() + option->expected +
+                           (option->IsChoice() ? ", one of " + Joined(option->choices()) +
+                                                     Suggestion(text, option->choices())
+                                               : ""));
+  };
+  if (hasValue || name != option->gdalName) {
+    const std::string text = hasValue ? argument.substr(name.size() + 1) : "";
+    if (name != option->name && option->values == 1)
+      throw WrongCommandLine(argument + ": write " + name + " " + text + " or " +
+                             std::string(option->name) + "=" + text);
+    read(text);
+    return 1;
   }
+  if (rest.size() <= option->values)
+    throw WrongCommandLine(name + ": " + CountText(option->values, "value") + " must follow it");
+  std::vector<std::string> values(rest.begin() + 1,
+                                  rest.begin() + 1 + static_cast<int>(option->values));
+  // These are the upper left and the lower right corner.
+  if (name == "-projwin") std::swap(values[1], values[3]);
+  read(Joined(values, ":"));
+  return 1 + option->values;
 }
 
-void SetMode(Options& options, const std::string& name) {
-  options.job.mode = FindDataMode(name);
-  // NumPy's names.
-  if (EQUAL(name.c_str(), "uint8")) options.job.mode = FindDataMode("byte");
-  if (EQUAL(name.c_str(), "complex64")) options.job.mode = FindDataMode("cfloat32");
-  if (options.job.mode) return;
-  const std::vector<std::string> known = DataModeNames();
-  throw WrongCommandLine("-mode=" + name + ": unknown data mode; known are " + Joined(known) +
-                         Suggestion(name, known));
-}
-
-void AddCreationOption(Options& options, const std::string& option) {
-  if (option.find('=') == std::string::npos || option.starts_with('='))
-    throw WrongCommandLine("-co=" + option + ": a creation option has the form NAME=VALUE");
-  options.job.creationOptions.push_back(option);
-}
-
-void AddOpenOption(Options& options, const std::string& option) {
-  if (option.find('=') == std::string::npos || option.starts_with('='))
-    throw WrongCommandLine("-oo=" + option + ": an option for opening has the form NAME=VALUE");
-  options.job.openOptions.push_back(option);
-}
-
-void SetNoData(Options& options, const std::string& text) {
-  options.job.elements.keepNoData = text == "keep";
-  options.job.elements.noData = ParseDouble(text);
-  if (!options.job.elements.keepNoData && !options.job.elements.noData)
-    throw WrongCommandLine("-nodata=" + text +
-                           ": write the number that is no data in the inputs, " +
-                           "or keep, which leaves no-data values as numbers");
-}
-
-void SetOutputNoData(Options& options, const std::string& text) {
-  options.job.outputNoData = ParseDouble(text);
-  if (!options.job.outputNoData)
-    throw WrongCommandLine("-a_nodata=" + text + ": write the number that is to stand for no data");
-}
-
-void SetPart(Options& options, const std::string& text) {
-  const std::vector<std::string> numbers = Split(text, '/');
-  const int number = ParseInt(numbers.front()).value_or(0);
-  const int count = numbers.size() == 2 ? ParseInt(numbers.back()).value_or(0) : 0;
-  if (number < 1 || number > count)
-    throw WrongCommandLine("-part=" + text +
-                           ": write K/N, whole numbers with K from 1 to N, such as -part=3/16");
-  options.job.part = {number, count};
-}
-
-void CheckMosaicName(const std::string& name) {
-  if (!name.ends_with(".vrt"))
-    throw WrongCommandLine("the name of " + name + ", a mosaic of parts, must end in .vrt");
-}
-
-template <Options::Action kAction>
-void SetAction(Options& options, const std::string&) {
-  options.action = std::max(options.action, kAction);
-}
-
-void SetMosaic(Options& options, const std::string& file) {
-  CheckMosaicName(file);
-  SetAction<Options::Action::kJoin>(options, file);
-  options.mosaic = file;
-}
-
-struct HostOption {
-  std::string_view name;
-  bool hasValue;
-  void (*set)(Options&, const std::string& value);
-};
-constexpr HostOption kHostOptions[] = {
-    {"-mode", true, SetMode},
-    {"-format", true, [](Options& o, const std::string& name) { o.job.format = name; }},
-    {"-co", true, AddCreationOption},
-    {"-oo", true, AddOpenOption},
-    {"-region", true, SetRegion},
-    {"-window", true, SetWindow},
-    {"-resolution", true, SetResolution},
-    {"-resampling", true, SetResampling},
-    {"-looks", true, SetLooks},
-    {"-bands", true, SetBands},
-    {"-nodata", true, SetNoData},
-    {"-a_nodata", true, SetOutputNoData},
-    {"-unscale", false, [](Options& o, const std::string&) { o.job.elements.unscale = true; }},
-    {"-stats", true, [](Options& o, const std::string& file) { o.job.statisticsFile = file; }},
-    {"-part", true, SetPart},
-    {"-join", true, SetMosaic},
-    {"-overwrite", false, [](Options& o, const std::string&) { o.job.overwrite = true; }},
-    {"-check", false, [](Options& o, const std::string&) { o.checkOnly = true; }},
-    {"-quiet", false, [](Options& o, const std::string&) { o.quiet = true; }},
-    {"-panel", false, SetAction<Options::Action::kPanel>},
-    {"-h", false, SetAction<Options::Action::kHelp>},
-    {"-help", false, SetAction<Options::Action::kHelp>},
-    {"--help", false, SetAction<Options::Action::kHelp>},
-    {"-version", false, SetAction<Options::Action::kVersion>},
-    {"--version", false, SetAction<Options::Action::kVersion>},
-};
-
-using Values = std::span<const std::string>;
-
-// Options as GDAL's own programs take them: the values are separate arguments.
-struct GdalOption {
-  std::string_view name;
-  std::size_t values;
-  void (*set)(Options&, Values);
-};
-constexpr GdalOption kGdalOptions[] = {
-    {"-ot", 1, [](Options& o, Values v) { SetMode(o, v[0]); }},
-    {"-of", 1, [](Options& o, Values v) { o.job.format = v[0]; }},
-    {"-co", 1, [](Options& o, Values v) { AddCreationOption(o, v[0]); }},
-    {"-oo", 1, [](Options& o, Values v) { AddOpenOption(o, v[0]); }},
-    {"-srcwin", 4,
-     [](Options& o, Values v) {
-       SetRegion(o, Joined({v.begin(), v.end()}, ":"));
-     }},
-    // Its values are the upper left and the lower right corner.
-    {"-projwin", 4,
-     [](Options& o, Values v) {
-       SetWindow(o, Joined({v[0], v[3], v[2], v[1]}, ":"));
-     }},
-    {"-r", 1, [](Options& o, Values v) { SetResampling(o, v[0] == "near" ? "nearest" : v[0]); }},
-    {"-a_nodata", 1, [](Options& o, Values v) { SetOutputNoData(o, v[0]); }},
-    {"-q", 0, [](Options& o, Values) { o.quiet = true; }},
-    {"--config", 2, [](Options&, Values v) { CPLSetConfigOption(v[0].c_str(), v[1].c_str()); }},
-};
-
-// Takes the option if rest begins with one of kGdalOptions. Returns the number of arguments taken,
-// which is 0 when it does not.
-std::size_t TakeGdalOption(Values rest, Options& options) {
-  if (rest[0] == "-b")
-    throw WrongCommandLine("-b: write -bands=2 to choose a band, and -b=2 for the coefficient B");
-  for (const GdalOption& option : kGdalOptions) {
-    if (rest[0] != option.name) continue;
-    if (rest.size() <= option.values)
-      throw WrongCommandLine(rest[0] + ": " + CountText(option.values, "value") +
-                             " must follow it");
-    option.set(options, rest.subspan(1, option.values));
-    return 1 + option.values;
-  }
-  return 0;
-}
-
-// The value of "name=value", null when argument is another option. Throws WrongCommandLine when the
-// value is missing.
-const char* ValueOf(const std::string& argument, std::string_view name) {
-  if (!argument.starts_with(name)) return nullptr;
-  const char* const rest = argument.c_str() + name.size();
-  if (*rest == '=' && rest[1] != '\0') return rest + 1;
-  if (*rest == '\0' || *rest == '=')
-    throw WrongCommandLine(argument + ": a value is missing; write " + std::string(name) +
-                           "=VALUE");
-  return nullptr;
-}
-
-bool TakeHostOption(const std::string& argument, Options& options) {
-  for (const HostOption& option : kHostOptions) {
-    const char* const value = option.hasValue           ? ValueOf(argument, option.name)
-                              : argument == option.name ? ""
-                                                        : nullptr;
-    if (!value) continue;
-    option.set(options, value);
+bool TakeNamedFile(const std::string& argument, const Registration& registration, Job& job) {
+  const std::string name = NameOf(argument);
+  for (const DeclaredStream& stream : AllStreams(registration)) {
+    if (name != stream.OptionName()) continue;
+    if (argument.size() < name.size() + 2)
+      throw WrongCommandLine(argument + ": write " + name + "=FILE");
+    const bool isOutput = stream.number == registration.output.number;
+    std::string& file = isOutput ? job.output : job.inputs[stream.number];
+    if (!file.empty()) throw WrongCommandLine(argument + ": this file is already named as " + file);
+    file = argument.substr(name.size() + 1);
     return true;
   }
   return false;
 }
 
-bool TakeNamedFile(const std::string& argument, const Registration& registration, Job& job) {
-  const auto isOf = [&](const DeclaredStream& stream) {
-    const char* const file = ValueOf(argument, std::string("-").append(stream.OptionName()));
-    if (!file) return false;
-    const bool isOutput = stream.number == registration.output.number;
-    std::string& name = isOutput ? job.output : job.inputs[stream.number];
-    if (!name.empty()) throw WrongCommandLine(argument + ": this file is already named as " + name);
-    name = file;
-    return true;
-  };
-  return std::ranges::any_of(registration.inputs, isOf) || isOf(registration.output);
-}
-
 void CheckJoin(const std::vector<std::string>& arguments) {
   for (const std::string& argument : arguments)
-    if (argument != "-overwrite" && argument != "-quiet" && argument != "-q" &&
-        !argument.starts_with("-stats=") && !argument.starts_with("-join="))
+    if (const HostOption* const option = FindHostOption(NameOf(argument));
+        !option || !option->joins)
       throw WrongCommandLine(argument + ": -join= goes with -overwrite, -stats= and -quiet alone");
 }
 
@@ -292,29 +83,25 @@ void CheckSelection(const Selection& selection) {
     Warn("-resampling= has no effect without -resolution=");
 }
 
-// The application says which of its options is wrong. This is the end of that sentence: what is
-// wrong with the option. Empty when nothing is.
-std::string Hint(const std::string& argument, const std::vector<OperatorName>& operators) {
-  for (const char* const name : {"-a", "-b"}) {
-    std::array<float, 2> values = {};
-    const int count = ParseRealArgument(argument, name + 1, 2, values.data());
-    if (count > 0) return "";
-    if (count < 0)
-      return "; " + argument + " is not " + name + "=REAL or " + name + "=REAL:IMAGINARY, such " +
-             "as " + name + "=0.5:-1.5, with numbers that are 0 or from 1e-45 to 3.4e38 in size";
-  }
-  if (argument == "-clamp") return "";
-  if (argument == "-a" || argument == "-b") return "; write " + argument + "=REAL:IMAGINARY";
-  if (argument == "-operator") return "; write -operator=NAME (see -help)";
-  std::string unknown = argument;
+// The end of the application's sentence about an argument: what was expected.
+std::string Hint(const std::string& argument, const HostState& host,
+                 const std::vector<ApplicationChoice>& choices) {
+  std::string unknown = NameOf(argument);
   std::vector<std::string> known;
-  if (argument.starts_with("-operator=")) {
-    for (const OperatorName& one : operators) known.push_back("-operator=" + one.name);
-    if (std::ranges::find(known, argument) != known.end()) return "";
+  for (const ApplicationChoice& choice : choices)
+    if (choice.argument.starts_with(unknown + "=") && unknown != argument)
+      known.push_back(choice.argument.substr(unknown.size() + 1));
+  if (!known.empty()) {
+    unknown = argument.substr(unknown.size() + 1);
   } else {
-    unknown = argument.substr(0, argument.find('='));
-    for (const HostOption& option : kHostOptions) known.emplace_back(option.name);
-    known.insert(known.end(), {"-a", "-b", "-operator", "-clamp"});
+    for (const std::string& form : ApplicationOptions(host.registration)) {
+      known.push_back(NameOf(form));
+      if (known.back() != unknown) continue;
+      const bool isNumber = host.realOptions.contains(unknown.substr(1));
+      return "; write " + form + (unknown == argument ? "" : " instead of " + argument) +
+             (isNumber ? ", with numbers that are 0 or from 1e-45 to 3.4e38 in size" : "");
+    }
+    for (const HostOption& option : HostOptions()) known.emplace_back(option.name);
   }
   const std::string suggestion = Suggestion(unknown, known);
   return suggestion.empty() ? "; see -help" : suggestion;
@@ -332,10 +119,11 @@ Options ReadOptions(const std::vector<std::string>& arguments, const Registratio
       options.filesWithoutName.push_back(argument);
     else if (argument == "--")
       optionsEnded = true;
-    else if (const std::size_t ofGdal = TakeGdalOption(rest, options); ofGdal > 0)
-      taken = ofGdal;
-    else if (!TakeHostOption(argument, options) &&
-             !TakeNamedFile(argument, registration, options.job))
+    else if (argument == "-b")
+      throw WrongCommandLine("-b: write -bands=2 to choose a band, and -b=2 for the coefficient B");
+    else if (const std::size_t ofHost = TakeHostOption(rest, options); ofHost > 0)
+      taken = ofHost;
+    else if (!TakeNamedFile(argument, registration, options.job))
       options.applicationArguments.push_back(argument);
     rest = rest.subspan(taken);
   }
@@ -346,20 +134,32 @@ Options ReadOptions(const std::vector<std::string>& arguments, const Registratio
   return options;
 }
 
+std::vector<std::string> ApplicationOptions(const Registration& registration) {
+  std::vector<std::string> options;
+  const MessageRedirection redirection([&options](const std::string& line) {
+    for (const std::string& word : Split(line, ' '))
+      if (word.starts_with("[-") && word.ends_with(']'))
+        options.push_back(word.substr(1, word.size() - 2));
+  });
+  registration.Call(IP_SLOT_DISPLAY_USAGE);
+  return options;
+}
+
 void ReadApplicationOptions(const std::vector<std::string>& arguments, HostState& host,
-                            const std::vector<OperatorName>& operators) {
+                            const std::vector<ApplicationChoice>& choices) {
   std::string told;
-  {
+  const auto isRefused = [&](const std::vector<std::string>& some) {
     const MessageRedirection redirection([&told](const std::string& sentence) {
       if (told.empty()) told = sentence;
     });
-    host.arguments = arguments;
+    host.arguments = some;
+    host.desisted = false;
     host.registration.Call(IP_SLOT_READ_CMD_LINE);
-  }
-  if (!host.desisted) return;
+    return host.desisted;
+  };
+  if (!isRefused(arguments)) return;
   for (const std::string& argument : arguments)
-    if (const std::string hint = Hint(argument, operators); !hint.empty())
-      throw WrongCommandLine(told + hint);
+    if (isRefused({argument})) throw WrongCommandLine(told + Hint(argument, host, choices));
   throw WrongCommandLine(told);
 }
 
@@ -387,14 +187,24 @@ void PlaceFiles(Options& options, const Registration& registration) {
     throw WrongCommandLine("too many files, " + *file + " is left over" + usage);
   if (inputs.empty() && !inPanel)
     throw WrongCommandLine("no input file beside the output " + output + usage);
-  if (options.job.part) CheckMosaicName(output);
+  if (options.job.part && !output.ends_with(".vrt"))
+    throw WrongCommandLine("the name of " + output + ", a mosaic of parts, must end in .vrt");
+}
+
+std::vector<DeclaredStream> AllStreams(const Registration& registration) {
+  std::vector<DeclaredStream> streams = registration.inputs;
+  streams.push_back(registration.output);
+  return streams;
 }
 
 std::string FilesSynopsis(const Registration& registration) {
-  std::string synopsis = registration.inputs.front().OptionName();
-  for (std::size_t i = 1; i < registration.inputs.size(); ++i)
-    synopsis += " [" + registration.inputs[i].OptionName() + "]";
-  return CPLString(synopsis + " " + registration.output.OptionName()).toupper();
+  std::string synopsis;
+  for (const DeclaredStream& stream : AllStreams(registration)) {
+    const std::string name = CPLString(stream.OptionName().substr(1)).toupper();
+    const bool optional = !synopsis.empty() && stream.number != registration.output.number;
+    synopsis += (synopsis.empty() ? "" : " ") + (optional ? "[" + name + "]" : name);
+  }
+  return synopsis;
 }
 
 }  // namespace lumomixcalc::standalone

@@ -11,7 +11,7 @@ namespace lumomixcalc::standalone {
 // What the command line asks for.
 struct Options {
   // Of several, the one that is later in this list is done.
-  enum class Action { kRun, kPanel, kJoin, kHelp, kVersion };
+  enum class Action { kRun, kPanel, kJoin, kCompletions, kHelp, kVersion };
 
   Action action = Action::kRun;
   Job job;
@@ -22,9 +22,10 @@ struct Options {
   std::vector<std::string> filesWithoutName;
 };
 
-struct OperatorName {
-  std::string name;   // as -operator= takes it
-  std::string label;  // its formula
+// One of the known values of an option of the application's.
+struct ApplicationChoice {
+  std::string argument;  // "-operator=a1b"
+  std::string meaning;
 };
 
 // Reads the arguments after the program's name. Options that the host does not know are left to the
@@ -33,14 +34,20 @@ struct OperatorName {
 // WrongCommandLine.
 Options ReadOptions(const std::vector<std::string>& arguments, const Registration& registration);
 
+// The application's own options as its usage text shows them: "-a=real[:imaginary]", "-clamp".
+std::vector<std::string> ApplicationOptions(const Registration& registration);
+
 // Has the application read its own options. When one is wrong, throws WrongCommandLine with the
-// application's message and what was expected: the most similar name, or the form of a number.
+// application's message and what was expected: the most similar name, or the option's form.
 void ReadApplicationOptions(const std::vector<std::string>& arguments, HostState& host,
-                            const std::vector<OperatorName>& operators);
+                            const std::vector<ApplicationChoice>& choices);
 
 // Assigns the files given without an option to the streams that have no file yet. Throws
 // WrongCommandLine.
 void PlaceFiles(Options& options, const Registration& registration);
+
+// The inputs, in their order, and the output.
+std::vector<DeclaredStream> AllStreams(const Registration& registration);
 
 // The files of a command line as the usage text shows them: "FILE1 [FILE2] SAVE".
 std::string FilesSynopsis(const Registration& registration);

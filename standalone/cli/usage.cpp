@@ -1,55 +1,16 @@
 #include "standalone/cli/usage.h"
 
+#include <cpl_string.h>
 #include <gdal.h>
 
 #include <cstdio>
 #include <string>
 
 #include "standalone/base/messages.h"
-#include "standalone/framework/host_calls.h"
-#include "standalone/rasters/data_modes.h"
+#include "standalone/cli/option_table.h"
 
 namespace lumomixcalc::standalone {
 namespace {
-
-// The text after the list of data modes.
-constexpr const char* kOptions = R"(;
-                   without it cfloat32 when an input that is read is complex,
-                   else float32;
-                   integer modes round to nearest and saturate
-     -format=NAME  GDAL format of the output; without it the one of the file's
-                   extension, or GTiff for a name without one
-     -co=NAME=VALUE  creation option of the format; may be repeated
-     -region=X:Y:WIDTH:HEIGHT  only these pixels of the first input read
-     -window=XMIN:YMIN:XMAX:YMAX  only the pixels that this area touches, in the
-                   units of the first input's georeferencing
-     -resolution=N  1/N of the size in both directions, whole output pixels only
-     -resampling=METHOD  how: nearest (the default), average, bilinear or cubic, from
-                   the pixels of full resolution; or overview, the inputs' own
-                   overviews of just that resolution
-     -looks=NX:NY  average the results over blocks of NX columns and NY rows, complex
-                   ones as complex numbers; -looks=N is -looks=N:N
-     -bands=LIST   only these bands, such as 1,3-5, in this order
-     -nodata=VALUE  what is no data in the inputs, in place of what they declare; no data
-                   becomes NaN, in the output, too. -nodata=keep leaves it as numbers
-     -a_nodata=VALUE  what stands for no data in the output
-     -unscale      apply the scale and offset that the inputs' bands declare
-     -oo=NAME=VALUE  option for opening the inputs; may be repeated
-     -stats=FILE   write the statistics as JSON; - is standard output, in place of lines
-     -part=K/N     compute the K-th of N bands of rows of the output NAME.vrt, into the
-                   folder NAME.parts; a part that is there is done
-     -join=NAME.vrt  make the mosaic of all parts; with -overwrite, -stats=, -quiet alone
-     -overwrite    replace the output, which may be an input, and the file of -stats=
-     -check        check the files and options alone and print the name of the output;
-                   nothing is computed or written
-     -quiet        print no statistics and no progress; statistics are those of the
-                   result before an integer mode rounds and saturates it
-     -panel        show the panel with these files, two being the inputs, and options;
-                   files may be left out. On a desktop also without any argument
-     -h, -help, --help, -version, --version
-     --            what follows are files, even when they begin with a dash
-
-)";
 
 constexpr const char* kEnd = R"(
 Without options A and B are 1, the operator is a1+b2 and nothing is clamped. Numbers are
@@ -63,30 +24,61 @@ Exit status: 0 done, 1 failed, 2 wrong command line, 128 plus the signal's numbe
 signal ended the run.
 )";
 
+void PrintOption(const std::string& synopsis, CPLString help) {
+  const std::string newLine = "\n" + std::string(19, ' ');
+  std::printf("     %-12s  %s\n", synopsis.c_str(), help.replaceAll("\n", newLine).c_str());
+}
+
 }  // namespace
 
-void PrintUsage(const Registration& registration, const std::vector<OperatorName>& operators) {
+void PrintUsage(const Registration& registration, const std::vector<ApplicationChoice>& choices) {
   std::printf("Usage: %s %s [options]\n\nFiles, in this order or by name:\n", kProgramName,
               FilesSynopsis(registration).c_str());
-  for (const DeclaredStream& input : registration.inputs)
-    std::printf("     -%s=FILE   input raster, any that GDAL opens\n", input.OptionName().c_str());
-  std::printf("     -%s=FILE    output raster\n\nOptions:\n",
-              registration.output.OptionName().c_str());
-  std::printf("     -mode=MODE    how the output stores its elements:\n                   %s%s",
-              Joined(DataModeNames()).c_str(), kOptions);
+  for (const DeclaredStream& stream : AllStreams(registration))
+    PrintOption(stream.OptionName() + "=FILE", stream.number == registration.output.number
+                                                   ? "output raster"
+                                                   : "input raster, any that GDAL opens");
+  std::puts("\nOptions:");
+  std::string gdalNames;
+  for (const HostOption& option : HostOptions()) {
+    std::string help = option.help ? option.help : "";
+    if (option.IsChoice()) help += ";\none of " + Joined(option.choices());
+    if (option.help) PrintOption(option.Synopsis(), help);
+    gdalNames.append(option.gdalName.empty() ? "" : " ").append(option.gdalName);
+  }
+  PrintOption("--", "what follows are files, even when they begin with a dash");
+  std::printf("\nAs in GDAL's programs, with the values after them:\n    %s\n\n",
+              gdalNames.c_str());
   {
     const MessageRedirection toOutput([](const std::string& line) { std::puts(line.c_str()); });
     registration.Call(IP_SLOT_DISPLAY_USAGE);
   }
   std::puts("\nOperators:");
-  for (const OperatorName& one : operators)
-    std::printf("     -operator=%-12s  %s\n", one.name.c_str(), one.label.c_str());
+  for (const ApplicationChoice& choice : choices)
+    std::printf("     %-22s  %s\n", choice.argument.c_str(), choice.meaning.c_str());
   std::fputs(kEnd, stdout);
 }
 
 void PrintVersion() {
   std::printf("%s %s (GDAL %s)\n", kProgramName, LUMOMIXCALC_VERSION,
               GDALVersionInfo("RELEASE_NAME"));
+}
+
+void PrintCompletions(const Registration& registration,
+                      const std::vector<ApplicationChoice>& choices) {
+  for (const DeclaredStream& stream : AllStreams(registration))
+    std::printf("%s=\n%s=@\n", stream.OptionName().c_str(), stream.OptionName().c_str());
+  for (const HostOption& option : HostOptions()) {
+    const std::string name = std::string(option.name) + (option.values > 0 ? "=" : "");
+    if (!option.name.empty()) std::puts(name.c_str());
+    if (option.choices)
+      for (const std::string& value : option.choices()) std::puts((name + value).c_str());
+  }
+  for (const std::string& option : ApplicationOptions(registration)) {
+    const std::string name = NameOf(option);
+    std::puts((name + (name == option ? "" : "=")).c_str());
+  }
+  for (const ApplicationChoice& choice : choices) std::puts(choice.argument.c_str());
 }
 
 }  // namespace lumomixcalc::standalone

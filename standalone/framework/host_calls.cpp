@@ -23,7 +23,7 @@ void AddToPanel(Element element) {
 }  // namespace
 
 std::string DeclaredStream::OptionName() const {
-  return CPLString(label).replaceAll(' ', "").tolower();
+  return CPLString("-" + label).replaceAll(' ', "").tolower();
 }
 
 void Registration::Call(int slot) const {
@@ -85,7 +85,8 @@ const char* IPGetArg(int index) {
 
 int IPParseRealArg(const char* argument, const char* name, int maxCount, float* values) {
   const int count = ParseRealArgument(argument, name, maxCount, values);
-  if (count > 0) TheHostState().realOptions[name].assign(values, values + maxCount);
+  std::vector<float>& read = TheHostState().realOptions[name];
+  if (count > 0) read.assign(values, values + maxCount);
   return count;
 }
 

@@ -15,7 +15,7 @@ struct DeclaredStream {
   int number = 0;
   std::string label;  // without the blanks around it
 
-  // The label as the name of an option: in lower case, without blanks.
+  // The label as an option: in lower case, without blanks, after a dash.
   std::string OptionName() const;
 };
 
@@ -89,9 +89,10 @@ struct HostState {
   int outputMode = -1;                 // code of the chosen data mode, -1 when none was chosen
   bool desisted = false;               // the application called IPDesist
 
-  std::vector<std::string> arguments;                     // those left to the application
-  std::map<std::string, std::vector<float>> realOptions;  // the values read last, by name
-  std::vector<std::string> echoedOptions;                 // what IPAppendCommand added
+  std::vector<std::string> arguments;  // those left to the application
+  // The numbers read last, by the name of their option; empty when it was not given.
+  std::map<std::string, std::vector<float>> realOptions;
+  std::vector<std::string> echoedOptions;  // what IPAppendCommand added
 };
 
 HostState& TheHostState();

@@ -53,7 +53,7 @@ Job ReadCommand(const std::string& command, HostState& host) {
     std::vector<std::string> arguments = {"-a=1", "-b=1", "-operator=a1+b2"};
     std::ranges::copy(options.applicationArguments, std::back_inserter(arguments));
     host.desisted = false;
-    ReadApplicationOptions(arguments, host, {{"a1+b2", ""}});
+    ReadApplicationOptions(arguments, host, {});
     PlaceFiles(options, host.registration);
     return options.job;
   } catch (const WrongCommandLine&) {
@@ -66,12 +66,9 @@ std::string PanelCommand(Job job, HostState& host) {
   std::map<int, std::string> files = std::exchange(job.inputs, {});
   files[host.registration.output.number] = std::exchange(job.output, "");
   std::string command = ReproducingCommand(job, host.registration, EchoOptions(host)) + " -panel";
-  std::vector<DeclaredStream> streams = host.registration.inputs;
-  streams.push_back(host.registration.output);
-  for (const DeclaredStream& stream : streams)
+  for (const DeclaredStream& stream : AllStreams(host.registration))
     if (const std::string& file = files[stream.number]; !file.empty())
-      command.append(" ").append(
-          ShellWord(std::string("-").append(stream.OptionName()).append("=") + file));
+      command.append(" ").append(ShellWord(stream.OptionName() + "=" + file));
   return command;
 }
 

@@ -171,9 +171,11 @@ bool PreviewMaker::UpdateInput(const DeclaredStream& stream, const Job& job, con
                                const OutputGrid& run, const std::stop_token& stop) {
   const std::string& file = job.inputs.at(stream.number);
   std::vector<std::string> options = job.openOptions;
-  if (run.resolution > 1 || run.looks.x > 1 || run.looks.y > 1)
-    for (const std::string& argument : SelectionArguments(job.selection, {}))
-      options.push_back(argument);
+  if (run.resolution > 1 || run.looks.x > 1 || run.looks.y > 1) {
+    Job selected;
+    selected.selection = job.selection;
+    std::ranges::copy(HostArguments(selected), std::back_inserter(options));
+  }
   std::error_code ignored;
   const auto key =
       std::tuple(file, std::filesystem::last_write_time(file, ignored),

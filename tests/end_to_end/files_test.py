@@ -355,7 +355,7 @@ class CommandLines(FileTest):
         for named, *arguments in (
                 # What was meant is said, and files are not blamed for an option.
                 ("Unrecognized option -tr", a, b, out, "-tr", "5"),
-                ("did you mean -operator=a1+b2?", a, b, out, "-operator=a1+b3"),
+                ("did you mean a1+b2?", a, b, out, "-operator=a1+b3"),
                 ("did you mean GTiff?", a, b, out, "-format=GeoTIFF"),
                 ("\\x1b[31m\\xc2\\x9b", a, b, out, "-x\x1b[31m\x9b"),
                 ("out.slc", a, b, self.path("out.slc")),

@@ -183,12 +183,6 @@ std::unique_ptr<SelectedProc, decltype(&std::free)> Select(const OperatorRun& ru
           std::free};
 }
 
-void ReferenceCount(double v, OutputStats& stats) {
-  if (!(v >= stats.minimum)) stats.minimum = Single(v);
-  if (v > stats.maximum) stats.maximum = Single(v);
-  stats.sum = Single(v + stats.sum);
-}
-
 float Draw(bool special, std::mt19937& random) {
   static constexpr std::array kSpecials = {0.0F,   -0.0F,     1.0F,     -1.0F, 1e-45F, -1e-45F,
                                            1e-30F, -3e-39F,   -1e30F,   3e38F, -3e38F, 1e10F,

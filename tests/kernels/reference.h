@@ -35,8 +35,14 @@ std::unique_ptr<SelectedProc, decltype(&std::free)> Select(const OperatorRun& ru
 ProcParams Reference(const OperatorRun& run, const Layout& layout, float* out, OutputStats& stats,
                      const float* in1, const float* in2, std::int32_t n);
 
-// The plain rule of counting one value.
-void ReferenceCount(double v, OutputStats& stats);
+// The plain rule of counting one value, before it is rounded for the store. A NaN replaces the
+// minimum, and the next value replaces the NaN; the maximum ignores NaNs. The sum is rounded to
+// single precision at every value.
+inline void ReferenceCount(double v, OutputStats& stats) {
+  if (!(v >= stats.minimum)) stats.minimum = static_cast<float>(v);
+  if (v > stats.maximum) stats.maximum = static_cast<float>(v);
+  stats.sum = static_cast<float>(v + stats.sum);
+}
 
 // An ordinary number, or one of those at which arithmetic is easily wrong.
 float Draw(bool special, std::mt19937& random);

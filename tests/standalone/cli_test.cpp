@@ -92,7 +92,7 @@ TEST(CommandLines, NameTheArgumentThatIsWrong) {
       -region=1.0:2:3:4 -region=0:0:0:1 -region=1:2:-3:4 -region=0:0:1:99999999999 -window=1:2:3
       -window=1:2:3:x -window=5:1:1:5 -window=0:5:1:5 -window=nan:0:1:1 -window=0:0:inf:1
       -resolution=0 -resolution=-1 -resolution=2.5 -resolution=1/2 -resampling=
-      -resampling=Average -resampling=near -resampling=preview -bands= -bands=0 -bands=x
+      -resampling=Average -resampling=preview -bands= -bands=0 -bands=x
       -bands=1.5 -bands=1, -bands=1,,2 -bands=1- -bands=3-1 -bands=1-2-3 -bands=1-65536,1
       -bands=1-999999999 -mode=float16 -nodata=drop -a_nodata=x -co=A -oo==B -b -srcwin
       -overwrite=yes -file1 -file1=b.tif -file2= c.tif -part=0/3 -part=4/3 -part=-1/3 -part=1/0
@@ -111,10 +111,10 @@ TEST(CommandLines, SayWhatIsWrong) {
   ExpectRefused("file name is empty", {"a", "b", ""});
   ExpectRefused("exclude each other", {"a", "o", "-window=0:0:1:1", "-region=0:0:1:1"});
   ExpectRefused("did you mean -overwrite?", {"a", "o", "-overwrit"});
-  ExpectRefused("; write -operator=NAME", {"a", "o", "-operator", "a1b"});
+  ExpectRefused("; write -operator=op", {"a", "o", "-operator", "a1b"});
   ExpectRefused("did you mean average?", {"a", "o", "-resampling=avrage"});
   ExpectRefused("from 1e-45 to 3.4e38", {"a", "o", "-a=1e39"});
-  ExpectRefused("REAL:IMAGINARY", {"a", "o", "-a=2,3"});
+  ExpectRefused("write -a=real[:imaginary] instead of -a=2,3", {"a", "o", "-a=2,3"});
   ExpectRefused("-a requires", {"a", "o", "-a=" + many});
   ExpectRefused("o is left over", std::vector<std::string>(40'000, "o"));
   EXPECT_NO_THROW(ReadCommandLine({"a", "o", "-a=0." + many}));
