@@ -16,7 +16,7 @@ NORMAL = np.random.default_rng(3).normal(size=(2, 2, ROWS, COLUMNS)).astype(np.f
 COMPLEX, REAL = NORMAL[0] + 1j * NORMAL[1], 100 * NORMAL[0]
 TILES = "-co=TILED=YES", "-co=BLOCKXSIZE=16", "-co=BLOCKYSIZE=16"
 REAL[:, 3:9, 40:900] = REAL[1, 12] = -9999
-COMPLEX.imag[:, 10:15] = 0  # all of a first part, but not of the whole
+COMPLEX.imag[:, 10:15] = 0  # all of a first or last part, but not of the whole
 
 
 def describe(dataset):
@@ -64,7 +64,8 @@ class Parts(harness.ProgramTest):
         for count, *arguments in (
                 (8, *a, "-operator=1+b_pow_a", "-a=0.5:1", "-region=0:3:2100:8"),
                 (3, *b, gain, "-a=200", "-mode=int16"),
-                (2, *b, *a, "-operator=a1_conj_b2"), (2, *a, gain, "-mode=float32"),
+                (2, *b, *a, "-operator=a1_conj_b2", "-region=0:5:2100:10"),
+                (2, *a, gain, "-mode=float32", "-region=0:5:2100:10"),
                 (2, *a, gain, "-a=9000", "-mode=cint16", "-region=0:10:2100:10"),
                 (2, *b, gain, "-mode=uint16", "-nodata=keep"),
                 (2, *b, gain, "-b=0", "-a_nodata=0", "-oo=NUM_THREADS=1"),
@@ -114,6 +115,11 @@ class Parts(harness.ProgramTest):
                 ("which is none of 5 parts", "-part=1/5", *command),
                 ("belongs to the input", "-part=1/4", self.mosaic, *command[1:], "-overwrite")):
             self.refused(told, *arguments)
+        part = gdal.Open(self.part("3-of-4.tif"), gdal.GA_Update)
+        facts = part.GetMetadata("LUMOMIXCALC_PART")["FACTS"]
+        part.SetMetadata({"FACTS": facts.replace('version":"', 'version":"old ')}, "LUMOMIXCALC_PART")
+        del part
+        self.refused("3-of-4.tif, which is there, is of another version", "-part=3/4", *command)
         os.remove(self.mosaic)
         os.utime(self.a)
         self.refused("of inputs that changed since", "-part=1/4", *command)

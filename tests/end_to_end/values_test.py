@@ -20,7 +20,7 @@ VALUES = np.arange(np.prod(SHAPE)).reshape(SHAPE) % 200 + 1.0
 REAL = np.random.default_rng(5).normal(2, 1, SHAPE).astype(np.float32)
 COMPLEX = REAL + 1j * REAL.T.reshape(SHAPE)
 NAN = np.nan
-COPY, SUM = "-operator=a1b", "-operator=a1+b2"
+COPY, ADD = "-operator=a1b", "-operator=a1+b"
 
 
 def scale(dataset, factor, offset):
@@ -91,6 +91,8 @@ class NoData(harness.ProgramTest):
         equal(self.result(self.a, COPY, "-nodata=7", "-a_nodata=3"),
               [[1 + 1j, 3 + 3j, 7j, 3 + 3j, 7 + 1j]])
         equal(self.result(self.a, COPY, "-nodata=7").imag, [[1, NAN, 7, NAN, 1]])
+        write(self.a, [[complex(1, NAN)]])
+        equal(self.result(self.a, COPY, "-nodata=keep", "-a_nodata=3"), [[3 + 3j]])
         grid = self.path("o.asc")
         self.done(self.b, grid, COPY, "-nodata=1")
         self.assertEqual(Path(grid).read_text().count("-9999"), 1 + HOLES.size)
@@ -208,11 +210,12 @@ class Results(harness.ProgramTest):
                 self.assertEqual(band.GetMetadata(), {})
 
     def test_losses_are_warned_of_once(self):
-        last, many = self.path("last.tif"), self.path("many.tif")
+        last, many, first = map(self.path, ("last.tif", "many.tif", "first.tif"))
         write(last, [[1], [1], [-1]])  # the logarithm of a negative number is complex
         lengths = np.ones((2, 900, 9000), np.float32)
         lengths[1, 700:800] = -1
         write(many, lengths)
+        write(first, np.pad([[1j]], (0, 3000)).astype(np.complex64))
         for told, *arguments in (
                 ("have imaginary parts", self.b, "-operator=conj_a1", "-mode=int16"),
                 ("have imaginary parts", self.a, COPY, "-b=0:1"),
@@ -224,7 +227,11 @@ class Results(harness.ProgramTest):
                  "-b=inf"),
                 ("2000 elements stored as 0: NaN, which byte cannot hold", self.a, COPY,
                  "-mode=byte", "-b=nan"),
+                ("2000 elements moved by one", self.a, ADD, "-a=0", "-b=9", "-mode=byte", "-nodata=9"),
+                ("2000 elements equal to the number", self.a, ADD, "-a=0", "-b=9", "-a_nodata=9"),
                 ("-clamp has no effect on a complex output", self.b, COPY, "-clamp"),
+                ("-resampling= has no effect", self.a, COPY, "-resampling=cubic"),
+                ("", first, COPY),
                 ("", self.b, "-operator=abs_a1", "-mode=float32"),
                 ("", self.b, COPY), ("", self.a, COPY)):
             self.warned(told, *arguments)
@@ -275,13 +282,15 @@ class Results(harness.ProgramTest):
             self.assertEqual((report["bands"][0]["saturated"], report["bands"][0]["zeroed"]),
                              counts)
 
-    def test_deviation_of_a_large_mean(self):
-        values = (1e6 + np.random.default_rng(6).normal(0, 0.1, (300, 70))).astype(np.float32)
-        write(self.a, values)
-        band = self.made(self.a, COPY)[1]["bands"][0]
-        exact = values.astype(float).ravel()
-        self.assertEqual(band["sum"], math.fsum(exact))
-        self.assertAlmostEqual(band["standard_deviation"], np.std(exact - 1e6), delta=1e-12)
+    def test_sums_of_rows_are_exact_and_the_deviation_is_that_of_a_large_mean(self):
+        half = [[1e30], [1], [2**-53], [2**-120], [-1e30]]  # the last but one decides how 1 is rounded
+        for values in (np.random.default_rng(6).normal(1e6, 0.1, (300, 70)), half, half + [[-2**-119]]):
+            values = np.float32(values)
+            write(self.a, values)
+            band = self.made(self.a, COPY)[1]["bands"][0]
+            exact = values.astype(float).ravel()
+            self.assertEqual(band["sum"], math.fsum(exact))
+            np.testing.assert_allclose(band["standard_deviation"], np.std(exact - 1e6), rtol=1e-11)
 
     def test_report_tells_of_the_run_and_of_the_applications_own_record(self):
         write(self.a, np.ones(SHAPE))

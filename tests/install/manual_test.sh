@@ -34,8 +34,10 @@ for method in $(_lumomixcalc_words -resampling= </dev/null | sed 's/.*=//'); do
 done
 
 # What bash shows for the beginning of a word.
-compopt() { :; }
-for completed in -operator=a1_:a1_conj_b2 -mode=cf:cfloat32 -overw:-overwrite -nodata=:keep; do
+cd "$work"
+told=
+compopt() { told+=" $*"; }
+for completed in -file1=help.n:help.names -looks:-looks= -operator=a1_:a1_conj_b2 -mode=cf:cfloat32 -overw:-overwrite -nodata=:keep; do
   COMP_WORDS=("$1") COMP_LINE="lumomixcalc ${completed%:*}"
   COMP_POINT=${#COMP_LINE}
   _lumomixcalc || true
@@ -44,3 +46,4 @@ for completed in -operator=a1_:a1_conj_b2 -mode=cf:cfloat32 -overw:-overwrite -n
     exit 1
   }
 done
+[[ $told == *nospace* ]] # no blank after -looks=
