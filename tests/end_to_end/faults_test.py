@@ -6,6 +6,7 @@ import os
 import pty
 import re
 import resource
+import select
 import shutil
 import signal
 import subprocess
@@ -242,11 +243,13 @@ class MidRun(harness.ProgramTest):
         # The report is written before, to a pipe that holds less of it.
         pipe = self.path("pipe")
         os.mkfifo(pipe)
-        process = subprocess.Popen([harness.PROGRAM, self.big, self.out, "-overwrite", COPY,
-                                    "-region=0:0:9:9", f"-stats={pipe}", "-bands=" + "1," * 399 + "1"],
-                                   stderr=subprocess.DEVNULL)
-        self.addCleanup(process.kill)
-        with open(pipe, "rb") as report:
+        with open(os.open(pipe, os.O_RDONLY | os.O_NONBLOCK), "rb") as report:
+            process = subprocess.Popen(
+                [harness.PROGRAM, self.big, self.out, "-overwrite", COPY, "-region=0:0:9:9",
+                 f"-stats={pipe}", "-bands=" + "1," * 399 + "1"], stderr=subprocess.DEVNULL)
+            self.addCleanup(process.kill)
+            self.assertTrue(select.select([report], [], [], 60)[0], "there is no report")
+            os.set_blocking(report.fileno(), True)
             process.send_signal(signal.SIGTERM)
             while "ShdPnd:\t0000000000000000" not in Path(f"/proc/{process.pid}/status").read_text():
                 time.sleep(0.001)
@@ -276,9 +279,26 @@ class MidRun(harness.ProgramTest):
             for done, left in re.findall(r"(\d+) %, 0:(\d+)", shown)[:1]:  # half a second has passed
                 self.assertGreaterEqual((int(done) + 1) * int(left), 0.5 * (99 - int(done)))
 
+    def test_a_compressed_output_has_room_beyond_the_limit_of_a_classic_tiff(self):
+        process = self.start("-overwrite", "-mode=cfloat32", "-co=COMPRESS=LZW", "-bands=" + "1," * 99 + "1")
+        process.send_signal(signal.SIGCONT)
+        head, (folder,) = b"", self.temporary_folders()
+        while not head:
+            self.assertIsNone(process.poll())
+            with open(f"{folder}/out.tif", "rb") as file:
+                head = file.read(4)
+        self.assertEqual(head, b"II\x2b\0")
+
     def test_two_runs_to_one_output(self):
         mosaic = f"-save={self.path('o.vrt')}", "-part=1/1"
-        ends = [self.end(process) for process in [self.start(*mosaic), self.start(*mosaic)]]
+        processes = [self.start(*mosaic), self.start(*mosaic)]
+        for process in processes:
+            process.send_signal(signal.SIGCONT)
+        while min((file.stat().st_size for folder in self.temporary_folders()
+                   for file in folder.glob("1-of-1.tif")), default=4e6) < 4e6:
+            time.sleep(0.001)  # until both have passed the checks before a run
+        processes[1].send_signal(signal.SIGSTOP)
+        ends = [self.end(process) for process in processes]
         self.assertEqual([status for status, _ in ends], [0, 0], ends)
         shutil.rmtree(self.path("o.parts"))
         # The later to end replaces the other's where it may, and is refused where it may not.

@@ -211,18 +211,14 @@ class Outputs(FileTest):
         write(self.path("x.slc"), RAMP[0] * 1j, format="ENVI")
         os.mkdir(self.path(".lumomixcalc-notes"))
         made = gdal.GetDriverByName("GTiff").Create(
-            self.path("old.tif"), 9, 40, 1, options=["PROFILE=BASELINE", "RPB=YES", "RPCTXT=YES"])
+            self.path("old.tif"), 9, 40, 1, options=["PROFILE=BASELINE", "RPCTXT=YES"])
         made.SetMetadata(RPC, "RPC")
         made = None
-        table = ("!table\n!version 300\nDefinition Table\nFile \"out.tif\"\nType \"RASTER\"\n" + "".join(
-            f"({5 + x},{9 - y}) ({x},{y}) Label \"Pt\"{',' * (y < 2)}\n"
-            for x, y in ((0, 0), (1, 1), (2, 2))) + "Units \"m\"\n").encode()
         contents = {".ovr": Path(self.b).read_bytes(), ".msk": Path(self.b).read_bytes(),
-                    ".RPB": Path(self.path("old.RPB")).read_bytes(), ".tab": table,
                     ".TXT": Path(self.path("old_RPC.TXT")).read_bytes()}
         for out, *names in (("out.img", "out.hdr", "out.img.aux.xml", "out.img.ovr", "out.img.hdr"),
                             ("out.tif", "out.tif.aux.xml", "out.tfw", "out.TFW", "out.WLD",
-                             "out.RPB", "out_RPC.TXT", "out.tab", "out.tif.msk")):
+                             "out_RPC.TXT", "out.tif.msk")):
             arguments = self.b, self.path(out), COPY, *["-format=ENVI"] * out.endswith("img")
             for file in map(Path, map(self.path, names)):
                 file.write_bytes(contents.get(file.suffix, b"30\n0\n0\n-30\n7\n8\n"))

@@ -135,14 +135,6 @@ class Parts(harness.ProgramTest):
         os.rename(whole, f"{whole}.ovr")
         self.refused("2-of-4.tif.ovr", "-part=2/4", *command)
 
-    def test_a_part_and_its_facts_cannot_be_of_different_commands(self):
-        other = self.path("other.vrt")
-        for number in 1, 2:
-            self.done(f"-part={number}/2", self.a, self.mosaic, "-operator=a1b", "-a=2")
-            self.done(f"-part={number}/2", self.a, other, "-operator=a1b", "-a=3")
-        shutil.move(self.path("other.parts/2-of-2.tif"), self.part("2-of-2.tif"))
-        self.refused("part 2 of 2 is of another command, unlike part 1", f"-join={self.mosaic}")
-
     def test_a_mosaic_whose_parts_are_not_found_by_their_names_is_refused(self):
         for name in "back\\slash.vrt", " blank.vrt", "bell\a.vrt":
             self.done("-part=1/1", self.a, self.path(name), "-operator=a1b")
