@@ -10,6 +10,7 @@
 #include "standalone/base/messages.h"
 #include "standalone/base/numbers.h"
 #include "standalone/rasters/no_data.h"
+#include "standalone/rasters/stored_elements.h"
 #include "standalone/runs/session.h"
 
 namespace lumomixcalc::standalone {

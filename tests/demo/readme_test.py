@@ -27,6 +27,16 @@ with tempfile.TemporaryDirectory() as folder:
                          ("spectrum", np.fft.fft2(image).astype(np.complex64))):
         gdal_array.SaveArray(pixels, f"{name}.tif", "GTiff")
 
+    pair = "reference.tif", "secondary.tif"
+    subprocess.run([f"{os.path.dirname(readme)}/demo/coherence", *pair, "coherence.tif", "8"],
+                   check=True, env={**os.environ, "PROGRAM": program})
+    one, other = (gdal_array.LoadFile(name) for name in pair)
+    rows, columns = one.shape[0] // 8, one.shape[1] // 8
+    cross, *powers = (product[:rows * 8, :columns * 8].reshape(rows, 8, columns, 8).mean((1, 3))
+                      for product in (one * other.conj(), abs(one) ** 2, abs(other) ** 2))
+    np.testing.assert_allclose(gdal_array.LoadFile("coherence.tif"),
+                               abs(cross) / np.sqrt(np.prod(powers, axis=0)), rtol=1e-4)
+
     examples = re.findall(r"^    \$ (lumomixcalc .*)\n((?:    (?!\$).*\n)*)",
                           Path(readme).read_text(), re.MULTILINE)
     assert len(examples) > 10, "the README's examples are not where they are looked for"

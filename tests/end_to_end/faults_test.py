@@ -4,7 +4,9 @@
 import errno
 import os
 import pty
+import re
 import resource
+import select
 import shutil
 import signal
 import subprocess
@@ -61,6 +63,10 @@ class Faults(harness.ProgramTest):
             for bytes_ in (number % 2 * 100, size // 2, size - 1000):
                 self.refused(out, *arguments, preexec_fn=limit(FSIZE=bytes_))
 
+        write(self.a, [[1]])
+        self.refused("Unable to save auxiliary information", self.a, self.path("o.bmp"), COPY,
+                     "-mode=byte", "-a_nodata=0", preexec_fn=limit(FSIZE=200))
+
     def test_input_cut_short_or_overwritten(self):
         for file, driver, *options in (*LAYOUTS, ("pci.pix", "PCIDSK")):
             damaged = self.path(file)
@@ -73,6 +79,9 @@ class Faults(harness.ProgramTest):
             for data in damages:
                 Path(damaged).write_bytes(data)
                 self.refused(damaged, self.b, damaged, self.out)
+            Path(self.path("out.hdr")).touch()  # is found before a missing end of elements
+            if file == "striped.tif":
+                self.refused("out.hdr", damaged, self.path("out.img"), "-format=ENVI", COPY)
             if driver == "ENVI":
                 Path(damaged).write_bytes(whole[:-1])
                 self.refused(damaged, self.b, damaged, self.out, "-resolution=2")
@@ -88,11 +97,24 @@ class Faults(harness.ProgramTest):
             self.done(*arguments, preexec_fn=lambda: os.closerange(*closed))
             self.assertEqual(self.files(), files)
 
-    def test_without_arguments_a_script_gets_no_panel(self):
-        for streams in ({"stdin": subprocess.DEVNULL}, {"stdin": subprocess.PIPE, "stdout": None},
-                        {"stdin": subprocess.PIPE}):
-            self.refused("no output file", status=harness.WRONG_COMMAND_LINE,
-                         env={**os.environ, "DISPLAY": ":nowhere"}, **streams)
+    def test_panel_is_started_with_all_arguments_and_without_any_on_a_desktop_alone(self):
+        program, panel = self.path("lumomixcalc"), Path(self.path("lumomixcalc-panel"))
+        shutil.copy(harness.PROGRAM, program)
+        none, pipe, display = subprocess.DEVNULL, subprocess.PIPE, {"DISPLAY": ":nowhere"}
+        for shown, stdin, stdout, environment, *arguments in (
+                ("", none, none, display), ("", none, none, {"WAYLAND_DISPLAY": "nowhere"}),
+                (" -a=2 a b", none, pipe, {}, "-a=2", "-panel", "a b"), (None, none, none, {}),
+                (None, none, pipe, display), (None, pipe, none, display)):
+            panel.write_text('#!/bin/sh\necho shown "$@" >&2')
+            panel.chmod(0o755)
+            for there in True, False:
+                told = subprocess.run([program, *arguments], stdin=stdin, stdout=stdout,
+                                      stderr=pipe, env=environment, text=True, check=False).stderr
+                self.assertIn(
+                    "cannot start" if arguments and not there else "no output file"
+                    if shown is None or not there else
+                    f"shown {' '.join(arguments) or '-panel'}\n", told)
+                panel.unlink(missing_ok=True)
 
     def test_no_thread(self):
         self.refused("cannot start a thread", self.a, self.out, COPY,
@@ -149,14 +171,14 @@ class MidRun(harness.ProgramTest):
         Path(self.out).write_bytes(b"old")
 
     def temporary_folders(self):
-        return {path.parent for path in Path(self.folder).glob(".lumomixcalc-*/out.tif")}
+        return {path.parent for path in Path(self.folder).glob("**/.lumomixcalc-*/*.tif")}
 
     def start(self, *options, ignored=(), stderr=subprocess.PIPE):
         """A run on the large image, stopped when it has begun to write."""
         before = self.temporary_folders()
         process = subprocess.Popen(
-            [harness.PROGRAM, self.big, self.out, "-operator=1+b_pow_a", "-a=1:1e-6", "-mode=byte",
-             *options], stderr=stderr, stdout=subprocess.DEVNULL, text=True,
+            [harness.PROGRAM, self.big, *[self.out] * ("-part=1/1" not in options),
+             "-operator=1+b_pow_a", "-a=1:1e-6", "-mode=byte", *options], stderr=stderr, stdout=subprocess.DEVNULL, text=True,
             # Where the tests run in the background, some may be ignored.
             preexec_fn=lambda: [signal.signal(
                 number, signal.SIG_IGN if number in ignored else signal.SIG_DFL)
@@ -178,8 +200,12 @@ class MidRun(harness.ProgramTest):
         self.assertEqual(sorted(os.listdir(self.folder)), ["big.hdr", "big.img", "out.tif"])
 
     def test_disturbed(self):
+        def hurry(process):  # the second ends it at once, without a word
+            for number in SIGNALS[:2]:
+                process.send_signal(number)
         for status, named, disturb in (
                 *((-n, signal.strsignal(n), lambda run, n=n: run.send_signal(n)) for n in SIGNALS),
+                (-signal.SIGINT, None, hurry),
                 (GIVEN_UP, self.out, lambda _: shutil.rmtree(*self.temporary_folders())),
                 (GIVEN_UP, "big.hdr of the input", lambda _: os.utime(self.path("big.hdr"))),
                 (GIVEN_UP, self.big, lambda _: os.truncate(self.big, 4 * 2000))):
@@ -188,7 +214,8 @@ class MidRun(harness.ProgramTest):
             returned, stderr = self.end(process)
             self.assertEqual(returned, status, stderr)
             self.assertEqual(Path(self.out).read_bytes(), b"old")
-            self.assert_one_sentence(stderr, named)
+            if named:
+                self.assert_one_sentence(stderr, named)
             self.assert_nothing_left()
 
     def open_for(self, process, pipe):
@@ -210,7 +237,27 @@ class MidRun(harness.ProgramTest):
             self.addCleanup(os.close, self.open_for(process, self.path("pipe")))
             for _ in range(signals):
                 process.send_signal(signal.SIGTERM)
-            self.assertEqual(process.wait(timeout=30), -signal.SIGTERM)
+            self.assertEqual(process.wait(timeout=15), -signal.SIGTERM)
+
+    def test_no_output_is_published_after_a_signal(self):
+        # The report is written before, to a pipe that holds less of it.
+        pipe = self.path("pipe")
+        os.mkfifo(pipe)
+        with open(os.open(pipe, os.O_RDONLY | os.O_NONBLOCK), "rb") as report:
+            process = subprocess.Popen(
+                [harness.PROGRAM, self.big, self.out, "-overwrite", COPY, "-region=0:0:9:9",
+                 f"-stats={pipe}", "-bands=" + "1," * 399 + "1"], stderr=subprocess.DEVNULL)
+            self.addCleanup(process.kill)
+            self.assertTrue(select.select([report], [], [], 60)[0], "there is no report")
+            os.set_blocking(report.fileno(), True)
+            process.send_signal(signal.SIGTERM)
+            while "ShdPnd:\t0000000000000000" not in Path(f"/proc/{process.pid}/status").read_text():
+                time.sleep(0.001)
+            report.read()
+        self.assertEqual(process.wait(), -signal.SIGTERM)
+        os.remove(pipe)
+        self.assertEqual(Path(self.out).read_bytes(), b"old")
+        self.assert_nothing_left()
 
     def test_progress_bar_is_shown_in_a_terminal_alone_and_an_ignored_hangup_stays_ignored(self):
         line = r"(\[(?=.{30}\])=* *\] +\d+ %, \d+:\d\d left\r\x1b\[K)+"
@@ -229,8 +276,31 @@ class MidRun(harness.ProgramTest):
             os.close(end)
             self.assertEqual(status, 0)
             self.assertRegex(shown, rf"\A{bar}(lumomixcalc: warning: .*\r?\n)*\.\Z")
+            for done, left in re.findall(r"(\d+) %, 0:(\d+)", shown)[:1]:  # half a second has passed
+                self.assertGreaterEqual((int(done) + 1) * int(left), 0.5 * (99 - int(done)))
+
+    def test_a_compressed_output_has_room_beyond_the_limit_of_a_classic_tiff(self):
+        process = self.start("-overwrite", "-mode=cfloat32", "-co=COMPRESS=LZW", "-bands=" + "1," * 99 + "1")
+        process.send_signal(signal.SIGCONT)
+        head, (folder,) = b"", self.temporary_folders()
+        while not head:
+            self.assertIsNone(process.poll())
+            with open(f"{folder}/out.tif", "rb") as file:
+                head = file.read(4)
+        self.assertEqual(head, b"II\x2b\0")
 
     def test_two_runs_to_one_output(self):
+        mosaic = f"-save={self.path('o.vrt')}", "-part=1/1"
+        processes = [self.start(*mosaic), self.start(*mosaic)]
+        for process in processes:
+            process.send_signal(signal.SIGCONT)
+        while min((file.stat().st_size for folder in self.temporary_folders()
+                   for file in folder.glob("1-of-1.tif")), default=4e6) < 4e6:
+            time.sleep(0.001)  # until both have passed the checks before a run
+        processes[1].send_signal(signal.SIGSTOP)
+        ends = [self.end(process) for process in processes]
+        self.assertEqual([status for status, _ in ends], [0, 0], ends)
+        shutil.rmtree(self.path("o.parts"))
         # The later to end replaces the other's where it may, and is refused where it may not.
         for options, statuses in ((["-overwrite"], [0, 0]), ([], [0, GIVEN_UP])):
             os.remove(self.out)

@@ -40,28 +40,15 @@ class Inputs(FileTest):
         self.result(self.a, self.b, ADD_1)  # which does not read File2
 
     def test_layouts_and_sizes_of_all_kinds_are_read(self):
-        for plain, driver, type, *options in (
-                (True, "GTiff", "Float32"),
-                (True, "GTiff", "CFloat32", "BLOCKYSIZE=1", "INTERLEAVE=BAND"),
-                (True, "GTiff", "CFloat32", "BLOCKYSIZE=5", "BIGTIFF=YES", "INTERLEAVE=BAND"),
-                (True, "GTiff", "CInt16", "BLOCKYSIZE=5", "INTERLEAVE=BAND"),
-                (False, "GTiff", "Float32", "INTERLEAVE=PIXEL"),
-                (False, "GTiff", "Float32", "NBITS=16", "INTERLEAVE=BAND"),
-                (False, "GTiff", "Float32", "COMPRESS=PACKBITS"),
-                (False, "GTiff", "Int16", "TILED=YES", "BLOCKXSIZE=16", "BLOCKYSIZE=16"),
-                (False, "GTiff", "Int16", "ENDIANNESS=BIG", "INTERLEAVE=BAND"),
-                (False, "GTiff", "CFloat32", "ENDIANNESS=BIG", "BIGTIFF=YES", "INTERLEAVE=BAND"),
-                (False, "ENVI", "Float64", "INTERLEAVE=BSQ"),
-                (False, "ENVI", "CFloat32", "INTERLEAVE=BIL"),
-                (False, "ENVI", "Int16", "INTERLEAVE=BIP")):
-            pixels = RAMP * (1 + 1j) if type.startswith("C") else RAMP
-            write(self.a, pixels if options else pixels[0], *options, type=type, format=driver)
-            bands = () if options else (0,)
-            equal(self.result(self.a, COPY), pixels[bands])
-            if plain or driver == "ENVI":  # read straight from their place
-                part = self.result(self.a, COPY, "-region=3:6:5:30")
-                equal(part, pixels[:, 6:36, 3:8][bands])
-            if plain:
+        # Others than those of the random runs.
+        for plain, type, *options in (
+                (True, "Float32"), (True, "CFloat32", "BLOCKYSIZE=1", "INTERLEAVE=BAND"),
+                (False, "Float32", "NBITS=16", "INTERLEAVE=BAND"),
+                (False, "Float32", "COMPRESS=PACKBITS")):
+            pixels = (RAMP * (1 + 1j) if type == "CFloat32" else RAMP)[() if options else 0]
+            write(self.a, pixels, *options, type=type)
+            equal(self.result(self.a, COPY), pixels)
+            if plain:  # read straight from their place
                 os.truncate(self.a, os.path.getsize(self.a) - 1)
                 self.refused("the file ends in row 39", self.a, self.out, COPY, "-overwrite")
         for pixels in (np.float32([[5]]), np.arange(900_000, dtype=np.float32).reshape(3, -1)):
@@ -105,10 +92,12 @@ class Inputs(FileTest):
         mask = masked[masked.index("<VRTRasterBand"):masked.index("</VRTDataset>")]
         Path(self.path("m.vrt")).write_text(masked.replace(
             "</VRTDataset>", f"<MaskBand>{mask.replace('b.tif', 'v1.vrt')}</MaskBand></VRTDataset>"))
+        shutil.copy(self.b, self.path("a.tif.msk"))
         for name in ("zip", "tar"):
             shutil.make_archive(self.path("archive"), name, self.folder, "a.tif")
         here = self.folder
-        for name, file in ((f"{here}/v2.vrt", "a.tif"), (f"{here}/w.vrt", "a.tif"),
+        for name, file in ((f"{here}/v2.vrt", "a.tif"), (f"{here}/v2.vrt", "a.tif.msk"),
+                           (f"{here}/w.vrt", "a.tif"),
                            (f"{here}/m.vrt", "a.tif"), (f"vrt://{self.a}?bands=1", "a.tif"),
                            (f"{here}/e2.vrt", "e.hdr"), (f"{here}/ew.vrt", "e.hdr"),
                            (f"/vsizip/{here}/archive.zip/a.tif", "archive.zip"),
@@ -157,12 +146,12 @@ class Georeferencing(FileTest):
         write(self.a, RAMP[:2], outputSRS="EPSG:32632", change=describe, **bounds(RAMP))
         for arguments in ((self.a, self.b), (self.b, self.a), (f"-file2={self.a}", "-operator=a/b2"),
                           (self.b, self.a, "-operator=a/b2")):
-            result, _ = self.made(*arguments)
+            result, _ = self.made(*arguments, "-bands=2,1-2")
             self.assertEqual(result.GetGeoTransform(), GEOTRANSFORM)
             self.assertEqual(result.GetSpatialRef().GetAuthorityCode(None), "32632")
-            self.assertEqual([result.GetRasterBand(i).GetDescription() for i in (1, 2)],
-                             ["", "near infrared"])
-            self.assertEqual(result.GetRasterBand(2).GetUnitType(), "mW")
+            self.assertEqual([result.GetRasterBand(i).GetDescription() for i in (1, 2, 3)],
+                             ["near infrared", "", "near infrared"])
+            self.assertEqual(result.GetRasterBand(1).GetUnitType(), "mW")
             self.assertEqual(result.GetMetadataItem("SENSOR"), "X")
             self.assertIn("lumomixcalc ", result.GetMetadataItem("LUMOMIXCALC_COMMAND"))
             self.assertTrue(result.GetMetadata().keys().isdisjoint(OF_THE_INPUT))
@@ -171,7 +160,7 @@ class Georeferencing(FileTest):
         self.warned("does not hold the geolocation arrays", self.a, COPY)
 
     def test_other_places_are_warned_of_and_combined(self):
-        for told, other in (("differ by up to 0.5 pixels", bounds(RAMP, x=15)),
+        for told, other in (("differ by up to 0.02 pixels", bounds(RAMP, x=0.6)),
                             ("reference systems differ", {"outputSRS": "EPSG:32633"}),
                             ("", bounds(RAMP, x=0.1)), ("", {})):
             write(self.a, RAMP[0], outputSRS="EPSG:32632", **bounds(RAMP))
@@ -222,18 +211,14 @@ class Outputs(FileTest):
         write(self.path("x.slc"), RAMP[0] * 1j, format="ENVI")
         os.mkdir(self.path(".lumomixcalc-notes"))
         made = gdal.GetDriverByName("GTiff").Create(
-            self.path("old.tif"), 9, 40, 1, options=["PROFILE=BASELINE", "RPB=YES", "RPCTXT=YES"])
+            self.path("old.tif"), 9, 40, 1, options=["PROFILE=BASELINE", "RPCTXT=YES"])
         made.SetMetadata(RPC, "RPC")
         made = None
-        table = ("!table\n!version 300\nDefinition Table\nFile \"out.tif\"\nType \"RASTER\"\n" + "".join(
-            f"({5 + x},{9 - y}) ({x},{y}) Label \"Pt\"{',' * (y < 2)}\n"
-            for x, y in ((0, 0), (1, 1), (2, 2))) + "Units \"m\"\n").encode()
         contents = {".ovr": Path(self.b).read_bytes(), ".msk": Path(self.b).read_bytes(),
-                    ".RPB": Path(self.path("old.RPB")).read_bytes(), ".tab": table,
                     ".TXT": Path(self.path("old_RPC.TXT")).read_bytes()}
         for out, *names in (("out.img", "out.hdr", "out.img.aux.xml", "out.img.ovr", "out.img.hdr"),
                             ("out.tif", "out.tif.aux.xml", "out.tfw", "out.TFW", "out.WLD",
-                             "out.RPB", "out_RPC.TXT", "out.tab", "out.tif.msk")):
+                             "out_RPC.TXT", "out.tif.msk")):
             arguments = self.b, self.path(out), COPY, *["-format=ENVI"] * out.endswith("img")
             for file in map(Path, map(self.path, names)):
                 file.write_bytes(contents.get(file.suffix, b"30\n0\n0\n-30\n7\n8\n"))
@@ -262,7 +247,7 @@ class Outputs(FileTest):
             self.assertNotIn(b".lumomixcalc-", made.read_bytes(), made)
         write(self.a, np.float32([[0.1234567, 2], [3, 4]]))
         result = self.done(self.a, self.path("o.asc"), COPY, "-a=0.1", "-co=DECIMAL_PRECISION=2")
-        self.assertRegex(result.stderr, "warning: the format AAIGrid .* 4 values? changed|0.01")
+        self.assertIn("all values exactly: 1 value changed, the first from 0.01234", result.stderr)
         np.testing.assert_allclose(read(self.path("o.asc")), [[0.01, 0.2], [0.3, 0.4]], atol=1e-6)
         for told, *options in (("", "-co=COMPRESS=LZW"), ("", "-co=ENDIANNESS=BIG"),
                                ("does not hold all values exactly", "-co=NBITS=16"),
@@ -270,11 +255,13 @@ class Outputs(FileTest):
             self.warned(told, self.a, "-operator=a1b", "-a=0.1", *options)
             result = gdal.Open(self.out)
             self.assertEqual("STATISTICS_MEAN" in result.GetRasterBand(1).GetMetadata(), not told)
-        write(self.a, np.float32([[np.nan, 1e12], [3, 4]]))
+        write(self.a, np.float32([[np.nan, 1e12], [3, 4]]),
+              change=lambda dataset: dataset.SetMetadata(RPC, "RPC"))
         for name, expected in (("n.xyz", -9999), ("n.asc", -9999), ("n.img", np.nan)):
             result = self.done(self.a, self.path(name), COPY)
             equal(read(self.path(name)), np.float32([[expected, 1e12], [3, 4]]))
-            self.assertEqual(name == "n.xyz", "declared: metadata, no-data value\n" in result.stderr)
+            self.assertEqual(name == "n.xyz", "declared: metadata, no-data value, rational "
+                             "polynomial coefficients\n" in result.stderr)
         write(self.a, np.full((40, 2100), np.nan), type="Float32", noData=np.nan)
         if not run(self.a, self.out, COPY, "-overwrite", "-co=ENDIANNESS=BIG").returncode:
             equal(read(self.out), read(self.a))  # GDAL 3.6 does not swap the bytes of such strips
@@ -282,13 +269,16 @@ class Outputs(FileTest):
 
 class OutputsThatAreImmutable(FileTest):
     def test_output_of_several_files_that_cannot_be_published_leaves_the_old_one(self):
-        out = self.path("out.img")
-        self.done(self.a, out, "-format=ENVI", COPY)
-        subprocess.run(["chattr", "+i", out], check=False, stderr=subprocess.DEVNULL)
-        self.addCleanup(subprocess.run, ["chattr", "-i", out], stderr=subprocess.DEVNULL)
-        if subprocess.run(["lsattr", out], capture_output=True, text=True).stdout[4:5] != "i":
-            self.skipTest("the file system has no immutable files")
-        self.refused("out.img", self.b, out, "-format=ENVI", COPY, "-overwrite")
+        self.done(self.a, self.path("out.img"), "-format=ENVI", COPY)
+        for name in "out.img", "out.hdr":
+            file = self.path(name)
+            subprocess.run(["chattr", "+i", file], check=False, stderr=subprocess.DEVNULL)
+            if subprocess.run(["lsattr", file], capture_output=True, text=True).stdout[4:5] != "i":
+                self.skipTest("the file system has no immutable files")
+            try:
+                self.refused(name, self.b, self.path("out.img"), "-format=ENVI", COPY, "-overwrite")
+            finally:
+                subprocess.run(["chattr", "-i", file], check=True)
 
 
 class OutputsWithAccessLists(FileTest):

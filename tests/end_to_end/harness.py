@@ -116,3 +116,4 @@ class ProgramTest(unittest.TestCase):
         """Warnings may come before it."""
         self.assertRegex(stderr, r"\A(lumomixcalc: warning: .*\n)*lumomixcalc: .*"
                                  rf"{re.escape(named)}.*\n\Z")
+        self.assertNotRegex(stderr, r"\.lumomixcalc-\w{6}/")

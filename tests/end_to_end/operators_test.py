@@ -6,10 +6,10 @@ For SECONDS with new seeds, or with those from FIRST_SEED on, to repeat a failur
     LUMOMIXCALC=/path/to/lumomixcalc tests/end_to_end/operators_test.py SECONDS [FIRST_SEED]
 """
 
-import contextlib
-import io
+import itertools
 import sys
 import time
+import unittest
 
 import numpy as np
 
@@ -51,10 +51,17 @@ def looks(elements, nx, ny):
 
 
 class Operators(harness.ProgramTest):
+    first_seed = seconds = 0
+
     def test_random_runs(self):
-        for seed in range(2 * len(FORMULAS)):
+        end = time.monotonic() + self.seconds
+        for seed in itertools.count(self.first_seed):
+            if seed >= self.first_seed + 2 * len(FORMULAS) and time.monotonic() >= end:
+                break
             with self.subTest(seed=seed):
                 self.check(seed)
+        print(f"{seed - self.first_seed} random runs, of the seeds from {self.first_seed} on",
+              file=sys.__stdout__, flush=True)
 
     def pick(self, *choices):
         return choices[self.random.integers(len(choices))]
@@ -155,23 +162,7 @@ class Operators(harness.ProgramTest):
         self.assertEqual(read(mosaic).tobytes(), whole.tobytes())
 
 
-def main(seconds, first_seed=time.time_ns() // 10**6):
-    seed = first = int(first_seed)
-    end = time.monotonic() + float(seconds)
-    test = Operators()
-    test.setUp()
-    try:
-        while seed == first or time.monotonic() < end:
-            with contextlib.redirect_stdout(io.StringIO()) as told:
-                test.check(seed)
-            seed += 1
-    except BaseException:
-        print(f"{told.getvalue()}The seed {seed} fails.", flush=True)
-        raise
-    finally:
-        test.doCleanups()
-    print(f"{seed - first} random runs, of the seeds from {first} on, are as they must be.")
-
-
 if __name__ == "__main__":
-    main(*sys.argv[1:])
+    Operators.seconds = float(sys.argv[1])
+    Operators.first_seed = int(sys.argv[2] if sys.argv[2:] else time.time_ns() // 10**6)
+    unittest.main(argv=sys.argv[:1], buffer=True, failfast=True)

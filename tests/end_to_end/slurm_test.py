@@ -76,7 +76,7 @@ class Slurm(harness.ProgramTest):
 
     def stop_a_part(self):
         """Stops the program while it writes a part, and gives the part's number."""
-        for raster in Path(self.folder).glob("out.parts/.lumomixcalc-*/*.tif"):
+        for raster in Path(self.folder).glob("of two.parts/.lumomixcalc-*/*.tif"):
             number = raster.name.split("-")[0]
             found = self.call("pgrep", "-f", f"part={number}/16 {self.a}", check=False).stdout
             if found:
@@ -90,23 +90,39 @@ class Slurm(harness.ProgramTest):
         # A codec that is slow enough for a part to be stopped at work.
         options = "-operator=1+b_pow_a", "-a=0.5:1", "-co", "COMPRESS=LZMA"
         report = self.done(self.a, self.out, *options).stdout
-        submission = "16", "--time=5", "--", self.a, self.path("out.vrt"), *options
+        mosaic = self.path("of two.vrt")
+        submission = "16", "--time=5", "--", self.a, *options, f"-save={mosaic}"
         _, array, _, join = self.call(SUBMIT, *submission).stdout.replace(",", "").split()
         part = self.wait_for("part that is being written", self.stop_a_part)
         self.call("scontrol", "requeue", f"{array}_{part}")
-        self.assertFalse(os.path.exists(self.path(f"out.parts/{part}-of-16.tif")))
+        self.assertFalse(os.path.exists(self.path(f"of two.parts/{part}-of-16.tif")))
         self.wait_for("end of the jobs", lambda: not self.jobs())
         print(*(path.read_text() for path in Path(self.folder).glob("slurm-*.out")))
-        np.testing.assert_array_equal(harness.read(self.path("out.vrt")), harness.read(self.out))
+        np.testing.assert_array_equal(harness.read(mosaic), harness.read(self.out))
         self.assertEqual(Path(self.path(f"slurm-{join}.out")).read_text(), report)
 
         new = self.a, self.path("new.vrt"), "-operator=a1+b"
-        for arguments in (("0", "--", *new), ("2", "--mem=1", *new), ("2", "--array=1", "--", *new),
-                          ("2", "--", "none", *new), ("2", "--", *new, "-a=x"),
-                          ("1025", "--", *new), ("2", "--", *new, "-part=1/2"), submission):
-            result = self.call(SUBMIT, *arguments, check=False)
-            self.assert_one_sentence(result.stderr.replace("-slurm:", ":", 1), "")
+        sbatch = Path(self.path("sbatch"))  # refuses the join
+        sbatch.write_text(f'#!/bin/sh\ncase "$*" in *depend*) exit 1; esac\n{shutil.which("sbatch")} "$@"')
+        sbatch.chmod(0o755)
+        for path, *arguments in (
+                ("", "0", "--", *new), ("", "2", "--mem=1", *new), ("", "2", "--array=1", "--", *new),
+                ("", "2", "--", "none", *new), ("", "2", "--", *new, "-a=x"),
+                ("", "1025", "--", *new), ("", "2", "--", *new, "-part=1/2"), ("", *submission),
+                (f"{self.folder}:", "2", "--hold", "--", *new)):
+            result = self.call("env", f"PATH={path}{self.environment['PATH']}", SUBMIT, *arguments,
+                               check=False)
             self.assertEqual([result.returncode > 0, result.stdout, *self.jobs()], [True, ""])
-        self.call(SUBMIT, "16", "--hold", "--", f"-save={self.path('out.vrt')}", "-overwrite", self.a,
-                  *options)
+            if not path:
+                self.assert_one_sentence(result.stderr.replace("-slurm:", ":", 1), "")
+        # Of parts that fail no mosaic is made.
+        _, array, _, join = self.call(SUBMIT, "16%1", "--hold", *submission[2:], "-overwrite"
+                                      ).stdout.replace(",", "").split()
+        self.assertIn(f"{array}_[1-16%1]", self.call("squeue", "-h", "-o", "%i").stdout)
+        script = self.call("scontrol", "write", "batch_script", join, "-").stdout
+        self.assertRegex(script, r"lumomixcalc'? -join='.*of two\.vrt' -overwrite\n")
+        os.remove(self.a)
+        self.call("scontrol", "release", array, join)
+        self.wait_for("end of the jobs", lambda: not self.jobs())
+        self.assertFalse(os.path.exists(self.path(f"slurm-{join}.out")))
         self.assertEqual(self.call(SUBMIT, "-help").stderr, "")

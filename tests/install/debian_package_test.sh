@@ -18,7 +18,8 @@ depends() { dpkg-deb -f "$work"/packages/"$1"_*.deb Depends; }
 (cd "$work" && cpack --config "$build/CPackConfig.cmake" -B "$work/packages" >/dev/null)
 depends lumomixcalc | grep -q libgdal || fail "the program's package does not depend on GDAL"
 ! depends lumomixcalc | grep -qi qt || fail "the batch program's package depends on Qt"
-depends lumomixcalc-panel | grep -q libqt6 || fail "the panel's package does not depend on Qt"
+depends lumomixcalc-panel | grep -q 'lumomixcalc (= .*libqt6' ||
+  fail "the panel's package does not depend on its program and Qt"
 dpkg-deb -c "$work"/packages/liblumomixcalc-dev_*.deb | grep -q liblumomixcalc_app.a ||
   fail "the development package lacks the library"
 
@@ -34,7 +35,7 @@ for file in man/man1/lumomixcalc.1 man/man1/lumomixcalc-slurm.1 bash-completion/
   applications/lumomixcalc.desktop icons/hicolor/scalable/apps/lumomixcalc.svg; do
   [[ -s $root/usr/share/$file ]] || fail "share/$file is not installed"
 done
-shown=$(sed -nE 's/^Exec=([^ ]*).*/\1/p' "$root/usr/share/applications/lumomixcalc.desktop")
+shown=$(sed -nE 's/^Exec=([^ ]*) %f$/\1/p' "$root/usr/share/applications/lumomixcalc.desktop")
 for program in lumomixcalc lumomixcalc-slurm lumomixcalc-panel "${shown:-none}"; do
   [[ -x $root/usr/bin/$program ]] || fail "bin/$program is not a program"
 done

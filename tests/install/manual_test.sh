@@ -26,9 +26,12 @@ diff <(tr -d ' \n' <"$work/usage") <(tr -d ' "\\\n' <"$work/synopsis")
 # shellcheck source=/dev/null
 source "$root/packaging/lumomixcalc.bash"
 # What bash shows for the beginning of a word.
-compopt() { :; }
-for completed in -operator=a1_:a1_conj_b2 -mode=cf:cfloat32 -overw:-overwrite -nodata=:keep \
-  -a:'-a_nodata= -a=' "-stats=$work/syn:$work/synopsis" "$work/usa:$work/usage"; do
+cd "$work"
+told=
+compopt() { told+=" $*"; }
+for completed in -file1=help.n:help.names -looks:-looks= -operator=a1_:a1_conj_b2 \
+  -mode=cf:cfloat32 -overw:-overwrite -nodata=:keep -a:'-a_nodata= -a=' \
+  "-stats=$work/syn:$work/synopsis" "$work/usa:$work/usage"; do
   COMP_WORDS=("$1") COMP_LINE="lumomixcalc ${completed%:*}"
   COMP_POINT=${#COMP_LINE}
   _lumomixcalc || true
@@ -37,3 +40,4 @@ for completed in -operator=a1_:a1_conj_b2 -mode=cf:cfloat32 -overw:-overwrite -n
     exit 1
   }
 done
+[[ $told == *nospace* ]] # no blank after -looks=

@@ -61,6 +61,7 @@ TEST(CommandLines, ComeBackFromTheCommandThatRepeatsTheRun) {
       arguments.insert(arguments.begin(), {"-a=" + real() + ":" + real(), "-b=" + real()});
       EXPECT_TRUE(ComesBackTheSame(arguments)) << testing::PrintToString(arguments);
     }
+  EXPECT_EQ(ShellWord("=x"), "'=x'");  // zsh takes it for the name of a command
 }
 
 TEST(CommandLines, TakeWhatGdalsProgramsTake) {
@@ -74,6 +75,8 @@ TEST(CommandLines, TakeWhatGdalsProgramsTake) {
   EXPECT_EQ(commandOf("-a_nodata -1 -projwin -2 4 6 -8 a o --config LUMOMIXCALC_TEST yes"),
             commandOf("a o -a_nodata=-1 -window=-2:-8:6:4"));
   EXPECT_STREQ(CPLGetConfigOption("LUMOMIXCALC_TEST", ""), "yes");
+  EXPECT_EQ(commandOf("a o -mode=uint8 -ot complex64"), commandOf("a o -ot cfloat32"));
+  EXPECT_EQ(commandOf("a o -mode=uint8"), commandOf("a o -mode=byte"));
 }
 
 // Expects a command line to be refused with a sentence that has a text in it.
@@ -113,6 +116,7 @@ TEST(CommandLines, SayWhatIsWrong) {
   ExpectRefused("did you mean -overwrite?", {"a", "o", "-overwrit"});
   ExpectRefused("; write -operator=op", {"a", "o", "-operator", "a1b"});
   ExpectRefused("did you mean average?", {"a", "o", "-resampling=avrage"});
+  ExpectRefused("1 value must follow", {"a", "o", "-ot"});
   ExpectRefused("from 1e-45 to 3.4e38", {"a", "o", "-a=1e39"});
   ExpectRefused("write -a=real[:imaginary] instead of -a=2,3", {"a", "o", "-a=2,3"});
   ExpectRefused("-a requires", {"a", "o", "-a=" + many});
