@@ -178,7 +178,8 @@ class MidRun(harness.ProgramTest):
         before = self.temporary_folders()
         process = subprocess.Popen(
             [harness.PROGRAM, self.big, *[self.out] * ("-part=1/1" not in options),
-             "-operator=1+b_pow_a", "-a=1:1e-6", "-mode=byte", *options], stderr=stderr, stdout=subprocess.DEVNULL, text=True,
+             "-operator=1+b_pow_a", "-a=1:1e-6", "-mode=byte", *options],
+            stderr=stderr, stdout=subprocess.DEVNULL, text=True,
             # Where the tests run in the background, some may be ignored.
             preexec_fn=lambda: [signal.signal(
                 number, signal.SIG_IGN if number in ignored else signal.SIG_DFL)
@@ -251,7 +252,8 @@ class MidRun(harness.ProgramTest):
             self.assertTrue(select.select([report], [], [], 60)[0], "there is no report")
             os.set_blocking(report.fileno(), True)
             process.send_signal(signal.SIGTERM)
-            while "ShdPnd:\t0000000000000000" not in Path(f"/proc/{process.pid}/status").read_text():
+            state = Path(f"/proc/{process.pid}/status")
+            while "ShdPnd:\t0000000000000000" not in state.read_text():  # has not arrived
                 time.sleep(0.001)
             report.read()
         self.assertEqual(process.wait(), -signal.SIGTERM)
@@ -276,11 +278,13 @@ class MidRun(harness.ProgramTest):
             os.close(end)
             self.assertEqual(status, 0)
             self.assertRegex(shown, rf"\A{bar}(lumomixcalc: warning: .*\r?\n)*\.\Z")
-            for done, left in re.findall(r"(\d+) %, 0:(\d+)", shown)[:1]:  # half a second has passed
+            # Half a second or more has passed.
+            for done, left in re.findall(r"(\d+) %, 0:(\d+)", shown)[:1]:
                 self.assertGreaterEqual((int(done) + 1) * int(left), 0.5 * (99 - int(done)))
 
     def test_a_compressed_output_has_room_beyond_the_limit_of_a_classic_tiff(self):
-        process = self.start("-overwrite", "-mode=cfloat32", "-co=COMPRESS=LZW", "-bands=" + "1," * 99 + "1")
+        process = self.start("-overwrite", "-mode=cfloat32", "-co=COMPRESS=LZW",
+                             "-bands=" + "1," * 99 + "1")
         process.send_signal(signal.SIGCONT)
         head, (folder,) = b"", self.temporary_folders()
         while not head:
