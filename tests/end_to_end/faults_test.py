@@ -101,19 +101,21 @@ class Faults(harness.ProgramTest):
         program, panel = self.path("lumomixcalc"), Path(self.path("lumomixcalc-panel"))
         shutil.copy(harness.PROGRAM, program)
         none, pipe, display = subprocess.DEVNULL, subprocess.PIPE, {"DISPLAY": ":nowhere"}
+        hidden = {name: text for name, text in os.environ.items() if "DISPLAY" not in name}
         for shown, stdin, stdout, environment, *arguments in (
-                ("", none, none, display), ("", none, none, {"WAYLAND_DISPLAY": "nowhere"}),
-                (" -a=2 a b", none, pipe, {}, "-a=2", "-panel", "a b"), (None, none, none, {}),
-                (None, none, pipe, display), (None, pipe, none, display)):
+                (True, none, none, display), (True, none, none, {"WAYLAND_DISPLAY": "nowhere"}),
+                (True, none, pipe, {}, "-a=2", "-panel", "a b"), (False, none, none, {}),
+                (False, none, pipe, display), (False, pipe, none, display)):
             panel.write_text('#!/bin/sh\necho shown "$@" >&2')
             panel.chmod(0o755)
             for there in True, False:
                 told = subprocess.run([program, *arguments], stdin=stdin, stdout=stdout,
-                                      stderr=pipe, env=environment, text=True, check=False).stderr
-                self.assertIn(
-                    "cannot start" if arguments and not there else "no output file"
-                    if shown is None or not there else
-                    f"shown {' '.join(arguments) or '-panel'}\n", told)
+                                      stderr=pipe, env=hidden | environment, text=True,
+                                      check=False).stderr
+                expected = f"shown {' '.join(arguments) or '-panel'}\n"
+                if not (shown and there):
+                    expected = "cannot start" if arguments else "no output file"
+                self.assertIn(expected, told)
                 panel.unlink(missing_ok=True)
 
     def test_no_thread(self):
