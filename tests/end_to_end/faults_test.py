@@ -62,10 +62,9 @@ class Faults(harness.ProgramTest):
             # Without a byte or in the header, among the elements, in the last of them.
             for bytes_ in (number % 2 * 100, size // 2, size - 1000):
                 self.refused(out, *arguments, preexec_fn=limit(FSIZE=bytes_))
-
-        write(self.a, [[1]])
-        self.refused("Unable to save auxiliary information", self.a, self.path("o.bmp"), COPY,
-                     "-mode=byte", "-a_nodata=0", preexec_fn=limit(FSIZE=200))
+        write(self.a, [[1]])  # has more metadata than elements
+        self.refused("Unable to save auxiliary information", self.a, self.path("o.img"), COPY,
+                     "-format=ENVI", preexec_fn=limit(FSIZE=500))
 
     def test_input_cut_short_or_overwritten(self):
         for file, driver, *options in (*LAYOUTS, ("pci.pix", "PCIDSK")):
