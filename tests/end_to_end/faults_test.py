@@ -62,10 +62,9 @@ class Faults(harness.ProgramTest):
             # Without a byte or in the header, among the elements, in the last of them.
             for bytes_ in (number % 2 * 100, size // 2, size - 1000):
                 self.refused(out, *arguments, preexec_fn=limit(FSIZE=bytes_))
-
-        write(self.a, [[1]])
-        self.refused("Unable to save auxiliary information", self.a, self.path("o.bmp"), COPY,
-                     "-mode=byte", "-a_nodata=0", preexec_fn=limit(FSIZE=200))
+        write(self.a, [[1]])  # has more metadata than elements
+        self.refused("Unable to save auxiliary information", self.a, self.path("o.img"), COPY,
+                     "-format=ENVI", preexec_fn=limit(FSIZE=500))
 
     def test_input_cut_short_or_overwritten(self):
         for file, driver, *options in (*LAYOUTS, ("pci.pix", "PCIDSK")):
@@ -101,19 +100,21 @@ class Faults(harness.ProgramTest):
         program, panel = self.path("lumomixcalc"), Path(self.path("lumomixcalc-panel"))
         shutil.copy(harness.PROGRAM, program)
         none, pipe, display = subprocess.DEVNULL, subprocess.PIPE, {"DISPLAY": ":nowhere"}
+        hidden = {name: text for name, text in os.environ.items() if "DISPLAY" not in name}
         for shown, stdin, stdout, environment, *arguments in (
-                ("", none, none, display), ("", none, none, {"WAYLAND_DISPLAY": "nowhere"}),
-                (" -a=2 a b", none, pipe, {}, "-a=2", "-panel", "a b"), (None, none, none, {}),
-                (None, none, pipe, display), (None, pipe, none, display)):
+                (True, none, none, display), (True, none, none, {"WAYLAND_DISPLAY": "nowhere"}),
+                (True, none, pipe, {}, "-a=2", "-panel", "a b"), (False, none, none, {}),
+                (False, none, pipe, display), (False, pipe, none, display)):
             panel.write_text('#!/bin/sh\necho shown "$@" >&2')
             panel.chmod(0o755)
             for there in True, False:
                 told = subprocess.run([program, *arguments], stdin=stdin, stdout=stdout,
-                                      stderr=pipe, env=environment, text=True, check=False).stderr
-                self.assertIn(
-                    "cannot start" if arguments and not there else "no output file"
-                    if shown is None or not there else
-                    f"shown {' '.join(arguments) or '-panel'}\n", told)
+                                      stderr=pipe, env=hidden | environment, text=True,
+                                      check=False).stderr
+                expected = f"shown {' '.join(arguments) or '-panel'}\n"
+                if not (shown and there):
+                    expected = "cannot start" if arguments else "no output file"
+                self.assertIn(expected, told)
                 panel.unlink(missing_ok=True)
 
     def test_no_thread(self):
@@ -178,7 +179,8 @@ class MidRun(harness.ProgramTest):
         before = self.temporary_folders()
         process = subprocess.Popen(
             [harness.PROGRAM, self.big, *[self.out] * ("-part=1/1" not in options),
-             "-operator=1+b_pow_a", "-a=1:1e-6", "-mode=byte", *options], stderr=stderr, stdout=subprocess.DEVNULL, text=True,
+             "-operator=1+b_pow_a", "-a=1:1e-6", "-mode=byte", *options],
+            stderr=stderr, stdout=subprocess.DEVNULL, text=True,
             # Where the tests run in the background, some may be ignored.
             preexec_fn=lambda: [signal.signal(
                 number, signal.SIG_IGN if number in ignored else signal.SIG_DFL)
@@ -251,7 +253,8 @@ class MidRun(harness.ProgramTest):
             self.assertTrue(select.select([report], [], [], 60)[0], "there is no report")
             os.set_blocking(report.fileno(), True)
             process.send_signal(signal.SIGTERM)
-            while "ShdPnd:\t0000000000000000" not in Path(f"/proc/{process.pid}/status").read_text():
+            state = Path(f"/proc/{process.pid}/status")
+            while "ShdPnd:\t0000000000000000" not in state.read_text():  # has not arrived
                 time.sleep(0.001)
             report.read()
         self.assertEqual(process.wait(), -signal.SIGTERM)
@@ -276,11 +279,13 @@ class MidRun(harness.ProgramTest):
             os.close(end)
             self.assertEqual(status, 0)
             self.assertRegex(shown, rf"\A{bar}(lumomixcalc: warning: .*\r?\n)*\.\Z")
-            for done, left in re.findall(r"(\d+) %, 0:(\d+)", shown)[:1]:  # half a second has passed
+            # Half a second or more has passed.
+            for done, left in re.findall(r"(\d+) %, 0:(\d+)", shown)[:1]:
                 self.assertGreaterEqual((int(done) + 1) * int(left), 0.5 * (99 - int(done)))
 
     def test_a_compressed_output_has_room_beyond_the_limit_of_a_classic_tiff(self):
-        process = self.start("-overwrite", "-mode=cfloat32", "-co=COMPRESS=LZW", "-bands=" + "1," * 99 + "1")
+        process = self.start("-overwrite", "-mode=cfloat32", "-co=COMPRESS=LZW",
+                             "-bands=" + "1," * 99 + "1")
         process.send_signal(signal.SIGCONT)
         head, (folder,) = b"", self.temporary_folders()
         while not head:

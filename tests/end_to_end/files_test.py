@@ -177,7 +177,8 @@ class Outputs(FileTest):
         write(many, RAMP)
         for file, name, driver, *options in (
                 (self.a, "r.img", "HFA"), (self.a, "r.nc", "netCDF"), (self.a, "r.asc", "AAIGrid"),
-                (self.a, "r.xyz", "XYZ"), (self.a, "r.png", "PNG", "-mode=byte"), (self.a, "q.raw", "ENVI", "-format=envi"),
+                (self.a, "r.xyz", "XYZ"), (self.a, "r.png", "PNG", "-mode=byte"),
+                (self.a, "q.raw", "ENVI", "-format=envi"),
                 (self.a, "s.tif", "HFA", "-format=HFA"), (self.a, "s.IMG", "HFA"),
                 (self.a, "r", "GTiff"), (self.a, "world.tif", "GTiff", "-co=TFW=YES"),
                 (many, "t.tif", "GTiff", "-co=TILED=YES", "-co=BLOCKXSIZE=16", "-co=BLOCKYSIZE=16"),

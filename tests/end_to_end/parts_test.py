@@ -117,7 +117,8 @@ class Parts(harness.ProgramTest):
             self.refused(told, *arguments)
         part = gdal.Open(self.part("3-of-4.tif"), gdal.GA_Update)
         facts = part.GetMetadata("LUMOMIXCALC_PART")["FACTS"]
-        part.SetMetadata({"FACTS": facts.replace('version":"', 'version":"old ')}, "LUMOMIXCALC_PART")
+        part.SetMetadata({"FACTS": facts.replace('version":"', 'version":"old ')},
+                         "LUMOMIXCALC_PART")
         del part
         self.refused("3-of-4.tif was made by another version", "-part=3/4", *command)
         os.remove(self.mosaic)

@@ -103,7 +103,8 @@ class Slurm(harness.ProgramTest):
 
         new = self.a, self.path("new.vrt"), "-operator=a1+b"
         sbatch = Path(self.path("sbatch"))  # refuses the join
-        sbatch.write_text(f'#!/bin/sh\ncase "$*" in *depend*) exit 1; esac\n{shutil.which("sbatch")} "$@"')
+        sbatch.write_text('#!/bin/sh\ncase "$*" in *depend*) exit 1; esac\n'
+                          f'{shutil.which("sbatch")} "$@"')
         sbatch.chmod(0o755)
         for path, *arguments in (
                 ("", "0", "--", *new), ("", "2", "--mem=1", *new), ("", "2", "--array=1", "--", *new),
