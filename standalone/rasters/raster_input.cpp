@@ -244,7 +244,7 @@ void RasterInput::ReadElements(int band, const PixelWindow& window, const Elemen
 }
 
 void RasterInput::ApplyMask(int band, const PixelWindow& window, const Elements& elements) {
-  const GdalFailures failures;
+  const GdalFailures failures(GdalFailures::Of::kThisThread);
   mask_.resize(elements.Count());
   const std::unique_lock turn = TakeTurn();
   if (Pixels().GetRasterBand(band)->GetMaskBand()->RasterIO(
@@ -274,7 +274,7 @@ void RasterInput::Unscale(int number, const Elements& elements) const {
 // Reads a window as elements of a type, as many as `size` has.
 void RasterInput::Transfer(int band, const PixelWindow& window, const Elements& size, void* out,
                            GDALDataType type) {
-  const GdalFailures failures;
+  const GdalFailures failures(GdalFailures::Of::kThisThread);
   std::string reason;
   if (uncompressedRows_) {
     reason = uncompressedRows_->Read(band, window.y, size.rows, out, type);
@@ -307,7 +307,7 @@ void RasterInput::ReadRounded(int band, const PixelWindow& window, const Element
 void RasterInput::Resample(const Elements& full, const PixelWindow& source,
                            const PixelWindow& wanted, const Elements& out) {
   const int step = Parts() * static_cast<int>(sizeof(float));
-  const GdalFailures failures;
+  const GdalFailures failures(GdalFailures::Of::kThisThread);
   const GDALDatasetUniquePtr memory =
       MemoryDataset(full.values, full.columns, full.rows, GDT_Float32, Parts());
   GDALRasterIOExtraArg extra;

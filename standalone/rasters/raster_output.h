@@ -53,9 +53,8 @@ class RasterOutput {
   // files in the places of the output's files.
   explicit RasterOutput(const OutputPlan& plan);
 
-  // Declares the no-data value of all bands. From now on NaN is stored as this value. Returns false
-  // when the format cannot declare it.
-  bool DeclareNoData(double value);
+  // Declares the no-data value of all bands. From now on NaN is stored as this value.
+  void DeclareNoData(double value);
 
   int BlockRows() const { return blockRows_; }
 

@@ -368,7 +368,7 @@ void Part::StoreFacts(const RunReport& report, GDALDataset& raster) const {
 }
 
 RunReport JoinParts(const std::string& name, const Job& job) {
-  const GdalRun gdalRun;
+  ForgetShownWarnings();
   const fs::path target = ResolveOutput(name, job.overwrite);
   const fs::path folder = FolderOfParts(target);
   const int count = CountOfParts(folder, 0);

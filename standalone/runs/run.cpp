@@ -155,7 +155,7 @@ RunReport PlannedReport(const Session& session, const Job& job, const OutputForm
 RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
                   const RunControl& control) {
   const auto start = std::chrono::steady_clock::now();
-  const GdalRun gdalRun;
+  ForgetShownWarnings();
   const std::string& outputName = job.files.at(host.registration.output.number);
   const OutputFormat format = ChooseOutputFormat(job.part ? "GTiff" : job.format, outputName);
   CheckCreationOptions(format, job.creationOptions);
@@ -173,7 +173,7 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
     reportFile.emplace(job.statisticsFile, job.overwrite, session.Files(), target);
   RunReport report = PlannedReport(session, job, format, command);
   const auto describe = [&](GDALDataset& output) {
-    Describe(session, part ? command + " " + part->Option() : command, outputName, output);
+    DescribeOutput(session, part ? command + " " + part->Option() : command, output);
   };
   const OutputPlan plan({target, format, &session.Mode(), job.creationOptions, report.grid.columns,
                          report.grid.rows, static_cast<int>(report.bands.size()), job.overwrite,
@@ -187,9 +187,7 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
 
   if (part) std::filesystem::create_directory(target.parent_path());
   RasterOutput output(plan);
-  if (const auto& value = report.noData; value && !output.DeclareNoData(*value))
-    Warn(outputName + " cannot declare a no-data value; " + ShortestText(*value) +
-         " stands for it");
+  if (report.noData) output.DeclareNoData(*report.noData);
   session.SelectInputs();
   SizeBlockCache(session, output);
   Compute(session, output, control, report);

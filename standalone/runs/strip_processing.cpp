@@ -15,7 +15,6 @@
 #include <utility>
 
 #include "standalone/base/messages.h"
-#include "standalone/rasters/gdal_library.h"
 #include "standalone/runs/statistics.h"
 
 namespace lumomixcalc::standalone {
@@ -159,7 +158,6 @@ class ReadAhead {
     next_.band = bands_[step_ % bands_.size()];
     ++step_;
     reading_ = worker_.Start(std::packaged_task<void()>([this] {
-      const OwnGdalFailures own;
       input_.raster->Read(next_.band, next_.firstRow, next_.rows, next_.values.get());
       next_.holdsNan =
           session_.MasksNoData() &&
