@@ -12,7 +12,7 @@
 #include <string_view>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/numbers.h"
+#include "standalone/base/texts.h"
 
 namespace lumomixcalc::standalone {
 namespace {

@@ -7,7 +7,7 @@
 #include <cmath>
 #include <vector>
 
-#include "standalone/base/numbers.h"
+#include "standalone/base/texts.h"
 
 namespace lumomixcalc::standalone {
 

@@ -4,23 +4,18 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cmath>
-#include <cstdint>
 #include <cstring>
 #include <fstream>
-#include <functional>
-#include <map>
 #include <numeric>
-#include <string_view>
 #include <system_error>
 #include <utility>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/numbers.h"
+#include "standalone/base/texts.h"
 #include "standalone/rasters/gdal_library.h"
-#include "standalone/rasters/grid.h"
+#include "standalone/rasters/georeferencing.h"
 
 namespace lumomixcalc::standalone {
 namespace fs = std::filesystem;
@@ -162,12 +157,12 @@ std::int64_t RasterOutput::CacheBytes(int stripRows) const {
 }
 
 void RasterOutput::Write(int band, int firstRow, int rows, const float* values,
-                         UnheldElements& unheld) {
+                         AlteredElements& altered) {
   const DataMode& mode = *plan_.mode;
   ConstElements elements = {values, plan_.columns, rows, mode.Parts()};
   if (noData_ && !mode.integer && !std::isnan(*noData_)) {
     replaced_.assign(elements.All().begin(), elements.All().end());
-    ReplaceNan({replaced_.data(), plan_.columns, rows, mode.Parts()}, *noData_, unheld);
+    ReplaceNan({replaced_.data(), plan_.columns, rows, mode.Parts()}, *noData_, altered);
     elements.values = replaced_.data();
   }
   void* buffer = const_cast<float*>(elements.values);  // GDAL does not change it when it writes
@@ -176,7 +171,7 @@ void RasterOutput::Write(int band, int firstRow, int rows, const float* values,
     converted_.resize(elements.Count() * static_cast<std::size_t>(bytes));
     buffer = converted_.data();
     if (mode.integer)
-      StoreAsIntegers(elements.All(), mode, noData_, buffer, unheld);
+      StoreAsIntegers(elements.All(), mode, noData_, buffer, altered);
     else
       GDALCopyWords64(elements.values, type, GDALGetDataTypeSizeBytes(type), buffer, mode.type,
                       bytes, static_cast<GPtrDiff_t>(elements.Count()));

@@ -58,8 +58,8 @@ class RasterOutput {
 
   int BlockRows() const { return blockRows_; }
 
-  // Writes whole rows of a band. Adds to unheld what the output cannot hold. Throws Failure.
-  void Write(int band, int firstRow, int rows, const float* values, UnheldElements& unheld);
+  // Writes whole rows of a band. Adds to altered what the output cannot hold. Throws Failure.
+  void Write(int band, int firstRow, int rows, const float* values, AlteredElements& altered);
 
   // Writes the blocks up to endRow from GDAL's cache to the file, if a row of blocks ends there.
   // Then GDAL can use their memory for other blocks: the cache does not write the blocks of one

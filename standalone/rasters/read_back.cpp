@@ -12,7 +12,7 @@
 #include <string_view>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/numbers.h"
+#include "standalone/base/texts.h"
 #include "standalone/rasters/gdal_library.h"
 #include "standalone/rasters/georeferencing.h"
 #include "standalone/rasters/no_data.h"

@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/numbers.h"
+#include "standalone/base/texts.h"
 #include "standalone/rasters/data_modes.h"
 #include "standalone/rasters/gdal_library.h"
 #include "standalone/rasters/grid.h"
@@ -117,8 +117,8 @@ BandStatistics BandOf(const CPLJSONObject& object) {
   }
   AddTerms(object.GetArray("sum_terms"), band.valid.sum);
   AddTerms(object.GetArray("square_terms"), band.valid.squares);
-  band.unheld = {CountAt(object, "saturated"), CountAt(object, "moved"), CountAt(object, "taken"),
-                 CountAt(object, "zeroed")};
+  band.altered = {CountAt(object, "saturated"), CountAt(object, "moved"), CountAt(object, "taken"),
+                  CountAt(object, "zeroed")};
   band.record = {static_cast<float>(NumberAt(object, "record/minimum")),
                  static_cast<float>(NumberAt(object, "record/maximum")),
                  static_cast<float>(NumberAt(object, "record/sum"))};

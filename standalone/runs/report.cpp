@@ -13,7 +13,7 @@
 #include <system_error>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/numbers.h"
+#include "standalone/base/texts.h"
 
 namespace lumomixcalc::standalone {
 namespace fs = std::filesystem;
@@ -50,10 +50,10 @@ static CPLJSONObject BandObject(int number, const BandStatistics& band) {
     AddNumber(object, "standard_deviation", band.valid.Deviation());
     AddNumber(object, "sum", band.valid.sum.Rounded());
   }
-  AddCount(object, "saturated", band.unheld.saturated);
-  AddCount(object, "moved", band.unheld.moved);
-  AddCount(object, "taken", band.unheld.taken);
-  AddCount(object, "zeroed", band.unheld.nan);
+  AddCount(object, "saturated", band.altered.saturated);
+  AddCount(object, "moved", band.altered.moved);
+  AddCount(object, "taken", band.altered.taken);
+  AddCount(object, "zeroed", band.altered.nan);
   CPLJSONArray records;
   for (const IPOutputStats& record : band.recordsOfParts) records.Add(RecordObject(record));
   if (records.Size() > 0)

@@ -18,7 +18,7 @@
 #include <vector>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/numbers.h"
+#include "standalone/base/texts.h"
 #include "standalone/rasters/gdal_library.h"
 #include "standalone/rasters/grid.h"
 #include "standalone/rasters/output_format.h"
@@ -71,17 +71,17 @@ std::optional<double> OutputNoData(const Session& session, const Job& job,
   return std::numeric_limits<double>::quiet_NaN();
 }
 
-void WarnOfUnheldElements(const std::vector<BandStatistics>& statistics, const DataMode& mode) {
+void WarnOfAlteredElements(const std::vector<BandStatistics>& statistics, const DataMode& mode) {
   for (std::size_t i = 0; i < statistics.size(); ++i) {
-    const UnheldElements& unheld = statistics[i].unheld;
+    const AlteredElements& altered = statistics[i].altered;
     const auto warn = [band = i + 1](std::uint64_t count, const std::string& fate) {
       if (count > 0)
         Warn("band " + std::to_string(band) + ": " + CountText(count, "element") + " " + fate);
     };
-    warn(unheld.saturated, std::string("beyond the range of ") + mode.name + ", saturated");
-    warn(unheld.moved, "moved by one, away from the value that stands for no data");
-    warn(unheld.taken, "equal to the number that stands for no data");
-    warn(unheld.nan, std::string("stored as 0: NaN, which ") + mode.name + " cannot hold");
+    warn(altered.saturated, std::string("beyond the range of ") + mode.name + ", saturated");
+    warn(altered.moved, "moved by one, away from the value that stands for no data");
+    warn(altered.taken, "equal to the number that stands for no data");
+    warn(altered.nan, std::string("stored as 0: NaN, which ") + mode.name + " cannot hold");
   }
 }
 
@@ -117,7 +117,7 @@ void Compute(Session& session, RasterOutput& output, const RunControl& control, 
     if (parts == 2 && !report.imaginaryPartsHeld)
       report.imaginaryPartsHeld = HasImaginaryPart(
           values, static_cast<std::size_t>(grid.columns) * static_cast<std::size_t>(rows));
-    if (rows > 0) output.Write(band, firstRow, rows, values, statistics.unheld);
+    if (rows > 0) output.Write(band, firstRow, rows, values, statistics.altered);
     if (index + 1 == averages.size()) output.WriteCompleteBlocks(firstRow + rows);
   };
   if (parts == 1)
@@ -214,7 +214,7 @@ RunReport RunOnce(const Job& job, const std::string& command, HostState& host,
 
 void WarnOfResults(const RunReport& report) {
   const DataMode& mode = *FindDataMode(report.mode);
-  WarnOfUnheldElements(report.bands, mode);
+  WarnOfAlteredElements(report.bands, mode);
   WarnOfTheMode(report, mode);
 }
 
