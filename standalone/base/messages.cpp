@@ -1,13 +1,10 @@
 #include "standalone/base/messages.h"
 
 #include <cpl_string.h>
-#include <strings.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <mutex>
-#include <numeric>
 #include <utility>
 
 namespace lumomixcalc::standalone {
@@ -15,21 +12,6 @@ namespace {
 
 std::mutex sinkMutex;
 MessageSink theSink = WriteToStandardError;
-
-// The Levenshtein distance: how many characters must be added, removed or replaced to turn one text
-// into the other. Upper and lower case are the same.
-std::size_t EditDistance(const std::string& one, const std::string& other) {
-  std::vector<std::size_t> row(other.size() + 1);
-  std::iota(row.begin(), row.end(), std::size_t{0});
-  for (std::size_t i = 0; i < one.size(); ++i) {
-    std::size_t diagonal = std::exchange(row[0], i + 1);
-    for (std::size_t j = 0; j < other.size(); ++j) {
-      const std::size_t replaced = diagonal + (strncasecmp(&one[i], &other[j], 1) == 0 ? 0 : 1);
-      diagonal = std::exchange(row[j + 1], std::min({replaced, row[j] + 1, row[j + 1] + 1}));
-    }
-  }
-  return row.back();
-}
 
 MessageSink ExchangeSink(MessageSink sink) {
   const std::lock_guard lock(sinkMutex);
@@ -67,32 +49,6 @@ std::string WithVisibleControls(const std::string& text) {
     continuesControl = beginsControl;
   }
   return visible;
-}
-
-std::string CountText(std::uint64_t count, const std::string& noun) {
-  return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
-}
-
-std::vector<std::string> Split(std::string_view text, char separator) {
-  std::vector<std::string> parts;
-  for (std::size_t end = 0; (end = text.find(separator)) != std::string_view::npos;
-       text.remove_prefix(end + 1))
-    parts.emplace_back(text.substr(0, end));
-  parts.emplace_back(text);
-  return parts;
-}
-
-std::string Joined(const std::vector<std::string>& texts, const std::string& separator) {
-  std::string joined;
-  for (std::size_t i = 0; i < texts.size(); ++i) joined += (i > 0 ? separator : "") + texts[i];
-  return joined;
-}
-
-std::string Suggestion(const std::string& unknown, const std::vector<std::string>& names) {
-  const auto nearest = std::ranges::min_element(
-      names, {}, [&](const std::string& name) { return EditDistance(unknown, name); });
-  if (nearest == names.end() || EditDistance(unknown, *nearest) * 2 > nearest->size()) return "";
-  return "; did you mean " + *nearest + "?";
 }
 
 }  // namespace lumomixcalc::standalone

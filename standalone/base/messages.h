@@ -1,11 +1,10 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <stdexcept>
 #include <string>
-#include <string_view>
-#include <vector>
+
+#include "standalone/base/texts.h"
 
 namespace lumomixcalc::standalone {
 
@@ -69,18 +68,5 @@ void Warn(const std::string& sentence);
 // The text with control characters written as \x1b and the like, so that they do nothing to a
 // terminal.
 std::string WithVisibleControls(const std::string& text);
-
-// "1 element", "12 elements".
-std::string CountText(std::uint64_t count, const std::string& noun);
-
-// The parts between separators, including empty ones. There is always at least one.
-std::vector<std::string> Split(std::string_view text, char separator);
-
-// "a, b, c".
-std::string Joined(const std::vector<std::string>& texts, const std::string& separator = ", ");
-
-// "; did you mean NAME?" with the name that is most similar to the unknown one, ignoring case.
-// Empty when none is similar enough.
-std::string Suggestion(const std::string& unknown, const std::vector<std::string>& names);
 
 }  // namespace lumomixcalc::standalone

@@ -8,7 +8,7 @@
 #include <optional>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/numbers.h"
+#include "standalone/base/texts.h"
 
 namespace lumomixcalc::standalone {
 namespace {

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "standalone/base/messages.h"
+#include "standalone/base/texts.h"
 #include "standalone/cli/option_table.h"
 
 namespace lumomixcalc::standalone {

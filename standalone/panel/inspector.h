@@ -4,7 +4,7 @@
 #include <numbers>
 #include <optional>
 
-#include "standalone/base/numbers.h"
+#include "standalone/base/texts.h"
 #include "standalone/panel/preview.h"
 #include "standalone/panel/widgets.h"
 

@@ -92,7 +92,7 @@ PreviewImage ReadInput(const DeclaredStream& stream, const Job& job, const View&
 
 // Results as the run's output stores them; no data is NaN. Doubles hold every integer exactly.
 std::vector<double> Stored(std::span<const float> results, const RunPlan& plan,
-                           UnheldElements& counts) {
+                           AlteredElements& counts) {
   std::vector<double> stored(results.begin(), results.end());
   const DataMode& mode = *plan.mode;
   if (!mode.integer) return stored;
@@ -218,7 +218,7 @@ PreviewImage PreviewMaker::Result(const Job& job, Findings& findings,
   }
   static_cast<MemoryRaster&>(result) = RunInMemory(ofElements, host_, {stop}, std::move(elements));
   result.grid = grid;
-  UnheldElements counts;
+  AlteredElements counts;
   const std::vector<double> stored = Stored(result.values, *findings.plan, counts);
   result.values.assign(stored.begin(), stored.end());
   findings.beyondMode = counts.saturated;
@@ -271,7 +271,7 @@ Inspection::Element PreviewMaker::ResultElement(Job job, int band, QPoint pixel)
                           pixel.y() - (pixel.y() - all.y) % ny, nx, ny};
   job.bands = {band};
   const MemoryRaster raster = RunInMemory(job, host_, {});
-  UnheldElements ignored;
+  AlteredElements ignored;
   const std::vector<double> parts = Stored(raster.values, *plan, ignored);
   return {raster.complex, {parts.front(), parts.back()}};
 }

@@ -9,7 +9,7 @@
 #include <string>
 #include <utility>
 
-#include "standalone/base/numbers.h"
+#include "standalone/base/texts.h"
 
 // The fields of the panel, and what all its widgets have in common.
 namespace lumomixcalc::standalone {

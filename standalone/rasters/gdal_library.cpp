@@ -23,8 +23,8 @@ constexpr const char* kNoReason = "GDAL does not say why";
 bool DiskFailed() { return errno == ENOSPC || errno == EDQUOT || errno == EFBIG || errno == EIO; }
 
 std::mutex failuresMutex;
-std::set<GdalFailures*> allFailures;
-thread_local const OwnGdalFailures* ownFailures = nullptr;
+std::set<GdalFailures*> ofAnyThread;
+thread_local GdalFailures* ofThisThread = nullptr;
 
 // GDAL's message on one line. The names of hidden folders are removed from the paths of files, so
 // that these are the final ones.
@@ -52,8 +52,9 @@ void CPL_STDCALL Handle(CPLErr severity, CPLErrorNum number, const char* message
   if (severity == CE_Warning && !losesMetadata) {
     if (IsNewWarning(text)) Warn(text);
   } else if (severity == CE_Warning || severity == CE_Failure) {
+    if (ofThisThread) return ofThisThread->Add(text);
     const std::lock_guard lock(failuresMutex);
-    for (GdalFailures* const failures : allFailures) failures->Add(text, ownFailures);
+    for (GdalFailures* const failures : ofAnyThread) failures->Add(text);
   } else {
     CPLDefaultErrorHandler(severity, number, message);
   }
@@ -76,23 +77,24 @@ void SetUpGdal() {
   GDALAllRegister();
 }
 
-OwnGdalFailures::OwnGdalFailures() { ownFailures = this; }
-
-OwnGdalFailures::~OwnGdalFailures() { ownFailures = nullptr; }
-
-GdalFailures::GdalFailures() : own_(ownFailures) {
+GdalFailures::GdalFailures(Of threads) : outer_(ofThisThread) {
   errno = 0;
-  const std::lock_guard lock(failuresMutex);
-  allFailures.insert(this);
+  if (threads == Of::kThisThread) {
+    ofThisThread = this;
+  } else {
+    const std::lock_guard lock(failuresMutex);
+    ofAnyThread.insert(this);
+  }
 }
 
 GdalFailures::~GdalFailures() {
+  ofThisThread = outer_;
   const std::lock_guard lock(failuresMutex);
-  allFailures.erase(this);
+  ofAnyThread.erase(this);
 }
 
-void GdalFailures::Add(const std::string& text, const OwnGdalFailures* own) {
-  if (own == own_ && first_.empty()) first_ = text;
+void GdalFailures::Add(const std::string& text) {
+  if (first_.empty()) first_ = text;
 }
 
 bool GdalFailures::Any() const {
@@ -108,11 +110,9 @@ std::string GdalFailures::First() const {
   return explains ? first_ : first_ + ": " + error;
 }
 
-GdalRun::GdalRun() : cacheBytes_(GDALGetCacheMax64()) {
+void ForgetShownWarnings() {
   const std::lock_guard lock(shownWarningsMutex);
   shownWarnings.clear();
 }
-
-GdalRun::~GdalRun() { GDALSetCacheMax64(cacheBytes_); }
 
 }  // namespace lumomixcalc::standalone

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 
 namespace lumomixcalc::standalone {
@@ -11,23 +10,13 @@ namespace lumomixcalc::standalone {
 // process, before any other GDAL call. Configuration that the user has set is kept.
 void SetUpGdal();
 
-// While this object lives, the failures of the thread that made it are kept separate: a
-// GdalFailures of that thread sees these failures only, and no other thread sees them. So a failure
-// to read one file is not mistaken for a failure to write another, by another thread or by GDAL's
-// own threads.
-class OwnGdalFailures {
- public:
-  OwnGdalFailures();
-  ~OwnGdalFailures();
-  OwnGdalFailures(const OwnGdalFailures&) = delete;
-  OwnGdalFailures& operator=(const OwnGdalFailures&) = delete;
-};
-
-// The failures since this object was made: those of its thread if an OwnGdalFailures keeps them
-// separate, otherwise those of all threads that have no OwnGdalFailures.
+// The failures of GDAL since this object was made. Those of any thread, because GDAL writes in
+// threads of its own, but without what an object for a single thread takes: so a failure to read a
+// file is not mistaken for a failure to write another.
 class GdalFailures {
  public:
-  GdalFailures();
+  enum class Of { kAnyThread, kThisThread };
+  explicit GdalFailures(Of threads = Of::kAnyThread);
   ~GdalFailures();
   GdalFailures(const GdalFailures&) = delete;
   GdalFailures& operator=(const GdalFailures&) = delete;
@@ -36,25 +25,15 @@ class GdalFailures {
   // with the system's text if the thread's last failed call failed by the disk.
   std::string First() const;
 
-  // For the error handler: a failure of a thread, with what keeps its failures separate, or null.
-  void Add(const std::string& text, const OwnGdalFailures* own);
+  // For the error handler.
+  void Add(const std::string& text);
 
  private:
-  const OwnGdalFailures* own_;
+  GdalFailures* outer_;  // what took the failures of this thread before
   std::string first_;
 };
 
-// Sets the state that GDAL keeps for the whole process for one run: each warning is shown once per
-// run, and the size of the block cache is restored after the run.
-class GdalRun {
- public:
-  GdalRun();
-  ~GdalRun();
-  GdalRun(const GdalRun&) = delete;
-  GdalRun& operator=(const GdalRun&) = delete;
-
- private:
-  std::int64_t cacheBytes_;
-};
+// From now on, GDAL's warnings are shown again, each once. For the beginning of a run.
+void ForgetShownWarnings();
 
 }  // namespace lumomixcalc::standalone

@@ -1,7 +1,6 @@
 #include "standalone/rasters/grid.h"
 
 #include <cpl_string.h>
-#include <ogr_spatialref.h>
 
 #include <algorithm>
 #include <cmath>
@@ -9,8 +8,7 @@
 #include <vector>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/numbers.h"
-#include "standalone/rasters/gdal_library.h"
+#include "standalone/base/texts.h"
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -72,19 +70,6 @@ PixelWindow ChosenPixels(const Selection& selection, int columns, int rows,
   return {0, 0, columns, rows};
 }
 
-// The largest distance between the positions of a raster corner under both, in pixels of the first.
-double LargestShift(const Geotransform& a, const Geotransform& b, double columns, double rows) {
-  const double pixel = std::min(std::hypot(a[1], a[4]), std::hypot(a[2], a[5]));
-  double largest = 0;
-  for (const double x : {0.0, columns})
-    for (const double y : {0.0, rows}) {
-      const double dx = (a[0] - b[0]) + (a[1] - b[1]) * x + (a[2] - b[2]) * y;
-      const double dy = (a[3] - b[3]) + (a[4] - b[4]) * x + (a[5] - b[5]) * y;
-      largest = std::max(largest, std::hypot(dx, dy) / pixel);
-    }
-  return largest;
-}
-
 }  // namespace
 
 std::string SizeText(int columns, int rows) { return CPLSPrintf("%d x %d pixels", columns, rows); }
@@ -122,50 +107,6 @@ OutputGrid MakeOutputGrid(const Selection& selection, int columns, int rows,
   grid.window.columns = grid.columns * grid.resolution * grid.looks.x;
   grid.window.rows = grid.rows * grid.resolution * grid.looks.y;
   return grid;
-}
-
-std::string GeoreferencingDifference(GDALDataset& one, GDALDataset& other) {
-  const OGRSpatialReference* const crs1 = one.GetSpatialRef();
-  const OGRSpatialReference* const crs2 = other.GetSpatialRef();
-  if (crs1 && crs2 && !crs1->IsSame(crs2)) return "their coordinate reference systems differ";
-  const std::optional<Geotransform> transform1 = GeotransformOf(one);
-  const std::optional<Geotransform> transform2 = GeotransformOf(other);
-  if (!transform1 || !transform2) return "";
-  constexpr double kTolerance = 0.01;
-  const double shift =
-      LargestShift(*transform1, *transform2, one.GetRasterXSize(), one.GetRasterYSize());
-  if (shift <= kTolerance) return "";
-  return CPLSPrintf("their geotransforms differ by up to %.3g pixels", shift);
-}
-
-std::optional<Geotransform> GeotransformOf(GDALDataset& dataset) {
-  Geotransform transform;
-  if (dataset.GetGeoTransform(transform.data()) != CE_None) return std::nullopt;
-  return transform;
-}
-
-bool CopyGeoreferencing(GDALDataset& from, const OutputGrid& grid, GDALDataset& to) {
-  const GdalFailures failures;
-  const double x = grid.window.x;
-  const double y = grid.window.y;
-  const double nx = grid.resolution * grid.looks.x;
-  const double ny = grid.resolution * grid.looks.y;
-  if (const std::optional<Geotransform> transform = GeotransformOf(from)) {
-    const Geotransform& in = *transform;
-    Geotransform out = {in[0] + x * in[1] + y * in[2], nx * in[1], ny * in[2],
-                        in[3] + x * in[4] + y * in[5], nx * in[4], ny * in[5]};
-    to.SetGeoTransform(out.data());
-  }
-  if (from.GetSpatialRef()) to.SetSpatialRef(from.GetSpatialRef());
-  if (from.GetGCPCount() > 0) {
-    std::vector<GDAL_GCP> points(from.GetGCPs(), from.GetGCPs() + from.GetGCPCount());
-    for (GDAL_GCP& point : points) {
-      point.dfGCPPixel = (point.dfGCPPixel - x) / nx;
-      point.dfGCPLine = (point.dfGCPLine - y) / ny;
-    }
-    to.SetGCPs(from.GetGCPCount(), points.data(), from.GetGCPSpatialRef());
-  }
-  return !failures.Any();
 }
 
 }  // namespace lumomixcalc::standalone

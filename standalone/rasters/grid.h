@@ -1,15 +1,14 @@
 #pragma once
 
-#include <gdal_priv.h>
+#include <gdal.h>
 
 #include <array>
 #include <optional>
 #include <string>
 
-namespace lumomixcalc::standalone {
+#include "standalone/rasters/georeferencing.h"
 
-// GDAL's six coefficients from pixels to map coordinates.
-using Geotransform = std::array<double, 6>;
+namespace lumomixcalc::standalone {
 
 // A rectangle of whole pixels, counted from the top left corner of the image.
 struct PixelWindow {
@@ -86,6 +85,10 @@ struct OutputGrid {
   int columns = 0;
   int rows = 0;
 
+  PixelPlacement Placement() const {
+    return {1.0 * window.x, 1.0 * window.y, 1.0 * resolution * looks.x, 1.0 * resolution * looks.y};
+  }
+
   // The grid of the results before they are averaged over looks.
   OutputGrid BeforeLooks() const;
 };
@@ -95,15 +98,5 @@ struct OutputGrid {
 // name is for messages. Throws Failure when the selection does not fit the image.
 OutputGrid MakeOutputGrid(const Selection& selection, int columns, int rows,
                           const std::optional<Geotransform>& transform, const std::string& name);
-
-// How the georeferencing of two rasters of the same size differs, in words for a message. Empty
-// when they agree to a hundredth of a pixel, or when one of them has no georeferencing.
-std::string GeoreferencingDifference(GDALDataset& one, GDALDataset& other);
-
-std::optional<Geotransform> GeotransformOf(GDALDataset& dataset);
-
-// Copies geotransform, coordinate reference system and ground control points, adapted to the grid.
-// Returns false when the format of `to` cannot hold all of them.
-bool CopyGeoreferencing(GDALDataset& from, const OutputGrid& grid, GDALDataset& to);
 
 }  // namespace lumomixcalc::standalone

@@ -4,12 +4,21 @@
 
 #include <optional>
 
-#include "standalone/base/elements.h"
-
 namespace lumomixcalc::standalone {
 
 // The no-data value that the band declares.
-std::optional<double> DeclaredNoData(GDALRasterBand& band);
+inline std::optional<double> DeclaredNoData(GDALRasterBand& band) {
+  int declared = FALSE;
+  double value = 0;
+  // The general call refuses bands of 64-bit integers.
+  if (band.GetRasterDataType() == GDT_Int64)
+    value = static_cast<double>(band.GetNoDataValueAsInt64(&declared));
+  else if (band.GetRasterDataType() == GDT_UInt64)
+    value = static_cast<double>(band.GetNoDataValueAsUInt64(&declared));
+  else
+    value = band.GetNoDataValue(&declared);
+  return declared ? std::optional(value) : std::nullopt;
+}
 
 // Whether a complex element is no data, in inputs and outputs alike: its real part equals the
 // no-data value, and its imaginary part equals the value or zero.
@@ -17,9 +26,5 @@ template <typename Number>
 bool IsNoData(Number real, Number imaginary, Number noData) {
   return real == noData && (imaginary == noData || imaginary == 0);
 }
-
-// Replaces no-data elements by NaN in all parts. Values are compared in single precision, as the
-// application sees them: noData is rounded as elements are.
-void MaskNoData(const Elements& elements, double noData);
 
 }  // namespace lumomixcalc::standalone

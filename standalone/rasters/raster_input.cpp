@@ -9,12 +9,13 @@
 #include <cstddef>
 #include <fstream>
 #include <limits>
+#include <mutex>
 #include <span>
 #include <type_traits>
 #include <utility>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/numbers.h"
+#include "standalone/base/texts.h"
 #include "standalone/rasters/gdal_library.h"
 
 namespace lumomixcalc::standalone {
@@ -70,6 +71,17 @@ std::string FirstLoss(std::span<const Exact> exact, const float* floats,
     return text + " is taken as " + ShortestText(static_cast<double>(floats[i]));
   }
   return "";
+}
+
+// Replaces no-data elements by NaN in all parts. Values are compared in single precision, as the
+// application sees them: noData is rounded as elements are.
+void MaskNoData(const Elements& elements, double noData) {
+  const auto value = static_cast<float>(noData);
+  if (elements.parts == 1)  // vector instructions
+    for (float& element : elements.All()) element = element == value ? NAN : element;
+  else
+    for (std::size_t i = 0; i < elements.Count(); ++i)
+      if (IsNoData(elements[i][0], elements[i][1], value)) BecomeNan(elements[i]);
 }
 
 // Sets all parts of an element to NaN if one part is NaN. Returns whether there is such an element.
@@ -244,21 +256,35 @@ void RasterInput::ReadElements(int band, const PixelWindow& window, const Elemen
 }
 
 void RasterInput::ApplyMask(int band, const PixelWindow& window, const Elements& elements) {
-  const GdalFailures failures;
   mask_.resize(elements.Count());
-  const std::unique_lock turn = TakeTurn();
-  if (Pixels().GetRasterBand(band)->GetMaskBand()->RasterIO(
-          GF_Read, window.x, window.y, window.columns, window.rows, mask_.data(), elements.columns,
-          elements.rows, GDT_Byte, 0, 0, nullptr) != CE_None ||
-      failures.Any())
-    throw Failure("cannot read the mask of " + Describe() + ": " + failures.First());
+  const std::string reason = ReadByGdal(*Pixels().GetRasterBand(band)->GetMaskBand(), window,
+                                        elements, mask_.data(), GDT_Byte);
+  if (!reason.empty()) throw Failure("cannot read the mask of " + Describe() + ": " + reason);
   for (std::size_t i = 0; i < mask_.size(); ++i)
     if (mask_[i] == 0) BecomeNan(elements[i]);
 }
 
-std::unique_lock<std::mutex> RasterInput::TakeTurn() const {
+// Reads a window as elements of a type, as many as `size` has. Returns the reason of a failure, for
+// a message, or an empty text.
+std::string RasterInput::ReadByGdal(GDALRasterBand& band, const PixelWindow& window,
+                                    const Elements& size, void* out, GDALDataType type) const {
   static std::mutex turn;
-  return byTurns_ ? std::unique_lock(turn) : std::unique_lock<std::mutex>();
+  const std::unique_lock lock = byTurns_ ? std::unique_lock(turn) : std::unique_lock<std::mutex>();
+  const GdalFailures failures(GdalFailures::Of::kThisThread);
+  const CPLErr result = band.RasterIO(GF_Read, window.x, window.y, window.columns, window.rows, out,
+                                      size.columns, size.rows, type, 0, 0, nullptr);
+  return result != CE_None || failures.Any() ? failures.First() : "";
+}
+
+// The same for a band, without GDAL if possible. Throws Failure.
+void RasterInput::Transfer(int band, const PixelWindow& window, const Elements& size, void* out,
+                           GDALDataType type) {
+  const std::string reason =
+      uncompressedRows_ ? uncompressedRows_->Read(band, window.y, size.rows, out, type)
+                        : ReadByGdal(*Pixels().GetRasterBand(band), window, size, out, type);
+  if (!reason.empty())
+    throw Failure("cannot read " + Describe() + ", band " + std::to_string(band) + ", from row " +
+                  std::to_string(window.y) + ": " + reason);
 }
 
 void RasterInput::Unscale(int number, const Elements& elements) const {
@@ -269,25 +295,6 @@ void RasterInput::Unscale(int number, const Elements& elements) const {
   for (std::size_t i = 0; i < elements.Floats(); ++i)
     elements.values[i] =
         static_cast<float>(elements.values[i] * scale + offset[elements.parts == 2 ? i % 2 : 0]);
-}
-
-// Reads a window as elements of a type, as many as `size` has.
-void RasterInput::Transfer(int band, const PixelWindow& window, const Elements& size, void* out,
-                           GDALDataType type) {
-  const GdalFailures failures;
-  std::string reason;
-  if (uncompressedRows_) {
-    reason = uncompressedRows_->Read(band, window.y, size.rows, out, type);
-  } else {
-    const std::unique_lock turn = TakeTurn();
-    const CPLErr result = Pixels().GetRasterBand(band)->RasterIO(
-        GF_Read, window.x, window.y, window.columns, window.rows, out, size.columns, size.rows,
-        type, 0, 0, nullptr);
-    if (result != CE_None || failures.Any()) reason = failures.First();
-  }
-  if (!reason.empty())
-    throw Failure("cannot read " + Describe() + ", band " + std::to_string(band) + ", from row " +
-                  std::to_string(window.y) + ": " + reason);
 }
 
 // GDAL would turn doubles beyond the largest float into infinities, even those that round to it.
@@ -307,7 +314,7 @@ void RasterInput::ReadRounded(int band, const PixelWindow& window, const Element
 void RasterInput::Resample(const Elements& full, const PixelWindow& source,
                            const PixelWindow& wanted, const Elements& out) {
   const int step = Parts() * static_cast<int>(sizeof(float));
-  const GdalFailures failures;
+  const GdalFailures failures(GdalFailures::Of::kThisThread);
   const GDALDatasetUniquePtr memory =
       MemoryDataset(full.values, full.columns, full.rows, GDT_Float32, Parts());
   GDALRasterIOExtraArg extra;

@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -101,6 +100,8 @@ class RasterInput {
   std::optional<double> MaskedValue(int band) const;
   void ReadElements(int band, const PixelWindow& window, const Elements& out);
   void ApplyMask(int band, const PixelWindow& window, const Elements& elements);
+  std::string ReadByGdal(GDALRasterBand& band, const PixelWindow& window, const Elements& size,
+                         void* out, GDALDataType type) const;
   void Unscale(int number, const Elements& elements) const;
   void Transfer(int band, const PixelWindow& window, const Elements& size, void* out,
                 GDALDataType type);
@@ -110,7 +111,6 @@ class RasterInput {
   void Resample(const Elements& full, const PixelWindow& source, const PixelWindow& wanted,
                 const Elements& out);
   void RefuseShortFile() const;
-  std::unique_lock<std::mutex> TakeTurn() const;
 
   std::string label_;
   std::string name_;

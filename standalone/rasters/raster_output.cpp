@@ -4,23 +4,18 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cmath>
-#include <cstdint>
 #include <cstring>
 #include <fstream>
-#include <functional>
-#include <map>
 #include <numeric>
-#include <string_view>
 #include <system_error>
 #include <utility>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/numbers.h"
+#include "standalone/base/texts.h"
 #include "standalone/rasters/gdal_library.h"
-#include "standalone/rasters/grid.h"
+#include "standalone/rasters/georeferencing.h"
 
 namespace lumomixcalc::standalone {
 namespace fs = std::filesystem;
@@ -42,6 +37,14 @@ void ReplaceNameAtHead(const fs::path& file, std::string made, std::string final
   stream.seekp(static_cast<std::streamoff>(place));
   final.resize(made.size(), ' ');  // it is shorter, and the rest of the file must not move
   stream.write(final.data(), static_cast<std::streamsize>(final.size()));
+}
+
+// A raster without elements that has the description of the output.
+GDALDatasetUniquePtr DescribedZeros(const OutputPlan& plan, int columns, int rows) {
+  GDALDatasetUniquePtr zeros(GetGDALDriverManager()->GetDriverByName("VRT")->Create(
+      "", columns, rows, plan.bands, plan.mode->type, nullptr));
+  plan.describe(*zeros);
+  return zeros;
 }
 
 void RemoveStatistics(GDALDataset& raster) {
@@ -69,10 +72,8 @@ void MakeTrial(const OutputPlan& plan, const std::string& file) {
   // Larger than a tile of COG, which then has overviews; if that does not help, as large as a tile
   // of SRTMHGT, the only other format that takes few sizes.
   for (const int side : {640, 3601}) {
-    const GDALDatasetUniquePtr zeros(GetGDALDriverManager()->GetDriverByName("VRT")->Create(
-        "", std::min(plan.columns, side), std::min(plan.rows, side), plan.bands, plan.mode->type,
-        nullptr));
-    plan.describe(*zeros);
+    const GDALDatasetUniquePtr zeros =
+        DescribedZeros(plan, std::min(plan.columns, side), std::min(plan.rows, side));
     if (GDALDatasetUniquePtr(
             driver.CreateCopy(file.c_str(), zeros.get(), FALSE, options.List(), nullptr, nullptr)))
       return;
@@ -136,11 +137,9 @@ void RasterOutput::LayOutRows() {
   uncompressedRows_ = UncompressedRows::Open(*dataset_, bands, {0, 0, plan_.columns, plan_.rows});
 }
 
-bool RasterOutput::DeclareNoData(double value) {
-  const GdalFailures failures;
+void RasterOutput::DeclareNoData(double value) {
   for (GDALRasterBand* const band : dataset_->GetBands()) band->SetNoDataValue(value);
-  if (!std::isnan(value)) noData_ = value;
-  return !failures.Any();
+  noData_ = value;
 }
 
 void RasterOutput::WriteCompleteBlocks(int endRow) {
@@ -158,12 +157,12 @@ std::int64_t RasterOutput::CacheBytes(int stripRows) const {
 }
 
 void RasterOutput::Write(int band, int firstRow, int rows, const float* values,
-                         UnheldElements& unheld) {
+                         AlteredElements& altered) {
   const DataMode& mode = *plan_.mode;
   ConstElements elements = {values, plan_.columns, rows, mode.Parts()};
-  if (noData_ && !mode.integer) {
+  if (noData_ && !mode.integer && !std::isnan(*noData_)) {
     replaced_.assign(elements.All().begin(), elements.All().end());
-    ReplaceNan({replaced_.data(), plan_.columns, rows, mode.Parts()}, *noData_, unheld);
+    ReplaceNan({replaced_.data(), plan_.columns, rows, mode.Parts()}, *noData_, altered);
     elements.values = replaced_.data();
   }
   void* buffer = const_cast<float*>(elements.values);  // GDAL does not change it when it writes
@@ -172,7 +171,7 @@ void RasterOutput::Write(int band, int firstRow, int rows, const float* values,
     converted_.resize(elements.Count() * static_cast<std::size_t>(bytes));
     buffer = converted_.data();
     if (mode.integer)
-      StoreAsIntegers(elements.All(), mode, noData_, buffer, unheld);
+      StoreAsIntegers(elements.All(), mode, noData_, buffer, altered);
     else
       GDALCopyWords64(elements.values, type, GDALGetDataTypeSizeBytes(type), buffer, mode.type,
                       bytes, static_cast<GPtrDiff_t>(elements.Count()));
@@ -201,9 +200,11 @@ void RasterOutput::Change(const std::function<void(GDALDataset&)>& change) {
 }
 
 void RasterOutput::Publish(const std::stop_token& stop) {
-  const Declarations declared = DeclarationsOf(*dataset_);
   Complete(stop);
-  if (const Changes changes = ReadBack(file_, plan_, declared, dataset_.get(), digests_);
+  const GDALDatasetUniquePtr wanted = DescribedZeros(plan_, plan_.columns, plan_.rows);
+  for (GDALRasterBand* const band : wanted->GetBands())
+    if (noData_) band->SetNoDataValue(*noData_);
+  if (const Changes changes = ReadBack(file_, plan_, *wanted, dataset_.get(), digests_);
       changes.any) {
     Warn("the format " + plan_.format.Name() + " does not hold all values exactly" +
          (changes.count == 0

@@ -53,14 +53,13 @@ class RasterOutput {
   // files in the places of the output's files.
   explicit RasterOutput(const OutputPlan& plan);
 
-  // Declares the no-data value of all bands. From now on NaN is stored as this value. Returns false
-  // when the format cannot declare it.
-  bool DeclareNoData(double value);
+  // Declares the no-data value of all bands. From now on NaN is stored as this value.
+  void DeclareNoData(double value);
 
   int BlockRows() const { return blockRows_; }
 
-  // Writes whole rows of a band. Adds to unheld what the output cannot hold. Throws Failure.
-  void Write(int band, int firstRow, int rows, const float* values, UnheldElements& unheld);
+  // Writes whole rows of a band. Adds to altered what the output cannot hold. Throws Failure.
+  void Write(int band, int firstRow, int rows, const float* values, AlteredElements& altered);
 
   // Writes the blocks up to endRow from GDAL's cache to the file, if a row of blocks ends there.
   // Then GDAL can use their memory for other blocks: the cache does not write the blocks of one

@@ -6,13 +6,15 @@
 #include <cmath>
 #include <cstring>
 #include <functional>
+#include <map>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/numbers.h"
+#include "standalone/base/texts.h"
 #include "standalone/rasters/gdal_library.h"
-#include "standalone/rasters/grid.h"
+#include "standalone/rasters/georeferencing.h"
 #include "standalone/rasters/no_data.h"
 #include "standalone/rasters/raster_output.h"
 
@@ -72,7 +74,8 @@ Changes CompareElements(GDALDataset& written, const OutputPlan& plan, GDALDatase
   return changes;
 }
 
-}  // namespace
+// What a raster says of its elements, in words that can be compared.
+using Declarations = std::map<std::string, std::string>;
 
 Declarations DeclarationsOf(GDALDataset& raster) {
   Declarations all;
@@ -91,6 +94,8 @@ Declarations DeclarationsOf(GDALDataset& raster) {
   return all;
 }
 
+}  // namespace
+
 void RowDigest::Add(const void* row, int columns, GDALDataType type) {
   const auto parts = static_cast<std::size_t>(columns) * (GDALDataTypeIsComplex(type) ? 2 : 1);
   const auto countNans = [&](const auto* values) {
@@ -106,9 +111,8 @@ void RowDigest::Add(const void* row, int columns, GDALDataType type) {
   hash = 31 * hash + std::hash<std::string_view>()(bytes);
 }
 
-Changes ReadBack(const std::filesystem::path& file, const OutputPlan& plan,
-                 const Declarations& declared, GDALDataset* original,
-                 const std::vector<RowDigest>& digests) {
+Changes ReadBack(const std::filesystem::path& file, const OutputPlan& plan, GDALDataset& wanted,
+                 GDALDataset* original, const std::vector<RowDigest>& digests) {
   const GdalFailures failures;
   // Only with its own driver, unless another driver reads the files that this one writes.
   const std::array<const char*, 2> own = {plan.format.driver->GetDescription(), nullptr};
@@ -129,7 +133,7 @@ Changes ReadBack(const std::filesystem::path& file, const OutputPlan& plan,
   const Changes changes = CompareElements(*written, plan, original, digests);
   const Declarations held = DeclarationsOf(*written);
   std::vector<std::string> lost;
-  for (const auto& [what, text] : declared)
+  for (const auto& [what, text] : DeclarationsOf(wanted))
     if (!held.contains(what) || held.at(what) != text) lost.push_back(what);
   if (!lost.empty())
     Warn(plan.target.string() + " does not hold what was declared: " + Joined(lost));

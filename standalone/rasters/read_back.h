@@ -5,18 +5,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
-#include <map>
-#include <string>
 #include <vector>
 
 namespace lumomixcalc::standalone {
 
 struct OutputPlan;
-
-// What a raster says of its elements, in words that can be compared: georeferencing, no-data value
-// and whether it has metadata of a run.
-using Declarations = std::map<std::string, std::string>;
-Declarations DeclarationsOf(GDALDataset& raster);
 
 // What the rows of a band amount to, from top to bottom, to compare them without keeping them.
 struct RowDigest {
@@ -38,9 +31,9 @@ struct Changes {
 // Reads a complete output back. Checks that it opens with the size, the bands and, unless it is a
 // copy, a type of the plan, and that its elements can be read. Compares all of them with the
 // original if it is a copy, else with the digests by band of what was written. Without both, reads
-// the last row only. Warns when the file lacks what was declared. Throws Failure.
-Changes ReadBack(const std::filesystem::path& file, const OutputPlan& plan,
-                 const Declarations& declared, GDALDataset* original,
-                 const std::vector<RowDigest>& digests);
+// the last row only. Warns when the file lacks what `wanted` declares: georeferencing, the no-data
+// value, the metadata of the run. Throws Failure.
+Changes ReadBack(const std::filesystem::path& file, const OutputPlan& plan, GDALDataset& wanted,
+                 GDALDataset* original, const std::vector<RowDigest>& digests);
 
 }  // namespace lumomixcalc::standalone

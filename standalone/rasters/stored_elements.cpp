@@ -33,23 +33,23 @@ bool StoreHeld(const float* values, const DataMode& mode, double avoided, Intege
   using Wide = std::conditional_t<std::is_same_v<Integer, std::uint32_t>, Integer, std::int32_t>;
   const double lowest = mode.lowest;
   const double highest = mode.highest;
-  std::array<double, kLanes> unheld = {};
+  std::array<double, kLanes> altered = {};
   for (std::size_t i = 0; i < kChunk; i += kLanes)
     for (std::size_t lane = 0; lane < kLanes; ++lane) {
       const double rounded = Rounded(values[i + lane]);
       const double above = rounded > lowest ? rounded : lowest;  // comparisons with NaN are false
       const double held = above < highest ? above : highest;
-      unheld[lane] = held == rounded ? unheld[lane] : 1;
-      unheld[lane] = held == avoided ? 1 : unheld[lane];
+      altered[lane] = held == rounded ? altered[lane] : 1;
+      altered[lane] = held == avoided ? 1 : altered[lane];
       out[i + lane] = static_cast<Integer>(static_cast<Wide>(held));
     }
-  return std::ranges::all_of(unheld, [](double lane) { return lane == 0; });
+  return std::ranges::all_of(altered, [](double lane) { return lane == 0; });
 }
 
 // Stores one element, which has one part or two.
 template <typename Integer>
 void StoreElement(std::span<const float> parts, const DataMode& mode,
-                  const std::optional<double>& noData, Integer* out, UnheldElements& counts) {
+                  const std::optional<double>& noData, Integer* out, AlteredElements& counts) {
   const bool hasNan = HasNan(parts);
   if (hasNan && noData) {
     std::fill_n(out, parts.size(), static_cast<Integer>(*noData));
@@ -72,7 +72,7 @@ void StoreElement(std::span<const float> parts, const DataMode& mode,
 
 template <typename Integer>
 void Store(std::span<const float> values, const DataMode& mode, const std::optional<double>& noData,
-           Integer* out, UnheldElements& counts) {
+           Integer* out, AlteredElements& counts) {
   const double avoided = noData.value_or(std::numeric_limits<double>::quiet_NaN());
   const auto parts = static_cast<std::size_t>(mode.Parts());
   for (std::size_t i = 0; i < values.size(); i += kChunk) {
@@ -99,7 +99,7 @@ double RoundedAndSaturated(float value, const DataMode& mode) {
 }
 
 void StoreAsIntegers(std::span<const float> values, const DataMode& mode,
-                     std::optional<double> noData, void* out, UnheldElements& counts) {
+                     std::optional<double> noData, void* out, AlteredElements& counts) {
   switch (mode.type) {
     case GDT_Byte:
       return Store(values, mode, noData, static_cast<std::uint8_t*>(out), counts);
@@ -117,7 +117,7 @@ void StoreAsIntegers(std::span<const float> values, const DataMode& mode,
   }
 }
 
-void ReplaceNan(const Elements& elements, double noData, UnheldElements& counts) {
+void ReplaceNan(const Elements& elements, double noData, AlteredElements& counts) {
   const auto value = static_cast<float>(noData);
   for (std::size_t i = 0; i < elements.Count(); ++i) {
     const std::span<float> parts = elements[i];

@@ -16,7 +16,7 @@ namespace lumomixcalc::standalone {
 double IntegerNoData(const DataMode& mode, double declared);
 
 // Counts of the elements that the output could not hold unchanged. A complex element counts once.
-struct UnheldElements {
+struct AlteredElements {
   std::uint64_t saturated = 0;  // outside the range of an integer mode
   std::uint64_t moved = 0;      // changed by one, because they would have been stored as no data
   std::uint64_t taken = 0;      // equal to the no-data value of a floating mode
@@ -33,10 +33,10 @@ double RoundedAndSaturated(float value, const DataMode& mode);
 // that would read back as no data (IsNoData) get their real part changed by one, towards zero
 // unless it is zero. Adds to counts.
 void StoreAsIntegers(std::span<const float> values, const DataMode& mode,
-                     std::optional<double> noData, void* out, UnheldElements& counts);
+                     std::optional<double> noData, void* out, AlteredElements& counts);
 
 // Replaces elements with a NaN by the no-data value in all parts. Adds the number of other elements
 // that will read back as no data to counts.taken.
-void ReplaceNan(const Elements& elements, double noData, UnheldElements& counts);
+void ReplaceNan(const Elements& elements, double noData, AlteredElements& counts);
 
 }  // namespace lumomixcalc::standalone

@@ -1,40 +1,16 @@
 #include "standalone/runs/description.h"
 
+#include <cpl_error.h>
 #include <cpl_string.h>
 #include <gdal_priv.h>
 
 #include <algorithm>
 #include <array>
 
-#include "standalone/base/messages.h"
-#include "standalone/base/numbers.h"
-#include "standalone/rasters/gdal_library.h"
-#include "standalone/rasters/grid.h"
+#include "standalone/rasters/georeferencing.h"
 
 namespace lumomixcalc::standalone {
 namespace {
-
-bool HasGeoreferencing(GDALDataset& dataset) {
-  return GeotransformOf(dataset) || dataset.GetSpatialRef() || dataset.GetGCPCount() > 0;
-}
-
-// Copies rational polynomial coefficients. They contain lines and samples of the image, which are
-// converted to those of the output.
-void CopyRpc(GDALDataset& from, const OutputGrid& grid, GDALDataset& to) {
-  CPLStringList rpc(CSLDuplicate(from.GetMetadata("RPC")));
-  const auto change = [&rpc](const char* item, double shift, double factor) {
-    if (const auto number = ParseDouble(rpc.FetchNameValueDef(item, "")))
-      rpc.SetNameValue(item, ShortestText((*number - shift) / factor).c_str());
-  };
-  const double nx = grid.resolution * grid.looks.x;
-  const double ny = grid.resolution * grid.looks.y;
-  // The coordinate of the centre of the first pixel is 0.
-  change("SAMP_OFF", grid.window.x + (nx - 1) / 2, nx);
-  change("LINE_OFF", grid.window.y + (ny - 1) / 2, ny);
-  change("SAMP_SCALE", 0, nx);
-  change("LINE_SCALE", 0, ny);
-  to.SetMetadata(rpc.List(), "RPC");
-}
 
 // Whether a metadata item describes the values or the corners of the input, which are not those of
 // the output.
@@ -75,16 +51,16 @@ void DescribeBand(const std::vector<RunInput>& inputs, int band, GDALRasterBand&
 
 }  // namespace
 
-void Describe(const RunPlan& plan, const std::vector<RunInput>& inputs, GDALDataset& output) {
-  const GdalFailures failures;
+void DescribeOutput(const RunPlan& plan, const std::vector<RunInput>& inputs, GDALDataset& output) {
+  const PixelPlacement placement = plan.grid.Placement();
   if (GDALDataset* const input = FirstThat(inputs, HasGeoreferencing))
-    if (!CopyGeoreferencing(*input, plan.grid, output))
-      Warn(plan.output + " cannot hold all of the georeferencing: " + failures.First());
+    CopyGeoreferencing(*input, placement, output);
   if (GDALDataset* const input = FirstThat(
           inputs, [](GDALDataset& dataset) { return dataset.GetMetadata("RPC") != nullptr; }))
-    CopyRpc(*input, plan.grid, output);
+    CopyRpc(*input, placement, output);
   if (FirstThat(inputs, [](GDALDataset& dataset) { return dataset.GetMetadata("GEOLOCATION"); }))
-    Warn(plan.output + " does not hold the geolocation arrays of the input");
+    CPLError(CE_Warning, CPLE_AppDefined,  // which is shown once
+             "the output does not hold the geolocation arrays of the input");
   if (GDALDataset* const input = FirstThat(
           inputs, [](GDALDataset& dataset) { return CSLCount(dataset.GetMetadata()) > 0; }))
     CopyMetadata(*input, output);

@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/numbers.h"
+#include "standalone/base/texts.h"
 #include "standalone/rasters/data_modes.h"
 #include "standalone/rasters/gdal_library.h"
 #include "standalone/rasters/grid.h"
@@ -301,7 +301,7 @@ void Part::StoreFacts(const RunReport& report, GDALDataset& raster) const {
 }
 
 RunReport JoinParts(const std::string& name, const Job& job) {
-  const GdalRun gdalRun;
+  ForgetShownWarnings();
   const fs::path target = ResolveOutput(name, job.overwrite);
   const fs::path folder = FolderOfParts(target);
   const int count = CountOfParts(folder, 0);

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/numbers.h"
+#include "standalone/base/texts.h"
 #include "standalone/rasters/no_data.h"
 #include "standalone/rasters/stored_elements.h"
 #include "standalone/runs/session.h"

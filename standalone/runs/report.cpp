@@ -14,23 +14,23 @@
 #include <utility>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/numbers.h"
+#include "standalone/base/texts.h"
 
 namespace lumomixcalc::standalone {
 namespace fs = std::filesystem;
 namespace {
 
-void WarnOfUnheldElements(const std::vector<BandStatistics>& statistics, const DataMode& mode) {
+void WarnOfAlteredElements(const std::vector<BandStatistics>& statistics, const DataMode& mode) {
   for (std::size_t i = 0; i < statistics.size(); ++i) {
-    const UnheldElements& unheld = statistics[i].unheld;
+    const AlteredElements& altered = statistics[i].altered;
     const auto warn = [band = i + 1](std::uint64_t count, const std::string& fate) {
       if (count > 0)
         Warn("band " + std::to_string(band) + ": " + CountText(count, "element") + " " + fate);
     };
-    warn(unheld.saturated, std::string("beyond the range of ") + mode.name + ", saturated");
-    warn(unheld.moved, "moved by one, away from the value that stands for no data");
-    warn(unheld.taken, "equal to the number that stands for no data");
-    warn(unheld.nan, std::string("stored as 0: NaN, which ") + mode.name + " cannot hold");
+    warn(altered.saturated, std::string("beyond the range of ") + mode.name + ", saturated");
+    warn(altered.moved, "moved by one, away from the value that stands for no data");
+    warn(altered.taken, "equal to the number that stands for no data");
+    warn(altered.nan, std::string("stored as 0: NaN, which ") + mode.name + " cannot hold");
   }
 }
 
@@ -64,10 +64,10 @@ using Counts = std::array<std::pair<const char*, std::uint64_t&>, 6>;
 Counts CountsOf(BandStatistics& band) {
   return {{{"valid", band.valid.valid},
            {"no_data", band.valid.noData},
-           {"saturated", band.unheld.saturated},
-           {"moved", band.unheld.moved},
-           {"taken", band.unheld.taken},
-           {"zeroed", band.unheld.nan}}};
+           {"saturated", band.altered.saturated},
+           {"moved", band.altered.moved},
+           {"taken", band.altered.taken},
+           {"zeroed", band.altered.nan}}};
 }
 
 CPLJSONArray AsJson(const ExactSum& sum) {
@@ -141,7 +141,7 @@ std::optional<int> DescriptorOf(fs::path path) {
 }  // namespace
 
 void WarnOfResults(const RunReport& report) {
-  WarnOfUnheldElements(report.bands, *report.plan.mode);
+  WarnOfAlteredElements(report.bands, *report.plan.mode);
   WarnOfTheMode(report);
 }
 

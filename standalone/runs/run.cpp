@@ -14,7 +14,7 @@
 #include <utility>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/numbers.h"
+#include "standalone/base/texts.h"
 #include "standalone/rasters/gdal_library.h"
 #include "standalone/rasters/raster_output.h"
 #include "standalone/rasters/stored_elements.h"
@@ -55,7 +55,7 @@ class FileSink : public RowSink {
     if (parts == 2 && !report_.imaginaryParts)
       report_.imaginaryParts = HasImaginaryPart(
           values, static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows));
-    output_.Write(band, firstRow, rows, values, statistics.unheld);
+    output_.Write(band, firstRow, rows, values, statistics.altered);
     if (band == static_cast<int>(report_.bands.size()))
       output_.WriteCompleteBlocks(firstRow + rows);
   }
@@ -80,11 +80,13 @@ class BatchRun {
         part_ ? std::filesystem::path(plan.output) : ResolveOutput(plan.output, job.overwrite);
     if (!job.statisticsFile.empty())
       reportFile_.emplace(job.statisticsFile, job.overwrite, run_.files, target);
-    const auto describe = [this](GDALDataset& output) { Describe(Plan(), run_.inputs, output); };
-    output_ = OutputPlan({target, plan.format, plan.mode, job.creationOptions,
-                                   plan.grid.columns, plan.grid.rows,
-                                   static_cast<int>(plan.bands.size()), job.overwrite, run_.files,
-                                   FollowLinks(job.statisticsFile), describe, part_.has_value()});
+    const auto describe = [this](GDALDataset& output) {
+      DescribeOutput(Plan(), run_.inputs, output);
+    };
+    output_ =
+        OutputPlan({target, plan.format, plan.mode, job.creationOptions, plan.grid.columns,
+                    plan.grid.rows, static_cast<int>(plan.bands.size()), job.overwrite, run_.files,
+                    FollowLinks(job.statisticsFile), describe, part_.has_value()});
   }
 
   const RunPlan& Plan() const { return part_ ? part_->Plan() : run_.plan; }
@@ -121,9 +123,7 @@ class BatchRun {
   // Computes and writes all elements, and completes the report.
   void Compute(RasterOutput& output, const RunControl& control, RunReport& report) {
     const RunPlan& plan = report.plan;
-    if (plan.noData && !output.DeclareNoData(*plan.noData))
-      Warn(plan.output + " cannot declare a no-data value; " + ShortestText(*plan.noData) +
-           " stands for it");
+    if (plan.noData) output.DeclareNoData(*plan.noData);
     SelectInputs(plan, run_.inputs);
     SizeBlockCache(plan, run_.inputs, output);
     FileSink sink(output, report);
@@ -138,7 +138,6 @@ class BatchRun {
   }
 
   std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
-  GdalRun gdalRun_;
   HostState& host_;
   PlannedRun run_;  // of the whole output
   std::optional<Part> part_;
@@ -150,6 +149,7 @@ class BatchRun {
 // Calls act. Exceptions that do not name the output become failures that do.
 template <typename Act>
 auto NamingOutput(const std::string& output, const Act& act) {
+  ForgetShownWarnings();
   try {
     return act();
   } catch (const std::bad_alloc&) {

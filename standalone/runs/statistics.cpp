@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/numbers.h"
+#include "standalone/base/texts.h"
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -176,10 +176,10 @@ bool HasImaginaryPart(const float* values, std::size_t elements) {
 
 void BandStatistics::AddPart(const BandStatistics& part) {
   valid.Add(part.valid);
-  unheld.saturated += part.unheld.saturated;
-  unheld.moved += part.unheld.moved;
-  unheld.taken += part.unheld.taken;
-  unheld.nan += part.unheld.nan;
+  altered.saturated += part.altered.saturated;
+  altered.moved += part.altered.moved;
+  altered.taken += part.altered.taken;
+  altered.nan += part.altered.nan;
   recordsOfParts.push_back(part.record);
 }
 
@@ -197,9 +197,9 @@ std::string StatisticsLine(int band, const BandStatistics& statistics) {
 
 void StoreStatistics(const BandStatistics& statistics, const DataMode& mode, GDALRasterBand& band) {
   const ValidStatistics& valid = statistics.valid;
-  const UnheldElements& unheld = statistics.unheld;
+  const AlteredElements& altered = statistics.altered;
   const double deviation = valid.Deviation();  // finite only when all elements are
-  const bool stored = unheld.saturated + unheld.moved + unheld.taken + unheld.nan == 0;
+  const bool stored = altered.saturated + altered.moved + altered.taken + altered.nan == 0;
   if (mode.complex || !stored || !std::isfinite(deviation)) return;
   // HFA reads a minimum or maximum outside the range of 32-bit integers as an error.
   if (EQUAL(band.GetDataset()->GetDriverName(), "HFA") &&

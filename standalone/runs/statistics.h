@@ -73,7 +73,7 @@ struct BandStatistics {
   IPOutputStats record = {std::numeric_limits<float>::infinity(),
                           -std::numeric_limits<float>::infinity(), 0};
   ValidStatistics valid;
-  UnheldElements unheld;
+  AlteredElements altered;
   std::vector<IPOutputStats> recordsOfParts;  // for a mosaic of parts, in place of record
 
   // Adds the statistics of the next part of the mosaic.

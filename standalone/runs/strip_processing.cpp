@@ -184,7 +184,6 @@ class ReadAhead {
   }
 
   void Read() {
-    const OwnGdalFailures own;
     const int rows = next_.rows.Count();
     input_.raster->Read(next_.band, next_.rows.first, rows, next_.values.get());
     next_.holdsNan = !plan_.elements.keepNoData &&

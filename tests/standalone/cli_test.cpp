@@ -6,7 +6,7 @@
 #include <random>
 #include <sstream>
 
-#include "standalone/base/numbers.h"
+#include "standalone/base/texts.h"
 #include "tests/standalone/command_lines.h"
 
 namespace lumomixcalc::standalone {

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace lumomixcalc::standalone {
 
@@ -26,5 +28,18 @@ int ParseRealArgument(std::string_view argument, std::string_view name, int maxC
 // The shortest decimal number that reads back as the same value.
 std::string ShortestText(float value);
 std::string ShortestText(double value);
+
+// "1 element", "12 elements".
+std::string CountText(std::uint64_t count, const std::string& noun);
+
+// The parts between separators, including empty ones. There is always at least one.
+std::vector<std::string> Split(std::string_view text, char separator);
+
+// "a, b, c".
+std::string Joined(const std::vector<std::string>& texts, const std::string& separator = ", ");
+
+// "; did you mean NAME?" with the name that is most similar to the unknown one, ignoring case.
+// Empty when none is similar enough.
+std::string Suggestion(const std::string& unknown, const std::vector<std::string>& names);
 
 }  // namespace lumomixcalc::standalone
