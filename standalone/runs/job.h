@@ -19,7 +19,6 @@ namespace lumomixcalc::standalone {
 struct PartNumber {
   int number = 0;
   int count = 0;
-  bool operator==(const PartNumber&) const = default;
 };
 
 // What the user wants a run to do, and with which files.
@@ -38,7 +37,6 @@ struct Job {
   bool overwrite = false;
   bool checkOnly = false;          // nothing is computed, no file is made
   std::optional<PartNumber> part;  // of the output; empty for all of it
-  bool operator==(const Job&) const = default;
 };
 
 // Rasters that a run reads in place of the files of its job, by stream number.

@@ -40,20 +40,20 @@ inline Options ReadCommandLine(const std::vector<std::string>& arguments) {
   return options;
 }
 
-// All that decides on the elements of a run, floats by their bits, though a NaN says nothing by
-// them.
+// All that decides on the elements of a run, floats by their bits, though all NaNs are alike.
 inline auto Decisive(Job job) {
-  std::array parts = {gCoeffA[0], gCoeffA[1], gCoeffB[0], gCoeffB[1]};
-  for (float& part : parts)
+  std::array coefficients = {gCoeffA[0], gCoeffA[1], gCoeffB[0], gCoeffB[1]};
+  for (float& part : coefficients)
     if (std::isnan(part)) part = NAN;
-  for (std::optional<double>* const value : {&job.elements.noData, &job.outputNoData})
-    if (*value && std::isnan(**value)) *value = INFINITY;            // else unequal to itself
-  if (job.selection.resolution == 1) job.selection.resampling = {};  // without effect
-  job.statisticsFile.clear();
-  job.overwrite = job.checkOnly = false;
-  job.part.reset();
-  return std::tuple(job, std::bit_cast<std::array<std::uint32_t, 4>>(parts), gOperationChoice,
-                    gClampAtZero != 0);
+  // Names all members, so that a new one must be placed here, too.
+  auto& [files, mode, format, creationOptions, selection, bands, elements, openOptions,
+         outputNoData, statisticsFile, overwrite, checkOnly, part] = job;
+  for (std::optional<double>* const value : {&elements.noData, &outputNoData})
+    if (*value && std::isnan(**value)) *value = INFINITY;    // else unequal to itself
+  if (selection.resolution == 1) selection.resampling = {};  // without effect
+  return std::tuple(files, mode, format, creationOptions, selection, bands, elements, openOptions,
+                    outputNoData, std::bit_cast<std::array<std::uint32_t, 4>>(coefficients),
+                    gOperationChoice, gClampAtZero != 0);
 }
 
 // Reads a command line. One that asks for a run must come back the same from the command that is
