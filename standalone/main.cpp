@@ -52,7 +52,8 @@ bool PanelCanBeShown() {
   for (const std::string& argument : arguments) words.AddString(argument.c_str());
   execv(program.c_str(), words.List());
   throw WrongCommandLine("-panel: cannot start " + program + ": " + std::strerror(errno) +
-                         "; to run without the panel, name files and options (see -help)");
+                         "; it is in the package lumomixcalc-panel; to run without the panel, " +
+                         "name files and options (see -help)");
 }
 
 RunReport Run(const Options& options, HostState& host, const std::stop_token& stop) {

@@ -1,5 +1,6 @@
 #include "standalone/program.h"
 
+#include <cpl_string.h>
 #include <fcntl.h>
 #include <pthread.h>
 #include <signal.h>
@@ -17,6 +18,7 @@
 #include "host/ip.h"
 #include "ops/catalogue.h"
 #include "standalone/base/messages.h"
+#include "standalone/cli/command_echo.h"
 #include "standalone/cli/usage.h"
 #include "standalone/rasters/publication.h"
 
@@ -79,7 +81,16 @@ std::stop_token StopAtASignal() {
   return source.get_token();
 }
 
-void Run(const std::vector<std::string>& arguments, const Action& act, const std::stop_token& stop) {
+// The operator that the application took.
+ApplicationChoice ChosenOperator(HostState& host, const std::vector<ApplicationChoice>& choices) {
+  for (CPLString echoed : EchoOptions(host))
+    for (const ApplicationChoice& choice : choices)
+      if (echoed.replaceAll("'", "") == choice.argument) return choice;
+  return {};
+}
+
+void Run(const std::vector<std::string>& arguments, const Action& act,
+         const std::stop_token& stop) {
   HostState& host = TheHostState();
   IPAppSpecifics();
   std::vector<ApplicationChoice> choices;
@@ -93,6 +104,13 @@ void Run(const std::vector<std::string>& arguments, const Action& act, const std
   if (options.action != kJoin) {
     ReadApplicationOptions(options.applicationArguments, host, choices);
     PlaceFiles(options, host.registration);
+  }
+  if (options.action == kRun) {
+    const ApplicationChoice chosen = ChosenOperator(host, choices);
+    CheckInputs(options, host, chosen.argument);
+    // Who asks for a logarithm or a power rarely means that of File1 + 1.
+    if (chosen.meaning.find("FILE1 + B") != std::string::npos && host.realOptions["b"].empty())
+      Tell("note: without -b= B is 1 in " + chosen.meaning);
   }
   act(options, host, stop);
 }

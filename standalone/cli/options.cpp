@@ -22,16 +22,18 @@ std::size_t TakeHostOption(Values rest, Options& options) {
   if (!option || (hasValue && (option->values == 0 || option->name.empty()))) return 0;
   const auto read = [&](const std::string& text) {
     if ((option->values == 0 || !text.empty()) && option->field.read(options, text)) return;
-    throw WrongCommandLine(name + "=" + text + ": write " + option->Synopsis() + option->expected +
+    throw WrongCommandLine(name + (text.empty() ? "" : "=") + text + ": write " +
+                           option->Synopsis() + option->expected +
                            (option->IsChoice() ? ", one of " + Joined(option->choices()) +
                                                      Suggestion(text, option->choices())
                                                : ""));
   };
   if (hasValue || name != option->gdalName) {
     const std::string text = hasValue ? argument.substr(name.size() + 1) : "";
-    if (name != option->name && option->values == 1)
-      throw WrongCommandLine(argument + ": write " + name + " " + text + " or " +
-                             std::string(option->name) + "=" + text);
+    if (name != option->name)
+      throw WrongCommandLine(argument + ": write " +
+                             (option->values == 1 ? name + " " + text + " or " : "") +
+                             option->Synopsis());
     read(text);
     return 1;
   }
@@ -106,6 +108,24 @@ std::string Hint(const std::string& argument, const HostState& host,
   return suggestion.empty() ? "; see -help" : suggestion;
 }
 
+// "-operator a1b": the application takes the value in the same argument.
+void RefuseSeparateValue(Values rest, const Registration& registration) {
+  if (rest.size() == 1 || rest[1].starts_with('-')) return;
+  for (const std::string& form : ApplicationOptions(registration))
+    if (form.starts_with(rest[0] + "="))
+      throw WrongCommandLine(rest[0] + ": write " + rest[0] + "=" + rest[1]);
+}
+
+// "FILE1".
+std::string FileWord(const DeclaredStream& stream) {
+  return CPLString(stream.OptionName().substr(1)).toupper();
+}
+
+std::string UsageOf(const Registration& registration) {
+  return std::string("; usage: ") + kProgramName + " " + FilesSynopsis(registration) +
+         " [options] (see -help)";
+}
+
 }  // namespace
 
 Options ReadOptions(const std::vector<std::string>& arguments, const Registration& registration) {
@@ -122,8 +142,10 @@ Options ReadOptions(const std::vector<std::string>& arguments, const Registratio
       throw WrongCommandLine("-b: write -bands=2 to choose a band, and -b=2 for the coefficient B");
     else if (const std::size_t ofHost = TakeHostOption(rest, options); ofHost > 0)
       taken = ofHost;
-    else if (!TakeNamedFile(argument, registration, options.job))
+    else if (!TakeNamedFile(argument, registration, options.job)) {
+      RefuseSeparateValue(rest, registration);
       options.applicationArguments.push_back(argument);
+    }
     rest = rest.subspan(taken);
   }
   if (options.action == Options::Action::kRun || options.action == Options::Action::kPanel)
@@ -166,8 +188,7 @@ void PlaceFiles(Options& options, const Registration& registration) {
   std::vector<std::string>& unplaced = options.filesWithoutName;
   std::map<int, std::string>& files = options.job.files;
   const int output = registration.output.number;
-  const std::string usage = std::string("; usage: ") + kProgramName + " " +
-                            FilesSynopsis(registration) + " [options] (see -help)";
+  const std::string usage = UsageOf(registration);
   // In the panel the files fill the fields in order, and the user adds what is missing there. A
   // single file must not become the output: the user wants to look at it, not to replace it.
   const bool inPanel = options.action == Options::Action::kPanel;
@@ -191,6 +212,27 @@ void PlaceFiles(Options& options, const Registration& registration) {
                            ", a mosaic of parts, must end in .vrt");
 }
 
+void CheckInputs(Options& options, HostState& host, const std::string& chosen) {
+  for (const DeclaredStream& input : host.registration.inputs) {
+    std::string told;
+    const bool isGiven = options.job.files.contains(input.number);
+    for (const DeclaredStream& other : host.registration.inputs)
+      host.streams[other.number].open = other.number != input.number;
+    host.desisted = false;
+    {
+      const MessageRedirection redirection([&told](const std::string& line) { told = line; });
+      host.registration.Call(IP_SLOT_CHECK_PARAMS);
+    }
+    if (host.desisted && !isGiven)
+      throw WrongCommandLine(told + " " + chosen + " needs " + FileWord(input) +
+                             UsageOf(host.registration));
+    if (!host.desisted && isGiven)
+      Warn(chosen + " does not read " + FileWord(input) + "; " + options.job.files[input.number] +
+           " is not used");
+    if (!host.desisted) options.job.files.erase(input.number);
+  }
+}
+
 std::vector<DeclaredStream> AllStreams(const Registration& registration) {
   std::vector<DeclaredStream> streams = registration.inputs;
   streams.push_back(registration.output);
@@ -200,9 +242,9 @@ std::vector<DeclaredStream> AllStreams(const Registration& registration) {
 std::string FilesSynopsis(const Registration& registration) {
   std::string synopsis;
   for (const DeclaredStream& stream : AllStreams(registration)) {
-    const std::string name = CPLString(stream.OptionName().substr(1)).toupper();
     const bool optional = !synopsis.empty() && stream.number != registration.output.number;
-    synopsis += (synopsis.empty() ? "" : " ") + (optional ? "[" + name + "]" : name);
+    synopsis.append(synopsis.empty() ? "" : " ").append(optional ? "[" : "");
+    synopsis.append(FileWord(stream)).append(optional ? "]" : "");
   }
   return synopsis;
 }
