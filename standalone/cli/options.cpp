@@ -7,10 +7,11 @@
 #include <utility>
 
 #include "standalone/base/messages.h"
-#include "standalone/cli/option_table.h"
 
 namespace lumomixcalc::standalone {
 namespace {
+
+using Values = std::span<const std::string>;
 
 // Takes the option that rest begins with. Returns the number of arguments taken, which is 0 when
 // it is not an option of the host.
