@@ -14,7 +14,7 @@
 //      doubles near E have the grid u, and E is an even multiple of u: S = E + s holds s exactly,
 //      and S + r in double arithmetic is E + (s + r rounded to u). One addition per element.
 //   3. "Strictly inside": the new sum s' = S' - E has P < |s'| < 2P. At least one unit away from
-//      both ends, v + s cannot have been outside, where the rule's grids are others. Were s' = P,
+//      both ends, v + s cannot have been outside, where the rule's grids are others. If s' were P,
 //      the exact sum could lie just below P and the rule's result be half a unit less; but if no
 //      value pulls the sum towards zero, none lies below P, and P itself is accepted. This matters,
 //      because a sum stops at a power of two if the values are below half its unit.

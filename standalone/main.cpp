@@ -1,4 +1,5 @@
 // The batch program: makes one run, joins parts, or starts the panel's program in its place.
+#include <cpl_string.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -46,13 +47,13 @@ bool PanelCanBeShown() {
 // Replaces this process by the panel's program with these arguments.
 [[noreturn]] void StartPanel(const std::vector<std::string>& arguments) {
   const std::string program = PanelProgram();
-  std::vector<char*> pointers = {const_cast<char*>(program.c_str())};  // execv only reads
-  for (const std::string& argument : arguments)
-    pointers.push_back(const_cast<char*>(argument.c_str()));
-  pointers.push_back(nullptr);
-  execv(program.c_str(), pointers.data());
+  CPLStringList words;
+  words.AddString(program.c_str());
+  for (const std::string& argument : arguments) words.AddString(argument.c_str());
+  execv(program.c_str(), words.List());
   throw WrongCommandLine("-panel: cannot start " + program + ": " + std::strerror(errno) +
-                         "; to run without the panel, name files and options (see -help)");
+                         "; it is in the package lumomixcalc-panel; to run without the panel, " +
+                         "name files and options (see -help)");
 }
 
 RunReport Run(const Options& options, HostState& host, const std::stop_token& stop) {
@@ -69,7 +70,7 @@ RunReport Run(const Options& options, HostState& host, const std::stop_token& st
   else
     report = RunBatch(options.job, command, host, {stop, show});
   bar.reset();
-  if (ClampIsIdle(echoed, *report.plan.mode)) Warn("-clamp has no effect on a complex output");
+  if (ClampHasNoEffect(echoed, *report.plan.mode)) Warn("-clamp has no effect on a complex output");
   return report;
 }
 

@@ -1,5 +1,6 @@
 #include "standalone/program.h"
 
+#include <cpl_string.h>
 #include <fcntl.h>
 #include <pthread.h>
 #include <signal.h>
@@ -17,6 +18,7 @@
 #include "host/ip.h"
 #include "ops/catalogue.h"
 #include "standalone/base/messages.h"
+#include "standalone/cli/command_echo.h"
 #include "standalone/cli/usage.h"
 #include "standalone/rasters/publication.h"
 
@@ -46,51 +48,49 @@ void OpenStandardDescriptors() {
 // The signal that requested the stop. 0 when none did.
 std::atomic<int> theSignal = 0;
 
-// Requests a stop when SIGINT, SIGTERM or SIGHUP arrives. The signals are blocked in all threads;
-// one thread does nothing but wait for them.
-class SignalWatch {
- public:
-  SignalWatch() {
-    sigemptyset(&signals_);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-      struct sigaction action = {};
-      // A signal that was ignored when the process started, as with nohup, stays ignored.
-      if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN)
-        sigaddset(&signals_, signal);
-    }
-    pthread_sigmask(SIG_BLOCK, &signals_, nullptr);
-    try {
-      std::thread([this] { Wait(); }).detach();
-    } catch (const std::system_error& error) {
-      throw Failure("cannot start a thread: " + error.code().message());
-    }
-  }
-
-  std::stop_token Token() const { return source_.get_token(); }
-
- private:
-  void Wait() {
-    int signal = 0;
-    if (sigwait(&signals_, &signal) != 0) return;
-    theSignal = signal;
-    source_.request_stop();
-    constexpr timespec kPatience = {1, 0};
-    sigtimedwait(&signals_, nullptr, &kPatience);
-    RemovePublicationFolders();
-    DieOf(signal);
-  }
-
-  sigset_t signals_ = {};
-  std::stop_source source_;
-};
-
-// Never destroyed: its thread waits until the process ends.
-SignalWatch& TheSignalWatch() {
-  static auto* const watch = new SignalWatch;
-  return *watch;
+// Waits for a signal and ends the process at the latest a second later.
+void EndAtASignal(const sigset_t& signals, std::stop_source source) {
+  int signal = 0;
+  if (sigwait(&signals, &signal) != 0) return;
+  theSignal = signal;
+  source.request_stop();
+  constexpr timespec kLongest = {1, 0};
+  sigtimedwait(&signals, nullptr, &kLongest);
+  RemovePublicationFolders();
+  DieOf(signal);
 }
 
-void Run(const std::vector<std::string>& arguments, const Action& act) {
+// The stop is requested when SIGINT, SIGTERM or SIGHUP arrives. The signals are blocked in all
+// threads started later; one thread, which ends with the process, does nothing but wait for them.
+std::stop_token StopAtASignal() {
+  sigset_t signals = {};
+  sigemptyset(&signals);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    struct sigaction action = {};
+    // A signal that was ignored when the process started, as with nohup, stays ignored.
+    if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN)
+      sigaddset(&signals, signal);
+  }
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+  const std::stop_source source;
+  try {
+    std::thread(EndAtASignal, signals, source).detach();
+  } catch (const std::system_error& error) {
+    throw Failure("cannot start a thread: " + error.code().message());
+  }
+  return source.get_token();
+}
+
+// The operator that the application took.
+ApplicationChoice ChosenOperator(HostState& host, const std::vector<ApplicationChoice>& choices) {
+  for (CPLString echoed : EchoOptions(host))
+    for (const ApplicationChoice& choice : choices)
+      if (echoed.replaceAll("'", "") == choice.argument) return choice;
+  return {};
+}
+
+void Run(const std::vector<std::string>& arguments, const Action& act,
+         const std::stop_token& stop) {
   HostState& host = TheHostState();
   IPAppSpecifics();
   std::vector<ApplicationChoice> choices;
@@ -105,13 +105,19 @@ void Run(const std::vector<std::string>& arguments, const Action& act) {
     ReadApplicationOptions(options.applicationArguments, host, choices);
     PlaceFiles(options, host.registration);
   }
-  act(options, host, TheSignalWatch().Token());
+  if (options.action == kRun) {
+    const ApplicationChoice chosen = ChosenOperator(host, choices);
+    CheckInputs(options, host, chosen.argument);
+    // Who asks for a logarithm or a power rarely means that of File1 + 1.
+    if (chosen.meaning.find("FILE1 + B") != std::string::npos && host.realOptions["b"].empty())
+      Tell("note: without -b= B is 1 in " + chosen.meaning);
+  }
+  act(options, host, stop);
 }
 
 ExitStatus RunAndReport(const std::vector<std::string>& arguments, const Action& act) {
   try {
-    TheSignalWatch();  // before any other thread is started
-    Run(arguments, act);
+    Run(arguments, act, StopAtASignal());
     if (std::fflush(stdout) != 0) throw Failure("cannot write to standard output");
     return ExitStatus::kDone;
   } catch (const Cancelled&) {

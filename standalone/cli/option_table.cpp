@@ -1,4 +1,4 @@
-#include "standalone/cli/option_table.h"
+#include "standalone/cli/options.h"
 
 #include <cpl_conv.h>
 #include <cpl_string.h>

@@ -4,14 +4,18 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <map>
+#include <set>
 #include <utility>
 
 #include "standalone/base/messages.h"
 #include "standalone/base/texts.h"
-#include "standalone/cli/option_table.h"
+#include "standalone/runs/session.h"
 
 namespace lumomixcalc::standalone {
 namespace {
+
+using Values = std::span<const std::string>;
 
 // Takes the option that rest begins with. Returns the number of arguments taken, which is 0 when
 // it is not an option of the host.
@@ -23,16 +27,18 @@ std::size_t TakeHostOption(Values rest, Options& options) {
   if (!option || (hasValue && (option->values == 0 || option->name.empty()))) return 0;
   const auto read = [&](const std::string& text) {
     if ((option->values == 0 || !text.empty()) && option->field.read(options, text)) return;
-    throw WrongCommandLine(name + "=" + text + ": write " + option->Synopsis() + option->expected +
+    throw WrongCommandLine(name + (text.empty() ? "" : "=") + text + ": write " +
+                           option->Synopsis() + option->expected +
                            (option->IsChoice() ? ", one of " + Joined(option->choices()) +
                                                      Suggestion(text, option->choices())
                                                : ""));
   };
   if (hasValue || name != option->gdalName) {
     const std::string text = hasValue ? argument.substr(name.size() + 1) : "";
-    if (name != option->name && option->values == 1)
-      throw WrongCommandLine(argument + ": write " + name + " " + text + " or " +
-                             std::string(option->name) + "=" + text);
+    if (name != option->name)
+      throw WrongCommandLine(argument + ": write " +
+                             (option->values == 1 ? name + " " + text + " or " : "") +
+                             option->Synopsis());
     read(text);
     return 1;
   }
@@ -108,6 +114,24 @@ std::string Hint(const std::string& argument, const HostState& host,
   return suggestion.empty() ? "; see -help" : suggestion;
 }
 
+// "-operator a1b": the application takes the value in the same argument.
+void RefuseSeparateValue(Values rest, const Registration& registration) {
+  if (rest.size() == 1 || rest[1].starts_with('-')) return;
+  for (const std::string& form : ApplicationOptions(registration))
+    if (form.starts_with(rest[0] + "="))
+      throw WrongCommandLine(rest[0] + ": write " + rest[0] + "=" + rest[1]);
+}
+
+// "FILE1".
+std::string FileWord(const DeclaredStream& stream) {
+  return CPLString(stream.OptionName().substr(1)).toupper();
+}
+
+std::string UsageOf(const Registration& registration) {
+  return std::string("; usage: ") + kProgramName + " " + FilesSynopsis(registration) +
+         " [options] (see -help)";
+}
+
 }  // namespace
 
 Options ReadOptions(const std::vector<std::string>& arguments, const Registration& registration) {
@@ -124,8 +148,10 @@ Options ReadOptions(const std::vector<std::string>& arguments, const Registratio
       throw WrongCommandLine("-b: write -bands=2 to choose a band, and -b=2 for the coefficient B");
     else if (const std::size_t ofHost = TakeHostOption(rest, options); ofHost > 0)
       taken = ofHost;
-    else if (!TakeNamedFile(argument, registration, options.job))
+    else if (!TakeNamedFile(argument, registration, options.job)) {
+      RefuseSeparateValue(rest, registration);
       options.applicationArguments.push_back(argument);
+    }
     rest = rest.subspan(taken);
   }
   if (options.action == Options::Action::kRun || options.action == Options::Action::kPanel)
@@ -168,8 +194,7 @@ void PlaceFiles(Options& options, const Registration& registration) {
   std::vector<std::string>& unplaced = options.filesWithoutName;
   std::map<int, std::string>& inputs = options.job.inputs;
   std::string& output = options.job.output;
-  const std::string usage = std::string("; usage: ") + kProgramName + " " +
-                            FilesSynopsis(registration) + " [options] (see -help)";
+  const std::string usage = UsageOf(registration);
   if (std::ranges::find(unplaced, "") != unplaced.end())
     throw WrongCommandLine("a file name is empty" + usage);
   // In the panel the files fill the fields in order, and the user adds what is missing there. A
@@ -192,6 +217,26 @@ void PlaceFiles(Options& options, const Registration& registration) {
     throw WrongCommandLine("the name of " + output + ", a mosaic of parts, must end in .vrt");
 }
 
+void CheckInputs(Options& options, HostState& host, const std::string& chosen) {
+  const std::set<int> read = InputsRead(host);
+  std::map<int, std::string>& given = options.job.inputs;
+  for (const DeclaredStream& input : host.registration.inputs) {
+    if (given.contains(input.number) == read.contains(input.number)) continue;
+    if (given.contains(input.number)) {
+      Warn(chosen + " does not read " + FileWord(input) + "; " + given[input.number] +
+           " is not used");
+      given.erase(input.number);
+      continue;
+    }
+    std::string told;
+    const MessageRedirection redirection([&told](const std::string& line) { told = line; });
+    host.streams[input.number].open = false;
+    host.registration.Call(IP_SLOT_CHECK_PARAMS);
+    throw WrongCommandLine(told + " " + chosen + " needs " + FileWord(input) +
+                           UsageOf(host.registration));
+  }
+}
+
 std::vector<DeclaredStream> AllStreams(const Registration& registration) {
   std::vector<DeclaredStream> streams = registration.inputs;
   streams.push_back(registration.output);
@@ -201,9 +246,9 @@ std::vector<DeclaredStream> AllStreams(const Registration& registration) {
 std::string FilesSynopsis(const Registration& registration) {
   std::string synopsis;
   for (const DeclaredStream& stream : AllStreams(registration)) {
-    const std::string name = CPLString(stream.OptionName().substr(1)).toupper();
     const bool optional = !synopsis.empty() && stream.number != registration.output.number;
-    synopsis += (synopsis.empty() ? "" : " ") + (optional ? "[" + name + "]" : name);
+    synopsis.append(synopsis.empty() ? "" : " ").append(optional ? "[" : "");
+    synopsis.append(FileWord(stream)).append(optional ? "]" : "");
   }
   return synopsis;
 }

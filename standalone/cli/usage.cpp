@@ -7,7 +7,6 @@
 #include <string>
 
 #include "standalone/base/messages.h"
-#include "standalone/cli/option_table.h"
 
 namespace lumomixcalc::standalone {
 namespace {

@@ -78,7 +78,8 @@ OutputFormat ChooseOutputFormat(const std::string& name, const std::string& path
   throw WrongCommandLine(
       (known ? "GDAL can only read the format of " + path
              : "the extension of " + path + " belongs to no format that GDAL knows here") +
-      "; choose another extension, or the format by -format=NAME, such as -format=GTiff");
+      "; choose another extension, or the format by -format=NAME, such as -format=GTiff, or " +
+      "-format=ENVI with -co=SUFFIX=ADD for raw data");
 }
 
 void CheckCreationOptions(const OutputFormat& format, const std::vector<std::string>& options) {

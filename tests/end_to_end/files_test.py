@@ -347,9 +347,12 @@ class CommandLines(FileTest):
                 # What was meant is said, and files are not blamed for an option.
                 ("Unrecognized option -tr", a, b, out, "-tr", "5"),
                 ("did you mean a1+b2?", a, b, out, "-operator=a1+b3"),
+                ("operator exp; see -help", a, b, out, "-operator=exp"),
+                ("Operation requires File2, but it does not exist. -operator=a1b2 needs FILE2; usage",
+                 a, out, "-operator=a1b2"),
                 ("did you mean GTiff?", a, b, out, "-format=GeoTIFF"),
                 ("\\x1b[31m\\xc2\\x9b", a, b, out, "-x\x1b[31m\x9b"),
-                ("out.slc", a, b, self.path("out.slc")),
+                ("-format=ENVI with -co=SUFFIX=ADD", a, b, self.path("out.slc")),
                 ("-format=NONE", a, b, out, "-format=NONE"),
                 ("-format=VRT", a, b, out, "-format=VRT"),
                 ("out.vrt", a, b, self.path("out.vrt")),
@@ -364,7 +367,6 @@ class CommandLines(FileTest):
         os.symlink("nowhere", self.path("gone"))
         mine = self.path(".lumomixcalc-input-of-mine.tif")
         for named, *arguments in (
-                ("Operation requires File2, but it does not exist.", a, out),
                 ("missing.tif", self.path("missing.tif"), b, out),
                 (self.path("gone"), self.path("gone"), b, out),
                 (text, a, text, out),

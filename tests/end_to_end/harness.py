@@ -58,7 +58,7 @@ def read(path):
 
 
 def strict_json(text):
-    """Without NaN and infinities, which JSON has not."""
+    """Fails on NaN and infinities, which are not JSON."""
     return json.loads(text, parse_constant=lambda name: 1 / 0)
 
 
@@ -96,9 +96,10 @@ class ProgramTest(unittest.TestCase):
         return self.made(*arguments)[0].ReadAsArray()
 
     def warned(self, text, *arguments):
-        """A run that must succeed with one warning that has the text, or, without a text, none."""
+        """A run that must succeed with one warning or note that has the text, or, without a text,
+        none."""
         stderr = self.done(*arguments, self.out, "-overwrite").stderr
-        self.assertRegex(stderr, rf"\A(lumomixcalc: warning: .*{re.escape(text)}.*\n)\Z"
+        self.assertRegex(stderr, rf"\A(lumomixcalc: (warning|note): .*{re.escape(text)}.*\n)\Z"
                          if text else r"\A\Z")
 
     def refused(self, named, *arguments, status=GIVEN_UP, **options):

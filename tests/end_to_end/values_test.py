@@ -208,6 +208,9 @@ class Results(harness.ProgramTest):
                 ("-clamp has no effect on a complex output", self.b, COPY, "-clamp"),
                 ("-resampling= has no effect", self.a, COPY, "-resampling=cubic"),
                 ("", first, COPY),
+                ("without -b= B is 1", self.b, "-operator=1+b_pow_a"),
+                ("-operator=abs_a1 does not read FILE2; none.tif is not used", self.a, "none.tif",
+                 "-operator=abs_a1"),
                 ("", self.b, "-operator=abs_a1", "-mode=float32"),
                 ("", self.b, COPY), ("", self.a, COPY)):
             self.warned(told, *arguments)

@@ -31,6 +31,9 @@ dpkg --root="$root" --force-depends --force-not-root -i "$work"/packages/lumomix
 "$root/usr/bin/lumomixcalc" --version
 told=$(QT_QPA_PLATFORM=none "$root/usr/bin/lumomixcalc" -panel 2>&1 || true)
 [[ $told == *'panel cannot be shown'* ]] || fail "-panel does not start the panel: $told"
+cp "$root/usr/bin/lumomixcalc" "$work" # alone, as without the panel's package
+told=$("$work/lumomixcalc" -panel 2>&1 || true)
+[[ $told == *'package lumomixcalc-panel'* ]] || fail "-panel does not name the package: $told"
 for file in man/man1/lumomixcalc.1 man/man1/lumomixcalc-slurm.1 bash-completion/completions/lumomixcalc \
   applications/lumomixcalc.desktop icons/hicolor/scalable/apps/lumomixcalc.svg; do
   [[ -s $root/usr/share/$file ]] || fail "share/$file is not installed"

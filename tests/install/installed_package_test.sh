@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the core into an empty folder, builds a host of a stranger's against it, and runs that.
+# Installs the core into an empty folder, builds another host against it, and runs that.
 #
 #   installed_package_test.sh BUILD_FOLDER
 set -euo pipefail

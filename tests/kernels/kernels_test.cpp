@@ -102,7 +102,7 @@ TEST(SpecialValues, GiveTheResultsKnownBeforehand) {
       // One rounding, at the store: 2^24 + 1 ties to even there, 2^24 + 2 - 2^24 is exact before.
       {kSum, 0, 1, 1, 16777216, 1, 16777216},
       {kPlusB, 0, 3, -16777216, 5592406, 0, 2},
-      {kTimesB, 1, 1, 1, {INFINITY, 0}, 0, {INFINITY, NAN}},  // nothing is mended
+      {kTimesB, 1, 1, 1, {INFINITY, 0}, 0, {INFINITY, NAN}},  // a NaN part stays
       {kAbs, 1, 1, 0, {2e38F, 2e38F}, 0, 2.8284271e38F},
       {kAbs, 1, 1, 0, {1e-45F, 0}, 0, 1e-45F},
       {kPhase, 1, {2, 1}, 0, {-1, 1}, 0, {4.71238898F, 2.35619449F}},

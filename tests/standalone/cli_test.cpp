@@ -97,7 +97,7 @@ TEST(CommandLines, NameTheArgumentThatIsWrong) {
       -resolution=0 -resolution=-1 -resolution=2.5 -resolution=1/2 -resampling=
       -resampling=Average -resampling=preview -bands= -bands=0 -bands=x
       -bands=1.5 -bands=1, -bands=1,,2 -bands=1- -bands=3-1 -bands=1-2-3 -bands=1-65536,1
-      -bands=1-999999999 -mode=float16 -nodata=drop -a_nodata=x -co=A -oo==B -b -srcwin
+      -bands=1-999999999 -mode=float16 -nodata=drop -a_nodata=x -co=A -oo==B -b -srcwin -srcwin=0:0:1:1
       -overwrite=yes -file1 -file1=b.tif -file2= c.tif -part=0/3 -part=4/3 -part=-1/3 -part=1/0
       -part=3 -part=1/3/5 -part=/3 -part=1/ -part=x/y -part=1/99999999999 -looks=0 -looks=1:0
       -looks=2:3:4 -looks=x -looks=-1 -looks=1.5 -a= -a=+ -a=- -a=x -a=1x -a=1,5 -a=1.5.2 -a=--1
@@ -114,7 +114,9 @@ TEST(CommandLines, SayWhatIsWrong) {
   ExpectRefused("file name is empty", {"a", "b", ""});
   ExpectRefused("exclude each other", {"a", "o", "-window=0:0:1:1", "-region=0:0:1:1"});
   ExpectRefused("did you mean -overwrite?", {"a", "o", "-overwrit"});
-  ExpectRefused("; write -operator=op", {"a", "o", "-operator", "a1b"});
+  ExpectRefused("; write -operator=op", {"a", "o", "-operator"});
+  ExpectRefused("write -operator=a1b", {"a", "o", "-operator", "a1b"});
+  ExpectRefused("write -of COG or -format=NAME", {"a", "o", "-of=COG"});
   ExpectRefused("did you mean average?", {"a", "o", "-resampling=avrage"});
   ExpectRefused("1 value must follow", {"a", "o", "-ot"});
   ExpectRefused("from 1e-45 to 3.4e38", {"a", "o", "-a=1e39"});
