@@ -233,7 +233,7 @@ class MidRun(harness.ProgramTest):
     def test_a_thread_that_waits_for_ever_does_not_keep_a_signal_waiting(self):
         os.mkfifo(self.path("pipe"))
         for signals in (1, 2):
-            process = subprocess.Popen([harness.PROGRAM, self.path("pipe"), self.out, "-overwrite"],
+            process = subprocess.Popen([harness.PROGRAM, self.path("pipe"), self.out, COPY],
                                        stderr=subprocess.DEVNULL)
             self.addCleanup(process.kill)
             self.addCleanup(os.close, self.open_for(process, self.path("pipe")))

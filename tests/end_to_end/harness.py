@@ -114,7 +114,7 @@ class ProgramTest(unittest.TestCase):
         self.assertEqual(changed, [])
 
     def assert_one_sentence(self, stderr, named):
-        """Warnings may come before it."""
-        self.assertRegex(stderr, r"\A(lumomixcalc: warning: .*\n)*lumomixcalc: .*"
+        """Warnings and notes may come before it."""
+        self.assertRegex(stderr, r"\A(lumomixcalc: (warning|note): .*\n)*lumomixcalc: .*"
                                  rf"{re.escape(named)}.*\n\Z")
         self.assertNotRegex(stderr, r"\.lumomixcalc-\w{6}/")

@@ -62,7 +62,7 @@ class Parts(harness.ProgramTest):
     def test_joined_parts_are_the_output_of_one_run(self):
         a, b, gain = (self.a,), (self.b,), "-operator=a1b"
         for count, *arguments in (
-                (8, *a, "-operator=1+b_pow_a", "-a=0.5:1", "-region=0:3:2100:8"),
+                (8, *a, "-operator=1+b_pow_a", "-a=0.5:1", "-b=1", "-region=0:3:2100:8"),
                 (3, *b, gain, "-a=200", "-mode=int16"),
                 (2, *b, *a, "-operator=a1_conj_b2", "-region=0:5:2100:10"),
                 (2, *a, gain, "-mode=float32", "-region=0:5:2100:10"),
