@@ -25,8 +25,8 @@ struct ElementRows {
 
   // The parts of an element, counted from the first one of the first row.
   std::span<Float> operator[](std::size_t element) const {
-    return All().subspan(element * static_cast<std::size_t>(parts),
-                         static_cast<std::size_t>(parts));
+    const auto length = static_cast<std::size_t>(parts);
+    return {values + element * length, length};
   }
 };
 using Elements = ElementRows<float>;

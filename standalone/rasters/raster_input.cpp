@@ -86,13 +86,11 @@ void MaskNoData(const Elements& elements, double noData) {
 
 // Sets all parts of an element to NaN if one part is NaN. Returns whether there is such an element.
 bool SpreadNan(const Elements& elements) {
-  bool any = false;
-  for (std::size_t i = 0; i < elements.Count(); ++i)
-    if (HasNan(elements[i])) {
-      BecomeNan(elements[i]);
-      any = true;
-    }
-  return any;
+  unsigned any = 0;  // the loop has no branch, so that it becomes vector instructions
+  for (const float value : elements.All()) any |= value != value ? 1U : 0U;
+  for (std::size_t i = 0; any != 0 && elements.parts > 1 && i < elements.Count(); ++i)
+    if (HasNan(elements[i])) BecomeNan(elements[i]);
+  return any != 0;
 }
 
 // The distance in bytes from the first of count items to the one at the highest position, when each
