@@ -65,7 +65,7 @@ RunReport Run(const Options& options, HostState& host, const std::stop_token& st
   };
   RunReport report = RunBatch(options.job, command, host, {stop, show});
   bar.reset();
-  if (ClampIsIdle(echoed, *FindDataMode(report.mode)))
+  if (ClampHasNoEffect(echoed, *FindDataMode(report.mode)))
     Warn("-clamp has no effect on a complex output");
   return report;
 }

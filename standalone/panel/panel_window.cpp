@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "standalone/base/messages.h"
-#include "standalone/panel/file_field.h"
+#include "standalone/panel/files_view.h"
 #include "standalone/panel/output_settings.h"
 #include "standalone/panel/panel_command.h"
 #include "standalone/panel/preview_pane.h"
@@ -64,12 +64,14 @@ PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first)
   QStringList titles;
   for (const DeclaredStream& input : host.registration.inputs) titles << Text(input.label);
   preview_ = new PreviewPane(titles << "Result");
-  preview_->regionDrawn = [this](QRect pixels) { output_->SetRegion(pixels); };
+  preview_->regionDrawn = [this](QRect pixels) {
+    output_->SetRegion(pixels);
+    TakeChange();
+  };
   preview_->viewChanged = [this] { Refresh(); };
   preview_->elementAsked = [this](QPoint pixel) {
-    worker_->Inspect(CurrentJob(), preview_->Band().value(), pixel);
+    worker_->Inspect(CurrentJob(), preview_->View().band, pixel);
   };
-  connect(&preview_->Band(), &QSpinBox::valueChanged, [this] { Refresh(); });
   columns_->addWidget(preview_);
   columns_->setStretchFactor(1, 1);
   auto* const layout = new QVBoxLayout(this);
@@ -79,25 +81,24 @@ PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first)
   SetRunning(false);
   setAcceptDrops(true);
   ShowJob(base_);
-  RestoreHabits();
+  RestoreDisplay();
   worker_ = std::make_unique<PanelWorker>(
-      host_,
-      PanelWorker::Listener{
-          [this](const std::string& command) { ShowCommand(command); },
-          [this](std::size_t position, const PreviewImage& image) {
-            preview_->Show(position, image);
-          },
-          [this](const Findings& findings) { ShowFindings(findings); },
-          [this](const Inspection& found) { preview_->ShowElements(found); },
-          [this](double share) { ShowProgress(share); },
-          [this](const std::string& message) { messages_->appendPlainText(OfFields(message)); },
-          [this](RunEnd end) { EndRun(end); }});
+      host_, PanelWorker::Listener{
+                 [this](const std::string& command) { ShowCommand(command); },
+                 [this](std::size_t position, const PreviewImage& image) {
+                   preview_->Show(position, image);
+                 },
+                 [this](const Findings& findings) { ShowFindings(findings); },
+                 [this](const Inspection& found) { preview_->ShowElements(found); },
+                 [this](double share) { ShowProgress(share); },
+                 [this](const std::string& message) { messages_->appendPlainText(Text(message)); },
+                 [this](RunEnd end) { EndRun(end); }});
   Refresh();
 }
 
 PanelWindow::~PanelWindow() {
   worker_.reset();
-  SaveHabits();
+  SaveSettings();
 }
 
 QWidget* PanelWindow::MakeSettings() {
@@ -172,7 +173,7 @@ QLayout* PanelWindow::MakeReports() {
 
 void PanelWindow::AddShortcuts() {
   new QShortcut(QKeySequence::Open, this, [this] {
-    if (!running_) files_->FreeInput().Browse();
+    if (!running_) files_->Browse();
   });
   new QShortcut(Qt::CTRL | Qt::Key_R, this, [this] { run_->click(); });
   new QShortcut(Qt::Key_Escape, this, [this] { cancel_->click(); });
@@ -190,7 +191,7 @@ bool PanelWindow::eventFilter(QObject* watched, QEvent* event) {
   return true;
 }
 
-void PanelWindow::RestoreHabits() {
+void PanelWindow::RestoreDisplay() {
   const QSettings settings;
   constexpr QSize kFirstSize(1240, 800);
   // Room for the frame, whose size is known only after the window is shown.
@@ -207,7 +208,7 @@ void PanelWindow::RestoreHabits() {
 }
 
 // The worker must have ended.
-void PanelWindow::SaveHabits() {
+void PanelWindow::SaveSettings() {
   QSettings settings;
   settings.setValue("window/size", size());
   settings.setValue("window/columns", columns_->saveState());
@@ -253,8 +254,10 @@ void PanelWindow::Paste() {
 void PanelWindow::ShowJob(const Job& job) {
   base_ = job;
   base_.checkOnly = false;
+  showing_ = true;
   output_->Show(job);
   files_->Show(job.files);
+  showing_ = false;
   TakeChange();
 }
 
@@ -266,13 +269,14 @@ void PanelWindow::TakeRows() {
 }
 
 void PanelWindow::TakeChange() {
+  if (showing_) return;
   ShowNotes();
   Refresh();
 }
 
 void PanelWindow::ShowFindings(const Findings& findings) {
   findings_ = findings;
-  preview_->StopAwaiting();
+  preview_->EndPreview();
   output_->SetImageSize(preview_->ImageSize());
   files_->ShowRead(findings.streams);
   output_->ShowResolved(findings.report);
@@ -284,16 +288,17 @@ void PanelWindow::ShowFindings(const Findings& findings) {
 void PanelWindow::ShowNotes() {
   QStringList notes = files_->Faults();
   if (const NumberField* const fault = rows_->FirstFault()) notes << FaultOf(*fault);
-  if (notes.isEmpty() && !findings_.failure.empty()) notes << OfFields(findings_.failure);
+  if (notes.isEmpty() && !findings_.failure.empty()) notes << Text(findings_.failure);
   if (const QString input = files_->InputToBeReplaced(); !input.isEmpty())
-    notes << QString("%1 is %2: the run replaces it").arg(files_->Output().objectName(), input);
+    notes << QString("%1 is %2: the run replaces it")
+                 .arg(Text(host_.registration.output.label), input);
   if (findings_.report && findings_.beyondMode > 0)
     notes << QString("%1 % of the elements shown are out of range for %2 and stored as its limits")
                  .arg(100.0 * static_cast<double>(findings_.beyondMode) /
                           static_cast<double>(findings_.elements),
                       0, 'g', 3)
                  .arg(Text(findings_.report->mode));
-  for (const std::string& warning : findings_.warnings) notes << OfFields(warning);
+  for (const std::string& warning : findings_.warnings) notes << Text(warning);
   notes.replaceInStrings(QRegularExpression("^"), "\u2022 ");
   const QString text = notes.join('\n');
   if (text != notes_->toPlainText()) notes_->setPlainText(text);
@@ -305,7 +310,7 @@ void PanelWindow::Refresh() {
   // There is no command for these fields, and the preview keeps the last numbers.
   if (rows_->FirstFault()) return ShowCommand("");
   copy_->setEnabled(false);  // until the command is the current one again
-  preview_->Await();
+  preview_->ExpectPreview();
   worker_->Refresh(CurrentJob(), preview_->View());
 }
 
@@ -358,7 +363,7 @@ void PanelWindow::Run() {
   const std::optional<Job> job = JobToRun();
   if (!job) return;
   SetRunning(true);
-  preview_->StopAwaiting();
+  preview_->EndPreview();
   progress_->setValue(0);
   runState_->setText("running");
   sinceRun_.start();
@@ -382,7 +387,7 @@ void PanelWindow::EndRun(RunEnd end) {
   runState_->setText("failed");
   if (end == RunEnd::kDone) {
     runState_->setText("done");
-    messages_->appendPlainText("Written: " + files_->Output().File());
+    messages_->appendPlainText("Written: " + files_->Output());
     files_->Remember();
   } else if (end == RunEnd::kCancelled) {
     runState_->setText("cancelled");

@@ -39,8 +39,8 @@ class PanelWindow : public QWidget {
   QLayout* MakeReports();
   void AddShortcuts();
 
-  void RestoreHabits();
-  void SaveHabits();
+  void RestoreDisplay();
+  void SaveSettings();
 
   Job CurrentJob() const;
   void Paste();
@@ -80,6 +80,7 @@ class PanelWindow : public QWidget {
   QPlainTextEdit* messages_ = Named(new QPlainTextEdit, "Messages");
   QSplitter* columns_ = new QSplitter;
   bool running_ = false;
+  bool showing_ = false;                 // a job, whose changes are one
   std::unique_ptr<PanelWorker> worker_;  // last: it ends before what it reports to
 };
 

@@ -92,7 +92,7 @@ void PanelWorker::MakePreview(const Job& job, const View& view, int number,
         Deliver([this, position, image] { listener_.imageMade(position, image); });
       });
   findings.streams = streams;
-  if (findings.report && ClampIsIdle(options, *FindDataMode(findings.report->mode)))
+  if (findings.report && ClampHasNoEffect(options, *FindDataMode(findings.report->mode)))
     findings.warnings.emplace_back("A complex output is not clamped.");
   Deliver([this, findings, number] {
     if (number == newestPreview_) listener_.previewMade(findings);

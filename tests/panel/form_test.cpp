@@ -228,7 +228,7 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   Set("Save", "out.tif");
   Set("File2");
   Settle();
-  EXPECT_EQ(Find<ImageView>("File2 preview").Note(), "No file chosen.");
+  EXPECT_EQ(Find("File2 preview").accessibleDescription(), "No file chosen.");
   Set("File2", "f2.tif");
   QFile::remove("f2.tif");
   Run("done");

@@ -1,4 +1,5 @@
 // What is seen: the images, the elements under the pointer, the place that is looked at.
+#include "standalone/base/numbers.h"
 #include "standalone/panel/preview.h"
 #include "standalone/rasters/no_data.h"
 #include "tests/panel/window_fixture.h"

@@ -150,7 +150,7 @@ class PanelWindowTest : public ::testing::Test {
   ImageView& Pictured(const char* name) {
     Settle();
     auto& view = Find<ImageView>(name);
-    EXPECT_FALSE(view.Picture().isNull()) << view.Note().toStdString();
+    EXPECT_FALSE(view.Picture().isNull()) << view.accessibleDescription().toStdString();
     return view;
   }
 
