@@ -33,7 +33,10 @@ HistogramView::HistogramView(const QString& title)
   fields->addWidget(high_, 0, Qt::AlignRight);
   setFixedHeight(sizeHint().height());  // also while a field is hidden
   setMouseTracking(true);
-  setToolTip("Drag a line to set a limit of the colours. Double click: automatic limits.");
+  setToolTip(
+      "Of the elements of the run that are shown. Drag a line to set a limit of the colours. "
+      "Double "
+      "click: automatic limits.");
 }
 
 NumberField* HistogramView::NewField(const QString& name, Limit limit) {

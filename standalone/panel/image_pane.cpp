@@ -30,7 +30,7 @@ ImagePane::ImagePane(const QString& title, const QComboBox& stretch, const Sight
 
 void ImagePane::Show(const PreviewImage& image, QSize inputs) {
   image_ = image;
-  raster_->SetGrid(image.grid, inputs);
+  raster_->SetGrid(image.first, image.pitch, inputs);
   raster_->Dim(false);
   Redraw();
 }
@@ -48,9 +48,10 @@ void ImagePane::Redraw() {
   if (image_.complex) parts_ = PartOf(image_.values, part);
   const int choice = angles_ ? 1 : colours_->currentIndex();  // grey is the brightness alone
   const auto map = choice > 0 ? std::optional(static_cast<ColourMap>(choice - 1)) : std::nullopt;
-  automatic_ = AppearanceOf(Values(), image_.complex && part == ComplexPart::kPhase,
+  const std::vector<float> counted = image_.OfTheRun(Values(), 1);
+  automatic_ = AppearanceOf(counted, image_.complex && part == ComplexPart::kPhase,
                             static_cast<Stretch>(stretch_.currentIndex()), map);
-  histogram_->Count(Values(), automatic_);
+  histogram_->Count(counted, automatic_);
   Recolour();
 }
 
@@ -58,9 +59,10 @@ void ImagePane::Recolour() {
   Appearance appearance = automatic_;
   if (chosen_ && (chosen_->low > 0 || !appearance.logarithm))
     appearance.limits = appearance.map == ColourMap::kCentred ? chosen_->AboutZero() : *chosen_;
-  raster_->Show(Picture(Values(), image_.grid.columns, appearance,
+  const QString sample = QString("1 of %1 \u00d7 %1 cells").arg(image_.step);
+  raster_->Show(Picture(Values(), image_.columns, appearance,
                         angles_ ? image_.values : std::span<const float>()),
-                Text(image_.note));
+                image_.step > 1 ? sample : Text(image_.note));
   histogram_->Show(appearance);
 }
 

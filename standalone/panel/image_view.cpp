@@ -30,23 +30,28 @@ ImageView::ImageView(const Sight& sight) : sight_(sight) {
   setToolTip("Wheel: zoom. Drag: move. Double click: one to one, or the whole again.");
 }
 
-void ImageView::SetGrid(const OutputGrid& grid, QSize image) {
-  picture_->setPos(grid.window.x, grid.window.y);
-  picture_->setTransform(
-      QTransform::fromScale(grid.resolution * grid.looks.x, grid.resolution * grid.looks.y));
+void ImageView::SetGrid(QPoint first, QSize pitch, QSize image) {
+  picture_->setPos(first);
+  picture_->setTransform(QTransform::fromScale(pitch.width(), pitch.height()));
   scene_.setSceneRect(QRectF(QPointF(0, 0), image));
   Follow();
 }
 
-void ImageView::Show(const QImage& picture, const QString& note) {
+void ImageView::Show(const QImage& picture, const QString& text) {
   picture_->setPixmap(QPixmap::fromImage(picture));
-  note_ = note;
-  setAccessibleDescription(note);
+  text_ = text;
+  setAccessibleDescription(text);
+  viewport()->update();
+}
+
+void ImageView::Dim(bool dimmed) {
+  dimmed_ = dimmed;
   viewport()->update();
 }
 
 void ImageView::Follow() {
-  setTransform(QTransform::fromScale(Scale(), Scale()));
+  const QSizeF scale = sight_.scale > 0 ? QSizeF(sight_.scale, sight_.scale) : WholeScale();
+  setTransform(QTransform::fromScale(scale.width(), scale.height()));
   centerOn(sight_.scale > 0 ? sight_.centre : sceneRect().center());
   // Shrunk smoothly, which averages speckle; enlarged so that every element is seen as it is.
   const bool shrinks = Scale() * devicePixelRatioF() * picture_->transform().m11() < 1;
@@ -70,7 +75,12 @@ void ImageView::drawBackground(QPainter* painter, const QRectF&) {
 
 void ImageView::drawForeground(QPainter* painter, const QRectF&) {
   painter->resetTransform();
-  if (!HasPicture()) return PaintNote(*painter);
+  // Over the picture and what is no data alike, so that the one does not become the other.
+  QColor veil = palette().color(QPalette::Window);
+  veil.setAlphaF(0.6F);
+  if (dimmed_ && HasPicture()) painter->fillRect(viewport()->rect(), veil);
+  PaintText(*painter);
+  if (!HasPicture()) return;
   if (drawStart_)
     DrawSeenEverywhere(*painter, OnScreen(Drawn()));
   else if (sight_.region)
@@ -81,14 +91,19 @@ void ImageView::drawForeground(QPainter* painter, const QRectF&) {
   DrawSeenEverywhere(*painter, box.adjusted(-grow, -grow, grow, grow));
 }
 
-void ImageView::PaintNote(QPainter& painter) const {
+void ImageView::PaintText(QPainter& painter) const {
   const QRect frame = viewport()->rect();
-  painter.setPen(palette().color(QPalette::Disabled, QPalette::WindowText));
-  painter.drawRect(frame.adjusted(0, 0, -1, -1));
   painter.setPen(palette().color(QPalette::WindowText));
+  if (HasPicture()) {
+    QRect place = fontMetrics().boundingRect(text_).adjusted(-4, -1, 4, 1);
+    place.moveBottomLeft(frame.bottomLeft());
+    if (!text_.isEmpty()) painter.fillRect(place, palette().window());
+    return painter.drawText(place, Qt::AlignCenter, text_);
+  }
+  painter.drawRect(frame.adjusted(0, 0, -1, -1));
   QTextOption option(Qt::AlignCenter);
   option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);  // a long file name is one word
-  painter.drawText(QRectF(frame.adjusted(10, 10, -10, -10)), note_, option);
+  painter.drawText(QRectF(frame.adjusted(10, 10, -10, -10)), text_, option);
 }
 
 void ImageView::wheelEvent(QWheelEvent* event) {
@@ -132,18 +147,20 @@ void ImageView::mouseReleaseEvent(QMouseEvent* event) {
   if (!isClick && !pixels.isEmpty()) drawn(pixels);
 }
 
-// The whole image as large as fits, but never so small that a long thin one is not seen.
-double ImageView::WholeScale() const {
+// The whole image as large as fits. A long thin one is broadened so that it is seen.
+QSizeF ImageView::WholeScale() const {
   const QSizeF image = sceneRect().size();
-  if (image.isEmpty()) return 1;
+  if (image.isEmpty()) return {1, 1};
   constexpr double kLeastSide = 24;
   const double fits = std::min(width() / image.width(), height() / image.height());
-  return std::max(fits, kLeastSide / std::min(image.width(), image.height()));
+  return {std::max(fits, kLeastSide / image.width()), std::max(fits, kLeastSide / image.height())};
 }
 
-// Exact, where QGraphicsView's own functions take whole points of the screen.
+// Of the middle of the screen's pixel at a position. QGraphicsView's own functions take whole
+// points.
 QPointF ImageView::PlaceAt(QPointF position) const {
-  return viewportTransform().inverted().map(position);
+  const double half = 0.5 / devicePixelRatioF();
+  return viewportTransform().inverted().map(position + QPointF(half, half));
 }
 
 QRect ImageView::Drawn() const {
@@ -155,7 +172,7 @@ void ImageView::Zoom(double scale, QPointF position) {
   constexpr double kLargest = 64;
   scale = std::min(scale, kLargest);
   const QPointF toMiddle = QPointF(viewport()->rect().center()) - position;
-  if (scale > WholeScale())
+  if (scale > WholeScale().width())
     moved(PlaceAt(position) + toMiddle / scale, scale);
   else
     moved({}, 0);

@@ -4,7 +4,6 @@
 #include <optional>
 
 #include "standalone/panel/widgets.h"
-#include "standalone/rasters/grid.h"
 
 namespace lumomixcalc::standalone {
 
@@ -29,19 +28,21 @@ class ImageView : public QGraphicsView {
   std::function<void(std::optional<QPoint> pixel)> pointed;  // none outside the image
   std::function<void(const QRect& pixels)> drawn;            // a region, at least one pixel
 
-  // Says where the pictures that follow lie on the image.
-  void SetGrid(const OutputGrid& grid, QSize image);
+  // Says where the pictures that follow lie on the image: where the first value lies, and how many
+  // pixels it is from one to the next.
+  void SetGrid(QPoint first, QSize pitch, QSize image);
 
-  void Show(const QImage& picture, const QString& note);
+  // The text is shown in a corner of the picture, or in its place where it is null.
+  void Show(const QImage& picture, const QString& text);
 
   // A picture that may no longer be that of the settings is dimmed.
-  void Dim(bool dimmed) { picture_->setOpacity(dimmed ? 0.4 : 1); }
+  void Dim(bool dimmed);
 
   // Follows a change of what the views share.
   void Follow();
 
   // In points of the screen to a pixel.
-  double Scale() const { return sight_.scale > 0 ? sight_.scale : WholeScale(); }
+  double Scale() const { return sight_.scale > 0 ? sight_.scale : WholeScale().width(); }
 
   // The pixels that are seen; null when all are.
   QRect Seen() const;
@@ -60,9 +61,9 @@ class ImageView : public QGraphicsView {
   void leaveEvent(QEvent*) override { pointed(std::nullopt); }
 
  private:
-  double WholeScale() const;
+  QSizeF WholeScale() const;
   bool HasPicture() const { return !picture_->pixmap().isNull(); }
-  void PaintNote(QPainter& painter) const;
+  void PaintText(QPainter& painter) const;
   QPointF PlaceAt(QPointF position) const;
   QRectF OnScreen(const QRectF& area) const { return viewportTransform().mapRect(area); }
   QRect Drawn() const;
@@ -71,7 +72,8 @@ class ImageView : public QGraphicsView {
   const Sight& sight_;
   QGraphicsScene scene_;
   QGraphicsPixmapItem* picture_ = new QGraphicsPixmapItem;
-  QString note_;
+  QString text_;
+  bool dimmed_ = false;
   std::optional<QPointF> drawStart_;  // in points of the view, as the next
   QPointF dragEnd_;
   bool isPanned_ = false;

@@ -69,9 +69,8 @@ PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first)
     TakeChange();
   };
   preview_->viewChanged = [this] { Refresh(); };
-  preview_->elementAsked = [this](QPoint pixel) {
-    worker_->Inspect(CurrentJob(), preview_->View().band, pixel);
-  };
+  preview_->elementAsked = [this](QPoint pixel) { worker_->Inspect(pixel); };
+  connect(&watcher_, &QFileSystemWatcher::fileChanged, [this] { Refresh(); });
   columns_->addWidget(preview_);
   columns_->setStretchFactor(1, 1);
   auto* const layout = new QVBoxLayout(this);
@@ -277,6 +276,7 @@ void PanelWindow::TakeChange() {
 void PanelWindow::ShowFindings(const Findings& findings) {
   findings_ = findings;
   preview_->EndPreview();
+  preview_->Dim(rows_->FirstFault());
   output_->SetImageSize(preview_->ImageSize());
   files_->ShowRead(findings.streams);
   output_->ShowResolved(findings.report);
@@ -307,11 +307,15 @@ void PanelWindow::ShowNotes() {
 void PanelWindow::Refresh() {
   if (!worker_) return;  // still being made
   preview_->SetRegion(output_->Region());
-  // There is no command for these fields, and the preview keeps the last numbers.
+  // There is no command for these fields. The preview is of the last numbers, such as the 1 of 1/3.
+  preview_->Dim(rows_->FirstFault());
   if (rows_->FirstFault()) return ShowCommand("");
   copy_->setEnabled(false);  // until the command is the current one again
   preview_->ExpectPreview();
-  worker_->Refresh(CurrentJob(), preview_->View());
+  const Job job = CurrentJob();
+  if (!watcher_.files().isEmpty()) watcher_.removePaths(watcher_.files());
+  for (const auto& [stream, file] : job.files) watcher_.addPath(Text(file));
+  worker_->Refresh(job, preview_->View());
 }
 
 void PanelWindow::ShowCommand(const std::string& command) {

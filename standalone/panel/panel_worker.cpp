@@ -53,10 +53,10 @@ void PanelWorker::Refresh(const Job& job, const View& view) {
   });
 }
 
-void PanelWorker::Inspect(const Job& job, int band, QPoint pixel) {
-  Post([this, job, band, pixel, number = ++newestInspection_] {
+void PanelWorker::Inspect(QPoint pixel) {
+  Post([this, pixel, number = ++newestInspection_] {
     if (number != newestInspection_) return;
-    Deliver([this, found = previews_.Inspect(job, band, pixel)] { listener_.inspected(found); });
+    Deliver([this, found = previews_.Inspect(pixel)] { listener_.inspected(found); });
   });
 }
 

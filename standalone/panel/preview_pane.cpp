@@ -14,11 +14,17 @@ PreviewPane::PreviewPane(const QStringList& titles)
   layout->addLayout(MakePanes(titles), 1);
   layout->addWidget(inspector_);
   AddShortcuts();
+  expected_.setObjectName("Expected preview");
   expected_.setSingleShot(true);
   expected_.setInterval(250);
   expected_.callOnTimeout([this] {
     busy_->setText("Computing the preview\u2026");
     Dim(true);
+  });
+  resting_.setSingleShot(true);
+  resting_.setInterval(40);
+  resting_.callOnTimeout([this] {
+    if (sight_.pixel) elementAsked(*sight_.pixel);
   });
   Arrange();
 }
@@ -92,8 +98,7 @@ void PreviewPane::EndPreview() {
   band_->setMaximum(bands);
   bandLabel_->setVisible(bands > 1);
   band_->setVisible(bands > 1);
-  // The elements under the pointer may have changed.
-  if (sight_.pixel) elementAsked(*sight_.pixel);
+  resting_.start();  // the elements under the pointer may have changed
 }
 
 void PreviewPane::ShowElements(const Inspection& found) {
@@ -163,9 +168,11 @@ void PreviewPane::Dim(bool dimmed) {
 }
 
 void PreviewPane::Point(std::optional<QPoint> pixel) {
+  if (pixel == sight_.pixel) return;
   sight_.pixel = pixel;
   FollowSight();
-  pixel ? elementAsked(*pixel) : inspector_->Show(std::nullopt);
+  resting_.start();
+  if (!pixel) inspector_->Show(std::nullopt);
 }
 
 }  // namespace lumomixcalc::standalone

@@ -29,6 +29,9 @@ class PreviewPane : public QWidget {
   // The preview is complete.
   void EndPreview();
 
+  // Pictures that may no longer be those of the settings are dimmed.
+  void Dim(bool dimmed);
+
   void ShowElements(const Inspection& found);
 
   // The outlined region in pixels of the inputs, or none.
@@ -51,7 +54,6 @@ class PreviewPane : public QWidget {
   void Arrange();
   void LookAt(QPointF centre, double scale);
   void FollowSight();
-  void Dim(bool dimmed);
   void Point(std::optional<QPoint> pixel);
 
   QSize size_;
@@ -68,6 +70,7 @@ class PreviewPane : public QWidget {
   std::vector<ImagePane*> panes_;  // the inputs, then the result
   Inspector* inspector_;
   QTimer expected_{this};  // runs while a preview that is made may still be quick
+  QTimer resting_{this};   // runs until the pointer rests
 };
 
 }  // namespace lumomixcalc::standalone

@@ -44,7 +44,8 @@ Limits LimitsOf(std::span<const float> values, Stretch stretch) {
   for (const float value : values)
     if (value >= least && value <= FLT_MAX) finite.push_back(value);
   if (finite.empty()) return least > 0 ? Limits{1, 10} : Limits{};
-  if (stretch == Stretch::kMinMax) return {std::ranges::min(finite), std::ranges::max(finite)};
+  const Limits extremes = {std::ranges::min(finite), std::ranges::max(finite)};
+  if (stretch == Stretch::kMinMax) return extremes;
   // Some 100,000 elements suffice; in odd steps, which fall on even and on odd columns.
   const std::size_t step = finite.size() / 100000 | 1;
   for (std::size_t i = 0; i * step < finite.size(); ++i) finite[i] = finite[i * step];
@@ -54,7 +55,8 @@ Limits LimitsOf(std::span<const float> values, Stretch stretch) {
     std::ranges::nth_element(finite, at);
     return *at;
   };
-  return {ranked(finite.size() / 50), ranked(finite.size() - 1 - finite.size() / 50)};
+  const Limits usual = {ranked(finite.size() / 50), ranked(finite.size() - 1 - finite.size() / 50)};
+  return usual.low < usual.high ? usual : extremes;
 }
 
 }  // namespace

@@ -137,12 +137,16 @@ void RasterInput::Select(const OutputGrid& grid, Resampling resampling,
   grid_ = grid;
   bands_ = bands;
   rules_ = rules;
+  masked_.clear();
+  resampled_.reset();
+  takesNearest_ = false;
+  interpolation_ = nullptr;
+  uncompressedRows_.reset();
   if (!rules.keepNoData)
     for (const int band : bands)
       if (const auto value = rules.noData ? rules.noData : NoData(band)) masked_[band] = *value;
   if (grid.resolution > 1) {
     if (resampling == Resampling::kOverview) return OpenOverview();
-    if (resampling == Resampling::kPreview) return;
     takesNearest_ = resampling == Resampling::kNearest;
     if (!takesNearest_) interpolation_ = &kResamplingMethods[static_cast<std::size_t>(resampling)];
   }
