@@ -104,6 +104,7 @@ RunEnd PanelWorker::MakeRun(const Job& job, const std::stop_token& stop) {
   const auto progress = [this](double share) {
     Deliver([this, share] { listener_.progressed(share); });
   };
+  previews_.CloseInputs();
   try {
     const Job ofTheRun = OfStreams(job, previews_.StreamsUsed());
     const std::string command =

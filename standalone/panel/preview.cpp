@@ -67,7 +67,8 @@ std::vector<double> Stored(std::span<const float> results, const RunReport& repo
 }  // namespace
 
 std::vector<float> PreviewImage::OfTheRun(std::span<const float> all, std::size_t parts) const {
-  std::vector<float> values;
+  std::vector<float> counted;
+  counted.reserve(all.size());
   const auto elements = static_cast<int>(all.size() / parts);
   // The first column from this pixel on.
   const auto columnFrom = [this](int pixel) {
@@ -79,9 +80,9 @@ std::vector<float> PreviewImage::OfTheRun(std::span<const float> all, std::size_
     const auto at = [&](int pixel) {
       return all.begin() + (row * columns + columnFrom(pixel)) * static_cast<std::ptrdiff_t>(parts);
     };
-    values.insert(values.end(), at(run.left()), at(run.right() + 1));
+    counted.insert(counted.end(), at(run.left()), at(run.right() + 1));
   }
-  return values;
+  return counted;
 }
 
 Job OfStreams(Job job, const std::set<int>& streams) {
@@ -197,10 +198,13 @@ PreviewImage PreviewMaker::Read(RasterInput& input, const CellSample& cells,
   image.columns = cells.shown.width() * looksX;
   image.first = cells.first;
   image.step = cells.step;
+  // With looks, that inside a cell.
   image.pitch = QSize(1, 1) * grid.resolution * (looksX * looksY == 1 ? cells.step : 1);
   const std::ptrdiff_t cellFloats = looksX * input.Parts();
   const std::ptrdiff_t rowFloats = static_cast<std::ptrdiff_t>(grid.columns) * input.Parts();
   std::vector<float> rows(static_cast<std::size_t>(rowFloats * looksY));
+  image.values.reserve(
+      static_cast<std::size_t>(cells.shown.width() * cells.shown.height() * looksY * cellFloats));
   for (int row = 0; row < cells.shown.height(); ++row) {
     if (stop.stop_requested()) throw Cancelled();
     input.Read(band, row * cells.step * looksY, looksY, rows.data());
@@ -223,17 +227,18 @@ bool PreviewMaker::Update(const DeclaredStream& stream, const std::stop_token& s
   try {
     if (another) input.raster = std::make_unique<RasterInput>(stream.label, name, job_.openOptions);
     if (!input.raster) return another;
-    const PreviewImage blank = Blank(*input.raster);
-    const auto read = std::tuple(SampleFor(view_, *input.raster), view_.band, blank.run,
-                                 job_.elements, job_.selection);
+    const CellSample cells = SampleFor(view_, *input.raster);
+    const auto read =
+        std::tuple(cells, view_.band, Blank(*input.raster).run, job_.elements, job_.selection);
     if (read == input.read) return false;
     input.read = {};
-    input.image = blank;
-    input.image = Read(*input.raster, std::get<CellSample>(read), stop);
+    input.image = Read(*input.raster, cells, stop);
     input.read = read;
   } catch (const Cancelled&) {
     throw;
   } catch (const Failure& failure) {
+    input.read = {};
+    input.image = input.raster ? Blank(*input.raster) : PreviewImage();
     input.image.note = failure.what();
   }
   return true;
@@ -264,20 +269,25 @@ PreviewImage PreviewMaker::Result(Findings& findings, const std::stop_token& sto
   for (const DeclaredStream& stream : host_.registration.inputs)
     if (run_.files.contains(stream.number))
       inputs[stream.number] = &inputs_.at(stream.number).image;
-  const MemoryRaster raster = Compute(inputs, stop);
-  const OutputGrid& grid = report_->grid;
-  PreviewImage result = *inputs.begin()->second;
-  result.bands = 0;
+  MemoryRaster raster = Compute(inputs, stop);
+  const PreviewImage& input = *inputs.begin()->second;
+  const Looks& looks = report_->grid.looks;
+  PreviewImage result;
   result.complex = raster.complex;
   result.columns = raster.grid.columns;
-  result.pitch = QSize(grid.looks.x, grid.looks.y) * grid.resolution * result.step;
-  UnheldElements counts;
+  result.first = input.first;
+  result.step = input.step;
+  result.pitch = QSize(looks.x, looks.y) * report_->grid.resolution * input.step;
+  result.run = input.run;
+  result.values = std::move(raster.values);
+  if (!FindDataMode(report_->mode)->integer) return result;
   const std::size_t parts = result.complex ? 2 : 1;
-  const std::vector<float> counted = result.OfTheRun(raster.values, parts);
+  const std::vector<float> counted = result.OfTheRun(result.values, parts);
+  UnheldElements counts;
   Stored(counted, *report_, counts);
   findings.beyondMode = counts.saturated;
   findings.elements = counted.size() / parts;
-  const std::vector<double> stored = Stored(raster.values, *report_, counts);
+  const std::vector<double> stored = Stored(result.values, *report_, counts);
   result.values.assign(stored.begin(), stored.end());
   return result;
 }

@@ -63,8 +63,9 @@ struct Findings {
   std::string failure;                // why the run would fail, or empty
   std::vector<std::string> warnings;  // that the run would give
   std::set<int> streams;              // that the run reads and writes
-  std::uint64_t beyondMode = 0;       // of the run's elements that are shown, those that the mode
-  std::uint64_t elements = 0;         // cannot hold, and all
+  // In an integer mode, of the run's elements that are shown: those that it cannot hold, and all.
+  std::uint64_t beyondMode = 0;
+  std::uint64_t elements = 0;
 };
 
 // The element of each image that lies at one pixel of the inputs.
@@ -103,6 +104,9 @@ class PreviewMaker {
   // The elements of the last preview's run at a pixel. Those that there are not, or that cannot be
   // read or computed, are missing.
   Inspection Inspect(QPoint pixel);
+
+  // GDAL could hand a run what an input that is open here has read of its sources.
+  void CloseInputs() { inputs_.clear(); }
 
  private:
   struct Input {
