@@ -124,6 +124,7 @@ TEST_F(PanelWindowTest, ElementsUnderThePointerAreThoseOfThePixelAndTheSettings)
   expect(kB, "0", {2, 1}, "no data    ");
   expect("Looks, columns", "7", {57, 5}, "\u2014");  // the last blocks that are whole end at 56
   Set("Looks, columns", "1");
+  Settle();
   MakeRaster("f1.tif", 60, 40, 2);  // is noticed
   for (const double place : {10.97, 21.97, 32.97, 37.97})
     ExpectElements({place, place}, kFile1,
