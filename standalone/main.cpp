@@ -69,7 +69,7 @@ RunReport Run(const Options& options, HostState& host, const std::stop_token& st
   else
     report = RunBatch(options.job, command, host, {stop, show});
   bar.reset();
-  if (ClampIsIdle(echoed, *report.plan.mode)) Warn("-clamp has no effect on a complex output");
+  if (ClampHasNoEffect(echoed, *report.plan.mode)) Warn("-clamp has no effect on a complex output");
   return report;
 }
 

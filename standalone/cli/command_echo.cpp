@@ -72,7 +72,7 @@ std::vector<std::string> EchoOptions(HostState& host) {
   return options;
 }
 
-bool ClampIsIdle(const std::vector<std::string>& echoedOptions, const DataMode& mode) {
+bool ClampHasNoEffect(const std::vector<std::string>& echoedOptions, const DataMode& mode) {
   return mode.complex && std::ranges::find(echoedOptions, "-clamp") != echoedOptions.end();
 }
 

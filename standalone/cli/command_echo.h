@@ -29,6 +29,6 @@ std::string ReproducingCommand(const Job& job, const Registration& registration,
                                const std::vector<std::string>& echoedOptions);
 
 // Whether -clamp is given but has no effect, because the output is complex.
-bool ClampIsIdle(const std::vector<std::string>& echoedOptions, const DataMode& mode);
+bool ClampHasNoEffect(const std::vector<std::string>& echoedOptions, const DataMode& mode);
 
 }  // namespace lumomixcalc::standalone
