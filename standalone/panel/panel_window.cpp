@@ -315,6 +315,7 @@ void PanelWindow::Refresh() {
   const Job job = CurrentJob();
   if (!watcher_.files().isEmpty()) watcher_.removePaths(watcher_.files());
   for (const auto& [stream, file] : job.inputs) watcher_.addPath(Text(file));
+  if (!job.output.empty()) watcher_.addPath(Text(job.output));
   worker_->Refresh(job, preview_->View());
 }
 
