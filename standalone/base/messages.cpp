@@ -12,6 +12,7 @@ namespace {
 
 std::mutex sinkMutex;
 MessageSink theSink = WriteToStandardError;
+std::map<std::string, std::string> theFields;  // by option
 
 MessageSink ExchangeSink(MessageSink sink) {
   const std::lock_guard lock(sinkMutex);
@@ -33,6 +34,14 @@ void Tell(const std::string& sentence) {
   const std::lock_guard lock(sinkMutex);
   theSink(WithVisibleControls(sentence));
 }
+
+std::string SettingText(const std::string& option, const std::string& value) {
+  const auto field = theFields.find(option);
+  if (field == theFields.end()) return option + "=" + value;
+  return field->second + (value.empty() ? "" : " ") + value;
+}
+
+void NameFields(std::map<std::string, std::string> fields) { theFields = std::move(fields); }
 
 void Warn(const std::string& sentence) { Tell("warning: " + sentence); }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <stdexcept>
 #include <string>
 
@@ -55,6 +56,14 @@ class MessageRedirection {
  private:
   MessageSink before_;
 };
+
+// How messages name a setting and its value: by its option, "-region=0:0:8:8", or by the field of a
+// form, "Region 0:0:8:8".
+std::string SettingText(const std::string& option, const std::string& value = "");
+
+// Names settings by these fields from now on, by option; the others keep their options. Call it
+// before another thread makes messages.
+void NameFields(std::map<std::string, std::string> fields);
 
 // Writes a sentence as a line on standard error, with the program's name before it.
 void WriteToStandardError(const std::string& sentence);

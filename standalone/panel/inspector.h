@@ -1,10 +1,7 @@
 #pragma once
 
-#include <cmath>
-#include <numbers>
 #include <optional>
 
-#include "standalone/base/texts.h"
 #include "standalone/panel/preview.h"
 #include "standalone/panel/widgets.h"
 
@@ -13,74 +10,13 @@ namespace lumomixcalc::standalone {
 // A table of the elements at one pixel, one row for each image. Its size never changes.
 class Inspector : public QWidget {
  public:
-  explicit Inspector(const QStringList& images) {
-    place_->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    table_->setRowCount(static_cast<int>(images.size()));
-    table_->setVerticalHeaderLabels(images);
-    const QStringList columns = {"Value", "Imaginary", "Magnitude", "Angle (rad)",
-                                 "Angle (\u00b0)"};
-    table_->setColumnCount(static_cast<int>(columns.size()));
-    table_->setHorizontalHeaderLabels(columns);
-    table_->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
-    table_->setEditTriggers(QTableWidget::NoEditTriggers);
-    table_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    table_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    table_->setTabKeyNavigation(false);
-    const int rowHeight = fontMetrics().height() + 6;
-    table_->verticalHeader()->setMinimumSectionSize(rowHeight);
-    table_->verticalHeader()->setDefaultSectionSize(rowHeight);
-    table_->horizontalHeader()->setFixedHeight(rowHeight);
-    // The longest element without an exponent.
-    const int cellWidth = fontMetrics().horizontalAdvance("-0.0012345678") + 8;
-    table_->setMinimumWidth(cellWidth * table_->columnCount() +
-                            table_->verticalHeader()->sizeHint().width());
-    table_->setFocusPolicy(Qt::ClickFocus);
-    table_->setFixedHeight(rowHeight * (table_->rowCount() + 1) + 2 * table_->frameWidth());
-    for (int row = 0; row < table_->rowCount(); ++row)
-      for (int column = 0; column < table_->columnCount(); ++column)
-        table_->setItem(row, column, new QTableWidgetItem);
-    auto* const layout = NewLayout<QVBoxLayout>(this);
-    layout->addWidget(place_);
-    layout->addWidget(table_);
-    Show(std::nullopt);
-  }
+  explicit Inspector(const QStringList& images);
 
-  void Show(const std::optional<Inspection>& found) {
-    QString place = "Point at an image to read its elements.";
-    if (found) place = QString("Column %1, row %2").arg(found->pixel.x()).arg(found->pixel.y());
-    if (found && found->map)  // in metres to the millimetre, in degrees to far less
-      place += QString("    on the map %1, %2")
-                   .arg(found->map->front(), 0, 'g', 10)
-                   .arg(found->map->back(), 0, 'g', 10);
-    place_->setText(place);
-    for (int row = 0; row < table_->rowCount(); ++row) {
-      const auto i = static_cast<std::size_t>(row);
-      const QStringList cells = found ? CellsOf(found->elements[i]) : QStringList();
-      for (int column = 0; column < table_->columnCount(); ++column)
-        table_->item(row, column)->setText(cells.value(column));
-    }
-  }
+  void Show(const std::optional<Inspection>& found);
 
  private:
-  // The shortest decimals that read back as the element, in single precision if it is one.
-  static QString Decimal(double value) {
-    const auto single = static_cast<float>(value);
-    return Text(static_cast<double>(single) == value ? ShortestText(single) : ShortestText(value));
-  }
-
-  static QStringList CellsOf(const std::optional<Inspection::Element>& element) {
-    if (!element) return {"\u2014"};
-    const auto [real, imaginary] = element->parts;
-    if (std::isnan(real)) return {"no data"};
-    if (!element->complex) return {Decimal(real)};
-    const double angle = std::atan2(imaginary, real);
-    const auto figure = [](double value) { return QString::number(value, 'g', 7); };
-    return {Decimal(real), Decimal(imaginary), figure(std::hypot(real, imaginary)), figure(angle),
-            figure(angle * 180 / std::numbers::pi)};
-  }
-
   QLabel* place_ = Named(new QLabel, "Place under the pointer");
-  QTableWidget* table_ = Named(new QTableWidget, "Elements", "Elements under the pointer");
+  QTableWidget* table_;
 };
 
 }  // namespace lumomixcalc::standalone

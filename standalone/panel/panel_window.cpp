@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "standalone/base/messages.h"
-#include "standalone/panel/file_field.h"
+#include "standalone/panel/files_view.h"
 #include "standalone/panel/output_settings.h"
 #include "standalone/panel/panel_command.h"
 #include "standalone/panel/preview_pane.h"
@@ -64,12 +64,13 @@ PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first)
   QStringList titles;
   for (const DeclaredStream& input : host.registration.inputs) titles << Text(input.label);
   preview_ = new PreviewPane(titles << "Result");
-  preview_->regionDrawn = [this](QRect pixels) { output_->SetRegion(pixels); };
-  preview_->viewChanged = [this] { Refresh(); };
-  preview_->elementAsked = [this](QPoint pixel) {
-    worker_->Inspect(CurrentJob(), preview_->Band().value(), pixel);
+  preview_->regionDrawn = [this](QRect pixels) {
+    output_->SetRegion(pixels);
+    TakeChange();
   };
-  connect(&preview_->Band(), &QSpinBox::valueChanged, [this] { Refresh(); });
+  preview_->viewChanged = [this] { Refresh(); };
+  preview_->elementAsked = [this](QPoint pixel) { worker_->Inspect(pixel); };
+  connect(&watcher_, &QFileSystemWatcher::fileChanged, [this] { Refresh(); });
   columns_->addWidget(preview_);
   columns_->setStretchFactor(1, 1);
   auto* const layout = new QVBoxLayout(this);
@@ -79,25 +80,24 @@ PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first)
   SetRunning(false);
   setAcceptDrops(true);
   ShowJob(base_);
-  RestoreHabits();
+  RestoreDisplay();
   worker_ = std::make_unique<PanelWorker>(
-      host_,
-      PanelWorker::Listener{
-          [this](const std::string& command) { ShowCommand(command); },
-          [this](std::size_t position, const PreviewImage& image) {
-            preview_->Show(position, image);
-          },
-          [this](const Findings& findings) { ShowFindings(findings); },
-          [this](const Inspection& found) { preview_->ShowElements(found); },
-          [this](double share) { ShowProgress(share); },
-          [this](const std::string& message) { messages_->appendPlainText(OfFields(message)); },
-          [this](RunEnd end) { EndRun(end); }});
+      host_, PanelWorker::Listener{
+                 [this](const std::string& command) { ShowCommand(command); },
+                 [this](std::size_t position, const PreviewImage& image) {
+                   preview_->Show(position, image);
+                 },
+                 [this](const Findings& findings) { ShowFindings(findings); },
+                 [this](const Inspection& found) { preview_->ShowElements(found); },
+                 [this](double share) { ShowProgress(share); },
+                 [this](const std::string& message) { messages_->appendPlainText(Text(message)); },
+                 [this](RunEnd end) { EndRun(end); }});
   Refresh();
 }
 
 PanelWindow::~PanelWindow() {
   worker_.reset();
-  SaveHabits();
+  SaveSettings();
 }
 
 QWidget* PanelWindow::MakeSettings() {
@@ -172,7 +172,7 @@ QLayout* PanelWindow::MakeReports() {
 
 void PanelWindow::AddShortcuts() {
   new QShortcut(QKeySequence::Open, this, [this] {
-    if (!running_) files_->FreeInput().Browse();
+    if (!running_) files_->Browse();
   });
   new QShortcut(Qt::CTRL | Qt::Key_R, this, [this] { run_->click(); });
   new QShortcut(Qt::Key_Escape, this, [this] { cancel_->click(); });
@@ -190,7 +190,7 @@ bool PanelWindow::eventFilter(QObject* watched, QEvent* event) {
   return true;
 }
 
-void PanelWindow::RestoreHabits() {
+void PanelWindow::RestoreDisplay() {
   const QSettings settings;
   constexpr QSize kFirstSize(1240, 800);
   // Room for the frame, whose size is known only after the window is shown.
@@ -207,7 +207,7 @@ void PanelWindow::RestoreHabits() {
 }
 
 // The worker must have ended.
-void PanelWindow::SaveHabits() {
+void PanelWindow::SaveSettings() {
   QSettings settings;
   settings.setValue("window/size", size());
   settings.setValue("window/columns", columns_->saveState());
@@ -227,7 +227,7 @@ void PanelWindow::dropEvent(QDropEvent* event) {
 Job PanelWindow::CurrentJob() const {
   Job job = base_;
   job.inputs = files_->Inputs();
-  job.output = files_->Output().File().toStdString();
+  job.output = files_->Output().toStdString();
   output_->Apply(job);
   return job;
 }
@@ -253,8 +253,10 @@ void PanelWindow::Paste() {
 
 void PanelWindow::ShowJob(const Job& job) {
   base_ = job;
+  showing_ = true;
   output_->Show(job);
   files_->Show(job);
+  showing_ = false;
   TakeChange();
 }
 
@@ -266,13 +268,15 @@ void PanelWindow::TakeRows() {
 }
 
 void PanelWindow::TakeChange() {
+  if (showing_) return;
   ShowNotes();
   Refresh();
 }
 
 void PanelWindow::ShowFindings(const Findings& findings) {
   findings_ = findings;
-  preview_->StopAwaiting();
+  preview_->EndPreview();
+  preview_->Dim(rows_->FirstFault());
   output_->SetImageSize(preview_->ImageSize());
   files_->ShowRead(findings.inputs);
   output_->ShowResolved(findings.plan);
@@ -284,16 +288,17 @@ void PanelWindow::ShowFindings(const Findings& findings) {
 void PanelWindow::ShowNotes() {
   QStringList notes = files_->Faults();
   if (const NumberField* const fault = rows_->FirstFault()) notes << FaultOf(*fault);
-  if (notes.isEmpty() && !findings_.failure.empty()) notes << OfFields(findings_.failure);
+  if (notes.isEmpty() && !findings_.failure.empty()) notes << Text(findings_.failure);
   if (const QString input = files_->InputToBeReplaced(); !input.isEmpty())
-    notes << QString("%1 is %2: the run replaces it").arg(files_->Output().objectName(), input);
+    notes << QString("%1 is %2: the run replaces it")
+                 .arg(Text(host_.registration.output.label), input);
   if (findings_.plan && findings_.beyondMode > 0)
     notes << QString("%1 % of the elements shown are out of range for %2 and stored as its limits")
                  .arg(100.0 * static_cast<double>(findings_.beyondMode) /
                           static_cast<double>(findings_.elements),
                       0, 'g', 3)
                  .arg(Text(findings_.plan->mode->name));
-  for (const std::string& warning : findings_.warnings) notes << OfFields(warning);
+  for (const std::string& warning : findings_.warnings) notes << Text(warning);
   notes.replaceInStrings(QRegularExpression("^"), "\u2022 ");
   const QString text = notes.join('\n');
   if (text != notes_->toPlainText()) notes_->setPlainText(text);
@@ -302,11 +307,16 @@ void PanelWindow::ShowNotes() {
 void PanelWindow::Refresh() {
   if (!worker_) return;  // still being made
   preview_->SetRegion(output_->Region());
-  // There is no command for these fields, and the preview keeps the last numbers.
+  // There is no command for these fields. The preview is of the last numbers, such as the 1 of 1/3.
+  preview_->Dim(rows_->FirstFault());
   if (rows_->FirstFault()) return ShowCommand("");
   copy_->setEnabled(false);  // until the command is the current one again
-  preview_->Await();
-  worker_->Refresh(CurrentJob(), preview_->View());
+  preview_->ExpectPreview();
+  const Job job = CurrentJob();
+  if (!watcher_.files().isEmpty()) watcher_.removePaths(watcher_.files());
+  for (const auto& [stream, file] : job.inputs) watcher_.addPath(Text(file));
+  if (!job.output.empty()) watcher_.addPath(Text(job.output));
+  worker_->Refresh(job, preview_->View());
 }
 
 void PanelWindow::ShowCommand(const std::string& command) {
@@ -357,7 +367,7 @@ void PanelWindow::Run() {
   const std::optional<Job> job = JobToRun();
   if (!job) return;
   SetRunning(true);
-  preview_->StopAwaiting();
+  preview_->EndPreview();
   progress_->setValue(0);
   runState_->setText("running");
   sinceRun_.start();
@@ -381,7 +391,7 @@ void PanelWindow::EndRun(RunEnd end) {
   runState_->setText("failed");
   if (end == RunEnd::kDone) {
     runState_->setText("done");
-    messages_->appendPlainText("Written: " + files_->Output().File());
+    messages_->appendPlainText("Written: " + files_->Output());
     files_->Remember();
   } else if (end == RunEnd::kCancelled) {
     runState_->setText("cancelled");

@@ -39,8 +39,8 @@ class PanelWindow : public QWidget {
   QLayout* MakeReports();
   void AddShortcuts();
 
-  void RestoreHabits();
-  void SaveHabits();
+  void RestoreDisplay();
+  void SaveSettings();
 
   Job CurrentJob() const;
   void Paste();
@@ -79,7 +79,9 @@ class PanelWindow : public QWidget {
       Named(new QPushButton("&Paste"), "Paste", "Take the settings from a command");
   QPlainTextEdit* messages_ = Named(new QPlainTextEdit, "Messages");
   QSplitter* columns_ = new QSplitter;
+  QFileSystemWatcher watcher_;  // of the files of the last preview
   bool running_ = false;
+  bool showing_ = false;                 // a job, whose changes are one
   std::unique_ptr<PanelWorker> worker_;  // last: it ends before what it reports to
 };
 

@@ -54,10 +54,10 @@ void PanelWorker::Refresh(const Job& job, const View& view) {
   });
 }
 
-void PanelWorker::Inspect(const Job& job, int band, QPoint pixel) {
-  Post([this, job, band, pixel, number = ++newestInspection_] {
+void PanelWorker::Inspect(QPoint pixel) {
+  Post([this, pixel, number = ++newestInspection_] {
     if (number != newestInspection_) return;
-    Deliver([this, found = previews_.Inspect(job, band, pixel)] { listener_.inspected(found); });
+    Deliver([this, found = previews_.Inspect(pixel)] { listener_.inspected(found); });
   });
 }
 
@@ -104,6 +104,7 @@ RunEnd PanelWorker::MakeRun(const Job& job, const std::stop_token& stop) {
   const auto progress = [this](double share) {
     Deliver([this, share] { listener_.progressed(share); });
   };
+  previews_.CloseInputs();
   try {
     const Job ofTheRun = WithInputs(job, InputsRead(host_));
     const std::string command =

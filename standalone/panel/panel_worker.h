@@ -42,11 +42,11 @@ class PanelWorker {
   void Post(Task task);     // to the worker's thread
   void Deliver(Task task);  // to the windows' thread; dropped when the worker has ended
 
-  // Ask for the command and the preview of these settings, or for the elements at a pixel. Of
+  // Ask for the command and the preview of these settings, or for its elements at a pixel. Of
   // several that wait, only the newest is made. A preview that is being made is completed unless
   // other files are wanted now, or another place and it is slow.
   void Refresh(const Job& job, const View& view);
-  void Inspect(const Job& job, int band, QPoint pixel);
+  void Inspect(QPoint pixel);
 
   void Run(const Job& job);
   void CancelRun() { run_.request_stop(); }

@@ -6,88 +6,44 @@
 #include <cmath>
 #include <cstddef>
 #include <exception>
-#include <span>
 #include <system_error>
 #include <utility>
 
-#include "standalone/cli/command_echo.h"
 #include "standalone/rasters/no_data.h"
-#include "standalone/rasters/raster_input.h"
 #include "standalone/rasters/stored_elements.h"
-#include "standalone/runs/session.h"
 
 namespace lumomixcalc::standalone {
 namespace {
 
-constexpr const char* kOutside = "This image has no pixels here.";
-
-// Cells of a grid in one direction: each of so many pixels, aligned to the run's origin, as many as
-// cover what is seen and lie inside the image.
-struct Cells {
-  int first = 0;
-  int count = 0;
-};
-Cells CellsOf(int seenFirst, int seenCount, int origin, int cell, int imageCount) {
-  const int before = ((seenFirst - origin) % cell + cell) % cell;
-  const int first = seenFirst - before + (seenFirst < before ? cell : 0);
-  const int needed = (seenFirst + seenCount - first + cell - 1) / cell;
-  return {first, std::min(needed, (imageCount - first) / cell)};
+// Groups of cells in one direction, each so many pixels from the one before, aligned to the run's
+// origin: as many as cover what is seen and have their first cell inside the image.
+std::pair<int, int> GroupsOf(int seenFirst, int seenCount, int origin, int group, int cell,
+                             int imageCount) {
+  const int before = ((seenFirst - origin) % group + group) % group;
+  const int first = seenFirst - before + (seenFirst < before ? group : 0);
+  const int needed = (seenFirst + seenCount - first + group - 1) / group;
+  const int inside = (imageCount - first - cell + group) / group;
+  if (std::min(needed, inside) <= 0) throw Failure("This image has no pixels here.");
+  return {first, std::min(needed, inside)};
 }
 
-// The pixels of an input that are read to show what is seen: every pixel, or one of n x n where
-// there are too many. Where the run's own pixels are coarser, they begin at the same places.
-OutputGrid GridFor(const View& view, const QSize& image, const OutputGrid& run) {
-  const QRect all(QPoint(0, 0), image);
-  const QRect seen = view.seen.isNull() ? all : view.seen & all;
-  if (seen.isEmpty()) throw Failure(kOutside);
-  const double pixels = static_cast<double>(seen.width()) * seen.height();
-  const int needed = static_cast<int>(std::ceil(std::sqrt(pixels / view.elements)));
-  OutputGrid grid;
-  grid.resolution = std::max(run.resolution, std::min({needed, seen.width(), seen.height()}));
-  // A block of the run's looks, or as much of it as this resolution leaves.
-  const auto cell = [&](int looks) {
-    return grid.resolution * std::max(1, looks * run.resolution / grid.resolution);
-  };
-  const int n = grid.resolution;
-  const int nx = cell(run.looks.x);
-  const int ny = cell(run.looks.y);
-  const Cells x = CellsOf(seen.x(), seen.width(), run.window.x, nx, image.width());
-  const Cells y = CellsOf(seen.y(), seen.height(), run.window.y, ny, image.height());
-  if (x.count <= 0 || y.count <= 0) throw Failure(kOutside);
-  grid.window = {x.first, y.first, x.count * nx, y.count * ny};
-  grid.looks = {nx / n, ny / n};
-  grid.columns = x.count;
-  grid.rows = y.count;
-  return grid;
-}
-
-PreviewImage ReadInput(const DeclaredStream& stream, const Job& job, const View& view,
-                       const OutputGrid& run, const std::stop_token& stop) {
-  RasterInput input(stream.label, job.inputs.at(stream.number), job.openOptions);
-  const int band = std::min(view.band, input.Bands());
-  PreviewImage image;
-  image.fullSize = {input.Columns(), input.Rows()};
-  image.bands = input.Bands();
-  image.complex = input.Mode().complex;
-  image.grid = GridFor(view, image.fullSize, run);
-  const OutputGrid grid = image.grid.BeforeLooks();
-  const bool ofTheRun = grid.resolution == job.selection.resolution;
-  input.Select(grid, ofTheRun ? job.selection.resampling : Resampling::kPreview, {band},
-               job.elements);
-  constexpr std::int64_t kSlack = 8 << 20;
-  if (!CPLGetConfigOption("GDAL_CACHEMAX", nullptr))
-    GDALSetCacheMax64(kSlack + input.CacheBytes(1));
-  const std::size_t rowFloats =
-      static_cast<std::size_t>(grid.columns) * static_cast<std::size_t>(input.Parts());
-  image.values.resize(rowFloats * static_cast<std::size_t>(grid.rows));
-  // In pieces, so that a newer preview does not wait for a slow file.
-  constexpr int kPieceRows = 32;
-  for (int row = 0; row < grid.rows; row += kPieceRows) {
-    if (stop.stop_requested()) throw Cancelled();
-    input.Read(band, row, std::min(kPieceRows, grid.rows - row),
-               image.values.data() + rowFloats * static_cast<std::size_t>(row));
-  }
-  return image;
+// Where a run averages over looks, an input has many elements in a cell. If not every cell is
+// shown, the first of each stands for the cell: all of them would look like a comb.
+PreviewImage Shown(const PreviewImage& image, const Looks& looks) {
+  if (image.step == 1 || looks == Looks()) return image;
+  PreviewImage shown = image;
+  const std::size_t parts = image.complex ? 2 : 1;
+  const std::size_t rowFloats = static_cast<std::size_t>(image.columns) * parts;
+  const std::size_t next = static_cast<std::size_t>(looks.x) * parts;
+  shown.columns /= looks.x;
+  shown.pitch = {image.pitch.width() * looks.x * image.step,
+                 image.pitch.height() * looks.y * image.step};
+  shown.values.clear();
+  for (std::size_t row = 0; row < image.values.size();
+       row += rowFloats * static_cast<std::size_t>(looks.y))
+    for (std::size_t i = row; i < row + rowFloats; i += next)
+      shown.values.insert(shown.values.end(), &image.values[i], &image.values[i] + parts);
+  return shown;
 }
 
 // Results as the run's output stores them; no data is NaN. Doubles hold every integer exactly.
@@ -109,25 +65,26 @@ std::vector<double> Stored(std::span<const float> results, const RunPlan& plan,
   return stored;
 }
 
-// Inspects one pixel of an input. Throws Failure.
-Inspection::Element InputElement(const DeclaredStream& stream, const Job& job, int band,
-                                 Inspection& inspection) {
-  RasterInput input(stream.label, job.inputs.at(stream.number), job.openOptions);
-  const QPoint pixel = inspection.pixel;
-  if (!QRect(0, 0, input.Columns(), input.Rows()).contains(pixel)) throw Failure("outside");
-  if (auto transform = GeotransformOf(input.Dataset()); transform && !inspection.map) {
-    auto& [x, y] = inspection.map.emplace();
-    GDALApplyGeoTransform(transform->data(), pixel.x() + 0.5, pixel.y() + 0.5, &x, &y);
-  }
-  band = std::min(band, input.Bands());
-  input.Select({{pixel.x(), pixel.y(), 1, 1}, 1, {}, 1, 1}, Resampling::kNearest, {band},
-               job.elements);
-  std::array<float, 2> parts = {};
-  input.Read(band, 0, 1, parts.data());
-  return {input.Mode().complex, {parts[0], parts[1]}};
-}
-
 }  // namespace
+
+std::vector<float> PreviewImage::OfTheRun(std::span<const float> all, std::size_t parts) const {
+  std::vector<float> counted;
+  counted.reserve(all.size());
+  const auto elements = static_cast<int>(all.size() / parts);
+  // The first column from this pixel on.
+  const auto columnFrom = [this](int pixel) {
+    return std::clamp((pixel - first.x() + pitch.width() - 1) / pitch.width(), 0, columns);
+  };
+  for (int row = 0; row * columns < elements; ++row) {
+    const int y = first.y() + row * pitch.height();
+    if (y < run.top() || y > run.bottom()) continue;
+    const auto at = [&](int pixel) {
+      return all.begin() + (row * columns + columnFrom(pixel)) * static_cast<std::ptrdiff_t>(parts);
+    };
+    counted.insert(counted.end(), at(run.left()), at(run.right() + 1));
+  }
+  return counted;
+}
 
 Job WithInputs(Job job, const std::set<int>& inputs) {
   std::erase_if(job.inputs, [&](const auto& file) { return !inputs.contains(file.first); });
@@ -166,63 +123,151 @@ Findings PreviewMaker::Check(const Job& asked) const {
   return findings;
 }
 
-// Returns whether the image is another than before.
-bool PreviewMaker::UpdateInput(const DeclaredStream& stream, const Job& job, const View& view,
-                               const OutputGrid& run, const std::stop_token& stop) {
-  const std::string& file = job.inputs.at(stream.number);
-  std::vector<std::string> options = job.openOptions;
-  if (run.resolution > 1 || run.looks.x > 1 || run.looks.y > 1) {
-    Job selected;
-    selected.selection = job.selection;
-    std::ranges::copy(HostArguments(selected), std::back_inserter(options));
+// Nothing but what is known of the whole input.
+PreviewImage PreviewMaker::Blank(const RasterInput& input) const {
+  PreviewImage image;
+  image.fullSize = {input.Columns(), input.Rows()};
+  image.bands = input.Bands();
+  const PixelWindow window = Grid().window;
+  image.run = plan_ ? QRect(window.x, window.y, window.columns, window.rows)
+                    : QRect(QPoint(0, 0), image.fullSize);
+  return image;
+}
+
+// The cells that show what is seen: all of them, or so few that they are read and computed quickly.
+CellSample PreviewMaker::SampleFor(const View& view, const RasterInput& input) const {
+  const QRect all(0, 0, input.Columns(), input.Rows());
+  const QRect seen = view.seen.isNull() ? all : view.seen & all;
+  const OutputGrid run = Grid();
+  const int n = run.resolution;
+  // A cell of many looks needs many elements. A picture of too few cells would say little.
+  const double allowed = view.elements * std::min(4, run.looks.x * run.looks.y) * n * n;
+  const double pixels = static_cast<double>(seen.width()) * seen.height();
+  const int nx = n * run.looks.x;
+  const int ny = n * run.looks.y;
+  CellSample cells;
+  cells.step = std::max(1, static_cast<int>(std::ceil(std::sqrt(pixels / allowed))));
+  const auto [x, columns] =
+      GroupsOf(seen.x(), seen.width(), run.window.x, nx * cells.step, nx, all.width());
+  const auto [y, rows] =
+      GroupsOf(seen.y(), seen.height(), run.window.y, ny * cells.step, ny, all.height());
+  cells.first = {x, y};
+  cells.shown = {columns, rows};
+  return cells;
+}
+
+// The elements that the run reads for the cells, before it averages over looks.
+PreviewImage PreviewMaker::Read(RasterInput& input, const CellSample& cells,
+                                const std::stop_token& stop) const {
+  const auto [looksX, looksY] = Grid().looks;
+  OutputGrid grid;  // of all cells from the first to the last
+  grid.resolution = Grid().resolution;
+  grid.columns = ((cells.shown.width() - 1) * cells.step + 1) * looksX;
+  grid.rows = ((cells.shown.height() - 1) * cells.step + 1) * looksY;
+  grid.window = {cells.first.x(), cells.first.y(), grid.columns * grid.resolution,
+                 grid.rows * grid.resolution};
+  const int band = std::min(view_.band, input.Bands());
+  // Holds an image of one compressed strip, which could otherwise be decoded again at each move of
+  // the pointer.
+  constexpr std::int64_t kCacheBytes = 160 << 20;
+  if (!CPLGetConfigOption("GDAL_CACHEMAX", nullptr)) GDALSetCacheMax64(kCacheBytes);
+  input.Select(grid, job_.selection.resampling, {band}, job_.elements);
+  PreviewImage image = Blank(input);
+  image.complex = input.Mode().complex;
+  image.columns = cells.shown.width() * looksX;
+  image.first = cells.first;
+  image.step = cells.step;
+  // With looks, that inside a cell.
+  image.pitch = QSize(1, 1) * grid.resolution * (looksX * looksY == 1 ? cells.step : 1);
+  const std::ptrdiff_t cellFloats = looksX * input.Parts();
+  const std::ptrdiff_t rowFloats = static_cast<std::ptrdiff_t>(grid.columns) * input.Parts();
+  std::vector<float> rows(static_cast<std::size_t>(rowFloats * looksY));
+  image.values.reserve(
+      static_cast<std::size_t>(cells.shown.width() * cells.shown.height() * looksY * cellFloats));
+  for (int row = 0; row < cells.shown.height(); ++row) {
+    if (stop.stop_requested()) throw Cancelled();
+    input.Read(band, row * cells.step * looksY, looksY, rows.data());
+    for (auto start = rows.begin(); start != rows.end(); start += rowFloats)
+      for (std::ptrdiff_t cell = 0; cell < rowFloats; cell += cellFloats * cells.step)
+        image.values.insert(image.values.end(), start + cell, start + cell + cellFloats);
   }
+  return image;
+}
+
+// Returns whether the image is another than before.
+bool PreviewMaker::Update(const DeclaredStream& stream, const std::stop_token& stop) {
+  const std::string& name = job_.inputs.at(stream.number);
   std::error_code ignored;
-  const auto key =
-      std::tuple(file, std::filesystem::last_write_time(file, ignored),
-                 std::filesystem::file_size(file, ignored), view, job.elements, options);
-  KeptInput& kept = inputs_[stream.number];
-  if (kept.key == key) return false;
-  kept = {};
+  const auto file = std::tuple(name, std::filesystem::last_write_time(name, ignored),
+                               std::filesystem::file_size(name, ignored), job_.openOptions);
+  Input& input = inputs_[stream.number];
+  const bool another = file != input.file;
+  if (another) input = {file, nullptr, {}, {}};
   try {
-    kept.image = ReadInput(stream, job, view, run, stop);
+    if (another) input.raster = std::make_unique<RasterInput>(stream.label, name, job_.openOptions);
+    if (!input.raster) return another;
+    const CellSample cells = SampleFor(view_, *input.raster);
+    const auto read =
+        std::tuple(cells, view_.band, Blank(*input.raster).run, job_.elements, job_.selection);
+    if (read == input.read) return false;
+    input.read = {};
+    input.image = Read(*input.raster, cells, stop);
+    input.read = read;
   } catch (const Cancelled&) {
     throw;
   } catch (const Failure& failure) {
-    kept.image.note = failure.what();
+    input.read = {};
+    input.image = input.raster ? Blank(*input.raster) : PreviewImage();
+    input.image.note = failure.what();
   }
-  kept.key = key;
   return true;
 }
 
-// Computes the result from the inputs in memory. Throws Failure, Cancelled, Desisted.
-PreviewImage PreviewMaker::Result(const Job& job, Findings& findings,
-                                  const std::stop_token& stop) const {
-  PreviewImage result;
-  Job ofElements = job;
-  ofElements.selection = {};
-  ofElements.bands.clear();
-  ofElements.openOptions.clear();
-  ofElements.elements = {};  // by now applied
-  ofElements.elements.keepNoData = job.elements.keepNoData;
-  OutputGrid grid;
+// The results of the run over elements in memory. Throws Failure, Cancelled, Desisted.
+MemoryRaster PreviewMaker::Compute(const std::map<int, const PreviewImage*>& inputs,
+                                   const std::stop_token& stop) const {
+  Job job = run_;
+  job.selection = {};
+  job.selection.looks = Grid().looks;
+  job.bands.clear();
+  job.openOptions.clear();
+  job.elements = {};  // by now applied
+  job.elements.keepNoData = job_.elements.keepNoData;
   InputDatasets elements;
-  for (const DeclaredStream& stream : host_.registration.inputs) {
-    if (!job.inputs.contains(stream.number)) continue;
-    const PreviewImage& input = inputs_.at(stream.number).image;
-    if (!input.note.empty()) throw Failure(input.note);
-    grid = input.grid;
-    ofElements.selection.looks = grid.looks;
-    const OutputGrid size = grid.BeforeLooks();
-    elements[stream.number] = MemoryDataset(input.values.data(), size.columns, size.rows,
-                                            input.complex ? GDT_CFloat32 : GDT_Float32);
+  for (const auto& [stream, image] : inputs) {
+    if (!image->note.empty()) throw Failure(image->note);
+    const auto count = static_cast<int>(image->values.size()) / (image->complex ? 2 : 1);
+    elements[stream] = MemoryDataset(image->values.data(), image->columns, count / image->columns,
+                                     image->complex ? GDT_CFloat32 : GDT_Float32);
   }
-  static_cast<MemoryRaster&>(result) = RunInMemory(ofElements, host_, {stop}, std::move(elements));
-  result.grid = grid;
+  return RunInMemory(job, host_, {stop}, std::move(elements));
+}
+
+PreviewImage PreviewMaker::Result(Findings& findings, const std::stop_token& stop) const {
+  std::map<int, const PreviewImage*> inputs;
+  for (const DeclaredStream& stream : host_.registration.inputs)
+    if (run_.inputs.contains(stream.number))
+      inputs[stream.number] = &inputs_.at(stream.number).image;
+  MemoryRaster raster = Compute(inputs, stop);
+  const PreviewImage& input = *inputs.begin()->second;
+  const Looks& looks = plan_->grid.looks;
+  PreviewImage result;
+  result.complex = raster.complex;
+  result.columns = raster.grid.columns;
+  result.first = input.first;
+  result.step = input.step;
+  result.pitch = QSize(looks.x, looks.y) * plan_->grid.resolution * input.step;
+  result.run = input.run;
+  result.values = std::move(raster.values);
+  if (!plan_->mode->integer) return result;
+  const std::size_t parts = result.complex ? 2 : 1;
+  const std::vector<float> counted = result.OfTheRun(result.values, parts);
   AlteredElements counts;
-  const std::vector<double> stored = Stored(result.values, *findings.plan, counts);
-  result.values.assign(stored.begin(), stored.end());
+  Stored(counted, *plan_, counts);
   findings.beyondMode = counts.saturated;
-  findings.elements = result.values.size() / (result.complex ? 2 : 1);
+  findings.elements = counted.size() / parts;
+  const std::vector<double> stored = Stored(result.values, *plan_, counts);
+  result.values.assign(stored.begin(), stored.end());
   return result;
 }
 
@@ -230,8 +275,10 @@ Findings PreviewMaker::Make(const Job& job, const Job& ofTheRun, const View& vie
                             const std::stop_token& stop, const Show& show) {
   const MessageRedirection quiet([](const std::string&) {});  // the check tells
   Findings findings = Check(ofTheRun);
-  const OutputGrid run = findings.plan ? findings.plan->grid : OutputGrid();
-  PreviewImage result;
+  job_ = job;
+  run_ = ofTheRun;
+  view_ = view;
+  plan_ = findings.plan;
   const std::vector<DeclaredStream>& inputs = host_.registration.inputs;
   for (std::size_t i = 0; i < inputs.size(); ++i) {
     if (!job.inputs.contains(inputs[i].number)) {
@@ -239,15 +286,14 @@ Findings PreviewMaker::Make(const Job& job, const Job& ofTheRun, const View& vie
       PreviewImage none;
       none.note = "No file chosen.";
       show(i, none);
-    } else if (UpdateInput(inputs[i], job, view, run, stop)) {
-      show(i, inputs_.at(inputs[i].number).image);
+    } else if (Update(inputs[i], stop)) {
+      show(i, Shown(inputs_.at(inputs[i].number).image, Grid().looks));
     }
   }
+  PreviewImage result;
   try {
-    if (findings.plan)
-      result = Result(ofTheRun, findings, stop);
-    else
-      result.note = findings.failure;
+    if (!plan_) throw Failure(findings.failure);
+    result = Result(findings, stop);
   } catch (const Cancelled&) {
     throw;
   } catch (const std::exception& error) {
@@ -257,42 +303,46 @@ Findings PreviewMaker::Make(const Job& job, const Job& ofTheRun, const View& vie
   return findings;
 }
 
-// The result at a pixel, computed from the files as the run does it. Throws Failure.
-Inspection::Element PreviewMaker::ResultElement(Job job, int band, QPoint pixel) const {
-  const std::optional<RunPlan> plan = Check(job).plan;
-  if (!plan) throw Failure("no run");
-  const OutputGrid& grid = plan->grid;
-  const int nx = grid.resolution * grid.looks.x;
-  const int ny = grid.resolution * grid.looks.y;
-  const PixelWindow& all = grid.window;
-  if (!QRect(all.x, all.y, all.columns, all.rows).contains(pixel)) throw Failure("outside");
-  job.selection.window.reset();
-  job.selection.region = {pixel.x() - (pixel.x() - all.x) % nx,
-                          pixel.y() - (pixel.y() - all.y) % ny, nx, ny};
-  job.bands = {band};
-  const MemoryRaster raster = RunInMemory(job, host_, {});
-  AlteredElements ignored;
-  const std::vector<double> parts = Stored(raster.values, *plan, ignored);
-  return {raster.complex, {parts.front(), parts.back()}};
-}
-
-Inspection PreviewMaker::Inspect(const Job& job, int band, QPoint pixel) {
+Inspection PreviewMaker::Inspect(QPoint pixel) {
   const MessageRedirection quiet([](const std::string&) {});
   Inspection inspection;
   inspection.pixel = pixel;
-  const auto add = [&](const auto& read) {
+  const View view = {view_.band, QRect(pixel, QSize(1, 1))};
+  std::map<int, PreviewImage> read;
+  const auto add = [&](const auto& element) {
     inspection.elements.emplace_back();
     try {
-      inspection.elements.back() = read();
+      inspection.elements.back() = element();
     } catch (const Failure&) {  // the image's note says why
     }
   };
   for (const DeclaredStream& stream : host_.registration.inputs)
     add([&] {
-      if (!job.inputs.contains(stream.number)) throw Failure("no file");
-      return InputElement(stream, job, band, inspection);
+      const auto input = inputs_.find(stream.number);
+      if (input == inputs_.end() || !input->second.raster) throw Failure("no image");
+      RasterInput& raster = *input->second.raster;
+      const PreviewImage cell = Read(raster, SampleFor(view, raster), {});
+      if (run_.inputs.contains(stream.number)) read[stream.number] = cell;
+      if (auto transform = GeotransformOf(raster.Dataset()); transform && !inspection.map) {
+        auto& [x, y] = inspection.map.emplace();
+        GDALApplyGeoTransform(transform->data(), pixel.x() + 0.5, pixel.y() + 0.5, &x, &y);
+      }
+      const QPoint place = pixel - cell.first;
+      const int i = place.y() / cell.pitch.height() * cell.columns + place.x() / cell.pitch.width();
+      const int parts = cell.complex ? 2 : 1;
+      const float* const element = &cell.values[static_cast<std::size_t>(i * parts)];
+      return Inspection::Element{cell.complex, {element[0], element[parts - 1]}};
     });
-  add([&] { return ResultElement(WithInputs(job, InputsRead(host_)), band, pixel); });
+  add([&] {
+    if (!plan_ || read.empty() || !read.begin()->second.run.contains(pixel))
+      throw Failure("not of the run");
+    std::map<int, const PreviewImage*> inputs;
+    for (const auto& [stream, image] : read) inputs[stream] = &image;
+    const MemoryRaster raster = Compute(inputs, {});
+    AlteredElements ignored;
+    const std::vector<double> parts = Stored(raster.values, *plan_, ignored);
+    return Inspection::Element{raster.complex, {parts.front(), parts.back()}};
+  });
   return inspection;
 }
 

@@ -6,33 +6,55 @@
 #include <filesystem>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <tuple>
 #include <vector>
 
 #include "standalone/base/messages.h"
 #include "standalone/framework/host_calls.h"
+#include "standalone/rasters/raster_input.h"
 #include "standalone/runs/job.h"
 #include "standalone/runs/plan.h"
 #include "standalone/runs/run.h"
 
 namespace lumomixcalc::standalone {
 
-// A part of an input or of the result, as it is shown; its grid says where it lies.
-struct PreviewImage : MemoryRaster {
-  QSize fullSize;    // pixels of the whole input
-  int bands = 0;     // of the input
-  std::string note;  // why there are no values
-};
-
 // What is shown of the images.
 struct View {
   int band = 1;
   QRect seen;                 // in pixels of the inputs; null for all of them
-  double elements = 1 << 20;  // at most so many are read and computed
+  double elements = 1 << 20;  // at most about so many are read of each input
   bool operator==(const View&) const = default;
+};
+
+// Which cells of a run's output are shown: the first of each step x step, on the run's grid, which
+// goes on outside the run's region.
+struct CellSample {
+  QPoint first;  // the first pixel of the first cell
+  int step = 1;
+  QSize shown;  // how many cells in each direction
+  bool operator==(const CellSample&) const = default;
+};
+
+// An input or the result, as it is shown: elements row by row, pairs when complex, no data as NaN.
+struct PreviewImage {
+  bool complex = false;
+  std::vector<float> values;
+  int columns = 0;
+  QPoint first;      // the pixel where the first value lies
+  QSize pitch;       // pixels from one value to the next
+  int step = 1;      // one of step x step cells of the run is shown
+  QRect run;         // the pixels that the run takes
+  QSize fullSize;    // pixels of the whole input
+  int bands = 0;     // of the input
+  std::string note;  // why there are no values
+
+  // Those of the values, with so many parts for each element, that are the run's.
+  std::vector<float> OfTheRun(std::span<const float> all, std::size_t parts) const;
 };
 
 // What a check says about a run.
@@ -41,8 +63,9 @@ struct Findings {
   std::string failure;                // why the run would fail, or empty
   std::vector<std::string> warnings;  // that the run would give
   std::set<int> inputs;               // that the run reads
-  std::uint64_t beyondMode = 0;       // elements of the preview that the mode cannot hold
-  std::uint64_t elements = 0;         // of the preview
+  // In an integer mode, of the run's elements that are shown: those that it cannot hold, and all.
+  std::uint64_t beyondMode = 0;
+  std::uint64_t elements = 0;
 };
 
 // The element of each image that lies at one pixel of the inputs.
@@ -54,14 +77,14 @@ struct Inspection {
     std::array<double, 2> parts = {};
   };
   std::vector<std::optional<Element>>
-      elements;  // of the inputs, then of the result as it is stored
+      elements;  // of the inputs as the run reads them, then of the result as it is stored
 };
 
 // The job with these inputs only.
 Job WithInputs(Job job, const std::set<int>& inputs);
 
-// Makes previews and looks up single elements. It keeps what it read of the inputs in memory, so
-// that for other coefficients or another operator only the result is computed.
+// Makes previews and looks up single elements. It keeps the inputs open and what it read of them in
+// memory, so that for other coefficients or another operator only the result is computed.
 class PreviewMaker {
  public:
   // Called with each image as soon as it is ready: the inputs by their position, the result last.
@@ -69,35 +92,47 @@ class PreviewMaker {
 
   explicit PreviewMaker(HostState& host) : host_(host) {}
 
-  // Shows what has changed of the inputs of job, and the result of the run. The result is what the
-  // run would store, integer modes and looks included; where not every pixel is shown, it is
-  // computed from the pixels that are. Problems are reported in the images' notes. Throws
-  // Cancelled.
+  // Shows what has changed of the inputs of job, and the result of the run. All are what the run
+  // reads and would store in the cells that are shown, integer modes and looks included. Problems
+  // are reported in the images' notes. Throws Cancelled.
   Findings Make(const Job& job, const Job& ofTheRun, const View& view, const std::stop_token& stop,
                 const Show& show);
 
-  // Reads and computes the elements at a pixel from the files. Those that cannot be read or
-  // computed are missing.
-  Inspection Inspect(const Job& job, int band, QPoint pixel);
+  // The elements of the last preview's run at a pixel. Those that there are not, or that cannot be
+  // read or computed, are missing.
+  Inspection Inspect(QPoint pixel);
+
+  // GDAL could hand a run what an input that is open here has read of its sources.
+  void CloseInputs() { inputs_.clear(); }
 
  private:
-  struct KeptInput {
-    // The file, its time and size, what is shown of it, and how its elements are made: when one of
-    // these changes, the image is read again.
-    std::tuple<std::string, std::filesystem::file_time_type, std::uintmax_t, View, ElementRules,
+  struct Input {
+    // The file, its time and size and how it was opened.
+    std::tuple<std::string, std::filesystem::file_time_type, std::uintmax_t,
                std::vector<std::string>>
-        key;
+        file;
+    std::unique_ptr<RasterInput> raster;  // null if it cannot be opened
+    // What was read of it.
+    std::tuple<CellSample, int, QRect, ElementRules, Selection> read;
     PreviewImage image;
   };
-
   Findings Check(const Job& asked) const;
-  bool UpdateInput(const DeclaredStream& stream, const Job& job, const View& view,
-                   const OutputGrid& run, const std::stop_token& stop);
-  PreviewImage Result(const Job& job, Findings& findings, const std::stop_token& stop) const;
-  Inspection::Element ResultElement(Job job, int band, QPoint pixel) const;
+  OutputGrid Grid() const { return plan_ ? plan_->grid : OutputGrid(); }
+  bool Update(const DeclaredStream& stream, const std::stop_token& stop);
+  PreviewImage Blank(const RasterInput& input) const;
+  CellSample SampleFor(const View& view, const RasterInput& input) const;
+  PreviewImage Read(RasterInput& input, const CellSample& cells, const std::stop_token& stop) const;
+  MemoryRaster Compute(const std::map<int, const PreviewImage*>& inputs,
+                       const std::stop_token& stop) const;
+  PreviewImage Result(Findings& findings, const std::stop_token& stop) const;
 
   HostState& host_;
-  std::map<int, KeptInput> inputs_;  // by stream number
+  std::map<int, Input> inputs_;  // by stream number
+  // Of the last preview.
+  Job job_;
+  Job run_;
+  View view_;
+  std::optional<RunPlan> plan_;
 };
 
 }  // namespace lumomixcalc::standalone

@@ -44,17 +44,22 @@ Limits LimitsOf(std::span<const float> values, Stretch stretch) {
   for (const float value : values)
     if (value >= least && value <= FLT_MAX) finite.push_back(value);
   if (finite.empty()) return least > 0 ? Limits{1, 10} : Limits{};
-  if (stretch == Stretch::kMinMax) return {std::ranges::min(finite), std::ranges::max(finite)};
+  const auto extremes = [&finite] {
+    return Limits{std::ranges::min(finite), std::ranges::max(finite)};
+  };
+  if (stretch == Stretch::kMinMax) return extremes();
   // Some 100,000 elements suffice; in odd steps, which fall on even and on odd columns.
   const std::size_t step = finite.size() / 100000 | 1;
-  for (std::size_t i = 0; i * step < finite.size(); ++i) finite[i] = finite[i * step];
-  finite.resize((finite.size() + step - 1) / step);
-  const auto ranked = [&finite](std::size_t rank) {
-    const auto at = finite.begin() + static_cast<std::ptrdiff_t>(rank);
-    std::ranges::nth_element(finite, at);
+  std::vector<float> some;
+  for (std::size_t i = 0; i < finite.size(); i += step) some.push_back(finite[i]);
+  const auto ranked = [&some](std::size_t rank) {
+    const auto at = some.begin() + static_cast<std::ptrdiff_t>(rank);
+    std::ranges::nth_element(some, at);
     return *at;
   };
-  return {ranked(finite.size() / 50), ranked(finite.size() - 1 - finite.size() / 50)};
+  const std::size_t share = some.size() / 50;
+  const Limits usual = {ranked(share), ranked(some.size() - 1 - share)};
+  return usual.low < usual.high ? usual : extremes();
 }
 
 }  // namespace

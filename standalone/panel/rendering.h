@@ -29,7 +29,8 @@ enum class ComplexPart { kAutomatic, kMagnitude, kPhase, kReal, kImaginary, kMag
 std::vector<float> PartOf(std::span<const float> pairs, ComplexPart part);
 
 // Percentiles: from the value that 2 % of the elements lie below to the one that 2 % lie above.
-// Logarithm: the percentiles of the positive values, spread by their logarithms.
+// Where these are one value, from the least to the greatest. Logarithm: the percentiles of the
+// positive values, spread by their logarithms.
 enum class Stretch { kPercentiles, kMinMax, kLogarithm };
 
 // The values at the two ends of the colours.

@@ -37,8 +37,8 @@ PixelWindow PixelsOf(const MapWindow& window, const Geotransform& transform, int
                      const std::string& name) {
   const std::string option = "-window=" + ToText(window);
   if (transform[2] != 0 || transform[4] != 0)
-    throw Failure(option + ": the image " + name +
-                  " is rotated on the map; choose pixels by -region=");
+    throw Failure(option + ": the image " + name + " is rotated on the map; choose pixels by " +
+                  SettingText("-region"));
   const auto [left, right] = Touched(window.xMin, window.xMax, transform[0], transform[1]);
   const auto [top, bottom] = Touched(window.yMin, window.yMax, transform[3], transform[5]);
   // This form of the condition refuses a NaN, too.
@@ -59,13 +59,13 @@ PixelWindow ChosenPixels(const Selection& selection, int columns, int rows,
                          const std::optional<Geotransform>& transform, const std::string& name) {
   if (selection.region) {
     if (Contains(columns, rows, *selection.region)) return *selection.region;
-    throw Failure("-region=" + ToText(*selection.region) + " is not inside " + name +
+    throw Failure(SettingText("-region", ToText(*selection.region)) + " is not inside " + name +
                   ", which has " + SizeText(columns, rows));
   }
   if (selection.window) {
     if (transform) return PixelsOf(*selection.window, *transform, columns, rows, name);
     throw Failure("-window=" + ToText(*selection.window) + ": " + name +
-                  " has no geotransform; choose pixels by -region=");
+                  " has no geotransform; choose pixels by " + SettingText("-region"));
   }
   return {0, 0, columns, rows};
 }
@@ -99,8 +99,9 @@ OutputGrid MakeOutputGrid(const Selection& selection, int columns, int rows,
   grid.rows = grid.window.rows / grid.resolution / grid.looks.y;
   if (grid.columns == 0 || grid.rows == 0) {
     std::vector<std::string> causes;
-    if (grid.resolution > 1) causes.push_back("-resolution=" + std::to_string(grid.resolution));
-    if (grid.looks != Looks()) causes.push_back("-looks=" + ToText(grid.looks));
+    if (grid.resolution > 1)
+      causes.push_back(SettingText("-resolution", std::to_string(grid.resolution)));
+    if (grid.looks != Looks()) causes.push_back(SettingText("-looks", ToText(grid.looks)));
     throw Failure("no pixel of the " + SizeText(grid.window.columns, grid.window.rows) + " of " +
                   name + " is left by " + Joined(causes, " and "));
   }

@@ -47,8 +47,7 @@ std::string ToText(const Looks& looks);
 
 // How pixels are made at a reduced resolution. The first four are GDAL's methods and use the pixels
 // of full resolution. kOverview takes the pixels of the overview that has exactly this resolution.
-// kPreview takes the pixels that are fastest to read.
-enum class Resampling { kNearest, kAverage, kBilinear, kCubic, kOverview, kPreview };
+enum class Resampling { kNearest, kAverage, kBilinear, kCubic, kOverview };
 
 // The methods of -resampling=, in the order of the Resampling constants.
 struct ResamplingMethod {

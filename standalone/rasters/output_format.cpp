@@ -62,7 +62,7 @@ OutputFormat ChooseOutputFormat(const std::string& name, const std::string& path
     if (driver && CanWriteFiles(driver)) return {driver};
     const std::string suggestion = Suggestion(name, WritableFormats());
     throw WrongCommandLine(
-        "-format=" + name + ": not a format that GDAL can write here" +
+        SettingText("-format", name) + ": not a format that GDAL can write here" +
         (suggestion.empty() ? "; it has " + Joined(WritableFormats()) : suggestion));
   }
   const std::string extension = std::filesystem::path(path).extension().string();
@@ -78,8 +78,8 @@ OutputFormat ChooseOutputFormat(const std::string& name, const std::string& path
   throw WrongCommandLine(
       (known ? "GDAL can only read the format of " + path
              : "the extension of " + path + " belongs to no format that GDAL knows here") +
-      "; choose another extension, or the format by -format=NAME, such as -format=GTiff, or " +
-      "-format=ENVI with -co=SUFFIX=ADD for raw data");
+      "; choose another extension, or the format, such as " + SettingText("-format", "GTiff") +
+      ", or " + SettingText("-format", "ENVI") + " with -co=SUFFIX=ADD for raw data");
 }
 
 void CheckCreationOptions(const OutputFormat& format, const std::vector<std::string>& options) {
@@ -120,10 +120,10 @@ void CheckThatFormatHolds(const OutputFormat& format, const DataMode& mode) {
   std::vector<std::string> held;
   for (const DataMode& other : DataModes())
     if (Holds(format.driver, other)) held.emplace_back(other.name);
-  throw Failure(
-      "the format " + format.Name() + " cannot hold " + mode.name + " data; it holds " +
-      (held.empty() ? "none of the types of -mode=" : Joined(held) + " (choose by -mode=)") +
-      ", and GTiff holds all");
+  throw Failure("the format " + format.Name() + " cannot hold " + mode.name + " data; it holds " +
+                (held.empty() ? "none of the data types"
+                              : Joined(held) + " (choose by " + SettingText("-mode") + ")") +
+                ", and GTiff holds all");
 }
 
 }  // namespace lumomixcalc::standalone

@@ -147,9 +147,12 @@ void RasterInput::Select(const OutputGrid& grid, Resampling resampling,
   grid_ = grid;
   bands_ = bands;
   rules_ = rules;
+  resampled_.reset();
+  takesNearest_ = false;
+  interpolation_ = nullptr;
+  uncompressedRows_.reset();
   if (grid.resolution > 1) {
     if (resampling == Resampling::kOverview) return OpenOverview();
-    if (resampling == Resampling::kPreview) return;
     takesNearest_ = resampling == Resampling::kNearest;
     if (!takesNearest_) interpolation_ = &kResamplingMethods[static_cast<std::size_t>(resampling)];
   }
@@ -161,9 +164,9 @@ void RasterInput::OpenOverview() {
   const int columns = (Columns() + n - 1) / n;
   const int rows = (Rows() + n - 1) / n;
   if (grid_.window.x % n != 0 || grid_.window.y % n != 0)
-    throw Failure("-resampling=overview: the region starts at pixel " +
+    throw Failure(SettingText("-resampling", "overview") + ": the region starts at pixel " +
                   std::to_string(grid_.window.x) + ", " + std::to_string(grid_.window.y) +
-                  ", which must be multiples of -resolution=" + std::to_string(n));
+                  ", which must be multiples of " + SettingText("-resolution", std::to_string(n)));
   GDALRasterBand& band = *dataset_->GetRasterBand(1);
   for (int level = 0; level < band.GetOverviewCount(); ++level) {
     GDALRasterBand* const overview = band.GetOverview(level);
@@ -173,8 +176,8 @@ void RasterInput::OpenOverview() {
     grid_.resolution = 1;
     return;
   }
-  throw Failure(Describe() + " has no overview of " + SizeText(columns, rows) +
-                " for -resolution=" + std::to_string(n) + "; gdaladdo makes one");
+  throw Failure(Describe() + " has no overview of " + SizeText(columns, rows) + " for " +
+                SettingText("-resolution", std::to_string(n)) + "; gdaladdo makes one");
 }
 
 void RasterInput::Read(int band, int firstRow, int rows, float* out) {

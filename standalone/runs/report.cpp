@@ -40,11 +40,12 @@ void WarnOfTheMode(const RunReport& report) {
   if (mode.type == GDT_Float64)
     Warn("results have single precision, also in float64; float32 stores them in half the space");
   if (!mode.complex && report.imaginaryParts)
-    Warn("results have imaginary parts, which " + name + " leaves out; -mode=cfloat32 keeps them");
+    Warn("results have imaginary parts, which " + name + " leaves out; " +
+         SettingText("-mode", "cfloat32") + " keeps them");
   const bool anyValid = std::ranges::any_of(
       report.bands, [](const BandStatistics& band) { return band.valid.valid > 0; });
   if (mode.complex && anyValid && !report.imaginaryParts)
-    Warn("all imaginary parts are zero; -mode=" + name.substr(1) +
+    Warn("all imaginary parts are zero; " + SettingText("-mode", name.substr(1)) +
          " stores the results in half the space");
 }
 

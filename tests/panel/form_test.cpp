@@ -148,8 +148,11 @@ TEST_F(PanelWindowTest, NumbersAreReadAsPeopleTypeThemAndOtherTextsKeepItFromRun
     Set(kA, text);
     EXPECT_NE(CurrentCommand().find(std::string(" -a=") + number + ":0 "), std::string::npos);
   }
-  for (const std::string text : {"abc", " ", "1,234.5", "1,2,3", "1 000", "1e99"}) {
+  const auto colour = [this] { return Pictured("Result preview").grab().toImage().pixel(30, 30); };
+  const QRgb before = colour();
+  for (const std::string text : {"abc", " ", "1,234.5", "1,2,3", "1 000", "1e99", "1/3"}) {
     Set(kA, Text(text));
+    EXPECT_NE(colour(), before);  // dimmed
     EXPECT_FALSE(Find("Copy").isEnabled());
     Set("Run");
     EXPECT_TRUE(Told("\u201c" + text + "\u201d is not a number")) << text;
@@ -228,7 +231,7 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   Set("Save", "out.tif");
   Set("File2");
   Settle();
-  EXPECT_EQ(Find<ImageView>("File2 preview").Note(), "No file chosen.");
+  EXPECT_EQ(Find("File2 preview").accessibleDescription(), "No file chosen.");
   Set("File2", "f2.tif");
   QFile::remove("f2.tif");
   Run("done");

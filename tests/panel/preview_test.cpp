@@ -1,5 +1,6 @@
 // What is seen: the images, the elements under the pointer, the place that is looked at.
 #include "standalone/panel/preview.h"
+#include "standalone/base/texts.h"
 #include "standalone/rasters/no_data.h"
 #include "tests/panel/window_fixture.h"
 
@@ -9,57 +10,99 @@ namespace {
 // The element of MakeRaster's first band with factor 1.
 QString Ramp(int column, int row) { return QString("%1 1 ").arg(column + 100 * row); }
 
-// One preview after the other, as in a panel whose settings change.
-TEST_F(PanelWindowTest, PicturesShowAndPointersReadWhatTheRunStores) {
-  MakeRaster("f1.tif", 60, 40, 1, 2, GDT_Float32);
-  GDALDatasetUniquePtr(GDALDataset::Open("f1.tif", GA_Update))->GetRasterBand(1)->SetNoDataValue(5);
-  PreviewMaker maker(TheHostState());
-  const auto expect = [&](const std::string& options, int band = 1, QRect seen = {}) {
-    SCOPED_TRACE(options);
-    const std::string command = "lumomixcalc f1.tif f2.tif out.tif -overwrite " + options;
+// What panes and pointers show of a run, compared with files that hold what it reads and stores.
+class PreviewTest : public PanelWindowTest {
+ protected:
+  struct Made {
+    Job job;
+    OutputGrid grid;
+  };
+  static Made Run(const std::string& file, const std::string& options) {
+    const std::string command = "lumomixcalc f1.tif f2.tif " + file + " -overwrite " + options;
     const Job job = ReadCommandLine(ArgumentsOf(command)).job;
-    const OutputGrid run = RunBatch(job, "", TheHostState(), {}).plan.grid;
-    const GDALDatasetUniquePtr output(GDALDataset::Open("out.tif"));
-    GDALRasterBand& written = *output->GetRasterBand(job.bands.empty() ? band : 1);
-    PreviewImage shown;
-    maker.Make(job, job, {band, seen}, {}, [&](auto, const auto& image) { shown = image; });
-    EXPECT_EQ(shown.note, "");
-    const int nx = run.resolution * run.looks.x;
-    const int ny = run.resolution * run.looks.y;
+    return {job, RunBatch(job, "", TheHostState(), {}).plan.grid};
+  }
+
+  // Returns the number of cells compared, which begin inside the window.
+  int Compare(Image image, const char* file, const Made& made, int band, const QRect& inside) {
+    const GDALDatasetUniquePtr dataset(GDALDataset::Open(file));
+    GDALRasterBand& written = *dataset->GetRasterBand(made.job.bands.empty() ? band : 1);
+    const PreviewImage& shown = shown_[image];
+    const PixelWindow& window = made.grid.window;
+    const QSize cell = QSize(made.grid.looks.x, made.grid.looks.y) * made.grid.resolution;
     const std::size_t parts = shown.complex ? 2 : 1;
     int compared = 0;
-    for (std::size_t i = 0; i < shown.values.size() / parts; ++i) {
-      const int x =
-          shown.grid.window.x + static_cast<int>(i) % shown.grid.columns * nx - run.window.x;
-      const int y =
-          shown.grid.window.y + static_cast<int>(i) / shown.grid.columns * ny - run.window.y;
-      if (!QRect(0, 0, run.columns * nx, run.rows * ny).contains(x, y)) continue;
+    for (std::size_t i = 0; i * parts < shown.values.size(); ++i) {
+      const int number = static_cast<int>(i);
+      const QPoint pixel = shown.first + QPoint(number % shown.columns * shown.pitch.width(),
+                                                number / shown.columns * shown.pitch.height());
+      if (!inside.contains(pixel)) continue;
       std::array<double, 2> stored = {};
-      EXPECT_EQ(CE_None, written.RasterIO(GF_Read, x / nx, y / ny, 1, 1, stored.data(), 1, 1,
-                                          GDT_CFloat64, 0, 0, nullptr));
+      EXPECT_EQ(CE_None, written.RasterIO(GF_Read, (pixel.x() - window.x) / cell.width(),
+                                          (pixel.y() - window.y) / cell.height(), 1, 1,
+                                          stored.data(), 1, 1, GDT_CFloat64, 0, 0, nullptr));
       if (stored[0] == DeclaredNoData(written)) stored.fill(NAN);
       for (std::size_t part = 0; part < parts; ++part)
         EXPECT_EQ(ShortestText(double{shown.values[i * parts + part]}), ShortestText(stored[part]))
-            << x << ' ' << y;
+            << pixel.x() << ' ' << pixel.y();
       if (compared++ % 50 != 0) continue;
-      const QPoint last(run.window.x + x + nx - 1, run.window.y + y + ny - 1);  // of its pixels
-      const auto inspected = maker.Inspect(job, band, last).elements.back();
-      EXPECT_EQ(ShortestText(inspected->parts[0]), ShortestText(stored[0])) << x << ' ' << y;
+      const QPoint last = pixel + QPoint(cell.width() - 1, cell.height() - 1);
+      EXPECT_EQ(ShortestText(maker_.Inspect(last).elements[image]->parts[0]),
+                ShortestText(stored[0]))
+          << last.x() << ' ' << last.y();
     }
-    EXPECT_EQ(compared, seen.isNull() ? run.columns * run.rows : 60);
-  };
-  for (const char* const options :
-       {"-operator=a1b", "-operator=a1b -nodata=keep", "-operator=a1b -nodata=1301",
-        "-nodata=1301 -mode=int16 -operator=a1-b2", "-looks=4:3 -region=5:2:41:31",
-        "-resolution=3 -resampling=average", "-resolution=3 -resampling=cubic -region=4:4:50:30",
-        "-resolution=2 -looks=3:2 -resampling=average"})
-    expect(options);
-  for (const char* const options : {"-operator=a1b", "-bands=2"}) expect(options, 2);
-  expect("-looks=4:3 -region=5:2:41:31", 1, {7, 9, 40, 17});
+    return compared;
+  }
+
+  // The options of the inputs and of the result. seen: how many cells, where these are not all.
+  void Expect(const std::string& ofInputs, const std::string& ofResult, const View& view = {},
+              int seen = 0) {
+    SCOPED_TRACE(ofInputs + " " + ofResult);
+    const Made read = Run("read.tif", ofInputs + " -operator=a1b");
+    const Made made = Run("out.tif", ofInputs + " " + ofResult);
+    const Findings findings =
+        maker_.Make(made.job, made.job, view, {},
+                    [this](auto position, const auto& image) { shown_[position] = image; });
+    for (const PreviewImage& image : shown_) EXPECT_EQ(image.note, "");
+    const int step = shown_[kResult].step;
+    EXPECT_EQ(step > 1, view.elements < 1000);
+    const auto sampled = [step](int count) { return (count + step - 1) / step; };
+    if (seen == 0) seen = sampled(made.grid.columns) * sampled(made.grid.rows);
+    const auto [x, y, columns, rows] = made.grid.window;
+    const QRect window(x, y, columns, rows);
+    EXPECT_EQ(Compare(kResult, "out.tif", made, view.band, window), seen);
+    EXPECT_EQ(findings.elements, made.job.mode ? static_cast<std::uint64_t>(seen) : 0);
+    const Looks looks = step > 1 ? Looks() : made.grid.looks;
+    EXPECT_EQ(Compare(kFile1, "read.tif", read, view.band, window), seen * looks.x * looks.y);
+  }
+
+  PreviewMaker maker_{TheHostState()};
+  std::array<PreviewImage, 3> shown_;
+};
+
+TEST_F(PreviewTest, PicturesShowAndPointersReadWhatTheRunReadsAndStores) {
+  MakeRaster("f1.tif", 60, 40, 1, 2, GDT_Float32);
+  GDALDatasetUniquePtr(GDALDataset::Open("f1.tif", GA_Update))->GetRasterBand(1)->SetNoDataValue(5);
+  for (const char* const ofInputs : {"", "-nodata=keep", "-nodata=1301"})
+    Expect(ofInputs, "-operator=a1b");
+  Expect("-nodata=1301", "-mode=int16 -operator=a1-b2");
+  const std::pair<const char*, const char*> kGrids[] = {
+      {"-region=5:2:41:31", ""},
+      {"-region=5:2:41:31", "-looks=4:3"},
+      {"-resolution=3 -resampling=average", ""},
+      {"-resolution=3 -resampling=cubic -region=4:4:50:30", ""},
+      {"-resolution=2 -resampling=average", "-looks=3:2"},
+      {"-resolution=2 -resampling=bilinear -region=3:5:50:30", "-mode=int16 -looks=1:3"}};
+  for (const auto& [ofInputs, ofResult] : kGrids) {
+    Expect(ofInputs, ofResult);
+    Expect(ofInputs, ofResult, {1, {}, 30});
+  }
+  for (const char* const ofInputs : {"", "-bands=2"}) Expect(ofInputs, "-operator=a1b", {2, {}});
+  Expect("-region=5:2:41:31", "-looks=4:3", {1, {7, 9, 40, 17}}, 60);
   MakeRaster("f1.tif", 60, 40, 3, 2, GDT_Float32);
-  expect("-looks=4:3 -region=5:2:41:31", 1, {7, 9, 40, 17});
+  Expect("-region=5:2:41:31", "-looks=4:3", {1, {7, 9, 40, 17}}, 60);
   MakeRaster("f1.tif", 60, 40, NAN, 2, GDT_Float32);
-  expect("-operator=a_phase_1 -nodata=keep");
+  Expect("-nodata=keep", "-operator=a_phase_1");
 }
 
 TEST_F(PanelWindowTest, ElementsUnderThePointerAreThoseOfThePixelAndTheSettings) {
@@ -80,6 +123,12 @@ TEST_F(PanelWindowTest, ElementsUnderThePointerAreThoseOfThePixelAndTheSettings)
   expect("Operator", "(A*File1) / (B*File2)", {2, 1}, "-0.25    ");
   expect(kB, "0", {2, 1}, "no data    ");
   expect("Looks, columns", "7", {57, 5}, "\u2014");  // the last blocks that are whole end at 56
+  Set("Looks, columns", "1");
+  Settle();
+  MakeRaster("f1.tif", 60, 40, 2);  // is noticed
+  for (const double place : {10.97, 21.97, 32.97, 37.97})
+    ExpectElements({place, place}, kFile1,
+                   [](int column, int row) { return QString::number(2 * (column + 100 * row)); });
 }
 
 TEST_F(PanelWindowTest, CoarseAndLongThinPreviewsShowThePixelsInTheirPlaces) {
@@ -88,10 +137,13 @@ TEST_F(PanelWindowTest, CoarseAndLongThinPreviewsShowThePixelsInTheirPlaces) {
   Set("Stretch", "Min\u2013max");
   const QImage picture = Pictured("Result preview").Picture();
   EXPECT_EQ(qGray(picture.pixel(1249, 649)), 255);
+  EXPECT_EQ(Find("Result preview").accessibleDescription(), "1 of 2 \u00d7 2 cells");
   for (const Image image : {kFile1, kResult}) ExpectElements({391, 541}, image, Ramp);
   MakeRaster("f1.tif", 5000, 3, 1);
   Open("f1.tif -save=out.tif -operator=a1b");
-  EXPECT_GE(Pictured("Result preview").Scale() * 3, 20);
+  const auto& view = Pictured("Result preview");
+  EXPECT_TRUE(view.Seen().isNull());
+  EXPECT_GE(view.transform().m22() * 3, 20);
 }
 
 TEST_F(PanelWindowTest, CoefficientStepReadsNoInputAgain) {
@@ -124,7 +176,7 @@ TEST_F(PanelWindowTest, AllImagesShowTheSamePlaceDownToSinglePixels) {
   Set("Images shown", "Side by side");
   ExpectElements(place, kFile2, Ramp);
   const QPoint fixed(50, 40);
-  const QPointF there = result.viewportTransform().inverted().map(QPointF(fixed));
+  const QPointF there = PlaceAt(result, fixed);
   QWheelEvent wheel(fixed, result.mapToGlobal(fixed), {}, {0, 3600}, Qt::NoButton, Qt::NoModifier,
                     Qt::NoScrollPhase, false);
   QApplication::sendEvent(result.viewport(), &wheel);

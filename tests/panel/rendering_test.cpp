@@ -62,6 +62,9 @@ TEST(AppearanceOf, SuitsTheValues) {
   expect({-180, 179}, false, Stretch::kMinMax, {}, {kCyclic, {-180, 180}});
   expect({-180, 179}, false, Stretch::kMinMax, kGrey, {kGrey, {-180, 179}});
   expect({1, 2}, true, kPercentiles, kGrey, {kGrey, {-kPi, kPi}});
+  Values spike(99, 0);
+  spike.push_back(50);
+  expect(spike, false, kPercentiles, {}, {kGrey, {0, 50}});
   expect(Numbers(-80, 900), false, kPercentiles, {}, {kGrey, {-61, 881}});
   expect(Numbers(-300, 900), false, Stretch::kLogarithm, kCentred, {kCentred, {-876, 876}});
   const auto [low, high] = AppearanceOf(Numbers(1, 400000), false, kPercentiles, {}).limits;
@@ -134,6 +137,9 @@ TEST_F(LimitsTest, HoldWhenDraggedOrTypedUntilReset) {
   Set(kLow, "1");
   Set("Stretch", "Min\u2013max");
   EXPECT_EQ(Shown(), "0 1979.5");
+  Set("Region, rows", "20");
+  Set("Region");
+  EXPECT_TRUE(WaitFor([&] { return Shown() == "0 979.5"; })) << Shown();
   Set("File1 part", "Imaginary part");  // a constant, which is said once
   EXPECT_EQ(TextOf(kLow), "0.5");
   EXPECT_FALSE(Find(kHigh).isVisible());

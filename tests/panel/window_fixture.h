@@ -61,6 +61,11 @@ inline QPoint PointOf(const ImageView& view, QPointF place) {
   return view.viewportTransform().map(place).toPoint();
 }
 
+// The place in the middle of a point of a view.
+inline QPointF PlaceAt(const ImageView& view, QPoint point) {
+  return view.viewportTransform().inverted().map(point + QPointF(0.5, 0.5));
+}
+
 // For what comes without delay. Sanitizers on a busy machine take seconds; a test that fails waits
 // only once.
 inline bool WaitFor(const std::function<bool()>& condition) {
@@ -134,7 +139,7 @@ class PanelWindowTest : public ::testing::Test {
   // Waits until all that is shown is that of the settings.
   void Settle() {
     const auto& state = Find<QLabel>("Preview state");
-    const auto* const patience = state.parent()->findChild<QTimer*>({}, Qt::FindDirectChildrenOnly);
+    const auto* const patience = state.parent()->findChild<QTimer*>("Expected preview");
     EXPECT_TRUE(WaitFor([&] {
       QCoreApplication::processEvents();  // a change of the layout changes what is shown
       return state.text().isEmpty() && !patience->isActive();
@@ -150,7 +155,7 @@ class PanelWindowTest : public ::testing::Test {
   ImageView& Pictured(const char* name) {
     Settle();
     auto& view = Find<ImageView>(name);
-    EXPECT_FALSE(view.Picture().isNull()) << view.Note().toStdString();
+    EXPECT_FALSE(view.Picture().isNull()) << view.accessibleDescription().toStdString();
     return view;
   }
 
@@ -162,7 +167,7 @@ class PanelWindowTest : public ::testing::Test {
     QString shown;
     EXPECT_TRUE(WaitFor([&] {
       const QPoint pointer = PointOf(view, place);
-      const QPointF seen = view.viewportTransform().inverted().map(QPointF(pointer));
+      const QPointF seen = PlaceAt(view, pointer);
       const QPoint pixel = (seen - QPointF(0.5, 0.5)).toPoint();
       const QString named = QString("Column %1, row %2").arg(pixel.x()).arg(pixel.y());
       shown = Find<QLabel>("Place under the pointer").text().section("    ", 0, 0) + ": ";

@@ -1,0 +1,131 @@
+#include "standalone/panel/histogram_view.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+#include "standalone/base/texts.h"
+
+namespace lumomixcalc::standalone {
+namespace {
+
+constexpr int kBarsHeight = 40;
+constexpr int kHeight = kBarsHeight + 6;  // with the colours
+
+void ShowFigure(NumberField& field, float limit) {
+  if (ParseFloat(field.text().toStdString()) != limit) {  // else someone may be typing it
+    field.setText(Text(ShortestText(limit)));
+    if (!field.hasFocus()) field.setCursorPosition(0);
+  }
+  if (std::abs(limit) != std::numbers::pi_v<float>) return;
+  const QSignalBlocker keepsItsNumber(field);
+  field.setText(limit < 0 ? "\u2212\u03c0" : "\u03c0");
+}
+
+}  // namespace
+
+HistogramView::HistogramView(const QString& title)
+    : low_(NewField(title + " low limit", &Limits::low)),
+      high_(NewField(title + " high limit", &Limits::high)) {
+  auto* const fields = NewLayout<QHBoxLayout>(this);
+  fields->setContentsMargins(0, kHeight + 2, 0, 0);
+  fields->addWidget(low_, 0, Qt::AlignLeft);
+  fields->addWidget(high_, 0, Qt::AlignRight);
+  setFixedHeight(sizeHint().height());  // also while a field is hidden
+  setMouseTracking(true);
+  setToolTip(
+      "Of the elements of the run that are shown. Drag a line to set a limit of the colours. "
+      "Double "
+      "click: automatic limits.");
+}
+
+NumberField* HistogramView::NewField(const QString& name, Limit limit) {
+  const auto changed = [this, limit](auto value) { Choose(limit, value.value_or(NAN)); };
+  auto* const field = Named(new NumberField(12, 0.1F, changed), name);
+  field->setMaximumWidth(field->minimumWidth());
+  // In place of a text that is no limit.
+  connect(field, &QLineEdit::editingFinished, [this] { Show(appearance_); });
+  return field;
+}
+
+void HistogramView::Count(std::span<const float> values, const Appearance& appearance) {
+  const double low = appearance.Spread(appearance.limits.low);
+  const double width = appearance.Spread(appearance.limits.high) - low;
+  range_ = width > 0 ? width * 1.3 : 1;
+  start_ = low + (width - range_) / 2;
+  counts_.assign(values.empty() ? 0 : 128, 0);
+  const double bins = static_cast<double>(counts_.size());
+  for (const float value : values) {
+    const double bin = (appearance.Spread(value) - start_) / range_ * bins;
+    if (bin >= 0 && bin < bins) ++counts_[static_cast<std::size_t>(bin)];
+  }
+}
+
+void HistogramView::Show(const Appearance& appearance) {
+  appearance_ = appearance;
+  const auto [low, high] = appearance.limits;
+  low_->setVisible(!counts_.empty());
+  // A single value is shown in one field.
+  high_->setVisible(!counts_.empty() && low < high);
+  ShowFigure(*low_, low);
+  ShowFigure(*high_, high);
+  setAccessibleName(QString("Histogram, shown from %1 to %2").arg(low_->text(), high_->text()));
+  update();
+}
+
+void HistogramView::paintEvent(QPaintEvent*) {
+  if (counts_.empty()) return;
+  QPainter painter(this);
+  // Heights by the square root, so that rare values beside a dominant one are seen.
+  const double scale = kBarsHeight / std::sqrt(std::max(1U, std::ranges::max(counts_)));
+  QRectF bar(0, 0, 1.0 * width() / static_cast<double>(counts_.size()), kBarsHeight);
+  for (const std::uint32_t count : counts_) {
+    bar.setTop(kBarsHeight - scale * std::sqrt(count));
+    painter.fillRect(bar, palette().color(QPalette::Disabled, QPalette::WindowText));
+    bar.translate(bar.width(), 0);
+  }
+  const double low = ColumnOf(appearance_.limits.low);
+  const double high = ColumnOf(appearance_.limits.high);
+  const auto* const colours = reinterpret_cast<const uchar*>(ColoursOf(appearance_.map).data());
+  painter.drawImage(QRectF(low, kBarsHeight, high - low, kHeight - kBarsHeight),
+                    QImage(colours, kShades, 1, QImage::Format_RGB32));
+  painter.setPen(QPen(palette().color(QPalette::Highlight), 2));
+  for (const double limit : {low, high}) painter.drawLine(QLineF(limit, 0, limit, kHeight));
+}
+
+void HistogramView::mouseMoveEvent(QMouseEvent* event) {
+  const double column = event->position().x();
+  setCursor(dragged_ || LineAt(column) ? Qt::SizeHorCursor : Qt::ArrowCursor);
+  if (!dragged_) return;
+  const double place = start_ + range_ * std::clamp(column / width(), 0.0, 1.0);
+  const double value = appearance_.logarithm ? std::pow(10, place) : place;
+  Choose(dragged_, QString::number(value, 'g', 6).toFloat());  // as a short text
+}
+
+// Reports the limits with one changed, if colours can be spread between them.
+void HistogramView::Choose(Limit limit, float value) {
+  Limits limits = appearance_.limits;
+  if (value == limits.*limit) return;  // also when its field is filled
+  limits.*limit = value;
+  if (appearance_.map == ColourMap::kCentred)
+    limits.*(limit == &Limits::low ? &Limits::high : &Limits::low) = -value;
+  if (limits.low < limits.high &&
+      std::isfinite(appearance_.Spread(limits.high) - appearance_.Spread(limits.low)))
+    limitsChosen(limits);
+}
+
+double HistogramView::ColumnOf(float value) const {
+  return width() * std::clamp((appearance_.Spread(value) - start_) / range_, 0.0, 1.0);
+}
+
+// The limit whose line can be taken at a column, from up to 6 points off, or none.
+HistogramView::Limit HistogramView::LineAt(double column) const {
+  const double fromLow = column - ColumnOf(appearance_.limits.low);
+  const double fromHigh = column - ColumnOf(appearance_.limits.high);
+  // Of two lines in one place, the one on the side of the pointer.
+  const bool low = fromLow < 0 || std::abs(fromLow) < std::abs(fromHigh);
+  if (counts_.empty() || std::abs(low ? fromLow : fromHigh) > 6) return nullptr;
+  return low ? &Limits::low : &Limits::high;
+}
+
+}  // namespace lumomixcalc::standalone

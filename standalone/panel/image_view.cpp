@@ -1,0 +1,181 @@
+#include "standalone/panel/image_view.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace lumomixcalc::standalone {
+namespace {
+
+// A dark line beside a bright one is seen on every picture.
+void DrawSeenEverywhere(QPainter& painter, const QRectF& area) {
+  painter.setBrush(Qt::NoBrush);
+  painter.setPen(QPen(QColor(0, 0, 0, 200), 3));
+  painter.drawRect(area);
+  painter.setPen(QPen(QColor(255, 220, 60), 1));
+  painter.drawRect(area);
+}
+
+}  // namespace
+
+ImageView::ImageView(const Sight& sight) : sight_(sight) {
+  setScene(&scene_);
+  scene_.addItem(picture_);
+  setFrameShape(QFrame::NoFrame);
+  setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  setFocusPolicy(Qt::NoFocus);
+  setMouseTracking(true);
+  setMinimumSize(80, 60);
+  setViewportUpdateMode(FullViewportUpdate);
+  setToolTip("Wheel: zoom. Drag: move. Double click: one to one, or the whole again.");
+}
+
+void ImageView::SetGrid(QPoint first, QSize pitch, QSize image) {
+  picture_->setPos(first);
+  picture_->setTransform(QTransform::fromScale(pitch.width(), pitch.height()));
+  scene_.setSceneRect(QRectF(QPointF(0, 0), image));
+  Follow();
+}
+
+void ImageView::Show(const QImage& picture, const QString& text) {
+  picture_->setPixmap(QPixmap::fromImage(picture));
+  text_ = text;
+  setAccessibleDescription(text);
+  viewport()->update();
+}
+
+void ImageView::Dim(bool dimmed) {
+  dimmed_ = dimmed;
+  viewport()->update();
+}
+
+void ImageView::Follow() {
+  const QSizeF scale = sight_.scale > 0 ? QSizeF(sight_.scale, sight_.scale) : WholeScale();
+  setTransform(QTransform::fromScale(scale.width(), scale.height()));
+  centerOn(sight_.scale > 0 ? sight_.centre : sceneRect().center());
+  // Shrunk smoothly, which averages speckle; enlarged so that every element is seen as it is.
+  const bool shrinks = Scale() * devicePixelRatioF() * picture_->transform().m11() < 1;
+  picture_->setTransformationMode(shrinks ? Qt::SmoothTransformation : Qt::FastTransformation);
+  viewport()->update();
+}
+
+QRect ImageView::Seen() const {
+  const QRect all = sceneRect().toRect();
+  const QRect seen = mapToScene(viewport()->rect()).boundingRect().toAlignedRect() & all;
+  return seen == all ? QRect() : seen;
+}
+
+void ImageView::drawBackground(QPainter* painter, const QRectF&) {
+  painter->resetTransform();
+  painter->fillRect(viewport()->rect(), palette().window());
+  if (HasPicture())
+    painter->fillRect(OnScreen(sceneRect()),
+                      QBrush(palette().color(QPalette::Mid), Qt::BDiagPattern));
+}
+
+void ImageView::drawForeground(QPainter* painter, const QRectF&) {
+  painter->resetTransform();
+  // Over the picture and what is no data alike, so that the one does not become the other.
+  QColor veil = palette().color(QPalette::Window);
+  veil.setAlphaF(0.6F);
+  if (dimmed_ && HasPicture()) painter->fillRect(viewport()->rect(), veil);
+  PaintText(*painter);
+  if (!HasPicture()) return;
+  if (drawStart_)
+    DrawSeenEverywhere(*painter, OnScreen(Drawn()));
+  else if (sight_.region)
+    DrawSeenEverywhere(*painter, OnScreen(*sight_.region));
+  if (!sight_.pixel) return;
+  const QRectF box = OnScreen(QRect(*sight_.pixel, QSize(1, 1)));
+  const double grow = std::max(0.0, 3 - box.width() / 2);
+  DrawSeenEverywhere(*painter, box.adjusted(-grow, -grow, grow, grow));
+}
+
+void ImageView::PaintText(QPainter& painter) const {
+  const QRect frame = viewport()->rect();
+  painter.setPen(palette().color(QPalette::WindowText));
+  if (HasPicture()) {
+    QRect place = fontMetrics().boundingRect(text_).adjusted(-4, -1, 4, 1);
+    place.moveBottomLeft(frame.bottomLeft());
+    if (!text_.isEmpty()) painter.fillRect(place, palette().window());
+    return painter.drawText(place, Qt::AlignCenter, text_);
+  }
+  painter.drawRect(frame.adjusted(0, 0, -1, -1));
+  QTextOption option(Qt::AlignCenter);
+  option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);  // a long file name is one word
+  painter.drawText(QRectF(frame.adjusted(10, 10, -10, -10)), text_, option);
+}
+
+void ImageView::wheelEvent(QWheelEvent* event) {
+  constexpr double kStep = 1.25;
+  Zoom(Scale() * std::pow(kStep, event->angleDelta().y() / 120.0), event->position());
+  event->accept();
+}
+
+void ImageView::mouseDoubleClickEvent(QMouseEvent* event) {
+  if (event->button() == Qt::LeftButton) Zoom(sight_.scale == 1 ? 0 : 1, event->position());
+}
+
+void ImageView::mousePressEvent(QMouseEvent* event) {
+  if (event->button() != Qt::LeftButton || !HasPicture()) return;
+  dragEnd_ = event->position();
+  const bool draws = sight_.draw->isChecked() || (event->modifiers() & Qt::ShiftModifier) != 0;
+  isPanned_ = !draws || !sight_.draw->isEnabled();
+  if (!isPanned_) drawStart_ = dragEnd_;
+}
+
+void ImageView::mouseMoveEvent(QMouseEvent* event) {
+  if (isPanned_ && sight_.scale > 0)
+    moved(mapToScene(viewport()->rect()).boundingRect().center() -
+              (event->position() - dragEnd_) / Scale(),
+          sight_.scale);
+  dragEnd_ = event->position();
+  if (drawStart_) viewport()->update();
+  const QPointF place = PlaceAt(event->position());
+  const QPoint pixel(qFloor(place.x()), qFloor(place.y()));
+  const bool inside = HasPicture() && sceneRect().toRect().contains(pixel);
+  pointed(inside ? std::optional(pixel) : std::nullopt);
+}
+
+void ImageView::mouseReleaseEvent(QMouseEvent* event) {
+  isPanned_ = false;
+  if (!drawStart_ || event->button() != Qt::LeftButton) return;
+  const bool isClick = (event->position() - *drawStart_).manhattanLength() < 4;
+  const QRect pixels = Drawn() & sceneRect().toRect();
+  drawStart_.reset();
+  viewport()->update();
+  if (!isClick && !pixels.isEmpty()) drawn(pixels);
+}
+
+// The whole image as large as fits. A long thin one is broadened so that it is seen.
+QSizeF ImageView::WholeScale() const {
+  const QSizeF image = sceneRect().size();
+  if (image.isEmpty()) return {1, 1};
+  constexpr double kLeastSide = 24;
+  const double fits = std::min(width() / image.width(), height() / image.height());
+  return {std::max(fits, kLeastSide / image.width()), std::max(fits, kLeastSide / image.height())};
+}
+
+// Of the middle of the screen's pixel at a position. QGraphicsView's own functions take whole
+// points.
+QPointF ImageView::PlaceAt(QPointF position) const {
+  const double half = 0.5 / devicePixelRatioF();
+  return viewportTransform().inverted().map(position + QPointF(half, half));
+}
+
+QRect ImageView::Drawn() const {
+  return QRectF(PlaceAt(*drawStart_), PlaceAt(dragEnd_)).normalized().toAlignedRect();
+}
+
+// What lies at the position stays there. No smaller than the whole image.
+void ImageView::Zoom(double scale, QPointF position) {
+  constexpr double kLargest = 64;
+  scale = std::min(scale, kLargest);
+  const QPointF toMiddle = QPointF(viewport()->rect().center()) - position;
+  if (scale > WholeScale().width())
+    moved(PlaceAt(position) + toMiddle / scale, scale);
+  else
+    moved({}, 0);
+}
+
+}  // namespace lumomixcalc::standalone

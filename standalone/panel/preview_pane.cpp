@@ -1,0 +1,178 @@
+#include "standalone/panel/preview_pane.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace lumomixcalc::standalone {
+
+PreviewPane::PreviewPane(const QStringList& titles)
+    : images_(NewChoice("Images shown", QStringList("Side by side") + titles)),
+      inspector_(new Inspector(titles)) {
+  sight_.draw = draw_;
+  auto* const layout = NewLayout<QVBoxLayout>(this);
+  layout->addLayout(MakeBar());
+  layout->addLayout(MakePanes(titles), 1);
+  layout->addWidget(inspector_);
+  AddShortcuts();
+  expected_.setObjectName("Expected preview");
+  expected_.setSingleShot(true);
+  expected_.setInterval(250);
+  expected_.callOnTimeout([this] {
+    busy_->setText("Computing the preview\u2026");
+    Dim(true);
+  });
+  resting_.setSingleShot(true);
+  resting_.setInterval(40);
+  resting_.callOnTimeout([this] {
+    if (sight_.pixel) elementAsked(*sight_.pixel);
+  });
+  Arrange();
+}
+
+QLayout* PreviewPane::MakeBar() {
+  connect(images_, &QComboBox::currentIndexChanged, this, &PreviewPane::Arrange);
+  draw_->setCheckable(true);
+  draw_->setToolTip("Draw the region to compute on an image, or drag with the Shift key held");
+  connect(draw_, &QPushButton::toggled, [this](bool on) {
+    for (ImagePane* const pane : panes_)
+      pane->Raster().setCursor(on ? Qt::CrossCursor : Qt::ArrowCursor);
+  });
+  band_->setRange(1, 1);
+  connect(band_, &QSpinBox::valueChanged, [this] { viewChanged(); });
+  auto* const bar = new QHBoxLayout;
+  for (QWidget* const widget :
+       std::initializer_list<QWidget*>{images_, stretch_, draw_, bandLabel_, band_})
+    bar->addWidget(widget);
+  for (QComboBox* const box : {images_, stretch_}) box->setToolTip(box->objectName());
+  bar->addStretch();
+  bar->addWidget(busy_);
+  bar->addWidget(zoom_);
+  return bar;
+}
+
+// The inputs one above the other, the result beside them and as high as all.
+QLayout* PreviewPane::MakePanes(const QStringList& titles) {
+  for (const QString& title : titles) {
+    auto* const pane = new ImagePane(title, *stretch_, sight_);
+    ImageView& view = pane->Raster();
+    view.pointed = [this](auto pixel) { Point(pixel); };
+    view.drawn = [this](const QRect& pixels) {
+      draw_->setChecked(false);
+      regionDrawn(pixels);
+    };
+    view.moved = [this](QPointF centre, double scale) { LookAt(centre, scale); };
+    panes_.push_back(pane);
+  }
+  const int inputs = static_cast<int>(panes_.size()) - 1;
+  for (int i = 0; i < inputs; ++i) grid_->addWidget(panes_[static_cast<std::size_t>(i)], i, 0);
+  grid_->addWidget(panes_.back(), 0, 1, inputs, 1);
+  return grid_;
+}
+
+void PreviewPane::AddShortcuts() {
+  new QShortcut(Qt::CTRL | Qt::Key_0, this, [this] { LookAt({}, 0); });
+  new QShortcut(Qt::CTRL | Qt::Key_L, this, [this] {
+    for (ImagePane* const pane : panes_) pane->ResetLimits();
+  });
+  new QShortcut(Qt::CTRL | Qt::Key_1, this, [this] {
+    const QPoint middle = QRect(QPoint(0, 0), size_).center();
+    LookAt(sight_.scale > 0 ? sight_.centre : sight_.pixel.value_or(middle), 1);
+  });
+}
+
+void PreviewPane::Show(std::size_t position, const PreviewImage& image) {
+  if (image.bands > 0) size_ = image.fullSize;
+  panes_[position]->Show(image, size_);
+}
+
+void PreviewPane::ExpectPreview() {
+  if (!expected_.isActive()) expected_.start();
+}
+
+void PreviewPane::EndPreview() {
+  expected_.stop();
+  busy_->clear();
+  Dim(false);
+  int bands = 1;
+  for (const ImagePane* const pane : panes_) bands = std::max(bands, pane->Image().bands);
+  band_->setMaximum(bands);
+  bandLabel_->setVisible(bands > 1);
+  band_->setVisible(bands > 1);
+  resting_.start();  // the elements under the pointer may have changed
+}
+
+void PreviewPane::ShowElements(const Inspection& found) {
+  if (sight_.pixel) inspector_->Show(found);
+}
+
+void PreviewPane::SetRegion(std::optional<QRect> pixels) {
+  sight_.region = pixels;
+  FollowSight();
+}
+
+struct View PreviewPane::View() const {
+  struct View view;
+  view.band = band_->value();
+  bool whole = false;
+  for (const ImagePane* const pane : panes_) {
+    const ImageView& raster = pane->Raster();
+    if (!raster.isVisible()) continue;
+    whole = whole || raster.Seen().isNull();
+    view.seen |= raster.Seen();
+    const double screen = raster.width() * raster.height() * std::pow(devicePixelRatioF(), 2);
+    view.elements = std::clamp(screen * 1.2, view.elements, 0x1p22);
+  }
+  if (whole) view.seen = {};
+  return view;
+}
+
+void PreviewPane::Save(QSettings& settings) const {
+  for (const QComboBox* const box : findChildren<QComboBox*>())
+    settings.setValue("display/" + box->objectName(), box->currentIndex());
+}
+
+void PreviewPane::Restore(const QSettings& settings) {
+  for (QComboBox* const box : findChildren<QComboBox*>()) {
+    const int position = settings.value("display/" + box->objectName(), 0).toInt();
+    if (position >= 0 && position < box->count()) box->setCurrentIndex(position);
+  }
+}
+
+void PreviewPane::Arrange() {
+  const int only = images_->currentIndex() - 1;
+  const int inputs = static_cast<int>(panes_.size()) - 1;
+  for (int i = 0; i <= inputs; ++i)
+    panes_[static_cast<std::size_t>(i)]->setVisible(only < 0 || only == i);
+  // Otherwise a column or row of hidden images keeps its share.
+  grid_->setColumnStretch(0, only == inputs ? 0 : 1);
+  grid_->setColumnStretch(1, only < 0 ? 2 : only == inputs ? 1 : 0);
+  for (int i = 0; i < inputs; ++i)
+    grid_->setRowStretch(i, only < 0 || only == i || only == inputs ? 1 : 0);
+}
+
+void PreviewPane::LookAt(QPointF centre, double scale) {
+  sight_.centre = centre;
+  sight_.scale = scale;
+  FollowSight();
+  const double percent = scale * 100;
+  zoom_->setText(percent > 0 ? QString("%1 %").arg(percent, 0, 'f', percent < 10 ? 2 : 0) : "");
+  viewChanged();
+}
+
+void PreviewPane::FollowSight() {
+  for (ImagePane* const pane : panes_) pane->Raster().Follow();
+}
+
+void PreviewPane::Dim(bool dimmed) {
+  for (ImagePane* const pane : panes_) pane->Raster().Dim(dimmed);
+}
+
+void PreviewPane::Point(std::optional<QPoint> pixel) {
+  if (pixel == sight_.pixel) return;
+  sight_.pixel = pixel;
+  FollowSight();
+  resting_.start();
+  if (!pixel) inspector_->Show(std::nullopt);
+}
+
+}  // namespace lumomixcalc::standalone
