@@ -179,11 +179,11 @@ PreviewImage PreviewMaker::Read(RasterInput& input, const CellSample& cells,
   image.step = cells.step;
   // With looks, that inside a cell.
   image.pitch = QSize(1, 1) * grid.resolution * (looksX * looksY == 1 ? cells.step : 1);
-  const std::ptrdiff_t cellFloats = looksX * input.Parts();
+  const std::ptrdiff_t cellFloats = std::ptrdiff_t{looksX} * input.Parts();
   const std::ptrdiff_t rowFloats = static_cast<std::ptrdiff_t>(grid.columns) * input.Parts();
   std::vector<float> rows(static_cast<std::size_t>(rowFloats * looksY));
   image.values.reserve(
-      static_cast<std::size_t>(cells.shown.width() * cells.shown.height() * looksY * cellFloats));
+      static_cast<std::size_t>(cellFloats * cells.shown.width() * cells.shown.height() * looksY));
   for (int row = 0; row < cells.shown.height(); ++row) {
     if (stop.stop_requested()) throw Cancelled();
     input.Read(band, row * cells.step * looksY, looksY, rows.data());
@@ -330,7 +330,8 @@ Inspection PreviewMaker::Inspect(QPoint pixel) {
       const QPoint place = pixel - cell.first;
       const int i = place.y() / cell.pitch.height() * cell.columns + place.x() / cell.pitch.width();
       const int parts = cell.complex ? 2 : 1;
-      const float* const element = &cell.values[static_cast<std::size_t>(i * parts)];
+      const float* const element =
+          &cell.values[static_cast<std::size_t>(i) * static_cast<std::size_t>(parts)];
       return Inspection::Element{cell.complex, {element[0], element[parts - 1]}};
     });
   add([&] {
