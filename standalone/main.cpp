@@ -57,21 +57,14 @@ bool PanelCanBeShown() {
 }
 
 RunReport Run(const Options& options, HostState& host, const std::stop_token& stop) {
-  const std::vector<std::string> echoed = EchoOptions(host);
-  const std::string command = ReproducingCommand(options.job, host.registration, echoed);
+  const std::string command = ReproducingCommand(options.job, host.registration, EchoOptions(host));
   std::optional<ProgressBar> bar;
   if (!options.quiet && isatty(STDERR_FILENO) != 0) bar.emplace();
   const auto show = [&bar](double share) {
     if (bar) bar->Show(share);
   };
-  RunReport report;
-  if (options.checkOnly)
-    report.plan = CheckRun(options.job, command, host);
-  else
-    report = RunBatch(options.job, command, host, {stop, show});
-  bar.reset();
-  if (ClampHasNoEffect(echoed, *report.plan.mode)) Warn("-clamp has no effect on a complex output");
-  return report;
+  if (options.checkOnly) return RunReport(CheckRun(options.job, command, host));
+  return RunBatch(options.job, command, host, {stop, show});
 }
 
 void RunOrJoin(const Options& options, HostState& host, const std::stop_token& stop) {

@@ -2,10 +2,12 @@
 
 #include <cpl_string.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <mutex>
 #include <utility>
+#include <vector>
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -13,6 +15,7 @@ namespace {
 std::mutex sinkMutex;
 MessageSink theSink = WriteToStandardError;
 std::map<std::string, std::string> theFields;  // by option
+Warnings* theWarnings = nullptr;
 
 MessageSink ExchangeSink(MessageSink sink) {
   const std::lock_guard lock(sinkMutex);
@@ -43,7 +46,31 @@ std::string SettingText(const std::string& option, const std::string& value) {
 
 void NameFields(std::map<std::string, std::string> fields) { theFields = std::move(fields); }
 
-void Warn(const std::string& sentence) { Tell("warning: " + sentence); }
+void Warn(const std::string& sentence) {
+  const std::string visible = WithVisibleControls(sentence);
+  const std::lock_guard lock(sinkMutex);
+  if (theWarnings) {
+    std::vector<std::string>& told = theWarnings->told_;
+    if (std::ranges::find(told, visible) != told.end()) return;
+    told.push_back(visible);
+  }
+  theSink("warning: " + visible);
+}
+
+void Warnings::Become(Warnings* kept) {
+  const std::lock_guard lock(sinkMutex);
+  theWarnings = kept;
+}
+
+std::vector<std::string> Warnings::All() const {
+  const std::lock_guard lock(sinkMutex);
+  return told_;
+}
+
+void Warnings::RefuseIfStrict() const {
+  if (const std::size_t count = All().size(); strict_ && count > 0)
+    throw Failure("-strict: " + CountText(count, "warning") + ", so nothing was written");
+}
 
 std::string WithVisibleControls(const std::string& text) {
   std::string visible;
@@ -58,6 +85,24 @@ std::string WithVisibleControls(const std::string& text) {
     continuesControl = beginsControl;
   }
   return visible;
+}
+
+std::string ShellWord(const std::string& word) {
+  constexpr const char* kPlain =
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_@%+=:,./-";
+  if (word.empty()) return "''";
+  // zsh takes a word that begins with = as the name of a command.
+  if (!word.starts_with('=') && word.find_first_not_of(kPlain) == std::string::npos) return word;
+  if (WithVisibleControls(word) != word) {
+    std::string escaped;
+    for (const char c : word) escaped.append(c == '\'' || c == '\\' ? "\\" : "").append(1, c);
+    return "$'" + WithVisibleControls(escaped) + "'";
+  }
+  // Without empty quotes: wordexp reads '' as a word of its own.
+  std::vector<std::string> pieces;
+  for (const std::string& piece : Split(word, '\''))
+    pieces.push_back(piece.empty() ? "" : std::string("'").append(piece).append("'"));
+  return Joined(pieces, "\\'");
 }
 
 }  // namespace lumomixcalc::standalone

@@ -4,6 +4,7 @@
 #include <map>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "standalone/base/texts.h"
 
@@ -74,8 +75,35 @@ void WriteToStandardError(const std::string& sentence);
 void Tell(const std::string& sentence);
 void Warn(const std::string& sentence);
 
+// The warnings of a run: as long as this object lives, it keeps them and lets each be told once.
+// There may be one at a time.
+class Warnings {
+ public:
+  explicit Warnings(bool strict) : strict_(strict) { Become(this); }
+  ~Warnings() { Become(nullptr); }
+  Warnings(const Warnings&) = delete;
+  Warnings& operator=(const Warnings&) = delete;
+
+  // As they were told, without "warning: ", in their order.
+  std::vector<std::string> All() const;
+
+  // Throws Failure when there are any and the run is strict. To be called before it publishes.
+  void RefuseIfStrict() const;
+
+ private:
+  friend void Warn(const std::string& sentence);
+  static void Become(Warnings* kept);
+
+  bool strict_;
+  std::vector<std::string> told_;
+};
+
 // The text with control characters written as \x1b and the like, so that they do nothing to a
 // terminal.
 std::string WithVisibleControls(const std::string& text);
+
+// The word quoted for a shell: unchanged, or in single quotes. A word with control characters is
+// written as $'...', which bash, zsh and ksh understand.
+std::string ShellWord(const std::string& word);
 
 }  // namespace lumomixcalc::standalone

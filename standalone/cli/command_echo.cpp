@@ -72,28 +72,6 @@ std::vector<std::string> EchoOptions(HostState& host) {
   return options;
 }
 
-bool ClampHasNoEffect(const std::vector<std::string>& echoedOptions, const DataMode& mode) {
-  return mode.complex && std::ranges::find(echoedOptions, "-clamp") != echoedOptions.end();
-}
-
-std::string ShellWord(const std::string& word) {
-  constexpr const char* kPlain =
-      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_@%+=:,./-";
-  if (word.empty()) return "''";
-  // zsh takes a word that begins with = as the name of a command.
-  if (!word.starts_with('=') && word.find_first_not_of(kPlain) == std::string::npos) return word;
-  if (WithVisibleControls(word) != word) {
-    std::string escaped;
-    for (const char c : word) escaped.append(c == '\'' || c == '\\' ? "\\" : "").append(1, c);
-    return "$'" + WithVisibleControls(escaped) + "'";
-  }
-  // Without empty quotes: wordexp reads '' as a word of its own.
-  std::vector<std::string> pieces;
-  for (const std::string& piece : Split(word, '\''))
-    pieces.push_back(piece.empty() ? "" : std::string("'").append(piece).append("'"));
-  return Joined(pieces, "\\'");
-}
-
 std::vector<std::string> ArgumentsOf(const std::string& command) {
   std::vector<std::string> words;
   wordexp_t split = {};

@@ -12,10 +12,6 @@ namespace lumomixcalc::standalone {
 // the panel's fields, or without a panel from the command line.
 std::vector<std::string> EchoOptions(HostState& host);
 
-// The word quoted for a shell: unchanged, or in single quotes. A word with control characters is
-// written as $'...', which bash, zsh and ksh understand.
-std::string ShellWord(const std::string& word);
-
 // The arguments of a command of this program, split as a shell does. Throws WrongCommandLine when
 // the text is not such a command.
 std::vector<std::string> ArgumentsOf(const std::string& command);
@@ -27,8 +23,5 @@ std::vector<std::string> HostArguments(const Job& job);
 // that affect the result, and the options that the application echoed, which are quoted already.
 std::string ReproducingCommand(const Job& job, const Registration& registration,
                                const std::vector<std::string>& echoedOptions);
-
-// Whether -clamp is given but has no effect, because the output is complex.
-bool ClampHasNoEffect(const std::vector<std::string>& echoedOptions, const DataMode& mode);
 
 }  // namespace lumomixcalc::standalone

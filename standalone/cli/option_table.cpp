@@ -231,12 +231,14 @@ constexpr HostOption kHostOptions[] = {
      "the folder NAME.parts; existing parts are skipped",
      kUnechoed<&Job::part>},
     {"-join", "", 1, "NAME.vrt", "; the name of a mosaic of parts must end in .vrt",
-     "make the mosaic of all parts; with -overwrite, -stats=, -quiet\n"
-     "alone",
+     "make the mosaic of all parts; with -overwrite, -stats=, -strict,\n"
+     "-quiet alone",
      kAction<kJoin>, AnyFile, true},
     {"-overwrite", "", 0, "", "",
      "replace the output, which may be an input, and the file of -stats=",
      kUnechoed<&Job::overwrite>, nullptr, true},
+    {"-strict", "", 0, "", "", "let a warning fail the run, with nothing written",
+     kUnechoed<&Job::strict>, nullptr, true},
     {"-check", "", 0, "", "",
      "check the files and options and print the name of the output;\n"
      "compute and write nothing",

@@ -71,7 +71,8 @@ void CheckJoin(const std::vector<std::string>& arguments) {
   for (const std::string& argument : arguments)
     if (const HostOption* const option = FindHostOption(NameOf(argument));
         !option || !option->joins)
-      throw WrongCommandLine(argument + ": -join= goes with -overwrite, -stats= and -quiet alone");
+      throw WrongCommandLine(argument +
+                             ": -join= goes with -overwrite, -stats=, -strict and -quiet alone");
 }
 
 void CheckPart(const Options& options) {
@@ -86,8 +87,6 @@ void CheckPart(const Options& options) {
 void CheckSelection(const Selection& selection) {
   if (selection.region && selection.window)
     throw WrongCommandLine("-region= and -window= exclude each other");
-  if (selection.resampling != Resampling::kNearest && selection.resolution == 1)
-    Warn("-resampling= has no effect without -resolution=");
 }
 
 // The end of the application's sentence about an argument: what was expected.
@@ -223,8 +222,8 @@ void CheckInputs(Options& options, HostState& host, const std::string& chosen) {
   for (const DeclaredStream& input : host.registration.inputs) {
     if (given.contains(input.number) == read.contains(input.number)) continue;
     if (given.contains(input.number)) {
-      Warn(chosen + " does not read " + FileWord(input) + "; " + given[input.number] +
-           " is not used");
+      options.job.warnings.push_back(chosen + " does not read " + FileWord(input) + "; " +
+                                     given[input.number] + " is not used");
       given.erase(input.number);
       continue;
     }

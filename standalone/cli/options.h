@@ -87,7 +87,7 @@ void ReadApplicationOptions(const std::vector<std::string>& arguments, HostState
 void PlaceFiles(Options& options, const Registration& registration);
 
 // Asks the application which inputs it reads. Throws WrongCommandLine when one of them is missing.
-// Warns of an input that is not read and leaves it out of the job, so that it is not opened.
+// Has the run warn of an input that is not read, and leaves it out, so that it is not opened.
 // operatorOption is the option that made the choice, for messages.
 void CheckInputs(Options& options, HostState& host, const std::string& operatorOption);
 

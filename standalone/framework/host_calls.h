@@ -92,7 +92,7 @@ struct HostState {
   std::vector<std::string> arguments;  // those left to the application
   // The numbers read last, by the name of their option; empty when it was not given.
   std::map<std::string, std::vector<float>> realOptions;
-  std::vector<std::string> echoedOptions;  // what IPAppendCommand added
+  std::vector<std::string> echoedOptions;  // what IPAppendCommand added last
 };
 
 HostState& TheHostState();

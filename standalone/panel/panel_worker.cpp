@@ -92,8 +92,6 @@ void PanelWorker::MakePreview(const Job& job, const View& view, int number,
         Deliver([this, position, image] { listener_.imageMade(position, image); });
       });
   findings.inputs = inputs;
-  if (findings.plan && ClampHasNoEffect(options, *findings.plan->mode))
-    findings.warnings.emplace_back("A complex output is not clamped.");
   Deliver([this, findings, number] {
     if (number == newestPreview_) listener_.previewMade(findings);
   });

@@ -37,20 +37,12 @@ std::string AsSentence(const char* message) {
   return text.empty() ? kNoReason : text;
 }
 
-std::mutex shownWarningsMutex;
-std::set<std::string> shownWarnings;
-
-bool IsNewWarning(const std::string& text) {
-  const std::lock_guard lock(shownWarningsMutex);
-  return shownWarnings.insert(text).second;
-}
-
 void CPL_STDCALL Handle(CPLErr severity, CPLErrorNum number, const char* message) {
   // The metadata that a format keeps in an extra file would be lost.
   const bool losesMetadata = STARTS_WITH(message, "Unable to save auxiliary information");
   const std::string text = AsSentence(message);
   if (severity == CE_Warning && !losesMetadata) {
-    if (IsNewWarning(text)) Warn(text);
+    Warn(text);
   } else if (severity == CE_Warning || severity == CE_Failure) {
     if (ofThisThread) return ofThisThread->Add(text);
     const std::lock_guard lock(failuresMutex);
@@ -108,11 +100,6 @@ std::string GdalFailures::First() const {
   if (first_.empty()) return error;
   const bool explains = !DiskFailed() || first_.find(error) != std::string::npos;
   return explains ? first_ : first_ + ": " + error;
-}
-
-void ForgetShownWarnings() {
-  const std::lock_guard lock(shownWarningsMutex);
-  shownWarnings.clear();
 }
 
 }  // namespace lumomixcalc::standalone

@@ -5,7 +5,7 @@
 namespace lumomixcalc::standalone {
 
 // Prepares GDAL for the runs of this host: configuration, drivers, and an error handler that
-// collects the failures of all threads and shows each warning once. GDAL reports most write errors
+// collects the failures of all threads and passes warnings to Warn. GDAL reports most write errors
 // only to the handler: the calls that write, flush and close return success. Call this once in the
 // process, before any other GDAL call. Configuration that the user has set is kept.
 void SetUpGdal();
@@ -32,8 +32,5 @@ class GdalFailures {
   GdalFailures* outer_;  // what took the failures of this thread before
   std::string first_;
 };
-
-// From now on, GDAL's warnings are shown again, each once. For the beginning of a run.
-void ForgetShownWarnings();
 
 }  // namespace lumomixcalc::standalone

@@ -346,6 +346,20 @@ void RasterInput::Resample(const Elements& full, const PixelWindow& source,
     if (std::isnan(out.values[i]) && masked[i] != kMissing) out.values[i] = masked[i];
 }
 
+std::string RasterInput::PassedOver() const {
+  // A name and a description of each. Overviews and masks of a TIFF are not among them.
+  const CPLStringList listed(dataset_->GetMetadata("SUBDATASETS"), FALSE);
+  if (listed.Count() < 4) return "";
+  const std::string count = std::to_string(listed.Count() / 2);
+  const std::string second = listed.FetchNameValueDef("SUBDATASET_2_NAME", "");
+  const std::string hint = Describe() + " holds " + count +
+                           " images, and only one is read; name another as " + second + "; ";
+  if (!second.starts_with("GTIFF_DIR:"))
+    return hint + "gdalinfo " + ShellWord(name_) + " lists them";
+  return hint + "gdalbuildvrt -separate pages.vrt GTIFF_DIR:{1.." + count +
+         "}:" + ShellWord(name_) + " makes them bands of one file";
+}
+
 std::vector<std::string> RasterInput::Losses() const {
   std::vector<std::string> losses;
   if (!lostDigits_.empty())

@@ -53,6 +53,10 @@ class RasterInput {
   // "name (label)".
   std::string Describe() const { return name_ + " (" + label_ + ")"; }
 
+  // A sentence about the images of the file that are not read because the name is that of the file
+  // alone, and how to name them. Empty when there are none.
+  std::string PassedOver() const;
+
   // Makes all inputs that were told so read with GDAL one at a time.
   void ReadByTurns() { byTurns_ = true; }
 

@@ -194,13 +194,14 @@ void RasterOutput::Write(int band, int firstRow, int rows, const float* values,
 }
 
 void RasterOutput::Change(const std::function<void(GDALDataset&)>& change) {
+  if (!dataset_) dataset_.reset(GDALDataset::Open(file_.c_str(), GDAL_OF_UPDATE));
   const GdalFailures failures;
-  change(*dataset_);
+  if (dataset_) change(*dataset_);
   if (failures.Any()) FailToWrite(failures.First());
 }
 
-void RasterOutput::Publish(const std::stop_token& stop) {
-  Complete(stop);
+void RasterOutput::Complete(const std::stop_token& stop) {
+  WriteFile(stop);
   const GDALDatasetUniquePtr wanted = DescribedZeros(plan_, plan_.columns, plan_.rows);
   for (GDALRasterBand* const band : wanted->GetBands())
     if (noData_) band->SetNoDataValue(*noData_);
@@ -211,13 +212,13 @@ void RasterOutput::Publish(const std::stop_token& stop) {
               ? ""
               : ": " + CountText(changes.count, "value") + " changed, the first from " +
                     ShortestText(changes.from) + " to " + ShortestText(changes.to)));
-    // Its statistics describe other values.
-    if (workFile_ == file_) dataset_.reset(GDALDataset::Open(file_.c_str(), GDAL_OF_UPDATE));
-    if (dataset_) {
-      RemoveStatistics(*dataset_);
-      Complete(stop);
-    }
+    Change(RemoveStatistics);  // they describe other values
+    if (dataset_) WriteFile(stop);
   }
+}
+
+void RasterOutput::Publish(const std::stop_token& stop) {
+  if (dataset_ && workFile_ == file_) Close(std::move(dataset_));
   dataset_.reset();
   for (const fs::directory_entry& entry : fs::directory_iterator(publication_.Folder()))
     ReplaceNameAtHead(entry.path(), file_.string(), plan_.target.string());
@@ -227,7 +228,7 @@ void RasterOutput::Publish(const std::stop_token& stop) {
 }
 
 // Closes the file, or makes it as a copy of the TIFF, which stays open.
-void RasterOutput::Complete(const std::stop_token& stop) {
+void RasterOutput::WriteFile(const std::stop_token& stop) {
   if (workFile_ == file_) return Close(std::move(dataset_));
   const GDALProgressFunc goesOn = [](double, const char*, void* argument) {
     return static_cast<const std::stop_token*>(argument)->stop_requested() ? FALSE : TRUE;

@@ -70,18 +70,23 @@ class RasterOutput {
   // many rows are written.
   std::int64_t CacheBytes(int stripRows) const;
 
-  // Completes the file, reads it back to check that it is whole, and moves it to its place. Throws
-  // Failure, and Cancelled when a stop is requested before that.
-  void Publish(const std::stop_token& stop);
-
-  // Changes metadata of the output. Throws Failure when that cannot be written.
+  // Changes metadata of the output. Throws Failure when that cannot be written. If the file is
+  // complete, it is opened again; one that cannot be changed then stays as it is.
   void Change(const std::function<void(GDALDataset&)>& change);
+
+  // Completes the file and reads it back to check that it is whole. Warns of what it does not hold.
+  // Throws Failure, and Cancelled when a stop is requested.
+  void Complete(const std::stop_token& stop);
+
+  // Moves the complete file to its place. Throws Failure, and Cancelled when a stop is requested
+  // before that.
+  void Publish(const std::stop_token& stop);
 
  private:
   void Create(const OutputFormat& format, const std::vector<std::string>& options);
   void CheckPlaces();
   void LayOutRows();
-  void Complete(const std::stop_token& stop);
+  void WriteFile(const std::stop_token& stop);
   void Close(GDALDatasetUniquePtr dataset);
   void WriteToDisk();
   [[noreturn]] void FailToWrite(const std::string& reason);

@@ -1,12 +1,12 @@
 #include "standalone/runs/description.h"
 
-#include <cpl_error.h>
 #include <cpl_string.h>
 #include <gdal_priv.h>
 
 #include <algorithm>
 #include <array>
 
+#include "standalone/base/messages.h"
 #include "standalone/rasters/georeferencing.h"
 
 namespace lumomixcalc::standalone {
@@ -59,8 +59,7 @@ void DescribeOutput(const RunPlan& plan, const std::vector<RunInput>& inputs, GD
           inputs, [](GDALDataset& dataset) { return dataset.GetMetadata("RPC") != nullptr; }))
     CopyRpc(*input, placement, output);
   if (FirstThat(inputs, [](GDALDataset& dataset) { return dataset.GetMetadata("GEOLOCATION"); }))
-    CPLError(CE_Warning, CPLE_AppDefined,  // which is shown once
-             "the output does not hold the geolocation arrays of the input");
+    Warn("the output does not hold the geolocation arrays of the input");
   if (GDALDataset* const input = FirstThat(
           inputs, [](GDALDataset& dataset) { return CSLCount(dataset.GetMetadata()) > 0; }))
     CopyMetadata(*input, output);

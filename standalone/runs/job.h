@@ -35,7 +35,9 @@ struct Job {
   std::optional<double> outputNoData;    // the no-data value of the output
   std::string statisticsFile;            // "-" for standard output; empty for none
   bool overwrite = false;
-  std::optional<PartNumber> part;  // of the output; empty for all of it
+  bool strict = false;                // a warning fails the run
+  std::vector<std::string> warnings;  // of the command line, which the run gives
+  std::optional<PartNumber> part;     // of the output; empty for all of it
 };
 
 // Rasters that a run reads in place of the files of its job, by stream number.

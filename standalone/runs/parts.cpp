@@ -229,6 +229,17 @@ void ReadBackMosaic(const fs::path& file, const fs::path& target) {
                   ": it does not read back: " + failures.First());
 }
 
+// Gives the warnings of a part, but for those that earlier parts gave with another example after
+// the last colon.
+void RepeatWarnings(const std::vector<std::string>& ofPart, const Warnings& warnings) {
+  const std::vector<std::string> earlier = warnings.All();
+  for (const std::string& warning : ofPart) {
+    const std::string kind = warning.substr(0, warning.rfind(": "));
+    if (std::ranges::none_of(earlier, [&](const auto& told) { return told.starts_with(kind); }))
+      Warn(warning);
+  }
+}
+
 // The rows of a block in the TIFF that a run of the whole output would make with these options.
 int BlockRowsOf(const RunPlan& whole, const std::vector<std::string>& creationOptions) {
   CPLStringList options = CreationOptions(whole.format, creationOptions);
@@ -301,7 +312,7 @@ void Part::StoreFacts(const RunReport& report, GDALDataset& raster) const {
 }
 
 RunReport JoinParts(const std::string& name, const Job& job) {
-  ForgetShownWarnings();
+  const Warnings warnings(job.strict);
   const fs::path target = ResolveOutput(name, job.overwrite);
   const fs::path folder = FolderOfParts(target);
   const int count = CountOfParts(folder, 0);
@@ -326,16 +337,19 @@ RunReport JoinParts(const std::string& name, const Job& job) {
     report.seconds += part.seconds;
     report.imaginaryParts |= part.imaginaryParts;
     for (std::size_t i = 0; i < report.bands.size(); ++i) report.bands[i].AddPart(part.bands[i]);
+    RepeatWarnings(part.warnings, warnings);
   }
 
   Publication publication(target, job.overwrite, {});
   const fs::path file = publication.Folder() / target.filename();
   WriteMosaic(file, folder, parts, report);
   ReadBackMosaic(file, target);
+  WarnOfResults(report);
+  report.warnings = warnings.All();
+  warnings.RefuseIfStrict();
   if (reportFile) reportFile->Write(report);
   publication.Publish();
   if (reportFile) reportFile->Publish();
-  WarnOfResults(report);
   return report;
 }
 

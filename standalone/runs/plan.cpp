@@ -40,6 +40,8 @@ void OpenInputs(const Job& job, HostState& host, InputDatasets& datasets, Planne
   CheckParameters(host);
   std::erase_if(run.inputs, [&](const RunInput& input) { return !read.contains(input.stream); });
   if (run.inputs.empty()) throw Failure("the application reads none of the input files");
+  for (const RunInput& input : run.inputs)
+    if (const std::string others = input.raster->PassedOver(); !others.empty()) Warn(others);
 }
 
 std::string SizeAndBands(const RasterInput& raster) {
@@ -136,6 +138,7 @@ std::optional<double> OutputNoData(const Job& job, const RunPlan& plan,
 
 PlannedRun PlanRun(const Job& job, const std::string& command, HostState& host,
                    InputDatasets datasets) {
+  for (const std::string& warning : job.warnings) Warn(warning);
   PlannedRun run;
   RunPlan& plan = run.plan;
   plan.command = command;
@@ -152,6 +155,10 @@ PlannedRun PlanRun(const Job& job, const std::string& command, HostState& host,
   plan.resampling = job.selection.resampling;
   plan.elements = job.elements;
   plan.noData = OutputNoData(job, plan, inputs);
+  if (plan.resampling != Resampling::kNearest && plan.grid.resolution == 1)
+    Warn("the resampling method has no effect at full resolution");
+  if (plan.mode->complex && std::ranges::count(host.echoedOptions, "-clamp") > 0)
+    Warn("a complex output is not clamped");
   if (plan.format.driver) CheckThatFormatHolds(plan.format, *plan.mode);
   return run;
 }

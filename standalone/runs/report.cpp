@@ -164,6 +164,9 @@ CPLJSONObject AsJson(const RunReport& report, bool exact) {
   for (std::size_t i = 0; i < report.bands.size(); ++i)
     bands.Add(AsJson(report.bands[i], static_cast<int>(i) + 1, exact));
   object.Add("bands", bands);
+  CPLJSONArray warnings;
+  for (const std::string& warning : report.warnings) warnings.Add(Utf8(warning));
+  object.Add("warnings", warnings);
   if (!exact) return object;
   object.Add("imaginary_parts", report.imaginaryParts);
   return object;
@@ -182,6 +185,8 @@ std::optional<RunReport> ReadReport(const CPLJSONObject& object) {
   const CPLJSONArray bands = object.GetArray("bands");
   for (int i = 0; i < bands.Size(); ++i) report.bands.push_back(ReadBand(bands[i]));
   report.imaginaryParts = object.GetBool("imaginary_parts");
+  const CPLJSONArray warnings = object.GetArray("warnings");
+  for (int i = 0; i < warnings.Size(); ++i) report.warnings.push_back(warnings[i].ToString());
   return report;
 }
 

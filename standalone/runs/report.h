@@ -22,6 +22,7 @@ struct RunReport {
   double seconds = 0;
   std::vector<BandStatistics> bands;  // of the output
   bool imaginaryParts = false;        // a result, even of a real mode, has one other than zero
+  std::vector<std::string> warnings;
 };
 
 // Warns when the mode loses a part of the results, and when a smaller mode would hold all of them.

@@ -70,10 +70,12 @@ class BatchRun {
  public:
   // Plans the run and checks what can be checked before it. No file is made.
   BatchRun(const Job& job, const std::string& command, HostState& host)
-      : host_(host), run_(PlanRun(job, command, host)) {
+      : warnings_(job.strict), host_(host), run_(PlanRun(job, command, host)) {
     if (job.part) {
       part_.emplace(job, run_);
       done_ = part_->ReportIfDone();
+      if (done_)
+        for (const std::string& warning : done_->warnings) Warn(warning);
     }
     const RunPlan& plan = Plan();
     const std::filesystem::path target =
@@ -89,38 +91,53 @@ class BatchRun {
                     FollowLinks(job.statisticsFile), describe, part_.has_value()});
   }
 
+  ~BatchRun() {
+    std::error_code isNotEmpty;
+    if (madeFolder_) std::filesystem::remove(output_.target.parent_path(), isNotEmpty);
+  }
+
   const RunPlan& Plan() const { return part_ ? part_->Plan() : run_.plan; }
 
-  // Has a format that can only copy a whole raster copy a small one, in memory.
-  void TryFormat() const {
+  // Has a format that can only copy a whole raster copy a small one, in memory. Throws Failure.
+  void Try() const {
     MakeTrial(output_, "/vsimem/lumomixcalc/" + output_.target.filename().string());
     VSIRmdirRecursive("/vsimem/lumomixcalc");
+    warnings_.RefuseIfStrict();
   }
 
   RunReport Make(const RunControl& control) {
+    warnings_.RefuseIfStrict();  // before a long computation
     if (done_) return *done_;
-    if (part_) std::filesystem::create_directory(output_.target.parent_path());
+    if (part_) madeFolder_ = std::filesystem::create_directory(output_.target.parent_path());
     RunReport report(Plan());
     RasterOutput output(output_);
     Compute(output, control, report);
-    // If the report cannot be written, the run fails before the output is published. After that the
-    // report is only renamed, which rarely fails.
-    if (reportFile_) reportFile_->Write(report);
-    if (part_) {
-      // Another run may have made the same part in the meantime.
-      if (const std::optional<RunReport> done = part_->ReportIfDone()) return *done;
-      output.Change([&](GDALDataset& dataset) { part_->StoreFacts(report, dataset); });
-    }
-    output.Publish(control.stop);
-    if (reportFile_) reportFile_->Publish();
     for (const RunInput& input : run_.inputs)
       for (const std::string& loss : input.raster->Losses()) Warn(loss);
     if (!part_) WarnOfResults(report);
+    StoreWarnings(output, report);
+    output.Complete(control.stop);
+    if (warnings_.All() != report.warnings) StoreWarnings(output, report);
+    warnings_.RefuseIfStrict();
+    // If the report cannot be written, the run fails before the output is published. After that the
+    // report is only renamed, which rarely fails.
+    if (reportFile_) reportFile_->Write(report);
+    // Another run may have made the same part in the meantime.
+    if (part_)
+      if (const std::optional<RunReport> done = part_->ReportIfDone()) return *done;
+    output.Publish(control.stop);
+    if (reportFile_) reportFile_->Publish();
     return report;
   }
 
  private:
-  // Computes and writes all elements, and completes the report.
+  // Puts the warnings so far into the report, and a part's report into its file.
+  void StoreWarnings(RasterOutput& output, RunReport& report) const {
+    report.warnings = warnings_.All();
+    if (part_) output.Change([&](GDALDataset& dataset) { part_->StoreFacts(report, dataset); });
+  }
+
+  // Computes and writes all elements, and completes the report but for the warnings.
   void Compute(RasterOutput& output, const RunControl& control, RunReport& report) {
     const RunPlan& plan = report.plan;
     if (plan.noData) output.DeclareNoData(*plan.noData);
@@ -138,18 +155,19 @@ class BatchRun {
   }
 
   std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+  Warnings warnings_;
   HostState& host_;
   PlannedRun run_;  // of the whole output
   std::optional<Part> part_;
   std::optional<RunReport> done_;  // of the part if it exists
   std::optional<ReportFile> reportFile_;
   OutputPlan output_;
+  bool madeFolder_ = false;  // of the parts
 };
 
 // Calls act. Exceptions that do not name the output become failures that do.
 template <typename Act>
 auto NamingOutput(const std::string& output, const Act& act) {
-  ForgetShownWarnings();
   try {
     return act();
   } catch (const std::bad_alloc&) {
@@ -191,7 +209,7 @@ RunPlan CheckRun(const Job& job, const std::string& command, HostState& host) {
   if (job.output.empty()) return PlanRun(job, command, host).plan;
   return NamingOutput(job.output, [&] {
     const BatchRun run(job, command, host);
-    run.TryFormat();
+    run.Try();
     return run.Plan();
   });
 }

@@ -122,6 +122,24 @@ class Inputs(FileTest):
         header.write_text(header.read_text().replace("byte order = 0", "byte order = 1"))
         equal(self.result(self.b, COPY), RAMP[0])
 
+    def test_images_that_are_passed_over_are_told_of(self):
+        pages = self.path("it's.tif")
+        write(pages, RAMP)
+        for _ in range(2):
+            write(pages, RAMP[0], "APPEND_SUBDATASET=YES")
+        self.warned(f"{pages} (File1) holds 3 images, and only one is read; name another as "
+                    f"GTIFF_DIR:2:{pages}; gdalbuildvrt -separate pages.vrt GTIFF_DIR:{{1..3}}:"
+                    f"'{self.folder}/it'\\''s.tif' makes", pages, COPY)
+        write(self.b, RAMP, "NUMI=2", format="NITF", type="Byte")
+        self.warned(f"2 images, and only one is read; name another as NITF_IM:1:{self.b}; "
+                    f"gdalinfo {self.b} lists", self.b, COPY)
+        gdal.SetConfigOption("GDAL_TIFF_INTERNAL_MASK", "YES")
+        self.addCleanup(gdal.SetConfigOption, "GDAL_TIFF_INTERNAL_MASK", None)
+        write(self.a, RAMP[0], change=lambda dataset: dataset.CreateMaskBand(gdal.GMF_PER_DATASET))
+        gdal.Open(self.a, gdal.GA_Update).BuildOverviews("NEAREST", [2])
+        for one in f"GTIFF_DIR:1:{pages}", self.a:
+            self.warned("", one, COPY)
+
     def test_containers_name_their_first_complex_raster(self):
         for named, types in (("first", "FF"), ("third", "FFC")):
             container = self.path(f"{named}.zarr")

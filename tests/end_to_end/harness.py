@@ -97,10 +97,17 @@ class ProgramTest(unittest.TestCase):
 
     def warned(self, text, *arguments):
         """A run that must succeed with one warning or note that has the text, or, without a text,
-        none."""
-        stderr = self.done(*arguments, self.out, "-overwrite").stderr
-        self.assertRegex(stderr, rf"\A(lumomixcalc: (warning|note): .*{re.escape(text)}.*\n)\Z"
+        none. A warning must be in the report, and with -strict refuse the run."""
+        arguments = *arguments, self.out, "-overwrite"
+        result = self.done(*arguments, "-stats=-")
+        self.assertRegex(result.stderr, rf"\A(lumomixcalc: (warning|note): .*{re.escape(text)}.*\n)\Z"
                          if text else r"\A\Z")
+        warnings = re.findall("^lumomixcalc: warning: (.*)", result.stderr)
+        self.assertEqual(strict_json(result.stdout)["warnings"], warnings)
+        if warnings:
+            self.refused("-strict: 1 warning", *arguments, "-strict")
+        else:
+            self.done(*arguments, "-strict")
 
     def refused(self, named, *arguments, status=GIVEN_UP, **options):
         """A run that must end with a status and one sentence that has the text named in it, and

@@ -23,7 +23,7 @@ TEST_F(PanelWindowTest, EditsReachTheRunAndTheCommandThatRepeatsIt) {
     Set(field, text);
     EXPECT_NE(CurrentCommand(), before);
   }
-  EXPECT_EQ(TextOf("Notes"), "\u2022 A complex output is not clamped.");
+  EXPECT_EQ(TextOf("Notes"), "\u2022 a complex output is not clamped");
   Run("done");
   EXPECT_TRUE(Told("band 2: minimum "));
   EXPECT_TRUE(CurrentCommand().ends_with(

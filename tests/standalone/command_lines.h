@@ -45,7 +45,7 @@ inline Options ReadCommandLine(const std::vector<std::string>& arguments) {
 inline auto Decisive(const Job& job) {
   // All fields are named, so that a new one must be considered here.
   auto [inputs, output, mode, format, creationOptions, selection, bands, elements, openOptions,
-        outputNoData, statisticsFile, overwrite, part] = job;
+        outputNoData, statisticsFile, overwrite, strict, warnings, part] = job;
   std::array parts = {gCoeffA[0], gCoeffA[1], gCoeffB[0], gCoeffB[1]};
   for (float& number : parts)
     if (std::isnan(number)) number = NAN;
