@@ -62,6 +62,7 @@ class Parts(harness.ProgramTest):
 
     def test_joined_parts_are_the_output_of_one_run(self):
         a, b, gain = (self.a,), (self.b,), "-operator=a1b"
+        write(self.path("doubles.tif"), 1.1 * REAL.astype(float))
         for count, *arguments in (
                 (8, *a, "-operator=1+b_pow_a", "-a=0.5:1", "-b=1", "-region=0:3:2100:8"),
                 (3, *b, gain, "-a=200", "-mode=int16"),
@@ -69,6 +70,7 @@ class Parts(harness.ProgramTest):
                 (2, *a, gain, "-mode=float32", "-region=0:5:2100:10"),
                 (2, *a, gain, "-a=9000", "-mode=cint16", "-region=0:10:2100:10"),
                 (2, *b, gain, "-mode=uint16", "-nodata=keep"),
+                (2, self.path("doubles.tif"), gain),  # each part has an example of its own
                 (2, *b, gain, "-b=0", "-a_nodata=0", "-oo=NUM_THREADS=1"),
                 (2, *b, gain, "-mode=byte", *TILES, "-co=COMPRESS=JPEG", "-region=0:2:2100:32"),
                 (3, *a, "-operator=a_phase_1", "-mode=float32", *TILES, "-bands=2,1,2"),
