@@ -156,6 +156,13 @@ TEST_F(ApplicationTest, EveryArgumentIsAppliedOrReported) {
   }
 }
 
+TEST_F(ApplicationTest, ShowsItsPartOfTheUsageText) {
+  EXPECT_EQ(CallBack(IP_SLOT_DISPLAY_USAGE),
+            (Calls{Message("Application-specific arguments:"),
+                   Message(R"(     [-a=real[:imaginary]] [-b=real[:imaginary]] \)"),
+                   Message("     [-operator=op] [-clamp]")}));
+}
+
 // Over floats of every kind, which are written as by printf's %g in the C locale.
 TEST_F(ApplicationTest, WritesTheOptionsThatReproduceTheParametersInEveryLocale) {
   std::mt19937 random;
