@@ -49,7 +49,7 @@ void OpenStandardDescriptors() {
 std::atomic<int> theSignal = 0;
 
 // Waits for a signal and ends the process at the latest a second later.
-void EndAtASignal(const sigset_t& signals, std::stop_source source) {
+void EndAtASignal(const sigset_t& signals, const std::stop_source& source) {
   int signal = 0;
   if (sigwait(&signals, &signal) != 0) return;
   theSignal = signal;

@@ -88,8 +88,8 @@ void PlaceFiles(Options& options, const Registration& registration);
 
 // Asks the application which inputs it reads. Throws WrongCommandLine when one of them is missing.
 // Has the run warn of an input that is not read, and leaves it out, so that it is not opened.
-// operatorOption is the option that made the choice, for messages.
-void CheckInputs(Options& options, HostState& host, const std::string& operatorOption);
+// chosen is the option that chose the operator, for messages.
+void CheckInputs(Options& options, HostState& host, const std::string& chosen);
 
 // The inputs, in their order, and the output.
 std::vector<DeclaredStream> AllStreams(const Registration& registration);

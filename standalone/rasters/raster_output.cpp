@@ -65,7 +65,7 @@ void MakeTrial(const OutputPlan& plan, const std::string& file) {
   const CPLStringList options = CreationOptions(plan.format, plan.creationOptions);
   if (!plan.format.CopiesOnly()) {
     constexpr int kSide = 16;  // failures are shown when the output itself has them
-    GDALDatasetUniquePtr(
+    const GDALDatasetUniquePtr made(
         driver.Create(file.c_str(), kSide, kSide, plan.bands, plan.mode->type, options.List()));
     return;
   }
