@@ -97,7 +97,10 @@ PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first)
 
 PanelWindow::~PanelWindow() {
   worker_.reset();
-  SaveSettings();
+  try {
+    SaveSettings();
+  } catch (...) {  // the settings of the last start stay
+  }
 }
 
 QWidget* PanelWindow::MakeSettings() {
