@@ -2,16 +2,19 @@
 
 include(GNUInstallDirs)
 
-install(FILES
-    ${PROJECT_SOURCE_DIR}/docs/lumomixcalc.1
-    ${PROJECT_SOURCE_DIR}/docs/lumomixcalc-slurm.1
-  DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
-  COMPONENT program)
-install(FILES ${PROJECT_SOURCE_DIR}/packaging/lumomixcalc.bash
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
-  RENAME lumomixcalc
-  COMPONENT program)
-install(PROGRAMS ${PROJECT_SOURCE_DIR}/packaging/slurm/lumomixcalc-slurm
+foreach(name IN ITEMS lumomixcalc lumomixcalc-coherence lumomixcalc-slurm)
+  install(FILES ${PROJECT_SOURCE_DIR}/docs/${name}.1
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
+    COMPONENT program)
+  # bash looks for a completion by the program's name.
+  install(FILES ${PROJECT_SOURCE_DIR}/packaging/lumomixcalc.bash
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+    RENAME ${name}
+    COMPONENT program)
+endforeach()
+install(PROGRAMS
+    ${PROJECT_SOURCE_DIR}/packaging/lumomixcalc-coherence
+    ${PROJECT_SOURCE_DIR}/packaging/lumomixcalc-slurm
   DESTINATION ${CMAKE_INSTALL_BINDIR}
   COMPONENT program)
 if(LUMOMIXCALC_PANEL)
@@ -22,13 +25,14 @@ if(LUMOMIXCALC_PANEL)
     DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps
     COMPONENT panel)
 endif()
-install(FILES
-    ${PROJECT_SOURCE_DIR}/README.md
-    ${PROJECT_SOURCE_DIR}/docs/arithmetic.md
-    ${PROJECT_SOURCE_DIR}/docs/batch_runs.md
-    ${PROJECT_SOURCE_DIR}/docs/clusters.md
+# In the folders of the tree, so that links between the pages hold.
+install(FILES ${PROJECT_SOURCE_DIR}/README.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR}
   COMPONENT program)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}
+  COMPONENT program
+  FILES_MATCHING PATTERN *.md PATTERN *.png)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME lumomixcalc)
@@ -48,7 +52,7 @@ set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION science)
 # Finds the libraries that the program needs from those that it is linked to.
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SHLIBDEPS ON)
 set(CPACK_COMPONENT_PROGRAM_DESCRIPTION
-  "The program lumomixcalc, for batch runs, with its manual page.")
+  "The program lumomixcalc, for batch runs, with its manual pages.")
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_RECOMMENDS lumomixcalc-panel)
 
 set(CPACK_DEBIAN_PANEL_PACKAGE_NAME lumomixcalc-panel)

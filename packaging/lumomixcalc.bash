@@ -1,5 +1,5 @@
-# Completion of lumomixcalc's command line for bash. The program itself names its options and their
-# known values.
+# Completion of the programs' command lines for bash. Each program itself names its options and
+# their known values.
 
 _lumomixcalc() {
   # The word as it was typed: bash has split it at "=" and ":".
@@ -21,4 +21,4 @@ _lumomixcalc() {
   [[ $word != *=* ]] || COMPREPLY=("${COMPREPLY[@]#*=}")
 }
 
-complete -F _lumomixcalc lumomixcalc
+complete -F _lumomixcalc lumomixcalc lumomixcalc-coherence lumomixcalc-slurm

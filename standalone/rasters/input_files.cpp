@@ -64,7 +64,7 @@ class Finder {
     char** const xml = raster.GetMetadata("xml:VRT");
     if (!xml) return;
     CPLXMLNode* const root = CPLParseXMLString(*xml);
-    AddSources(root, CPLGetPath(raster.GetDescription()), false);
+    AddSources(root, CPLGetPath(raster.GetDescription()));
     CPLDestroyXMLNode(root);
   }
 
@@ -87,27 +87,24 @@ class Finder {
 
  private:
   // folder is that of the VRT that holds the XML.
-  void AddSources(const CPLXMLNode* node, const std::string& folder, bool raw) {
+  void AddSources(const CPLXMLNode* node, const std::string& folder) {
     for (; node; node = node->psNext) {
       if (node->eType != CXT_Element) continue;
-      const bool isRaw = raw || EQUAL(CPLGetXMLValue(node, "subClass", ""), "VRTRawRasterBand");
-      AddSources(node->psChild, folder, isRaw);
+      AddSources(node->psChild, folder);
       if (!EQUAL(node->pszValue, "SourceFilename") && !EQUAL(node->pszValue, "SourceDataset"))
         continue;
       std::string source = CPLGetXMLValue(node, nullptr, "");
       if (EQUAL(CPLGetXMLValue(node, "relativeToVRT", "0"), "1"))
         source = CPLProjectRelativeFilename(folder.c_str(), source.c_str());
-      if (!known_.insert(source).second) continue;
+      if (!found_.sources.insert(source).second) continue;
       Add(source);
       sources_.push_back(source);
-      if (isRaw) found_.rawFiles.insert(fs::weakly_canonical(source));
     }
   }
 
   InputFiles& found_;
   std::set<std::string> added_;
-  std::set<std::string> known_;  // the names in sources_
-  std::vector<std::string> sources_;
+  std::vector<std::string> sources_;  // in the order of their finding
 };
 
 }  // namespace
@@ -128,9 +125,9 @@ void InputFiles::RefuseChanges() const {
                     " changed during the run; run again when nothing writes it");
 }
 
-bool InputFiles::ShareRawFile(const InputFiles& other) const {
+bool InputFiles::ShareSource(const InputFiles& other) const {
   return std::ranges::any_of(
-      rawFiles, [&](const std::string& file) { return other.rawFiles.contains(file); });
+      sources, [&](const std::string& source) { return other.sources.contains(source); });
 }
 
 }  // namespace lumomixcalc::standalone

@@ -23,14 +23,15 @@ struct InputFiles {
   // is no longer what it was when the file was added.
   void RefuseChanges() const;
 
-  // Whether bands of VRTs behind both inputs are bytes of the same raw file. GDAL reads such a file
-  // through one handle for the whole process, whose position a second thread would move.
-  bool ShareRawFile(const InputFiles& other) const;
+  // Whether VRTs behind both inputs name the same source. GDAL opens it once for both of them, and
+  // two threads that read through one dataset, or one handle of a raw file, get each other's
+  // elements.
+  bool ShareSource(const InputFiles& other) const;
 
   std::string name;
   std::vector<std::string> files;
   std::vector<struct stat> states;  // of files, in the same order; zeros for other than files
-  std::set<std::string> rawFiles;
+  std::set<std::string> sources;    // of VRTs, by the names that GDAL opens
 };
 
 }  // namespace lumomixcalc::standalone

@@ -35,7 +35,7 @@ void OpenInputs(const Job& job, HostState& host, InputDatasets& datasets, Planne
   }
   for (std::size_t i = 0; i < run.files.size(); ++i)
     for (const InputFiles& other : run.files)
-      if (&other != &run.files[i] && other.ShareRawFile(run.files[i]))
+      if (&other != &run.files[i] && other.ShareSource(run.files[i]))
         run.inputs[i].raster->ReadByTurns();
   CheckParameters(host);
   std::erase_if(run.inputs, [&](const RunInput& input) { return !read.contains(input.stream); });

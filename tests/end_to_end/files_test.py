@@ -65,7 +65,7 @@ class Inputs(FileTest):
         write(self.b, np.uint8([[127, 128, 255]]), "PIXELTYPE=SIGNEDBYTE")
         equal(self.result(self.b, COPY), [[127, -128, -1]])
 
-    def test_raw_file_of_two_inputs_is_read_by_turns(self):
+    def test_source_of_two_inputs_is_read_by_turns(self):
         noise = np.random.default_rng(3).normal(size=(2000, 2, 250)).astype(np.float32)
         noise.tofile(self.path("raw.bil"))
         for band in (1, 2):
@@ -76,10 +76,15 @@ class Inputs(FileTest):
                 f'</SourceFilename><ImageOffset>{1000 * (band - 1)}</ImageOffset><LineOffset>2000'
                 '</LineOffset><ByteOrder>LSB</ByteOrder></VRTRasterBand></VRTDataset>')
             gdal.BuildVRT(self.path(f"{band}{band}.vrt"), self.path(f"{band}.vrt"))
-        for one, other in (("1", "2"), ("11", "22"), ("11", "2"), ("1", "1")):
-            sums = noise[:, int(one[0]) - 1] + noise[:, int(other[0]) - 1]
+        write(self.path("bands.tif"), noise.swapaxes(0, 1), "TILED=YES", "COMPRESS=DEFLATE")
+        bands = f"vrt://{self.path('bands.tif')}?bands="
+        raw = self.folder + "/"
+        for one, other in ((raw + "1.vrt", raw + "2.vrt"), (raw + "11.vrt", raw + "22.vrt"),
+                           (raw + "11.vrt", raw + "2.vrt"), (raw + "1.vrt", raw + "1.vrt"),
+                           (bands + "1", bands + "2")):
+            sums = sum(noise[:, int(name.removesuffix(".vrt")[-1]) - 1] for name in (one, other))
             for _ in range(3):
-                equal(self.result(self.path(f"{one}.vrt"), self.path(f"{other}.vrt")), sums)
+                equal(self.result(one, other), sums)
 
     def test_files_behind_an_input_are_not_replaced(self):
         write(self.path("e.slc"), RAMP[0], format="ENVI", **bounds(RAMP))

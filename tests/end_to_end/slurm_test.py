@@ -12,7 +12,7 @@ import numpy as np
 
 import harness
 
-SUBMIT = str(Path(__file__).parents[2] / "packaging/slurm/lumomixcalc-slurm")
+SUBMIT = str(Path(__file__).parents[2] / "packaging/lumomixcalc-slurm")
 CONFIGURATION = """\
 ClusterName=test, SlurmctldHost={host}(127.0.0.1), SlurmctldPort={ports[0]}, SlurmdPort={ports[1]}
 CommunicationParameters=NoCtldInAddrAny,NoInAddrAny

@@ -34,12 +34,13 @@ told=$(QT_QPA_PLATFORM=none "$root/usr/bin/lumomixcalc" -panel 2>&1 || true)
 cp "$root/usr/bin/lumomixcalc" "$work" # alone, as without the panel's package
 told=$("$work/lumomixcalc" -panel 2>&1 || true)
 [[ $told == *'package lumomixcalc-panel'* ]] || fail "-panel does not name the package: $told"
-for file in man/man1/lumomixcalc.1 man/man1/lumomixcalc-slurm.1 bash-completion/completions/lumomixcalc \
+for file in man/man1/lumomixcalc{,-coherence,-slurm}.1 \
+  bash-completion/completions/lumomixcalc{,-coherence,-slurm} \
   applications/lumomixcalc.desktop icons/hicolor/scalable/apps/lumomixcalc.svg; do
   [[ -s $root/usr/share/$file ]] || fail "share/$file is not installed"
 done
 shown=$(sed -nE 's/^Exec=([^ ]*) %f$/\1/p' "$root/usr/share/applications/lumomixcalc.desktop")
-for program in lumomixcalc lumomixcalc-slurm lumomixcalc-panel "${shown:-none}"; do
+for program in lumomixcalc{,-coherence,-slurm,-panel} "${shown:-none}"; do
   [[ -x $root/usr/bin/$program ]] || fail "bin/$program is not a program"
 done
 dpkg --root="$root" --remove lumomixcalc-panel lumomixcalc >/dev/null 2>&1

@@ -19,9 +19,14 @@ for text in help manual; do
 done
 diff "$work/help.names" "$work/manual.names" # the help's are marked by <, the manual page's by >
 
-"$root/packaging/slurm/lumomixcalc-slurm" -help | sed -n 's/^Usage: //p' >"$work/usage"
-sed -n '/SYNOPSIS/,/^\.br/s/^\.[BIR]* //p' "$root/docs/lumomixcalc-slurm.1" >"$work/synopsis"
-diff <(tr -d ' \n' <"$work/usage") <(tr -d ' "\\\n' <"$work/synopsis")
+for script in lumomixcalc-coherence lumomixcalc-slurm; do
+  "$root/packaging/$script" -help >"$work/help"
+  sed -n 's/^Usage: //p' "$work/help" >"$work/usage"
+  sed -n '/SYNOPSIS/,/^\.br/s/^\.[BIR]* //p' "$root/docs/$script.1" >"$work/synopsis"
+  diff <(tr -d ' \n' <"$work/usage") <(sed 's/\\f.//g' "$work/synopsis" | tr -d ' "\\\n')
+done
+grep -oE -- '-[a-z]+=' "$root/docs/lumomixcalc-coherence.1" | sort -u |
+  diff - <(grep -oE -- '-[a-z]+=' <("$root/packaging/lumomixcalc-coherence" -help) | sort -u)
 
 # shellcheck source=/dev/null
 source "$root/packaging/lumomixcalc.bash"
@@ -29,15 +34,22 @@ source "$root/packaging/lumomixcalc.bash"
 cd "$work"
 told=
 compopt() { told+=" $*"; }
-for completed in -file1=help.n:help.names -looks:-looks= -operator=a1_:a1_conj_b2 \
+PATH=$(dirname "$1"):$root/packaging:$PATH
+completes() { # PROGRAM WORD:SHOWN...
+  COMP_WORDS=("$1")
+  for completed in "${@:2}"; do
+    COMP_LINE="$1 ${completed%:*}"
+    COMP_POINT=${#COMP_LINE}
+    _lumomixcalc || true
+    [[ ${COMPREPLY[*]} == "${completed#*:}" ]] || {
+      echo "The completion of $COMP_LINE is ${COMPREPLY[*]}, not ${completed#*:}." >&2
+      exit 1
+    }
+  done
+}
+completes lumomixcalc -file1=help.n:help.names -looks:-looks= -operator=a1_:a1_conj_b2 \
   -mode=cf:cfloat32 -overw:-overwrite -nodata=:keep -a:'-a_nodata= -a=' \
-  "-stats=$work/syn:$work/synopsis" "$work/usa:$work/usage"; do
-  COMP_WORDS=("$1") COMP_LINE="lumomixcalc ${completed%:*}"
-  COMP_POINT=${#COMP_LINE}
-  _lumomixcalc || true
-  [[ ${COMPREPLY[*]} == "${completed#*:}" ]] || {
-    echo "The completion of ${completed%:*} is ${COMPREPLY[*]}, not ${completed#*:}." >&2
-    exit 1
-  }
-done
+  "-stats=$work/syn:$work/synopsis" "$work/usa:$work/usage"
 [[ $told == *nospace* ]] # no blank after -looks=
+completes lumomixcalc-coherence -loo:-looks= -nodata=:keep -clamp:
+completes lumomixcalc-slurm -operator=a1_:a1_conj_b2 -part:
