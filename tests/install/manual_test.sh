@@ -49,7 +49,7 @@ completes() { # PROGRAM WORD:SHOWN...
 }
 completes lumomixcalc -file1=help.n:help.names -looks:-looks= -operator=a1_:a1_conj_b2 \
   -mode=cf:cfloat32 -overw:-overwrite -nodata=:keep -a:'-a_nodata= -a=' \
-  "-stats=$work/syn:$work/synopsis" "$work/usa:$work/usage"
+  -stats=./syn:./synopsis ./usa:./usage
 [[ $told == *nospace* ]] # no blank after -looks=
 completes lumomixcalc-coherence -loo:-looks= -nodata=:keep -clamp:
 completes lumomixcalc-slurm -operator=a1_:a1_conj_b2 -part:
