@@ -39,9 +39,10 @@ std::string SubdatasetHint(GDALDataset& container) {
   }
 }
 
-// GDAL has no type for signed 8-bit data before version 3.7: it is Byte with this metadata.
+// GDAL has no type for signed 8-bit data before version 3.7: it is Byte with this metadata. Later
+// versions warn when the item is asked for by its name.
 bool IsSignedByte(GDALRasterBand& band) {
-  const char* const pixelType = band.GetMetadataItem("PIXELTYPE", "IMAGE_STRUCTURE");
+  const char* const pixelType = CSLFetchNameValue(band.GetMetadata("IMAGE_STRUCTURE"), "PIXELTYPE");
   return band.GetRasterDataType() == GDT_Byte && pixelType && EQUAL(pixelType, "SIGNEDBYTE");
 }
 
