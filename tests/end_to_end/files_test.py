@@ -2,6 +2,7 @@
 # results in place of inputs, files beside them, the command that repeats a run, wrong commands.
 
 import os
+import shlex
 import shutil
 import stat
 import struct
@@ -137,7 +138,7 @@ class Inputs(FileTest):
                     f"'{self.folder}/it'\\''s.tif' makes", pages, COPY)
         write(self.b, RAMP, "NUMI=2", format="NITF", type="Byte")
         self.warned(f"2 images, and only one is read; name another as NITF_IM:1:{self.b}; "
-                    f"gdalinfo {self.b} lists", self.b, COPY)
+                    f"gdalinfo {shlex.quote(self.b)} lists", self.b, COPY)
         gdal.SetConfigOption("GDAL_TIFF_INTERNAL_MASK", "YES")
         self.addCleanup(gdal.SetConfigOption, "GDAL_TIFF_INTERNAL_MASK", None)
         write(self.a, RAMP[0], change=lambda dataset: dataset.CreateMaskBand(gdal.GMF_PER_DATASET))
