@@ -14,7 +14,7 @@ namespace {
 
 std::mutex sinkMutex;
 MessageSink theSink = WriteToStandardError;
-std::map<std::string, std::string> theFields;  // by option
+std::map<std::string, std::string> theFields;  // by option or setting
 Warnings* theWarnings = nullptr;
 
 MessageSink ExchangeSink(MessageSink sink) {
@@ -39,8 +39,10 @@ void Tell(const std::string& sentence) {
 }
 
 std::string SettingText(const std::string& option, const std::string& value) {
+  std::string setting = option + "=" + value;
+  if (const auto box = theFields.find(setting); box != theFields.end()) return box->second;
   const auto field = theFields.find(option);
-  if (field == theFields.end()) return option + "=" + value;
+  if (field == theFields.end()) return setting;
   return field->second + (value.empty() ? "" : " ") + value;
 }
 

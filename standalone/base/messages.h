@@ -62,8 +62,8 @@ class MessageRedirection {
 // form, "Region 0:0:8:8".
 std::string SettingText(const std::string& option, const std::string& value = "");
 
-// Names settings by these fields from now on, by option; the others keep their options. Call it
-// before another thread makes messages.
+// Names settings by these fields from now on, by option, or by option and value, "-NAME=VALUE", for
+// a check box; the others keep their options. Call it before another thread makes messages.
 void NameFields(std::map<std::string, std::string> fields);
 
 // Writes a sentence as a line on standard error, with the program's name before it.

@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 #include <numeric>
 #include <system_error>
 #include <utility>
@@ -17,7 +18,13 @@ template <typename Number>
 std::string Shortest(Number value) {
   if (std::isnan(value)) return "nan";  // to_chars shows the sign of a NaN, which says nothing
   char text[64];
-  return {text, std::to_chars(std::begin(text), std::end(text), value).ptr};
+  char* const end = std::end(text);
+  // Left to itself, to_chars writes 500000 as 5e+05 because that is shorter.
+  const Number size = std::abs(value);
+  const bool plain = size >= static_cast<Number>(1e-4) &&
+                     size < std::ldexp(Number{1}, std::numeric_limits<Number>::digits);
+  return {text, plain ? std::to_chars(text, end, value, std::chars_format::fixed).ptr
+                      : std::to_chars(text, end, value).ptr};
 }
 
 template <typename Number>

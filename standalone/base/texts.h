@@ -25,7 +25,8 @@ std::optional<int> ParseInt(std::string_view text);
 int ParseRealArgument(std::string_view argument, std::string_view name, int maxCount,
                       float* values);
 
-// The shortest decimal number that reads back as the same value.
+// The number with the fewest digits that reads back as the same value; with an exponent only when
+// it is very large or small.
 std::string ShortestText(float value);
 std::string ShortestText(double value);
 

@@ -30,6 +30,8 @@ std::vector<Number> Numbers(const std::string& text, char separator,
 
 std::string ToText(double number) { return ShortestText(number); }
 
+Texts ExtentNames() { return {"intersection"}; }
+
 Texts ResamplingNames() {
   Texts names;
   for (const ResamplingMethod& method : kResamplingMethods) names.emplace_back(method.name);
@@ -85,6 +87,12 @@ template <typename Value>
 Texts Echo(const std::optional<Value>& value) {
   return value ? Texts{ToText(*value)} : Texts();
 }
+
+bool Read(const std::string& text, Extent& extent) {
+  extent = Extent::kIntersection;
+  return text == ExtentNames().front();
+}
+Texts Echo(Extent extent) { return extent == Extent::kSame ? Texts() : ExtentNames(); }
 
 bool Read(const std::string& text, int& resolution) {
   return (resolution = ParseInt(text).value_or(0)) >= 1;
@@ -190,6 +198,10 @@ constexpr HostOption kHostOptions[] = {
      kField<&Job::format>},
     {"-co", "-co", 1, "NAME=VALUE", "", "creation option of the format; may be repeated",
      kField<&Job::creationOptions>},
+    {"-extent", "", 1, "intersection", ", the area that the inputs share",
+     "combine inputs of different extents on one grid over the area\n"
+     "that they share, in which -region= and -window= then lie",
+     kField<&Job::selection, &Selection::extent>, ExtentNames},
     {"-region", "-srcwin", 4, "X:Y:WIDTH:HEIGHT", ", whole pixels, such as -region=0:0:512:512",
      "only these pixels of the first input read", kField<&Job::selection, &Selection::region>},
     {"-window", "-projwin", 4, "XMIN:YMIN:XMAX:YMAX",

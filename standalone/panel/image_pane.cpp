@@ -28,7 +28,7 @@ ImagePane::ImagePane(const QString& title, const QComboBox& stretch, const Sight
   };
 }
 
-void ImagePane::Show(const PreviewImage& image, QSize inputs) {
+void ImagePane::Show(const PreviewImage& image, const QRect& inputs) {
   image_ = image;
   raster_->SetGrid(image.first, image.pitch, inputs);
   raster_->Dim(false);

@@ -16,8 +16,8 @@ class ImagePane : public QWidget {
   // The pane uses the Stretch that is chosen in stretch.
   ImagePane(const QString& title, const QComboBox& stretch, const Sight& sight);
 
-  // The result lies on the inputs, whose size is given.
-  void Show(const PreviewImage& image, QSize inputs);
+  // The result lies on the inputs, whose pixels are given.
+  void Show(const PreviewImage& image, const QRect& inputs);
 
   // Goes back to automatic limits.
   void ResetLimits();

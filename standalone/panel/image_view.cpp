@@ -30,10 +30,10 @@ ImageView::ImageView(const Sight& sight) : sight_(sight) {
   setToolTip("Wheel: zoom. Drag: move. Double click: one to one, or the whole again.");
 }
 
-void ImageView::SetGrid(QPoint first, QSize pitch, QSize image) {
+void ImageView::SetGrid(QPoint first, QSize pitch, const QRect& image) {
   picture_->setPos(first);
   picture_->setTransform(QTransform::fromScale(pitch.width(), pitch.height()));
-  scene_.setSceneRect(QRectF(QPointF(0, 0), image));
+  scene_.setSceneRect(image);
   Follow();
 }
 

@@ -30,7 +30,7 @@ class ImageView : public QGraphicsView {
 
   // Says where the pictures that follow lie on the image: where the first value lies, and how many
   // pixels it is from one to the next.
-  void SetGrid(QPoint first, QSize pitch, QSize image);
+  void SetGrid(QPoint first, QSize pitch, const QRect& image);
 
   // The text is shown in a corner of the picture, or in its place where it is null.
   void Show(const QImage& picture, const QString& text);

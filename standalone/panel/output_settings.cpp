@@ -33,7 +33,8 @@ QString LabelOf(const DataMode& mode) { return QString("%1 (%2)").arg(WordsFor(m
 
 OutputSettings::OutputSettings(const Registration& registration,
                                const std::function<void()>& changed) {
-  NameFields({{"-region", "Region"},
+  NameFields({{"-extent=intersection", "the choice Shared area only"},
+              {"-region", "Region"},
               {"-resolution", "Resolution 1 :"},
               {"-resampling", "Resampling"},
               {"-looks", "Looks"},
@@ -43,6 +44,7 @@ OutputSettings::OutputSettings(const Registration& registration,
   for (const DataMode& mode : DataModes()) mode_->addItem(LabelOf(mode));
   for (const std::string& name : WritableFormats()) format_->addItem(Text(name));
 
+  shared_->setToolTip("Combine images of different extents over the area that they share.");
   region_->setToolTip(
       "Compute only this part of the images, in pixels. It can also be drawn on the preview.");
   resolution_->setToolTip("Input pixels to one output pixel, in each direction");
@@ -54,19 +56,20 @@ OutputSettings::OutputSettings(const Registration& registration,
   region->addLayout(SideBySide({spins_[0], spins_[1]}));
   region->addLayout(SideBySide({spins_[2], spins_[3]}));
   auto* const form = NewLayout<QFormLayout>(this);
+  form->addRow(shared_);
   form->addRow(region_, region);
   form->addRow("Resolution", SideBySide({resolution_, resampling_}));
   form->addRow("Looks", SideBySide({looks_[0], looks_[1]}));
   form->addRow(mode_->objectName(), mode_);
   form->addRow(format_->objectName(), format_);
   form->setRowVisible(region, registration.regions);
-  form->setRowVisible(1, registration.resolutions);
+  form->setRowVisible(2, registration.resolutions);
 
   for (QSpinBox* const spin : spins_) {
     spin->setEnabled(false);
     connect(region_, &QCheckBox::toggled, spin, &QWidget::setEnabled);
   }
-  connect(region_, &QCheckBox::toggled, changed);
+  for (QCheckBox* const box : {shared_, region_}) connect(box, &QCheckBox::toggled, changed);
   resampling_->setEnabled(false);
   connect(resolution_, &QSpinBox::valueChanged,
           [this](int value) { resampling_->setEnabled(value > 1); });
@@ -81,6 +84,7 @@ OutputSettings::OutputSettings(const Registration& registration,
 
 void OutputSettings::Show(const Job& job) {
   const Selection& selection = job.selection;
+  shared_->setChecked(selection.extent == Extent::kIntersection);
   if (const auto& region = selection.region)
     ShowRegion({region->x, region->y, region->columns, region->rows});
   region_->setChecked(selection.region.has_value());
@@ -96,6 +100,7 @@ void OutputSettings::Show(const Job& job) {
 }
 
 void OutputSettings::Apply(Job& job) const {
+  job.selection.extent = shared_->isChecked() ? Extent::kIntersection : Extent::kSame;
   job.selection.region.reset();
   if (const std::optional<QRect> region = Region()) {
     job.selection.region = {region->x(), region->y(), region->width(), region->height()};
@@ -127,8 +132,8 @@ void OutputSettings::SetRegion(const QRect& pixels) {
   region_->setChecked(true);
 }
 
-void OutputSettings::SetImageSize(QSize size) {
-  if (!region_->isChecked()) ShowRegion(QRect(QPoint(0, 0), size));
+void OutputSettings::SetExtent(const QRect& pixels) {
+  if (!region_->isChecked()) ShowRegion(pixels);
 }
 
 void OutputSettings::ShowRegion(const QRect& pixels) {

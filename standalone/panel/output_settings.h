@@ -18,12 +18,13 @@ QSpinBox* NewSpin(const QString& name, int least, const QString& prefix);
 // "complex float (cfloat32)"
 QString LabelOf(const DataMode& mode);
 
-// Which part of the inputs a run takes and how its output is stored: region and resolution, if the
-// application offers them, looks, data mode and format. Messages name these settings by its fields.
+// Which part of the inputs a run takes and how its output is stored: extent, region and resolution,
+// these two if the application offers them, looks, data mode and format. Messages name these
+// settings by its fields.
 class OutputSettings : public QWidget {
  public:
   // changed is called at every change, but not for the numbers of a region that SetRegion or
-  // SetImageSize shows.
+  // SetExtent shows.
   OutputSettings(const Registration& registration, const std::function<void()>& changed);
 
   void Show(const Job& job);
@@ -36,12 +37,13 @@ class OutputSettings : public QWidget {
   std::optional<QRect> Region() const;
   void SetRegion(const QRect& pixels);
 
-  // Shows the size of the inputs as the region, until one is chosen.
-  void SetImageSize(QSize size);
+  // Shows the pixels of the inputs as the region, until one is chosen.
+  void SetExtent(const QRect& pixels);
 
  private:
   void ShowRegion(const QRect& pixels);
 
+  QCheckBox* shared_ = Named(new QCheckBox("Shared area only"), "Shared area only");
   QCheckBox* region_ = Named(new QCheckBox("Region"), "Region");
   std::array<QSpinBox*, 4> spins_ = {
       NewSpin("Region, first column", 0, "x "), NewSpin("Region, first row", 0, "y "),

@@ -280,7 +280,7 @@ void PanelWindow::ShowFindings(const Findings& findings) {
   findings_ = findings;
   preview_->EndPreview();
   preview_->Dim(rows_->FirstFault());
-  output_->SetImageSize(preview_->ImageSize());
+  output_->SetExtent(preview_->Extent());
   files_->ShowRead(findings.inputs);
   output_->ShowResolved(findings.plan);
   resolved_->setText(findings.plan ? SummaryOf(*findings.plan) : "");

@@ -15,14 +15,20 @@
 namespace lumomixcalc::standalone {
 namespace {
 
+// Pixels in one direction.
+struct Range {
+  int first = 0;
+  int count = 0;
+};
+
 // Groups of cells in one direction, each so many pixels from the one before, aligned to the run's
 // origin: as many as cover what is seen and have their first cell inside the image.
-std::pair<int, int> GroupsOf(int seenFirst, int seenCount, int origin, int group, int cell,
-                             int imageCount) {
-  const int before = ((seenFirst - origin) % group + group) % group;
-  const int first = seenFirst - before + (seenFirst < before ? group : 0);
-  const int needed = (seenFirst + seenCount - first + group - 1) / group;
-  const int inside = (imageCount - first - cell + group) / group;
+std::pair<int, int> GroupsOf(const Range& seen, int origin, int group, int cell,
+                             const Range& image) {
+  const int before = ((seen.first - origin) % group + group) % group;
+  const int first = seen.first - before + (seen.first - before < image.first ? group : 0);
+  const int needed = (seen.first + seen.count - first + group - 1) / group;
+  const int inside = (image.first + image.count - first - cell + group) / group;
   if (std::min(needed, inside) <= 0) throw Failure("This image has no pixels here.");
   return {first, std::min(needed, inside)};
 }
@@ -123,21 +129,28 @@ Findings PreviewMaker::Check(const Job& asked) const {
   return findings;
 }
 
+// Where the top left pixel of an input lies.
+PixelPosition PreviewMaker::OriginOf(int stream) const {
+  return plan_ && plan_->origins.contains(stream) ? plan_->origins.at(stream) : PixelPosition();
+}
+
 // Nothing but what is known of the whole input.
-PreviewImage PreviewMaker::Blank(const RasterInput& input) const {
+PreviewImage PreviewMaker::Blank(int stream) const {
+  const RasterInput& input = *inputs_.at(stream).raster;
+  const auto rectangle = [](const PixelWindow& pixels) {
+    return QRect(pixels.x, pixels.y, pixels.columns, pixels.rows);
+  };
   PreviewImage image;
-  image.fullSize = {input.Columns(), input.Rows()};
   image.bands = input.Bands();
-  const PixelWindow window = Grid().window;
-  image.run = plan_ ? QRect(window.x, window.y, window.columns, window.rows)
-                    : QRect(QPoint(0, 0), image.fullSize);
+  image.extent = {0, 0, input.Columns(), input.Rows()};
+  if (plan_ && plan_->origins.contains(stream)) image.extent = rectangle(plan_->area);
+  image.run = plan_ ? rectangle(plan_->grid.window) : image.extent;
   return image;
 }
 
 // The cells that show what is seen: all of them, or so few that they are read and computed quickly.
-CellSample PreviewMaker::SampleFor(const View& view, const RasterInput& input) const {
-  const QRect all(0, 0, input.Columns(), input.Rows());
-  const QRect seen = view.seen.isNull() ? all : view.seen & all;
+CellSample PreviewMaker::SampleFor(const View& view, const QRect& extent) const {
+  const QRect seen = view.seen.isNull() ? extent : view.seen & extent;
   const OutputGrid run = Grid();
   const int n = run.resolution;
   // A cell of many looks needs many elements. A picture of too few cells would say little.
@@ -147,18 +160,19 @@ CellSample PreviewMaker::SampleFor(const View& view, const RasterInput& input) c
   const int ny = n * run.looks.y;
   CellSample cells;
   cells.step = std::max(1, static_cast<int>(std::ceil(std::sqrt(pixels / allowed))));
-  const auto [x, columns] =
-      GroupsOf(seen.x(), seen.width(), run.window.x, nx * cells.step, nx, all.width());
-  const auto [y, rows] =
-      GroupsOf(seen.y(), seen.height(), run.window.y, ny * cells.step, ny, all.height());
+  const auto [x, columns] = GroupsOf({seen.x(), seen.width()}, run.window.x, nx * cells.step, nx,
+                                     {extent.x(), extent.width()});
+  const auto [y, rows] = GroupsOf({seen.y(), seen.height()}, run.window.y, ny * cells.step, ny,
+                                  {extent.y(), extent.height()});
   cells.first = {x, y};
   cells.shown = {columns, rows};
   return cells;
 }
 
 // The elements that the run reads for the cells, before it averages over looks.
-PreviewImage PreviewMaker::Read(RasterInput& input, const CellSample& cells,
+PreviewImage PreviewMaker::Read(int stream, const CellSample& cells,
                                 const std::stop_token& stop) const {
+  RasterInput& input = *inputs_.at(stream).raster;
   const auto [looksX, looksY] = Grid().looks;
   OutputGrid grid;  // of all cells from the first to the last
   grid.resolution = Grid().resolution;
@@ -171,8 +185,8 @@ PreviewImage PreviewMaker::Read(RasterInput& input, const CellSample& cells,
   // the pointer.
   constexpr std::int64_t kCacheBytes = 160 << 20;
   if (!CPLGetConfigOption("GDAL_CACHEMAX", nullptr)) GDALSetCacheMax64(kCacheBytes);
-  input.Select(grid, job_.selection.resampling, {band}, job_.elements);
-  PreviewImage image = Blank(input);
+  input.Select(grid.On(OriginOf(stream)), job_.selection.resampling, {band}, job_.elements);
+  PreviewImage image = Blank(stream);
   image.complex = input.Mode().complex;
   image.columns = cells.shown.width() * looksX;
   image.first = cells.first;
@@ -206,18 +220,19 @@ bool PreviewMaker::Update(const DeclaredStream& stream, const std::stop_token& s
   try {
     if (another) input.raster = std::make_unique<RasterInput>(stream.label, name, job_.openOptions);
     if (!input.raster) return another;
-    const CellSample cells = SampleFor(view_, *input.raster);
-    const auto read =
-        std::tuple(cells, view_.band, Blank(*input.raster).run, job_.elements, job_.selection);
+    const PreviewImage blank = Blank(stream.number);
+    const CellSample cells = SampleFor(view_, blank.extent);
+    const auto read = std::tuple(cells, view_.band, blank.run, blank.extent,
+                                 OriginOf(stream.number), job_.elements, job_.selection);
     if (read == input.read) return false;
     input.read = {};
-    input.image = Read(*input.raster, cells, stop);
+    input.image = Read(stream.number, cells, stop);
     input.read = read;
   } catch (const Cancelled&) {
     throw;
   } catch (const Failure& failure) {
     input.read = {};
-    input.image = input.raster ? Blank(*input.raster) : PreviewImage();
+    input.image = input.raster ? Blank(stream.number) : PreviewImage();
     input.image.note = failure.what();
   }
   return true;
@@ -320,10 +335,11 @@ Inspection PreviewMaker::Inspect(QPoint pixel) {
     add([&] {
       const auto input = inputs_.find(stream.number);
       if (input == inputs_.end() || !input->second.raster) throw Failure("no image");
-      RasterInput& raster = *input->second.raster;
-      const PreviewImage cell = Read(raster, SampleFor(view, raster), {});
+      const PreviewImage cell =
+          Read(stream.number, SampleFor(view, Blank(stream.number).extent), {});
       if (run_.inputs.contains(stream.number)) read[stream.number] = cell;
-      if (auto transform = GeotransformOf(raster.Dataset()); transform && !inspection.map) {
+      auto transform = GeotransformOf(input->second.raster->Dataset());
+      if (transform && !inspection.map) {  // of the first one, where pixels are counted from
         auto& [x, y] = inspection.map.emplace();
         GDALApplyGeoTransform(transform->data(), pixel.x() + 0.5, pixel.y() + 0.5, &x, &y);
       }

@@ -41,6 +41,7 @@ struct CellSample {
 };
 
 // An input or the result, as it is shown: elements row by row, pairs when complex, no data as NaN.
+// Pixels are those of the run's first input if the run reads it.
 struct PreviewImage {
   bool complex = false;
   std::vector<float> values;
@@ -49,7 +50,7 @@ struct PreviewImage {
   QSize pitch;       // pixels from one value to the next
   int step = 1;      // one of step x step cells of the run is shown
   QRect run;         // the pixels that the run takes
-  QSize fullSize;    // pixels of the whole input
+  QRect extent;      // the pixels of the input that can be shown
   int bands = 0;     // of the input
   std::string note;  // why there are no values
 
@@ -113,15 +114,16 @@ class PreviewMaker {
         file;
     std::unique_ptr<RasterInput> raster;  // null if it cannot be opened
     // What was read of it.
-    std::tuple<CellSample, int, QRect, ElementRules, Selection> read;
+    std::tuple<CellSample, int, QRect, QRect, PixelPosition, ElementRules, Selection> read;
     PreviewImage image;
   };
   Findings Check(const Job& asked) const;
   OutputGrid Grid() const { return plan_ ? plan_->grid : OutputGrid(); }
   bool Update(const DeclaredStream& stream, const std::stop_token& stop);
-  PreviewImage Blank(const RasterInput& input) const;
-  CellSample SampleFor(const View& view, const RasterInput& input) const;
-  PreviewImage Read(RasterInput& input, const CellSample& cells, const std::stop_token& stop) const;
+  PixelPosition OriginOf(int stream) const;
+  PreviewImage Blank(int stream) const;
+  CellSample SampleFor(const View& view, const QRect& extent) const;
+  PreviewImage Read(int stream, const CellSample& cells, const std::stop_token& stop) const;
   MemoryRaster Compute(const std::map<int, const PreviewImage*>& inputs,
                        const std::stop_token& stop) const;
   PreviewImage Result(Findings& findings, const std::stop_token& stop) const;

@@ -75,14 +75,14 @@ void PreviewPane::AddShortcuts() {
     for (ImagePane* const pane : panes_) pane->ResetLimits();
   });
   new QShortcut(Qt::CTRL | Qt::Key_1, this, [this] {
-    const QPoint middle = QRect(QPoint(0, 0), size_).center();
+    const QPoint middle = extent_.center();
     LookAt(sight_.scale > 0 ? sight_.centre : sight_.pixel.value_or(middle), 1);
   });
 }
 
 void PreviewPane::Show(std::size_t position, const PreviewImage& image) {
-  if (image.bands > 0) size_ = image.fullSize;
-  panes_[position]->Show(image, size_);
+  if (image.bands > 0) extent_ = image.extent;
+  panes_[position]->Show(image, extent_);
 }
 
 void PreviewPane::ExpectPreview() {

@@ -38,8 +38,8 @@ class PreviewPane : public QWidget {
   void SetRegion(std::optional<QRect> pixels);
   void LetDraw(bool allowed) { draw_->setEnabled(allowed); }
 
-  // The size of the images; empty while there is none.
-  QSize ImageSize() const { return size_; }
+  // The pixels of the images; empty while there is none.
+  QRect Extent() const { return extent_; }
 
   // What the preview must show, for the images that are visible.
   struct View View() const;
@@ -56,7 +56,7 @@ class PreviewPane : public QWidget {
   void FollowSight();
   void Point(std::optional<QPoint> pixel);
 
-  QSize size_;
+  QRect extent_;
   QComboBox* images_;
   QComboBox* stretch_ =
       NewChoice("Stretch", {"Percentile 2\u201398 %", "Min\u2013max", "Logarithm"});

@@ -3,27 +3,42 @@
 #include <cpl_string.h>
 #include <ogr_spatialref.h>
 
-#include <algorithm>
 #include <cmath>
 #include <vector>
 
+#include "standalone/base/messages.h"
 #include "standalone/base/texts.h"
 
 namespace lumomixcalc::standalone {
 
-// The largest distance between the positions of a raster corner under both, in pixels of the first.
-static double LargestShift(const Geotransform& a, const Geotransform& b, double columns,
-                           double rows) {
-  const double pixel = std::min(std::hypot(a[1], a[4]), std::hypot(a[2], a[5]));
-  double largest = 0;
-  for (const double x : {0.0, columns})
-    for (const double y : {0.0, rows}) {
-      const double dx = (a[0] - b[0]) + (a[1] - b[1]) * x + (a[2] - b[2]) * y;
-      const double dy = (a[3] - b[3]) + (a[4] - b[4]) * x + (a[5] - b[5]) * y;
-      largest = std::max(largest, std::hypot(dx, dy) / pixel);
-    }
-  return largest;
+namespace {
+
+// In pixels. Map coordinates are rarely exact.
+constexpr double kTolerance = 1e-3;
+
+// How the pixels of two geotransforms differ in size, or else in direction.
+std::string PixelDifference(const Geotransform& a, const Geotransform& b) {
+  const auto size = [](const Geotransform& t) {
+    return ShortestText(std::hypot(t[1], t[4])) + " x " + ShortestText(std::hypot(t[2], t[5]));
+  };
+  return size(a) == size(b) ? "one is rotated or mirrored against the other"
+                            : "their pixel sizes are " + size(a) + " and " + size(b);
 }
+
+// A name or a definition that GDAL's programs understand.
+std::string NameOf(const OGRSpatialReference& system) {
+  const char* const authority = system.GetAuthorityName(nullptr);
+  const char* const code = system.GetAuthorityCode(nullptr);
+  if (authority && code) return std::string(authority) + ":" + code;
+  const char* const options[] = {"FORMAT=WKT2_2018", nullptr};
+  char* text = nullptr;
+  system.exportToWkt(&text, options);
+  std::string definition = text ? text : "";
+  CPLFree(text);
+  return definition;
+}
+
+}  // namespace
 
 std::optional<Geotransform> GeotransformOf(GDALDataset& dataset) {
   Geotransform transform;
@@ -31,18 +46,58 @@ std::optional<Geotransform> GeotransformOf(GDALDataset& dataset) {
   return transform;
 }
 
-std::string GeoreferencingDifference(GDALDataset& one, GDALDataset& other) {
-  const OGRSpatialReference* const crs1 = one.GetSpatialRef();
-  const OGRSpatialReference* const crs2 = other.GetSpatialRef();
-  if (crs1 && crs2 && !crs1->IsSame(crs2)) return "their coordinate reference systems differ";
-  const std::optional<Geotransform> transform1 = GeotransformOf(one);
-  const std::optional<Geotransform> transform2 = GeotransformOf(other);
-  if (!transform1 || !transform2) return "";
-  constexpr double kTolerance = 0.01;
-  const double shift =
-      LargestShift(*transform1, *transform2, one.GetRasterXSize(), one.GetRasterYSize());
-  if (shift <= kTolerance) return "";
-  return CPLSPrintf("their geotransforms differ by up to %.3g pixels", shift);
+double SnappedToEdge(double pixel) {
+  const double nearest = std::round(pixel);
+  return std::abs(pixel - nearest) < kTolerance ? nearest : pixel;
+}
+
+GridOffset OffsetOnGrid(GDALDataset& raster, GDALDataset& grid) {
+  const OGRSpatialReference* const system = raster.GetSpatialRef();
+  const OGRSpatialReference* const systemOfGrid = grid.GetSpatialRef();
+  if (system && systemOfGrid && !system->IsSame(systemOfGrid))
+    return {.difference = "their coordinate reference systems differ"};
+  std::optional<Geotransform> own = GeotransformOf(raster);
+  std::optional<Geotransform> pixels = GeotransformOf(grid);
+  Geotransform toPixels;
+  if (!own || !pixels || !GDALInvGeoTransform(pixels->data(), toPixels.data())) return {};
+  const auto offsetAt = [&](double column, double row) {
+    GridOffset at;
+    GDALApplyGeoTransform(own->data(), column, row, &at.x, &at.y);
+    GDALApplyGeoTransform(toPixels.data(), at.x, at.y, &at.x, &at.y);
+    at.x = SnappedToEdge(at.x - column);
+    at.y = SnappedToEdge(at.y - row);
+    return at;
+  };
+  GridOffset offset = offsetAt(0, 0);
+  for (const GridOffset& corner :
+       {offsetAt(raster.GetRasterXSize(), 0), offsetAt(0, raster.GetRasterYSize())})
+    if (std::hypot(corner.x - offset.x, corner.y - offset.y) > kTolerance) {
+      offset.difference = PixelDifference(*pixels, *own);
+      return offset;
+    }
+  if (offset.x != 0 || offset.y != 0)
+    offset.difference = CPLSPrintf("their origins are %.8g columns and %.8g rows apart",
+                                   std::abs(offset.x), std::abs(offset.y));
+  offset.fits = offset.x == std::round(offset.x) && offset.y == std::round(offset.y);
+  return offset;
+}
+
+std::string WarpCommand(GDALDataset& raster, GDALDataType type, GDALDataset& grid) {
+  const std::optional<Geotransform> transform = GeotransformOf(grid);
+  if (!transform || (!GeotransformOf(raster) && raster.GetGCPCount() == 0)) return "";
+  const auto [left, width, xTurn, top, yTurn, height] = *transform;
+  if (xTurn != 0 || yTurn != 0 || width <= 0 || height >= 0) return "";
+  const std::string name = raster.GetDescription();
+  std::vector<std::string> words = {"gdalwarp"};
+  if (grid.GetSpatialRef()) words.insert(words.end(), {"-t_srs", NameOf(*grid.GetSpatialRef())});
+  words.insert(words.end(), {"-tr", ShortestText(width), ShortestText(-height), "-te"});
+  for (const double edge :
+       {left, top + grid.GetRasterYSize() * height, left + grid.GetRasterXSize() * width, top})
+    words.push_back(ShortestText(edge));
+  words.insert(words.end(), {"-ot", GDALGetDataTypeName(type), "-dstnodata", "nan", name,
+                             std::string(CPLGetBasename(name.c_str())) + "_warped.tif"});
+  for (std::string& word : words) word = ShellWord(word);
+  return Joined(words, " ");
 }
 
 bool HasGeoreferencing(GDALDataset& dataset) {

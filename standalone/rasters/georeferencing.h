@@ -14,9 +14,25 @@ using Geotransform = std::array<double, 6>;
 // The geotransform of a raster, if it has one.
 std::optional<Geotransform> GeotransformOf(GDALDataset& dataset);
 
-// How the georeferencing of two rasters of the same size differs, in words for a message. Empty
-// when they agree to a hundredth of a pixel, or when one of them has no georeferencing.
-std::string GeoreferencingDifference(GDALDataset& one, GDALDataset& other);
+// A position in pixels. Map coordinates are rarely exact: one within a thousandth of a pixel of an
+// edge counts as on the edge.
+double SnappedToEdge(double pixel);
+
+// Where the top left pixel of a raster lies on the pixels of another one.
+struct GridOffset {
+  double x = 0;
+  double y = 0;
+  bool fits = false;       // the pixels of both are the same places; then x and y are whole numbers
+  std::string difference;  // of their places, in words for a message; empty when it is not known
+};
+
+// Positions are compared to a thousandth of a pixel.
+GridOffset OffsetOnGrid(GDALDataset& raster, GDALDataset& grid);
+
+// A command for the shell that makes a copy of a raster on all pixels of the grid, with elements of
+// this type, a float, and NaN where the raster has no pixels. Empty when gdalwarp cannot make it:
+// the grid is rotated or mirrored, or one of them is not georeferenced.
+std::string WarpCommand(GDALDataset& raster, GDALDataType type, GDALDataset& grid);
 
 // The position of a raster's pixels on those of another: the first begins at pixel (x, y) of the
 // other and covers nx * ny of its pixels, and so on.

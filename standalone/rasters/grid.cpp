@@ -13,17 +13,10 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-bool Contains(int columns, int rows, const PixelWindow& window) {
-  return window.x >= 0 && window.y >= 0 && window.columns > 0 && window.rows > 0 &&
-         window.x <= columns - window.columns && window.y <= rows - window.rows;
-}
-
-// Map coordinates are rarely exact: a position within a thousandth of a pixel of an edge counts as
-// on the edge.
-double SnappedToEdge(double pixel) {
-  constexpr double kTolerance = 1e-3;
-  const double nearest = std::round(pixel);
-  return std::abs(pixel - nearest) < kTolerance ? nearest : pixel;
+bool Contains(const PixelWindow& area, const PixelWindow& window) {
+  return window.x >= area.x && window.y >= area.y && window.columns > 0 && window.rows > 0 &&
+         window.x <= area.x + area.columns - window.columns &&
+         window.y <= area.y + area.rows - window.rows;
 }
 
 // The first pixel that the range of map coordinates touches, and the pixel after the last one.
@@ -32,9 +25,19 @@ std::pair<double, double> Touched(double from, double to, double origin, double 
   return {std::floor(SnappedToEdge(low)), std::ceil(SnappedToEdge(high))};
 }
 
+// The area that pixels of an image cover that is not rotated.
+MapWindow MapWindowOf(const PixelWindow& pixels, const Geotransform& transform) {
+  const auto [left, right] =
+      std::minmax({transform[0] + pixels.x * transform[1],
+                   transform[0] + (pixels.x + pixels.columns) * transform[1]});
+  const auto [bottom, top] = std::minmax({transform[3] + pixels.y * transform[5],
+                                          transform[3] + (pixels.y + pixels.rows) * transform[5]});
+  return {left, bottom, right, top};
+}
+
 // The pixels that the map window touches.
-PixelWindow PixelsOf(const MapWindow& window, const Geotransform& transform, int columns, int rows,
-                     const std::string& name) {
+PixelWindow PixelsOf(const MapWindow& window, const Geotransform& transform,
+                     const PixelWindow& area, const std::string& name) {
   const std::string option = "-window=" + ToText(window);
   if (transform[2] != 0 || transform[4] != 0)
     throw Failure(option + ": the image " + name + " is rotated on the map; choose pixels by " +
@@ -42,32 +45,28 @@ PixelWindow PixelsOf(const MapWindow& window, const Geotransform& transform, int
   const auto [left, right] = Touched(window.xMin, window.xMax, transform[0], transform[1]);
   const auto [top, bottom] = Touched(window.yMin, window.yMax, transform[3], transform[5]);
   // This form of the condition refuses a NaN, too.
-  if (!(left >= 0 && top >= 0 && right <= columns && bottom <= rows && left < right &&
-        top < bottom)) {
-    const double xEnd = transform[0] + columns * transform[1];
-    const double yEnd = transform[3] + rows * transform[5];
-    const MapWindow whole = {std::min(transform[0], xEnd), std::min(transform[3], yEnd),
-                             std::max(transform[0], xEnd), std::max(transform[3], yEnd)};
-    throw Failure(option + " is not inside " + name + ", which has " + SizeText(columns, rows) +
-                  " and covers " + ToText(whole));
-  }
+  if (!(left >= area.x && top >= area.y && right <= area.x + area.columns &&
+        bottom <= area.y + area.rows && left < right && top < bottom))
+    throw Failure(option + " is not inside " + name + ", which has " +
+                  SizeText(area.columns, area.rows) + " and covers " +
+                  ToText(MapWindowOf(area, transform)));
   return {static_cast<int>(left), static_cast<int>(top), static_cast<int>(right - left),
           static_cast<int>(bottom - top)};
 }
 
-PixelWindow ChosenPixels(const Selection& selection, int columns, int rows,
+PixelWindow ChosenPixels(const Selection& selection, const PixelWindow& area,
                          const std::optional<Geotransform>& transform, const std::string& name) {
   if (selection.region) {
-    if (Contains(columns, rows, *selection.region)) return *selection.region;
+    if (Contains(area, *selection.region)) return *selection.region;
     throw Failure(SettingText("-region", ToText(*selection.region)) + " is not inside " + name +
-                  ", which has " + SizeText(columns, rows));
+                  ", which has " + SizeText(area.columns, area.rows));
   }
   if (selection.window) {
-    if (transform) return PixelsOf(*selection.window, *transform, columns, rows, name);
+    if (transform) return PixelsOf(*selection.window, *transform, area, name);
     throw Failure("-window=" + ToText(*selection.window) + ": " + name +
                   " has no geotransform; choose pixels by " + SettingText("-region"));
   }
-  return {0, 0, columns, rows};
+  return area;
 }
 
 }  // namespace
@@ -89,10 +88,17 @@ OutputGrid OutputGrid::BeforeLooks() const {
   return {window, resolution, {}, columns * looks.x, rows * looks.y};
 }
 
-OutputGrid MakeOutputGrid(const Selection& selection, int columns, int rows,
+OutputGrid OutputGrid::On(const PixelPosition& origin) const {
+  OutputGrid moved = *this;
+  moved.window.x -= origin.x;
+  moved.window.y -= origin.y;
+  return moved;
+}
+
+OutputGrid MakeOutputGrid(const Selection& selection, const PixelWindow& area,
                           const std::optional<Geotransform>& transform, const std::string& name) {
   OutputGrid grid;
-  grid.window = ChosenPixels(selection, columns, rows, transform, name);
+  grid.window = ChosenPixels(selection, area, transform, name);
   grid.resolution = selection.resolution;
   grid.looks = selection.looks;
   grid.columns = grid.window.columns / grid.resolution / grid.looks.x;

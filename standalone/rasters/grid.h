@@ -20,6 +20,14 @@ struct PixelWindow {
   bool operator==(const PixelWindow&) const = default;
 };
 
+// A pixel, counted like those of a window.
+struct PixelPosition {
+  int x = 0;
+  int y = 0;
+
+  bool operator==(const PixelPosition&) const = default;
+};
+
 // An area in the units of a geotransform.
 struct MapWindow {
   double xMin = 0;
@@ -63,8 +71,12 @@ inline constexpr std::array<ResamplingMethod, 5> kResamplingMethods = {{
     {"overview", GRIORA_NearestNeighbour, 0},
 }};
 
+// How inputs of different extents are combined: not at all, or over the area that they share.
+enum class Extent { kSame, kIntersection };
+
 // The part of the inputs and the resolution that the user chose.
 struct Selection {
+  Extent extent = Extent::kSame;
   std::optional<PixelWindow> region;
   std::optional<MapWindow> window;  // not together with region
   int resolution = 1;               // input pixels to one output pixel, in both directions
@@ -90,12 +102,15 @@ struct OutputGrid {
 
   // The grid of the results before they are averaged over looks.
   OutputGrid BeforeLooks() const;
+
+  // The same grid on the pixels of a raster whose top left pixel lies at the origin.
+  OutputGrid On(const PixelPosition& origin) const;
 };
 
-// The output grid for a selection from an image of columns x rows pixels with this geotransform.
-// When resolution and looks do not divide the region, the rest at its right and bottom is left out.
-// name is for messages. Throws Failure when the selection does not fit the image.
-OutputGrid MakeOutputGrid(const Selection& selection, int columns, int rows,
+// The output grid for a selection from an area of the image that has this geotransform. When
+// resolution and looks do not divide the region, the rest at its right and bottom is left out. name
+// is the area's, for messages. Throws Failure when the selection does not fit the area.
+OutputGrid MakeOutputGrid(const Selection& selection, const PixelWindow& area,
                           const std::optional<Geotransform>& transform, const std::string& name);
 
 }  // namespace lumomixcalc::standalone

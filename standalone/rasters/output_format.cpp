@@ -44,7 +44,8 @@ bool AllBegin(const std::vector<std::string>& options, std::initializer_list<con
 
 }  // namespace
 
-bool OutputFormat::CopiesOnly() const { return !Can(driver, GDAL_DCAP_CREATE); }
+// Bytes that are written to a GeoPackage piece by piece read back as four bands.
+bool OutputFormat::CopiesOnly() const { return !Can(driver, GDAL_DCAP_CREATE) || Name() == "GPKG"; }
 
 std::vector<std::string> WritableFormats() {
   std::vector<std::string> names;

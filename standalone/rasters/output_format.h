@@ -15,7 +15,7 @@ struct OutputFormat {
   GDALDriver* driver = nullptr;
 
   std::string Name() const { return driver->GetDescription(); }
-  // Whether the driver can only copy a whole raster, not write it piece by piece.
+  // Whether the driver cannot write a raster piece by piece, but only copy a whole one.
   bool CopiesOnly() const;
 };
 

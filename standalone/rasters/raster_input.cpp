@@ -165,9 +165,10 @@ void RasterInput::OpenOverview() {
   const int columns = (Columns() + n - 1) / n;
   const int rows = (Rows() + n - 1) / n;
   if (grid_.window.x % n != 0 || grid_.window.y % n != 0)
-    throw Failure(SettingText("-resampling", "overview") + ": the region starts at pixel " +
-                  std::to_string(grid_.window.x) + ", " + std::to_string(grid_.window.y) +
-                  ", which must be multiples of " + SettingText("-resolution", std::to_string(n)));
+    throw Failure(SettingText("-resampling", "overview") + ": the region of " + Describe() +
+                  " starts at pixel " + std::to_string(grid_.window.x) + ", " +
+                  std::to_string(grid_.window.y) + ", which must be multiples of " +
+                  SettingText("-resolution", std::to_string(n)));
   GDALRasterBand& band = *dataset_->GetRasterBand(1);
   for (int level = 0; level < band.GetOverviewCount(); ++level) {
     GDALRasterBand* const overview = band.GetOverview(level);

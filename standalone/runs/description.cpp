@@ -33,10 +33,10 @@ void CopyMetadata(GDALDataset& from, GDALDataset& to) {
 
 // The first input for which the predicate is true. Null when there is none.
 template <typename Predicate>
-GDALDataset* FirstThat(const std::vector<RunInput>& inputs, const Predicate& holds) {
-  for (const RunInput& input : inputs)
-    if (holds(input.raster->Dataset())) return &input.raster->Dataset();
-  return nullptr;
+const RunInput* FirstThat(const std::vector<RunInput>& inputs, const Predicate& holds) {
+  const auto found = std::ranges::find_if(
+      inputs, [&](const RunInput& input) { return holds(input.raster->Dataset()); });
+  return found == inputs.end() ? nullptr : &*found;
 }
 
 void DescribeBand(const std::vector<RunInput>& inputs, int band, GDALRasterBand& output) {
@@ -52,17 +52,19 @@ void DescribeBand(const std::vector<RunInput>& inputs, int band, GDALRasterBand&
 }  // namespace
 
 void DescribeOutput(const RunPlan& plan, const std::vector<RunInput>& inputs, GDALDataset& output) {
-  const PixelPlacement placement = plan.grid.Placement();
-  if (GDALDataset* const input = FirstThat(inputs, HasGeoreferencing))
-    CopyGeoreferencing(*input, placement, output);
-  if (GDALDataset* const input = FirstThat(
+  const auto placementOn = [&](const RunInput& input) {
+    return plan.grid.On(plan.origins.at(input.stream)).Placement();
+  };
+  if (const RunInput* const input = FirstThat(inputs, HasGeoreferencing))
+    CopyGeoreferencing(input->raster->Dataset(), placementOn(*input), output);
+  if (const RunInput* const input = FirstThat(
           inputs, [](GDALDataset& dataset) { return dataset.GetMetadata("RPC") != nullptr; }))
-    CopyRpc(*input, placement, output);
+    CopyRpc(input->raster->Dataset(), placementOn(*input), output);
   if (FirstThat(inputs, [](GDALDataset& dataset) { return dataset.GetMetadata("GEOLOCATION"); }))
     Warn("the output does not hold the geolocation arrays of the input");
-  if (GDALDataset* const input = FirstThat(
+  if (const RunInput* const input = FirstThat(
           inputs, [](GDALDataset& dataset) { return CSLCount(dataset.GetMetadata()) > 0; }))
-    CopyMetadata(*input, output);
+    CopyMetadata(input->raster->Dataset(), output);
   // Of an image with AREA_OR_POINT=Point the TIFF driver of GDAL 3.6 writes ground control points
   // one pixel too far. Without it, their pixels and lines mean the same.
   if (output.GetGCPCount() > 0 && output.GetMetadataItem("AREA_OR_POINT"))

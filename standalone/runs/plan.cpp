@@ -1,10 +1,12 @@
 #include "standalone/runs/plan.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <numeric>
 #include <set>
+#include <span>
 #include <utility>
 
 #include "standalone/base/messages.h"
@@ -49,24 +51,66 @@ std::string SizeAndBands(const RasterInput& raster) {
          CountText(static_cast<std::uint64_t>(raster.Bands()), "band");
 }
 
-// The number of bands of the inputs together. Throws Failure when an input does not fit the first
-// one, and warns when its georeferencing differs.
+// The number of bands of the inputs together. Throws Failure when they do not go together.
 int CommonBands(const std::vector<RunInput>& inputs) {
-  RasterInput& first = *inputs.front().raster;
+  const RasterInput& first = *inputs.front().raster;
   int bands = first.Bands();
   for (const RunInput& input : inputs) {
-    RasterInput& raster = *input.raster;
-    const bool sameBands = raster.Bands() == bands || raster.Bands() == 1 || bands == 1;
-    if (raster.Columns() != first.Columns() || raster.Rows() != first.Rows() || !sameBands)
-      throw Failure("the inputs differ in size or in the number of bands: " + SizeAndBands(first) +
-                    ", " + SizeAndBands(raster));
+    const RasterInput& raster = *input.raster;
+    if (raster.Bands() != bands && raster.Bands() != 1 && bands != 1)
+      throw Failure("the inputs differ in the number of bands: " + SizeAndBands(first) + ", " +
+                    SizeAndBands(raster));
     bands = std::max(bands, raster.Bands());
-    if (const std::string difference = GeoreferencingDifference(first.Dataset(), raster.Dataset());
-        !difference.empty())
-      Warn(first.Describe() + " and " + raster.Describe() +
-           " do not lie in the same place: " + difference);
   }
   return bands;
+}
+
+// The pixels of the area that a raster has, too, whose top left pixel lies at the offset. Without
+// columns or rows when there are none.
+PixelWindow Shared(const PixelWindow& area, const GridOffset& offset, const RasterInput& raster) {
+  const double left = std::max<double>(area.x, offset.x);
+  const double top = std::max<double>(area.y, offset.y);
+  const double right = std::min<double>(area.x + area.columns, offset.x + raster.Columns());
+  const double bottom = std::min<double>(area.y + area.rows, offset.y + raster.Rows());
+  if (right <= left || bottom <= top) return {};
+  return {static_cast<int>(left), static_cast<int>(top), static_cast<int>(right - left),
+          static_cast<int>(bottom - top)};
+}
+
+// The end of a sentence: the command that makes a file of one raster on the grid of the other.
+std::string HowToFit(RasterInput& first, RasterInput& other) {
+  std::string command = WarpCommand(other.Dataset(), other.Mode().FloatType(), first.Dataset());
+  if (command.empty())
+    command = WarpCommand(first.Dataset(), first.Mode().FloatType(), other.Dataset());
+  return command.empty() ? "" : "; to make a file that fits: " + command;
+}
+
+// Settles where an input lies on the pixels of the first one, and the area that all share so far.
+// Throws Failure when it does not fit the first one, and warns when it is combined with it although
+// they do not lie in the same place.
+void PlaceInput(const Job& job, RasterInput& first, const RunInput& input, RunPlan& plan) {
+  RasterInput& raster = *input.raster;
+  const std::string pair = first.Describe() + " and " + raster.Describe();
+  const GridOffset offset = OffsetOnGrid(raster.Dataset(), first.Dataset());
+  const PixelWindow shared = Shared(plan.area, offset, raster);
+  const bool fits = offset.fits && shared.columns > 0;
+  const std::string difference =
+      offset.difference.empty() ? "they do not both have a geotransform" : offset.difference;
+  const std::string help =
+      fits ? "; " + SettingText("-extent", "intersection") + " combines the area that they share"
+      : offset.fits ? ""
+                    : HowToFit(first, raster);
+  PixelPosition& origin = plan.origins[input.stream];
+  if (job.selection.extent == Extent::kIntersection) {
+    if (!fits) throw Failure(pair + " share no pixels of one grid: " + difference + help);
+    origin = {static_cast<int>(offset.x), static_cast<int>(offset.y)};
+    plan.area = shared;
+  } else if (raster.Columns() != first.Columns() || raster.Rows() != first.Rows()) {
+    throw Failure("the inputs differ in size: " + SizeAndBands(first) + ", " +
+                  SizeAndBands(raster) + (fits ? help : "; " + difference + help));
+  } else if (!offset.difference.empty()) {
+    Warn(pair + " do not lie in the same place: " + difference + (fits ? help : ""));
+  }
 }
 
 std::vector<int> ChosenBands(const Job& job, const std::vector<RunInput>& inputs) {
@@ -90,12 +134,15 @@ const DataMode* ChosenMode(const Job& job, const std::vector<RunInput>& inputs) 
   return &DataModeOfType(complex ? GDT_CFloat32 : GDT_Float32);
 }
 
-OutputGrid ChosenGrid(const Job& job, const std::vector<RunInput>& inputs) {
-  const RasterInput& first = *inputs.front().raster;
+OutputGrid ChosenGrid(const Job& job, const std::vector<RunInput>& inputs,
+                      const PixelWindow& area) {
   std::optional<Geotransform> transform;
   for (const RunInput& input : inputs)
     if (!transform) transform = GeotransformOf(input.raster->Dataset());
-  return MakeOutputGrid(job.selection, first.Columns(), first.Rows(), transform, first.Describe());
+  std::string name = inputs.front().raster->Describe();
+  if (job.selection.extent == Extent::kIntersection)
+    name = "the shared area " + ToText(area) + " of " + name;
+  return MakeOutputGrid(job.selection, area, transform, name);
 }
 
 // The no-data value that the user named, otherwise the first one that an input declares, or NaN for
@@ -110,6 +157,20 @@ std::optional<double> InputNoData(const RunPlan& plan, const std::vector<RunInpu
       if (input.raster->HasMask(own)) return std::numeric_limits<double>::quiet_NaN();
     }
   return std::nullopt;
+}
+
+// Warns of declared no-data values that -nodata= makes numbers.
+void WarnOfReplacedNoData(const RunPlan& plan, const std::vector<RunInput>& inputs) {
+  if (!plan.elements.noData) return;
+  const auto asked = static_cast<float>(*plan.elements.noData);
+  for (const RunInput& input : inputs)
+    for (const int band : plan.bands) {
+      const double declared = input.raster->NoData(input.BandFor(band)).value_or(NAN);
+      if (std::isnan(declared) || static_cast<float>(declared) == asked) continue;
+      Warn(input.raster->Describe() + " declares the no-data value " + ShortestText(declared) +
+           ", which is a number with -nodata=" + ShortestText(*plan.elements.noData));
+      break;
+    }
 }
 
 // The value that -a_nodata= asks for, as the mode holds it. Throws Failure when it cannot.
@@ -151,9 +212,14 @@ PlannedRun PlanRun(const Job& job, const std::string& command, HostState& host,
   const std::vector<RunInput>& inputs = run.inputs;
   plan.mode = ChosenMode(job, inputs);
   plan.bands = ChosenBands(job, inputs);
-  plan.grid = ChosenGrid(job, inputs);
+  RasterInput& first = *inputs.front().raster;
+  plan.area = {0, 0, first.Columns(), first.Rows()};
+  plan.origins[inputs.front().stream] = {};
+  for (const RunInput& input : std::span(inputs).subspan(1)) PlaceInput(job, first, input, plan);
+  plan.grid = ChosenGrid(job, inputs, plan.area);
   plan.resampling = job.selection.resampling;
   plan.elements = job.elements;
+  WarnOfReplacedNoData(plan, inputs);
   plan.noData = OutputNoData(job, plan, inputs);
   if (plan.resampling != Resampling::kNearest && plan.grid.resolution == 1)
     Warn("the resampling method has no effect at full resolution");
@@ -169,7 +235,8 @@ void SelectInputs(const RunPlan& plan, const std::vector<RunInput>& inputs) {
     for (const int band : plan.bands)
       if (const int own = input.BandFor(band); std::ranges::find(bands, own) == bands.end())
         bands.push_back(own);
-    input.raster->Select(plan.grid.BeforeLooks(), plan.resampling, bands, plan.elements);
+    input.raster->Select(plan.grid.BeforeLooks().On(plan.origins.at(input.stream)), plan.resampling,
+                         bands, plan.elements);
   }
 }
 

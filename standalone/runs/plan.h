@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -21,7 +22,10 @@ struct RunPlan {
   std::string output;              // the file's name; empty for a run in memory
   OutputFormat format;             // without a driver for a run in memory
   const DataMode* mode = nullptr;  // in which the output is stored
-  OutputGrid grid;
+  PixelWindow area;                // the pixels of the first input read that all inputs read have
+  OutputGrid grid;                 // on the pixels of the first input read
+  // Where the top left pixels of the inputs read lie on those of the first one, by stream number.
+  std::map<int, PixelPosition> origins;
   std::vector<int> bands;  // of the inputs, in the output's order
   Resampling resampling = Resampling::kNearest;
   ElementRules elements;

@@ -184,13 +184,15 @@ class Georeferencing(FileTest):
         self.warned("does not hold the geolocation arrays", self.a, COPY)
 
     def test_other_places_are_warned_of_and_combined(self):
-        for told, other in (("differ by up to 0.02 pixels", bounds(RAMP, x=0.6)),
-                            ("reference systems differ", {"outputSRS": "EPSG:32633"}),
-                            ("", bounds(RAMP, x=0.1)), ("", {})):
+        for told, other in (
+                ("origins are 0.02 columns and 0 rows apart", bounds(RAMP, x=0.6)),
+                ("origins are 2 columns and 0 rows apart; -extent=", bounds(RAMP, x=60)),
+                ("coordinate reference systems differ", {"outputSRS": "EPSG:32633"}),
+                ("", bounds(RAMP, x=0.02)), ("", {})):
             write(self.a, RAMP[0], outputSRS="EPSG:32632", **bounds(RAMP))
             write(self.b, RAMP[1], **other)
             self.warned(told and f"{self.a} (File1) and {self.b} (File2) do not lie in the same "
-                        f"place: their {'geotransforms' if 'up' in told else 'coordinate'} {told}",
+                        f"place: their {told}",
                         self.a, self.b)
             equal(read(self.out), RAMP[0] + RAMP[1])
 
@@ -204,6 +206,7 @@ class Outputs(FileTest):
                 (self.a, "r.xyz", "XYZ"), (self.a, "r.png", "PNG", "-mode=byte"),
                 (self.a, "q.raw", "ENVI", "-format=envi"),
                 (self.a, "s.tif", "HFA", "-format=HFA"), (self.a, "s.IMG", "HFA"),
+                (self.a, "r.gpkg", "GPKG", "-mode=byte", "-co=TILE_FORMAT=PNG"),
                 (self.a, "r", "GTiff"), (self.a, "world.tif", "GTiff", "-co=TFW=YES"),
                 (many, "t.tif", "GTiff", "-co=TILED=YES", "-co=BLOCKXSIZE=16", "-co=BLOCKYSIZE=16"),
                 (many, "r.tif", "GTiff"), (many, "band.tif", "GTiff", "-co=INTERLEAVE=BAND"),

@@ -30,6 +30,7 @@ class Parts(harness.ProgramTest):
         super().setUp()
         self.mosaic, self.folder_of_parts = self.path("m & m.vrt"), self.path("m & m.parts")
         write(self.a, COMPLEX, change=describe, **bounds(COMPLEX))
+        write(self.path("c.tif"), REAL[:, :30], noData=-9999, **bounds(REAL[:, :30], x=90))
         write(self.b, REAL, noData=-9999, GCPs=[gdal.GCP(1, 2, 3, 4, 5)], outputSRS="EPSG:4326")
 
     def part(self, name):
@@ -80,6 +81,7 @@ class Parts(harness.ProgramTest):
                 (4, *b, gain, "-resolution=3", "-resampling=bilinear"),
                 (3, *b, gain, "-resolution=3", "-resampling=cubic"),
                 (4, *a, gain, "-resolution=2", "-resampling=cubic", "-region=1:4:2099:15"),
+                (4, *a, self.path("c.tif"), "-extent=intersection", "-looks=1:2"),
                 (1, *b, gain, "-region=5:2:2095:11", "-bands=2")):
             with self.subTest(arguments, count=count):
                 one = self.done(*arguments, self.out, "-overwrite", "-stats=-")

@@ -2,6 +2,8 @@
 # georeferencing that belongs to it.
 
 import itertools
+import os
+import shlex
 
 import numpy as np
 from osgeo import gdal
@@ -65,6 +67,81 @@ class Selection(harness.ProgramTest):
                 ("-bands=4", "-bands=: there is no band 4")):
             self.refused((option if told[0] == " " else "") + told, self.a, self.out,
                          "-operator=a1b", option)
+
+    def write_at(self, path, image, grid, x=0, y=0, system="EPSG:32632", change=None):
+        """Its upper left corner is the pixel x, y of a grid."""
+        a, b, c, d, e, f = grid
+        write(path, image, noData=-9999, outputSRS=system, change=lambda dataset: (
+            dataset.SetGeoTransform((a + x * b + y * c, b, c, d + x * e + y * f, e, f)),
+            dataset.SetMetadata(RPC if x else {}, "RPC")))
+
+    def test_images_on_one_grid_are_combined_over_the_area_that_they_share(self):
+        one, other = IMAGE[0, :90, :80], IMAGE[1, :70, :100].copy()
+        other[5:60:9, 6:90:7] = -9999
+        share = self.a, self.b, "-extent=intersection"
+        for grid in GEOTRANSFORM, (100, 3, 4, 200, 5, -3), (0, 0.1, 0, 0, 0, 0.1):
+            self.write_at(self.a, one, grid)
+            for x, y in ((7, 20), (-7, 20), (7.0005, -20), (-7, -19.9995), (-3, 4), (79, 89),
+                         (-99, -69)):
+                self.write_at(self.b, other, grid, x, y)
+                x, y = round(x), round(y)
+                left, top, right, bottom = max(0, x), max(0, y), min(80, x + 100), min(90, y + 70)
+                second = other[top - y:bottom - y, left - x:right - x]
+                expected = np.where(second == -9999, NAN, one[top:bottom, left:right] + second)
+                dataset, _ = self.made(*share)
+                equal(dataset.ReadAsArray(), expected)
+                np.testing.assert_allclose(
+                    dataset.GetGeoTransform(), (grid[0] + left * grid[1] + top * grid[2], *grid[1:3],
+                                                grid[3] + left * grid[4] + top * grid[5], *grid[4:]))
+                rpc = dataset.GetMetadata("RPC")
+                self.assertEqual((rpc["SAMP_OFF"], rpc["LINE_OFF"]),
+                                 (str(150 + x - left), str(350 + y - top)))
+                if expected.size == 1:
+                    continue
+                region = f"-region={left + 2}:{top + 1}:{right - left - 2}:{bottom - top - 1}"
+                self.refused(f"is not inside the shared area {left}:{top}:", *share, self.out,
+                             "-overwrite", "-region=0:0:80:90")
+                blocks = expected[1:, 2:][:(bottom - top - 1) // 3 * 3,
+                                          :(right - left - 2) // 4 * 4]
+                blocks = blocks.reshape(blocks.shape[0] // 3, 3, -1, 4)
+                np.testing.assert_allclose(self.result(*share, "-looks=4:3", region),
+                                           np.nanmean(blocks, (1, 3)), atol=1e-6)
+                equal(self.result(*share, "-resolution=2", region), expected[2::2, 3::2])
+        self.write_at(self.b, other, GEOTRANSFORM, 7, 20)
+        self.write_at(self.a, one, GEOTRANSFORM)
+        self.refused("; -extent=intersection combines the area", self.a, self.b, self.path("o.tif"))
+
+    def test_images_that_share_no_pixels_are_refused_with_the_command_that_makes_them_fit(self):
+        one, other, name = IMAGE[0, :90, :80], 1j * IMAGE[1, :70, :100], self.path("it's & 2.tif")
+        north, rotated = GEOTRANSFORM, (LEFT, 24, 18, TOP, 18, -24)
+        self.write_at(self.a, one, north)
+        for told, grid, x, *system in (
+                ("their origins are 0.5 columns and 0 rows apart", north, 0.5),
+                ("their origins are 0.002 columns and 0 rows apart", north, 0.002),
+                ("their pixel sizes are ", (LEFT, 15, 0, TOP, 0, -15), 0),
+                ("one is rotated or mirrored against the other", rotated, 0),
+                ("one is rotated or mirrored against the other", (LEFT, 30, 0, TOP - 900, 0, 30), 0),
+                ("their coordinate reference systems differ", north, 0, "EPSG:32633"),
+                ("their coordinate reference systems differ", north, 0, "+proj=laea +lat_0=45 +lon_0=9")):
+            self.write_at(name, other, grid, x, 0, *system)
+            for pair in (self.a, name), (name, self.a):
+                self.refused(f"share no pixels of one grid: {told}", *pair, self.out,
+                             "-extent=intersection")
+                stderr = harness.run(*pair, self.out).stderr
+                self.assertRegex(stderr, f"; {told}.*; to make a file that fits: gdalwarp .* -te 600")
+                *options, source, made = shlex.split(stderr[stderr.index("gdalwarp"):])
+                made = self.path(made)
+                gdal.Warp(made, source, options=options[1:])
+                self.warned("", *({made, *pair} - {source}))
+                os.remove(made)
+        for told, x in ("their origins are 80 columns and 0 rows apart", 80), ("both have", None):
+            if x:
+                self.write_at(name, other, north, x)
+            else:
+                write(name, other)
+            stderr = harness.run(self.a, name, self.out, "-extent=intersection").stderr
+            self.assertRegex(stderr, f"share no pixels of one grid: .*{told}.*")
+            self.assertNotIn("gdalwarp", stderr)
 
     def test_resolution_is_that_of_the_whole_region_at_once(self):
         # Strips leave no seams, and overviews are not taken in silence.

@@ -78,6 +78,8 @@ class NoData(harness.ProgramTest):
             taken = "-a_nodata=7" in options
             self.assertEqual(report["bands"][0]["taken"], int(taken))
             self.assertNotEqual("STATISTICS_MEAN" in dataset.GetRasterBand(1).GetMetadata(), taken)
+        for told, value in (f"{self.a} (File1) declares the no-data value -9999, which is a", 7), ("", -9999):
+            self.warned(told, self.a, COPY, f"-nodata={value}")
         for number, mode, holder in ((300, "byte", "byte"), (1e-50, "float64", "single precision")):
             option = f"-a_nodata={number}"
             self.refused(f"{option}: {holder} cannot hold it", self.a, self.path("o.tif"), COPY,

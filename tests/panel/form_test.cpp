@@ -41,8 +41,8 @@ TEST_F(PanelWindowTest, EditsReachTheRunAndTheCommandThatRepeatsIt) {
 
 TEST_F(PanelWindowTest, ShowsTheSettingsOfACommandThatStartsItOrIsPastedAndOfItsLastUse) {
   const std::string settings =
-      " -mode=cfloat32 -format=ENVI -co=INTERLEAVE=BIL -region=3:4:20:10 -resolution=2 "
-      "-resampling=cubic -looks=2:1 -bands=1 -oo=NUM_THREADS=2 -nodata=keep -a=0.1:0 "
+      " -mode=cfloat32 -format=ENVI -co=INTERLEAVE=BIL -extent=intersection -region=3:4:20:10 "
+      "-resolution=2 -resampling=cubic -looks=2:1 -bands=1 -oo=NUM_THREADS=2 -nodata=keep -a=0.1:0 "
       "-b=1:16777216 -operator='1+b_pow_a' -clamp";
   const std::string command = kFiles + settings;
   const auto paste = [this](const std::string& text) {

@@ -103,6 +103,15 @@ TEST_F(PreviewTest, PicturesShowAndPointersReadWhatTheRunReadsAndStores) {
   Expect("-region=5:2:41:31", "-looks=4:3", {1, {7, 9, 40, 17}}, 60);
   MakeRaster("f1.tif", 60, 40, NAN, 2, GDT_Float32);
   Expect("-nodata=keep", "-operator=a_phase_1");
+  MakeRaster("f1.tif", 60, 40, 1);
+  MakeRaster("f2.tif", 50, 50, 2);
+  std::ofstream("f1.tfw") << "10\n0\n0\n-10\n1005\n1995";
+  std::ofstream("f2.tfw") << "10\n0\n0\n-10\n1085\n2035";  // 8 columns to the right, 4 rows up
+  Expect("-extent=intersection", "", {1, {}, 30});
+  Expect("-extent=intersection -region=9:2:41:31", "-looks=4:3");
+  Expect("-extent=intersection", "");
+  std::ofstream("f2.tfw") << "10\n0\n0\n-10\n1085\n2045";  // shares the same area
+  Expect("-extent=intersection", "");
 }
 
 TEST_F(PanelWindowTest, ElementsUnderThePointerAreThoseOfThePixelAndTheSettings) {
@@ -200,6 +209,22 @@ TEST_F(PanelWindowTest, DraggingWithShiftChoosesTheRegion) {
   EXPECT_EQ(TextOf("Region, first column"), "0");
   EXPECT_NEAR(std::stoi(TextOf("Region, columns")), 45, 1);
   EXPECT_NEAR(std::stoi(TextOf("Region, rows")), 20, 1);
+}
+
+TEST_F(PanelWindowTest, SharedAreaIsOfferedAndShownWhereItLiesOnEachImage) {
+  MakeRaster("f2.tif", 50, 50, 2);
+  std::ofstream("f1.tfw") << "10\n0\n0\n-10\n1005\n1995";
+  std::ofstream("f2.tfw") << "10\n0\n0\n-10\n1085\n2035";  // 8 columns to the right, 4 rows up
+  Open(kFiles);
+  EXPECT_TRUE(WaitFor([&] {
+    return TextOf("Notes").ends_with(
+        "; the choice Shared area only combines the area that they share");
+  })) << TextOf("Notes");
+  Set("Shared area only");
+  EXPECT_TRUE(WaitFor([&] { return TextOf("Region, first column") == "8"; }));
+  EXPECT_EQ(TextOf("Notes"), "");
+  ExpectElements({20.5, 30.5}, kFile2,
+                 [](int, int) { return "6824 2 6824 0.0002930832 0.01679243 "; });
 }
 
 }  // namespace

@@ -46,7 +46,8 @@ TEST(CommandLines, ComeBackFromTheCommandThatRepeatsTheRun) {
       Words("a.tif o.img -mode=cfloat32 -format=ENVI -co=INTERLEAVE=BIL -co=A=' -region=1:2:30:40 "
             "-resolution=2 -resampling=average -bands=1,3-5 -looks=3:2 -nodata=keep -clamp"),
       Words("=x -file1=-dash -save=\xc3\xa4 -window=-1.2345678:2e3:1e6:4e300 -resolution=3 -oo=A=1 "
-            "-resampling=overview -nodata=nan -a_nodata=1.5e-9 -unscale -operator=a/b2"),
+            "-extent=intersection -resampling=overview -nodata=nan -a_nodata=1.5e-9 -unscale "
+            "-operator=a/b2"),
       Words("-mode=byte -file2=$HOME`;\\'2 -operator=1+b_pow_a -looks=1:3 -- -b"),
       Words("~root -save=~ -a=0.1234567:1 -b=0.1234568:1"),  // alike in the first six digits
       {"it's of two words", "'\xc2\"*~''"}};
@@ -94,7 +95,7 @@ TEST(CommandLines, NameTheArgumentThatIsWrong) {
       -region= -region=1:2:3 -region=1:2:3:4:5 -region=1:2:3: -region=1,2,3,4 -region=a:0:1:1
       -region=1.0:2:3:4 -region=0:0:0:1 -region=1:2:-3:4 -region=0:0:1:99999999999 -window=1:2:3
       -window=1:2:3:x -window=5:1:1:5 -window=0:5:1:5 -window=nan:0:1:1 -window=0:0:inf:1
-      -resolution=0 -resolution=-1 -resolution=2.5 -resolution=1/2 -resampling=
+      -extent= -extent=union -resolution=0 -resolution=-1 -resolution=2.5 -resolution=1/2 -resampling=
       -resampling=Average -resampling=preview -bands= -bands=0 -bands=x
       -bands=1.5 -bands=1, -bands=1,,2 -bands=1- -bands=3-1 -bands=1-2-3 -bands=1-65536,1
       -bands=1-999999999 -mode=float16 -nodata=drop -a_nodata=x -co=A -oo==B -b -srcwin -srcwin=0:0:1:1
