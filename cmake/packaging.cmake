@@ -25,6 +25,15 @@ if(LUMOMIXCALC_PANEL)
     DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps
     COMPONENT panel)
 endif()
+set(qgis_plugin ${CMAKE_INSTALL_DATADIR}/qgis/python/plugins/lumomixcalc)
+configure_file(${PROJECT_SOURCE_DIR}/qgis/metadata.txt.in ${PROJECT_BINARY_DIR}/qgis/metadata.txt @ONLY)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/qgis/
+  DESTINATION ${qgis_plugin}
+  COMPONENT qgis
+  FILES_MATCHING PATTERN *.py PATTERN *.txt PATTERN __pycache__ EXCLUDE)
+install(FILES ${PROJECT_BINARY_DIR}/qgis/metadata.txt ${PROJECT_SOURCE_DIR}/packaging/lumomixcalc.svg
+  DESTINATION ${qgis_plugin}
+  COMPONENT qgis)
 # In the folders of the tree, so that links between the pages hold.
 install(FILES ${PROJECT_SOURCE_DIR}/README.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR}
@@ -40,7 +49,7 @@ set(CPACK_PACKAGE_CONTACT "The LumoMixcalc developers")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
-set(CPACK_COMPONENTS_ALL program development)
+set(CPACK_COMPONENTS_ALL program development qgis)
 if(LUMOMIXCALC_PANEL)
   list(APPEND CPACK_COMPONENTS_ALL panel)
 endif()
@@ -61,6 +70,13 @@ set(CPACK_DEBIAN_PANEL_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PANEL_PACKAGE_DEPENDS "lumomixcalc (= ${PROJECT_VERSION})")
 set(CPACK_COMPONENT_PANEL_DESCRIPTION
   "The panel of lumomixcalc, with a live preview, as lumomixcalc -panel shows it.")
+
+set(CPACK_DEBIAN_QGIS_PACKAGE_NAME lumomixcalc-qgis)
+set(CPACK_DEBIAN_QGIS_PACKAGE_SECTION science)
+set(CPACK_DEBIAN_QGIS_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_QGIS_PACKAGE_DEPENDS "lumomixcalc (= ${PROJECT_VERSION}), qgis, python3-qgis")
+set(CPACK_COMPONENT_QGIS_DESCRIPTION
+  "A plugin for QGIS, whose algorithms in the Processing toolbox run lumomixcalc.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME liblumomixcalc-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)

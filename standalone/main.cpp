@@ -59,9 +59,12 @@ bool PanelCanBeShown() {
 RunReport Run(const Options& options, HostState& host, const std::stop_token& stop) {
   const std::string command = ReproducingCommand(options.job, host.registration, EchoOptions(host));
   std::optional<ProgressBar> bar;
-  if (!options.quiet && isatty(STDERR_FILENO) != 0) bar.emplace();
-  const auto show = [&bar](double share) {
+  if (!options.quiet && !options.progress && isatty(STDERR_FILENO) != 0) bar.emplace();
+  int told = -1;
+  const auto show = [&](double share) {
     if (bar) bar->Show(share);
+    const int percent = static_cast<int>(share * 100);
+    if (options.progress && percent > told) std::fprintf(stderr, "%d\n", told = percent);
   };
   if (options.checkOnly) return RunReport(CheckRun(options.job, command, host));
   return RunBatch(options.job, command, host, {stop, show});

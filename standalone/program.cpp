@@ -100,6 +100,7 @@ void Run(const std::vector<std::string>& arguments, const Action& act,
   using enum Options::Action;
   if (options.action == kHelp) return PrintUsage(host.registration, choices);
   if (options.action == kVersion) return PrintVersion();
+  if (options.action == kOperators) return PrintOperators(choices);
   if (options.action == kCompletions) return PrintCompletions(host.registration, choices);
   if (options.action != kJoin) {
     ReadApplicationOptions(options.applicationArguments, host, choices);

@@ -259,6 +259,10 @@ constexpr HostOption kHostOptions[] = {
      "print no statistics and no progress; statistics are those of the\n"
      "result before an integer mode rounds and saturates it",
      kSwitch<&Options::quiet>, nullptr, true},
+    {"-progress", "", 0, "", "",
+     "print the share done on standard error, in percent, as one whole\n"
+     "number a line, for programs",
+     kSwitch<&Options::progress>},
     {"-panel", "", 0, "", "",
      "show the panel with these files, two being the inputs, and\n"
      "options; files may be left out. On a desktop also without any\n"
@@ -270,6 +274,8 @@ constexpr HostOption kHostOptions[] = {
      kAction<kVersion>},
     {"-completions", "", 0, "", "", "print the options and their known values, for a shell",
      kAction<kCompletions>},
+    {"-operators", "", 0, "", "", "print the name and the formula of each operator, for programs",
+     kAction<kOperators>},
     {"", "--config", 2, "", "", nullptr, kConfigOption},
 };
 

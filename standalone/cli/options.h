@@ -14,12 +14,13 @@ namespace lumomixcalc::standalone {
 // What the command line asks for.
 struct Options {
   // Of several, the one that is later in this list is done.
-  enum class Action { kRun, kPanel, kJoin, kCompletions, kHelp, kVersion };
+  enum class Action { kRun, kPanel, kJoin, kOperators, kCompletions, kHelp, kVersion };
 
   Action action = Action::kRun;
   Job job;
   std::string mosaic;  // the file of -join=
   bool quiet = false;
+  bool progress = false;   // as lines of numbers instead of a bar
   bool checkOnly = false;  // nothing is computed, no file is made
   std::vector<std::string> applicationArguments;
   std::vector<std::string> filesWithoutName;

@@ -63,6 +63,12 @@ void PrintVersion() {
               GDALVersionInfo("RELEASE_NAME"));
 }
 
+void PrintOperators(const std::vector<ApplicationChoice>& choices) {
+  for (const ApplicationChoice& choice : choices)
+    std::printf("%s\t%s\n", choice.argument.c_str() + NameOf(choice.argument).size() + 1,
+                choice.meaning.c_str());
+}
+
 void PrintCompletions(const Registration& registration,
                       const std::vector<ApplicationChoice>& choices) {
   for (const DeclaredStream& stream : AllStreams(registration))

@@ -262,9 +262,11 @@ class MidRun(harness.ProgramTest):
         self.assertEqual(Path(self.out).read_bytes(), b"old")
         self.assert_nothing_left()
 
-    def test_progress_bar_is_shown_in_a_terminal_alone_and_an_ignored_hangup_stays_ignored(self):
+    def test_progress_is_a_bar_in_a_terminal_alone_or_numbers_and_an_ignored_hangup_stays_ignored(self):
         line = r"(\[(?=.{30}\])=* *\] +\d+ %, \d+:\d\d left\r\x1b\[K)+"
-        for terminal, bar, *options in ((True, line), (True, "", "-quiet"), (False, "")):
+        for terminal, bar, *options in (
+                (True, line), (True, "", "-quiet"), (False, ""),
+                (True, r"(\d+\r\n){5,100}100\r\n", "-progress", "-quiet")):
             main, end = pty.openpty()
             process = self.start("-b=1", "-overwrite", *options, ignored=[signal.SIGHUP],
                                  stderr=end if terminal else subprocess.PIPE)

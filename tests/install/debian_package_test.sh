@@ -20,6 +20,8 @@ depends lumomixcalc | grep -q libgdal || fail "the program's package does not de
 ! depends lumomixcalc | grep -qi qt || fail "the batch program's package depends on Qt"
 depends lumomixcalc-panel | grep -q 'lumomixcalc (= .*libqt6' ||
   fail "the panel's package does not depend on its program and Qt"
+depends lumomixcalc-qgis | grep -q 'lumomixcalc (= .*python3-qgis' ||
+  fail "the plugin's package does not depend on its program and QGIS"
 dpkg-deb -c "$work"/packages/liblumomixcalc-dev_*.deb | grep -q liblumomixcalc_app.a ||
   fail "the development package lacks the library"
 
@@ -36,6 +38,7 @@ told=$("$work/lumomixcalc" -panel 2>&1 || true)
 [[ $told == *'package lumomixcalc-panel'* ]] || fail "-panel does not name the package: $told"
 for file in man/man1/lumomixcalc{,-coherence,-slurm}.1 \
   bash-completion/completions/lumomixcalc{,-coherence,-slurm} \
+  qgis/python/plugins/lumomixcalc/{__init__.py,calculate.txt,lumomixcalc.svg,metadata.txt} \
   applications/lumomixcalc.desktop icons/hicolor/scalable/apps/lumomixcalc.svg; do
   [[ -s $root/usr/share/$file ]] || fail "share/$file is not installed"
 done
@@ -43,6 +46,6 @@ shown=$(sed -nE 's/^Exec=([^ ]*) %f$/\1/p' "$root/usr/share/applications/lumomix
 for program in lumomixcalc{,-coherence,-slurm,-panel} "${shown:-none}"; do
   [[ -x $root/usr/bin/$program ]] || fail "bin/$program is not a program"
 done
-dpkg --root="$root" --remove lumomixcalc-panel lumomixcalc >/dev/null 2>&1
+dpkg --root="$root" --remove lumomixcalc-{panel,qgis} lumomixcalc >/dev/null 2>&1
 left=$(find "$root" -path "$root/var" -prune -o -type f -print)
 [[ -z $left ]] || fail "left behind: $left"
