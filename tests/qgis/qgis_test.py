@@ -222,7 +222,7 @@ class Results(PluginTest):
             context, feedback = QgsProcessingContext(), Feedback()
             context.setProject(project)
             task = QgsProcessingAlgRunnerTask(algorithm, {
-                "FILE1": self.a, "OPERATOR": operator, "MODE": "float32", "A": "-2",
+                "FILE1": self.a, "OPERATOR": operator, "MODE": "float32", "A": "-2:0",
                 "OUTPUT": QgsProcessingOutputLayerDefinition(self.out, project)}, context, feedback)
             done = []
             task.executed.connect(lambda *told: done.append(told))
