@@ -197,6 +197,8 @@ class Selection(harness.ProgramTest):
                 ("average", [[-9999, 1], [1, 1j]], (-9997 + 1j) / 4, holes, keep),
                 ("average", [[NAN, 1], [1, 4]], 2, {}),
                 ("average", [[NAN, 1], [1, 4]], NAN, {}, keep),
+                *(("average", [[hole, 1], [1, 1j]], (2 + 1j) / 3, {})
+                  for hole in (complex(NAN, 5), complex(5, NAN))),
                 ("average", [[-9999, -9999], [-9999, -9999]], NAN, holes)):
             pixels = np.tile(pixels, (3, 3))
             write(self.a, pixels.astype(np.result_type(pixels, np.float32)), **options)
