@@ -31,7 +31,7 @@ struct ExpectedOperator {
   bool Reads(char file) const { return commandName.find(file) != std::string_view::npos; }
 };
 
-constexpr ExpectedOperator kExpectedOperators[13] = {
+constexpr ExpectedOperator kExpectedOperators[] = {
     {"(A*File1) + (B*File2)", "a1+b2"},
     {"(A*File1) - (B*File2)", "a1-b2"},
     {"(A*File1) * (B*File2)", "a1b2"},
@@ -46,6 +46,7 @@ constexpr ExpectedOperator kExpectedOperators[13] = {
     {"A * LN(FILE1 + B)", "a_ln_1+b"},
     {"(FILE1 + B)**A", "1+b_pow_a"},
 };
+constexpr auto kExpectedCount = static_cast<std::int32_t>(std::size(kExpectedOperators));
 
 // A and B, both parts, operator and clamp.
 using Values = std::tuple<float, float, float, float, std::int32_t, std::int32_t>;
@@ -108,7 +109,8 @@ TEST_F(ApplicationTest, PanelsFieldsAreBoundToTheParameters) {
                           R"_(WMAddInfoButton("File2 Coeff (B)", "Blendcalc CoeffB"))_",
                           "WMAddFloatField(&3.5" + format, "WMAddFloatField(&4.5" + format,
                           R"(WMAddInfoButton("Operator       ", "Blendcalc Operator"))",
-                          "WMAddPulldown(\"" + labels + "\", 13, &5, 0, 0, 0, 0)",
+                          "WMAddPulldown(\"" + labels + "\", " + std::to_string(kExpectedCount) +
+                              ", &5, 0, 0, 0, 0)",
                           R"(WMAddInfoButton("Clamp at 0?    ", "Blendcalc ZeroClamp"))",
                           R"(WMAddToggleButton("", &6, 0, 0, 0, 0))"}));
 }
@@ -180,7 +182,7 @@ TEST_F(ApplicationTest, WritesTheOptionsThatReproduceTheParametersInEveryLocale)
   for (std::int32_t run = 0; run < 20000; ++run) {
     if (run == 10000 && std::setlocale(LC_ALL, "de_DE.UTF-8") == nullptr)
       GTEST_SKIP() << "no locale with a decimal comma";
-    const Values p = {draw(), draw(), draw(), draw(), run % 13, run % 3 - 1};
+    const Values p = {draw(), draw(), draw(), draw(), run % kExpectedCount, run % 3 - 1};
     const auto& [a, ai, b, bi, operation, clamp] = p;
     Calls expected = {echoed("-a=", a, ":", ai), echoed("-b=", b, ":", bi),
                       echoed("-operator='", kExpectedOperators[operation].commandName, "'")};
@@ -198,7 +200,7 @@ TEST_F(ApplicationTest, CheckParamsNamesTheFilesThatTheOperatorLacks) {
   const char* const messages[2][2] = {{"", "Operation requires File2, but it does not exist."},
                                       {"Operation requires File1, but it does not exist.",
                                        "Operation requires File1 and File2, but neither exists."}};
-  for (gOperationChoice = 0; gOperationChoice < 13; ++gOperationChoice) {
+  for (gOperationChoice = 0; gOperationChoice < kExpectedCount; ++gOperationChoice) {
     const ExpectedOperator& op = kExpectedOperators[gOperationChoice];
     for (const auto& [open1, open2] : {std::pair(0, 0), {0, 1}, {1, 0}, {1, 1}}) {
       gHost.isOpen = {false, open1 != 0, open2 != 0, false};
@@ -224,12 +226,12 @@ void SpyKernel(float* out, float* stats, const float* in1, const float* in2, std
 // Modes 3 and 4 are complex, and an output without a mode follows File1.
 TEST_F(ApplicationTest, OnlyTheFilesThatTheOperatorReadsAreAskedForAndReachTheKernel) {
   const auto isComplex = [](int mode) { return mode == 3 || mode == 4 ? 1 : 0; };
-  for (int run = 0; run < 13 * 6 * 6 * 8; ++run) {
-    const int mode1 = run / 13 % 6;
-    const int mode2 = run / 78 % 6;
-    gOperationChoice = run % 13;
+  for (int run = 0; run < kExpectedCount * 6 * 6 * 8; ++run) {
+    const int mode1 = run / kExpectedCount % 6;
+    const int mode2 = run / (6 * kExpectedCount) % 6;
+    gOperationChoice = run % kExpectedCount;
     gHost.mode = {0, mode1, mode2, 0};
-    gHost.outputMode = run / 468 - 2;
+    gHost.outputMode = run / (36 * kExpectedCount) - 2;
     const ExpectedOperator& op = kExpectedOperators[gOperationChoice];
     const bool reads1 = op.Reads('1');
     const bool reads2 = op.Reads('2');

@@ -12,7 +12,7 @@ trap 'rm -rf "$work"' EXIT
 "$1" -help >"$work/help"
 sed 's/\\-/-/g; s/\\f.//g; s/^\.B[IR]* //; s/ *" *//g; s/ = /=/g' "$root/docs/lumomixcalc.1" >"$work/manual"
 sed -nE 's|^ +-operator=([^ ]+).*|\1|p' "$work/help" >"$work/help.names"
-sed -n '/^a1+b2 /,/^1+b_pow_a /p' "$work/manual" | cut -d' ' -f1 >"$work/manual.names"
+sed -n '/^a1+b2 /,/^\.fi/{/^\.fi/!p}' "$work/manual" | cut -d' ' -f1 >"$work/manual.names"
 diff <("$1" -operators) <(sed -nE 's|^ +-operator=([^ ]+) +|\1\t|p' "$work/help")
 for text in help manual; do
   grep -oE -- '(^|[[ ,])-{1,2}[a-z]+[0-9]*' "$work/$text" | tr -d '[ ,' >>"$work/$text.names"
