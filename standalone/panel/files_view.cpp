@@ -18,7 +18,8 @@ class FileField : public QLineEdit {
     setClearButtonEnabled(true);
     SetRead(true);
     auto* const browse = new QToolButton;
-    browse->setText("Browse\u2026");
+    browse->setText("\u2026");
+    browse->setToolTip("Browse, or choose a recent file");
     browse->setAccessibleName("Browse for " + label);
     browse->setFocusPolicy(Qt::StrongFocus);
     browse->setPopupMode(QToolButton::MenuButtonPopup);

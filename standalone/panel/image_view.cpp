@@ -25,7 +25,7 @@ ImageView::ImageView(const Sight& sight) : sight_(sight) {
   setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   setFocusPolicy(Qt::NoFocus);
   setMouseTracking(true);
-  setMinimumSize(80, 60);
+  setMinimumSize(240, 120);
   setViewportUpdateMode(FullViewportUpdate);
   setToolTip("Wheel: zoom. Drag: move. Double click: one to one, or the whole again.");
 }
@@ -67,7 +67,7 @@ QRect ImageView::Seen() const {
 
 void ImageView::drawBackground(QPainter* painter, const QRectF&) {
   painter->resetTransform();
-  painter->fillRect(viewport()->rect(), palette().window());
+  painter->fillRect(viewport()->rect(), palette().window().color().darker(112));
   if (HasPicture())
     painter->fillRect(OnScreen(sceneRect()),
                       QBrush(palette().color(QPalette::Mid), Qt::BDiagPattern));
@@ -100,10 +100,14 @@ void ImageView::PaintText(QPainter& painter) const {
     if (!text_.isEmpty()) painter.fillRect(place, palette().window());
     return painter.drawText(place, Qt::AlignCenter, text_);
   }
-  painter.drawRect(frame.adjusted(0, 0, -1, -1));
   QTextOption option(Qt::AlignCenter);
   option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);  // a long file name is one word
   painter.drawText(QRectF(frame.adjusted(10, 10, -10, -10)), text_, option);
+}
+
+void ImageView::resizeEvent(QResizeEvent* event) {
+  QGraphicsView::resizeEvent(event);
+  moved(sight_.centre, sight_.scale);
 }
 
 void ImageView::wheelEvent(QWheelEvent* event) {

@@ -52,7 +52,7 @@ class ImageView : public QGraphicsView {
  protected:
   void drawBackground(QPainter* painter, const QRectF&) override;
   void drawForeground(QPainter* painter, const QRectF&) override;
-  void resizeEvent(QResizeEvent*) override { moved(sight_.centre, sight_.scale); }
+  void resizeEvent(QResizeEvent* event) override;
   void wheelEvent(QWheelEvent* event) override;
   void mouseDoubleClickEvent(QMouseEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;

@@ -7,7 +7,7 @@
 
 namespace lumomixcalc::standalone {
 
-// A table of the elements at one pixel, one row for each image. Its size never changes.
+// A table of the elements at one pixel, one column for each image. Its height never changes.
 class Inspector : public QWidget {
  public:
   explicit Inspector(const QStringList& images);

@@ -24,7 +24,7 @@ QSpinBox* NewSpin(const QString& name, int least, const QString& prefix) {
   auto* const spin = Named(new QSpinBox, name);
   spin->setRange(least, 9999999);
   spin->setPrefix(prefix);
-  spin->setMinimumWidth(spin->fontMetrics().horizontalAdvance(prefix + "00000") + 40);
+  spin->setMinimumWidth(spin->fontMetrics().horizontalAdvance(prefix + "0000") + 24);
   spin->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
   return spin;
 }

@@ -299,7 +299,7 @@ Findings PreviewMaker::Make(const Job& job, const Job& ofTheRun, const View& vie
     if (!job.inputs.contains(inputs[i].number)) {
       inputs_.erase(inputs[i].number);
       PreviewImage none;
-      none.note = "No file chosen.";
+      none.note = kNoFile;
       show(i, none);
     } else if (Update(inputs[i], stop)) {
       show(i, Shown(inputs_.at(inputs[i].number).image, Grid().looks));

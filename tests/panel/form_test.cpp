@@ -23,7 +23,7 @@ TEST_F(PanelWindowTest, EditsReachTheRunAndTheCommandThatRepeatsIt) {
     Set(field, text);
     EXPECT_NE(CurrentCommand(), before);
   }
-  EXPECT_EQ(TextOf("Notes"), "\u2022 a complex output is not clamped");
+  EXPECT_EQ(Notes(), "\u2022 a complex output is not clamped");
   Run("done");
   EXPECT_TRUE(Told("band 2: minimum "));
   EXPECT_TRUE(CurrentCommand().ends_with(
@@ -128,12 +128,12 @@ TEST_F(PanelWindowTest, AsksBeforeItReplacesAFileAndNamesAnInput) {
          [&] { QTest::keyClick(window_.get(), Qt::Key_R, Qt::ControlModifier); });
   EXPECT_EQ(Bytes("out.tif"), "precious");
   Settle();
-  EXPECT_EQ(TextOf("Notes"), "");
+  EXPECT_EQ(Notes(), "");
   Answer("exists already", "Replace", [&] { Run("done"); });
   EXPECT_NE(Bytes("out.tif"), "precious");
   QFile::link("f2.tif", "link.tif");
   Set("Save", "link.tif");
-  EXPECT_EQ(TextOf("Notes"), "\u2022 Save is File2: the run replaces it");
+  EXPECT_EQ(Notes(), "\u2022 Save is File2: the run replaces it");
   Answer("is File2: the run replaces it", "Cancel", [&] { Set("Run"); });
   Set("Save");
   Set("Run");
@@ -219,19 +219,18 @@ TEST_F(PanelWindowTest, TakesDroppedAndRecentFilesAndNamesTheirOutput) {
 TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   MakeRaster("f1.tif", 60, 40, 20);
   Open("f1.tif f2.tif out.tif -operator=a1b -mode=cint16");
-  EXPECT_TRUE(
-      WaitFor([&] { return TextOf("Notes").starts_with("\u2022 58.4 % of the elements"); }));
+  EXPECT_TRUE(WaitFor([&] { return Notes().starts_with("\u2022 58.4 % of the elements"); }));
   EXPECT_EQ(Find<QLabel>("Resolved output").text(),
             "GTiff, complex 16-bit integer (cint16), 60 \u00d7 40, 2 bands, 19.2 kB");
   EXPECT_NE(Find("File2").palette(), Find("File1").palette());
   Set("Save", "out.zzz");
   Settle();
-  EXPECT_TRUE(TextOf("Notes").starts_with("\u2022 the extension of ")) << TextOf("Notes");
+  EXPECT_TRUE(Notes().starts_with("\u2022 the extension of ")) << Notes();
   Pictured("Result preview");
   Set("Save", "out.tif");
   Set("File2");
   Settle();
-  EXPECT_EQ(Find("File2 preview").accessibleDescription(), "No file chosen.");
+  EXPECT_EQ(Find("File2 preview").accessibleDescription(), kNoFile);
   Set("File2", "f2.tif");
   QFile::remove("f2.tif");
   Run("done");
@@ -241,15 +240,14 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   Set("Region, columns", "61");
   Answer("exists already", "Replace", [&] { Run("failed"); });
   EXPECT_TRUE(Told("Region 0:0:61:40 is not inside")) << TextOf("Messages");
-  EXPECT_TRUE(WaitFor([&] { return TextOf("Notes").starts_with("\u2022 Region 0:0:61:40 is"); }));
+  EXPECT_TRUE(WaitFor([&] { return Notes().starts_with("\u2022 Region 0:0:61:40 is"); }));
   Set(kB, "x");
   Set("File1", "no.tif");
   Set("File2", "unread.tif");
   Set("Save", "no/out.tif");
-  EXPECT_EQ(TextOf("Notes"),
-            "\u2022 File1: there is no file no.tif\n\u2022 Save: there is no folder " +
-                folder_.filePath("no").toStdString() + "\n\u2022 " + kB +
-                ": \u201cx\u201d is not a number that can be used");
+  EXPECT_EQ(Notes(), "\u2022 File1: there is no file no.tif\n\u2022 Save: there is no folder " +
+                         folder_.filePath("no").toStdString() + "\n\u2022 " + kB +
+                         ": \u201cx\u201d is not a number that can be used");
   for (const char* const name : {kB, "File1", "Save"})
     EXPECT_NE(Find(name).styleSheet(), Find("File2").styleSheet()) << name;
 }
@@ -270,8 +268,8 @@ TEST_F(PanelWindowTest, TabGoesFromTopToBottomThroughWidgetsThatScreenReadersCan
   // Those of names in one word stand for their neighbours.
   EXPECT_EQ(
       visited.filter(QRegularExpression("^\\w+$")).join(' ').toStdString(),
-      "File1 File2 Save Swap Operator Region Resolution Format Notes Run Stretch Band Command "
-      "Copy Paste Messages");
+      "File1 File2 Save Swap Operator Region Resolution Format Run Messages Command Copy Paste "
+      "Stretch Band");
 }
 
 TEST_F(PanelWindowTest, EveryRowOpensAHelpEntryWithAnExample) {

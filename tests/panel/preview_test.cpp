@@ -217,12 +217,11 @@ TEST_F(PanelWindowTest, SharedAreaIsOfferedAndShownWhereItLiesOnEachImage) {
   std::ofstream("f2.tfw") << "10\n0\n0\n-10\n1085\n2035";  // 8 columns to the right, 4 rows up
   Open(kFiles);
   EXPECT_TRUE(WaitFor([&] {
-    return TextOf("Notes").ends_with(
-        "; the choice Shared area only combines the area that they share");
-  })) << TextOf("Notes");
+    return Notes().ends_with("; the choice Shared area only combines the area that they share");
+  })) << Notes();
   Set("Shared area only");
   EXPECT_TRUE(WaitFor([&] { return TextOf("Region, first column") == "8"; }));
-  EXPECT_EQ(TextOf("Notes"), "");
+  EXPECT_EQ(Notes(), "");
   ExpectElements({20.5, 30.5}, kFile2,
                  [](int, int) { return "6824 2 6824 0.0002930832 0.01679243 "; });
 }
