@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 
 namespace lumomixcalc::standalone {
 namespace {
+
+constexpr double kZoomStep = 1.25;
 
 // A dark line beside a bright one is seen on every picture.
 void DrawSeenEverywhere(QPainter& painter, const QRectF& area) {
@@ -23,7 +26,9 @@ ImageView::ImageView(const Sight& sight) : sight_(sight) {
   setFrameShape(QFrame::NoFrame);
   setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-  setFocusPolicy(Qt::NoFocus);
+  setFocusPolicy(Qt::StrongFocus);
+  setAcceptDrops(false);  // the window takes files dropped here
+  viewport()->setAcceptDrops(false);
   setMouseTracking(true);
   setMinimumSize(240, 120);
   setViewportUpdateMode(FullViewportUpdate);
@@ -80,6 +85,10 @@ void ImageView::drawForeground(QPainter* painter, const QRectF&) {
   veil.setAlphaF(0.6F);
   if (dimmed_ && HasPicture()) painter->fillRect(viewport()->rect(), veil);
   PaintText(*painter);
+  if (hasFocus()) {
+    painter->setPen(palette().color(QPalette::Highlight));
+    painter->drawRect(viewport()->rect().adjusted(0, 0, -1, -1));
+  }
   if (!HasPicture()) return;
   if (drawStart_)
     DrawSeenEverywhere(*painter, OnScreen(Drawn()));
@@ -110,9 +119,27 @@ void ImageView::resizeEvent(QResizeEvent* event) {
   moved(sight_.centre, sight_.scale);
 }
 
+void ImageView::keyPressEvent(QKeyEvent* event) {
+  static const std::map<int, QPoint> kArrows = {{Qt::Key_Left, {-1, 0}},
+                                                {Qt::Key_Right, {1, 0}},
+                                                {Qt::Key_Up, {0, -1}},
+                                                {Qt::Key_Down, {0, 1}}};
+  const QRect all = sceneRect().toRect();
+  const QPoint middle = mapToScene(viewport()->rect().center()).toPoint();
+  const QPoint pixel = sight_.pixel.value_or(middle);
+  const int key = event->key();
+  if (key == Qt::Key_Plus || key == Qt::Key_Equal || key == Qt::Key_Minus)
+    return Zoom(Scale() * (key == Qt::Key_Minus ? 1 / kZoomStep : kZoomStep), mapFromScene(pixel));
+  const auto arrow = kArrows.find(key);
+  if (arrow == kArrows.end() || !HasPicture()) return QGraphicsView::keyPressEvent(event);
+  const QPoint next = pixel + arrow->second;
+  if (!all.contains(next)) return;
+  if (sight_.scale > 0 && !Seen().isNull() && !Seen().contains(next)) moved(next, sight_.scale);
+  pointed(next);
+}
+
 void ImageView::wheelEvent(QWheelEvent* event) {
-  constexpr double kStep = 1.25;
-  Zoom(Scale() * std::pow(kStep, event->angleDelta().y() / 120.0), event->position());
+  Zoom(Scale() * std::pow(kZoomStep, event->angleDelta().y() / 120.0), event->position());
   event->accept();
 }
 

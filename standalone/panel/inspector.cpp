@@ -74,4 +74,15 @@ void Inspector::Show(const std::optional<Inspection>& found) {
   }
 }
 
+void Inspector::Copy() const {
+  QStringList lines = {place_->text()};
+  for (int row = -1; row < table_->rowCount(); ++row) {
+    QStringList cells = {row < 0 ? "" : kFigures[row]};
+    for (int column = 0; column < table_->columnCount(); ++column)
+      cells << (row < 0 ? table_->horizontalHeaderItem(column) : table_->item(row, column))->text();
+    lines << cells.join('\t');
+  }
+  QGuiApplication::clipboard()->setText(lines.join('\n') + '\n');
+}
+
 }  // namespace lumomixcalc::standalone

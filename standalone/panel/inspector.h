@@ -14,6 +14,11 @@ class Inspector : public QWidget {
 
   void Show(const std::optional<Inspection>& found);
 
+  // Whether the table has the focus, and so Ctrl+C means it.
+  bool HasFocus() const { return table_->hasFocus(); }
+  // Puts the place and the table into the clipboard, with tabs between the cells.
+  void Copy() const;
+
  private:
   QLabel* place_ = Named(new QLabel, "Place under the pointer");
   QTableWidget* table_;

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <iterator>
 #include <map>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 #include <variant>
 
+#include "ops/catalogue.h"
 #include "standalone/base/messages.h"
 #include "standalone/cli/command_echo.h"
 #include "standalone/cli/options.h"
@@ -60,6 +62,18 @@ Job ReadCommand(const std::string& command, HostState& host) {
     SetNumbers(host.panelRows, before);
     throw;
   }
+}
+
+// Who asks for a logarithm or a power rarely means that of File1 + 1.
+std::string NoteOn(const std::vector<std::string>& options) {
+  if (std::ranges::find(options, "-b=1:0") == options.end()) return "";
+  for (const Operator& one : kOperators)
+    for (const char* const quote : {"'", ""})
+      if (std::string_view(one.label).find("FILE1 + B") != std::string_view::npos &&
+          std::ranges::find(options, std::string("-operator=") + quote + one.commandName + quote) !=
+              options.end())
+        return std::string("B is 1 in ") + one.label;
+  return "";
 }
 
 std::string PanelCommand(Job job, HostState& host) {

@@ -50,9 +50,8 @@ Job RecalledJob(HostState& host) {
 
 }  // namespace
 
-PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first)
-    : host_(host), base_(first ? *first : RecalledJob(host)) {
-  setWindowTitle(Text(host.registration.title));
+PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first) : host_(host) {
+  const Job shown = first ? *first : RecalledJob(host);  // before the rows, which show its numbers
   columns_->setChildrenCollapsible(false);
   columns_->setHandleWidth(6);
   QStringList titles;
@@ -76,7 +75,7 @@ PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first)
   AddShortcuts();
   SetRunning(false);
   setAcceptDrops(true);
-  ShowJob(base_);
+  ShowJob(shown);
   RestoreDisplay();
   worker_ = std::make_unique<PanelWorker>(
       host_,
@@ -162,10 +161,14 @@ QLayout* PanelWindow::MakeCommandBar() {
   command_->setReadOnly(true);
   connect(copy_, &QPushButton::clicked,
           [this] { QGuiApplication::clipboard()->setText(command_->text()); });
-  connect(paste_, &QPushButton::clicked, [this] { Paste(); });
+  connect(paste_, &QPushButton::clicked, [this] {
+    static const QRegularExpression prompt("^\\s*[$#]\\s+");  // copied from a terminal or a page
+    Take(QGuiApplication::clipboard()->text().remove(prompt).trimmed(), true);
+  });
+  connect(reset_, &QPushButton::clicked, [this] { Take("lumomixcalc", false); });
   auto* const bar = new QHBoxLayout;
   bar->addWidget(command_, 1);
-  for (QPushButton* const button : {copy_, paste_}) {
+  for (QPushButton* const button : {copy_, paste_, reset_}) {
     button->setMinimumWidth(fontMetrics().horizontalAdvance(button->text()) + 12);
     button->setToolTip(button->accessibleName());
     bar->addWidget(button);
@@ -178,8 +181,14 @@ void PanelWindow::AddShortcuts() {
     if (!running_) files_->Browse();
   });
   new QShortcut(Qt::CTRL | Qt::Key_R, this, [this] { run_->click(); });
-  new QShortcut(Qt::Key_Escape, this, [this] { cancel_->click(); });
-  new QShortcut(QKeySequence::Copy, this, [this] { copy_->click(); });
+  new QShortcut(Qt::Key_Escape, this, [this] {
+    cancel_->click();
+    preview_->StopDrawing();
+  });
+  new QShortcut(QKeySequence::Copy, this, [this] {
+    if (messages_->hasFocus() && messages_->textCursor().hasSelection()) return messages_->copy();
+    inspector_->HasFocus() ? inspector_->Copy() : copy_->click();
+  });
   qApp->installEventFilter(this);
 }
 
@@ -224,25 +233,28 @@ void PanelWindow::dragEnterEvent(QDragEnterEvent* event) {
 }
 
 void PanelWindow::dropEvent(QDropEvent* event) {
-  files_->Take(event->mimeData()->urls(), mapToGlobal(event->position().toPoint()));
+  const QPoint place = event->position().toPoint();
+  files_->Take(event->mimeData()->urls(), mapToGlobal(place), preview_->InputAt(place, *this));
 }
 
 Job PanelWindow::CurrentJob() const {
-  Job job = base_;
+  Job job = output_->Shown();
   job.inputs = files_->Inputs();
   job.output = files_->Output().toStdString();
-  output_->Apply(job);
   return job;
 }
 
-// Takes the settings of a command in the clipboard.
-void PanelWindow::Paste() {
-  const std::string command = QGuiApplication::clipboard()->text().trimmed().toStdString();
-  worker_->Post([this, command, worker = worker_.get()] {
+// Takes the settings of a command.
+void PanelWindow::Take(const QString& command, bool withFiles) {
+  worker_->Post([this, command = command.toStdString(), withFiles, worker = worker_.get()] {
     try {
       Job job = ReadCommand(command, host_);
       job.overwrite = false;  // what the command replaced; the user is asked for what the run does
-      worker->Deliver([this, job, numbers = NumbersOf(host_.panelRows)] {
+      worker->Deliver([this, job, withFiles, numbers = NumbersOf(host_.panelRows)]() mutable {
+        if (!withFiles) {
+          job.inputs = files_->Inputs();
+          job.output = files_->Output().toStdString();
+        }
         rows_->Show(numbers);
         TakeRows();
         ShowJob(job);
@@ -254,7 +266,6 @@ void PanelWindow::Paste() {
 }
 
 void PanelWindow::ShowJob(const Job& job) {
-  base_ = job;
   showing_ = true;
   output_->Show(job);
   files_->Show(job);
@@ -271,6 +282,12 @@ void PanelWindow::TakeRows() {
 
 void PanelWindow::TakeChange() {
   if (showing_) return;
+  QStringList title = {Text(host_.registration.title)};
+  if (const auto* const choice = rows_->findChild<QComboBox*>())
+    title.prepend(choice->currentText());
+  if (const auto inputs = files_->Inputs(); !inputs.empty())
+    title.prepend(QFileInfo(Text(inputs.begin()->second)).fileName());
+  setWindowTitle(title.join(" \u2013 "));
   ShowNotes();
   Refresh();
 }
@@ -278,18 +295,25 @@ void PanelWindow::TakeChange() {
 void PanelWindow::ShowFindings(const Findings& findings) {
   findings_ = findings;
   preview_->EndPreview();
-  preview_->Dim(rows_->FirstFault());
+  preview_->Dim(!Fault().isEmpty());
   output_->SetExtent(preview_->Extent());
   files_->ShowRead(findings.inputs);
   output_->ShowResolved(findings.plan);
   resolved_->setText(findings.plan ? SummaryOf(*findings.plan) : "");
+  resolved_->setToolTip(resolved_->text());
   ShowNotes();
+}
+
+// What is wrong with a field, so that there is no command and no run; or an empty text.
+QString PanelWindow::Fault() const {
+  const NumberField* const fault = rows_->FirstFault();
+  return fault ? FaultOf(*fault) : output_->Fault();
 }
 
 // Shows problems of fields, or else of the run, and warnings.
 void PanelWindow::ShowNotes() {
   QStringList notes = files_->Faults();
-  if (const NumberField* const fault = rows_->FirstFault()) notes << FaultOf(*fault);
+  if (const QString fault = Fault(); !fault.isEmpty()) notes << fault;
   const bool started = !files_->Inputs().empty();  // else the pictures say how
   if (notes.isEmpty() && started && !findings_.failure.empty()) notes << Text(findings_.failure);
   if (const QString input = files_->InputToBeReplaced(); !input.isEmpty())
@@ -314,8 +338,8 @@ void PanelWindow::Refresh() {
   if (!worker_) return;  // still being made
   preview_->SetRegion(output_->Region());
   // There is no command for these fields. The preview is of the last numbers, such as the 1 of 1/3.
-  preview_->Dim(rows_->FirstFault());
-  if (rows_->FirstFault()) return ShowCommand("");
+  preview_->Dim(!Fault().isEmpty());
+  if (!Fault().isEmpty()) return ShowCommand("");
   copy_->setEnabled(false);  // until the command is the current one again
   preview_->ExpectPreview();
   const Job job = CurrentJob();
@@ -326,10 +350,10 @@ void PanelWindow::Refresh() {
 }
 
 void PanelWindow::ShowCommand(const std::string& command) {
-  const bool faulty = rows_->FirstFault();
+  const bool faulty = !Fault().isEmpty();
   const bool known = !faulty && !command.empty();
   command_->setText(known    ? Text(command)
-                    : faulty ? "correct the marked number first"
+                    : faulty ? "correct the marked field first"
                              : "choose an input and the output file first");
   command_->setCursorPosition(0);
   command_->setToolTip(command_->text());
@@ -339,9 +363,9 @@ void PanelWindow::ShowCommand(const std::string& command) {
 
 // The job to run, or none when something is missing or the user declines.
 std::optional<Job> PanelWindow::JobToRun() {
-  if (NumberField* const fault = rows_->FirstFault()) {
-    Tell(FaultOf(*fault));
-    fault->setFocus();
+  if (const QString fault = Fault(); !fault.isEmpty()) {
+    Tell(fault);
+    if (NumberField* const field = rows_->FirstFault()) field->setFocus();
     return std::nullopt;
   }
   Job job = CurrentJob();
@@ -365,6 +389,7 @@ void PanelWindow::SetRunning(bool running) {
   settings_->setEnabled(!running);
   run_->setEnabled(!running);
   paste_->setEnabled(!running);
+  reset_->setEnabled(!running);
   cancel_->setEnabled(running);
   preview_->LetDraw(!running && host_.registration.regions);
 }

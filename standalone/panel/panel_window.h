@@ -44,11 +44,12 @@ class PanelWindow : public QWidget {
   void SaveSettings();
 
   Job CurrentJob() const;
-  void Paste();
+  void Take(const QString& command, bool withFiles);
   void ShowJob(const Job& job);
   void TakeRows();
   void TakeChange();
   void ShowFindings(const Findings& findings);
+  QString Fault() const;
   void ShowNotes();
   void Tell(const QString& message) { messages_->appendPlainText(message); }
   void Refresh();
@@ -61,7 +62,6 @@ class PanelWindow : public QWidget {
   bool UserAgrees(const QString& question, const QString& yes, const QString& no);
 
   HostState& host_;
-  Job base_;  // holds the settings that have no field
   QWidget* settings_ = new QWidget;
   FilesView* files_ = nullptr;
   RowsView* rows_ = nullptr;
@@ -76,6 +76,8 @@ class PanelWindow : public QWidget {
   QElapsedTimer sinceRun_;
   QLineEdit* command_ = Named(new QLineEdit, "Command", "Equivalent command");
   QPushButton* copy_ = Named(new QPushButton("&Copy"), "Copy", "Copy the command");
+  QPushButton* reset_ =
+      Named(new QPushButton("Reset"), "Reset", "Reset all settings but the files");
   QPushButton* paste_ =
       Named(new QPushButton("&Paste"), "Paste", "Take the settings from a command");
   // Notes about the run that the settings describe, then what runs have told.

@@ -313,7 +313,13 @@ Findings PreviewMaker::Make(const Job& job, const Job& ofTheRun, const View& vie
     throw;
   } catch (const std::exception& error) {
     result.note = error.what();
+    if (findings.failure.empty()) findings.failure = error.what();  // an input is damaged
   }
+  for (const auto& [stream, input] : inputs_)
+    if (input.raster && run_.inputs.contains(stream))
+      for (const std::string& loss : input.raster->Losses())
+        if (std::ranges::find(findings.warnings, loss) == findings.warnings.end())
+          findings.warnings.push_back(loss);
   show(inputs.size(), result);
   return findings;
 }

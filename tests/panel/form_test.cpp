@@ -266,10 +266,10 @@ TEST_F(PanelWindowTest, TabGoesFromTopToBottomThroughWidgetsThatScreenReadersCan
     QTest::keyClick(window_.get(), Qt::Key_Tab);
   } while (QApplication::focusWidget() != &Find("File1") && visited.size() < 100);
   // Those of names in one word stand for their neighbours.
-  EXPECT_EQ(
-      visited.filter(QRegularExpression("^\\w+$")).join(' ').toStdString(),
-      "File1 File2 Save Swap Operator Region Resolution Format Run Messages Command Copy Paste "
-      "Stretch Band");
+  EXPECT_EQ(visited.filter(QRegularExpression("^\\w+$")).join(' ').toStdString(),
+            "File1 File2 Save Swap Operator Region Resolution Format Run Messages Command Copy "
+            "Paste Reset "
+            "Stretch Band");
 }
 
 TEST_F(PanelWindowTest, EveryRowOpensAHelpEntryWithAnExample) {
