@@ -169,15 +169,12 @@ QString FilesView::InputToBeReplaced() const {
 
 void FilesView::Browse() { FreeInput().Browse(); }
 
-void FilesView::Take(const QList<QUrl>& files, QPoint place, std::optional<std::size_t> pictured) {
-  const auto target = std::ranges::find_if(fields_, [place](const FileField* field) {
-    return field->visibleRegion().contains(field->mapFromGlobal(place));
+void FilesView::Take(const QList<QUrl>& files, const QStringList& names) {
+  const auto target = std::ranges::find_if(fields_, [&names](const FileField* field) {
+    return names.contains(field->objectName()) || names.contains(field->objectName() + " preview");
   });
   std::vector<FileField*> targets = inputs_;
-  if (files.size() == 1)
-    targets.assign(1, target != fields_.end() ? *target
-                      : pictured              ? inputs_[*pictured]
-                                              : &FreeInput());
+  if (files.size() == 1) targets.assign(1, target == fields_.end() ? &FreeInput() : *target);
   auto next = targets.begin();
   for (const QUrl& file : files)
     if (next != targets.end()) (*next++)->Choose(file.toString(QUrl::PreferLocalFile));

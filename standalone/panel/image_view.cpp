@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <map>
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -120,22 +119,16 @@ void ImageView::resizeEvent(QResizeEvent* event) {
 }
 
 void ImageView::keyPressEvent(QKeyEvent* event) {
-  static const std::map<int, QPoint> kArrows = {{Qt::Key_Left, {-1, 0}},
-                                                {Qt::Key_Right, {1, 0}},
-                                                {Qt::Key_Up, {0, -1}},
-                                                {Qt::Key_Down, {0, 1}}};
-  const QRect all = sceneRect().toRect();
-  const QPoint middle = mapToScene(viewport()->rect().center()).toPoint();
-  const QPoint pixel = sight_.pixel.value_or(middle);
+  const QPoint pixel = sight_.pixel.value_or(mapToScene(viewport()->rect().center()).toPoint());
   const int key = event->key();
   if (key == Qt::Key_Plus || key == Qt::Key_Equal || key == Qt::Key_Minus)
     return Zoom(Scale() * (key == Qt::Key_Minus ? 1 / kZoomStep : kZoomStep), mapFromScene(pixel));
-  const auto arrow = kArrows.find(key);
-  if (arrow == kArrows.end() || !HasPicture()) return QGraphicsView::keyPressEvent(event);
-  const QPoint next = pixel + arrow->second;
-  if (!all.contains(next)) return;
-  if (sight_.scale > 0 && !Seen().isNull() && !Seen().contains(next)) moved(next, sight_.scale);
-  pointed(next);
+  const QPoint step((key == Qt::Key_Right) - (key == Qt::Key_Left),
+                    (key == Qt::Key_Down) - (key == Qt::Key_Up));
+  if (step.isNull()) return QGraphicsView::keyPressEvent(event);
+  if (!HasPicture() || !sceneRect().toRect().contains(pixel + step)) return;
+  if (!Seen().isNull() && !Seen().contains(pixel + step)) moved(pixel + step, sight_.scale);
+  pointed(pixel + step);
 }
 
 void ImageView::wheelEvent(QWheelEvent* event) {

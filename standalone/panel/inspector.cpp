@@ -34,6 +34,7 @@ Inspector::Inspector(const QStringList& images)
           new QTableWidget(static_cast<int>(kFigures.size()), static_cast<int>(images.size())),
           "Elements", "Elements under the pointer")) {
   place_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+  place_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
   table_->setVerticalHeaderLabels(kFigures);
   table_->setHorizontalHeaderLabels(images);
   table_->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
@@ -63,6 +64,7 @@ void Inspector::Show(const std::optional<Inspection>& found) {
                  .arg(found->map->front(), 0, 'g', 10)
                  .arg(found->map->back(), 0, 'g', 10);
   place_->setText(place);
+  place_->setToolTip(place);
   for (int image = 0; image < table_->columnCount(); ++image) {
     const QStringList cells =
         found ? CellsOf(found->elements[static_cast<std::size_t>(image)]) : QStringList();

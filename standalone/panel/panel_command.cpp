@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <iterator>
 #include <map>
-#include <string_view>
 #include <type_traits>
 #include <utility>
 #include <variant>
@@ -66,13 +65,11 @@ Job ReadCommand(const std::string& command, HostState& host) {
 
 // Who asks for a logarithm or a power rarely means that of File1 + 1.
 std::string NoteOn(const std::vector<std::string>& options) {
-  if (std::ranges::find(options, "-b=1:0") == options.end()) return "";
+  const auto has = [&](const std::string& one) { return std::ranges::count(options, one) > 0; };
   for (const Operator& one : kOperators)
-    for (const char* const quote : {"'", ""})
-      if (std::string_view(one.label).find("FILE1 + B") != std::string_view::npos &&
-          std::ranges::find(options, std::string("-operator=") + quote + one.commandName + quote) !=
-              options.end())
-        return std::string("B is 1 in ") + one.label;
+    if (std::string(one.label).find("FILE1 + B") != std::string::npos && has("-b=1:0") &&
+        has(std::string("-operator='") + one.commandName + "'"))
+      return std::string("B is 1 in ") + one.label;
   return "";
 }
 

@@ -165,11 +165,11 @@ QLayout* PanelWindow::MakeCommandBar() {
     static const QRegularExpression prompt("^\\s*[$#]\\s+");  // copied from a terminal or a page
     Take(QGuiApplication::clipboard()->text().remove(prompt).trimmed(), true);
   });
-  connect(reset_, &QPushButton::clicked, [this] { Take("lumomixcalc", false); });
+  connect(reset_, &QPushButton::clicked, [this] { Take("lumomixcalc -panel", false); });
   auto* const bar = new QHBoxLayout;
   bar->addWidget(command_, 1);
   for (QPushButton* const button : {copy_, paste_, reset_}) {
-    button->setMinimumWidth(fontMetrics().horizontalAdvance(button->text()) + 12);
+    button->setFixedWidth(fontMetrics().horizontalAdvance(button->text()) + 16);
     button->setToolTip(button->accessibleName());
     bar->addWidget(button);
   }
@@ -233,8 +233,10 @@ void PanelWindow::dragEnterEvent(QDragEnterEvent* event) {
 }
 
 void PanelWindow::dropEvent(QDropEvent* event) {
-  const QPoint place = event->position().toPoint();
-  files_->Take(event->mimeData()->urls(), mapToGlobal(place), preview_->InputAt(place, *this));
+  QStringList names;  // of what lies there
+  for (QWidget* there = childAt(event->position().toPoint()); there; there = there->parentWidget())
+    names << there->objectName();
+  files_->Take(event->mimeData()->urls(), names);
 }
 
 Job PanelWindow::CurrentJob() const {

@@ -157,14 +157,6 @@ void PreviewPane::Arrange() {
   for (int i = 0; i < inputs; ++i) grid_->setRowStretch(i, isShown(i) || only == inputs ? 1 : 0);
 }
 
-std::optional<std::size_t> PreviewPane::InputAt(QPoint place, const QWidget& ancestor) const {
-  for (std::size_t i = 0; i + 1 < panes_.size(); ++i)
-    if (panes_[i]->isVisible() &&
-        panes_[i]->rect().contains(panes_[i]->mapFrom(&ancestor, place)) && HasFile(i))
-      return i;
-  return std::nullopt;
-}
-
 // Also of the result.
 bool PreviewPane::HasFile(std::size_t position) const {
   return panes_[position]->Image().note != kNoFile;

@@ -39,9 +39,6 @@ class PreviewPane : public QWidget {
   void LetDraw(bool allowed) { draw_->setEnabled(allowed); }
   void StopDrawing() { draw_->setChecked(false); }
 
-  // The position of the input whose picture is at a place of an ancestor; none of the result's.
-  std::optional<std::size_t> InputAt(QPoint place, const QWidget& ancestor) const;
-
   // The pixels of the images; empty while there is none.
   QRect Extent() const { return extent_; }
 

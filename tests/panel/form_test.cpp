@@ -62,6 +62,26 @@ TEST_F(PanelWindowTest, ShowsTheSettingsOfACommandThatStartsItOrIsPastedAndOfIts
   Open("-a=7 -b=nan");
   paste("lumomixcalc \\\n " + command + " -overwrite\n");
   expectSettings("");
+  EXPECT_EQ(TextOf("Other options"), "-co=INTERLEAVE=BIL -bands=1 -oo=NUM_THREADS=2 -nodata=keep");
+  const auto type = [this](const QString& text) {
+    Find<QLineEdit>("Other options").selectAll();
+    QTest::keyClicks(&Find("Other options"), text + '\r');
+    Settle();
+  };
+  for (const char* const text : {"-nodata=x", "-looks=3", "f2.tif", "-a=2", "-part=1/2"}) {
+    type(text);
+    EXPECT_TRUE(Notes().starts_with("\u2022 Other options: ")) << text;
+    Set("Run");
+    EXPECT_FALSE(Find("Copy").isEnabled());
+  }
+  type("-nodata=3");
+  EXPECT_NE(CurrentCommand().find(" -looks=2:1 -nodata=3 "), std::string::npos);
+  Set("Reset");
+  EXPECT_TRUE(WaitFor([&] {
+    return TextOf("Command").ends_with("/out.tif' -a=1:0 -b=1:0 -operator='a1+b2'");
+  })) << TextOf("Command");
+  paste("$ lumomixcalc " + command);
+  expectSettings("");
   for (const char* const text :
        {"", "lumomixcalc $(touch f3.tif) f1.tif o.tif", "lumomixcalc 'f1.tif",
         "lumomixcalc -b=3 f1.tif o.tif -operator=no", "lumomixcalc -join=a.vrt",
@@ -98,6 +118,14 @@ TEST_F(PanelWindowTest, RunThatIsCancelledClosedOrEndedBySignalLeavesNothing) {
   run();
   QTest::keyClick(window_.get(), Qt::Key_Escape);
   ExpectEnd("cancelled");
+  auto& messages = Find<QPlainTextEdit>("Messages");
+  messages.setFocus();
+  messages.selectAll();
+  QTest::keyClick(&messages, Qt::Key_C, Qt::ControlModifier);
+  EXPECT_TRUE(QGuiApplication::clipboard()->text().endsWith("nothing was written."));
+  Set("Draw region");
+  QTest::keyClick(window_.get(), Qt::Key_Escape);
+  EXPECT_FALSE(Find<QPushButton>("Draw region").isChecked());
   EXPECT_TRUE(OnlyTheInputsAreThere());
   run();
   Answer("in progress", "Keep running", [&] { EXPECT_FALSE(window_->close()); });
@@ -203,6 +231,8 @@ TEST_F(PanelWindowTest, TakesDroppedAndRecentFilesAndNamesTheirOutput) {
   std::ofstream("f2_result.tif") << "there";
   EXPECT_EQ(drop(Find("File2"), {"f2.tif"}), " f2.tif f2_result_2.tif");
   EXPECT_EQ(drop(*window_, {"f1.tif"}), "f1.tif f2.tif f2_result_2.tif");
+  QWidget& picture = *Pictured("File2 preview").viewport();
+  EXPECT_EQ(drop(picture, {"f1.tif"}), "f1.tif f1.tif f2_result_2.tif");
   EXPECT_EQ(drop(*window_, {"f2.tif", "f1.tif"}), "f2.tif f1.tif f2_result_2.tif");
   Set("Swap");
   EXPECT_EQ(drop(*window_, {"f2.tif"}), "f2.tif f2.tif f2_result_2.tif");
@@ -223,6 +253,9 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   EXPECT_EQ(Find<QLabel>("Resolved output").text(),
             "GTiff, complex 16-bit integer (cint16), 60 \u00d7 40, 2 bands, 19.2 kB");
   EXPECT_NE(Find("File2").palette(), Find("File1").palette());
+  EXPECT_EQ(window_->windowTitle().toStdString(), "f1.tif \u2013 (A*File1) * B \u2013 LumoMixcalc");
+  Set("Save", ".");
+  EXPECT_TRUE(Notes().starts_with("\u2022 Save is a folder"));
   Set("Save", "out.zzz");
   Settle();
   EXPECT_TRUE(Notes().starts_with("\u2022 the extension of ")) << Notes();

@@ -134,6 +134,13 @@ TEST_F(PanelWindowTest, ElementsUnderThePointerAreThoseOfThePixelAndTheSettings)
   expect("Looks, columns", "7", {57, 5}, "\u2014");  // the last blocks that are whole end at 56
   Set("Looks, columns", "1");
   Settle();
+  const auto named = [this] { return Find<QLabel>("Place under the pointer").text(); };
+  auto& view = Find<ImageView>("File1 preview");
+  for (const int key : {Qt::Key_Left, Qt::Key_Up, Qt::Key_Up, Qt::Key_Plus})
+    QTest::keyClick(&view, static_cast<Qt::Key>(key));
+  EXPECT_TRUE(WaitFor([&] { return named().startsWith("Column 56, row 3 "); }));
+  EXPECT_TRUE(view.Scale() > 1 && view.Seen().contains(56, 3));
+  QTest::keyClick(&view, Qt::Key_Minus);
   MakeRaster("f1.tif", 60, 40, 2);  // is noticed
   for (const double place : {10.97, 21.97, 32.97, 37.97})
     ExpectElements({place, place}, kFile1,
