@@ -5,6 +5,7 @@
 #include <numbers>
 
 #include "standalone/base/texts.h"
+#include "standalone/runs/statistics.h"
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -62,30 +63,20 @@ void HistogramView::Count(std::span<const float> values, const Appearance& appea
   }
 }
 
-// Of the finite values.
 void HistogramView::ShowStatistics(std::span<const float> values) {
-  double count = 0;
-  double mean = 0;
-  double squares = 0;  // of the differences from the mean
-  Limits all = {INFINITY, -INFINITY};
-  for (const float value : values) {
-    if (!std::isfinite(value)) continue;
-    const double difference = value - mean;
-    mean += difference / ++count;
-    squares += difference * (value - mean);
-    all = {std::min(all.low, value), std::max(all.high, value)};
-  }
+  ValidStatistics found;
+  CountRows(values.data(), static_cast<int>(values.size()), 1, 1, found);
   const auto figure = [](double value) { return QString::number(value, 'g', 3); };
-  const QString middle = figure(mean);
-  const QString deviation = figure(std::sqrt(squares / std::max(1.0, count)));
   const QString extremes =
-      QString("minimum %1, maximum %2, ").arg(figure(all.low), figure(all.high));
+      QString("minimum %1, maximum %2, ").arg(figure(found.minimum), figure(found.maximum));
+  const QString middle = figure(found.Mean());
+  const QString deviation = figure(found.Deviation());
   const QString both = QString("mean %1, deviation %2").arg(middle, deviation);
   statistics_.clear();
-  if (count > 0) statistics_ = {extremes + both, both, middle + " \u00b1 " + deviation};
+  if (found.valid > 0) statistics_ = {extremes + both, both, middle + " \u00b1 " + deviation};
   setToolTip(QString("Of the %1 elements of the run that are shown: %2\n"
                      "Drag a line to set a limit of the colours. Double click: automatic limits.")
-                 .arg(count)
+                 .arg(found.valid)
                  .arg(statistics_.value(0)));
 }
 
