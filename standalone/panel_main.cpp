@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <clocale>
 #include <cstdlib>
+#include <filesystem>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
@@ -71,6 +73,14 @@ int main(int argc, char** argv) {
   const bool saysNothing = arguments.size() == 1;
   return RunProgram(arguments, [saysNothing](const Options& options, HostState& host,
                                              const std::stop_token& stop) {
-    ShowPanel(saysNothing ? std::nullopt : std::optional(options.job), host, stop);
+    Job job = options.job;
+    // The second of two files that does not exist yet is the one to write.
+    if (options.filesWithoutName.size() == 2 && job.inputs.size() == 2 && job.output.empty() &&
+        job.inputs.rbegin()->second.find(':') == std::string::npos &&
+        !std::filesystem::exists(job.inputs.rbegin()->second)) {
+      job.output = job.inputs.rbegin()->second;
+      job.inputs.erase(std::prev(job.inputs.end()));
+    }
+    ShowPanel(saysNothing ? std::nullopt : std::optional(job), host, stop);
   });
 }

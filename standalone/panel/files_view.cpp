@@ -1,6 +1,8 @@
 #include "standalone/panel/files_view.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 
 namespace lumomixcalc::standalone {
 
@@ -18,7 +20,8 @@ class FileField : public QLineEdit {
     setClearButtonEnabled(true);
     SetRead(true);
     auto* const browse = new QToolButton;
-    browse->setText("Browse\u2026");
+    browse->setText("\u2026");
+    browse->setToolTip("Browse, or choose a recent file");
     browse->setAccessibleName("Browse for " + label);
     browse->setFocusPolicy(Qt::StrongFocus);
     browse->setPopupMode(QToolButton::MenuButtonPopup);
@@ -34,7 +37,9 @@ class FileField : public QLineEdit {
   int StreamNumber() const { return number_; }
 
   QString File() const {
-    const QString file = text().trimmed();
+    QString file = text().trimmed();
+    if (file.startsWith("file://")) file = QUrl(file).toLocalFile();
+    if (file.startsWith("~/")) file.replace(0, 1, QDir::homePath());
     const bool isFile = isOutput_ || QFileInfo::exists(file);
     return isFile && !file.isEmpty() ? QFileInfo(file).absoluteFilePath() : file;
   }
@@ -70,10 +75,19 @@ class FileField : public QLineEdit {
     const QString file = File();
     const QString folder = QFileInfo(file).path();
     QString fault;
-    if (isOutput_ && !QFileInfo(folder).isDir())
-      fault = objectName() + ": there is no folder " + folder;
-    if (!isOutput_ && read_ && !QFileInfo::exists(file) && !file.contains(ofGdal))
-      fault = objectName() + ": there is no file " + file;
+    std::error_code denied;
+    const bool isThere = std::filesystem::exists(file.toStdString(), denied);
+    const bool mayLook = denied != std::errc::permission_denied;
+    if (isOutput_ && QFileInfo(file).isDir())
+      fault = " is a folder; a file name is expected";
+    else if (isOutput_ && !QFileInfo(folder).isDir())
+      fault = ": there is no folder " + folder;
+    else if (isOutput_ && !QFileInfo(folder).isWritable())
+      fault = ": the folder " + folder + " may not be written to";
+    else if (!isOutput_ && read_ && !isThere && !file.contains(ofGdal))
+      fault =
+          (mayLook ? ": there is no file " : ": a folder may not be read on the way to ") + file;
+    if (!fault.isEmpty()) fault.prepend(objectName());
     if (file.isEmpty()) fault.clear();
     MarkFault(*this, !fault.isEmpty());
     return fault;
@@ -155,9 +169,9 @@ QString FilesView::InputToBeReplaced() const {
 
 void FilesView::Browse() { FreeInput().Browse(); }
 
-void FilesView::Take(const QList<QUrl>& files, QPoint place) {
-  const auto target = std::ranges::find_if(fields_, [place](const FileField* field) {
-    return field->visibleRegion().contains(field->mapFromGlobal(place));
+void FilesView::Take(const QList<QUrl>& files, const QStringList& names) {
+  const auto target = std::ranges::find_if(fields_, [&names](const FileField* field) {
+    return names.contains(field->objectName()) || names.contains(field->objectName() + " preview");
   });
   std::vector<FileField*> targets = inputs_;
   if (files.size() == 1) targets.assign(1, target == fields_.end() ? &FreeInput() : *target);

@@ -39,9 +39,9 @@ class FilesView : public QWidget {
   // Has the user choose the first input without a file, or else the first input.
   void Browse();
 
-  // Takes files that were dropped at a place of the screen: one into the field there, or else into
-  // the first input that is free.
-  void Take(const QList<QUrl>& files, QPoint place);
+  // Takes files that were dropped on widgets of these names: one into the field there, or the one
+  // whose picture is there, or else into the first input that is free.
+  void Take(const QList<QUrl>& files, const QStringList& names);
 
   // Puts the files first in the menus of recent ones.
   void Remember() const;

@@ -5,18 +5,18 @@
 #include <numbers>
 
 #include "standalone/base/texts.h"
+#include "standalone/runs/statistics.h"
 
 namespace lumomixcalc::standalone {
 namespace {
 
-constexpr int kBarsHeight = 40;
-constexpr int kHeight = kBarsHeight + 6;  // with the colours
+constexpr int kBarsHeight = 24;
+constexpr int kHeight = kBarsHeight + 8;  // with the colours
 
+// With six digits, which suffice to see where colours end. Leaves what someone types.
 void ShowFigure(NumberField& field, float limit) {
-  if (ParseFloat(field.text().toStdString()) != limit) {  // else someone may be typing it
-    field.setText(Text(ShortestText(limit)));
-    if (!field.hasFocus()) field.setCursorPosition(0);
-  }
+  if (field.isModified()) return;
+  field.SetValue(QString::number(limit, 'g', 6).toFloat());
   if (std::abs(limit) != std::numbers::pi_v<float>) return;
   const QSignalBlocker keepsItsNumber(field);
   field.setText(limit < 0 ? "\u2212\u03c0" : "\u03c0");
@@ -29,22 +29,23 @@ HistogramView::HistogramView(const QString& title)
       high_(NewField(title + " high limit", &Limits::high)) {
   auto* const fields = NewLayout<QHBoxLayout>(this);
   fields->setContentsMargins(0, kHeight + 2, 0, 0);
-  fields->addWidget(low_, 0, Qt::AlignLeft);
-  fields->addWidget(high_, 0, Qt::AlignRight);
+  fields->addWidget(low_);
+  fields->addStretch();
+  fields->addWidget(high_);
   setFixedHeight(sizeHint().height());  // also while a field is hidden
   setMouseTracking(true);
-  setToolTip(
-      "Of the elements of the run that are shown. Drag a line to set a limit of the colours. "
-      "Double "
-      "click: automatic limits.");
 }
 
 NumberField* HistogramView::NewField(const QString& name, Limit limit) {
-  const auto changed = [this, limit](auto value) { Choose(limit, value.value_or(NAN)); };
-  auto* const field = Named(new NumberField(12, 0.1F, changed), name);
+  auto* const field = Named(new NumberField(9, 0.1F, [](auto) {}), name);
   field->setMaximumWidth(field->minimumWidth());
-  // In place of a text that is no limit.
-  connect(field, &QLineEdit::editingFinished, [this] { Show(appearance_); });
+  // Not while it is typed: the 9 of 9999 is another limit.
+  connect(field, &QLineEdit::editingFinished, [this, limit, field] {
+    if (!field->isModified()) return;
+    field->setModified(false);
+    Choose(limit, field->Value().value_or(NAN));
+    Show(appearance_);  // in place of a text that is no limit
+  });
   return field;
 }
 
@@ -55,10 +56,28 @@ void HistogramView::Count(std::span<const float> values, const Appearance& appea
   start_ = low + (width - range_) / 2;
   counts_.assign(values.empty() ? 0 : 128, 0);
   const double bins = static_cast<double>(counts_.size());
+  ShowStatistics(values);
   for (const float value : values) {
     const double bin = (appearance.Spread(value) - start_) / range_ * bins;
     if (bin >= 0 && bin < bins) ++counts_[static_cast<std::size_t>(bin)];
   }
+}
+
+void HistogramView::ShowStatistics(std::span<const float> values) {
+  ValidStatistics found;
+  CountRows(values.data(), static_cast<int>(values.size()), 1, 1, found);
+  const auto figure = [](double value) { return QString::number(value, 'g', 3); };
+  const QString extremes =
+      QString("minimum %1, maximum %2, ").arg(figure(found.minimum), figure(found.maximum));
+  const QString middle = figure(found.Mean());
+  const QString deviation = figure(found.Deviation());
+  const QString both = QString("mean %1, deviation %2").arg(middle, deviation);
+  statistics_.clear();
+  if (found.valid > 0) statistics_ = {extremes + both, both, middle + " \u00b1 " + deviation};
+  setToolTip(QString("Of the %1 elements of the run that are shown: %2\n"
+                     "Drag a line to set a limit of the colours. Double click: automatic limits.")
+                 .arg(found.valid)
+                 .arg(statistics_.value(0)));
 }
 
 void HistogramView::Show(const Appearance& appearance) {
@@ -91,6 +110,18 @@ void HistogramView::paintEvent(QPaintEvent*) {
                     QImage(colours, kShades, 1, QImage::Format_RGB32));
   painter.setPen(QPen(palette().color(QPalette::Highlight), 2));
   for (const double limit : {low, high}) painter.drawLine(QLineF(limit, 0, limit, kHeight));
+  PaintStatistics(painter);
+}
+
+// In the longest form that there is room for between the fields.
+void HistogramView::PaintStatistics(QPainter& painter) const {
+  const int left = low_->geometry().right() + 4;
+  const int right = high_->isVisible() ? high_->geometry().left() - 4 : width();
+  const QRect place(left, low_->y(), right - left, low_->height());
+  painter.setPen(palette().color(QPalette::WindowText));
+  for (const QString& text : statistics_)
+    if (fontMetrics().horizontalAdvance(text) <= place.width())
+      return painter.drawText(place, Qt::AlignCenter, text);
 }
 
 void HistogramView::mouseMoveEvent(QMouseEvent* event) {
@@ -105,7 +136,6 @@ void HistogramView::mouseMoveEvent(QMouseEvent* event) {
 // Reports the limits with one changed, if colours can be spread between them.
 void HistogramView::Choose(Limit limit, float value) {
   Limits limits = appearance_.limits;
-  if (value == limits.*limit) return;  // also when its field is filled
   limits.*limit = value;
   if (appearance_.map == ColourMap::kCentred)
     limits.*(limit == &Limits::low ? &Limits::high : &Limits::low) = -value;

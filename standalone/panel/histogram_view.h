@@ -11,7 +11,8 @@
 
 namespace lumomixcalc::standalone {
 
-// A histogram with a line and a field at each limit of the colours, and the colours between them.
+// A histogram with a line and a field at each limit of the colours, the colours between them, and
+// statistics of what is counted.
 class HistogramView : public QWidget {
  public:
   // Called with the limits that the user drags or types, and with none for automatic ones.
@@ -36,12 +37,15 @@ class HistogramView : public QWidget {
 
   NumberField* NewField(const QString& name, Limit limit);
   void Choose(Limit limit, float value);
+  void ShowStatistics(std::span<const float> values);
+  void PaintStatistics(QPainter& painter) const;
   double ColumnOf(float value) const;
   Limit LineAt(double column) const;
 
   double start_ = 0;  // of the histogram's range, in spread values
   double range_ = 1;
   std::vector<std::uint32_t> counts_;  // in equal bins; without bins nothing is shown
+  QStringList statistics_;             // the same in a long form and in shorter ones
   Appearance appearance_;
   Limit dragged_ = nullptr;
   NumberField* low_;

@@ -5,20 +5,27 @@ namespace lumomixcalc::standalone {
 ImagePane::ImagePane(const QString& title, const QComboBox& stretch, const Sight& sight)
     : stretch_(stretch),
       // In the orders of ComplexPart and, after the first, of ColourMap.
-      part_(NewChoice(title + " part", {"Automatic part", "Magnitude", "Phase", "Real part",
+      part_(NewChoice(title + " part", {"Auto part", "Magnitude", "Phase", "Real part",
                                         "Imaginary part", "Magnitude and angle"})),
-      colours_(NewChoice(title + " colours",
-                         {"Automatic colours", "Grey", "Cyclic", "Centred on zero"})),
+      colours_(
+          NewChoice(title + " colours", {"Auto colours", "Grey", "Cyclic", "Centred on zero"})),
       raster_(Named(new ImageView(sight), title + " preview")),
       histogram_(new HistogramView(title)) {
-  // The choices stand one above the other, since side by side they would not fit small panes.
-  auto* const layout = NewLayout<QGridLayout>(this);
-  layout->addWidget(new QLabel(title), 0, 0, 2, 1);
-  layout->addWidget(part_, 0, 1);
-  layout->addWidget(colours_, 1, 1);
-  layout->setColumnStretch(0, 1);
-  layout->addWidget(raster_, 2, 0, 1, 2);
-  layout->addWidget(histogram_, 3, 0, 1, 2);
+  auto* const bar = new QHBoxLayout;
+  bar->addWidget(new QLabel("<b>" + title.toHtmlEscaped() + "</b>"));
+  bar->addStretch(1);
+  for (QComboBox* const box : {part_, colours_}) {
+    box->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    box->setMinimumContentsLength(7);
+    box->setMaximumWidth(box->sizeHint().width() * 2);
+    box->setToolTip(box->objectName());
+    bar->addWidget(box, 2);
+  }
+  auto* const layout = NewLayout<QVBoxLayout>(this);
+  layout->setSpacing(2);
+  layout->addLayout(bar);
+  layout->addWidget(raster_, 1);
+  layout->addWidget(histogram_);
   connect(part_, &QComboBox::currentIndexChanged, this, &ImagePane::ResetLimits);
   connect(&stretch, &QComboBox::currentIndexChanged, this, &ImagePane::ResetLimits);
   connect(colours_, &QComboBox::currentIndexChanged, this, &ImagePane::Redraw);
@@ -26,6 +33,8 @@ ImagePane::ImagePane(const QString& title, const QComboBox& stretch, const Sight
     chosen_ = limits;
     limits ? Recolour() : Redraw();
   };
+  image_.note = kNoFile;
+  Redraw();
 }
 
 void ImagePane::Show(const PreviewImage& image, const QRect& inputs) {

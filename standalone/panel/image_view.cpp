@@ -6,6 +6,8 @@
 namespace lumomixcalc::standalone {
 namespace {
 
+constexpr double kZoomStep = 1.25;
+
 // A dark line beside a bright one is seen on every picture.
 void DrawSeenEverywhere(QPainter& painter, const QRectF& area) {
   painter.setBrush(Qt::NoBrush);
@@ -23,9 +25,11 @@ ImageView::ImageView(const Sight& sight) : sight_(sight) {
   setFrameShape(QFrame::NoFrame);
   setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-  setFocusPolicy(Qt::NoFocus);
+  setFocusPolicy(Qt::StrongFocus);
+  setAcceptDrops(false);  // the window takes files dropped here
+  viewport()->setAcceptDrops(false);
   setMouseTracking(true);
-  setMinimumSize(80, 60);
+  setMinimumSize(240, 120);
   setViewportUpdateMode(FullViewportUpdate);
   setToolTip("Wheel: zoom. Drag: move. Double click: one to one, or the whole again.");
 }
@@ -67,7 +71,7 @@ QRect ImageView::Seen() const {
 
 void ImageView::drawBackground(QPainter* painter, const QRectF&) {
   painter->resetTransform();
-  painter->fillRect(viewport()->rect(), palette().window());
+  painter->fillRect(viewport()->rect(), palette().window().color().darker(112));
   if (HasPicture())
     painter->fillRect(OnScreen(sceneRect()),
                       QBrush(palette().color(QPalette::Mid), Qt::BDiagPattern));
@@ -80,6 +84,10 @@ void ImageView::drawForeground(QPainter* painter, const QRectF&) {
   veil.setAlphaF(0.6F);
   if (dimmed_ && HasPicture()) painter->fillRect(viewport()->rect(), veil);
   PaintText(*painter);
+  if (hasFocus()) {
+    painter->setPen(palette().color(QPalette::Highlight));
+    painter->drawRect(viewport()->rect().adjusted(0, 0, -1, -1));
+  }
   if (!HasPicture()) return;
   if (drawStart_)
     DrawSeenEverywhere(*painter, OnScreen(Drawn()));
@@ -100,15 +108,31 @@ void ImageView::PaintText(QPainter& painter) const {
     if (!text_.isEmpty()) painter.fillRect(place, palette().window());
     return painter.drawText(place, Qt::AlignCenter, text_);
   }
-  painter.drawRect(frame.adjusted(0, 0, -1, -1));
   QTextOption option(Qt::AlignCenter);
   option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);  // a long file name is one word
   painter.drawText(QRectF(frame.adjusted(10, 10, -10, -10)), text_, option);
 }
 
+void ImageView::resizeEvent(QResizeEvent* event) {
+  QGraphicsView::resizeEvent(event);
+  moved(sight_.centre, sight_.scale);
+}
+
+void ImageView::keyPressEvent(QKeyEvent* event) {
+  const QPoint pixel = sight_.pixel.value_or(mapToScene(viewport()->rect().center()).toPoint());
+  const int key = event->key();
+  if (key == Qt::Key_Plus || key == Qt::Key_Equal || key == Qt::Key_Minus)
+    return Zoom(Scale() * (key == Qt::Key_Minus ? 1 / kZoomStep : kZoomStep), mapFromScene(pixel));
+  const QPoint step((key == Qt::Key_Right) - (key == Qt::Key_Left),
+                    (key == Qt::Key_Down) - (key == Qt::Key_Up));
+  if (step.isNull()) return QGraphicsView::keyPressEvent(event);
+  if (!HasPicture() || !sceneRect().toRect().contains(pixel + step)) return;
+  if (!Seen().isNull() && !Seen().contains(pixel + step)) moved(pixel + step, sight_.scale);
+  pointed(pixel + step);
+}
+
 void ImageView::wheelEvent(QWheelEvent* event) {
-  constexpr double kStep = 1.25;
-  Zoom(Scale() * std::pow(kStep, event->angleDelta().y() / 120.0), event->position());
+  Zoom(Scale() * std::pow(kZoomStep, event->angleDelta().y() / 120.0), event->position());
   event->accept();
 }
 

@@ -19,7 +19,8 @@ struct Sight {
 
 // Shows a picture of an image, or a note where there is none. The wheel zooms about the pointer, a
 // drag moves the image, a double click shows its pixels one to one and then the whole again. A drag
-// with the shift key draws a region. The scene's coordinates are pixels of the inputs.
+// with the shift key draws a region. Arrow keys point at the next pixel, plus and minus zoom. The
+// scene's coordinates are pixels of the inputs.
 class ImageView : public QGraphicsView {
  public:
   explicit ImageView(const Sight& sight);
@@ -52,7 +53,8 @@ class ImageView : public QGraphicsView {
  protected:
   void drawBackground(QPainter* painter, const QRectF&) override;
   void drawForeground(QPainter* painter, const QRectF&) override;
-  void resizeEvent(QResizeEvent*) override { moved(sight_.centre, sight_.scale); }
+  void resizeEvent(QResizeEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
   void wheelEvent(QWheelEvent* event) override;
   void mouseDoubleClickEvent(QMouseEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;

@@ -8,7 +8,7 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-const QStringList kColumns = {"Value", "Imaginary", "Magnitude", "Angle (rad)", "Angle (\u00b0)"};
+const QStringList kFigures = {"Value", "Imaginary", "Magnitude", "Angle (rad)", "Angle (\u00b0)"};
 
 // The shortest decimals that read back as the element, in single precision if it is one.
 QString Decimal(double value) {
@@ -31,27 +31,26 @@ QStringList CellsOf(const std::optional<Inspection::Element>& element) {
 
 Inspector::Inspector(const QStringList& images)
     : table_(Named(
-          new QTableWidget(static_cast<int>(images.size()), static_cast<int>(kColumns.size())),
+          new QTableWidget(static_cast<int>(kFigures.size()), static_cast<int>(images.size())),
           "Elements", "Elements under the pointer")) {
   place_->setTextInteractionFlags(Qt::TextSelectableByMouse);
-  table_->setVerticalHeaderLabels(images);
-  table_->setHorizontalHeaderLabels(kColumns);
+  place_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+  table_->setVerticalHeaderLabels(kFigures);
+  table_->setHorizontalHeaderLabels(images);
   table_->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
   table_->setEditTriggers(QTableWidget::NoEditTriggers);
   table_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   table_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   table_->setFocusPolicy(Qt::ClickFocus);
   table_->setTabKeyNavigation(false);
-  const int rowHeight = fontMetrics().height() + 6;
+  const int rowHeight = fontMetrics().height() + 2;
   table_->verticalHeader()->setMinimumSectionSize(rowHeight);
   table_->verticalHeader()->setDefaultSectionSize(rowHeight);
   table_->horizontalHeader()->setFixedHeight(rowHeight);
   table_->setFixedHeight(rowHeight * (table_->rowCount() + 1) + 2 * table_->frameWidth());
-  // The longest element without an exponent.
-  const int cellWidth = fontMetrics().horizontalAdvance("-0.0012345678") + 8;
-  table_->setMinimumWidth(cellWidth * table_->columnCount() +
-                          table_->verticalHeader()->sizeHint().width());
+  setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
   auto* const layout = NewLayout<QVBoxLayout>(this);
+  layout->setSpacing(2);
   layout->addWidget(place_);
   layout->addWidget(table_);
   Show(std::nullopt);
@@ -65,12 +64,27 @@ void Inspector::Show(const std::optional<Inspection>& found) {
                  .arg(found->map->front(), 0, 'g', 10)
                  .arg(found->map->back(), 0, 'g', 10);
   place_->setText(place);
-  for (int row = 0; row < table_->rowCount(); ++row) {
+  place_->setToolTip(place);
+  for (int image = 0; image < table_->columnCount(); ++image) {
     const QStringList cells =
-        found ? CellsOf(found->elements[static_cast<std::size_t>(row)]) : QStringList();
-    for (int column = 0; column < table_->columnCount(); ++column)
-      table_->setItem(row, column, new QTableWidgetItem(cells.value(column)));
+        found ? CellsOf(found->elements[static_cast<std::size_t>(image)]) : QStringList();
+    for (int figure = 0; figure < table_->rowCount(); ++figure) {
+      auto* const cell = new QTableWidgetItem(cells.value(figure));
+      cell->setToolTip(cell->text());  // where the column is too narrow for it
+      table_->setItem(figure, image, cell);
+    }
   }
+}
+
+void Inspector::Copy() const {
+  QStringList lines = {place_->text()};
+  for (int row = -1; row < table_->rowCount(); ++row) {
+    QStringList cells = {row < 0 ? "" : kFigures[row]};
+    for (int column = 0; column < table_->columnCount(); ++column)
+      cells << (row < 0 ? table_->horizontalHeaderItem(column) : table_->item(row, column))->text();
+    lines << cells.join('\t');
+  }
+  QGuiApplication::clipboard()->setText(lines.join('\n') + '\n');
 }
 
 }  // namespace lumomixcalc::standalone

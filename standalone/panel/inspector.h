@@ -7,12 +7,17 @@
 
 namespace lumomixcalc::standalone {
 
-// A table of the elements at one pixel, one row for each image. Its size never changes.
+// A table of the elements at one pixel, one column for each image. Its height never changes.
 class Inspector : public QWidget {
  public:
   explicit Inspector(const QStringList& images);
 
   void Show(const std::optional<Inspection>& found);
+
+  // Whether the table has the focus, and so Ctrl+C means it.
+  bool HasFocus() const { return table_->hasFocus(); }
+  // Puts the place and the table into the clipboard, with tabs between the cells.
+  void Copy() const;
 
  private:
   QLabel* place_ = Named(new QLabel, "Place under the pointer");

@@ -4,6 +4,8 @@
 #include <string>
 
 #include "standalone/base/messages.h"
+#include "standalone/cli/command_echo.h"
+#include "standalone/cli/options.h"
 #include "standalone/rasters/output_format.h"
 
 namespace lumomixcalc::standalone {
@@ -18,13 +20,24 @@ QString WordsFor(const DataMode& mode) {
   return (mode.complex ? "complex " : "") + number;
 }
 
+Job WithoutFields(Job job) {
+  job.inputs.clear();
+  job.output.clear();
+  job.mode = nullptr;
+  job.format.clear();
+  const auto window = job.selection.window;
+  job.selection = {};
+  job.selection.window = window;
+  return job;
+}
+
 }  // namespace
 
 QSpinBox* NewSpin(const QString& name, int least, const QString& prefix) {
   auto* const spin = Named(new QSpinBox, name);
   spin->setRange(least, 9999999);
   spin->setPrefix(prefix);
-  spin->setMinimumWidth(spin->fontMetrics().horizontalAdvance(prefix + "00000") + 40);
+  spin->setMinimumWidth(spin->fontMetrics().horizontalAdvance(prefix + "0000") + 24);
   spin->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
   return spin;
 }
@@ -32,7 +45,8 @@ QSpinBox* NewSpin(const QString& name, int least, const QString& prefix) {
 QString LabelOf(const DataMode& mode) { return QString("%1 (%2)").arg(WordsFor(mode), mode.name); }
 
 OutputSettings::OutputSettings(const Registration& registration,
-                               const std::function<void()>& changed) {
+                               const std::function<void()>& changed)
+    : registration_(registration) {
   NameFields({{"-extent=intersection", "the choice Shared area only"},
               {"-region", "Region"},
               {"-resolution", "Resolution 1 :"},
@@ -49,6 +63,8 @@ OutputSettings::OutputSettings(const Registration& registration,
       "Compute only this part of the images, in pixels. It can also be drawn on the preview.");
   resolution_->setToolTip("Input pixels to one output pixel, in each direction");
   resampling_->setToolTip("How an output pixel is made from several input pixels");
+  others_->setToolTip("Options of a command that have no field, such as -nodata=0 or -unscale");
+  others_->setPlaceholderText("-nodata=, -bands=, -co=, \u2026");
   for (QSpinBox* const spin : looks_)
     spin->setToolTip("Average the results over blocks of this size");
 
@@ -62,6 +78,7 @@ OutputSettings::OutputSettings(const Registration& registration,
   form->addRow("Looks", SideBySide({looks_[0], looks_[1]}));
   form->addRow(mode_->objectName(), mode_);
   form->addRow(format_->objectName(), format_);
+  form->addRow("Other", others_);
   form->setRowVisible(region, registration.regions);
   form->setRowVisible(2, registration.resolutions);
 
@@ -69,6 +86,15 @@ OutputSettings::OutputSettings(const Registration& registration,
     spin->setEnabled(false);
     connect(region_, &QCheckBox::toggled, spin, &QWidget::setEnabled);
   }
+  connect(region_, &QCheckBox::toggled, [this](bool on) {
+    if (on) other_.selection.window.reset();
+    ShowOthers();
+  });
+  connect(others_, &QLineEdit::editingFinished, [this, changed] {
+    if (!others_->isModified()) return;
+    TakeOthers();
+    changed();
+  });
   for (QCheckBox* const box : {shared_, region_}) connect(box, &QCheckBox::toggled, changed);
   resampling_->setEnabled(false);
   connect(resolution_, &QSpinBox::valueChanged,
@@ -83,6 +109,8 @@ OutputSettings::OutputSettings(const Registration& registration,
 }
 
 void OutputSettings::Show(const Job& job) {
+  other_ = WithoutFields(job);
+  ShowOthers();
   const Selection& selection = job.selection;
   shared_->setChecked(selection.extent == Extent::kIntersection);
   if (const auto& region = selection.region)
@@ -99,18 +127,50 @@ void OutputSettings::Show(const Job& job) {
   format_->setCurrentIndex(format_->findText(format, Qt::MatchFixedString));
 }
 
-void OutputSettings::Apply(Job& job) const {
+Job OutputSettings::Shown() const {
+  Job job = other_;
   job.selection.extent = shared_->isChecked() ? Extent::kIntersection : Extent::kSame;
   job.selection.region.reset();
-  if (const std::optional<QRect> region = Region()) {
+  if (const std::optional<QRect> region = Region())
     job.selection.region = {region->x(), region->y(), region->width(), region->height()};
-    job.selection.window.reset();
-  }
   job.selection.resolution = resolution_->value();
   job.selection.resampling = static_cast<Resampling>(resampling_->currentIndex());
   job.selection.looks = {looks_[0]->value(), looks_[1]->value()};
   job.mode = mode_->currentIndex() == 0 ? nullptr : &DataModeOf(mode_->currentIndex() - 1);
   job.format = format_->currentIndex() == 0 ? "" : format_->currentText().toStdString();
+  return job;
+}
+
+void OutputSettings::ShowOthers() {
+  std::vector<std::string> words = HostArguments(other_);
+  if (!other_.statisticsFile.empty()) words.push_back("-stats=" + other_.statisticsFile);
+  if (other_.strict) words.emplace_back("-strict");
+  QStringList shown;
+  for (const std::string& word : words) shown << Text(ShellWord(word));
+  others_->setText(shown.join(' '));
+  others_->setCursorPosition(0);
+  fault_.clear();
+  MarkFault(*others_, false);
+}
+
+void OutputSettings::TakeOthers() {
+  others_->setModified(false);
+  try {
+    const Options options =
+        ReadOptions(ArgumentsOf("lumomixcalc " + others_->text().toStdString()), registration_);
+    const bool isOther = options.action == Options::Action::kRun && !options.job.part &&
+                         options.applicationArguments.empty() && options.filesWithoutName.empty() &&
+                         options.job.inputs.empty() && options.job.output.empty() &&
+                         HostArguments(options.job) == HostArguments(WithoutFields(options.job));
+    if (!isOther)
+      throw WrongCommandLine("only options without a field of their own, such as -nodata=0");
+    other_ = options.job;
+    if (other_.selection.window) region_->setChecked(false);
+    ShowOthers();
+  } catch (const WrongCommandLine& wrong) {
+    fault_ = others_->objectName() + ": " + wrong.what();
+    MarkFault(*others_, true);
+  }
 }
 
 void OutputSettings::ShowResolved(const std::optional<RunPlan>& plan) {

@@ -19,8 +19,8 @@ QSpinBox* NewSpin(const QString& name, int least, const QString& prefix);
 QString LabelOf(const DataMode& mode);
 
 // Which part of the inputs a run takes and how its output is stored: extent, region and resolution,
-// these two if the application offers them, looks, data mode and format. Messages name these
-// settings by its fields.
+// these two if the application offers them, looks, data mode and format, which messages name by
+// their fields; and a field with the options for all else.
 class OutputSettings : public QWidget {
  public:
   // changed is called at every change, but not for the numbers of a region that SetRegion or
@@ -28,7 +28,12 @@ class OutputSettings : public QWidget {
   OutputSettings(const Registration& registration, const std::function<void()>& changed);
 
   void Show(const Job& job);
-  void Apply(Job& job) const;
+
+  // A job with the settings that are shown, without files.
+  Job Shown() const;
+
+  // What is wrong with the other options, which then are those before; or an empty text.
+  const QString& Fault() const { return fault_; }
 
   // Shows in the lists what the automatic choices are; the plan may be missing.
   void ShowResolved(const std::optional<RunPlan>& plan);
@@ -42,7 +47,10 @@ class OutputSettings : public QWidget {
 
  private:
   void ShowRegion(const QRect& pixels);
+  void ShowOthers();
+  void TakeOthers();
 
+  const Registration& registration_;
   QCheckBox* shared_ = Named(new QCheckBox("Shared area only"), "Shared area only");
   QCheckBox* region_ = Named(new QCheckBox("Region"), "Region");
   std::array<QSpinBox*, 4> spins_ = {
@@ -54,6 +62,9 @@ class OutputSettings : public QWidget {
                                      NewSpin("Looks, rows", 1, "rows ")};
   QComboBox* mode_ = NewChoice("Data type", {""});
   QComboBox* format_ = NewChoice("Format", {""});
+  QLineEdit* others_ = Named(new QLineEdit, "Other options");
+  Job other_;  // has the settings without a field
+  QString fault_;
 };
 
 }  // namespace lumomixcalc::standalone

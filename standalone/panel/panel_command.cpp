@@ -7,6 +7,7 @@
 #include <utility>
 #include <variant>
 
+#include "ops/catalogue.h"
 #include "standalone/base/messages.h"
 #include "standalone/cli/command_echo.h"
 #include "standalone/cli/options.h"
@@ -60,6 +61,16 @@ Job ReadCommand(const std::string& command, HostState& host) {
     SetNumbers(host.panelRows, before);
     throw;
   }
+}
+
+// Who asks for a logarithm or a power rarely means that of File1 + 1.
+std::string NoteOn(const std::vector<std::string>& options) {
+  const auto has = [&](const std::string& one) { return std::ranges::count(options, one) > 0; };
+  for (const Operator& one : kOperators)
+    if (std::string(one.label).find("FILE1 + B") != std::string::npos && has("-b=1:0") &&
+        has(std::string("-operator='") + one.commandName + "'"))
+      return std::string("B is 1 in ") + one.label;
+  return "";
 }
 
 std::string PanelCommand(Job job, HostState& host) {

@@ -7,6 +7,7 @@
 
 #include "standalone/base/messages.h"
 #include "standalone/panel/files_view.h"
+#include "standalone/panel/inspector.h"
 #include "standalone/panel/output_settings.h"
 #include "standalone/panel/panel_command.h"
 #include "standalone/panel/preview_pane.h"
@@ -38,12 +39,6 @@ QString SummaryOf(const RunPlan& plan) {
           QLocale::c().formattedDataSize(static_cast<qint64>(bytes), 1, QLocale::DataSizeSIFormat));
 }
 
-void MakeReadOnly(QPlainTextEdit& edit, int lines) {
-  edit.setReadOnly(true);
-  edit.setFixedHeight(edit.fontMetrics().lineSpacing() * lines + 12);
-  edit.setTabChangesFocus(true);
-}
-
 // What the panel showed last. The application gets its numbers.
 Job RecalledJob(HostState& host) {
   try {
@@ -55,15 +50,16 @@ Job RecalledJob(HostState& host) {
 
 }  // namespace
 
-PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first)
-    : host_(host), base_(first ? *first : RecalledJob(host)) {
-  setWindowTitle(Text(host.registration.title));
+PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first) : host_(host) {
+  const Job shown = first ? *first : RecalledJob(host);  // before the rows, which show its numbers
   columns_->setChildrenCollapsible(false);
-  columns_->setHandleWidth(14);
-  columns_->addWidget(MakeSide());
+  columns_->setHandleWidth(6);
   QStringList titles;
   for (const DeclaredStream& input : host.registration.inputs) titles << Text(input.label);
-  preview_ = new PreviewPane(titles << "Result");
+  titles << "Result";
+  inspector_ = new Inspector(titles);
+  columns_->addWidget(MakeSide());
+  preview_ = new PreviewPane(titles, *inspector_);
   preview_->regionDrawn = [this](QRect pixels) {
     output_->SetRegion(pixels);
     TakeChange();
@@ -74,24 +70,24 @@ PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first)
   columns_->addWidget(preview_);
   columns_->setStretchFactor(1, 1);
   auto* const layout = new QVBoxLayout(this);
-  layout->addWidget(columns_, 1);
-  layout->addLayout(MakeReports());
+  layout->setContentsMargins(4, 4, 4, 4);
+  layout->addWidget(columns_);
   AddShortcuts();
   SetRunning(false);
   setAcceptDrops(true);
-  ShowJob(base_);
+  ShowJob(shown);
   RestoreDisplay();
   worker_ = std::make_unique<PanelWorker>(
-      host_, PanelWorker::Listener{
-                 [this](const std::string& command) { ShowCommand(command); },
-                 [this](std::size_t position, const PreviewImage& image) {
-                   preview_->Show(position, image);
-                 },
-                 [this](const Findings& findings) { ShowFindings(findings); },
-                 [this](const Inspection& found) { preview_->ShowElements(found); },
-                 [this](double share) { ShowProgress(share); },
-                 [this](const std::string& message) { messages_->appendPlainText(Text(message)); },
-                 [this](RunEnd end) { EndRun(end); }});
+      host_,
+      PanelWorker::Listener{[this](const std::string& command) { ShowCommand(command); },
+                            [this](std::size_t position, const PreviewImage& image) {
+                              preview_->Show(position, image);
+                            },
+                            [this](const Findings& findings) { ShowFindings(findings); },
+                            [this](const Inspection& found) { preview_->ShowElements(found); },
+                            [this](double share) { ShowProgress(share); },
+                            [this](const std::string& message) { Tell(Text(message)); },
+                            [this](RunEnd end) { EndRun(end); }});
   Refresh();
 }
 
@@ -111,9 +107,8 @@ QWidget* PanelWindow::MakeSettings() {
   groups->setContentsMargins(0, 0, 6, 0);  // beside the scroll bar
   for (const auto& [title, content] : std::initializer_list<std::pair<const char*, QWidget*>>{
            {"Files", files_}, {"Parameters", rows_}, {"Output", output_}}) {
-    auto* const group = new QGroupBox(title);
-    (new QVBoxLayout(group))->addWidget(content);
-    groups->addWidget(group);
+    groups->addWidget(new QLabel(QString("<b>%1</b>").arg(title)));
+    groups->addWidget(content);
   }
   groups->addStretch();
   return settings_;
@@ -129,16 +124,22 @@ QWidget* PanelWindow::MakeSide() {
   scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   scroll->setMinimumWidth(settings_->minimumSizeHint().width() +
                           scroll->verticalScrollBar()->sizeHint().width());
+  scroll->setMaximumHeight(settings_->sizeHint().height());  // the messages take what is left
   resolved_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
   resolved_->setFixedHeight(resolved_->fontMetrics().lineSpacing());
-  MakeReadOnly(*notes_, 3);
-  notes_->setPlaceholderText("Problems and warnings before the run");
+  messages_->setReadOnly(true);
+  messages_->setTabChangesFocus(true);
+  messages_->setPlaceholderText("Notes before the run, and what the run says");
+  messages_->setMinimumHeight(messages_->fontMetrics().lineSpacing() * 3 + 12);
   auto* const side = new QWidget;
   auto* const layout = NewLayout<QVBoxLayout>(side);
-  layout->addWidget(scroll, 1);
+  layout->setSpacing(4);
+  layout->addWidget(scroll, 100);
+  layout->addWidget(inspector_);
   layout->addWidget(resolved_);
-  layout->addWidget(notes_);
   layout->addLayout(MakeRunBar());
+  layout->addWidget(messages_, 1);
+  layout->addLayout(MakeCommandBar());
   return side;
 }
 
@@ -146,31 +147,33 @@ QLayout* PanelWindow::MakeRunBar() {
   run_->setToolTip("Write the output (Ctrl+R)");
   cancel_->setToolTip("Stop the run; nothing is written (Esc)");
   progress_->setRange(0, kProgressSteps);
-  runState_->setMinimumWidth(fontMetrics().horizontalAdvance("00 min 00 s left"));
+  progress_->setFormat("");  // says how the run stands
   connect(run_, &QPushButton::clicked, [this] { Run(); });
   connect(cancel_, &QPushButton::clicked, [this] { worker_->CancelRun(); });
   auto* const bar = new QHBoxLayout;
   bar->addWidget(run_);
   bar->addWidget(cancel_);
   bar->addWidget(progress_, 1);
-  bar->addWidget(runState_);
   return bar;
 }
 
-QLayout* PanelWindow::MakeReports() {
+QLayout* PanelWindow::MakeCommandBar() {
   command_->setReadOnly(true);
   connect(copy_, &QPushButton::clicked,
           [this] { QGuiApplication::clipboard()->setText(command_->text()); });
-  connect(paste_, &QPushButton::clicked, [this] { Paste(); });
-  MakeReadOnly(*messages_, 3);
-  auto* const layout = new QGridLayout;
-  layout->addWidget(NewLabel("Command", command_), 0, 0);
-  layout->addWidget(command_, 0, 1);
-  layout->addWidget(copy_, 0, 2);
-  layout->addWidget(paste_, 0, 3);
-  layout->addWidget(NewLabel("Messages", messages_), 1, 0, Qt::AlignTop);
-  layout->addWidget(messages_, 1, 1, 1, 3);
-  return layout;
+  connect(paste_, &QPushButton::clicked, [this] {
+    static const QRegularExpression prompt("^\\s*[$#]\\s+");  // copied from a terminal or a page
+    Take(QGuiApplication::clipboard()->text().remove(prompt).trimmed(), true);
+  });
+  connect(reset_, &QPushButton::clicked, [this] { Take("lumomixcalc -panel", false); });
+  auto* const bar = new QHBoxLayout;
+  bar->addWidget(command_, 1);
+  for (QPushButton* const button : {copy_, paste_, reset_}) {
+    button->setFixedWidth(fontMetrics().horizontalAdvance(button->text()) + 16);
+    button->setToolTip(button->accessibleName());
+    bar->addWidget(button);
+  }
+  return bar;
 }
 
 void PanelWindow::AddShortcuts() {
@@ -178,8 +181,14 @@ void PanelWindow::AddShortcuts() {
     if (!running_) files_->Browse();
   });
   new QShortcut(Qt::CTRL | Qt::Key_R, this, [this] { run_->click(); });
-  new QShortcut(Qt::Key_Escape, this, [this] { cancel_->click(); });
-  new QShortcut(QKeySequence::Copy, this, [this] { copy_->click(); });
+  new QShortcut(Qt::Key_Escape, this, [this] {
+    cancel_->click();
+    preview_->StopDrawing();
+  });
+  new QShortcut(QKeySequence::Copy, this, [this] {
+    if (messages_->hasFocus() && messages_->textCursor().hasSelection()) return messages_->copy();
+    inspector_->HasFocus() ? inspector_->Copy() : copy_->click();
+  });
   qApp->installEventFilter(this);
 }
 
@@ -204,8 +213,8 @@ void PanelWindow::RestoreDisplay() {
   // The frame's corner where the application wants it, but all of it inside the screen.
   move(screen.x() + std::clamp(host_.registration.menuX, 0, std::max(0, room.width() - width())),
        screen.y() + std::clamp(host_.registration.menuY, 0, std::max(0, room.height() - height())));
-  if (!columns_->restoreState(settings.value("window/columns").toByteArray()))
-    columns_->setSizes({430, kFirstSize.width() - 430});
+  if (!columns_->restoreState(settings.value("window/split").toByteArray()))
+    columns_->setSizes({0, kFirstSize.width()});
   preview_->Restore(settings);
 }
 
@@ -213,7 +222,7 @@ void PanelWindow::RestoreDisplay() {
 void PanelWindow::SaveSettings() {
   QSettings settings;
   settings.setValue("window/size", size());
-  settings.setValue("window/columns", columns_->saveState());
+  settings.setValue("window/split", columns_->saveState());
   preview_->Save(settings);
   SetNumbers(host_.panelRows, rows_->Numbers());
   settings.setValue("command", Text(PanelCommand(CurrentJob(), host_)));
@@ -224,38 +233,41 @@ void PanelWindow::dragEnterEvent(QDragEnterEvent* event) {
 }
 
 void PanelWindow::dropEvent(QDropEvent* event) {
-  files_->Take(event->mimeData()->urls(), mapToGlobal(event->position().toPoint()));
+  QStringList names;  // of what lies there
+  for (QWidget* there = childAt(event->position().toPoint()); there; there = there->parentWidget())
+    names << there->objectName();
+  files_->Take(event->mimeData()->urls(), names);
 }
 
 Job PanelWindow::CurrentJob() const {
-  Job job = base_;
+  Job job = output_->Shown();
   job.inputs = files_->Inputs();
   job.output = files_->Output().toStdString();
-  output_->Apply(job);
   return job;
 }
 
-// Takes the settings of a command in the clipboard.
-void PanelWindow::Paste() {
-  const std::string command = QGuiApplication::clipboard()->text().trimmed().toStdString();
-  worker_->Post([this, command, worker = worker_.get()] {
+// Takes the settings of a command.
+void PanelWindow::Take(const QString& command, bool withFiles) {
+  worker_->Post([this, command = command.toStdString(), withFiles, worker = worker_.get()] {
     try {
       Job job = ReadCommand(command, host_);
       job.overwrite = false;  // what the command replaced; the user is asked for what the run does
-      worker->Deliver([this, job, numbers = NumbersOf(host_.panelRows)] {
+      worker->Deliver([this, job, withFiles, numbers = NumbersOf(host_.panelRows)]() mutable {
+        if (!withFiles) {
+          job.inputs = files_->Inputs();
+          job.output = files_->Output().toStdString();
+        }
         rows_->Show(numbers);
         TakeRows();
         ShowJob(job);
       });
     } catch (const WrongCommandLine& wrong) {
-      worker->Deliver(
-          [this, told = Text(wrong.what())] { messages_->appendPlainText("Not pasted: " + told); });
+      worker->Deliver([this, told = Text(wrong.what())] { Tell("Not pasted: " + told); });
     }
   });
 }
 
 void PanelWindow::ShowJob(const Job& job) {
-  base_ = job;
   showing_ = true;
   output_->Show(job);
   files_->Show(job);
@@ -272,6 +284,12 @@ void PanelWindow::TakeRows() {
 
 void PanelWindow::TakeChange() {
   if (showing_) return;
+  QStringList title = {Text(host_.registration.title)};
+  if (const auto* const choice = rows_->findChild<QComboBox*>())
+    title.prepend(choice->currentText());
+  if (const auto inputs = files_->Inputs(); !inputs.empty())
+    title.prepend(QFileInfo(Text(inputs.begin()->second)).fileName());
+  setWindowTitle(title.join(" \u2013 "));
   ShowNotes();
   Refresh();
 }
@@ -279,19 +297,27 @@ void PanelWindow::TakeChange() {
 void PanelWindow::ShowFindings(const Findings& findings) {
   findings_ = findings;
   preview_->EndPreview();
-  preview_->Dim(rows_->FirstFault());
+  preview_->Dim(!Fault().isEmpty());
   output_->SetExtent(preview_->Extent());
   files_->ShowRead(findings.inputs);
   output_->ShowResolved(findings.plan);
   resolved_->setText(findings.plan ? SummaryOf(*findings.plan) : "");
+  resolved_->setToolTip(resolved_->text());
   ShowNotes();
+}
+
+// What is wrong with a field, so that there is no command and no run; or an empty text.
+QString PanelWindow::Fault() const {
+  const NumberField* const fault = rows_->FirstFault();
+  return fault ? FaultOf(*fault) : output_->Fault();
 }
 
 // Shows problems of fields, or else of the run, and warnings.
 void PanelWindow::ShowNotes() {
   QStringList notes = files_->Faults();
-  if (const NumberField* const fault = rows_->FirstFault()) notes << FaultOf(*fault);
-  if (notes.isEmpty() && !findings_.failure.empty()) notes << Text(findings_.failure);
+  if (const QString fault = Fault(); !fault.isEmpty()) notes << fault;
+  const bool started = !files_->Inputs().empty();  // else the pictures say how
+  if (notes.isEmpty() && started && !findings_.failure.empty()) notes << Text(findings_.failure);
   if (const QString input = files_->InputToBeReplaced(); !input.isEmpty())
     notes << QString("%1 is %2: the run replaces it")
                  .arg(Text(host_.registration.output.label), input);
@@ -302,17 +328,20 @@ void PanelWindow::ShowNotes() {
                       0, 'g', 3)
                  .arg(Text(findings_.plan->mode->name));
   for (const std::string& warning : findings_.warnings) notes << Text(warning);
-  notes.replaceInStrings(QRegularExpression("^"), "\u2022 ");
-  const QString text = notes.join('\n');
-  if (text != notes_->toPlainText()) notes_->setPlainText(text);
+  const QString mark = "\u2022 ";
+  notes.replaceInStrings(QRegularExpression("^"), mark);
+  QStringList lines = messages_->toPlainText().split('\n', Qt::SkipEmptyParts);
+  lines.removeIf([&mark](const QString& line) { return line.startsWith(mark); });
+  const QString text = (notes + lines).join('\n');
+  if (text != messages_->toPlainText()) messages_->setPlainText(text);
 }
 
 void PanelWindow::Refresh() {
   if (!worker_) return;  // still being made
   preview_->SetRegion(output_->Region());
   // There is no command for these fields. The preview is of the last numbers, such as the 1 of 1/3.
-  preview_->Dim(rows_->FirstFault());
-  if (rows_->FirstFault()) return ShowCommand("");
+  preview_->Dim(!Fault().isEmpty());
+  if (!Fault().isEmpty()) return ShowCommand("");
   copy_->setEnabled(false);  // until the command is the current one again
   preview_->ExpectPreview();
   const Job job = CurrentJob();
@@ -323,27 +352,27 @@ void PanelWindow::Refresh() {
 }
 
 void PanelWindow::ShowCommand(const std::string& command) {
-  const bool faulty = rows_->FirstFault();
+  const bool faulty = !Fault().isEmpty();
   const bool known = !faulty && !command.empty();
   command_->setText(known    ? Text(command)
-                    : faulty ? "correct the marked number first"
+                    : faulty ? "correct the marked field first"
                              : "choose an input and the output file first");
   command_->setCursorPosition(0);
+  command_->setToolTip(command_->text());
   command_->setEnabled(known);
   copy_->setEnabled(known);
 }
 
 // The job to run, or none when something is missing or the user declines.
 std::optional<Job> PanelWindow::JobToRun() {
-  if (NumberField* const fault = rows_->FirstFault()) {
-    messages_->appendPlainText(FaultOf(*fault));
-    fault->setFocus();
+  if (const QString fault = Fault(); !fault.isEmpty()) {
+    Tell(fault);
+    if (NumberField* const field = rows_->FirstFault()) field->setFocus();
     return std::nullopt;
   }
   Job job = CurrentJob();
   if (job.output.empty()) {
-    messages_->appendPlainText(Text(host_.registration.output.label) +
-                               " is empty: choose the file to write.");
+    Tell(Text(host_.registration.output.label) + " is empty: choose the file to write.");
     return std::nullopt;
   }
   const QFileInfo existing(Text(job.output));
@@ -362,6 +391,7 @@ void PanelWindow::SetRunning(bool running) {
   settings_->setEnabled(!running);
   run_->setEnabled(!running);
   paste_->setEnabled(!running);
+  reset_->setEnabled(!running);
   cancel_->setEnabled(running);
   preview_->LetDraw(!running && host_.registration.regions);
 }
@@ -372,7 +402,7 @@ void PanelWindow::Run() {
   SetRunning(true);
   preview_->EndPreview();
   progress_->setValue(0);
-  runState_->setText("running");
+  progress_->setFormat("running");
   sinceRun_.start();
   worker_->Run(*job);
 }
@@ -381,24 +411,24 @@ void PanelWindow::ShowProgress(double share) {
   progress_->setValue(static_cast<int>(share * kProgressSteps));
   const double elapsed = static_cast<double>(sinceRun_.elapsed()) / 1000;
   constexpr double kShortest = 0.5;  // seconds, to judge by
-  if (share >= 1) return runState_->setText("completing the file");
+  if (share >= 1) return progress_->setFormat("completing the file");
   if (share <= 0 || elapsed <= kShortest) return;
   const int left = static_cast<int>(std::ceil(elapsed / share * (1 - share)));
-  runState_->setText(left < 60 ? QString("%1 s left").arg(left)
-                               : QString("%1 min %2 s left").arg(left / 60).arg(left % 60));
+  progress_->setFormat(left < 60 ? QString("%1 s left").arg(left)
+                                 : QString("%1 min %2 s left").arg(left / 60).arg(left % 60));
 }
 
 void PanelWindow::EndRun(RunEnd end) {
   SetRunning(false);
-  progress_->reset();
-  runState_->setText("failed");
+  progress_->setValue(0);
+  progress_->setFormat("failed");
   if (end == RunEnd::kDone) {
-    runState_->setText("done");
-    messages_->appendPlainText("Written: " + files_->Output());
+    progress_->setFormat("done");
+    Tell("Written: " + files_->Output());
     files_->Remember();
   } else if (end == RunEnd::kCancelled) {
-    runState_->setText("cancelled");
-    messages_->appendPlainText("Cancelled; nothing was written.");
+    progress_->setFormat("cancelled");
+    Tell("Cancelled; nothing was written.");
   }
   Refresh();
 }

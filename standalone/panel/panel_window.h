@@ -12,6 +12,7 @@
 namespace lumomixcalc::standalone {
 
 class FilesView;
+class Inspector;
 class OutputSettings;
 class PreviewPane;
 class RowsView;
@@ -36,19 +37,21 @@ class PanelWindow : public QWidget {
   QWidget* MakeSettings();
   QWidget* MakeSide();
   QLayout* MakeRunBar();
-  QLayout* MakeReports();
+  QLayout* MakeCommandBar();
   void AddShortcuts();
 
   void RestoreDisplay();
   void SaveSettings();
 
   Job CurrentJob() const;
-  void Paste();
+  void Take(const QString& command, bool withFiles);
   void ShowJob(const Job& job);
   void TakeRows();
   void TakeChange();
   void ShowFindings(const Findings& findings);
+  QString Fault() const;
   void ShowNotes();
+  void Tell(const QString& message) { messages_->appendPlainText(message); }
   void Refresh();
   std::optional<Job> JobToRun();
   void Run();
@@ -59,25 +62,26 @@ class PanelWindow : public QWidget {
   bool UserAgrees(const QString& question, const QString& yes, const QString& no);
 
   HostState& host_;
-  Job base_;  // holds the settings that have no field
   QWidget* settings_ = new QWidget;
   FilesView* files_ = nullptr;
   RowsView* rows_ = nullptr;
   OutputSettings* output_ = nullptr;
   PreviewPane* preview_ = nullptr;
+  Inspector* inspector_ = nullptr;
   QLabel* resolved_ = Named(new QLabel, "Resolved output");
   Findings findings_;
-  QPlainTextEdit* notes_ = Named(new QPlainTextEdit, "Notes");
   QPushButton* run_ = Named(new QPushButton("&Run"), "Run");
   QPushButton* cancel_ = Named(new QPushButton("Cancel"), "Cancel");
   QProgressBar* progress_ = Named(new QProgressBar, "Progress of the run");
-  QLabel* runState_ = Named(new QLabel, "Run state");
   QElapsedTimer sinceRun_;
   QLineEdit* command_ = Named(new QLineEdit, "Command", "Equivalent command");
   QPushButton* copy_ = Named(new QPushButton("&Copy"), "Copy", "Copy the command");
+  QPushButton* reset_ =
+      Named(new QPushButton("Reset"), "Reset", "Reset all settings but the files");
   QPushButton* paste_ =
       Named(new QPushButton("&Paste"), "Paste", "Take the settings from a command");
-  QPlainTextEdit* messages_ = Named(new QPlainTextEdit, "Messages");
+  // Notes about the run that the settings describe, then what runs have told.
+  QPlainTextEdit* messages_ = Named(new QPlainTextEdit, "Messages", "Notes and messages");
   QSplitter* columns_ = new QSplitter;
   QFileSystemWatcher watcher_;  // of the files of the last preview
   bool running_ = false;

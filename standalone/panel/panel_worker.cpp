@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "standalone/cli/command_echo.h"
+#include "standalone/panel/panel_command.h"
 #include "standalone/runs/run.h"
 #include "standalone/runs/session.h"
 #include "standalone/runs/statistics.h"
@@ -92,6 +93,7 @@ void PanelWorker::MakePreview(const Job& job, const View& view, int number,
         Deliver([this, position, image] { listener_.imageMade(position, image); });
       });
   findings.inputs = inputs;
+  if (const std::string note = NoteOn(options); !note.empty()) findings.warnings.push_back(note);
   Deliver([this, findings, number] {
     if (number == newestPreview_) listener_.previewMade(findings);
   });

@@ -299,7 +299,7 @@ Findings PreviewMaker::Make(const Job& job, const Job& ofTheRun, const View& vie
     if (!job.inputs.contains(inputs[i].number)) {
       inputs_.erase(inputs[i].number);
       PreviewImage none;
-      none.note = "No file chosen.";
+      none.note = kNoFile;
       show(i, none);
     } else if (Update(inputs[i], stop)) {
       show(i, Shown(inputs_.at(inputs[i].number).image, Grid().looks));
@@ -313,7 +313,13 @@ Findings PreviewMaker::Make(const Job& job, const Job& ofTheRun, const View& vie
     throw;
   } catch (const std::exception& error) {
     result.note = error.what();
+    if (findings.failure.empty()) findings.failure = error.what();  // an input is damaged
   }
+  for (const auto& [stream, input] : inputs_)
+    if (input.raster && run_.inputs.contains(stream))
+      for (const std::string& loss : input.raster->Losses())
+        if (std::ranges::find(findings.warnings, loss) == findings.warnings.end())
+          findings.warnings.push_back(loss);
   show(inputs.size(), result);
   return findings;
 }

@@ -40,6 +40,9 @@ struct CellSample {
   bool operator==(const CellSample&) const = default;
 };
 
+// The note of an input that no file is chosen for.
+inline constexpr const char* kNoFile = "Open an image with Ctrl+O, or drop one or two here.";
+
 // An input or the result, as it is shown: elements row by row, pairs when complex, no data as NaN.
 // Pixels are those of the run's first input if the run reads it.
 struct PreviewImage {

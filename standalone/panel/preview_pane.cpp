@@ -5,14 +5,14 @@
 
 namespace lumomixcalc::standalone {
 
-PreviewPane::PreviewPane(const QStringList& titles)
+PreviewPane::PreviewPane(const QStringList& titles, Inspector& inspector)
     : images_(NewChoice("Images shown", QStringList("Side by side") + titles)),
-      inspector_(new Inspector(titles)) {
+      inspector_(inspector) {
   sight_.draw = draw_;
   auto* const layout = NewLayout<QVBoxLayout>(this);
+  layout->setSpacing(4);
   layout->addLayout(MakeBar());
   layout->addLayout(MakePanes(titles), 1);
-  layout->addWidget(inspector_);
   AddShortcuts();
   expected_.setObjectName("Expected preview");
   expected_.setSingleShot(true);
@@ -66,6 +66,7 @@ QLayout* PreviewPane::MakePanes(const QStringList& titles) {
   const int inputs = static_cast<int>(panes_.size()) - 1;
   for (int i = 0; i < inputs; ++i) grid_->addWidget(panes_[static_cast<std::size_t>(i)], i, 0);
   grid_->addWidget(panes_.back(), 0, 1, inputs, 1);
+  grid_->setSpacing(4);
   return grid_;
 }
 
@@ -82,7 +83,9 @@ void PreviewPane::AddShortcuts() {
 
 void PreviewPane::Show(std::size_t position, const PreviewImage& image) {
   if (image.bands > 0) extent_ = image.extent;
+  const bool had = HasFile(position);
   panes_[position]->Show(image, extent_);
+  if (had != HasFile(position)) Arrange();
 }
 
 void PreviewPane::ExpectPreview() {
@@ -102,7 +105,7 @@ void PreviewPane::EndPreview() {
 }
 
 void PreviewPane::ShowElements(const Inspection& found) {
-  if (sight_.pixel) inspector_->Show(found);
+  if (sight_.pixel) inspector_.Show(found);
 }
 
 void PreviewPane::SetRegion(std::optional<QRect> pixels) {
@@ -139,15 +142,24 @@ void PreviewPane::Restore(const QSettings& settings) {
 }
 
 void PreviewPane::Arrange() {
-  const int only = images_->currentIndex() - 1;
   const int inputs = static_cast<int>(panes_.size()) - 1;
-  for (int i = 0; i <= inputs; ++i)
-    panes_[static_cast<std::size_t>(i)]->setVisible(only < 0 || only == i);
+  int only = images_->currentIndex() - 1;
+  bool any = false;
+  for (std::size_t i = 0; i + 1 < panes_.size(); ++i) any = any || HasFile(i);
+  if (only < 0 && !any) only = 0;  // invites to open a file
+  const auto isShown = [&](int i) {
+    return only < 0 ? HasFile(static_cast<std::size_t>(i)) : only == i;
+  };
+  for (int i = 0; i <= inputs; ++i) panes_[static_cast<std::size_t>(i)]->setVisible(isShown(i));
   // Otherwise a column or row of hidden images keeps its share.
-  grid_->setColumnStretch(0, only == inputs ? 0 : 1);
-  grid_->setColumnStretch(1, only < 0 ? 2 : only == inputs ? 1 : 0);
-  for (int i = 0; i < inputs; ++i)
-    grid_->setRowStretch(i, only < 0 || only == i || only == inputs ? 1 : 0);
+  grid_->setColumnStretch(0, only == inputs ? 0 : 2);
+  grid_->setColumnStretch(1, only < 0 ? 5 : only == inputs ? 1 : 0);
+  for (int i = 0; i < inputs; ++i) grid_->setRowStretch(i, isShown(i) || only == inputs ? 1 : 0);
+}
+
+// Also of the result.
+bool PreviewPane::HasFile(std::size_t position) const {
+  return panes_[position]->Image().note != kNoFile;
 }
 
 void PreviewPane::LookAt(QPointF centre, double scale) {
@@ -172,7 +184,7 @@ void PreviewPane::Point(std::optional<QPoint> pixel) {
   sight_.pixel = pixel;
   FollowSight();
   resting_.start();
-  if (!pixel) inspector_->Show(std::nullopt);
+  if (!pixel) inspector_.Show(std::nullopt);
 }
 
 }  // namespace lumomixcalc::standalone

@@ -9,16 +9,16 @@
 
 namespace lumomixcalc::standalone {
 
-// The images of a preview, the choices of how they are shown, and the elements under the pointer.
-// All images show the same place.
+// The images of a preview and the choices of how they are shown. All images show the same place.
 class PreviewPane : public QWidget {
  public:
   std::function<void(QRect pixels)> regionDrawn;
   std::function<void()> viewChanged;  // View() has changed
   std::function<void(QPoint pixel)> elementAsked;
 
-  // titles: of the inputs and of the result.
-  explicit PreviewPane(const QStringList& titles);
+  // titles: of the inputs and of the result. The inspector, which stands elsewhere, shows the
+  // elements under the pointer.
+  PreviewPane(const QStringList& titles, Inspector& inspector);
 
   // The inputs by their position, the result last. The result lies on the inputs.
   void Show(std::size_t position, const PreviewImage& image);
@@ -37,6 +37,7 @@ class PreviewPane : public QWidget {
   // The outlined region in pixels of the inputs, or none.
   void SetRegion(std::optional<QRect> pixels);
   void LetDraw(bool allowed) { draw_->setEnabled(allowed); }
+  void StopDrawing() { draw_->setChecked(false); }
 
   // The pixels of the images; empty while there is none.
   QRect Extent() const { return extent_; }
@@ -52,6 +53,7 @@ class PreviewPane : public QWidget {
   QLayout* MakePanes(const QStringList& titles);
   void AddShortcuts();
   void Arrange();
+  bool HasFile(std::size_t position) const;
   void LookAt(QPointF centre, double scale);
   void FollowSight();
   void Point(std::optional<QPoint> pixel);
@@ -68,7 +70,7 @@ class PreviewPane : public QWidget {
   Sight sight_;
   QGridLayout* grid_ = new QGridLayout;
   std::vector<ImagePane*> panes_;  // the inputs, then the result
-  Inspector* inspector_;
+  Inspector& inspector_;
   QTimer expected_{this};  // runs while a preview that is made may still be quick
   QTimer resting_{this};   // runs until the pointer rests
 };

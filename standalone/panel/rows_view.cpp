@@ -100,8 +100,9 @@ QWidget* RowsView::Make(const Element& element, const QString& label) {
     return button;
   }
   if (const auto* const number = std::get_if<FloatField>(&element)) {
+    constexpr int kMostDigits = 9;  // that a field has room for in a narrow column
     auto* const field = new NumberField(
-        number->width, number->step,
+        std::min(number->width, kMostDigits), number->step,
         [this, position = show_.size()](std::optional<float> value) { Take(position, value); });
     show_.emplace_back([field](double value) { field->SetValue(static_cast<float>(value)); });
     fields_.push_back(field);

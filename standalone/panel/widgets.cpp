@@ -46,7 +46,7 @@ void MarkFault(QLineEdit& field, bool faulty) {
 
 NumberField::NumberField(int width, float step, Changed changed)
     : step_(step), changed_(std::move(changed)) {
-  setMinimumWidth(fontMetrics().horizontalAdvance('0') * (width + 1));
+  setMinimumWidth(fontMetrics().horizontalAdvance('0') * width);
   setAcceptDrops(false);  // a file that is dropped here is meant for the window
   connect(this, &QLineEdit::textChanged, [this] { Read(); });
   connect(this, &QLineEdit::editingFinished, [this] {

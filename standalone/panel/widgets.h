@@ -49,6 +49,7 @@ class NumberField : public QLineEdit {
   NumberField(int width, float step, Changed changed);
 
   bool HasFault() const { return !value_; }
+  std::optional<float> Value() const { return value_; }
   void SetValue(float value);
 
  protected:

@@ -23,7 +23,7 @@ TEST_F(PanelWindowTest, EditsReachTheRunAndTheCommandThatRepeatsIt) {
     Set(field, text);
     EXPECT_NE(CurrentCommand(), before);
   }
-  EXPECT_EQ(TextOf("Notes"), "\u2022 a complex output is not clamped");
+  EXPECT_EQ(Notes(), "\u2022 a complex output is not clamped");
   Run("done");
   EXPECT_TRUE(Told("band 2: minimum "));
   EXPECT_TRUE(CurrentCommand().ends_with(
@@ -62,6 +62,26 @@ TEST_F(PanelWindowTest, ShowsTheSettingsOfACommandThatStartsItOrIsPastedAndOfIts
   Open("-a=7 -b=nan");
   paste("lumomixcalc \\\n " + command + " -overwrite\n");
   expectSettings("");
+  EXPECT_EQ(TextOf("Other options"), "-co=INTERLEAVE=BIL -bands=1 -oo=NUM_THREADS=2 -nodata=keep");
+  const auto type = [this](const QString& text) {
+    Find<QLineEdit>("Other options").selectAll();
+    QTest::keyClicks(&Find("Other options"), text + '\r');
+    Settle();
+  };
+  for (const char* const text : {"-nodata=x", "-looks=3", "f2.tif", "-a=2", "-part=1/2"}) {
+    type(text);
+    EXPECT_TRUE(Notes().starts_with("\u2022 Other options: ")) << text;
+    Set("Run");
+    EXPECT_FALSE(Find("Copy").isEnabled());
+  }
+  type("-nodata=3");
+  EXPECT_NE(CurrentCommand().find(" -looks=2:1 -nodata=3 "), std::string::npos);
+  Set("Reset");
+  EXPECT_TRUE(WaitFor([&] {
+    return TextOf("Command").ends_with("/out.tif' -a=1:0 -b=1:0 -operator='a1+b2'");
+  })) << TextOf("Command");
+  paste("$ lumomixcalc " + command);
+  expectSettings("");
   for (const char* const text :
        {"", "lumomixcalc $(touch f3.tif) f1.tif o.tif", "lumomixcalc 'f1.tif",
         "lumomixcalc -b=3 f1.tif o.tif -operator=no", "lumomixcalc -join=a.vrt",
@@ -98,6 +118,14 @@ TEST_F(PanelWindowTest, RunThatIsCancelledClosedOrEndedBySignalLeavesNothing) {
   run();
   QTest::keyClick(window_.get(), Qt::Key_Escape);
   ExpectEnd("cancelled");
+  auto& messages = Find<QPlainTextEdit>("Messages");
+  messages.setFocus();
+  messages.selectAll();
+  QTest::keyClick(&messages, Qt::Key_C, Qt::ControlModifier);
+  EXPECT_TRUE(QGuiApplication::clipboard()->text().endsWith("nothing was written."));
+  Set("Draw region");
+  QTest::keyClick(window_.get(), Qt::Key_Escape);
+  EXPECT_FALSE(Find<QPushButton>("Draw region").isChecked());
   EXPECT_TRUE(OnlyTheInputsAreThere());
   run();
   Answer("in progress", "Keep running", [&] { EXPECT_FALSE(window_->close()); });
@@ -128,12 +156,12 @@ TEST_F(PanelWindowTest, AsksBeforeItReplacesAFileAndNamesAnInput) {
          [&] { QTest::keyClick(window_.get(), Qt::Key_R, Qt::ControlModifier); });
   EXPECT_EQ(Bytes("out.tif"), "precious");
   Settle();
-  EXPECT_EQ(TextOf("Notes"), "");
+  EXPECT_EQ(Notes(), "");
   Answer("exists already", "Replace", [&] { Run("done"); });
   EXPECT_NE(Bytes("out.tif"), "precious");
   QFile::link("f2.tif", "link.tif");
   Set("Save", "link.tif");
-  EXPECT_EQ(TextOf("Notes"), "\u2022 Save is File2: the run replaces it");
+  EXPECT_EQ(Notes(), "\u2022 Save is File2: the run replaces it");
   Answer("is File2: the run replaces it", "Cancel", [&] { Set("Run"); });
   Set("Save");
   Set("Run");
@@ -203,6 +231,8 @@ TEST_F(PanelWindowTest, TakesDroppedAndRecentFilesAndNamesTheirOutput) {
   std::ofstream("f2_result.tif") << "there";
   EXPECT_EQ(drop(Find("File2"), {"f2.tif"}), " f2.tif f2_result_2.tif");
   EXPECT_EQ(drop(*window_, {"f1.tif"}), "f1.tif f2.tif f2_result_2.tif");
+  QWidget& picture = *Pictured("File2 preview").viewport();
+  EXPECT_EQ(drop(picture, {"f1.tif"}), "f1.tif f1.tif f2_result_2.tif");
   EXPECT_EQ(drop(*window_, {"f2.tif", "f1.tif"}), "f2.tif f1.tif f2_result_2.tif");
   Set("Swap");
   EXPECT_EQ(drop(*window_, {"f2.tif"}), "f2.tif f2.tif f2_result_2.tif");
@@ -219,19 +249,21 @@ TEST_F(PanelWindowTest, TakesDroppedAndRecentFilesAndNamesTheirOutput) {
 TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   MakeRaster("f1.tif", 60, 40, 20);
   Open("f1.tif f2.tif out.tif -operator=a1b -mode=cint16");
-  EXPECT_TRUE(
-      WaitFor([&] { return TextOf("Notes").starts_with("\u2022 58.4 % of the elements"); }));
+  EXPECT_TRUE(WaitFor([&] { return Notes().starts_with("\u2022 58.4 % of the elements"); }));
   EXPECT_EQ(Find<QLabel>("Resolved output").text(),
             "GTiff, complex 16-bit integer (cint16), 60 \u00d7 40, 2 bands, 19.2 kB");
   EXPECT_NE(Find("File2").palette(), Find("File1").palette());
+  EXPECT_EQ(window_->windowTitle().toStdString(), "f1.tif \u2013 (A*File1) * B \u2013 LumoMixcalc");
+  Set("Save", ".");
+  EXPECT_TRUE(Notes().starts_with("\u2022 Save is a folder"));
   Set("Save", "out.zzz");
   Settle();
-  EXPECT_TRUE(TextOf("Notes").starts_with("\u2022 the extension of ")) << TextOf("Notes");
+  EXPECT_TRUE(Notes().starts_with("\u2022 the extension of ")) << Notes();
   Pictured("Result preview");
   Set("Save", "out.tif");
   Set("File2");
   Settle();
-  EXPECT_EQ(Find("File2 preview").accessibleDescription(), "No file chosen.");
+  EXPECT_EQ(Find("File2 preview").accessibleDescription(), kNoFile);
   Set("File2", "f2.tif");
   QFile::remove("f2.tif");
   Run("done");
@@ -241,15 +273,14 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   Set("Region, columns", "61");
   Answer("exists already", "Replace", [&] { Run("failed"); });
   EXPECT_TRUE(Told("Region 0:0:61:40 is not inside")) << TextOf("Messages");
-  EXPECT_TRUE(WaitFor([&] { return TextOf("Notes").starts_with("\u2022 Region 0:0:61:40 is"); }));
+  EXPECT_TRUE(WaitFor([&] { return Notes().starts_with("\u2022 Region 0:0:61:40 is"); }));
   Set(kB, "x");
   Set("File1", "no.tif");
   Set("File2", "unread.tif");
   Set("Save", "no/out.tif");
-  EXPECT_EQ(TextOf("Notes"),
-            "\u2022 File1: there is no file no.tif\n\u2022 Save: there is no folder " +
-                folder_.filePath("no").toStdString() + "\n\u2022 " + kB +
-                ": \u201cx\u201d is not a number that can be used");
+  EXPECT_EQ(Notes(), "\u2022 File1: there is no file no.tif\n\u2022 Save: there is no folder " +
+                         folder_.filePath("no").toStdString() + "\n\u2022 " + kB +
+                         ": \u201cx\u201d is not a number that can be used");
   for (const char* const name : {kB, "File1", "Save"})
     EXPECT_NE(Find(name).styleSheet(), Find("File2").styleSheet()) << name;
 }
@@ -268,10 +299,10 @@ TEST_F(PanelWindowTest, TabGoesFromTopToBottomThroughWidgetsThatScreenReadersCan
     QTest::keyClick(window_.get(), Qt::Key_Tab);
   } while (QApplication::focusWidget() != &Find("File1") && visited.size() < 100);
   // Those of names in one word stand for their neighbours.
-  EXPECT_EQ(
-      visited.filter(QRegularExpression("^\\w+$")).join(' ').toStdString(),
-      "File1 File2 Save Swap Operator Region Resolution Format Notes Run Stretch Band Command "
-      "Copy Paste Messages");
+  EXPECT_EQ(visited.filter(QRegularExpression("^\\w+$")).join(' ').toStdString(),
+            "File1 File2 Save Swap Operator Region Resolution Format Run Messages Command Copy "
+            "Paste Reset "
+            "Stretch Band");
 }
 
 TEST_F(PanelWindowTest, EveryRowOpensAHelpEntryWithAnExample) {

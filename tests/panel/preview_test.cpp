@@ -134,6 +134,13 @@ TEST_F(PanelWindowTest, ElementsUnderThePointerAreThoseOfThePixelAndTheSettings)
   expect("Looks, columns", "7", {57, 5}, "\u2014");  // the last blocks that are whole end at 56
   Set("Looks, columns", "1");
   Settle();
+  const auto named = [this] { return Find<QLabel>("Place under the pointer").text(); };
+  auto& view = Find<ImageView>("File1 preview");
+  for (const int key : {Qt::Key_Left, Qt::Key_Up, Qt::Key_Up, Qt::Key_Plus})
+    QTest::keyClick(&view, static_cast<Qt::Key>(key));
+  EXPECT_TRUE(WaitFor([&] { return named().startsWith("Column 56, row 3 "); }));
+  EXPECT_TRUE(view.Scale() > 1 && view.Seen().contains(56, 3));
+  QTest::keyClick(&view, Qt::Key_Minus);
   MakeRaster("f1.tif", 60, 40, 2);  // is noticed
   for (const double place : {10.97, 21.97, 32.97, 37.97})
     ExpectElements({place, place}, kFile1,
@@ -217,12 +224,11 @@ TEST_F(PanelWindowTest, SharedAreaIsOfferedAndShownWhereItLiesOnEachImage) {
   std::ofstream("f2.tfw") << "10\n0\n0\n-10\n1085\n2035";  // 8 columns to the right, 4 rows up
   Open(kFiles);
   EXPECT_TRUE(WaitFor([&] {
-    return TextOf("Notes").ends_with(
-        "; the choice Shared area only combines the area that they share");
-  })) << TextOf("Notes");
+    return Notes().ends_with("; the choice Shared area only combines the area that they share");
+  })) << Notes();
   Set("Shared area only");
   EXPECT_TRUE(WaitFor([&] { return TextOf("Region, first column") == "8"; }));
-  EXPECT_EQ(TextOf("Notes"), "");
+  EXPECT_EQ(Notes(), "");
   ExpectElements({20.5, 30.5}, kFile2,
                  [](int, int) { return "6824 2 6824 0.0002930832 0.01679243 "; });
 }

@@ -115,6 +115,12 @@ class PanelWindowTest : public ::testing::Test {
     return widget.metaObject()->userProperty().read(&widget).toString().toStdString();
   }
 
+  // The notes about the run that the settings describe, without what runs have told.
+  std::string Notes() {
+    QStringList lines = Text(TextOf("Messages")).split('\n');
+    return lines.filter(QRegularExpression("^\u2022")).join('\n').toStdString();
+  }
+
   bool Told(const std::string& text) { return TextOf("Messages").find(text) != std::string::npos; }
 
   // Does what must ask a question with this text, which is answered by the button of that name.
@@ -160,7 +166,7 @@ class PanelWindowTest : public ::testing::Test {
   }
 
   // Points at a place of the result, if the pointer is not there, and waits until the pixel there
-  // is named, and an image's row of the table begins with what is expected of that pixel.
+  // is named, and an image's column of the table begins with what is expected of that pixel.
   void ExpectElements(QPointF place, Image image,
                       const std::function<QString(int column, int row)>& expected) {
     auto& view = Pictured("Result preview");
@@ -174,7 +180,7 @@ class PanelWindowTest : public ::testing::Test {
       const bool isThere = shown == named + ": ";
       if (!isThere) QTest::mouseMove(view.viewport(), pointer);
       for (int i = 0; i < 5; ++i)
-        shown += Find<QTableWidget>("Elements").item(image, i)->text() + " ";
+        shown += Find<QTableWidget>("Elements").item(i, image)->text() + " ";
       return isThere && shown.startsWith(named + ": " + expected(pixel.x(), pixel.y()));
     })) << shown.toStdString();
   }
@@ -187,7 +193,7 @@ class PanelWindowTest : public ::testing::Test {
 
   void ExpectEnd(const QString& state) {
     EXPECT_TRUE(WaitFor([&] { return Find("Run").isEnabled(); }));
-    EXPECT_EQ(Find<QLabel>("Run state").text(), state) << TextOf("Messages");
+    EXPECT_EQ(Find<QProgressBar>("Progress of the run").format(), state) << TextOf("Messages");
   }
 
   QTemporaryDir folder_{QDir::temp().filePath("panel test-XXXXXX")};
