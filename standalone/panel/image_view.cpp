@@ -27,7 +27,6 @@ ImageView::ImageView(const Sight& sight) : sight_(sight) {
   setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   setFocusPolicy(Qt::StrongFocus);
   setAcceptDrops(false);  // the window takes files dropped here
-  viewport()->setAcceptDrops(false);
   setMouseTracking(true);
   setMinimumSize(240, 120);
   setViewportUpdateMode(FullViewportUpdate);

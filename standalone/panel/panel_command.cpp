@@ -7,7 +7,6 @@
 #include <utility>
 #include <variant>
 
-#include "ops/catalogue.h"
 #include "standalone/base/messages.h"
 #include "standalone/cli/command_echo.h"
 #include "standalone/cli/options.h"
@@ -64,12 +63,14 @@ Job ReadCommand(const std::string& command, HostState& host) {
 }
 
 // Who asks for a logarithm or a power rarely means that of File1 + 1.
-std::string NoteOn(const std::vector<std::string>& options) {
-  const auto has = [&](const std::string& one) { return std::ranges::count(options, one) > 0; };
-  for (const Operator& one : kOperators)
-    if (std::string(one.label).find("FILE1 + B") != std::string::npos && has("-b=1:0") &&
-        has(std::string("-operator='") + one.commandName + "'"))
-      return std::string("B is 1 in ") + one.label;
+std::string NoteOn(const HostState& host, const std::vector<std::string>& options) {
+  if (std::ranges::find(options, "-b=1:0") == options.end()) return "";
+  for (const PanelRow& row : host.panelRows)
+    for (const auto& element : row.elements)
+      if (const auto* const list = std::get_if<Pulldown>(&element)) {
+        const std::string& chosen = list->labels[static_cast<std::size_t>(*list->choice)];
+        if (chosen.find("FILE1 + B") != std::string::npos) return "B is 1 in " + chosen;
+      }
   return "";
 }
 

@@ -21,8 +21,9 @@ void SetNumbers(const std::vector<PanelRow>& rows, const RowNumbers& numbers);
 // WrongCommandLine with nothing changed.
 Job ReadCommand(const std::string& command, HostState& host);
 
-// What to know of the application's options, as EchoOptions returns them; or an empty text.
-std::string NoteOn(const std::vector<std::string>& options);
+// What to know of the application's numbers, whose options are as EchoOptions returns them; or an
+// empty text.
+std::string NoteOn(const HostState& host, const std::vector<std::string>& options);
 
 // A command from which ReadCommand gets the settings back. Files are named, since any may be
 // missing.

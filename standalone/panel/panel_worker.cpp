@@ -93,7 +93,8 @@ void PanelWorker::MakePreview(const Job& job, const View& view, int number,
         Deliver([this, position, image] { listener_.imageMade(position, image); });
       });
   findings.inputs = inputs;
-  if (const std::string note = NoteOn(options); !note.empty()) findings.warnings.push_back(note);
+  if (const std::string note = NoteOn(host_, options); !note.empty())
+    findings.warnings.push_back(note);
   Deliver([this, findings, number] {
     if (number == newestPreview_) listener_.previewMade(findings);
   });

@@ -254,6 +254,10 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
             "GTiff, complex 16-bit integer (cint16), 60 \u00d7 40, 2 bands, 19.2 kB");
   EXPECT_NE(Find("File2").palette(), Find("File1").palette());
   EXPECT_EQ(window_->windowTitle().toStdString(), "f1.tif \u2013 (A*File1) * B \u2013 LumoMixcalc");
+  Set("Operator", "(FILE1 + B)**A");
+  Settle();
+  EXPECT_NE(Notes().find("B is 1 in (FILE1 + B)**A"), std::string::npos);
+  Set("Operator", "(A*File1) * B");
   Set("Save", ".");
   EXPECT_TRUE(Notes().starts_with("\u2022 Save is a folder"));
   Set("Save", "out.zzz");
