@@ -264,9 +264,9 @@ constexpr HostOption kHostOptions[] = {
      "number a line, for programs",
      kSwitch<&Options::progress>},
     {"-panel", "", 0, "", "",
-     "show the panel with these files, two being the inputs, and\n"
-     "options; files may be left out. On a desktop also without any\n"
-     "argument",
+     "show the panel with these files and options; files may be left\n"
+     "out. A second of two files is the output if it does not exist.\n"
+     "On a desktop also without any argument",
      kAction<kPanel>},
     {"-help", "--help", 0, "", "", "print this text, as -h does", kAction<kHelp>},
     {"-h", "", 0, "", "", nullptr, kAction<kHelp>},
