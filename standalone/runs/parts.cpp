@@ -264,7 +264,8 @@ int BlockRowsOf(const RunPlan& whole, const std::vector<std::string>& creationOp
 }  // namespace
 
 Part::Part(const Job& job, const PlannedRun& whole) : overwrite_(job.overwrite), plan_(whole.plan) {
-  const auto [number, count] = *job.part;
+  const int number = job.part->number;
+  const int count = job.part->count;
   const std::string option = CPLSPrintf("-part=%d/%d", number, count);
   const fs::path folder = FolderOfParts(ResolveOutput(plan_.output, true));
   CountOfParts(folder, count);
@@ -284,7 +285,7 @@ Part::Part(const Job& job, const PlannedRun& whole) : overwrite_(job.overwrite),
   common_.Add("mosaic", SizeText(grid.columns, grid.rows) + ", " +
                             CountText(plan_.bands.size(), "band") + ", " + plan_.mode->name +
                             ", blocks of " + std::to_string(blockRows));
-  const auto boundary = [&, count = count](std::int64_t parts) {
+  const auto boundary = [&](std::int64_t parts) {
     return static_cast<int>(std::min<std::int64_t>(parts * blocks / count * blockRows, grid.rows));
   };
   const int first = boundary(number - 1);
