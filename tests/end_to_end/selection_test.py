@@ -4,6 +4,10 @@
 import itertools
 import os
 import shlex
+import signal
+import subprocess
+import time
+from pathlib import Path
 
 import numpy as np
 from osgeo import gdal
@@ -230,3 +234,43 @@ class Selection(harness.ProgramTest):
         moved = [(p.GCPX, p.GCPY, p.GCPZ, p.GCPPixel, p.GCPLine) for p in result.GetGCPs()]
         self.assertEqual(moved, [(p.GCPX, p.GCPY, p.GCPZ, (p.GCPPixel - 4) / 2, (p.GCPLine - 6) / 6)
                                  for p in points])
+
+
+class Coherence(harness.ProgramTest):
+    """The script, with the program, or another one of its name, on the path."""
+
+    def start(self, *options, folder=os.path.dirname(harness.PROGRAM)):
+        os.makedirs(self.path("tmp"), exist_ok=True)
+        script = str(Path(__file__).parents[2] / "packaging/lumomixcalc-coherence")
+        return subprocess.Popen(
+            [script, self.a, self.b, self.out, "-quiet", *options], stderr=subprocess.PIPE, text=True,
+            env={**os.environ, "PATH": f"{folder}:{os.environ['PATH']}", "TMPDIR": self.path("tmp")})
+
+    def test_of_images_in_two_places(self):
+        one, other = IMAGE[:2, :40, :50] + 1j * IMAGE[1:, :40, :50]
+        write(self.a, one, **bounds(one))
+        write(self.b, other, **bounds(other, 60))
+        for options, a, b, told in (
+                ((), one, other, r"\Alumomixcalc: warning: .* do not lie in the same place: .*\n\Z"),
+                (("-extent=intersection", "-region=6:4:40:30", "-overwrite"), one[4:34, 6:46],
+                 other[4:34, 4:44], r"\A\Z")):
+            with self.start("-looks=5:2", *options) as script:
+                self.assertRegex(script.communicate()[1], told)
+            a, b = (x.reshape(x.shape[0] // 2, 2, -1, 5) for x in (a, b))
+            cross, *powers = ((x * y.conj()).mean((1, 3)) for x, y in ((a, b), (a, a), (b, b)))
+            np.testing.assert_allclose(read(self.out), abs(cross / np.sqrt(powers[0] * powers[1])),
+                                       rtol=1e-5)
+
+    def test_signal_ends_the_run_of_the_script_too(self):
+        program = Path(self.path("lumomixcalc"))
+        program.write_text("#!/bin/sh\necho $$ > $0.pid\nexec sleep 100\n")
+        program.chmod(0o755)
+        for number in signal.SIGINT, signal.SIGTERM:
+            with self.start(folder=self.folder) as script:
+                while not (pid := Path(f"{program}.pid")).exists() or not pid.read_text():
+                    time.sleep(0.01)
+                script.send_signal(number)
+                self.assertEqual(script.wait(10), 128 + number)
+            self.assertFalse(os.path.exists(f"/proc/{int(pid.read_text())}"))
+            self.assertEqual(os.listdir(self.path("tmp")), [])
+            pid.unlink()
