@@ -4,18 +4,20 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
+#include <cmath>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <system_error>
 #include <vector>
 
 #include "standalone/base/messages.h"
-#include "standalone/cli/command_echo.h"
-#include "standalone/cli/progress_bar.h"
+#include "standalone/cli/options.h"
 #include "standalone/program.h"
 #include "standalone/rasters/gdal_library.h"
 #include "standalone/runs/parts.h"
@@ -55,6 +57,55 @@ bool PanelCanBeShown() {
                          "; it is in the package lumomixcalc-panel; to run without the panel, " +
                          "name files and options (see -help)");
 }
+
+// Shows the progress of a run on standard error, as in
+// "[==========                    ]  33 %, 0:42 left". The line is erased before a message is shown
+// and when the object is destroyed.
+class ProgressBar {
+ public:
+  ProgressBar()
+      : redirection_([this](const std::string& sentence) {
+          const std::lock_guard lock(mutex_);
+          Clear();
+          WriteToStandardError(sentence);
+        }) {}
+
+  ~ProgressBar() {
+    const std::lock_guard lock(mutex_);
+    Clear();
+  }
+
+  void Show(double share) {
+    const Clock::time_point now = Clock::now();
+    const std::lock_guard lock(mutex_);
+    if (now < nextShow_) return;
+    nextShow_ = now + std::chrono::milliseconds(100);
+    Clear();
+    constexpr double kWidth = 30;
+    const std::string bar(static_cast<std::size_t>(share * kWidth), '=');
+    std::fprintf(stderr, "[%-30s] %3d %%", bar.c_str(), static_cast<int>(share * 100));
+    if (share > 0) {
+      const double passed = std::chrono::duration<double>(now - start_).count();
+      const auto left = static_cast<long>(std::ceil(passed * (1 - share) / share));
+      std::fprintf(stderr, ", %ld:%02ld left", left / 60, left % 60);
+    }
+    shown_ = true;
+  }
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  void Clear() {  // with mutex_ held
+    if (shown_) std::fputs("\r\033[K", stderr);
+    shown_ = false;
+  }
+
+  Clock::time_point start_ = Clock::now();
+  Clock::time_point nextShow_ = start_ + std::chrono::milliseconds(500);  // none of a short run
+  std::mutex mutex_;  // messages come from any thread
+  bool shown_ = false;
+  MessageRedirection redirection_;
+};
 
 RunReport Run(const Options& options, HostState& host, const std::stop_token& stop) {
   const std::string command = ReproducingCommand(options.job, host.registration, EchoOptions(host));

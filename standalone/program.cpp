@@ -18,8 +18,7 @@
 #include "host/ip.h"
 #include "ops/catalogue.h"
 #include "standalone/base/messages.h"
-#include "standalone/cli/command_echo.h"
-#include "standalone/cli/usage.h"
+#include "standalone/cli/options.h"
 #include "standalone/rasters/publication.h"
 
 namespace lumomixcalc::standalone {
@@ -109,9 +108,8 @@ void Run(const std::vector<std::string>& arguments, const Action& act,
   if (options.action == kRun) {
     const ApplicationChoice chosen = ChosenOperator(host, choices);
     CheckInputs(options, host, chosen.argument);
-    // Who asks for a logarithm or a power rarely means that of File1 + 1.
-    if (chosen.meaning.find("FILE1 + B") != std::string::npos && host.realOptions["b"].empty())
-      Tell("note: without -b= B is 1 in " + chosen.meaning);
+    const std::string note = NoteOnB(chosen.meaning);
+    if (!note.empty() && host.realOptions["b"].empty()) Tell("note: without -b= " + note);
   }
   act(options, host, stop);
 }

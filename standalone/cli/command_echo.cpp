@@ -1,5 +1,3 @@
-#include "standalone/cli/command_echo.h"
-
 #include <cpl_string.h>
 #include <wordexp.h>
 

@@ -84,11 +84,6 @@ void CheckPart(const Options& options) {
     throw WrongCommandLine("-part= and -stats= exclude each other: -join= takes -stats=");
 }
 
-void CheckSelection(const Selection& selection) {
-  if (selection.region && selection.window)
-    throw WrongCommandLine("-region= and -window= exclude each other");
-}
-
 // The end of the application's sentence about an argument: what was expected.
 std::string Hint(const std::string& argument, const HostState& host,
                  const std::vector<ApplicationChoice>& choices) {
@@ -153,8 +148,9 @@ Options ReadOptions(const std::vector<std::string>& arguments, const Registratio
     }
     rest = rest.subspan(taken);
   }
-  if (options.action == Options::Action::kRun || options.action == Options::Action::kPanel)
-    CheckSelection(options.job.selection);
+  const bool runs = options.action <= Options::Action::kPanel;
+  if (runs && options.job.selection.region && options.job.selection.window)
+    throw WrongCommandLine("-region= and -window= exclude each other");
   if (options.job.part) CheckPart(options);
   if (options.action == Options::Action::kJoin) CheckJoin(arguments);
   return options;
@@ -234,6 +230,10 @@ void CheckInputs(Options& options, HostState& host, const std::string& chosen) {
     throw WrongCommandLine(told + " " + chosen + " needs " + FileWord(input) +
                            UsageOf(host.registration));
   }
+}
+
+std::string NoteOnB(const std::string& formula) {
+  return formula.find("FILE1 + B") == std::string::npos ? "" : "B is 1 in " + formula;
 }
 
 std::vector<DeclaredStream> AllStreams(const Registration& registration) {

@@ -92,10 +92,40 @@ void PlaceFiles(Options& options, const Registration& registration);
 // chosen is the option that chose the operator, for messages.
 void CheckInputs(Options& options, HostState& host, const std::string& chosen);
 
+// "B is 1 in (FILE1 + B)**A" for an operator with this formula, when B is not given: who asks for a
+// logarithm or a power rarely means that of File1 + 1. Empty for another operator.
+std::string NoteOnB(const std::string& formula);
+
 // The inputs, in their order, and the output.
 std::vector<DeclaredStream> AllStreams(const Registration& registration);
 
 // The files of a command line as the usage text shows them: "FILE1 [FILE2] SAVE".
 std::string FilesSynopsis(const Registration& registration);
+
+// Has the application echo its options and returns them with all digits. The exact values come from
+// the panel's fields, or without a panel from the command line.
+std::vector<std::string> EchoOptions(HostState& host);
+
+// The arguments of a command of this program, split as a shell does. Throws WrongCommandLine when
+// the text is not such a command.
+std::vector<std::string> ArgumentsOf(const std::string& command);
+
+// The host's options, "-name=value", that a command for this job needs.
+std::vector<std::string> HostArguments(const Job& job);
+
+// The command that repeats a run, for a POSIX shell: the program, the files, the host's options
+// that affect the result, and the options that the application echoed, which are quoted already.
+std::string ReproducingCommand(const Job& job, const Registration& registration,
+                               const std::vector<std::string>& echoedOptions);
+
+// Print to standard output: the usage text with the application's part, the versions of the program
+// and of GDAL, the operators, a line for each with its name, a tab and its formula, or what a shell
+// completes: a line for each option, "-name" or "-name=", and for each known value, "-name=value",
+// which is "@" for any file.
+void PrintUsage(const Registration& registration, const std::vector<ApplicationChoice>& choices);
+void PrintVersion();
+void PrintOperators(const std::vector<ApplicationChoice>& choices);
+void PrintCompletions(const Registration& registration,
+                      const std::vector<ApplicationChoice>& choices);
 
 }  // namespace lumomixcalc::standalone

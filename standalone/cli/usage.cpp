@@ -1,5 +1,3 @@
-#include "standalone/cli/usage.h"
-
 #include <cpl_string.h>
 #include <gdal.h>
 
@@ -7,6 +5,7 @@
 #include <string>
 
 #include "standalone/base/messages.h"
+#include "standalone/cli/options.h"
 
 namespace lumomixcalc::standalone {
 namespace {

@@ -65,7 +65,7 @@ void HistogramView::Count(std::span<const float> values, const Appearance& appea
 
 void HistogramView::ShowStatistics(std::span<const float> values) {
   ValidStatistics found;
-  CountRows(values.data(), static_cast<int>(values.size()), 1, 1, found);
+  CountRows({values.data(), static_cast<int>(values.size()), 1}, found);
   const auto figure = [](double value) { return QString::number(value, 'g', 3); };
   const QString extremes =
       QString("minimum %1, maximum %2, ").arg(figure(found.minimum), figure(found.maximum));

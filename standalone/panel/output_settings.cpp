@@ -4,7 +4,6 @@
 #include <string>
 
 #include "standalone/base/messages.h"
-#include "standalone/cli/command_echo.h"
 #include "standalone/cli/options.h"
 #include "standalone/rasters/output_format.h"
 

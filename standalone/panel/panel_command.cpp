@@ -8,7 +8,6 @@
 #include <variant>
 
 #include "standalone/base/messages.h"
-#include "standalone/cli/command_echo.h"
 #include "standalone/cli/options.h"
 
 namespace lumomixcalc::standalone {
@@ -62,15 +61,12 @@ Job ReadCommand(const std::string& command, HostState& host) {
   }
 }
 
-// Who asks for a logarithm or a power rarely means that of File1 + 1.
 std::string NoteOn(const HostState& host, const std::vector<std::string>& options) {
   if (std::ranges::find(options, "-b=1:0") == options.end()) return "";
   for (const PanelRow& row : host.panelRows)
     for (const auto& element : row.elements)
-      if (const auto* const list = std::get_if<Pulldown>(&element)) {
-        const std::string& chosen = list->labels[static_cast<std::size_t>(*list->choice)];
-        if (chosen.find("FILE1 + B") != std::string::npos) return "B is 1 in " + chosen;
-      }
+      if (const auto* const list = std::get_if<Pulldown>(&element))
+        return NoteOnB(list->labels[static_cast<std::size_t>(*list->choice)]);
   return "";
 }
 

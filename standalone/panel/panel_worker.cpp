@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "standalone/cli/command_echo.h"
+#include "standalone/cli/options.h"
 #include "standalone/panel/panel_command.h"
 #include "standalone/runs/run.h"
 #include "standalone/runs/session.h"

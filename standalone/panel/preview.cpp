@@ -9,8 +9,7 @@
 #include <system_error>
 #include <utility>
 
-#include "standalone/rasters/no_data.h"
-#include "standalone/rasters/stored_elements.h"
+#include "standalone/rasters/data_modes.h"
 
 namespace lumomixcalc::standalone {
 namespace {

@@ -85,15 +85,6 @@ void MaskNoData(const Elements& elements, double noData) {
       if (IsNoData(elements[i][0], elements[i][1], value)) BecomeNan(elements[i]);
 }
 
-// Sets all parts of an element to NaN if one part is NaN. Returns whether there is such an element.
-bool SpreadNan(const Elements& elements) {
-  unsigned any = 0;  // the loop has no branch, so that it becomes vector instructions
-  for (const float value : elements.All()) any |= value != value ? 1U : 0U;
-  for (std::size_t i = 0; any != 0 && elements.parts > 1 && i < elements.Count(); ++i)
-    if (HasNan(elements[i])) BecomeNan(elements[i]);
-  return any != 0;
-}
-
 // The distance in bytes from the first of count items to the one at the highest position, when each
 // item is step bytes after the one before it. It is 0 when step is negative.
 std::int64_t Reach(std::int64_t step, int count) {
@@ -149,13 +140,11 @@ void RasterInput::Select(const OutputGrid& grid, Resampling resampling,
   bands_ = bands;
   rules_ = rules;
   resampled_.reset();
-  takesNearest_ = false;
-  interpolation_ = nullptr;
+  method_ = nullptr;
   uncompressedRows_.reset();
   if (grid.resolution > 1) {
     if (resampling == Resampling::kOverview) return OpenOverview();
-    takesNearest_ = resampling == Resampling::kNearest;
-    if (!takesNearest_) interpolation_ = &kResamplingMethods[static_cast<std::size_t>(resampling)];
+    method_ = &kResamplingMethods[static_cast<std::size_t>(resampling)];
   }
   uncompressedRows_ = UncompressedRows::Open(*dataset_, bands, SourceOf(grid.window));
 }
@@ -187,8 +176,8 @@ void RasterInput::Read(int band, int firstRow, int rows, float* out) {
   const PixelWindow wanted = {grid_.window.x, grid_.window.y + firstRow * n, grid_.window.columns,
                               rows * n};
   const Elements elements = {out, grid_.columns, rows, Parts()};
-  if (takesNearest_) return ReadNearest(band, wanted, elements);
-  if (!interpolation_) return ReadElements(band, wanted, elements);
+  if (!method_) return ReadElements(band, wanted, elements);
+  if (method_->algorithm == GRIORA_NearestNeighbour) return ReadNearest(band, wanted, elements);
   const PixelWindow source = SourceOf(wanted);
   const Elements full = FullResolution(source.columns, source.rows);
   ReadElements(band, source, full);
@@ -219,7 +208,7 @@ void RasterInput::ReadNearest(int band, const PixelWindow& wanted, const Element
 // The pixels of full resolution that are needed to compute the wanted ones at the grid's
 // resolution.
 PixelWindow RasterInput::SourceOf(const PixelWindow& wanted) const {
-  const int margin = interpolation_ ? interpolation_->radius * grid_.resolution : 0;
+  const int margin = method_ ? method_->radius * grid_.resolution : 0;
   const int left = std::max(0, wanted.x - margin);
   const int top = std::max(0, wanted.y - margin);
   const int right = std::min(Columns() - wanted.columns, wanted.x + margin) + wanted.columns;
@@ -322,7 +311,7 @@ void RasterInput::Resample(const Elements& full, const PixelWindow& source,
       MemoryDataset(full.values, full.columns, full.rows, GDT_Float32, Parts());
   GDALRasterIOExtraArg extra;
   INIT_RASTERIO_EXTRA_ARG(extra);
-  extra.eResampleAlg = interpolation_->algorithm;
+  extra.eResampleAlg = method_->algorithm;
   const auto resample = [&](float* to) {
     for (GDALRasterBand* const part : memory->GetBands())
       if (part->RasterIO(GF_Read, wanted.x - source.x, wanted.y - source.y, wanted.columns,
@@ -331,7 +320,9 @@ void RasterInput::Resample(const Elements& full, const PixelWindow& source,
           failures.Any())
         throw Failure("cannot resample " + Describe() + ": " + failures.First());
   };
-  const bool missing = !rules_.keepNoData && SpreadNan(full);
+  const bool missing = !rules_.keepNoData && HoldsNan(full.All());
+  for (std::size_t i = 0; missing && full.parts > 1 && i < full.Count(); ++i)
+    if (HasNan(full[i])) BecomeNan(full[i]);
   resample(out.values);
   if (!missing) return;
   // If any source pixel is no data, GDAL computes all pixels of the call in another way, with other

@@ -13,7 +13,6 @@
 #include "standalone/base/elements.h"
 #include "standalone/rasters/data_modes.h"
 #include "standalone/rasters/grid.h"
-#include "standalone/rasters/no_data.h"
 #include "standalone/rasters/uncompressed_rows.h"
 
 namespace lumomixcalc::standalone {
@@ -124,8 +123,7 @@ class RasterInput {
   GDALDatasetUniquePtr resampled_;  // the same raster, opened for a coarser resolution
   const DataMode* mode_ = nullptr;
   OutputGrid grid_;
-  bool takesNearest_ = false;                        // of each resolution x resolution pixels
-  const ResamplingMethod* interpolation_ = nullptr;  // set when Resample makes the coarser pixels
+  const ResamplingMethod* method_ = nullptr;  // that makes coarser pixels; null when they are read
   std::vector<int> bands_;
   ElementRules rules_;
   std::unique_ptr<UncompressedRows> uncompressedRows_;

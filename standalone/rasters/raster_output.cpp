@@ -49,8 +49,7 @@ GDALDatasetUniquePtr DescribedZeros(const OutputPlan& plan, int columns, int row
 
 void RemoveStatistics(GDALDataset& raster) {
   for (GDALRasterBand* const band : raster.GetBands())
-    for (const char* const name : {"MINIMUM", "MAXIMUM", "MEAN", "STDDEV", "VALID_PERCENT"})
-      band->SetMetadataItem((std::string("STATISTICS_") + name).c_str(), nullptr);
+    for (const char* const item : kStatisticsItems) band->SetMetadataItem(item, nullptr);
 }
 
 }  // namespace
@@ -156,13 +155,12 @@ std::int64_t RasterOutput::CacheBytes(int stripRows) const {
          GDALGetDataTypeSizeBytes(plan_.mode->type);
 }
 
-void RasterOutput::Write(int band, int firstRow, int rows, const float* values,
-                         AlteredElements& altered) {
+void RasterOutput::Write(int band, int firstRow, ConstElements elements, AlteredElements& altered) {
   const DataMode& mode = *plan_.mode;
-  ConstElements elements = {values, plan_.columns, rows, mode.Parts()};
+  const int rows = elements.rows;
   if (noData_ && !mode.integer && !std::isnan(*noData_)) {
     replaced_.assign(elements.All().begin(), elements.All().end());
-    ReplaceNan({replaced_.data(), plan_.columns, rows, mode.Parts()}, *noData_, altered);
+    ReplaceNan({replaced_.data(), elements.columns, rows, elements.parts}, *noData_, altered);
     elements.values = replaced_.data();
   }
   void* buffer = const_cast<float*>(elements.values);  // GDAL does not change it when it writes

@@ -2,6 +2,7 @@
 
 #include <gdal_priv.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -12,10 +13,9 @@
 #include <string>
 #include <vector>
 
+#include "standalone/rasters/data_modes.h"
 #include "standalone/rasters/output_format.h"
 #include "standalone/rasters/publication.h"
-#include "standalone/rasters/read_back.h"
-#include "standalone/rasters/stored_elements.h"
 #include "standalone/rasters/uncompressed_rows.h"
 
 namespace lumomixcalc::standalone {
@@ -44,6 +44,37 @@ struct OutputPlan {
 // can only copy a whole raster refuses it, which it would otherwise do only at the end.
 void MakeTrial(const OutputPlan& plan, const std::string& file);
 
+// The items of a band's metadata that hold its statistics. GDAL reads them only when the first four
+// are there.
+inline constexpr std::array<const char*, 5> kStatisticsItems = {
+    "STATISTICS_MINIMUM", "STATISTICS_MAXIMUM", "STATISTICS_MEAN", "STATISTICS_STDDEV",
+    "STATISTICS_VALID_PERCENT"};
+
+// What the rows of a band amount to, from top to bottom, to compare them without keeping them.
+struct RowDigest {
+  std::size_t hash = 0;
+  std::uint64_t nans = 0;
+
+  void Add(const void* row, int columns, GDALDataType type);
+  bool operator==(const RowDigest&) const = default;
+};
+
+// The values that a format did not store exactly, such as text with few digits, or JPEG.
+struct Changes {
+  bool any = false;
+  std::uint64_t count = 0;  // if it is known
+  double from = 0;          // the first one
+  double to = 0;
+};
+
+// Reads a complete output back. Checks that it opens with the size, the bands and, unless it is a
+// copy, a type of the plan, and that its elements can be read. Compares all of them with the
+// original if it is a copy, else with the digests by band of what was written. Without both, reads
+// the last row only. Warns when the file lacks what `wanted` declares: georeferencing, the no-data
+// value, the metadata of the run. Throws Failure.
+Changes ReadBack(const std::filesystem::path& file, const OutputPlan& plan, GDALDataset& wanted,
+                 GDALDataset* original, const std::vector<RowDigest>& digests);
+
 // The output raster, written in strips of whole rows in a hidden folder next to its place. Unless
 // Publish succeeds, nothing of it is left and an existing file stays as it was.
 class RasterOutput {
@@ -59,7 +90,7 @@ class RasterOutput {
   int BlockRows() const { return blockRows_; }
 
   // Writes whole rows of a band. Adds to altered what the output cannot hold. Throws Failure.
-  void Write(int band, int firstRow, int rows, const float* values, AlteredElements& altered);
+  void Write(int band, int firstRow, ConstElements elements, AlteredElements& altered);
 
   // Writes the blocks up to endRow from GDAL's cache to the file, if a row of blocks ends there.
   // Then GDAL can use their memory for other blocks: the cache does not write the blocks of one

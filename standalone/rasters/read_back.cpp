@@ -1,5 +1,3 @@
-#include "standalone/rasters/read_back.h"
-
 #include <cpl_string.h>
 
 #include <array>
@@ -13,9 +11,9 @@
 
 #include "standalone/base/messages.h"
 #include "standalone/base/texts.h"
+#include "standalone/rasters/data_modes.h"
 #include "standalone/rasters/gdal_library.h"
 #include "standalone/rasters/georeferencing.h"
-#include "standalone/rasters/no_data.h"
 #include "standalone/rasters/raster_output.h"
 
 namespace lumomixcalc::standalone {

@@ -171,7 +171,7 @@ std::string SourceXml(const std::string& raster, int band, const OutputGrid& par
 }
 
 // Copies the properties of a band that are the same in all parts.
-void DescribeBand(GDALRasterBand& part, GDALRasterBand& mosaic) {
+void CopyDescription(GDALRasterBand& part, GDALRasterBand& mosaic) {
   mosaic.SetDescription(part.GetDescription());
   if (*part.GetUnitType() != '\0') mosaic.SetUnitType(part.GetUnitType());
   mosaic.SetColorInterpretation(part.GetColorInterpretation());
@@ -196,7 +196,7 @@ void WriteMosaic(const fs::path& file, const fs::path& folder, const std::vector
     mosaic->SetMetadataItem("LUMOMIXCALC_COMMAND", plan.command.c_str());
     for (int band = 1; band <= mosaic->GetRasterCount(); ++band) {
       GDALRasterBand& target = *mosaic->GetRasterBand(band);
-      DescribeBand(*first->GetRasterBand(band), target);
+      CopyDescription(*first->GetRasterBand(band), target);
       if (parts.front().json.GetBool("exact"))
         StoreStatistics(report.bands[static_cast<std::size_t>(band) - 1], *plan.mode, target);
       int row = 0;
@@ -263,14 +263,15 @@ int BlockRowsOf(const RunPlan& whole, const std::vector<std::string>& creationOp
 
 }  // namespace
 
-Part::Part(const Job& job, const PlannedRun& whole) : overwrite_(job.overwrite), plan_(whole.plan) {
+Part::Part(const Job& job, PlannedRun& run) : overwrite_(job.overwrite) {
+  RunPlan& plan = run.plan;
   const int number = job.part->number;
   const int count = job.part->count;
   const std::string option = CPLSPrintf("-part=%d/%d", number, count);
-  const fs::path folder = FolderOfParts(ResolveOutput(plan_.output, true));
+  const fs::path folder = FolderOfParts(ResolveOutput(plan.output, true));
   CountOfParts(folder, count);
-  const OutputGrid& grid = whole.plan.grid;
-  const int blockRows = BlockRowsOf(plan_, job.creationOptions);
+  const OutputGrid grid = plan.grid;  // of the whole output
+  const int blockRows = BlockRowsOf(plan, job.creationOptions);
   const int blocks = DIV_ROUND_UP(grid.rows, blockRows);
   if (count > blocks)
     throw Failure(option + ": the output has " +
@@ -279,30 +280,30 @@ Part::Part(const Job& job, const PlannedRun& whole) : overwrite_(job.overwrite),
                   CountText(static_cast<unsigned>(blocks), "part"));
   common_.Add("part", NameOf(*job.part));
   common_.Add("version", LUMOMIXCALC_VERSION);
-  common_.Add("command", Utf8(plan_.command));
+  common_.Add("command", Utf8(plan.command));
   common_.Add("exact", !MayChangeValues(job.creationOptions));
-  common_.Add("inputs", InputsText(whole.files));
+  common_.Add("inputs", InputsText(run.files));
   common_.Add("mosaic", SizeText(grid.columns, grid.rows) + ", " +
-                            CountText(plan_.bands.size(), "band") + ", " + plan_.mode->name +
+                            CountText(plan.bands.size(), "band") + ", " + plan.mode->name +
                             ", blocks of " + std::to_string(blockRows));
   const auto boundary = [&](std::int64_t parts) {
     return static_cast<int>(std::min<std::int64_t>(parts * blocks / count * blockRows, grid.rows));
   };
   const int first = boundary(number - 1);
   const int inputRows = grid.resolution * grid.looks.y;
-  plan_.grid.rows = boundary(number) - first;
-  plan_.grid.window.y += first * inputRows;
-  plan_.grid.window.rows = plan_.grid.rows * inputRows;
-  plan_.output = folder / NameOf(*job.part);
-  plan_.command += " " + option;
+  plan.grid.rows = boundary(number) - first;
+  plan.grid.window.y += first * inputRows;
+  plan.grid.window.rows = plan.grid.rows * inputRows;
+  plan.output = file_ = folder / NameOf(*job.part);
+  plan.command += " " + option;
 }
 
 std::optional<RunReport> Part::ReportIfDone() const {
-  if (overwrite_ || !fs::exists(fs::symlink_status(plan_.output))) return std::nullopt;
-  const std::optional<Facts> facts = ReadFacts(plan_.output);
+  if (overwrite_ || !fs::exists(fs::symlink_status(file_))) return std::nullopt;
+  const std::optional<Facts> facts = ReadFacts(file_);
   const std::string difference = facts ? Difference(facts->json, common_) : "not a whole part";
   if (difference.empty()) return facts->report;
-  throw Failure(plan_.output + (facts ? " was " : " is ") + difference +
+  throw Failure(file_ + (facts ? " was " : " is ") + difference +
                 "; -overwrite makes the part again");
 }
 

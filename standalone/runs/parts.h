@@ -17,14 +17,11 @@ namespace lumomixcalc::standalone {
 // part, so that they cannot belong to other pixels.
 class Part {
  public:
-  // Limits the plan to the rows of job.part. Parts begin and end at boundaries between blocks of
-  // the TIFF that a run of the whole output would make, so that lossy compression gives the same
-  // elements. Throws Failure when there are more parts than rows of blocks, when the folder holds
-  // parts of another count, or when a creation option leaves out GDAL's metadata.
-  Part(const Job& job, const PlannedRun& whole);
-
-  // Its output is the part's TIFF.
-  const RunPlan& Plan() const { return plan_; }
+  // Limits the plan of the run to the rows of job.part. Parts begin and end at boundaries between
+  // blocks of the TIFF that a run of the whole output would make, so that lossy compression gives
+  // the same elements. Throws Failure when there are more parts than rows of blocks, when the
+  // folder holds parts of another count, or when a creation option leaves out GDAL's metadata.
+  Part(const Job& job, PlannedRun& run);
 
   // The report of the part if it exists. None when it must be made. Throws Failure when the file is
   // of another command, of other inputs or not a whole part, unless job.overwrite is set.
@@ -35,7 +32,7 @@ class Part {
 
  private:
   bool overwrite_;
-  RunPlan plan_;
+  std::string file_;
   // The facts that are known before the part is made. All parts have the same, except the name.
   CPLJSONObject common_;
 };

@@ -11,8 +11,7 @@
 
 #include "standalone/base/messages.h"
 #include "standalone/base/texts.h"
-#include "standalone/rasters/no_data.h"
-#include "standalone/rasters/stored_elements.h"
+#include "standalone/rasters/data_modes.h"
 #include "standalone/runs/session.h"
 
 namespace lumomixcalc::standalone {

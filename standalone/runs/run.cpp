@@ -1,9 +1,11 @@
 #include "standalone/runs/run.h"
 
+#include <cpl_string.h>
 #include <cpl_vsi.h>
 #include <gdal_priv.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -13,12 +15,11 @@
 #include <system_error>
 #include <utility>
 
+#include "standalone/base/elements.h"
 #include "standalone/base/messages.h"
-#include "standalone/base/texts.h"
-#include "standalone/rasters/gdal_library.h"
+#include "standalone/rasters/data_modes.h"
+#include "standalone/rasters/georeferencing.h"
 #include "standalone/rasters/raster_output.h"
-#include "standalone/rasters/stored_elements.h"
-#include "standalone/runs/description.h"
 #include "standalone/runs/parts.h"
 #include "standalone/runs/statistics.h"
 #include "standalone/runs/strip_processing.h"
@@ -40,30 +41,70 @@ void SizeBlockCache(const RunPlan& plan, const std::vector<RunInput>& inputs,
   GDALSetCacheMax64(bytes);
 }
 
-// Counts the rows for the report and writes them to the output.
-class FileSink : public RowSink {
- public:
-  FileSink(RasterOutput& output, RunReport& report) : output_(output), report_(report) {}
+// Whether a metadata item describes the values or the corners of the input, which are not those of
+// the output.
+bool IsOfTheInput(const std::string& item) {
+  constexpr std::array<const char*, 6> kNames = {
+      "LUMOMIXCALC_", "NITF_BLOCKA_",           "NODATA_VALUES",
+      "STATISTICS_",  "TIFFTAG_MAXSAMPLEVALUE", "TIFFTAG_MINSAMPLEVALUE"};
+  return std::ranges::any_of(kNames, [&](const char* name) { return item.starts_with(name); });
+}
 
-  int BlockRows() const override { return output_.BlockRows(); }
-
-  void Write(int band, int firstRow, int rows, const float* values) override {
-    const int columns = report_.plan.grid.columns;
-    const int parts = report_.plan.mode->Parts();
-    BandStatistics& statistics = report_.bands[static_cast<std::size_t>(band) - 1];
-    CountRows(values, columns, rows, parts, statistics.valid);
-    if (parts == 2 && !report_.imaginaryParts)
-      report_.imaginaryParts = HasImaginaryPart(
-          values, static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows));
-    output_.Write(band, firstRow, rows, values, statistics.altered);
-    if (band == static_cast<int>(report_.bands.size()))
-      output_.WriteCompleteBlocks(firstRow + rows);
+void CopyMetadata(GDALDataset& from, GDALDataset& to) {
+  const CPLStringList items(from.GetMetadata(), FALSE);
+  for (int i = 0; i < items.Count(); ++i) {
+    char* name = nullptr;
+    const char* const value = CPLParseNameValue(items[i], &name);
+    if (name && value && !IsOfTheInput(name)) to.SetMetadataItem(name, value);
+    CPLFree(name);
   }
+}
 
- private:
-  RasterOutput& output_;
-  RunReport& report_;
-};
+// The first input for which the predicate is true. Null when there is none.
+template <typename Predicate>
+const RunInput* FirstThat(const std::vector<RunInput>& inputs, const Predicate& holds) {
+  const auto found = std::ranges::find_if(
+      inputs, [&](const RunInput& input) { return holds(input.raster->Dataset()); });
+  return found == inputs.end() ? nullptr : &*found;
+}
+
+void DescribeBand(const std::vector<RunInput>& inputs, int band, GDALRasterBand& output) {
+  for (const RunInput& input : inputs) {
+    GDALRasterBand& own = *input.raster->Dataset().GetRasterBand(input.BandFor(band));
+    if (*output.GetDescription() == '\0' && *own.GetDescription() != '\0')
+      output.SetDescription(own.GetDescription());
+    if (*output.GetUnitType() == '\0' && *own.GetUnitType() != '\0')
+      output.SetUnitType(own.GetUnitType());
+  }
+}
+
+// Writes the metadata of the output: georeferencing with ground control points and rational
+// polynomial coefficients on the output's grid, metadata items that do not describe the values of
+// the input, and names and units of bands, each from the first input that has any; the command and
+// the program's version. Warns of geolocation arrays, which are left out.
+void DescribeOutput(const RunPlan& plan, const std::vector<RunInput>& inputs, GDALDataset& output) {
+  const auto placementOn = [&](const RunInput& input) {
+    return plan.grid.On(plan.origins.at(input.stream)).Placement();
+  };
+  if (const RunInput* const input = FirstThat(inputs, HasGeoreferencing))
+    CopyGeoreferencing(input->raster->Dataset(), placementOn(*input), output);
+  if (const RunInput* const input = FirstThat(
+          inputs, [](GDALDataset& dataset) { return dataset.GetMetadata("RPC") != nullptr; }))
+    CopyRpc(input->raster->Dataset(), placementOn(*input), output);
+  if (FirstThat(inputs, [](GDALDataset& dataset) { return dataset.GetMetadata("GEOLOCATION"); }))
+    Warn("the output does not hold the geolocation arrays of the input");
+  if (const RunInput* const input = FirstThat(
+          inputs, [](GDALDataset& dataset) { return CSLCount(dataset.GetMetadata()) > 0; }))
+    CopyMetadata(input->raster->Dataset(), output);
+  // Of an image with AREA_OR_POINT=Point the TIFF driver of GDAL 3.6 writes ground control points
+  // one pixel too far. Without it, their pixels and lines mean the same.
+  if (output.GetGCPCount() > 0 && output.GetMetadataItem("AREA_OR_POINT"))
+    output.SetMetadataItem("AREA_OR_POINT", "Area");
+  for (std::size_t i = 0; i < plan.bands.size(); ++i)
+    DescribeBand(inputs, plan.bands[i], *output.GetRasterBand(static_cast<int>(i) + 1));
+  output.SetMetadataItem("LUMOMIXCALC_COMMAND", plan.command.c_str());
+  output.SetMetadataItem("LUMOMIXCALC_VERSION", LUMOMIXCALC_VERSION);
+}
 
 // A run that makes a file, from its plan to the publication.
 class BatchRun {
@@ -77,7 +118,7 @@ class BatchRun {
       if (done_)
         for (const std::string& warning : done_->warnings) Warn(warning);
     }
-    const RunPlan& plan = Plan();
+    const RunPlan& plan = run_.plan;
     const std::filesystem::path target =
         part_ ? std::filesystem::path(plan.output) : ResolveOutput(plan.output, job.overwrite);
     if (!job.statisticsFile.empty())
@@ -96,7 +137,7 @@ class BatchRun {
     if (madeFolder_) std::filesystem::remove(output_.target.parent_path(), isNotEmpty);
   }
 
-  const RunPlan& Plan() const { return part_ ? part_->Plan() : run_.plan; }
+  const RunPlan& Plan() const { return run_.plan; }
 
   // Has a format that can only copy a whole raster copy a small one, in memory. Throws Failure.
   void Try() const {
@@ -143,8 +184,16 @@ class BatchRun {
     if (plan.noData) output.DeclareNoData(*plan.noData);
     SelectInputs(plan, run_.inputs);
     SizeBlockCache(plan, run_.inputs, output);
-    FileSink sink(output, report);
-    ProcessStrips(run_.inputs, host_, sink, control, report);
+    // Counts the rows for the report and writes them to the output.
+    const RowSink sink = [&](int band, int firstRow, const ConstElements& rows) {
+      BandStatistics& statistics = report.bands[static_cast<std::size_t>(band) - 1];
+      CountRows(rows, statistics.valid);
+      if (rows.parts == 2 && !report.imaginaryParts) report.imaginaryParts = HasImaginaryPart(rows);
+      output.Write(band, firstRow, rows, statistics.altered);
+      if (band == static_cast<int>(report.bands.size()))
+        output.WriteCompleteBlocks(firstRow + rows.rows);
+    };
+    ProcessStrips(run_.inputs, host_, output.BlockRows(), sink, control, report);
     output.Change([&](GDALDataset& dataset) {
       for (std::size_t i = 0; i < report.bands.size(); ++i)
         StoreStatistics(report.bands[i], *plan.mode, *dataset.GetBands()[i]);
@@ -157,7 +206,7 @@ class BatchRun {
   std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
   Warnings warnings_;
   HostState& host_;
-  PlannedRun run_;  // of the whole output
+  PlannedRun run_;
   std::optional<Part> part_;
   std::optional<RunReport> done_;  // of the part if it exists
   std::optional<ReportFile> reportFile_;
@@ -178,25 +227,6 @@ auto NamingOutput(const std::string& output, const Act& act) {
     throw Failure("cannot start a thread to make " + output + ": " + error.code().message());
   }
 }
-
-class MemorySink : public RowSink {
- public:
-  explicit MemorySink(const RunPlan& plan) : raster{plan.grid, plan.mode->complex, {}} {
-    rowFloats_ =
-        static_cast<std::size_t>(plan.grid.columns) * static_cast<std::size_t>(plan.mode->Parts());
-    raster.values.reserve(rowFloats_ * static_cast<std::size_t>(plan.grid.rows));
-  }
-
-  void Write(int, int, int rows, const float* values) override {
-    raster.values.insert(raster.values.end(), values,
-                         values + rowFloats_ * static_cast<std::size_t>(rows));
-  }
-
-  MemoryRaster raster;
-
- private:
-  std::size_t rowFloats_;
-};
 
 }  // namespace
 
@@ -220,11 +250,17 @@ MemoryRaster RunInMemory(const Job& job, HostState& host, const RunControl& cont
   ofOneBand.output.clear();
   ofOneBand.bands = {job.bands.empty() ? 1 : job.bands.front()};
   const PlannedRun run = PlanRun(ofOneBand, "", host, std::move(datasets));
+  const OutputGrid& grid = run.plan.grid;
+  MemoryRaster raster = {grid, run.plan.mode->complex, {}};
+  const Elements whole = {nullptr, grid.columns, grid.rows, run.plan.mode->Parts()};
+  raster.values.reserve(whole.Floats());
+  const RowSink sink = [&](int, int, const ConstElements& rows) {
+    raster.values.insert(raster.values.end(), rows.All().begin(), rows.All().end());
+  };
   RunReport report(run.plan);
-  MemorySink sink(run.plan);
   SelectInputs(run.plan, run.inputs);
-  ProcessStrips(run.inputs, host, sink, control, report);
-  return std::move(sink.raster);
+  ProcessStrips(run.inputs, host, 1, sink, control, report);
+  return raster;
 }
 
 }  // namespace lumomixcalc::standalone

@@ -18,14 +18,13 @@ Session::~Session() {
   for (auto& [number, state] : host_.streams) state.blockData = nullptr;
 }
 
-void Session::Process(std::span<const StreamRows> streams, int columns, int rows,
-                      IPOutputStats& record) {
+void Session::Process(std::span<const StreamRows> streams, IPOutputStats& record) {
   const auto process =
       reinterpret_cast<IPProcDataRoutine>(host_.registration.routines.at(IP_SLOT_PROC_DATA));
-  const IPBlock block = {columns, 1};
-  for (std::size_t row = 0; row < static_cast<std::size_t>(rows); ++row) {
-    for (const StreamRows& stream : streams)
-      host_.streams[stream.stream].blockData = stream.values + row * stream.rowFloats;
+  const IPBlock block = {streams.front().elements.columns, 1};
+  for (int row = 0; row < streams.front().elements.rows; ++row) {
+    for (const auto& [stream, elements] : streams)
+      host_.streams[stream].blockData = elements.Row(row).values;
     process(&block, &record);
     if (host_.desisted) throw Desisted();
   }

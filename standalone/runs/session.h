@@ -1,10 +1,10 @@
 #pragma once
 
-#include <cstddef>
 #include <set>
 #include <span>
 
 #include "host/ip.h"
+#include "standalone/base/elements.h"
 #include "standalone/framework/host_calls.h"
 
 namespace lumomixcalc::standalone {
@@ -12,8 +12,7 @@ namespace lumomixcalc::standalone {
 // Rows of a stream in memory.
 struct StreamRows {
   int stream = 0;
-  float* values = nullptr;
-  std::size_t rowFloats = 0;
+  Elements elements;
 };
 
 // The time between the application's preparation for a run and its clean-up. The application must
@@ -27,10 +26,10 @@ class Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
-  // Has the application process so many rows of the streams, each row as a separate block: the
-  // application counts the elements of some blocks from the last to the first, so the record
-  // depends on the size of blocks. Throws Desisted.
-  void Process(std::span<const StreamRows> streams, int columns, int rows, IPOutputStats& record);
+  // Has the application process the rows of the streams, which have the same size, each row as a
+  // separate block: the application counts the elements of some blocks from the last to the first,
+  // so the record depends on the size of blocks. Throws Desisted.
+  void Process(std::span<const StreamRows> streams, IPOutputStats& record);
 
  private:
   HostState& host_;

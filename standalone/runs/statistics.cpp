@@ -7,13 +7,10 @@
 
 #include "standalone/base/messages.h"
 #include "standalone/base/texts.h"
+#include "standalone/rasters/raster_output.h"
 
 namespace lumomixcalc::standalone {
 namespace {
-
-// The element of a column is counted in lane column % kLanes: compilers turn loops over lanes into
-// vector instructions.
-constexpr std::size_t kLanes = 16;
 
 struct RowCounts {
   float minimum = std::numeric_limits<float>::infinity();
@@ -23,6 +20,7 @@ struct RowCounts {
   std::uint64_t noData = 0;
 };
 
+// The element of a column is counted in lane column % kLanes.
 template <std::size_t kParts>
 RowCounts CountRow(const float* values, std::size_t columns, double origin) {
   RowCounts row;
@@ -57,19 +55,15 @@ RowCounts CountRow(const float* values, std::size_t columns, double origin) {
   return row;
 }
 
-// The first finite element of a row. When the elements of the row are close together, their
-// distances from it are small and exact.
+// When the elements of the row are close together, their distances from its first finite element
+// are small and exact.
 template <std::size_t kParts>
-double OriginOf(const float* values, std::size_t columns) {
-  for (std::size_t i = 0; i < columns; ++i)
-    if (std::isfinite(values[i * kParts])) return static_cast<double>(values[i * kParts]);
-  return 0;
-}
-
-template <std::size_t kParts>
-void AddRow(const float* values, std::size_t columns, ValidStatistics& statistics) {
-  const double origin = OriginOf<kParts>(values, columns);
-  const RowCounts row = CountRow<kParts>(values, columns, origin);
+void AddRow(const ConstElements& elements, ValidStatistics& statistics) {
+  const std::size_t columns = elements.Count();
+  std::size_t first = 0;
+  while (first < columns && !std::isfinite(elements[first][0])) ++first;
+  const double origin = first < columns ? static_cast<double>(elements[first][0]) : 0;
+  const RowCounts row = CountRow<kParts>(elements.values, columns, origin);
   statistics.noData += row.noData;
   const std::uint64_t valid = columns - row.noData;
   if (valid == 0) return;
@@ -161,16 +155,14 @@ double ValidStatistics::Deviation() const {
   return sumOfDeviations < 0 ? 0 : std::sqrt(sumOfDeviations / count);
 }
 
-void CountRows(const float* values, int columns, int rows, int parts, ValidStatistics& statistics) {
-  const auto width = static_cast<std::size_t>(columns);
-  const auto addRow = parts == 1 ? AddRow<1> : AddRow<2>;
-  for (int row = 0; row < rows; ++row, values += width * static_cast<std::size_t>(parts))
-    addRow(values, width, statistics);
+void CountRows(const ConstElements& rows, ValidStatistics& statistics) {
+  for (int i = 0; i < rows.rows; ++i)
+    (rows.parts == 1 ? AddRow<1> : AddRow<2>)(rows.Row(i), statistics);
 }
 
-bool HasImaginaryPart(const float* values, std::size_t elements) {
-  for (std::size_t i = 0; i < elements; ++i)
-    if (std::abs(values[2 * i + 1]) > 0) return true;  // false for NaN
+bool HasImaginaryPart(const ConstElements& elements) {
+  for (std::size_t i = 0; i < elements.Count(); ++i)
+    if (std::abs(elements[i][1]) > 0) return true;  // false for NaN
   return false;
 }
 
@@ -210,11 +202,11 @@ void StoreStatistics(const BandStatistics& statistics, const DataMode& mode, GDA
   };
   const double share =
       100 * static_cast<double>(valid.valid) / static_cast<double>(valid.Elements());
-  band.SetMetadataItem("STATISTICS_MINIMUM", text(valid.minimum).c_str());
-  band.SetMetadataItem("STATISTICS_MAXIMUM", text(valid.maximum).c_str());
-  band.SetMetadataItem("STATISTICS_MEAN", ShortestText(valid.Mean()).c_str());
-  band.SetMetadataItem("STATISTICS_STDDEV", ShortestText(deviation).c_str());
-  band.SetMetadataItem("STATISTICS_VALID_PERCENT", ShortestText(share).c_str());
+  const std::array<std::string, kStatisticsItems.size()> texts = {
+      text(valid.minimum), text(valid.maximum), ShortestText(valid.Mean()), ShortestText(deviation),
+      ShortestText(share)};
+  for (std::size_t i = 0; i < texts.size(); ++i)
+    band.SetMetadataItem(kStatisticsItems[i], texts[i].c_str());
 }
 
 }  // namespace lumomixcalc::standalone

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "host/ip.h"
+#include "standalone/base/elements.h"
 #include "standalone/rasters/data_modes.h"
-#include "standalone/rasters/stored_elements.h"
 
 namespace lumomixcalc::standalone {
 
@@ -61,11 +61,10 @@ struct ValidStatistics {
   double Deviation() const;
 };
 
-// Counts rows of columns elements each. Elements are one float (parts 1) or two (parts 2).
-void CountRows(const float* values, int columns, int rows, int parts, ValidStatistics& statistics);
+void CountRows(const ConstElements& rows, ValidStatistics& statistics);
 
 // Whether a complex element has an imaginary part other than zero and NaN.
-bool HasImaginaryPart(const float* values, std::size_t elements);
+bool HasImaginaryPart(const ConstElements& elements);
 
 // The statistics of one band of an output. record, which the application counts, and valid, which
 // users see, are those of the computed values before an integer mode rounds and saturates them.

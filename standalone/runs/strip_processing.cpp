@@ -1,6 +1,7 @@
 #include "standalone/runs/strip_processing.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstddef>
@@ -20,7 +21,6 @@
 #include "host/im.h"
 #include "standalone/base/messages.h"
 #include "standalone/rasters/gdal_library.h"
-#include "standalone/runs/looks.h"
 #include "standalone/runs/session.h"
 #include "standalone/runs/statistics.h"
 
@@ -80,15 +80,26 @@ struct Rows {
   int Count() const { return end - first; }
 };
 
-// Whole rows of one band in memory, at the beginning of values.
+// Whole rows of one band in memory.
 struct Strip {
   // The memory is not set to zero, because it is written before it is read.
-  explicit Strip(std::size_t floats) : values(std::make_unique_for_overwrite<float[]>(floats)) {}
+  explicit Strip(const Elements& size)
+      : memory(std::make_unique_for_overwrite<float[]>(size.Floats())), elements(size) {
+    elements.values = memory.get();
+  }
 
-  Rows rows;
+  // Makes it the room for these rows of a band.
+  void Hold(const Rows& rows, int ofBand) {
+    first = rows.first;
+    elements.rows = rows.Count();
+    band = ofBand;
+  }
+
+  std::unique_ptr<float[]> memory;
+  Elements elements;
+  int first = 0;
   int band = 0;           // 0 for none yet
   bool holdsNan = false;  // set for inputs only
-  std::unique_ptr<float[]> values;
 };
 
 // Strips end at boundaries between rows of blocks where possible: at those of the output, so that
@@ -119,12 +130,6 @@ std::vector<int> BandSequence(const RunInput& input, const std::vector<int>& ban
   return sequence;
 }
 
-bool HoldsNan(const float* values, std::size_t floats) {
-  unsigned any = 0;  // the loop has no branch, so that it becomes vector instructions
-  for (std::size_t i = 0; i < floats; ++i) any |= values[i] != values[i] ? 1U : 0U;
-  return any != 0;
-}
-
 // Sets all parts of an output element to NaN where a part of the input element is NaN. A branch for
 // each element would take longer than the arithmetic. Without one, these are vector instructions.
 template <std::size_t kInputParts, std::size_t kOutputParts>
@@ -143,84 +148,149 @@ void SpreadNan(const float* x, std::size_t elements, float* y) {
 // Reads one input: while the run works on one strip, a thread reads the next.
 class ReadAhead {
  public:
+  // size is that of the largest strip of the results.
   ReadAhead(const RunPlan& plan, const RunInput& input, const std::vector<Rows>& strips,
-            std::size_t stripElements)
+            Elements size)
       : plan_(plan),
         input_(input),
         strips_(strips),
         bands_(BandSequence(input, plan.bands)),
-        parts_(static_cast<std::size_t>(input.raster->Parts())),
-        rowFloats_(static_cast<std::size_t>(plan.grid.BeforeLooks().columns) * parts_),
-        current_(stripElements * parts_),
-        next_(stripElements * parts_) {
+        current_({nullptr, size.columns, size.rows, input.raster->Parts()}),
+        next_(current_.elements) {
     StartReading();
   }
 
   // These rows of a band of the run. Valid until the next call.
   StreamRows Take(const Rows& rows, int band) {
-    if (current_.rows.first != rows.first || current_.band != input_.BandFor(band)) {
+    if (current_.first != rows.first || current_.band != input_.BandFor(band)) {
       worker_.Wait();
       std::swap(current_, next_);
       StartReading();
     }
-    return {input_.stream, current_.values.get(), rowFloats_};
+    return {input_.stream, current_.elements};
   }
 
-  // Sets output elements to NaN where the elements taken last are no data.
-  void SpreadNoData(std::size_t elements, std::size_t outputParts, float* output) const {
+  // Sets results to NaN where the elements taken last are no data.
+  void SpreadNoData(const Elements& results) const {
     if (!current_.holdsNan) return;
-    const auto spread = parts_ == 1 ? (outputParts == 1 ? SpreadNan<1, 1> : SpreadNan<1, 2>)
-                                    : (outputParts == 1 ? SpreadNan<2, 1> : SpreadNan<2, 2>);
-    spread(current_.values.get(), elements, output);
+    const bool isReal = results.parts == 1;
+    const auto spread = current_.elements.parts == 1 ? (isReal ? SpreadNan<1, 1> : SpreadNan<1, 2>)
+                                                     : (isReal ? SpreadNan<2, 1> : SpreadNan<2, 2>);
+    spread(current_.elements.values, results.Count(), results.values);
   }
 
  private:
   void StartReading() {
     const std::size_t strip = step_ / bands_.size();
     if (strip == strips_.size()) return;
-    next_.rows = strips_[strip];
-    next_.band = bands_[step_++ % bands_.size()];
+    next_.Hold(strips_[strip], bands_[step_++ % bands_.size()]);
     worker_.Start();
   }
 
   void Read() {
-    const int rows = next_.rows.Count();
-    input_.raster->Read(next_.band, next_.rows.first, rows, next_.values.get());
-    next_.holdsNan = !plan_.elements.keepNoData &&
-                     HoldsNan(next_.values.get(), rowFloats_ * static_cast<std::size_t>(rows));
+    const Elements& elements = next_.elements;
+    input_.raster->Read(next_.band, next_.first, elements.rows, elements.values);
+    next_.holdsNan = !plan_.elements.keepNoData && HoldsNan(elements.All());
   }
 
   const RunPlan& plan_;
   const RunInput& input_;
   const std::vector<Rows>& strips_;
   std::vector<int> bands_;
-  std::size_t parts_;
-  std::size_t rowFloats_;
   std::size_t step_ = 0;  // the number of reads started, one for each strip and band of bands_
   Strip current_;
   Strip next_;
   Worker worker_{[this] { Read(); }};  // the last member, because its thread uses the others
 };
 
+// Adds the valid elements of a row to the sums and counts of their columns. Unlike a sum along the
+// row, compilers turn this into vector instructions.
+template <std::size_t kParts>
+void AddToColumns(const float* values, std::vector<double>& sums,
+                  std::vector<std::int32_t>& counts) {
+  for (std::size_t i = 0; i < counts.size(); ++i) {
+    const float* const element = values + i * kParts;
+    const bool isValid = element[0] == element[0] && element[kParts - 1] == element[kParts - 1];
+    counts[i] += isValid ? 1 : 0;
+    for (std::size_t part = 0; part < kParts; ++part)
+      sums[i * kParts + part] += isValid ? static_cast<double>(element[part]) : 0.0;
+  }
+}
+
+// Averages the results of a band over blocks of looks.x columns and looks.y rows. The average is
+// the sum of the block's valid elements in double precision, column after column, divided by their
+// count, or NaN when there is none. Both parts of complex elements are averaged; an element with a
+// NaN in either part is not valid. The bits do not depend on how many rows each call of Add brings.
+class LooksAverage {
+ public:
+  LooksAverage(const Looks& looks, const Elements& row)
+      : looks_(looks), counts_(row.Count()), sums_(row.Floats()) {}
+
+  // Adds whole rows of results. Returns the rows of the output that are now complete. They are
+  // valid until the next call. With 1 x 1 looks these are the results.
+  ConstElements Add(const Elements& results) {
+    if (looks_ == Looks()) return {results.values, results.columns, results.rows, results.parts};
+    averages_.clear();
+    int complete = 0;
+    for (int row = 0; row < results.rows; ++row) {
+      const auto add = results.parts == 1 ? AddToColumns<1> : AddToColumns<2>;
+      add(results.Row(row).values, sums_, counts_);
+      if (++rowsAdded_ != looks_.y) continue;
+      CompleteRow();
+      ++complete;
+    }
+    return {averages_.data(), results.columns / looks_.x, complete, results.parts};
+  }
+
+ private:
+  void CompleteRow() {
+    const auto looks = static_cast<std::size_t>(looks_.x);
+    const std::size_t parts = sums_.size() / counts_.size();
+    for (std::size_t first = 0; first < counts_.size(); first += looks) {
+      std::int64_t count = 0;
+      std::array<double, 2> sums = {};
+      for (std::size_t i = first; i < first + looks; ++i) {
+        count += counts_[i];
+        for (std::size_t part = 0; part < parts; ++part) sums[part] += sums_[i * parts + part];
+      }
+      for (std::size_t part = 0; part < parts; ++part)
+        averages_.push_back(count > 0 ? static_cast<float>(sums[part] / static_cast<double>(count))
+                                      : std::numeric_limits<float>::quiet_NaN());
+    }
+    std::ranges::fill(sums_, 0.0);
+    std::ranges::fill(counts_, 0);
+    rowsAdded_ = 0;
+  }
+
+  Looks looks_;
+  int rowsAdded_ = 0;  // to the current row of the output
+  // For each column of the results: the number of valid elements, and their sums by part.
+  std::vector<std::int32_t> counts_;
+  std::vector<double> sums_;
+  std::vector<float> averages_;
+};
+
 // Averages the results over looks and hands them to the sink: a thread does so with one strip while
 // the run works on the next.
 class WriteBehind {
  public:
-  WriteBehind(const RunPlan& plan, RowSink& sink, std::size_t stripFloats)
+  // size is that of the largest strip of the results.
+  WriteBehind(const RunPlan& plan, const RowSink& sink, const Elements& size)
       : looks_(plan.grid.looks),
         sink_(sink),
-        averages_(plan.bands.size(), {looks_, plan.grid.columns, plan.mode->Parts()}),
-        next_(stripFloats),
-        written_(stripFloats) {}
+        averages_(plan.bands.size(), {looks_, {nullptr, size.columns, 1, size.parts}}),
+        next_(size),
+        written_(size) {}
 
-  // Room for the results of the next strip.
-  float* Room() { return next_.values.get(); }
+  // Room for the results of these rows of a band of the output, counted from 1.
+  const Elements& Room(const Rows& rows, int band) {
+    next_.Hold(rows, band);
+    return next_.elements;
+  }
 
-  // Takes what is in the room now as rows of a band of the output, counted from 1.
-  void Take(const Rows& rows, int band) {
+  // Takes what is in the room now.
+  void Take() {
     worker_.Wait();
-    next_.rows = rows;
-    next_.band = band;
     std::swap(next_, written_);
     worker_.Start();
   }
@@ -230,15 +300,13 @@ class WriteBehind {
 
  private:
   void Write() {
-    const Rows& rows = written_.rows;
     LooksAverage& average = averages_[static_cast<std::size_t>(written_.band) - 1];
-    const float* const values = average.Add(written_.values.get(), rows.Count()).data();
-    const Rows complete = {rows.first / looks_.y, rows.end / looks_.y};
-    if (complete.Count() > 0) sink_.Write(written_.band, complete.first, complete.Count(), values);
+    const ConstElements complete = average.Add(written_.elements);
+    if (complete.rows > 0) sink_(written_.band, written_.first / looks_.y, complete);
   }
 
   Looks looks_;
-  RowSink& sink_;
+  const RowSink& sink_;
   std::vector<LooksAverage> averages_;  // by band
   Strip next_;
   Strip written_;
@@ -247,15 +315,16 @@ class WriteBehind {
 
 // Whether the results of the first rows of the streams, the output last, would have imaginary parts
 // in a complex output. No other session may exist.
-bool HaveImaginaryParts(HostState& host, std::vector<StreamRows> streams, int columns, int rows) {
-  const auto elements = static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows);
-  std::vector<float> results(2 * elements);
-  streams.back().values = results.data();
-  streams.back().rowFloats = 2 * static_cast<std::size_t>(columns);
+bool HaveImaginaryParts(HostState& host, std::vector<StreamRows> streams, int rows) {
+  for (StreamRows& stream : streams) stream.elements.rows = rows;
+  Elements& results = streams.back().elements;
+  results.parts = 2;
+  std::vector<float> memory(results.Floats());
+  results.values = memory.data();
   Session session(host, IM_MODE_COMPLEX_FLOAT);
   IPOutputStats ignored = {};
-  session.Process(streams, columns, rows, ignored);
-  return HasImaginaryPart(results.data(), elements);
+  session.Process(streams, ignored);
+  return HasImaginaryPart({memory.data(), results.columns, rows, 2});
 }
 
 }  // namespace
@@ -275,37 +344,34 @@ int RowsPerStrip(const RunPlan& plan, const std::vector<RunInput>& inputs) {
   return static_cast<int>(std::clamp<std::int64_t>(rows, 1, grid.rows));
 }
 
-void ProcessStrips(const std::vector<RunInput>& inputs, HostState& host, RowSink& sink,
-                   const RunControl& control, RunReport& report) {
+void ProcessStrips(const std::vector<RunInput>& inputs, HostState& host, int blockRows,
+                   const RowSink& sink, const RunControl& control, RunReport& report) {
   const RunPlan& plan = report.plan;
   const OutputGrid grid = plan.grid.BeforeLooks();
-  const auto columns = static_cast<std::size_t>(grid.columns);
-  const auto parts = static_cast<std::size_t>(plan.mode->Parts());
-  const std::vector<Rows> strips = CutIntoStrips(plan, inputs, sink.BlockRows());
-  const std::size_t stripElements = columns * static_cast<std::size_t>(RowsPerStrip(plan, inputs));
+  const std::vector<Rows> strips = CutIntoStrips(plan, inputs, blockRows);
+  const Elements largest = {nullptr, grid.columns, RowsPerStrip(plan, inputs), plan.mode->Parts()};
   std::list<ReadAhead> readers;
-  for (const RunInput& input : inputs) readers.emplace_back(plan, input, strips, stripElements);
-  WriteBehind writer(plan, sink, stripElements * parts);
+  for (const RunInput& input : inputs) readers.emplace_back(plan, input, strips, largest);
+  WriteBehind writer(plan, sink, largest);
   std::optional<Session> session(std::in_place, host, plan.mode->code);
   const bool mayLoseParts = plan.format.driver && !plan.mode->complex;
   for (const Rows& strip : strips) {
-    const int rows = strip.Count();
     for (std::size_t i = 0; i < plan.bands.size(); ++i) {
       if (control.stop.stop_requested()) throw Cancelled();
+      const Elements& results = writer.Room(strip, static_cast<int>(i) + 1);
       std::vector<StreamRows> streams;
       for (ReadAhead& reader : readers) streams.push_back(reader.Take(strip, plan.bands[i]));
-      streams.push_back({host.registration.output.number, writer.Room(), columns * parts});
+      streams.push_back({host.registration.output.number, results});
       if (mayLoseParts && !report.imaginaryParts) {
         session.reset();
         // Of the first strip all rows, for small images; of the others one, which costs little.
         report.imaginaryParts =
-            HaveImaginaryParts(host, streams, grid.columns, strip.first == 0 ? rows : 1);
+            HaveImaginaryParts(host, streams, strip.first == 0 ? results.rows : 1);
         session.emplace(host, plan.mode->code);
       }
-      session->Process(streams, grid.columns, rows, report.bands[i].record);
-      for (const ReadAhead& reader : readers)
-        reader.SpreadNoData(columns * static_cast<std::size_t>(rows), parts, writer.Room());
-      writer.Take(strip, static_cast<int>(i) + 1);
+      session->Process(streams, report.bands[i].record);
+      for (const ReadAhead& reader : readers) reader.SpreadNoData(results);
+      writer.Take();
     }
     control.progress(static_cast<double>(strip.end) / grid.rows);
   }

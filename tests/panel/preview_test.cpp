@@ -1,7 +1,7 @@
 // What is seen: the images, the elements under the pointer, the place that is looked at.
 #include "standalone/panel/preview.h"
 #include "standalone/base/texts.h"
-#include "standalone/rasters/no_data.h"
+#include "standalone/rasters/data_modes.h"
 #include "tests/panel/window_fixture.h"
 
 namespace lumomixcalc::standalone {

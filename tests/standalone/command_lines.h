@@ -15,7 +15,6 @@
 #include "app/parameters.h"
 #include "host/ip.h"
 #include "standalone/base/messages.h"
-#include "standalone/cli/command_echo.h"
 #include "standalone/cli/options.h"
 #include "standalone/framework/host_calls.h"
 
