@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "standalone/base/texts.h"
+#include "standalone/base/texts.h"  // of which messages are made
 
 namespace lumomixcalc::standalone {
 

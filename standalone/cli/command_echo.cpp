@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/texts.h"
 #include "standalone/cli/options.h"
 
 namespace lumomixcalc::standalone {

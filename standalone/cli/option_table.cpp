@@ -7,7 +7,6 @@
 #include <cmath>
 #include <optional>
 
-#include "standalone/base/messages.h"
 #include "standalone/base/texts.h"
 
 namespace lumomixcalc::standalone {
@@ -32,11 +31,13 @@ std::string ToText(double number) { return ShortestText(number); }
 
 Texts ExtentNames() { return {"intersection"}; }
 
-Texts ResamplingNames() {
+Texts NamesOf(const auto& table) {
   Texts names;
-  for (const ResamplingMethod& method : kResamplingMethods) names.emplace_back(method.name);
+  for (const auto& row : table) names.emplace_back(row.name);
   return names;
 }
+Texts ResamplingNames() { return NamesOf(kResamplingMethods); }
+Texts ModeNames() { return NamesOf(DataModes()); }
 
 // How the values of options are read and echoed, by type. Read returns false when the text is not
 // such a value. Echo returns nothing for the value of a job in which the option is not given.
@@ -191,7 +192,7 @@ constexpr HostOption kHostOptions[] = {
      "how the output stores its elements; without it cfloat32 when an\n"
      "input that is read is complex, else float32; integer modes round\n"
      "to nearest and saturate",
-     kField<&Job::mode>, DataModeNames},
+     kField<&Job::mode>, ModeNames},
     {"-format", "-of", 1, "NAME", "",
      "GDAL format of the output; without it the one of the file's\n"
      "extension, or GTiff for a name without one",

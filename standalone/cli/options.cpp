@@ -9,7 +9,6 @@
 #include <utility>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/texts.h"
 #include "standalone/runs/session.h"
 
 namespace lumomixcalc::standalone {

@@ -7,7 +7,6 @@
 #include "host/im.h"
 #include "host/wm.h"
 #include "standalone/base/messages.h"
-#include "standalone/base/texts.h"
 
 namespace lumomixcalc::standalone {
 namespace {

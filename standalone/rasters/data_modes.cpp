@@ -125,12 +125,6 @@ const DataMode& DataModeOfType(GDALDataType type) {
   return *FindDataMode(type == GDT_CFloat64 ? "cfloat32" : "float64");
 }
 
-std::vector<std::string> DataModeNames() {
-  std::vector<std::string> names;
-  for (const DataMode& mode : kModes) names.emplace_back(mode.name);
-  return names;
-}
-
 double IntegerNoData(const DataMode& mode, double declared) {
   const bool held =
       declared >= mode.lowest && declared <= mode.highest && declared == std::nearbyint(declared);

@@ -43,8 +43,6 @@ const DataMode* FindDataMode(const std::string& name);
 // get Float64.
 const DataMode& DataModeOfType(GDALDataType type);
 
-std::vector<std::string> DataModeNames();
-
 // The no-data value that the band declares.
 inline std::optional<double> DeclaredNoData(GDALRasterBand& band) {
   int declared = FALSE;

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/texts.h"
 
 namespace lumomixcalc::standalone {
 

@@ -4,13 +4,13 @@
 #include <cpl_error.h>
 #include <cpl_minixml.h>
 #include <cpl_string.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <filesystem>
 #include <regex>
 #include <system_error>
-#include <tuple>
 
 #include "standalone/base/messages.h"
 
@@ -34,15 +34,10 @@ std::string LocalFile(const std::string& name) {
   return file.has_relative_path() ? file.string() : name;
 }
 
-struct stat StateOf(const std::string& file) {
-  const struct stat none = {};
+FileState StateOf(const std::string& file) {
   struct stat state = {};
-  return stat(file.c_str(), &state) == 0 && S_ISREG(state.st_mode) ? state : none;
-}
-
-auto Identity(const struct stat& state) {
-  return std::tuple(state.st_dev, state.st_ino, state.st_size, state.st_mtim.tv_sec,
-                    state.st_mtim.tv_nsec);
+  if (stat(file.c_str(), &state) != 0 || !S_ISREG(state.st_mode)) return {};
+  return {state.st_dev, state.st_ino, state.st_size, state.st_mtim.tv_sec, state.st_mtim.tv_nsec};
 }
 
 // Adds files to those of an input.
@@ -76,7 +71,7 @@ class Finder {
       GDALDriverH const driver = GDALIdentifyDriver(source.c_str(), nullptr);
       if (driver && EQUAL(GDALGetDriverShortName(driver), "GTiff")) {
         for (const char* const companion : {".aux.xml", ".msk", ".ovr"})
-          if (StateOf(source + companion).st_ino != 0) Add(source + companion);
+          if (StateOf(source + companion) != FileState()) Add(source + companion);
       } else if (const GDALDatasetUniquePtr raster(
                      driver ? GDALDataset::Open(source.c_str(), GDAL_OF_RASTER) : nullptr);
                  raster) {
@@ -120,7 +115,7 @@ void InputFiles::Find(GDALDataset& raster) {
 
 void InputFiles::RefuseChanges() const {
   for (std::size_t i = 0; i < files.size(); ++i)
-    if (Identity(states[i]) != Identity(StateOf(files[i])))
+    if (states[i] != StateOf(files[i]))
       throw Failure("the file " + files[i] + " of the input " + name +
                     " changed during the run; run again when nothing writes it");
 }

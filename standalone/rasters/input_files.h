@@ -1,13 +1,18 @@
 #pragma once
 
 #include <gdal_priv.h>
-#include <sys/stat.h>
+#include <sys/types.h>
 
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace lumomixcalc::standalone {
+
+// The device, the inode, the size and the time of change, in seconds and nanoseconds, of a file.
+// Zeros for anything but a regular file.
+using FileState = std::tuple<dev_t, ino_t, off_t, time_t, long>;
 
 // An input and all files that it consists of, such as headers, the sources of a VRT at all levels,
 // and the archive that holds a file.
@@ -30,8 +35,8 @@ struct InputFiles {
 
   std::string name;
   std::vector<std::string> files;
-  std::vector<struct stat> states;  // of files, in the same order; zeros for other than files
-  std::set<std::string> sources;    // of VRTs, by the names that GDAL opens
+  std::vector<FileState> states;  // of files, in the same order
+  std::set<std::string> sources;  // of VRTs, by the names that GDAL opens
 };
 
 }  // namespace lumomixcalc::standalone

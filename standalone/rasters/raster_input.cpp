@@ -15,7 +15,6 @@
 #include <utility>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/texts.h"
 #include "standalone/rasters/gdal_library.h"
 
 namespace lumomixcalc::standalone {

@@ -9,11 +9,9 @@
 #include <cstring>
 #include <fstream>
 #include <numeric>
-#include <system_error>
 #include <utility>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/texts.h"
 #include "standalone/rasters/gdal_library.h"
 #include "standalone/rasters/georeferencing.h"
 

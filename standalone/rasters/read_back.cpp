@@ -10,7 +10,6 @@
 #include <string_view>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/texts.h"
 #include "standalone/rasters/data_modes.h"
 #include "standalone/rasters/gdal_library.h"
 #include "standalone/rasters/georeferencing.h"
@@ -123,7 +122,9 @@ Changes ReadBack(const std::filesystem::path& file, const OutputPlan& plan, GDAL
   if (written->GetRasterCount() == 0 && written->GetMetadata("SUBDATASETS")) return {};
   if (written->GetRasterXSize() != plan.columns || written->GetRasterYSize() != plan.rows ||
       written->GetRasterCount() != plan.bands)
-    plan.Fail("it reads back with another size");
+    plan.Fail("it reads back with " +
+              SizeText(written->GetRasterXSize(), written->GetRasterYSize()) + ", " +
+              CountText(static_cast<unsigned>(written->GetRasterCount()), "band"));
   // A text reads back as the type that its numbers need. Then its elements are compared.
   const GDALDataType type = written->GetRasterBand(1)->GetRasterDataType();
   if (!original && GDALDataTypeUnion(type, plan.mode->type) != type)

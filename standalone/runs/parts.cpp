@@ -15,7 +15,6 @@
 #include <vector>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/texts.h"
 #include "standalone/rasters/data_modes.h"
 #include "standalone/rasters/gdal_library.h"
 #include "standalone/rasters/grid.h"

@@ -10,7 +10,6 @@
 #include <utility>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/texts.h"
 #include "standalone/rasters/data_modes.h"
 #include "standalone/runs/session.h"
 
@@ -228,15 +227,17 @@ PlannedRun PlanRun(const Job& job, const std::string& command, HostState& host,
   return run;
 }
 
+std::vector<int> RunInput::BandsFor(const std::vector<int>& bands) const {
+  std::vector<int> own;
+  for (const int band : bands)
+    if (own.empty() || own.back() != BandFor(band)) own.push_back(BandFor(band));
+  return own;
+}
+
 void SelectInputs(const RunPlan& plan, const std::vector<RunInput>& inputs) {
-  for (const RunInput& input : inputs) {
-    std::vector<int> bands;
-    for (const int band : plan.bands)
-      if (const int own = input.BandFor(band); std::ranges::find(bands, own) == bands.end())
-        bands.push_back(own);
+  for (const RunInput& input : inputs)
     input.raster->Select(plan.grid.BeforeLooks().On(plan.origins.at(input.stream)), plan.resampling,
-                         bands, plan.elements);
-  }
+                         input.BandsFor(plan.bands), plan.elements);
 }
 
 }  // namespace lumomixcalc::standalone

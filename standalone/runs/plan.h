@@ -40,6 +40,10 @@ struct RunInput {
   // The band that is read for a band of the run. An input with one band is combined with every band
   // of the others.
   int BandFor(int band) const { return raster->Bands() == 1 ? 1 : band; }
+
+  // Those for these bands of the run, in the order in which it needs them. A band that follows
+  // itself is read only once.
+  std::vector<int> BandsFor(const std::vector<int>& bands) const;
 };
 
 struct PlannedRun {

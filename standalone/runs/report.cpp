@@ -14,7 +14,6 @@
 #include <utility>
 
 #include "standalone/base/messages.h"
-#include "standalone/base/texts.h"
 
 namespace lumomixcalc::standalone {
 namespace fs = std::filesystem;

@@ -5,7 +5,6 @@
 #include <cmath>
 #include <utility>
 
-#include "standalone/base/messages.h"
 #include "standalone/base/texts.h"
 #include "standalone/rasters/raster_output.h"
 

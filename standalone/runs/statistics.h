@@ -2,7 +2,6 @@
 
 #include <gdal_priv.h>
 
-#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <string>

@@ -20,7 +20,6 @@
 
 #include "host/im.h"
 #include "standalone/base/messages.h"
-#include "standalone/rasters/gdal_library.h"
 #include "standalone/runs/session.h"
 #include "standalone/runs/statistics.h"
 
@@ -120,16 +119,6 @@ std::vector<Rows> CutIntoStrips(const RunPlan& plan, const std::vector<RunInput>
   return strips;
 }
 
-// The bands of an input in the order in which the run needs them. A band that follows itself is
-// read only once.
-std::vector<int> BandSequence(const RunInput& input, const std::vector<int>& bands) {
-  std::vector<int> sequence;
-  for (const int band : bands)
-    if (const int own = input.BandFor(band); sequence.empty() || sequence.back() != own)
-      sequence.push_back(own);
-  return sequence;
-}
-
 // Sets all parts of an output element to NaN where a part of the input element is NaN. A branch for
 // each element would take longer than the arithmetic. Without one, these are vector instructions.
 template <std::size_t kInputParts, std::size_t kOutputParts>
@@ -154,7 +143,7 @@ class ReadAhead {
       : plan_(plan),
         input_(input),
         strips_(strips),
-        bands_(BandSequence(input, plan.bands)),
+        bands_(input.BandsFor(plan.bands)),
         current_({nullptr, size.columns, size.rows, input.raster->Parts()}),
         next_(current_.elements) {
     StartReading();
