@@ -9,7 +9,6 @@
 #include <utility>
 
 #include "standalone/base/messages.h"
-#include "standalone/runs/session.h"
 
 namespace lumomixcalc::standalone {
 namespace {

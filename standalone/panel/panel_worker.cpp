@@ -9,7 +9,6 @@
 #include "standalone/cli/options.h"
 #include "standalone/panel/panel_command.h"
 #include "standalone/runs/run.h"
-#include "standalone/runs/session.h"
 #include "standalone/runs/statistics.h"
 
 namespace lumomixcalc::standalone {

@@ -158,20 +158,10 @@ std::vector<fs::path> Publication::StaleNames(const fs::path& made) const {
     return !raster || CPLStringList(raster->GetFileList()).FindString(file.c_str()) >= 0;
   };
   if (isRead({})) return {};  // a text, or one of several rasters in a file
-  const std::string stem = target_.stem();
-  std::vector<fs::path> candidates;
-  for (const fs::directory_entry& entry : fs::directory_iterator(parent_)) {
-    const std::string name = entry.path().filename();
-    if (STARTS_WITH_CI(name.c_str(), stem.c_str()) &&
-        !std::isalnum(static_cast<unsigned char>(name[stem.size()])) && !entry.is_directory())
-      candidates.push_back(entry.path());
-  }
-  if (!statisticsFile_.empty() && IsSameFile(ParentOf(statisticsFile_), parent_))
-    candidates.push_back(statisticsFile_);
   std::vector<fs::path> stale;
-  for (const fs::path& candidate : candidates) {
+  const auto addIfRead = [&](const fs::path& candidate) {
     const fs::path file = made / candidate.filename();
-    if (Exists(file)) continue;
+    if (Exists(file)) return;
     std::error_code error;
     if (Exists(candidate))
       fs::create_symlink(fs::absolute(candidate), file, error);
@@ -180,7 +170,16 @@ std::vector<fs::path> Publication::StaleNames(const fs::path& made) const {
     if (error) fs::copy_file(candidate, file);  // the file system has no links
     if (isRead(file)) stale.push_back(candidate.filename());
     fs::remove(file);
+  };
+  const std::string stem = target_.stem();
+  for (const fs::directory_entry& entry : fs::directory_iterator(parent_)) {
+    const std::string name = entry.path().filename();
+    if (STARTS_WITH_CI(name.c_str(), stem.c_str()) &&
+        !std::isalnum(static_cast<unsigned char>(name[stem.size()])) && !entry.is_directory())
+      addIfRead(entry.path());
   }
+  if (!statisticsFile_.empty() && IsSameFile(ParentOf(statisticsFile_), parent_))
+    addIfRead(statisticsFile_);
   return stale;
 }
 

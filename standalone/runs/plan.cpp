@@ -11,7 +11,6 @@
 
 #include "standalone/base/messages.h"
 #include "standalone/rasters/data_modes.h"
-#include "standalone/runs/session.h"
 
 namespace lumomixcalc::standalone {
 namespace {

@@ -20,7 +20,6 @@
 
 #include "host/im.h"
 #include "standalone/base/messages.h"
-#include "standalone/runs/session.h"
 #include "standalone/runs/statistics.h"
 
 namespace lumomixcalc::standalone {
