@@ -45,11 +45,6 @@ GDALDatasetUniquePtr DescribedZeros(const OutputPlan& plan, int columns, int row
   return zeros;
 }
 
-void RemoveStatistics(GDALDataset& raster) {
-  for (GDALRasterBand* const band : raster.GetBands())
-    for (const char* const item : kStatisticsItems) band->SetMetadataItem(item, nullptr);
-}
-
 }  // namespace
 
 void OutputPlan::Fail(const std::string& reason) const {
@@ -208,7 +203,10 @@ void RasterOutput::Complete(const std::stop_token& stop) {
               ? ""
               : ": " + CountText(changes.count, "value") + " changed, the first from " +
                     ShortestText(changes.from) + " to " + ShortestText(changes.to)));
-    Change(RemoveStatistics);  // they describe other values
+    Change([](GDALDataset& raster) {  // its statistics describe other values
+      for (GDALRasterBand* const band : raster.GetBands())
+        for (const char* const item : kStatisticsItems) band->SetMetadataItem(item, nullptr);
+    });
     if (dataset_) WriteFile(stop);
   }
 }
