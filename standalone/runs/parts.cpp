@@ -31,7 +31,7 @@ constexpr const char* kFacts = "FACTS";
 
 fs::path FolderOfParts(fs::path mosaic) { return mosaic.replace_extension(".parts"); }
 
-std::string NameOf(const PartNumber& part) {
+std::string PartName(const PartNumber& part) {
   return std::to_string(part.number) + "-of-" + std::to_string(part.count) + ".tif";
 }
 
@@ -130,7 +130,7 @@ std::vector<Facts> ReadParts(const fs::path& folder, int count) {
   int firstPart = 0;
   std::map<std::string, std::vector<int>> faults;
   for (int number = 1; number <= count; ++number) {
-    const fs::path file = folder / NameOf({number, count});
+    const fs::path file = folder / PartName({number, count});
     const std::optional<Facts> facts = ReadFacts(file);
     std::string fault;
     if (!facts)
@@ -177,7 +177,7 @@ void WriteMosaic(const fs::path& file, const fs::path& folder, const std::vector
   const GdalFailures failures;
   const RunPlan& plan = report.plan;
   const int count = static_cast<int>(parts.size());
-  const GDALDatasetUniquePtr first = OpenRaster(folder / NameOf({1, count}));
+  const GDALDatasetUniquePtr first = OpenRaster(folder / PartName({1, count}));
   GDALDatasetUniquePtr mosaic(
       plan.format.driver->Create(file.c_str(), plan.grid.columns, plan.grid.rows,
                                  static_cast<int>(report.bands.size()), plan.mode->type, nullptr));
@@ -195,7 +195,7 @@ void WriteMosaic(const fs::path& file, const fs::path& folder, const std::vector
       int row = 0;
       for (int number = 1; number <= count; ++number) {
         const OutputGrid& grid = parts[static_cast<std::size_t>(number) - 1].report.plan.grid;
-        const std::string name = folder.filename() / NameOf({number, count});
+        const std::string name = folder.filename() / PartName({number, count});
         target.SetMetadataItem(CPLSPrintf("source_%d", number - 1),
                                SourceXml(name, band, grid, row).c_str(), "new_vrt_sources");
         row += grid.rows;
@@ -271,7 +271,7 @@ Part::Part(const Job& job, PlannedRun& run) : overwrite_(job.overwrite) {
                   CountText(static_cast<unsigned>(grid.rows), "row") + " in blocks of " +
                   std::to_string(blockRows) + ", enough for " +
                   CountText(static_cast<unsigned>(blocks), "part"));
-  common_.Add("part", NameOf(*job.part));
+  common_.Add("part", PartName(*job.part));
   common_.Add("version", LUMOMIXCALC_VERSION);
   common_.Add("command", Utf8(plan.command));
   common_.Add("exact", !MayChangeValues(job.creationOptions));
@@ -287,7 +287,7 @@ Part::Part(const Job& job, PlannedRun& run) : overwrite_(job.overwrite) {
   plan.grid.rows = boundary(number) - first;
   plan.grid.window.y += first * inputRows;
   plan.grid.window.rows = plan.grid.rows * inputRows;
-  plan.output = file_ = folder / NameOf(*job.part);
+  plan.output = file_ = folder / PartName(*job.part);
   plan.command += " " + option;
 }
 
