@@ -1,9 +1,12 @@
 #include "standalone/panel/image_pane.h"
 
+#include <utility>
+
 namespace lumomixcalc::standalone {
 
 ImagePane::ImagePane(const QString& title, const QComboBox& stretch, const Sight& sight)
-    : stretch_(stretch),
+    : title_(title),
+      stretch_(stretch),
       // In the orders of ComplexPart and, after the first, of ColourMap.
       part_(NewChoice(title + " part", {"Auto part", "Magnitude", "Phase", "Real part",
                                         "Imaginary part", "Magnitude and angle"})),
@@ -39,9 +42,23 @@ ImagePane::ImagePane(const QString& title, const QComboBox& stretch, const Sight
 
 void ImagePane::Show(const PreviewImage& image, const QRect& inputs) {
   image_ = image;
-  raster_->SetGrid(image.first, image.pitch, inputs);
+  inputs_ = inputs;
   raster_->Dim(false);
   Redraw();
+}
+
+void ImagePane::Blink(const ImagePane* other) {
+  if (std::exchange(blinked_, other) != other) Recolour();
+}
+
+QString ImagePane::SavePicture() {
+  const QPixmap picture = grab(raster_->geometry() | histogram_->geometry());
+  const QString file = QFileDialog::getSaveFileName(window(), "Save picture of " + title_,
+                                                    title_ + ".png", "PNG (*.png)");
+  if (file.isEmpty()) return "";
+  QImageWriter writer(file, "png");
+  if (writer.write(picture.toImage())) return "Written: " + file;
+  return "The picture was not written: " + file + ": " + writer.errorString();
 }
 
 void ImagePane::ResetLimits() {
@@ -68,10 +85,15 @@ void ImagePane::Recolour() {
   Appearance appearance = automatic_;
   if (chosen_ && (chosen_->low > 0 || !appearance.logarithm))
     appearance.limits = appearance.map == ColourMap::kCentred ? chosen_->AboutZero() : *chosen_;
-  const QString sample = QString("1 of %1 \u00d7 %1 cells").arg(image_.step);
-  raster_->Show(Picture(Values(), image_.columns, appearance,
-                        angles_ ? image_.values : std::span<const float>()),
-                image_.step > 1 ? sample : Text(image_.note));
+  const ImagePane& from = blinked_ ? *blinked_ : *this;
+  const PreviewImage& image = from.image_;
+  QString text = Text(image.note);
+  if (image.step > 1) text = QString("1 of %1 \u00d7 %1 cells").arg(image.step);
+  if (blinked_) text = from.title_;
+  raster_->SetGrid(image.first, image.pitch, inputs_);
+  raster_->Show(Picture(from.Values(), image.columns, appearance,
+                        from.angles_ ? image.values : std::span<const float>()),
+                text);
   histogram_->Show(appearance);
 }
 

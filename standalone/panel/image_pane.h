@@ -19,6 +19,14 @@ class ImagePane : public QWidget {
   // The result lies on the inputs, whose pixels are given.
   void Show(const PreviewImage& image, const QRect& inputs);
 
+  // Shows the picture of another pane in the place of this one's, in this one's colours, until it
+  // is called without one.
+  void Blink(const ImagePane* other);
+
+  // Writes the picture and its histogram, as they are shown, to a PNG file that the user chooses.
+  // Returns a sentence about it; an empty one when the user declines.
+  QString SavePicture();
+
   // Goes back to automatic limits.
   void ResetLimits();
 
@@ -30,12 +38,15 @@ class ImagePane : public QWidget {
   void Redraw();
   void Recolour();
 
+  QString title_;
   const QComboBox& stretch_;
   QComboBox* part_;
   QComboBox* colours_;
   ImageView* raster_;
   HistogramView* histogram_;
   PreviewImage image_;
+  QRect inputs_;
+  const ImagePane* blinked_ = nullptr;
   std::vector<float> parts_;  // of complex elements, as shown
   bool angles_ = false;       // beside the parts
   Appearance automatic_;

@@ -65,6 +65,7 @@ PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first) : hos
     TakeChange();
   };
   preview_->viewChanged = [this] { Refresh(); };
+  preview_->told = [this](const QString& sentence) { Tell(sentence); };
   preview_->elementAsked = [this](QPoint pixel) { worker_->Inspect(pixel); };
   connect(&watcher_, &QFileSystemWatcher::fileChanged, [this] { Refresh(); });
   columns_->addWidget(preview_);
@@ -183,23 +184,13 @@ void PanelWindow::AddShortcuts() {
   new QShortcut(Qt::CTRL | Qt::Key_R, this, [this] { run_->click(); });
   new QShortcut(Qt::Key_Escape, this, [this] {
     cancel_->click();
-    preview_->StopDrawing();
+    preview_->Release();
   });
   new QShortcut(QKeySequence::Copy, this, [this] {
-    if (messages_->hasFocus() && messages_->textCursor().hasSelection()) return messages_->copy();
-    inspector_->HasFocus() ? inspector_->Copy() : copy_->click();
+    if (messages_->hasFocus()) return messages_->copy();
+    const bool elements = qobject_cast<QAbstractScrollArea*>(focusWidget());  // table or picture
+    elements ? inspector_->Copy() : copy_->click();
   });
-  qApp->installEventFilter(this);
-}
-
-// A text field takes Ctrl+C even when nothing in it is selected; it must then copy the command.
-bool PanelWindow::eventFilter(QObject* watched, QEvent* event) {
-  const auto* const edit = qobject_cast<QLineEdit*>(watched);
-  if (!edit || event->type() != QEvent::ShortcutOverride) return false;
-  if (edit->window() != this || edit->hasSelectedText()) return false;
-  if (!static_cast<QKeyEvent*>(event)->matches(QKeySequence::Copy)) return false;
-  event->ignore();
-  return true;
 }
 
 void PanelWindow::RestoreDisplay() {

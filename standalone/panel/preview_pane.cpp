@@ -55,11 +55,17 @@ QLayout* PreviewPane::MakePanes(const QStringList& titles) {
   for (const QString& title : titles) {
     auto* const pane = new ImagePane(title, *stretch_, sight_);
     ImageView& view = pane->Raster();
-    view.pointed = [this](auto pixel) { Point(pixel); };
+    view.pointed = [this](auto pixel, bool pins) { Point(pixel, pins); };
+    view.setContextMenuPolicy(Qt::ActionsContextMenu);
+    view.addAction("Copy the table of elements (Ctrl+C)", [this] { inspector_.Copy(); });
     view.drawn = [this](const QRect& pixels) {
       draw_->setChecked(false);
       regionDrawn(pixels);
     };
+    view.addAction("Save picture\u2026", [this, pane] {
+      if (const QString sentence = pane->SavePicture(); !sentence.isEmpty()) told(sentence);
+    });
+    view.blinked = [this](bool on) { Blink(on); };
     view.moved = [this](QPointF centre, double scale) { LookAt(centre, scale); };
     panes_.push_back(pane);
   }
@@ -105,7 +111,12 @@ void PreviewPane::EndPreview() {
 }
 
 void PreviewPane::ShowElements(const Inspection& found) {
-  if (sight_.pixel) inspector_.Show(found);
+  if (sight_.pixel) inspector_.Show(found, sight_.pinned);
+}
+
+void PreviewPane::Release() {
+  draw_->setChecked(false);
+  Point(std::nullopt, true);
 }
 
 void PreviewPane::SetRegion(std::optional<QRect> pixels) {
@@ -175,13 +186,21 @@ void PreviewPane::FollowSight() {
   for (ImagePane* const pane : panes_) pane->Raster().Follow();
 }
 
+// Shows two inputs in the place of each other.
+void PreviewPane::Blink(bool on) {
+  const bool both = panes_.size() == 3 && HasFile(0) && HasFile(1);
+  panes_[0]->Blink(on && both ? panes_[1] : nullptr);
+  panes_[1]->Blink(on && both ? panes_[0] : nullptr);
+}
+
 void PreviewPane::Dim(bool dimmed) {
   for (ImagePane* const pane : panes_) pane->Raster().Dim(dimmed);
 }
 
-void PreviewPane::Point(std::optional<QPoint> pixel) {
-  if (pixel == sight_.pixel) return;
+void PreviewPane::Point(std::optional<QPoint> pixel, bool pins) {
+  if (!pins && (sight_.pinned || pixel == sight_.pixel)) return;
   sight_.pixel = pixel;
+  sight_.pinned = pins && pixel;
   FollowSight();
   resting_.start();
   if (!pixel) inspector_.Show(std::nullopt);

@@ -15,6 +15,7 @@ class PreviewPane : public QWidget {
   std::function<void(QRect pixels)> regionDrawn;
   std::function<void()> viewChanged;  // View() has changed
   std::function<void(QPoint pixel)> elementAsked;
+  std::function<void(const QString& sentence)> told;
 
   // titles: of the inputs and of the result. The inspector, which stands elsewhere, shows the
   // elements under the pointer.
@@ -37,7 +38,8 @@ class PreviewPane : public QWidget {
   // The outlined region in pixels of the inputs, or none.
   void SetRegion(std::optional<QRect> pixels);
   void LetDraw(bool allowed) { draw_->setEnabled(allowed); }
-  void StopDrawing() { draw_->setChecked(false); }
+  // Ends the drawing of a region, and unpins.
+  void Release();
 
   // The pixels of the images; empty while there is none.
   QRect Extent() const { return extent_; }
@@ -56,7 +58,8 @@ class PreviewPane : public QWidget {
   bool HasFile(std::size_t position) const;
   void LookAt(QPointF centre, double scale);
   void FollowSight();
-  void Point(std::optional<QPoint> pixel);
+  void Blink(bool on);
+  void Point(std::optional<QPoint> pixel, bool pins);
 
   QRect extent_;
   QComboBox* images_;

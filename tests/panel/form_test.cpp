@@ -32,7 +32,7 @@ TEST_F(PanelWindowTest, EditsReachTheRunAndTheCommandThatRepeatsIt) {
       << CurrentCommand();
   const std::string written = Bytes("out.tif");
   std::ofstream("out.tif") << "other";
-  QTest::keyClick(&Find(kA), Qt::Key_C, Qt::ControlModifier);
+  QTest::keyClick(&Find("Operator"), Qt::Key_C, Qt::ControlModifier);
   const std::string command = "PATH='" LUMOMIXCALC_TEST_PROGRAM_FOLDER "':$PATH; cd / && " +
                               QGuiApplication::clipboard()->text().toStdString() + " >/dev/null";
   EXPECT_EQ(std::system(command.c_str()), 0);

@@ -138,9 +138,19 @@ TEST_F(PanelWindowTest, ElementsUnderThePointerAreThoseOfThePixelAndTheSettings)
   auto& view = Find<ImageView>("File1 preview");
   for (const int key : {Qt::Key_Left, Qt::Key_Up, Qt::Key_Up, Qt::Key_Plus})
     QTest::keyClick(&view, static_cast<Qt::Key>(key));
-  EXPECT_TRUE(WaitFor([&] { return named().startsWith("Column 56, row 3 "); }));
+  EXPECT_TRUE(WaitFor([&] { return named().startsWith("Pinned: column 56, row 3 "); }));
   EXPECT_TRUE(view.Scale() > 1 && view.Seen().contains(56, 3));
   QTest::keyClick(&view, Qt::Key_Minus);
+  Settle();
+  const QPoint there = PointOf(view, {7.5, 9.5});
+  QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, there);
+  EXPECT_TRUE(WaitFor([&] { return named().startsWith("Pinned: column 7, row 9 "); }));
+  QTest::mouseMove(view.viewport(), there + QPoint(50, 0));
+  QTest::keyClick(&view, Qt::Key_C, Qt::ControlModifier);
+  const QString table = QGuiApplication::clipboard()->text();
+  EXPECT_TRUE(table.contains(QRegularExpression("^Pinned.*\n\tFile1.*\nValue\t907\t")))
+      << table.toStdString();
+  QTest::keyClick(&view, Qt::Key_Escape);
   MakeRaster("f1.tif", 60, 40, 2);  // is noticed
   for (const double place : {10.97, 21.97, 32.97, 37.97})
     ExpectElements({place, place}, kFile1,
