@@ -43,8 +43,9 @@ NumberField* HistogramView::NewField(const QString& name, Limit limit) {
   connect(field, &QLineEdit::editingFinished, [this, limit, field] {
     if (!field->isModified()) return;
     field->setModified(false);
+    if (field->text().isEmpty()) return limitsChosen(std::nullopt);
     Choose(limit, field->Value().value_or(NAN));
-    Show(appearance_);  // in place of a text that is no limit
+    Show(appearance_, byHand_);  // in place of a text that is no limit
   });
   return field;
 }
@@ -80,15 +81,24 @@ void HistogramView::ShowStatistics(std::span<const float> values) {
                  .arg(statistics_.value(0)));
 }
 
-void HistogramView::Show(const Appearance& appearance) {
+void HistogramView::Show(const Appearance& appearance, bool byHand) {
   appearance_ = appearance;
+  byHand_ = byHand;
   const auto [low, high] = appearance.limits;
   low_->setVisible(!counts_.empty());
   // A single value is shown in one field.
   high_->setVisible(!counts_.empty() && low < high);
   ShowFigure(*low_, low);
   ShowFigure(*high_, high);
-  setAccessibleName(QString("Histogram, shown from %1 to %2").arg(low_->text(), high_->text()));
+  const QString state = byHand ? "set by hand: they stay until a field is emptied" : "automatic";
+  QFont font;
+  font.setBold(byHand);
+  for (NumberField* const field : {low_, high_}) {
+    field->setFont(font);
+    field->setToolTip("Limits of the colours, " + state);
+  }
+  setAccessibleName(
+      QString("Histogram, shown from %1 to %2, %3").arg(low_->text(), high_->text(), state));
   update();
 }
 

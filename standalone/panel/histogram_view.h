@@ -23,7 +23,8 @@ class HistogramView : public QWidget {
   // Takes the values to count, over the limits of the appearance and a little to either side.
   void Count(std::span<const float> values, const Appearance& appearance);
 
-  void Show(const Appearance& appearance);
+  // Limits that are set by hand are marked.
+  void Show(const Appearance& appearance, bool byHand);
 
  protected:
   void paintEvent(QPaintEvent* event) override;
@@ -47,6 +48,7 @@ class HistogramView : public QWidget {
   std::vector<std::uint32_t> counts_;  // in equal bins; without bins nothing is shown
   QStringList statistics_;             // the same in a long form and in shorter ones
   Appearance appearance_;
+  bool byHand_ = false;
   Limit dragged_ = nullptr;
   NumberField* low_;
   NumberField* high_;

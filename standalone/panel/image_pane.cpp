@@ -31,16 +31,18 @@ ImagePane::ImagePane(const QString& title, const QComboBox& stretch, const Sight
   layout->addWidget(histogram_);
   connect(part_, &QComboBox::currentIndexChanged, this, &ImagePane::ResetLimits);
   connect(&stretch, &QComboBox::currentIndexChanged, this, &ImagePane::ResetLimits);
-  connect(colours_, &QComboBox::currentIndexChanged, this, &ImagePane::Redraw);
-  histogram_->limitsChosen = [this](std::optional<Limits> limits) {
-    chosen_ = limits;
-    limits ? Recolour() : Redraw();
-  };
+  connect(colours_, &QComboBox::currentIndexChanged, [this] {
+    isKept_ = false;
+    Redraw();
+  });
+  histogram_->limitsChosen = [this](std::optional<Limits> limits) { SetLimits(limits); };
   image_.note = kNoFile;
   Redraw();
 }
 
 void ImagePane::Show(const PreviewImage& image, const QRect& inputs) {
+  // What is seen of the same data keeps its colours, once these are of the whole.
+  if (image.data != image_.data || (image.whole && !isOfWhole_)) isKept_ = false;
   image_ = image;
   inputs_ = inputs;
   raster_->Dim(false);
@@ -52,7 +54,9 @@ void ImagePane::Blink(const ImagePane* other) {
 }
 
 QString ImagePane::SavePicture() {
+  raster_->clearFocus();  // and its frame
   const QPixmap picture = grab(raster_->geometry() | histogram_->geometry());
+  raster_->setFocus();
   const QString file = QFileDialog::getSaveFileName(window(), "Save picture of " + title_,
                                                     title_ + ".png", "PNG (*.png)");
   if (file.isEmpty()) return "";
@@ -62,8 +66,20 @@ QString ImagePane::SavePicture() {
 }
 
 void ImagePane::ResetLimits() {
-  chosen_.reset();
+  isKept_ = false;
+  SetLimits(std::nullopt);
+}
+
+void ImagePane::SetLimits(std::optional<Limits> limits) {
+  chosen_ = limits;
   Redraw();
+}
+
+Appearance ImagePane::Shown() const {
+  Appearance shown = automatic_;
+  if (HasChosen())
+    shown.limits = shown.map == ColourMap::kCentred ? chosen_->AboutZero() : *chosen_;
+  return shown;
 }
 
 void ImagePane::Redraw() {
@@ -75,16 +91,17 @@ void ImagePane::Redraw() {
   const int choice = angles_ ? 1 : colours_->currentIndex();  // grey is the brightness alone
   const auto map = choice > 0 ? std::optional(static_cast<ColourMap>(choice - 1)) : std::nullopt;
   const std::vector<float> counted = image_.OfTheRun(Values(), 1);
-  automatic_ = AppearanceOf(counted, image_.complex && part == ComplexPart::kPhase,
-                            static_cast<Stretch>(stretch_.currentIndex()), map);
+  if (!std::exchange(isKept_, true)) {
+    automatic_ = AppearanceOf(counted, image_.complex && part == ComplexPart::kPhase,
+                              static_cast<Stretch>(stretch_.currentIndex()), map);
+    isOfWhole_ = image_.whole;
+  }
   histogram_->Count(counted, automatic_);
   Recolour();
 }
 
 void ImagePane::Recolour() {
-  Appearance appearance = automatic_;
-  if (chosen_ && (chosen_->low > 0 || !appearance.logarithm))
-    appearance.limits = appearance.map == ColourMap::kCentred ? chosen_->AboutZero() : *chosen_;
+  const Appearance appearance = Shown();
   const ImagePane& from = blinked_ ? *blinked_ : *this;
   const PreviewImage& image = from.image_;
   QString text = Text(image.note);
@@ -94,7 +111,7 @@ void ImagePane::Recolour() {
   raster_->Show(Picture(from.Values(), image.columns, appearance,
                         from.angles_ ? image.values : std::span<const float>()),
                 text);
-  histogram_->Show(appearance);
+  histogram_->Show(appearance, HasChosen());
 }
 
 }  // namespace lumomixcalc::standalone

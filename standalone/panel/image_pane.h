@@ -27,7 +27,12 @@ class ImagePane : public QWidget {
   // Returns a sentence about it; an empty one when the user declines.
   QString SavePicture();
 
-  // Goes back to automatic limits.
+  // The colours and their limits: automatic ones, which stay while the data do, or those that are
+  // set, by hand or from another pane.
+  Appearance Shown() const;
+  void SetLimits(std::optional<Limits> limits);
+
+  // Goes back to automatic limits, those of what is shown now.
   void ResetLimits();
 
   const PreviewImage& Image() const { return image_; }
@@ -35,6 +40,7 @@ class ImagePane : public QWidget {
 
  private:
   std::span<const float> Values() const { return image_.complex ? parts_ : image_.values; }
+  bool HasChosen() const { return chosen_ && (chosen_->low > 0 || !automatic_.logarithm); }
   void Redraw();
   void Recolour();
 
@@ -50,6 +56,8 @@ class ImagePane : public QWidget {
   std::vector<float> parts_;  // of complex elements, as shown
   bool angles_ = false;       // beside the parts
   Appearance automatic_;
+  bool isKept_ = false;           // automatic_ is that of the data and choices
+  bool isOfWhole_ = false;        // automatic_ is of the whole image
   std::optional<Limits> chosen_;  // by hand
 };
 

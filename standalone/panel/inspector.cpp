@@ -38,6 +38,7 @@ Inspector::Inspector(const QStringList& images)
   table_->setVerticalHeaderLabels(kFigures);
   table_->setHorizontalHeaderLabels(images);
   table_->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
+  table_->setWordWrap(false);  // a cut number shows as many digits as fit
   table_->setEditTriggers(QTableWidget::NoEditTriggers);
   table_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   table_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);

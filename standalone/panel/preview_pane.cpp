@@ -65,6 +65,12 @@ QLayout* PreviewPane::MakePanes(const QStringList& titles) {
     view.addAction("Save picture\u2026", [this, pane] {
       if (const QString sentence = pane->SavePicture(); !sentence.isEmpty()) told(sentence);
     });
+    const bool isInput = &title != &titles.back();
+    view.addAction(isInput ? "Hold these limits, in all inputs" : "Hold these limits", [=, this] {
+      const std::optional<Limits> limits = pane->Shown().limits;
+      for (ImagePane* const each : panes_)
+        if (each == pane || (isInput && each != panes_.back())) each->SetLimits(limits);
+    });
     view.blinked = [this](bool on) { Blink(on); };
     view.moved = [this](QPointF centre, double scale) { LookAt(centre, scale); };
     panes_.push_back(pane);
