@@ -20,11 +20,10 @@ class HistogramView : public QWidget {
 
   explicit HistogramView(const QString& title);
 
-  // Takes the values to count, over the limits of the appearance and a little to either side.
-  void Count(std::span<const float> values, const Appearance& appearance);
-
-  // Limits that are set by hand are marked.
-  void Show(const Appearance& appearance, bool byHand);
+  // Counts the values over the automatic limits and a little to either side, and shows the limits
+  // of the appearance, which are marked when they are set by hand.
+  void Show(std::span<const float> values, const Appearance& automatic,
+            const Appearance& appearance, bool byHand);
 
  protected:
   void paintEvent(QPaintEvent* event) override;
@@ -38,6 +37,7 @@ class HistogramView : public QWidget {
 
   NumberField* NewField(const QString& name, Limit limit);
   void Choose(Limit limit, float value);
+  void ShowLimits();
   void ShowStatistics(std::span<const float> values);
   void PaintStatistics(QPainter& painter) const;
   double ColumnOf(float value) const;

@@ -1,7 +1,5 @@
 #include "standalone/panel/image_pane.h"
 
-#include <utility>
-
 namespace lumomixcalc::standalone {
 
 ImagePane::ImagePane(const QString& title, const QComboBox& stretch, const Sight& sight)
@@ -29,12 +27,9 @@ ImagePane::ImagePane(const QString& title, const QComboBox& stretch, const Sight
   layout->addLayout(bar);
   layout->addWidget(raster_, 1);
   layout->addWidget(histogram_);
-  connect(part_, &QComboBox::currentIndexChanged, this, &ImagePane::ResetLimits);
-  connect(&stretch, &QComboBox::currentIndexChanged, this, &ImagePane::ResetLimits);
-  connect(colours_, &QComboBox::currentIndexChanged, [this] {
-    isKept_ = false;
-    Redraw();
-  });
+  for (const QComboBox* const box :
+       std::initializer_list<const QComboBox*>{part_, &stretch, colours_})
+    connect(box, &QComboBox::currentIndexChanged, [this] { SetLimits(std::nullopt); });
   histogram_->limitsChosen = [this](std::optional<Limits> limits) { SetLimits(limits); };
   image_.note = kNoFile;
   Redraw();
@@ -42,7 +37,7 @@ ImagePane::ImagePane(const QString& title, const QComboBox& stretch, const Sight
 
 void ImagePane::Show(const PreviewImage& image, const QRect& inputs) {
   // What is seen of the same data keeps its colours, once these are of the whole.
-  if (image.data != image_.data || (image.whole && !isOfWhole_)) isKept_ = false;
+  if (image.data != image_.data || (image.whole && ofWhole_ == false)) ofWhole_.reset();
   image_ = image;
   inputs_ = inputs;
   raster_->Dim(false);
@@ -50,7 +45,8 @@ void ImagePane::Show(const PreviewImage& image, const QRect& inputs) {
 }
 
 void ImagePane::Blink(const ImagePane* other) {
-  if (std::exchange(blinked_, other) != other) Recolour();
+  blinked_ = other;
+  Redraw();
 }
 
 QString ImagePane::SavePicture() {
@@ -65,13 +61,9 @@ QString ImagePane::SavePicture() {
   return "The picture was not written: " + file + ": " + writer.errorString();
 }
 
-void ImagePane::ResetLimits() {
-  isKept_ = false;
-  SetLimits(std::nullopt);
-}
-
 void ImagePane::SetLimits(std::optional<Limits> limits) {
   chosen_ = limits;
+  if (!limits) ofWhole_.reset();
   Redraw();
 }
 
@@ -91,27 +83,21 @@ void ImagePane::Redraw() {
   const int choice = angles_ ? 1 : colours_->currentIndex();  // grey is the brightness alone
   const auto map = choice > 0 ? std::optional(static_cast<ColourMap>(choice - 1)) : std::nullopt;
   const std::vector<float> counted = image_.OfTheRun(Values(), 1);
-  if (!std::exchange(isKept_, true)) {
+  if (!ofWhole_) {
     automatic_ = AppearanceOf(counted, image_.complex && part == ComplexPart::kPhase,
                               static_cast<Stretch>(stretch_.currentIndex()), map);
-    isOfWhole_ = image_.whole;
+    ofWhole_ = image_.whole;
   }
-  histogram_->Count(counted, automatic_);
-  Recolour();
-}
-
-void ImagePane::Recolour() {
-  const Appearance appearance = Shown();
   const ImagePane& from = blinked_ ? *blinked_ : *this;
   const PreviewImage& image = from.image_;
   QString text = Text(image.note);
   if (image.step > 1) text = QString("1 of %1 \u00d7 %1 cells").arg(image.step);
-  if (blinked_) text = from.title_;
+  if (blinked_) text = from.title_ + " in the place of " + title_;
   raster_->SetGrid(image.first, image.pitch, inputs_);
-  raster_->Show(Picture(from.Values(), image.columns, appearance,
+  raster_->Show(Picture(from.Values(), image.columns, Shown(),
                         from.angles_ ? image.values : std::span<const float>()),
                 text);
-  histogram_->Show(appearance, HasChosen());
+  histogram_->Show(counted, automatic_, Shown(), HasChosen());
 }
 
 }  // namespace lumomixcalc::standalone

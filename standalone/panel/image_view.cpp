@@ -32,8 +32,9 @@ ImageView::ImageView(const Sight& sight) : sight_(sight) {
   setViewportUpdateMode(FullViewportUpdate);
   setToolTip(
       "Wheel: zoom. Drag: move. Double click: one to one, or the whole again.\n"
+      "Drag with the Shift key: draw the region to compute.\n"
       "Click: pin a pixel until Esc; the arrow keys move it. Right click: copy, save.\n"
-      "B, held: File2 in the place of File1, and File1 in that of File2, in the same colours.");
+      "B: File1 and File2 in the place of each other, and back.");
 }
 
 void ImageView::SetGrid(QPoint first, QSize pitch, const QRect& image) {
@@ -125,22 +126,12 @@ void ImageView::keyPressEvent(QKeyEvent* event) {
   const int key = event->key();
   if (key == Qt::Key_Plus || key == Qt::Key_Equal || key == Qt::Key_Minus)
     return Zoom(Scale() * (key == Qt::Key_Minus ? 1 / kZoomStep : kZoomStep), mapFromScene(pixel));
-  if (key == Qt::Key_B) return blinked(true);
   const QPoint step((key == Qt::Key_Right) - (key == Qt::Key_Left),
                     (key == Qt::Key_Down) - (key == Qt::Key_Up));
   if (step.isNull()) return QGraphicsView::keyPressEvent(event);
   if (!HasPicture() || !sceneRect().toRect().contains(pixel + step)) return;
   if (!Seen().isNull() && !Seen().contains(pixel + step)) moved(pixel + step, sight_.scale);
   pointed(pixel + step, true);
-}
-
-void ImageView::keyReleaseEvent(QKeyEvent* event) {
-  if (event->key() == Qt::Key_B && !event->isAutoRepeat()) blinked(false);
-}
-
-void ImageView::focusOutEvent(QFocusEvent* event) {
-  QGraphicsView::focusOutEvent(event);
-  blinked(false);
 }
 
 void ImageView::wheelEvent(QWheelEvent* event) {
@@ -157,8 +148,7 @@ void ImageView::mouseDoubleClickEvent(QMouseEvent* event) {
 void ImageView::mousePressEvent(QMouseEvent* event) {
   if (event->button() != Qt::LeftButton || !HasPicture()) return;
   dragStart_ = dragEnd_ = event->position();
-  const bool wanted = sight_.draw->isChecked() || (event->modifiers() & Qt::ShiftModifier) != 0;
-  draws_ = wanted && sight_.draw->isEnabled();
+  draws_ = sight_.mayDraw && (event->modifiers() & Qt::ShiftModifier) != 0;
 }
 
 void ImageView::mouseMoveEvent(QMouseEvent* event) {

@@ -15,20 +15,19 @@ struct Sight {
   std::optional<QRect> region;  // is outlined
   std::optional<QPoint> pixel;  // is marked
   bool pinned = false;          // the pixel stays where the pointer does not point
-  const QAbstractButton* draw;  // while it is on, a drag draws a region; while it is disabled, none
+  bool mayDraw = false;         // a region
 };
 
 // Shows a picture of an image, or a note where there is none. The wheel zooms about the pointer, a
 // drag moves the image, a double click shows its pixels one to one and then the whole again. A drag
 // with the shift key draws a region. A click pins a pixel, arrow keys the next one; plus and minus
-// zoom; B blinks. The scene's coordinates are pixels of the inputs.
+// zoom. The scene's coordinates are pixels of the inputs.
 class ImageView : public QGraphicsView {
  public:
   explicit ImageView(const Sight& sight);
 
   std::function<void(QPointF centre, double scale)> moved;  // wanted, as in Sight; or resized
   std::function<void(std::optional<QPoint> pixel, bool pins)> pointed;  // none outside the image
-  std::function<void(bool on)> blinked;            // the key B is held, or no longer
   std::function<void(const QRect& pixels)> drawn;  // a region, at least one pixel
 
   // Says where the pictures that follow lie on the image: where the first value lies, and how many
@@ -57,8 +56,6 @@ class ImageView : public QGraphicsView {
   void drawForeground(QPainter* painter, const QRectF&) override;
   void resizeEvent(QResizeEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
-  void keyReleaseEvent(QKeyEvent* event) override;
-  void focusOutEvent(QFocusEvent* event) override;
   void wheelEvent(QWheelEvent* event) override;
   void mouseDoubleClickEvent(QMouseEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;

@@ -60,7 +60,8 @@ OutputSettings::OutputSettings(const Registration& registration,
 
   shared_->setToolTip("Combine images of different extents over the area that they share.");
   region_->setToolTip(
-      "Compute only this part of the images, in pixels. It can also be drawn on the preview.");
+      "Compute only this part of the images, in pixels. It can also be drawn: drag on a picture "
+      "with the Shift key held.");
   resolution_->setToolTip("Input pixels to one output pixel, in each direction");
   resampling_->setToolTip("How an output pixel is made from several input pixels");
   others_->setToolTip("Options of a command that have no field, such as -nodata=0 or -unscale");
@@ -105,7 +106,6 @@ OutputSettings::OutputSettings(const Registration& registration,
     box->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     connect(box, &QComboBox::currentIndexChanged, changed);
   }
-  ShowResolved(std::nullopt);
 }
 
 void OutputSettings::Show(const Job& job) {
@@ -171,15 +171,6 @@ void OutputSettings::TakeOthers() {
     fault_ = others_->objectName() + ": " + wrong.what();
     MarkFault(*others_, true);
   }
-}
-
-void OutputSettings::ShowResolved(const std::optional<RunPlan>& plan) {
-  const auto show = [](QComboBox& box, const QString& automatic, const QString& choice) {
-    const bool known = box.currentIndex() == 0 && !choice.isEmpty();
-    box.setItemText(0, known ? automatic + " (" + choice + ")" : automatic);
-  };
-  show(*mode_, "automatic", plan ? WordsFor(*plan->mode) : "");
-  show(*format_, "by extension", plan && plan->format.driver ? Text(plan->format.Name()) : "");
 }
 
 std::optional<QRect> OutputSettings::Region() const {

@@ -8,7 +8,6 @@
 #include "standalone/panel/widgets.h"
 #include "standalone/rasters/data_modes.h"
 #include "standalone/runs/job.h"
-#include "standalone/runs/plan.h"
 
 namespace lumomixcalc::standalone {
 
@@ -34,9 +33,6 @@ class OutputSettings : public QWidget {
 
   // What is wrong with the other options, which then are those before; or an empty text.
   const QString& Fault() const { return fault_; }
-
-  // Shows in the lists what the automatic choices are; the plan may be missing.
-  void ShowResolved(const std::optional<RunPlan>& plan);
 
   // The chosen region in pixels of the inputs, or none for all.
   std::optional<QRect> Region() const;

@@ -37,9 +37,8 @@ class PreviewPane : public QWidget {
 
   // The outlined region in pixels of the inputs, or none.
   void SetRegion(std::optional<QRect> pixels);
-  void LetDraw(bool allowed) { draw_->setEnabled(allowed); }
-  // Ends the drawing of a region, and unpins.
-  void Release();
+  void LetDraw(bool allowed) { sight_.mayDraw = allowed; }
+  void Unpin() { Point(std::nullopt, true); }
 
   // The pixels of the images; empty while there is none.
   QRect Extent() const { return extent_; }
@@ -65,12 +64,12 @@ class PreviewPane : public QWidget {
   QComboBox* images_;
   QComboBox* stretch_ =
       NewChoice("Stretch", {"Percentile 2\u201398 %", "Min\u2013max", "Logarithm"});
-  QPushButton* draw_ = Named(new QPushButton("Draw re&gion"), "Draw region");
   QSpinBox* band_ = Named(new QSpinBox, "Band", "Band shown");
   QLabel* bandLabel_ = NewLabel("Band", band_);
   QLabel* busy_ = Named(new QLabel, "Preview state");
   QLabel* zoom_ = Named(new QLabel, "Zoom");
   Sight sight_;
+  bool blinks_ = false;  // two inputs are shown in the place of each other
   QGridLayout* grid_ = new QGridLayout;
   std::vector<ImagePane*> panes_;  // the inputs, then the result
   Inspector& inspector_;
