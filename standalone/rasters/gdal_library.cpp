@@ -11,6 +11,7 @@
 #include <mutex>
 #include <regex>
 #include <set>
+#include <utility>
 
 #include "standalone/base/messages.h"
 
@@ -63,9 +64,12 @@ void SetUpGdal() {
   // glibc returns them to the system each time, and the run takes three times as long.
   mallopt(M_MMAP_THRESHOLD, 32 << 20);
   mallopt(M_TRIM_THRESHOLD, 64 << 20);
-  // Otherwise the missing end of a raw file that is too short is read as zeros.
-  if (!CPLGetConfigOption("RAW_CHECK_FILE_SIZE", nullptr))
-    CPLSetConfigOption("RAW_CHECK_FILE_SIZE", "YES");
+  // Otherwise the missing end of a raw file that is too short is read as zeros, and a server that
+  // does not answer is waited for without end.
+  for (const auto& [name, value] :
+       {std::pair("RAW_CHECK_FILE_SIZE", "YES"), std::pair("GDAL_HTTP_CONNECTTIMEOUT", "10"),
+        std::pair("GDAL_HTTP_LOW_SPEED_TIME", "10"), std::pair("GDAL_HTTP_LOW_SPEED_LIMIT", "1")})
+    if (!CPLGetConfigOption(name, nullptr)) CPLSetConfigOption(name, value);
   GDALAllRegister();
 }
 
