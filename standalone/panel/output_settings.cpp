@@ -11,15 +11,6 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-// A mode in words, without its name: "16-bit integer", "complex float".
-QString WordsFor(const DataMode& mode) {
-  const int bits = GDALGetDataTypeSizeBits(mode.type) / (mode.complex ? 2 : 1);
-  const QString number =
-      !mode.integer ? QString(bits == 64 ? "double" : "float")
-                    : QString("%1-bit %2").arg(bits).arg(mode.lowest < 0 ? "integer" : "unsigned");
-  return (mode.complex ? "complex " : "") + number;
-}
-
 Job WithoutFields(Job job) {
   job.inputs.clear();
   job.output.clear();
@@ -42,7 +33,13 @@ QSpinBox* NewSpin(const QString& name, int least, const QString& prefix) {
   return spin;
 }
 
-QString LabelOf(const DataMode& mode) { return QString("%1 (%2)").arg(WordsFor(mode), mode.name); }
+QString LabelOf(const DataMode& mode) {
+  const int bits = GDALGetDataTypeSizeBits(mode.type) / (mode.complex ? 2 : 1);
+  const QString number =
+      !mode.integer ? QString(bits == 64 ? "double" : "float")
+                    : QString("%1-bit %2").arg(bits).arg(mode.lowest < 0 ? "integer" : "unsigned");
+  return QString("%1%2 (%3)").arg(mode.complex ? "complex " : "", number, mode.name);
+}
 
 OutputSettings::OutputSettings(const Registration& registration,
                                const std::function<void()>& changed)

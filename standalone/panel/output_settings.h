@@ -56,8 +56,8 @@ class OutputSettings : public QWidget {
   QComboBox* resampling_ = NewChoice("Resampling", {});
   std::array<QSpinBox*, 2> looks_ = {NewSpin("Looks, columns", 1, "columns "),
                                      NewSpin("Looks, rows", 1, "rows ")};
-  QComboBox* mode_ = NewChoice("Data type", {""});
-  QComboBox* format_ = NewChoice("Format", {""});
+  QComboBox* mode_ = NewChoice("Data type", {"automatic"});
+  QComboBox* format_ = NewChoice("Format", {"by extension"});
   QLineEdit* others_ = Named(new QLineEdit, "Other options");
   Job other_;  // has the settings without a field
   QString fault_;

@@ -86,7 +86,10 @@ PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first) : hos
                             },
                             [this](const Findings& findings) { ShowFindings(findings); },
                             [this](const Inspection& found) { preview_->ShowElements(found); },
-                            [this](double share) { ShowProgress(share); },
+                            [this](double share) {
+                              progress_->setValue(static_cast<int>(share * kProgressSteps));
+                              progress_->setFormat(share < 1 ? "%p %" : "completing the file");
+                            },
                             [this](const std::string& message) { Tell(Text(message)); },
                             [this](RunEnd end) { EndRun(end); }});
   Refresh();
@@ -401,11 +404,6 @@ void PanelWindow::Run() {
   progress_->setValue(0);
   progress_->setFormat("running");
   worker_->Run(*job);
-}
-
-void PanelWindow::ShowProgress(double share) {
-  progress_->setValue(static_cast<int>(share * kProgressSteps));
-  progress_->setFormat(share < 1 ? "%p %" : "completing the file");
 }
 
 void PanelWindow::EndRun(RunEnd end) {

@@ -54,7 +54,6 @@ class PanelWindow : public QWidget {
   void Refresh();
   std::optional<Job> JobToRun();
   void Run();
-  void ShowProgress(double share);
   void EndRun(RunEnd end);
   void SetRunning(bool running);
   void ShowCommand(const std::string& command);

@@ -76,10 +76,9 @@ void PreviewPane::AddShortcuts() {
   new QShortcut(Qt::CTRL | Qt::Key_L, this, [this] {
     for (ImagePane* const pane : panes_) pane->SetLimits(std::nullopt);
   });
-  new QShortcut(Qt::Key_B, this, [this] { Blink(!blinks_); });
+  (new QShortcut(Qt::Key_B, this, [this] { Blink(!blinks_); }))->setAutoRepeat(false);
   new QShortcut(Qt::CTRL | Qt::Key_1, this, [this] {
-    const QPoint middle = extent_.center();
-    LookAt(sight_.scale > 0 ? sight_.centre : sight_.pixel.value_or(middle), 1);
+    LookAt(sight_.scale > 0 ? sight_.centre : sight_.pixel.value_or(extent_.center()), 1);
   });
 }
 

@@ -157,7 +157,7 @@ TEST_F(PanelWindowTest, ElementsUnderThePointerAreThoseOfThePixelAndTheSettings)
                    [](int column, int row) { return QString::number(2 * (column + 100 * row)); });
 }
 
-TEST_F(PanelWindowTest, CoarseAndLongThinPreviewsShowThePixelsInTheirPlaces) {
+TEST_F(PanelWindowTest, CoarseAndLongThinPreviewsShowPixelsInTheirPlacesAndReadThemOnce) {
   MakeRaster("f1.tif", 2500, 1300, 1);  // one of 2 x 2 pixels is shown
   Open("f1.tif -save=out.tif -operator=a1b");
   Set("Stretch", "Min\u2013max");
@@ -165,22 +165,16 @@ TEST_F(PanelWindowTest, CoarseAndLongThinPreviewsShowThePixelsInTheirPlaces) {
   EXPECT_EQ(qGray(picture.pixel(1249, 649)), 255);
   EXPECT_EQ(Find("Result preview").accessibleDescription(), "1 of 2 \u00d7 2 cells");
   for (const Image image : {kFile1, kResult}) ExpectElements({391, 541}, image, Ramp);
+  const auto bytesRead = [] { return std::stol(Bytes("/proc/self/io").substr(7)); };
+  const long before = bytesRead();
+  Set(kA, "0");
+  ExpectElements({391, 541}, kResult, [](int, int) { return "0 0 0 "; });
+  EXPECT_LT(bytesRead() - before, 4000000);  // of 13 million
   MakeRaster("f1.tif", 5000, 3, 1);
   Open("f1.tif -save=out.tif -operator=a1b");
   const auto& view = Pictured("Result preview");
   EXPECT_TRUE(view.Seen().isNull());
   EXPECT_GE(view.transform().m22() * 3, 20);
-}
-
-TEST_F(PanelWindowTest, CoefficientStepReadsNoInputAgain) {
-  MakeRaster("f1.tif", 1000, 1000, 1, 1);
-  Open("f1.tif -save=out.tif -operator=a1b");
-  ExpectElements({30, 35}, kResult, Ramp);
-  const auto bytesRead = [] { return std::stol(Bytes("/proc/self/io").substr(7)); };
-  const long before = bytesRead();
-  Set(kA, "0");
-  ExpectElements({30, 35}, kResult, [](int, int) { return "0 0 0 "; });
-  EXPECT_LT(bytesRead() - before, 4000000);  // of 8 million
 }
 
 TEST_F(PanelWindowTest, AllImagesShowTheSamePlaceDownToSinglePixels) {
@@ -195,11 +189,6 @@ TEST_F(PanelWindowTest, AllImagesShowTheSamePlaceDownToSinglePixels) {
   Settle();
   EXPECT_TRUE(file1.itemAt(PointOf(file1, place)));  // the picture lies there
   EXPECT_LT(result.Picture().width(), 1250);
-  const int before = result.Picture().width();
-  Set("Images shown", "Result");
-  Settle();
-  EXPECT_GT(result.Picture().width(), before + 50);
-  Set("Images shown", "Side by side");
   ExpectElements(place, kFile2, Ramp);
   const QPoint fixed(50, 40);
   const QPointF there = PlaceAt(result, fixed);
@@ -217,12 +206,8 @@ TEST_F(PanelWindowTest, DraggingWithShiftChoosesTheRegion) {
   std::ofstream("f1.tfw") << "10\n0\n0\n-10\n1005\n1995";
   Open(std::string(kFiles) + " -window=1000:1600:1600:2000");
   auto& view = Pictured("File1 preview");
-  Drag(*view.viewport(), PointOf(view, {45, 20}), PointOf(view, {15, 32}), Qt::ShiftModifier);
-  const std::string first = CurrentCommand();
-  EXPECT_NEAR(std::stoi(TextOf("Region, first column")), 15, 1);
   Drag(*view.viewport(), PointOf(view, {45, 20}), PointOf(view, {-9, 45}), Qt::ShiftModifier);
-  EXPECT_NE(CurrentCommand(), first);
-  EXPECT_EQ(first.find(" -window="), std::string::npos) << first;
+  EXPECT_EQ(CurrentCommand().find(" -window="), std::string::npos);
   EXPECT_EQ(TextOf("Region, first column"), "0");
   EXPECT_NEAR(std::stoi(TextOf("Region, columns")), 45, 1);
   EXPECT_NEAR(std::stoi(TextOf("Region, rows")), 20, 1);
