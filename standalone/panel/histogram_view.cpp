@@ -37,7 +37,7 @@ HistogramView::HistogramView(const QString& title)
 }
 
 NumberField* HistogramView::NewField(const QString& name, Limit limit) {
-  auto* const field = Named(new NumberField(9, 0.1F, [](auto) {}), name);
+  auto* const field = Named(new NumberField(11, 0.1F, [](auto) {}), name);
   field->setMaximumWidth(field->minimumWidth());
   // Not while it is typed: the 9 of 9999 is another limit.
   connect(field, &QLineEdit::editingFinished, [this, limit, field] {
