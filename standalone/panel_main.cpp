@@ -1,4 +1,6 @@
 // The panel's program.
+#include <cpl_conv.h>
+
 #include <QApplication>
 #include <algorithm>
 #include <clocale>
@@ -46,6 +48,11 @@ void ShowPanel(const std::optional<Job>& first, HostState& host, const std::stop
   QCoreApplication::setApplicationName("panel");
 
   SetUpGdal();
+  // All previews wait for a file that is being opened.
+  for (const char* const option : {"GDAL_HTTP_CONNECTTIMEOUT", "GDAL_HTTP_LOW_SPEED_TIME"})
+    if (!CPLGetConfigOption(option, nullptr)) CPLSetConfigOption(option, "10");
+  if (!CPLGetConfigOption("GDAL_HTTP_LOW_SPEED_LIMIT", nullptr))
+    CPLSetConfigOption("GDAL_HTTP_LOW_SPEED_LIMIT", "1");  // byte per second
   host.registration.Call(IP_SLOT_SET_MENU);
   {
     PanelWindow window(host, first);

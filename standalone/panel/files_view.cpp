@@ -1,8 +1,6 @@
 #include "standalone/panel/files_view.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <system_error>
 
 namespace lumomixcalc::standalone {
 
@@ -10,7 +8,7 @@ namespace lumomixcalc::standalone {
 class FileField : public QLineEdit {
  public:
   // Adds a row to grid: the stream's label, the field and a button to browse. chosen is called when
-  // a file is chosen by dialog, menu or drop, not when it is typed.
+  // a file is chosen by dialog or drop, not when it is typed.
   FileField(QGridLayout& grid, const DeclaredStream& stream, bool isOutput,
             const std::function<void()>& chosen)
       : number_(stream.number), isOutput_(isOutput), chosen_(chosen) {
@@ -21,13 +19,10 @@ class FileField : public QLineEdit {
     SetRead(true);
     auto* const browse = new QToolButton;
     browse->setText("\u2026");
-    browse->setToolTip("Browse, or choose a recent file");
+    browse->setToolTip("Choose a file");
     browse->setAccessibleName("Browse for " + label);
     browse->setFocusPolicy(Qt::StrongFocus);
-    browse->setPopupMode(QToolButton::MenuButtonPopup);
-    browse->setMenu(Named(new QMenu(browse), label + ", recent files"));
     connect(browse, &QToolButton::clicked, [this] { Browse(); });
-    connect(browse->menu(), &QMenu::aboutToShow, [this, browse] { FillMenu(*browse->menu()); });
     const int row = grid.rowCount();
     grid.addWidget(NewLabel(label, this), row, 0);
     grid.addWidget(this, row, 1);
@@ -46,7 +41,6 @@ class FileField : public QLineEdit {
 
   void Choose(const QString& file) {
     setText(file);
-    Remember();
     chosen_();
   }
 
@@ -60,42 +54,8 @@ class FileField : public QLineEdit {
     if (!file.isEmpty()) Choose(file);
   }
 
-  void Remember() const {
-    constexpr int kMost = 10;
-    QStringList files = QStringList(File()) + RecentFiles();
-    files.removeAll("");
-    files.removeDuplicates();
-    QSettings().setValue("recentFiles", files.mid(0, kMost));
-  }
-
-  // Returns why the name cannot be right, or an empty text, and marks the field if it cannot.
-  QString CheckName() {
-    // Names that only GDAL understands are not on disk.
-    static const QRegularExpression ofGdal("^(/vsi|<|[^/]+:)");
-    const QString file = File();
-    const QString folder = QFileInfo(file).path();
-    QString fault;
-    std::error_code denied;
-    const bool isThere = std::filesystem::exists(file.toStdString(), denied);
-    const bool mayLook = denied != std::errc::permission_denied;
-    if (isOutput_ && QFileInfo(file).isDir())
-      fault = " is a folder; a file name is expected";
-    else if (isOutput_ && !QFileInfo(folder).isDir())
-      fault = ": there is no folder " + folder;
-    else if (isOutput_ && !QFileInfo(folder).isWritable())
-      fault = ": the folder " + folder + " may not be written to";
-    else if (!isOutput_ && read_ && !isThere && !file.contains(ofGdal))
-      fault =
-          (mayLook ? ": there is no file " : ": a folder may not be read on the way to ") + file;
-    if (!fault.isEmpty()) fault.prepend(objectName());
-    if (file.isEmpty()) fault.clear();
-    MarkFault(*this, !fault.isEmpty());
-    return fault;
-  }
-
   // Dims the name of an input that the run does not read.
   void SetRead(bool read) {
-    read_ = read;
     QPalette colours;
     if (!read) colours.setColor(QPalette::Text, colours.color(QPalette::PlaceholderText));
     setPalette(colours);
@@ -105,19 +65,9 @@ class FileField : public QLineEdit {
   }
 
  private:
-  static QStringList RecentFiles() { return QSettings().value("recentFiles").toStringList(); }
-
-  void FillMenu(QMenu& menu) {
-    menu.clear();
-    for (const QString& file : RecentFiles())
-      menu.addAction(QString(file).replace('&', "&&"), [this, file] { Choose(file); });
-    if (menu.isEmpty()) menu.addAction("No recent files")->setEnabled(false);
-  }
-
   int number_;
   bool isOutput_;
   std::function<void()> chosen_;
-  bool read_ = true;
 };
 
 FilesView::FilesView(const Registration& registration, const std::function<void()>& changed) {
@@ -152,11 +102,9 @@ void FilesView::ShowRead(const std::set<int>& inputs) {
   for (FileField* const input : inputs_) input->SetRead(inputs.contains(input->StreamNumber()));
 }
 
-QStringList FilesView::Faults() {
-  QStringList faults;
-  for (FileField* const field : fields_) faults << field->CheckName();
-  faults.removeAll("");
-  return faults;
+void FilesView::MarkFaults(const QString& failure) {
+  for (FileField* const field : fields_)
+    MarkFault(*field, !field->File().isEmpty() && failure.contains(field->File()));
 }
 
 QString FilesView::InputToBeReplaced() const {
@@ -178,10 +126,6 @@ void FilesView::Take(const QList<QUrl>& files, const QStringList& names) {
   auto next = targets.begin();
   for (const QUrl& file : files)
     if (next != targets.end()) (*next++)->Choose(file.toString(QUrl::PreferLocalFile));
-}
-
-void FilesView::Remember() const {
-  for (const FileField* const field : fields_) field->Remember();
 }
 
 FileField& FilesView::FreeInput() const {

@@ -30,8 +30,8 @@ class FilesView : public QWidget {
   // Dims the inputs that the run does not read.
   void ShowRead(const std::set<int>& inputs);
 
-  // Marks the fields whose names cannot be right; returns the reasons.
-  QStringList Faults();
+  // Marks the fields whose files a sentence about a failure names.
+  void MarkFaults(const QString& failure);
 
   // The label of the input whose file is also the output, by whatever path; empty when none is.
   QString InputToBeReplaced() const;
@@ -42,9 +42,6 @@ class FilesView : public QWidget {
   // Takes files that were dropped on widgets of these names: one into the field there, or the one
   // whose picture is there, or else into the first input that is free.
   void Take(const QList<QUrl>& files, const QStringList& names);
-
-  // Puts the files first in the menus of recent ones.
-  void Remember() const;
 
  private:
   FileField& FreeInput() const;

@@ -37,21 +37,25 @@ HistogramView::HistogramView(const QString& title)
 }
 
 NumberField* HistogramView::NewField(const QString& name, Limit limit) {
-  auto* const field = Named(new NumberField(9, 0.1F, [](auto) {}), name);
+  auto* const field = Named(new NumberField(11, 0.1F, [](auto) {}), name);
   field->setMaximumWidth(field->minimumWidth());
   // Not while it is typed: the 9 of 9999 is another limit.
   connect(field, &QLineEdit::editingFinished, [this, limit, field] {
     if (!field->isModified()) return;
     field->setModified(false);
+    if (field->text().isEmpty()) return limitsChosen(std::nullopt);
     Choose(limit, field->Value().value_or(NAN));
-    Show(appearance_);  // in place of a text that is no limit
+    ShowLimits();  // in place of a text that is no limit
   });
   return field;
 }
 
-void HistogramView::Count(std::span<const float> values, const Appearance& appearance) {
-  const double low = appearance.Spread(appearance.limits.low);
-  const double width = appearance.Spread(appearance.limits.high) - low;
+void HistogramView::Show(std::span<const float> values, const Appearance& automatic,
+                         const Appearance& appearance, bool byHand) {
+  appearance_ = appearance;
+  byHand_ = byHand;
+  const double low = automatic.Spread(automatic.limits.low);
+  const double width = automatic.Spread(automatic.limits.high) - low;
   range_ = width > 0 ? width * 1.3 : 1;
   start_ = low + (width - range_) / 2;
   counts_.assign(values.empty() ? 0 : 128, 0);
@@ -61,6 +65,7 @@ void HistogramView::Count(std::span<const float> values, const Appearance& appea
     const double bin = (appearance.Spread(value) - start_) / range_ * bins;
     if (bin >= 0 && bin < bins) ++counts_[static_cast<std::size_t>(bin)];
   }
+  ShowLimits();
 }
 
 void HistogramView::ShowStatistics(std::span<const float> values) {
@@ -80,15 +85,22 @@ void HistogramView::ShowStatistics(std::span<const float> values) {
                  .arg(statistics_.value(0)));
 }
 
-void HistogramView::Show(const Appearance& appearance) {
-  appearance_ = appearance;
-  const auto [low, high] = appearance.limits;
+void HistogramView::ShowLimits() {
+  const auto [low, high] = appearance_.limits;
   low_->setVisible(!counts_.empty());
   // A single value is shown in one field.
   high_->setVisible(!counts_.empty() && low < high);
   ShowFigure(*low_, low);
   ShowFigure(*high_, high);
-  setAccessibleName(QString("Histogram, shown from %1 to %2").arg(low_->text(), high_->text()));
+  const QString state = byHand_ ? "set by hand: they stay until a field is emptied" : "automatic";
+  QFont font;
+  font.setBold(byHand_);
+  for (NumberField* const field : {low_, high_}) {
+    field->setFont(font);
+    field->setToolTip("Limits of the colours, " + state);
+  }
+  setAccessibleName(
+      QString("Histogram, shown from %1 to %2, %3").arg(low_->text(), high_->text(), state));
   update();
 }
 

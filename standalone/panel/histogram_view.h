@@ -20,10 +20,10 @@ class HistogramView : public QWidget {
 
   explicit HistogramView(const QString& title);
 
-  // Takes the values to count, over the limits of the appearance and a little to either side.
-  void Count(std::span<const float> values, const Appearance& appearance);
-
-  void Show(const Appearance& appearance);
+  // Counts the values over the automatic limits and a little to either side, and shows the limits
+  // of the appearance, which are marked when they are set by hand.
+  void Show(std::span<const float> values, const Appearance& automatic,
+            const Appearance& appearance, bool byHand);
 
  protected:
   void paintEvent(QPaintEvent* event) override;
@@ -37,6 +37,7 @@ class HistogramView : public QWidget {
 
   NumberField* NewField(const QString& name, Limit limit);
   void Choose(Limit limit, float value);
+  void ShowLimits();
   void ShowStatistics(std::span<const float> values);
   void PaintStatistics(QPainter& painter) const;
   double ColumnOf(float value) const;
@@ -47,6 +48,7 @@ class HistogramView : public QWidget {
   std::vector<std::uint32_t> counts_;  // in equal bins; without bins nothing is shown
   QStringList statistics_;             // the same in a long form and in shorter ones
   Appearance appearance_;
+  bool byHand_ = false;
   Limit dragged_ = nullptr;
   NumberField* low_;
   NumberField* high_;

@@ -3,7 +3,8 @@
 namespace lumomixcalc::standalone {
 
 ImagePane::ImagePane(const QString& title, const QComboBox& stretch, const Sight& sight)
-    : stretch_(stretch),
+    : title_(title),
+      stretch_(stretch),
       // In the orders of ComplexPart and, after the first, of ColourMap.
       part_(NewChoice(title + " part", {"Auto part", "Magnitude", "Phase", "Real part",
                                         "Imaginary part", "Magnitude and angle"})),
@@ -26,27 +27,51 @@ ImagePane::ImagePane(const QString& title, const QComboBox& stretch, const Sight
   layout->addLayout(bar);
   layout->addWidget(raster_, 1);
   layout->addWidget(histogram_);
-  connect(part_, &QComboBox::currentIndexChanged, this, &ImagePane::ResetLimits);
-  connect(&stretch, &QComboBox::currentIndexChanged, this, &ImagePane::ResetLimits);
-  connect(colours_, &QComboBox::currentIndexChanged, this, &ImagePane::Redraw);
-  histogram_->limitsChosen = [this](std::optional<Limits> limits) {
-    chosen_ = limits;
-    limits ? Recolour() : Redraw();
-  };
+  for (const QComboBox* const box :
+       std::initializer_list<const QComboBox*>{part_, &stretch, colours_})
+    connect(box, &QComboBox::currentIndexChanged, [this] { SetLimits(std::nullopt); });
+  histogram_->limitsChosen = [this](std::optional<Limits> limits) { SetLimits(limits); };
   image_.note = kNoFile;
   Redraw();
 }
 
 void ImagePane::Show(const PreviewImage& image, const QRect& inputs) {
+  // What is seen of the same data keeps its colours, once these are of the whole.
+  if (image.data != image_.data || (image.whole && ofWhole_ == false)) ofWhole_.reset();
   image_ = image;
-  raster_->SetGrid(image.first, image.pitch, inputs);
+  inputs_ = inputs;
   raster_->Dim(false);
   Redraw();
 }
 
-void ImagePane::ResetLimits() {
-  chosen_.reset();
+void ImagePane::Blink(const ImagePane* other) {
+  blinked_ = other;
   Redraw();
+}
+
+QString ImagePane::SavePicture() {
+  raster_->clearFocus();  // and its frame
+  const QPixmap picture = grab(raster_->geometry() | histogram_->geometry());
+  raster_->setFocus();
+  const QString file = QFileDialog::getSaveFileName(window(), "Save picture of " + title_,
+                                                    title_ + ".png", "PNG (*.png)");
+  if (file.isEmpty()) return "";
+  QImageWriter writer(file, "png");
+  if (writer.write(picture.toImage())) return "Written: " + file;
+  return "The picture was not written: " + file + ": " + writer.errorString();
+}
+
+void ImagePane::SetLimits(std::optional<Limits> limits) {
+  chosen_ = limits;
+  if (!limits) ofWhole_.reset();
+  Redraw();
+}
+
+Appearance ImagePane::Shown() const {
+  Appearance shown = automatic_;
+  if (HasChosen())
+    shown.limits = shown.map == ColourMap::kCentred ? chosen_->AboutZero() : *chosen_;
+  return shown;
 }
 
 void ImagePane::Redraw() {
@@ -58,21 +83,21 @@ void ImagePane::Redraw() {
   const int choice = angles_ ? 1 : colours_->currentIndex();  // grey is the brightness alone
   const auto map = choice > 0 ? std::optional(static_cast<ColourMap>(choice - 1)) : std::nullopt;
   const std::vector<float> counted = image_.OfTheRun(Values(), 1);
-  automatic_ = AppearanceOf(counted, image_.complex && part == ComplexPart::kPhase,
-                            static_cast<Stretch>(stretch_.currentIndex()), map);
-  histogram_->Count(counted, automatic_);
-  Recolour();
-}
-
-void ImagePane::Recolour() {
-  Appearance appearance = automatic_;
-  if (chosen_ && (chosen_->low > 0 || !appearance.logarithm))
-    appearance.limits = appearance.map == ColourMap::kCentred ? chosen_->AboutZero() : *chosen_;
-  const QString sample = QString("1 of %1 \u00d7 %1 cells").arg(image_.step);
-  raster_->Show(Picture(Values(), image_.columns, appearance,
-                        angles_ ? image_.values : std::span<const float>()),
-                image_.step > 1 ? sample : Text(image_.note));
-  histogram_->Show(appearance);
+  if (!ofWhole_) {
+    automatic_ = AppearanceOf(counted, image_.complex && part == ComplexPart::kPhase,
+                              static_cast<Stretch>(stretch_.currentIndex()), map);
+    ofWhole_ = image_.whole;
+  }
+  const ImagePane& from = blinked_ ? *blinked_ : *this;
+  const PreviewImage& image = from.image_;
+  QString text = Text(image.note);
+  if (image.step > 1) text = QString("1 of %1 \u00d7 %1 cells").arg(image.step);
+  if (blinked_) text = from.title_ + " in the place of " + title_;
+  raster_->SetGrid(image.first, image.pitch, inputs_);
+  raster_->Show(Picture(from.Values(), image.columns, Shown(),
+                        from.angles_ ? image.values : std::span<const float>()),
+                text);
+  histogram_->Show(counted, automatic_, Shown(), HasChosen());
 }
 
 }  // namespace lumomixcalc::standalone

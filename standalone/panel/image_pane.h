@@ -19,26 +19,40 @@ class ImagePane : public QWidget {
   // The result lies on the inputs, whose pixels are given.
   void Show(const PreviewImage& image, const QRect& inputs);
 
-  // Goes back to automatic limits.
-  void ResetLimits();
+  // Shows the picture of another pane in the place of this one's, in this one's colours; or its
+  // own again.
+  void Blink(const ImagePane* other);
+
+  // Writes the picture and its histogram, as they are shown, to a PNG file that the user chooses.
+  // Returns a sentence about it; an empty one when the user declines.
+  QString SavePicture();
+
+  // The colours and their limits: those that are set, or automatic ones, which stay while the data
+  // do. Setting none makes automatic ones again, of what is shown now.
+  Appearance Shown() const;
+  void SetLimits(std::optional<Limits> limits);
 
   const PreviewImage& Image() const { return image_; }
   ImageView& Raster() const { return *raster_; }
 
  private:
   std::span<const float> Values() const { return image_.complex ? parts_ : image_.values; }
+  bool HasChosen() const { return chosen_ && (chosen_->low > 0 || !automatic_.logarithm); }
   void Redraw();
-  void Recolour();
 
+  QString title_;
   const QComboBox& stretch_;
   QComboBox* part_;
   QComboBox* colours_;
   ImageView* raster_;
   HistogramView* histogram_;
   PreviewImage image_;
+  QRect inputs_;
+  const ImagePane* blinked_ = nullptr;
   std::vector<float> parts_;  // of complex elements, as shown
   bool angles_ = false;       // beside the parts
   Appearance automatic_;
+  std::optional<bool> ofWhole_;   // automatic_ is of the whole image; none: it is out of date
   std::optional<Limits> chosen_;  // by hand
 };
 

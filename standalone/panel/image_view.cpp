@@ -30,7 +30,11 @@ ImageView::ImageView(const Sight& sight) : sight_(sight) {
   setMouseTracking(true);
   setMinimumSize(240, 120);
   setViewportUpdateMode(FullViewportUpdate);
-  setToolTip("Wheel: zoom. Drag: move. Double click: one to one, or the whole again.");
+  setToolTip(
+      "Wheel: zoom. Drag: move. Double click: one to one, or the whole again.\n"
+      "Drag with the Shift key: draw the region to compute.\n"
+      "Click: pin a pixel until Esc; the arrow keys move it. Right click: copy, save.\n"
+      "B: File1 and File2 in the place of each other, and back.");
 }
 
 void ImageView::SetGrid(QPoint first, QSize pitch, const QRect& image) {
@@ -88,7 +92,7 @@ void ImageView::drawForeground(QPainter* painter, const QRectF&) {
     painter->drawRect(viewport()->rect().adjusted(0, 0, -1, -1));
   }
   if (!HasPicture()) return;
-  if (drawStart_)
+  if (dragStart_ && draws_)
     DrawSeenEverywhere(*painter, OnScreen(Drawn()));
   else if (sight_.region)
     DrawSeenEverywhere(*painter, OnScreen(*sight_.region));
@@ -127,7 +131,7 @@ void ImageView::keyPressEvent(QKeyEvent* event) {
   if (step.isNull()) return QGraphicsView::keyPressEvent(event);
   if (!HasPicture() || !sceneRect().toRect().contains(pixel + step)) return;
   if (!Seen().isNull() && !Seen().contains(pixel + step)) moved(pixel + step, sight_.scale);
-  pointed(pixel + step);
+  pointed(pixel + step, true);
 }
 
 void ImageView::wheelEvent(QWheelEvent* event) {
@@ -136,38 +140,35 @@ void ImageView::wheelEvent(QWheelEvent* event) {
 }
 
 void ImageView::mouseDoubleClickEvent(QMouseEvent* event) {
-  if (event->button() == Qt::LeftButton) Zoom(sight_.scale == 1 ? 0 : 1, event->position());
+  if (event->button() != Qt::LeftButton) return;
+  pointed(std::nullopt, true);  // its first click was none
+  Zoom(sight_.scale == 1 ? 0 : 1, event->position());
 }
 
 void ImageView::mousePressEvent(QMouseEvent* event) {
   if (event->button() != Qt::LeftButton || !HasPicture()) return;
-  dragEnd_ = event->position();
-  const bool draws = sight_.draw->isChecked() || (event->modifiers() & Qt::ShiftModifier) != 0;
-  isPanned_ = !draws || !sight_.draw->isEnabled();
-  if (!isPanned_) drawStart_ = dragEnd_;
+  dragStart_ = dragEnd_ = event->position();
+  draws_ = sight_.mayDraw && (event->modifiers() & Qt::ShiftModifier) != 0;
 }
 
 void ImageView::mouseMoveEvent(QMouseEvent* event) {
-  if (isPanned_ && sight_.scale > 0)
+  if (dragStart_ && !draws_ && sight_.scale > 0)
     moved(mapToScene(viewport()->rect()).boundingRect().center() -
               (event->position() - dragEnd_) / Scale(),
           sight_.scale);
   dragEnd_ = event->position();
-  if (drawStart_) viewport()->update();
-  const QPointF place = PlaceAt(event->position());
-  const QPoint pixel(qFloor(place.x()), qFloor(place.y()));
-  const bool inside = HasPicture() && sceneRect().toRect().contains(pixel);
-  pointed(inside ? std::optional(pixel) : std::nullopt);
+  if (dragStart_) viewport()->update();
+  pointed(PixelAt(dragEnd_), false);
 }
 
 void ImageView::mouseReleaseEvent(QMouseEvent* event) {
-  isPanned_ = false;
-  if (!drawStart_ || event->button() != Qt::LeftButton) return;
-  const bool isClick = (event->position() - *drawStart_).manhattanLength() < 4;
+  if (!dragStart_ || event->button() != Qt::LeftButton) return;
+  const bool isClick = (event->position() - *dragStart_).manhattanLength() < 4;
   const QRect pixels = Drawn() & sceneRect().toRect();
-  drawStart_.reset();
+  dragStart_.reset();
   viewport()->update();
-  if (!isClick && !pixels.isEmpty()) drawn(pixels);
+  if (isClick) pointed(PixelAt(event->position()), true);
+  if (!isClick && draws_ && !pixels.isEmpty()) drawn(pixels);
 }
 
 // The whole image as large as fits. A long thin one is broadened so that it is seen.
@@ -186,8 +187,15 @@ QPointF ImageView::PlaceAt(QPointF position) const {
   return viewportTransform().inverted().map(position + QPointF(half, half));
 }
 
+std::optional<QPoint> ImageView::PixelAt(QPointF position) const {
+  const QPointF place = PlaceAt(position);
+  const QPoint pixel(qFloor(place.x()), qFloor(place.y()));
+  const bool inside = HasPicture() && sceneRect().toRect().contains(pixel);
+  return inside ? std::optional(pixel) : std::nullopt;
+}
+
 QRect ImageView::Drawn() const {
-  return QRectF(PlaceAt(*drawStart_), PlaceAt(dragEnd_)).normalized().toAlignedRect();
+  return QRectF(PlaceAt(*dragStart_), PlaceAt(dragEnd_)).normalized().toAlignedRect();
 }
 
 // What lies at the position stays there. No smaller than the whole image.

@@ -14,20 +14,21 @@ struct Sight {
   double scale = 0;             // points of the screen to a pixel; 0 shows the whole image
   std::optional<QRect> region;  // is outlined
   std::optional<QPoint> pixel;  // is marked
-  const QAbstractButton* draw;  // while it is on, a drag draws a region; while it is disabled, none
+  bool pinned = false;          // the pixel stays where the pointer does not point
+  bool mayDraw = false;         // a region
 };
 
 // Shows a picture of an image, or a note where there is none. The wheel zooms about the pointer, a
 // drag moves the image, a double click shows its pixels one to one and then the whole again. A drag
-// with the shift key draws a region. Arrow keys point at the next pixel, plus and minus zoom. The
-// scene's coordinates are pixels of the inputs.
+// with the shift key draws a region. A click pins a pixel, arrow keys the next one; plus and minus
+// zoom. The scene's coordinates are pixels of the inputs.
 class ImageView : public QGraphicsView {
  public:
   explicit ImageView(const Sight& sight);
 
-  std::function<void(QPointF centre, double scale)> moved;   // wanted, as in Sight; or resized
-  std::function<void(std::optional<QPoint> pixel)> pointed;  // none outside the image
-  std::function<void(const QRect& pixels)> drawn;            // a region, at least one pixel
+  std::function<void(QPointF centre, double scale)> moved;  // wanted, as in Sight; or resized
+  std::function<void(std::optional<QPoint> pixel, bool pins)> pointed;  // none outside the image
+  std::function<void(const QRect& pixels)> drawn;  // a region, at least one pixel
 
   // Says where the pictures that follow lie on the image: where the first value lies, and how many
   // pixels it is from one to the next.
@@ -60,13 +61,14 @@ class ImageView : public QGraphicsView {
   void mousePressEvent(QMouseEvent* event) override;
   void mouseMoveEvent(QMouseEvent* event) override;
   void mouseReleaseEvent(QMouseEvent* event) override;
-  void leaveEvent(QEvent*) override { pointed(std::nullopt); }
+  void leaveEvent(QEvent*) override { pointed(std::nullopt, false); }
 
  private:
   QSizeF WholeScale() const;
   bool HasPicture() const { return !picture_->pixmap().isNull(); }
   void PaintText(QPainter& painter) const;
   QPointF PlaceAt(QPointF position) const;
+  std::optional<QPoint> PixelAt(QPointF position) const;
   QRectF OnScreen(const QRectF& area) const { return viewportTransform().mapRect(area); }
   QRect Drawn() const;
   void Zoom(double scale, QPointF position);
@@ -76,9 +78,9 @@ class ImageView : public QGraphicsView {
   QGraphicsPixmapItem* picture_ = new QGraphicsPixmapItem;
   QString text_;
   bool dimmed_ = false;
-  std::optional<QPointF> drawStart_;  // in points of the view, as the next
+  std::optional<QPointF> dragStart_;  // in points of the view, as the next
   QPointF dragEnd_;
-  bool isPanned_ = false;
+  bool draws_ = false;  // the drag, which otherwise moves the image
 };
 
 }  // namespace lumomixcalc::standalone

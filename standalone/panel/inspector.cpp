@@ -38,6 +38,7 @@ Inspector::Inspector(const QStringList& images)
   table_->setVerticalHeaderLabels(kFigures);
   table_->setHorizontalHeaderLabels(images);
   table_->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
+  table_->setWordWrap(false);  // a cut number shows as many digits as fit
   table_->setEditTriggers(QTableWidget::NoEditTriggers);
   table_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   table_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -56,9 +57,12 @@ Inspector::Inspector(const QStringList& images)
   Show(std::nullopt);
 }
 
-void Inspector::Show(const std::optional<Inspection>& found) {
+void Inspector::Show(const std::optional<Inspection>& found, bool pinned) {
   QString place = "Point at an image to read its elements.";
-  if (found) place = QString("Column %1, row %2").arg(found->pixel.x()).arg(found->pixel.y());
+  if (found)
+    place = QString(pinned ? "Pinned: column %1, row %2" : "Column %1, row %2")
+                .arg(found->pixel.x())
+                .arg(found->pixel.y());
   if (found && found->map)  // in metres to the millimetre, in degrees to far less
     place += QString("    on the map %1, %2")
                  .arg(found->map->front(), 0, 'g', 10)

@@ -12,10 +12,8 @@ class Inspector : public QWidget {
  public:
   explicit Inspector(const QStringList& images);
 
-  void Show(const std::optional<Inspection>& found);
+  void Show(const std::optional<Inspection>& found, bool pinned = false);
 
-  // Whether the table has the focus, and so Ctrl+C means it.
-  bool HasFocus() const { return table_->hasFocus(); }
   // Puts the place and the table into the clipboard, with tabs between the cells.
   void Copy() const;
 

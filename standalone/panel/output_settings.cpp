@@ -10,15 +10,6 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-// A mode in words, without its name: "16-bit integer", "complex float".
-QString WordsFor(const DataMode& mode) {
-  const int bits = GDALGetDataTypeSizeBits(mode.type) / (mode.complex ? 2 : 1);
-  const QString number =
-      !mode.integer ? QString(bits == 64 ? "double" : "float")
-                    : QString("%1-bit %2").arg(bits).arg(mode.lowest < 0 ? "integer" : "unsigned");
-  return (mode.complex ? "complex " : "") + number;
-}
-
 Job WithoutFields(Job job) {
   job.inputs.clear();
   job.output.clear();
@@ -41,7 +32,13 @@ QSpinBox* NewSpin(const QString& name, int least, const QString& prefix) {
   return spin;
 }
 
-QString LabelOf(const DataMode& mode) { return QString("%1 (%2)").arg(WordsFor(mode), mode.name); }
+QString LabelOf(const DataMode& mode) {
+  const int bits = GDALGetDataTypeSizeBits(mode.type) / (mode.complex ? 2 : 1);
+  const QString number =
+      !mode.integer ? QString(bits == 64 ? "double" : "float")
+                    : QString("%1-bit %2").arg(bits).arg(mode.lowest < 0 ? "integer" : "unsigned");
+  return QString("%1%2 (%3)").arg(mode.complex ? "complex " : "", number, mode.name);
+}
 
 OutputSettings::OutputSettings(const Registration& registration,
                                const std::function<void()>& changed)
@@ -59,7 +56,8 @@ OutputSettings::OutputSettings(const Registration& registration,
 
   shared_->setToolTip("Combine images of different extents over the area that they share.");
   region_->setToolTip(
-      "Compute only this part of the images, in pixels. It can also be drawn on the preview.");
+      "Compute only this part of the images, in pixels. It can also be drawn: drag on a picture "
+      "with the Shift key held.");
   resolution_->setToolTip("Input pixels to one output pixel, in each direction");
   resampling_->setToolTip("How an output pixel is made from several input pixels");
   others_->setToolTip("Options of a command that have no field, such as -nodata=0 or -unscale");
@@ -104,7 +102,6 @@ OutputSettings::OutputSettings(const Registration& registration,
     box->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     connect(box, &QComboBox::currentIndexChanged, changed);
   }
-  ShowResolved(std::nullopt);
 }
 
 void OutputSettings::Show(const Job& job) {
@@ -170,15 +167,6 @@ void OutputSettings::TakeOthers() {
     fault_ = others_->objectName() + ": " + wrong.what();
     MarkFault(*others_, true);
   }
-}
-
-void OutputSettings::ShowResolved(const std::optional<RunPlan>& plan) {
-  const auto show = [](QComboBox& box, const QString& automatic, const QString& choice) {
-    const bool known = box.currentIndex() == 0 && !choice.isEmpty();
-    box.setItemText(0, known ? automatic + " (" + choice + ")" : automatic);
-  };
-  show(*mode_, "automatic", plan ? WordsFor(*plan->mode) : "");
-  show(*format_, "by extension", plan && plan->format.driver ? Text(plan->format.Name()) : "");
 }
 
 std::optional<QRect> OutputSettings::Region() const {

@@ -8,7 +8,6 @@
 #include "standalone/panel/widgets.h"
 #include "standalone/rasters/data_modes.h"
 #include "standalone/runs/job.h"
-#include "standalone/runs/plan.h"
 
 namespace lumomixcalc::standalone {
 
@@ -35,9 +34,6 @@ class OutputSettings : public QWidget {
   // What is wrong with the other options, which then are those before; or an empty text.
   const QString& Fault() const { return fault_; }
 
-  // Shows in the lists what the automatic choices are; the plan may be missing.
-  void ShowResolved(const std::optional<RunPlan>& plan);
-
   // The chosen region in pixels of the inputs, or none for all.
   std::optional<QRect> Region() const;
   void SetRegion(const QRect& pixels);
@@ -60,8 +56,8 @@ class OutputSettings : public QWidget {
   QComboBox* resampling_ = NewChoice("Resampling", {});
   std::array<QSpinBox*, 2> looks_ = {NewSpin("Looks, columns", 1, "columns "),
                                      NewSpin("Looks, rows", 1, "rows ")};
-  QComboBox* mode_ = NewChoice("Data type", {""});
-  QComboBox* format_ = NewChoice("Format", {""});
+  QComboBox* mode_ = NewChoice("Data type", {"automatic"});
+  QComboBox* format_ = NewChoice("Format", {"by extension"});
   QLineEdit* others_ = Named(new QLineEdit, "Other options");
   Job other_;  // has the settings without a field
   QString fault_;

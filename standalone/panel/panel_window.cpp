@@ -65,6 +65,7 @@ PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first) : hos
     TakeChange();
   };
   preview_->viewChanged = [this] { Refresh(); };
+  preview_->told = [this](const QString& sentence) { Tell(sentence); };
   preview_->elementAsked = [this](QPoint pixel) { worker_->Inspect(pixel); };
   connect(&watcher_, &QFileSystemWatcher::fileChanged, [this] { Refresh(); });
   columns_->addWidget(preview_);
@@ -85,7 +86,10 @@ PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first) : hos
                             },
                             [this](const Findings& findings) { ShowFindings(findings); },
                             [this](const Inspection& found) { preview_->ShowElements(found); },
-                            [this](double share) { ShowProgress(share); },
+                            [this](double share) {
+                              progress_->setValue(static_cast<int>(share * kProgressSteps));
+                              progress_->setFormat(share < 1 ? "%p %" : "completing the file");
+                            },
                             [this](const std::string& message) { Tell(Text(message)); },
                             [this](RunEnd end) { EndRun(end); }});
   Refresh();
@@ -183,36 +187,32 @@ void PanelWindow::AddShortcuts() {
   new QShortcut(Qt::CTRL | Qt::Key_R, this, [this] { run_->click(); });
   new QShortcut(Qt::Key_Escape, this, [this] {
     cancel_->click();
-    preview_->StopDrawing();
+    preview_->Unpin();
   });
   new QShortcut(QKeySequence::Copy, this, [this] {
-    if (messages_->hasFocus() && messages_->textCursor().hasSelection()) return messages_->copy();
-    inspector_->HasFocus() ? inspector_->Copy() : copy_->click();
+    if (messages_->hasFocus()) return messages_->copy();
+    const bool elements = qobject_cast<QAbstractScrollArea*>(focusWidget());  // table or picture
+    elements ? inspector_->Copy() : copy_->click();
   });
-  qApp->installEventFilter(this);
-}
-
-// A text field takes Ctrl+C even when nothing in it is selected; it must then copy the command.
-bool PanelWindow::eventFilter(QObject* watched, QEvent* event) {
-  const auto* const edit = qobject_cast<QLineEdit*>(watched);
-  if (!edit || event->type() != QEvent::ShortcutOverride) return false;
-  if (edit->window() != this || edit->hasSelectedText()) return false;
-  if (!static_cast<QKeyEvent*>(event)->matches(QKeySequence::Copy)) return false;
-  event->ignore();
-  return true;
 }
 
 void PanelWindow::RestoreDisplay() {
-  const QSettings settings;
+  QSettings settings;
   constexpr QSize kFirstSize(1240, 800);
   // Room for the frame, whose size is known only after the window is shown.
   constexpr QMargins kFrame(8, 40, 8, 8);
   const QRect screen = this->screen()->availableGeometry();
   const QSize room = screen.marginsRemoved(kFrame).size();
   resize(settings.value("window/size", kFirstSize).toSize().boundedTo(room));
-  // The frame's corner where the application wants it, but all of it inside the screen.
-  move(screen.x() + std::clamp(host_.registration.menuX, 0, std::max(0, room.width() - width())),
-       screen.y() + std::clamp(host_.registration.menuY, 0, std::max(0, room.height() - height())));
+  // The frame's corner where the application wants it, but all of it inside the screen, and not
+  // over the window of the start before.
+  constexpr int kWindows = 4;
+  const int number = settings.value("window/number").toInt();
+  settings.setValue("window/number", (number + 1) % kWindows);
+  const QPoint corner(std::min(host_.registration.menuX, room.width() - width()),
+                      std::min(host_.registration.menuY, room.height() - height()));
+  const QPoint shifted = corner - QPoint(24, 24) * number;
+  move(screen.topLeft() + QPoint(std::max(0, shifted.x()), std::max(0, shifted.y())));
   if (!columns_->restoreState(settings.value("window/split").toByteArray()))
     columns_->setSizes({0, kFirstSize.width()});
   preview_->Restore(settings);
@@ -300,7 +300,7 @@ void PanelWindow::ShowFindings(const Findings& findings) {
   preview_->Dim(!Fault().isEmpty());
   output_->SetExtent(preview_->Extent());
   files_->ShowRead(findings.inputs);
-  output_->ShowResolved(findings.plan);
+  files_->MarkFaults(Text(findings.failure));
   resolved_->setText(findings.plan ? SummaryOf(*findings.plan) : "");
   resolved_->setToolTip(resolved_->text());
   ShowNotes();
@@ -314,7 +314,7 @@ QString PanelWindow::Fault() const {
 
 // Shows problems of fields, or else of the run, and warnings.
 void PanelWindow::ShowNotes() {
-  QStringList notes = files_->Faults();
+  QStringList notes;
   if (const QString fault = Fault(); !fault.isEmpty()) notes << fault;
   const bool started = !files_->Inputs().empty();  // else the pictures say how
   if (notes.isEmpty() && started && !findings_.failure.empty()) notes << Text(findings_.failure);
@@ -403,19 +403,7 @@ void PanelWindow::Run() {
   preview_->EndPreview();
   progress_->setValue(0);
   progress_->setFormat("running");
-  sinceRun_.start();
   worker_->Run(*job);
-}
-
-void PanelWindow::ShowProgress(double share) {
-  progress_->setValue(static_cast<int>(share * kProgressSteps));
-  const double elapsed = static_cast<double>(sinceRun_.elapsed()) / 1000;
-  constexpr double kShortest = 0.5;  // seconds, to judge by
-  if (share >= 1) return progress_->setFormat("completing the file");
-  if (share <= 0 || elapsed <= kShortest) return;
-  const int left = static_cast<int>(std::ceil(elapsed / share * (1 - share)));
-  progress_->setFormat(left < 60 ? QString("%1 s left").arg(left)
-                                 : QString("%1 min %2 s left").arg(left / 60).arg(left % 60));
 }
 
 void PanelWindow::EndRun(RunEnd end) {
@@ -425,7 +413,6 @@ void PanelWindow::EndRun(RunEnd end) {
   if (end == RunEnd::kDone) {
     progress_->setFormat("done");
     Tell("Written: " + files_->Output());
-    files_->Remember();
   } else if (end == RunEnd::kCancelled) {
     progress_->setFormat("cancelled");
     Tell("Cancelled; nothing was written.");

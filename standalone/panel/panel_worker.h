@@ -17,7 +17,7 @@ namespace lumomixcalc::standalone {
 
 enum class RunEnd { kDone, kCancelled, kFailed };
 
-// Does all that touches the run host, on one thread and in the order asked for: it writes the
+// Does all that touches the host, on one thread and in the order asked for: it writes the
 // user's entries to the addresses that the application bound, and makes every callback, for
 // previews, runs and the equivalent command. Call its functions, except Deliver, from the windows'
 // thread. They return at once; results go to the listener, also in the windows' thread.

@@ -9,6 +9,7 @@
 #include <system_error>
 #include <utility>
 
+#include "standalone/cli/options.h"
 #include "standalone/rasters/data_modes.h"
 
 namespace lumomixcalc::standalone {
@@ -141,6 +142,8 @@ PreviewImage PreviewMaker::Blank(int stream) const {
   };
   PreviewImage image;
   image.bands = input.Bands();
+  image.data = inputs_.at(stream).data;
+  image.whole = view_.seen.isNull();
   image.extent = {0, 0, input.Columns(), input.Rows()};
   if (plan_ && plan_->origins.contains(stream)) image.extent = rectangle(plan_->area);
   image.run = plan_ ? rectangle(plan_->grid.window) : image.extent;
@@ -215,22 +218,25 @@ bool PreviewMaker::Update(const DeclaredStream& stream, const std::stop_token& s
                                std::filesystem::file_size(name, ignored), job_.openOptions);
   Input& input = inputs_[stream.number];
   const bool another = file != input.file;
-  if (another) input = {file, nullptr, {}, {}};
+  if (another) input = {file, nullptr, {}, {}, 0, {}};
   try {
     if (another) input.raster = std::make_unique<RasterInput>(stream.label, name, job_.openOptions);
     if (!input.raster) return another;
     const PreviewImage blank = Blank(stream.number);
+    const auto rules = std::tuple(view_.band, blank.run, blank.extent, OriginOf(stream.number),
+                                  job_.elements, job_.selection);
     const CellSample cells = SampleFor(view_, blank.extent);
-    const auto read = std::tuple(cells, view_.band, blank.run, blank.extent,
-                                 OriginOf(stream.number), job_.elements, job_.selection);
-    if (read == input.read) return false;
-    input.read = {};
+    if (std::exchange(input.rules, rules) != rules)
+      input.data = ++newestData_;
+    else if (cells == input.cells)
+      return false;
+    input.cells.reset();
     input.image = Read(stream.number, cells, stop);
-    input.read = read;
+    input.cells = cells;
   } catch (const Cancelled&) {
     throw;
   } catch (const Failure& failure) {
-    input.read = {};
+    input.cells.reset();
     input.image = input.raster ? Blank(stream.number) : PreviewImage();
     input.image.note = failure.what();
   }
@@ -272,6 +278,8 @@ PreviewImage PreviewMaker::Result(Findings& findings, const std::stop_token& sto
   result.step = input.step;
   result.pitch = QSize(looks.x, looks.y) * plan_->grid.resolution * input.step;
   result.run = input.run;
+  result.data = resultData_;
+  result.whole = input.whole;
   result.values = std::move(raster.values);
   if (!plan_->mode->integer) return result;
   const std::size_t parts = result.complex ? 2 : 1;
@@ -304,6 +312,10 @@ Findings PreviewMaker::Make(const Job& job, const Job& ofTheRun, const View& vie
       show(i, Shown(inputs_.at(inputs[i].number).image, Grid().looks));
     }
   }
+  std::vector<int> read;
+  for (const auto& [stream, name] : run_.inputs) read.push_back(inputs_.at(stream).data);
+  const auto resultOf = std::tuple(read, run_.mode, run_.outputNoData, EchoOptions(host_));
+  if (std::exchange(resultOf_, resultOf) != resultOf) resultData_ = ++newestData_;
   PreviewImage result;
   try {
     if (!plan_) throw Failure(findings.failure);

@@ -49,13 +49,15 @@ struct PreviewImage {
   bool complex = false;
   std::vector<float> values;
   int columns = 0;
-  QPoint first;      // the pixel where the first value lies
-  QSize pitch;       // pixels from one value to the next
-  int step = 1;      // one of step x step cells of the run is shown
-  QRect run;         // the pixels that the run takes
-  QRect extent;      // the pixels of the input that can be shown
-  int bands = 0;     // of the input
-  std::string note;  // why there are no values
+  QPoint first;        // the pixel where the first value lies
+  QSize pitch;         // pixels from one value to the next
+  int step = 1;        // one of step x step cells of the run is shown
+  QRect run;           // the pixels that the run takes
+  QRect extent;        // the pixels of the input that can be shown
+  int bands = 0;       // of the input
+  std::string note;    // why there are no values
+  int data = 0;        // images with one number are views of the same data
+  bool whole = false;  // all that there is, not a place that is looked at
 
   // Those of the values, with so many parts for each element, that are the run's.
   std::vector<float> OfTheRun(std::span<const float> all, std::size_t parts) const;
@@ -116,8 +118,10 @@ class PreviewMaker {
                std::vector<std::string>>
         file;
     std::unique_ptr<RasterInput> raster;  // null if it cannot be opened
-    // What was read of it.
-    std::tuple<CellSample, int, QRect, QRect, PixelPosition, ElementRules, Selection> read;
+    // What was read of it, and of which cells.
+    std::tuple<int, QRect, QRect, PixelPosition, ElementRules, Selection> rules;
+    std::optional<CellSample> cells;
+    int data = 0;
     PreviewImage image;
   };
   Findings Check(const Job& asked) const;
@@ -133,6 +137,11 @@ class PreviewMaker {
 
   HostState& host_;
   std::map<int, Input> inputs_;  // by stream number
+  int newestData_ = 0;
+  // What the result's data are made of: the data read, mode, no data, the application's options.
+  std::tuple<std::vector<int>, const DataMode*, std::optional<double>, std::vector<std::string>>
+      resultOf_;
+  int resultData_ = 0;
   // Of the last preview.
   Job job_;
   Job run_;

@@ -8,7 +8,6 @@ namespace lumomixcalc::standalone {
 PreviewPane::PreviewPane(const QStringList& titles, Inspector& inspector)
     : images_(NewChoice("Images shown", QStringList("Side by side") + titles)),
       inspector_(inspector) {
-  sight_.draw = draw_;
   auto* const layout = NewLayout<QVBoxLayout>(this);
   layout->setSpacing(4);
   layout->addLayout(MakeBar());
@@ -31,17 +30,11 @@ PreviewPane::PreviewPane(const QStringList& titles, Inspector& inspector)
 
 QLayout* PreviewPane::MakeBar() {
   connect(images_, &QComboBox::currentIndexChanged, this, &PreviewPane::Arrange);
-  draw_->setCheckable(true);
-  draw_->setToolTip("Draw the region to compute on an image, or drag with the Shift key held");
-  connect(draw_, &QPushButton::toggled, [this](bool on) {
-    for (ImagePane* const pane : panes_)
-      pane->Raster().setCursor(on ? Qt::CrossCursor : Qt::ArrowCursor);
-  });
   band_->setRange(1, 1);
   connect(band_, &QSpinBox::valueChanged, [this] { viewChanged(); });
   auto* const bar = new QHBoxLayout;
   for (QWidget* const widget :
-       std::initializer_list<QWidget*>{images_, stretch_, draw_, bandLabel_, band_})
+       std::initializer_list<QWidget*>{images_, stretch_, bandLabel_, band_})
     bar->addWidget(widget);
   for (QComboBox* const box : {images_, stretch_}) box->setToolTip(box->objectName());
   bar->addStretch();
@@ -55,11 +48,19 @@ QLayout* PreviewPane::MakePanes(const QStringList& titles) {
   for (const QString& title : titles) {
     auto* const pane = new ImagePane(title, *stretch_, sight_);
     ImageView& view = pane->Raster();
-    view.pointed = [this](auto pixel) { Point(pixel); };
-    view.drawn = [this](const QRect& pixels) {
-      draw_->setChecked(false);
-      regionDrawn(pixels);
-    };
+    view.pointed = [this](auto pixel, bool pins) { Point(pixel, pins); };
+    view.setContextMenuPolicy(Qt::ActionsContextMenu);
+    view.addAction("Copy the table of elements (Ctrl+C)", [this] { inspector_.Copy(); });
+    view.drawn = [this](const QRect& pixels) { regionDrawn(pixels); };
+    view.addAction("Save picture\u2026", [this, pane] {
+      if (const QString sentence = pane->SavePicture(); !sentence.isEmpty()) told(sentence);
+    });
+    const bool isInput = &title != &titles.back();
+    view.addAction(isInput ? "Hold these limits, in all inputs" : "Hold these limits", [=, this] {
+      const std::optional<Limits> limits = pane->Shown().limits;
+      for (ImagePane* const each : panes_)
+        if (each == pane || (isInput && each != panes_.back())) each->SetLimits(limits);
+    });
     view.moved = [this](QPointF centre, double scale) { LookAt(centre, scale); };
     panes_.push_back(pane);
   }
@@ -73,16 +74,17 @@ QLayout* PreviewPane::MakePanes(const QStringList& titles) {
 void PreviewPane::AddShortcuts() {
   new QShortcut(Qt::CTRL | Qt::Key_0, this, [this] { LookAt({}, 0); });
   new QShortcut(Qt::CTRL | Qt::Key_L, this, [this] {
-    for (ImagePane* const pane : panes_) pane->ResetLimits();
+    for (ImagePane* const pane : panes_) pane->SetLimits(std::nullopt);
   });
+  (new QShortcut(Qt::Key_B, this, [this] { Blink(!blinks_); }))->setAutoRepeat(false);
   new QShortcut(Qt::CTRL | Qt::Key_1, this, [this] {
-    const QPoint middle = extent_.center();
-    LookAt(sight_.scale > 0 ? sight_.centre : sight_.pixel.value_or(middle), 1);
+    LookAt(sight_.scale > 0 ? sight_.centre : sight_.pixel.value_or(extent_.center()), 1);
   });
 }
 
 void PreviewPane::Show(std::size_t position, const PreviewImage& image) {
   if (image.bands > 0) extent_ = image.extent;
+  if (blinks_) Blink(false);
   const bool had = HasFile(position);
   panes_[position]->Show(image, extent_);
   if (had != HasFile(position)) Arrange();
@@ -105,7 +107,7 @@ void PreviewPane::EndPreview() {
 }
 
 void PreviewPane::ShowElements(const Inspection& found) {
-  if (sight_.pixel) inspector_.Show(found);
+  if (sight_.pixel) inspector_.Show(found, sight_.pinned);
 }
 
 void PreviewPane::SetRegion(std::optional<QRect> pixels) {
@@ -175,13 +177,20 @@ void PreviewPane::FollowSight() {
   for (ImagePane* const pane : panes_) pane->Raster().Follow();
 }
 
+void PreviewPane::Blink(bool on) {
+  blinks_ = on && panes_.size() == 3 && HasFile(0) && HasFile(1);
+  panes_[0]->Blink(blinks_ ? panes_[1] : nullptr);
+  panes_[1]->Blink(blinks_ ? panes_[0] : nullptr);
+}
+
 void PreviewPane::Dim(bool dimmed) {
   for (ImagePane* const pane : panes_) pane->Raster().Dim(dimmed);
 }
 
-void PreviewPane::Point(std::optional<QPoint> pixel) {
-  if (pixel == sight_.pixel) return;
+void PreviewPane::Point(std::optional<QPoint> pixel, bool pins) {
+  if (!pins && (sight_.pinned || pixel == sight_.pixel)) return;
   sight_.pixel = pixel;
+  sight_.pinned = pins && pixel;
   FollowSight();
   resting_.start();
   if (!pixel) inspector_.Show(std::nullopt);

@@ -15,6 +15,7 @@ class PreviewPane : public QWidget {
   std::function<void(QRect pixels)> regionDrawn;
   std::function<void()> viewChanged;  // View() has changed
   std::function<void(QPoint pixel)> elementAsked;
+  std::function<void(const QString& sentence)> told;
 
   // titles: of the inputs and of the result. The inspector, which stands elsewhere, shows the
   // elements under the pointer.
@@ -36,8 +37,8 @@ class PreviewPane : public QWidget {
 
   // The outlined region in pixels of the inputs, or none.
   void SetRegion(std::optional<QRect> pixels);
-  void LetDraw(bool allowed) { draw_->setEnabled(allowed); }
-  void StopDrawing() { draw_->setChecked(false); }
+  void LetDraw(bool allowed) { sight_.mayDraw = allowed; }
+  void Unpin() { Point(std::nullopt, true); }
 
   // The pixels of the images; empty while there is none.
   QRect Extent() const { return extent_; }
@@ -56,18 +57,19 @@ class PreviewPane : public QWidget {
   bool HasFile(std::size_t position) const;
   void LookAt(QPointF centre, double scale);
   void FollowSight();
-  void Point(std::optional<QPoint> pixel);
+  void Blink(bool on);
+  void Point(std::optional<QPoint> pixel, bool pins);
 
   QRect extent_;
   QComboBox* images_;
   QComboBox* stretch_ =
       NewChoice("Stretch", {"Percentile 2\u201398 %", "Min\u2013max", "Logarithm"});
-  QPushButton* draw_ = Named(new QPushButton("Draw re&gion"), "Draw region");
   QSpinBox* band_ = Named(new QSpinBox, "Band", "Band shown");
   QLabel* bandLabel_ = NewLabel("Band", band_);
   QLabel* busy_ = Named(new QLabel, "Preview state");
   QLabel* zoom_ = Named(new QLabel, "Zoom");
   Sight sight_;
+  bool blinks_ = false;  // two inputs are shown in the place of each other
   QGridLayout* grid_ = new QGridLayout;
   std::vector<ImagePane*> panes_;  // the inputs, then the result
   Inspector& inspector_;

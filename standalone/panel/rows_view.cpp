@@ -28,11 +28,8 @@ void ShowHelp(QWidget* parent, const std::string& key) {
     format.setCellPadding(4);
     table->setFrameFormat(format);
   }
-  auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Close);
-  QObject::connect(buttons, &QDialogButtonBox::rejected, dialog, &QDialog::close);
   auto* const layout = new QVBoxLayout(dialog);
   layout->addWidget(text);
-  layout->addWidget(buttons);
   dialog->resize(QSize(680, 600).boundedTo(parent->screen()->availableSize()));
   dialog->show();
 }

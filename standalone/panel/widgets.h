@@ -12,11 +12,11 @@ namespace lumomixcalc::standalone {
 inline QString Text(const std::string& text) { return QString::fromStdString(text); }
 
 // Gives a widget the name that tests find it by, and the one that screen readers say, by default
-// the same.
+// the same. Of a label they say the text.
 template <typename Widget>
 Widget* Named(Widget* widget, const QString& name, const QString& spoken = {}) {
   widget->setObjectName(name);
-  widget->setAccessibleName(spoken.isEmpty() ? name : spoken);
+  if (!qobject_cast<QLabel*>(widget)) widget->setAccessibleName(spoken.isEmpty() ? name : spoken);
   return widget;
 }
 

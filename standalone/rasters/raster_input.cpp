@@ -7,10 +7,12 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <filesystem>
 #include <fstream>
 #include <limits>
 #include <mutex>
 #include <span>
+#include <system_error>
 #include <type_traits>
 #include <utility>
 
@@ -123,6 +125,9 @@ RasterInput::RasterInput(const std::string& label, const std::string& name,
 }
 
 GDALDatasetUniquePtr RasterInput::Open(const char* overviewLevel) const {
+  std::error_code ignored;
+  if (std::filesystem::is_fifo(name_, ignored))  // would be waited for without end
+    throw Failure("cannot open " + Describe() + ": it is a pipe; a file is expected");
   const GdalFailures failures;
   CPLStringList options = openOptions_;
   if (overviewLevel) options.SetNameValue("OVERVIEW_LEVEL", overviewLevel);

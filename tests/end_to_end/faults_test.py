@@ -87,6 +87,8 @@ class Faults(harness.ProgramTest):
         gdal.Translate(self.path("mosaic.vrt"), self.a, format="VRT")
         os.remove(self.a)
         self.refused("mosaic.vrt", self.path("mosaic.vrt"), self.out, COPY)
+        os.mkfifo(self.a)
+        self.refused("it is a pipe; a file is expected", self.b, self.a, self.out)
 
     def test_closed_standard_descriptors_are_no_files_of_the_run(self):
         arguments = self.a, self.b, self.out, "-operator=a1_conj_b2", "-b=0:1", "-overwrite"

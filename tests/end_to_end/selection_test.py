@@ -244,7 +244,8 @@ class Coherence(harness.ProgramTest):
         script = str(Path(__file__).parents[2] / "packaging/lumomixcalc-coherence")
         return subprocess.Popen(
             [script, self.a, self.b, self.out, "-quiet", *options], stderr=subprocess.PIPE, text=True,
-            env={**os.environ, "PATH": f"{folder}:{os.environ['PATH']}", "TMPDIR": self.path("tmp")})
+            env={**os.environ, "PATH": f"{folder}:{os.environ['PATH']}", "TMPDIR": self.path("tmp"),
+                 "LC_ALL": "C.UTF-8"})
 
     def test_of_images_in_two_places(self):
         one, other = IMAGE[:2, :40, :50] + 1j * IMAGE[1:, :40, :50]

@@ -138,16 +138,26 @@ TEST_F(PanelWindowTest, ElementsUnderThePointerAreThoseOfThePixelAndTheSettings)
   auto& view = Find<ImageView>("File1 preview");
   for (const int key : {Qt::Key_Left, Qt::Key_Up, Qt::Key_Up, Qt::Key_Plus})
     QTest::keyClick(&view, static_cast<Qt::Key>(key));
-  EXPECT_TRUE(WaitFor([&] { return named().startsWith("Column 56, row 3 "); }));
+  EXPECT_TRUE(WaitFor([&] { return named().startsWith("Pinned: column 56, row 3 "); }));
   EXPECT_TRUE(view.Scale() > 1 && view.Seen().contains(56, 3));
   QTest::keyClick(&view, Qt::Key_Minus);
+  Settle();
+  const QPoint there = PointOf(view, {7.5, 9.5});
+  QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, there);
+  EXPECT_TRUE(WaitFor([&] { return named().startsWith("Pinned: column 7, row 9 "); }));
+  QTest::mouseMove(view.viewport(), there + QPoint(50, 0));
+  QTest::keyClick(&view, Qt::Key_C, Qt::ControlModifier);
+  const QString table = QGuiApplication::clipboard()->text();
+  EXPECT_TRUE(table.contains(QRegularExpression("^Pinned.*\n\tFile1.*\nValue\t907\t")))
+      << table.toStdString();
+  QTest::keyClick(&view, Qt::Key_Escape);
   MakeRaster("f1.tif", 60, 40, 2);  // is noticed
   for (const double place : {10.97, 21.97, 32.97, 37.97})
     ExpectElements({place, place}, kFile1,
                    [](int column, int row) { return QString::number(2 * (column + 100 * row)); });
 }
 
-TEST_F(PanelWindowTest, CoarseAndLongThinPreviewsShowThePixelsInTheirPlaces) {
+TEST_F(PanelWindowTest, CoarseAndLongThinPreviewsShowPixelsInTheirPlacesAndReadThemOnce) {
   MakeRaster("f1.tif", 2500, 1300, 1);  // one of 2 x 2 pixels is shown
   Open("f1.tif -save=out.tif -operator=a1b");
   Set("Stretch", "Min\u2013max");
@@ -155,22 +165,16 @@ TEST_F(PanelWindowTest, CoarseAndLongThinPreviewsShowThePixelsInTheirPlaces) {
   EXPECT_EQ(qGray(picture.pixel(1249, 649)), 255);
   EXPECT_EQ(Find("Result preview").accessibleDescription(), "1 of 2 \u00d7 2 cells");
   for (const Image image : {kFile1, kResult}) ExpectElements({391, 541}, image, Ramp);
+  const auto bytesRead = [] { return std::stol(Bytes("/proc/self/io").substr(7)); };
+  const long before = bytesRead();
+  Set(kA, "0");
+  ExpectElements({391, 541}, kResult, [](int, int) { return "0 0 0 "; });
+  EXPECT_LT(bytesRead() - before, 4000000);  // of 13 million
   MakeRaster("f1.tif", 5000, 3, 1);
   Open("f1.tif -save=out.tif -operator=a1b");
   const auto& view = Pictured("Result preview");
   EXPECT_TRUE(view.Seen().isNull());
   EXPECT_GE(view.transform().m22() * 3, 20);
-}
-
-TEST_F(PanelWindowTest, CoefficientStepReadsNoInputAgain) {
-  MakeRaster("f1.tif", 1000, 1000, 1, 1);
-  Open("f1.tif -save=out.tif -operator=a1b");
-  ExpectElements({30, 35}, kResult, Ramp);
-  const auto bytesRead = [] { return std::stol(Bytes("/proc/self/io").substr(7)); };
-  const long before = bytesRead();
-  Set(kA, "0");
-  ExpectElements({30, 35}, kResult, [](int, int) { return "0 0 0 "; });
-  EXPECT_LT(bytesRead() - before, 4000000);  // of 8 million
 }
 
 TEST_F(PanelWindowTest, AllImagesShowTheSamePlaceDownToSinglePixels) {
@@ -185,11 +189,6 @@ TEST_F(PanelWindowTest, AllImagesShowTheSamePlaceDownToSinglePixels) {
   Settle();
   EXPECT_TRUE(file1.itemAt(PointOf(file1, place)));  // the picture lies there
   EXPECT_LT(result.Picture().width(), 1250);
-  const int before = result.Picture().width();
-  Set("Images shown", "Result");
-  Settle();
-  EXPECT_GT(result.Picture().width(), before + 50);
-  Set("Images shown", "Side by side");
   ExpectElements(place, kFile2, Ramp);
   const QPoint fixed(50, 40);
   const QPointF there = PlaceAt(result, fixed);
@@ -207,12 +206,8 @@ TEST_F(PanelWindowTest, DraggingWithShiftChoosesTheRegion) {
   std::ofstream("f1.tfw") << "10\n0\n0\n-10\n1005\n1995";
   Open(std::string(kFiles) + " -window=1000:1600:1600:2000");
   auto& view = Pictured("File1 preview");
-  Drag(*view.viewport(), PointOf(view, {45, 20}), PointOf(view, {15, 32}), Qt::ShiftModifier);
-  const std::string first = CurrentCommand();
-  EXPECT_NEAR(std::stoi(TextOf("Region, first column")), 15, 1);
   Drag(*view.viewport(), PointOf(view, {45, 20}), PointOf(view, {-9, 45}), Qt::ShiftModifier);
-  EXPECT_NE(CurrentCommand(), first);
-  EXPECT_EQ(first.find(" -window="), std::string::npos) << first;
+  EXPECT_EQ(CurrentCommand().find(" -window="), std::string::npos);
   EXPECT_EQ(TextOf("Region, first column"), "0");
   EXPECT_NEAR(std::stoi(TextOf("Region, columns")), 45, 1);
   EXPECT_NEAR(std::stoi(TextOf("Region, rows")), 20, 1);

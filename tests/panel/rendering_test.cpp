@@ -124,7 +124,11 @@ class LimitsTest : public PanelWindowTest {
 };
 
 TEST_F(LimitsTest, HoldWhenDraggedOrTypedUntilReset) {
-  EXPECT_EQ(Shown(), "48 3911");
+  QTest::keyClicks(&Find("File1 preview"), "++++++");
+  Settle();
+  EXPECT_EQ(Shown(), "48 3911");  // of the whole image
+  QTest::keyClick(window_.get(), Qt::Key_0, Qt::ControlModifier);
+  Settle();
   DragLine(1 - kLeft, 0.5);
   EXPECT_NEAR(std::stod(TextOf(kHigh)), 1980, 20);
   DragLine(kLeft + 0.1, 0.2);  // no line there
@@ -136,11 +140,13 @@ TEST_F(LimitsTest, HoldWhenDraggedOrTypedUntilReset) {
   Type(kHigh, "1500");
   Type(kLow, "500");
   MakeRaster("f1.tif", 60, 40, 0.5);
-  Set(kA, "2");
+  Set(kA, "4");
   EXPECT_TRUE(WaitFor([&] { return GrayAt(0, 20) == 128; }));
   EXPECT_EQ(Shown(), "500 1500");
-  QTest::mouseDClick(Find(kLow).parentWidget(), Qt::LeftButton, {}, {200, 10});
-  EXPECT_EQ(Shown(), "24 1955.5");
+  EXPECT_TRUE(Find(kLow).font().bold());
+  Type(kHigh, "\b");
+  EXPECT_EQ(Shown() + " " + TextOf("Result high limit"), "24 1955.5 7822");
+  EXPECT_FALSE(Find(kLow).font().bold());
   Type(kLow, "1");
   Set("Stretch", "Min\u2013max");
   EXPECT_EQ(Shown(), "0 1979.5");
@@ -166,6 +172,32 @@ TEST_F(LimitsTest, SuitLogarithmsCentredColoursAndPhases) {
   EXPECT_EQ(Shown(), "-50 50");
   Set("File1 part", "Phase");
   EXPECT_EQ(Shown(), "\u2212\u03c0 \u03c0");
+}
+
+TEST_F(LimitsTest, AreSharedToCompareInputsWhichBlinkAndAreSaved) {
+  Set("File2", "f2.tif");
+  Set("File2 part", "Real part");
+  auto& view = Pictured("File1 preview");
+  const auto& other = Pictured("File2 preview");
+  EXPECT_EQ(TextOf("File2 high limit"), "7822");
+  view.actions().last()->trigger();
+  EXPECT_EQ(TextOf("File2 high limit"), "3911");
+  const std::array pictures = {view.Picture(), other.Picture()};
+  for (const std::size_t blinks : {1, 0}) {
+    QTest::keyClick(window_.get(), Qt::Key_B);
+    EXPECT_EQ(view.Picture(), pictures[blinks]);
+    EXPECT_EQ(view.accessibleDescription(), blinks ? "File2 in the place of File1" : "");
+  }
+  for (const char* const file : {"no/picture", "picture"}) {
+    QTimer::singleShot(0, [file] {
+      auto& dialog = dynamic_cast<QFileDialog&>(*QApplication::activeModalWidget());
+      dialog.selectFile(file);
+      static_cast<QDialog&>(dialog).accept();
+    });
+    view.actions()[1]->trigger();
+    EXPECT_TRUE(Told(*file == 'n' ? "The picture was not written: " : "Written: "));
+  }
+  EXPECT_EQ(QImage("picture").width(), view.width());
 }
 
 }  // namespace
