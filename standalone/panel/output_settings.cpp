@@ -10,6 +10,15 @@
 namespace lumomixcalc::standalone {
 namespace {
 
+// "complex float (cfloat32)"
+QString LabelOf(const DataMode& mode) {
+  const int bits = GDALGetDataTypeSizeBits(mode.type) / (mode.complex ? 2 : 1);
+  const QString number =
+      !mode.integer ? QString(bits == 64 ? "double" : "float")
+                    : QString("%1-bit %2").arg(bits).arg(mode.lowest < 0 ? "integer" : "unsigned");
+  return QString("%1%2 (%3)").arg(mode.complex ? "complex " : "", number, mode.name);
+}
+
 Job WithoutFields(Job job) {
   job.inputs.clear();
   job.output.clear();
@@ -30,14 +39,6 @@ QSpinBox* NewSpin(const QString& name, int least, const QString& prefix) {
   spin->setMinimumWidth(spin->fontMetrics().horizontalAdvance(prefix + "0000") + 24);
   spin->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
   return spin;
-}
-
-QString LabelOf(const DataMode& mode) {
-  const int bits = GDALGetDataTypeSizeBits(mode.type) / (mode.complex ? 2 : 1);
-  const QString number =
-      !mode.integer ? QString(bits == 64 ? "double" : "float")
-                    : QString("%1-bit %2").arg(bits).arg(mode.lowest < 0 ? "integer" : "unsigned");
-  return QString("%1%2 (%3)").arg(mode.complex ? "complex " : "", number, mode.name);
 }
 
 OutputSettings::OutputSettings(const Registration& registration,

@@ -14,9 +14,6 @@ namespace lumomixcalc::standalone {
 // A field for a whole number that is not as wide as the largest one.
 QSpinBox* NewSpin(const QString& name, int least, const QString& prefix);
 
-// "complex float (cfloat32)"
-QString LabelOf(const DataMode& mode);
-
 // Which part of the inputs a run takes and how its output is stored: extent, region and resolution,
 // these two if the application offers them, looks, data mode and format, which messages name by
 // their fields; and a field with the options for all else.

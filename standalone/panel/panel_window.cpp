@@ -23,15 +23,14 @@ QString FaultOf(const NumberField& field) {
       .arg(field.accessibleName(), field.text());
 }
 
-// "GTiff, complex float (cfloat32), 1200 x 800, 1 band, 7.3 MB"; without a format while the output
-// has none.
+// "GTiff cfloat32, 1200 x 800, 1 band, 7.3 MB"; without a format while the output has none.
 QString SummaryOf(const RunPlan& plan) {
   const DataMode& mode = *plan.mode;
   const std::size_t bands = plan.bands.size();
   const double bytes = static_cast<double>(GDALGetDataTypeSizeBytes(mode.type)) *
                        plan.grid.columns * plan.grid.rows * static_cast<double>(bands);
   return QString("%1%2, %3 \u00d7 %4, %5, %6")
-      .arg(Text(plan.format.driver ? plan.format.Name() + ", " : ""), LabelOf(mode))
+      .arg(Text(plan.format.driver ? plan.format.Name() + " " : ""), mode.name)
       .arg(plan.grid.columns)
       .arg(plan.grid.rows)
       .arg(
@@ -86,10 +85,7 @@ PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first) : hos
                             },
                             [this](const Findings& findings) { ShowFindings(findings); },
                             [this](const Inspection& found) { preview_->ShowElements(found); },
-                            [this](double share) {
-                              progress_->setValue(static_cast<int>(share * kProgressSteps));
-                              progress_->setFormat(share < 1 ? "%p %" : "completing the file");
-                            },
+                            [this](double share) { ShowProgress(share); },
                             [this](const std::string& message) { Tell(Text(message)); },
                             [this](RunEnd end) { EndRun(end); }});
   Refresh();
@@ -403,7 +399,19 @@ void PanelWindow::Run() {
   preview_->EndPreview();
   progress_->setValue(0);
   progress_->setFormat("running");
+  sinceRun_.start();
   worker_->Run(*job);
+}
+
+void PanelWindow::ShowProgress(double share) {
+  progress_->setValue(static_cast<int>(share * kProgressSteps));
+  const double elapsed = static_cast<double>(sinceRun_.elapsed()) / 1000;
+  constexpr double kShortest = 0.5;  // seconds, to judge by
+  if (share >= 1) return progress_->setFormat("completing the file");
+  if (share <= 0 || elapsed <= kShortest) return;
+  const int left = static_cast<int>(std::ceil(elapsed / share * (1 - share)));
+  progress_->setFormat(left < 60 ? QString("%1 s left").arg(left)
+                                 : QString("%1 min %2 s left").arg(left / 60).arg(left % 60));
 }
 
 void PanelWindow::EndRun(RunEnd end) {

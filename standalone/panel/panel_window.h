@@ -54,6 +54,7 @@ class PanelWindow : public QWidget {
   void Refresh();
   std::optional<Job> JobToRun();
   void Run();
+  void ShowProgress(double share);
   void EndRun(RunEnd end);
   void SetRunning(bool running);
   void ShowCommand(const std::string& command);
@@ -71,6 +72,7 @@ class PanelWindow : public QWidget {
   QPushButton* run_ = Named(new QPushButton("&Run"), "Run");
   QPushButton* cancel_ = Named(new QPushButton("Cancel"), "Cancel");
   QProgressBar* progress_ = Named(new QProgressBar, "Progress of the run");
+  QElapsedTimer sinceRun_;
   QLineEdit* command_ = Named(new QLineEdit, "Command", "Equivalent command");
   QPushButton* copy_ = Named(new QPushButton("&Copy"), "Copy", "Copy the command");
   QPushButton* reset_ =

@@ -234,8 +234,11 @@ class MidRun(harness.ProgramTest):
 
     def test_a_thread_that_waits_for_ever_does_not_keep_a_signal_waiting(self):
         os.mkfifo(self.path("pipe"))
+        image = ('<VRTDataset rasterXSize="1" rasterYSize="1"><VRTRasterBand band="1"><SimpleSource>'
+                 f'<SourceFilename>{self.path("pipe")}</SourceFilename></SimpleSource>'
+                 '</VRTRasterBand></VRTDataset>')
         for signals in (1, 2):
-            process = subprocess.Popen([harness.PROGRAM, self.path("pipe"), self.out, COPY],
+            process = subprocess.Popen([harness.PROGRAM, image, self.out, COPY],
                                        stderr=subprocess.DEVNULL)
             self.addCleanup(process.kill)
             self.addCleanup(os.close, self.open_for(process, self.path("pipe")))

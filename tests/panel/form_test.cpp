@@ -246,8 +246,7 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   MakeRaster("f1.tif", 60, 40, 20);
   Open("f1.tif f2.tif out.tif -operator=a1b -mode=cint16");
   EXPECT_TRUE(WaitFor([&] { return Notes().starts_with("\u2022 58.4 % of the elements"); }));
-  EXPECT_EQ(Find<QLabel>("Resolved output").text(),
-            "GTiff, complex 16-bit integer (cint16), 60 \u00d7 40, 2 bands, 19.2 kB");
+  EXPECT_EQ(Find<QLabel>("Resolved output").text(), "GTiff cint16, 60 \u00d7 40, 2 bands, 19.2 kB");
   EXPECT_NE(Find("File2").palette(), Find("File1").palette());
   EXPECT_EQ(window_->windowTitle().toStdString(), "f1.tif \u2013 (A*File1) * B \u2013 LumoMixcalc");
   Set("Operator", "(FILE1 + B)**A");

@@ -183,7 +183,7 @@ TEST_F(LimitsTest, AreSharedToCompareInputsWhichBlinkAndAreSaved) {
   view.actions().last()->trigger();
   EXPECT_EQ(TextOf("File2 high limit"), "3911");
   const std::array pictures = {view.Picture(), other.Picture()};
-  for (const std::size_t blinks : {1, 0}) {
+  for (const std::size_t blinks : {1U, 0U}) {
     QTest::keyClick(window_.get(), Qt::Key_B);
     EXPECT_EQ(view.Picture(), pictures[blinks]);
     EXPECT_EQ(view.accessibleDescription(), blinks ? "File2 in the place of File1" : "");
