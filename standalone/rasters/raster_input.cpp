@@ -26,10 +26,11 @@ namespace {
 // Names the first complex raster with one band, otherwise the first raster.
 std::string SubdatasetHint(GDALDataset& container) {
   const CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);
+  // netCDF's driver does not give single items of them.
+  const CPLStringList listed(container.GetMetadata("SUBDATASETS"), FALSE);
   std::string first;
   for (int i = 1;; ++i) {
-    const char* const name =
-        container.GetMetadataItem(CPLSPrintf("SUBDATASET_%d_NAME", i), "SUBDATASETS");
+    const char* const name = listed.FetchNameValue(CPLSPrintf("SUBDATASET_%d_NAME", i));
     if (!name) return first;
     std::string hint = std::string("; name one of its subdatasets, such as ") + name;
     const GDALDatasetUniquePtr raster(GDALDataset::Open(name, GDAL_OF_RASTER));

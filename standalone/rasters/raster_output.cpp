@@ -109,8 +109,11 @@ void RasterOutput::Create(const OutputFormat& format, const std::vector<std::str
   dataset_.reset(format.driver->Create(workFile_.c_str(), plan_.columns, plan_.rows, plan_.bands,
                                        mode.type, CreationOptions(format, options).List()));
   if (!dataset_ || failures.Any()) FailToWrite(failures.First());
-  if (dataset_->GetRasterBand(1)->GetRasterDataType() != mode.type)
-    FailToWrite("the format " + format.Name() + " cannot hold " + mode.name + " data");
+  if (dataset_->GetRasterCount() != plan_.bands ||
+      dataset_->GetRasterBand(1)->GetRasterDataType() != mode.type)
+    FailToWrite("the format " + format.Name() + " cannot hold " +
+                CountText(static_cast<unsigned>(plan_.bands), "band") + " of " + mode.name +
+                " data");
   int blockColumns = 0;
   dataset_->GetRasterBand(1)->GetBlockSize(&blockColumns, &blockRows_);
 }

@@ -214,7 +214,8 @@ class Results(harness.ProgramTest):
                 ("-operator=abs_a1 does not read FILE2; none.tif is not used", self.a, "none.tif",
                  "-operator=abs_a1"),
                 ("", self.b, "-operator=abs_a1", "-mode=float32"),
-                ("", self.b, COPY), ("", self.a, COPY)):
+                ("", self.a, COPY, "-mode=cfloat32"), ("", self.b, COPY),
+                ("", self.a, COPY, "-nodata=7", "-format=HFA"), ("", self.a, COPY)):
             self.warned(told, *arguments)
         digits = f"{self.a} (File1) are held in single precision: " + "{} is taken as {}"
         for value, type, told in (
