@@ -1,14 +1,12 @@
 #include "standalone/rasters/raster_input.h"
 
 #include <cpl_error.h>
-#include <cpl_vsi.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
 #include <filesystem>
-#include <fstream>
 #include <limits>
 #include <mutex>
 #include <span>
@@ -87,12 +85,6 @@ void MaskNoData(const Elements& elements, double noData) {
       if (IsNoData(elements[i][0], elements[i][1], value)) BecomeNan(elements[i]);
 }
 
-// The distance in bytes from the first of count items to the one at the highest position, when each
-// item is step bytes after the one before it. It is 0 when step is negative.
-std::int64_t Reach(std::int64_t step, int count) {
-  return std::max<std::int64_t>(0, step * (count - 1));
-}
-
 }  // namespace
 
 GDALDatasetUniquePtr MemoryDataset(const float* elements, int columns, int rows, GDALDataType type,
@@ -118,7 +110,6 @@ RasterInput::RasterInput(const std::string& label, const std::string& name,
   for (const std::string& option : openOptions) openOptions_.AddString(option.c_str());
   dataset_ = dataset ? std::move(dataset) : Open(nullptr);
   if (Bands() == 0) throw Failure(Describe() + " has no bands" + SubdatasetHint(*dataset_));
-  RefuseShortFile();
   GDALDataType type = dataset_->GetRasterBand(1)->GetRasterDataType();
   for (GDALRasterBand* const band : dataset_->GetBands())
     type = GDALDataTypeUnion(type, band->GetRasterDataType());
@@ -372,30 +363,6 @@ std::vector<std::string> RasterInput::Losses() const {
     break;
   }
   return losses;
-}
-
-// GDAL reads the missing end of some files as zeros. Of raw files it refuses only those that lack
-// more than half.
-void RasterInput::RefuseShortFile() const {
-  std::string file = dataset_->GetDescription();
-  std::int64_t claimed = 0;
-  GDALDataset::RawBinaryLayout layout;
-  if (EQUAL(dataset_->GetDriverName(), "PCIDSK")) {
-    constexpr std::int64_t kBlockBytes = 512;
-    std::ifstream(file).seekg(16) >> claimed;  // the number of blocks, as text
-    claimed *= kBlockBytes;
-  } else if (!IsTiff(*dataset_) && dataset_->GetRawBinaryLayout(layout)) {
-    // A TIFF may omit blocks of zeros, and GDAL itself refuses a truncated one.
-    file = layout.osRawFilename;
-    claimed = static_cast<std::int64_t>(layout.nImageOffset) + Reach(layout.nBandOffset, Bands()) +
-              Reach(layout.nLineOffset, Rows()) + Reach(layout.nPixelOffset, Columns()) +
-              GDALGetDataTypeSizeBytes(layout.eDataType);
-  }
-  VSIStatBufL status;
-  if (claimed == 0 || VSIStatL(file.c_str(), &status) != 0) return;
-  if (const auto found = static_cast<std::int64_t>(status.st_size); found < claimed)
-    throw Failure("cannot read " + Describe() + ": the file has " + std::to_string(found) +
-                  " bytes, and its header claims " + std::to_string(claimed));
 }
 
 int RasterInput::StripEnd(int first, int end) const {

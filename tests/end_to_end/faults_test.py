@@ -84,6 +84,13 @@ class Faults(harness.ProgramTest):
             if driver == "ENVI":
                 Path(damaged).write_bytes(whole[:-1])
                 self.refused(damaged, self.b, damaged, self.out, "-resolution=2")
+                raw, nested = self.path("raw.vrt"), self.path("nested.vrt")
+                gdal.Translate(nested, damaged, format="VRT")
+                rows, columns = self.noise.shape[-2:]
+                gdal.GetDriverByName("VRT").Create(raw, columns, rows, 0).AddBand(
+                    gdal.GDT_Float32, ["subClass=VRTRawRasterBand", f"SourceFilename={damaged}"])
+                for vrt in raw, nested:
+                    self.refused(f"the file {damaged} has", vrt, self.out, COPY)
         gdal.Translate(self.path("mosaic.vrt"), self.a, format="VRT")
         os.remove(self.a)
         self.refused("mosaic.vrt", self.path("mosaic.vrt"), self.out, COPY)
