@@ -97,6 +97,8 @@ CPLStringList CreationOptions(const OutputFormat& format, const std::vector<std:
   // knows the final size.
   if (format.Name() == "GTiff" && !list.FetchNameValue("BIGTIFF"))
     list.SetNameValue("BIGTIFF", "IF_SAFER");
+  // By default the last of four bands of bytes is an alpha band.
+  if (format.Name() == "GTiff" && !list.FetchNameValue("ALPHA")) list.SetNameValue("ALPHA", "NO");
   if (format.Name() == "netCDF" && !list.FetchNameValue("WRITE_GDAL_HISTORY"))
     list.SetNameValue("WRITE_GDAL_HISTORY", "NO");
   return list;

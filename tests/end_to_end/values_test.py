@@ -113,6 +113,9 @@ class NoData(harness.ProgramTest):
             self.assert_result(self.made(self.a, COPY, "-bands=1")[0], expected, NAN)
             equal(self.result(self.a, COPY, "-bands=1", "-resolution=2"), expected[1::2, 1::2])
             equal(self.result(self.a, COPY, "-bands=1", "-nodata=keep"), VALUES)
+        write(self.a, [VALUES] * 3 + [shown], "PHOTOMETRIC=MINISBLACK", type="Byte")  # no alpha band
+        result, _ = self.made(self.a, COPY, "-mode=byte")
+        self.assertEqual(result.GetRasterBand(1).GetMaskFlags(), gdal.GMF_ALL_VALID)
 
     def test_is_told_before_values_are_unscaled(self):
         for values, expected in (([[4, 7, -9]], [[12, 13.5, NAN]]),
