@@ -201,6 +201,9 @@ class Georeferencing(FileTest):
                         f"place: their {told}",
                         self.a, self.b)
             equal(read(self.out), RAMP[0] + RAMP[1])
+        write(self.a, RAMP[0], outputSRS="EPSG:4326", outputBounds=[356, 40, 365, 0])
+        write(self.b, RAMP[1], outputSRS="EPSG:4326", outputBounds=[-5, 40, 4, 0])
+        equal(self.result(self.a, self.b, "-extent=intersection"), RAMP[0, :, :-1] + RAMP[1, :, 1:])
 
 
 class Outputs(FileTest):
