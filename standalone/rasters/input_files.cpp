@@ -160,7 +160,12 @@ class Finder {
 
 }  // namespace
 
-InputFiles::InputFiles(const std::string& input) : name(input) { Finder(*this).Add(input); }
+InputFiles::InputFiles(const std::string& input) : name(input) {
+  Finder(*this).Add(input);
+  // GDAL keeps the beginning of standard input for all that read it.
+  if (constexpr const char* kInput = "/vsistdin/"; input.find(kInput) != std::string::npos)
+    sources.insert(kInput);
+}
 
 void InputFiles::Find(GDALDataset& raster) {
   const CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);

@@ -87,6 +87,11 @@ class Inputs(FileTest):
             sums = sum(noise[:, int(name.removesuffix(".vrt")[-1]) - 1] for name in (one, other))
             for _ in range(3):
                 equal(self.result(one, other), sums)
+        for _ in range(3):
+            with open(self.path("bands.tif")) as both:
+                self.done(*["/vsistdin/"] * 2, "--config", "CPL_VSISTDIN_BUFFER_LIMIT", "-1", self.out,
+                          "-overwrite", stdin=both)
+            equal(read(self.out), 2 * noise.swapaxes(0, 1))
 
     def test_files_behind_an_input_are_not_replaced(self):
         write(self.path("e.slc"), RAMP[0], format="ENVI", **bounds(RAMP))
