@@ -85,6 +85,16 @@ void MaskNoData(const Elements& elements, double noData) {
       if (IsNoData(elements[i][0], elements[i][1], value)) BecomeNan(elements[i]);
 }
 
+// The mask or the alpha band of a band. Null when it has none, or only a no-data value. GDAL takes
+// an alpha band as the mask only if it has bytes or 16 bits, but gdalwarp makes one of any type.
+GDALRasterBand* MaskOf(GDALDataset& raster, int band) {
+  GDALRasterBand& own = *raster.GetRasterBand(band);
+  GDALRasterBand& last = *raster.GetRasterBand(raster.GetRasterCount());
+  const int flags = own.GetMaskFlags();
+  if ((flags & GMF_ALL_VALID) == 0) return flags == GMF_NODATA ? nullptr : own.GetMaskBand();
+  return &own != &last && last.GetColorInterpretation() == GCI_AlphaBand ? &last : nullptr;
+}
+
 }  // namespace
 
 GDALDatasetUniquePtr MemoryDataset(const float* elements, int columns, int rows, GDALDataType type,
@@ -217,10 +227,7 @@ std::optional<double> RasterInput::MaskedValue(int band) const {
   return rules_.noData ? rules_.noData : NoData(band);
 }
 
-bool RasterInput::HasMask(int band) const {
-  const int flags = dataset_->GetRasterBand(band)->GetMaskFlags();
-  return (flags & GMF_ALL_VALID) == 0 && flags != GMF_NODATA;
-}
+bool RasterInput::HasMask(int band) const { return MaskOf(*dataset_, band) != nullptr; }
 
 // Reads a window with the sign of signed bytes and with NaN for no data.
 void RasterInput::ReadElements(int band, const PixelWindow& window, const Elements& out) {
@@ -239,14 +246,15 @@ void RasterInput::ReadElements(int band, const PixelWindow& window, const Elemen
     for (float& element : out.All())
       if (element > 127) element -= 256;
   if (const std::optional<double> value = MaskedValue(band)) MaskNoData(out, *value);
-  if (!rules_.keepNoData && HasMask(band)) ApplyMask(band, window, out);
+  if (!rules_.keepNoData) ApplyMask(band, window, out);
   if (rules_.unscale) Unscale(band, out);
 }
 
 void RasterInput::ApplyMask(int band, const PixelWindow& window, const Elements& elements) {
+  GDALRasterBand* const mask = MaskOf(Pixels(), band);
+  if (!mask) return;
   mask_.resize(elements.Count());
-  const std::string reason = ReadByGdal(*Pixels().GetRasterBand(band)->GetMaskBand(), window,
-                                        elements, mask_.data(), GDT_Byte);
+  const std::string reason = ReadByGdal(*mask, window, elements, mask_.data(), GDT_Byte);
   if (!reason.empty()) throw Failure("cannot read the mask of " + Describe() + ": " + reason);
   for (std::size_t i = 0; i < mask_.size(); ++i)
     if (mask_[i] == 0) BecomeNan(elements[i]);

@@ -108,8 +108,10 @@ class NoData(harness.ProgramTest):
             dataset.CreateMaskBand(gdal.GMF_PER_DATASET)
             dataset.GetRasterBand(1).GetMaskBand().WriteArray(shown)
         expected = np.where(HOLES, NAN, VALUES)
-        for bands, creation, change in ((VALUES, (), mask), ([VALUES, shown], ("ALPHA=YES",), None)):
-            write(self.a, bands, *creation, change=change, type="UInt16")
+        alpha = [VALUES, shown], ("ALPHA=YES",), None
+        for type, bands, creation, change in (("UInt16", VALUES, (), mask), ("UInt16", *alpha),
+                                              ("Float32", *alpha)):
+            write(self.a, bands, *creation, change=change, type=type)
             self.assert_result(self.made(self.a, COPY, "-bands=1")[0], expected, NAN)
             equal(self.result(self.a, COPY, "-bands=1", "-resolution=2"), expected[1::2, 1::2])
             equal(self.result(self.a, COPY, "-bands=1", "-nodata=keep"), VALUES)
