@@ -41,6 +41,8 @@ void CPL_STDCALL Handle(CPLErr severity, CPLErrorNum number, const char* message
   // The metadata that a format keeps in an extra file would be lost.
   const bool losesMetadata = STARTS_WITH(message, "Unable to save auxiliary information");
   const std::string text = AsSentence(message);
+  // HFA's driver says so whenever it opens a file whose no-data value is NaN, which it then gives.
+  if (text == "NaN converted to INT_MAX") return;
   if (severity == CE_Warning && !losesMetadata) {
     Warn(text);
   } else if (severity == CE_Warning || severity == CE_Failure) {

@@ -59,6 +59,12 @@ GridOffset OffsetOnGrid(GDALDataset& raster, GDALDataset& grid) {
   std::optional<Geotransform> pixels = GeotransformOf(grid);
   Geotransform toPixels;
   if (!own || !pixels || !GDALInvGeoTransform(pixels->data(), toPixels.data())) return {};
+  if (systemOfGrid && systemOfGrid->IsGeographic()) {
+    // Longitudes may be counted from -180 or from 0. Takes those nearest to the grid's.
+    const double apart = (*own)[0] + (*own)[1] * raster.GetRasterXSize() / 2 -
+                         ((*pixels)[0] + (*pixels)[1] * grid.GetRasterXSize() / 2);
+    (*own)[0] += std::remainder(apart, 360) - apart;
+  }
   const auto offsetAt = [&](double column, double row) {
     GridOffset at;
     GDALApplyGeoTransform(own->data(), column, row, &at.x, &at.y);

@@ -4,15 +4,19 @@
 #include <cpl_error.h>
 #include <cpl_minixml.h>
 #include <cpl_string.h>
+#include <cpl_vsi.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
+#include <fstream>
 #include <regex>
 #include <system_error>
 
 #include "standalone/base/messages.h"
+#include "standalone/rasters/uncompressed_rows.h"
 
 namespace lumomixcalc::standalone {
 namespace fs = std::filesystem;
@@ -40,6 +44,33 @@ FileState StateOf(const std::string& file) {
   return {state.st_dev, state.st_ino, state.st_size, state.st_mtim.tv_sec, state.st_mtim.tv_nsec};
 }
 
+// The distance in bytes from the first of count items to the one at the highest position, when each
+// item is step bytes after the one before it. It is 0 when step is negative.
+std::int64_t Reach(std::int64_t step, int count) {
+  return std::max<std::int64_t>(0, step * (count - 1));
+}
+
+std::int64_t BytesOf(const GDALDataset::RawBinaryLayout& layout, GDALDataset& raster, int bands) {
+  return static_cast<std::int64_t>(layout.nImageOffset) + Reach(layout.nBandOffset, bands) +
+         Reach(layout.nLineOffset, raster.GetRasterYSize()) +
+         Reach(layout.nPixelOffset, raster.GetRasterXSize()) +
+         GDALGetDataTypeSizeBytes(layout.eDataType);
+}
+
+// Of a raw band of a VRT.
+GDALDataset::RawBinaryLayout LayoutOf(const CPLXMLNode& band, GDALDataset& vrt) {
+  const auto number = [&band](const char* name, GIntBig otherwise) {
+    const char* const text = CPLGetXMLValue(&band, name, nullptr);
+    return text ? CPLAtoGIntBig(text) : otherwise;
+  };
+  GDALDataset::RawBinaryLayout layout;
+  layout.eDataType = GDALGetDataTypeByName(CPLGetXMLValue(&band, "dataType", "Byte"));
+  layout.nImageOffset = static_cast<vsi_l_offset>(number("ImageOffset", 0));
+  layout.nPixelOffset = number("PixelOffset", GDALGetDataTypeSizeBytes(layout.eDataType));
+  layout.nLineOffset = number("LineOffset", layout.nPixelOffset * vrt.GetRasterXSize());
+  return layout;
+}
+
 // Adds files to those of an input.
 class Finder {
  public:
@@ -56,11 +87,10 @@ class Finder {
   void AddFilesOf(GDALDataset& raster) {
     const CPLStringList files(raster.GetFileList());
     for (int i = 0; i < files.Count(); ++i) Add(files[i]);
+    RefuseShortFile(raster);
     char** const xml = raster.GetMetadata("xml:VRT");
-    if (!xml) return;
-    CPLXMLNode* const root = CPLParseXMLString(*xml);
-    AddSources(root, CPLGetPath(raster.GetDescription()));
-    CPLDestroyXMLNode(root);
+    const CPLXMLTreeCloser root(xml ? CPLParseXMLString(*xml) : nullptr);
+    if (root) AddSources(*root, raster, CPLGetPath(raster.GetDescription()));
   }
 
   // Adds the files of the sources found, and of the sources that these have.
@@ -82,19 +112,45 @@ class Finder {
 
  private:
   // folder is that of the VRT that holds the XML.
-  void AddSources(const CPLXMLNode* node, const std::string& folder) {
-    for (; node; node = node->psNext) {
+  void AddSources(const CPLXMLNode& parent, GDALDataset& vrt, const std::string& folder) {
+    for (const CPLXMLNode* node = parent.psChild; node; node = node->psNext) {
       if (node->eType != CXT_Element) continue;
-      AddSources(node->psChild, folder);
+      AddSources(*node, vrt, folder);
       if (!EQUAL(node->pszValue, "SourceFilename") && !EQUAL(node->pszValue, "SourceDataset"))
         continue;
       std::string source = CPLGetXMLValue(node, nullptr, "");
       if (EQUAL(CPLGetXMLValue(node, "relativeToVRT", "0"), "1"))
         source = CPLProjectRelativeFilename(folder.c_str(), source.c_str());
+      if (EQUAL(CPLGetXMLValue(&parent, "subClass", ""), "VRTRawRasterBand"))
+        RefuseShort(source, BytesOf(LayoutOf(parent, vrt), vrt, 1));
       if (!found_.sources.insert(source).second) continue;
       Add(source);
       sources_.push_back(source);
     }
+  }
+
+  // GDAL reads the missing end of some files as zeros. Of raw files it refuses only those that lack
+  // more than half.
+  void RefuseShortFile(GDALDataset& raster) const {
+    GDALDataset::RawBinaryLayout layout;
+    if (EQUAL(raster.GetDriverName(), "PCIDSK")) {
+      constexpr std::int64_t kBlockBytes = 512;
+      std::int64_t blocks = 0;
+      std::ifstream(raster.GetDescription()).seekg(16) >> blocks;  // as text
+      RefuseShort(raster.GetDescription(), blocks * kBlockBytes);
+    } else if (!IsTiff(raster) && raster.GetRawBinaryLayout(layout)) {
+      // A TIFF may omit blocks of zeros, and GDAL itself refuses a truncated one.
+      RefuseShort(layout.osRawFilename, BytesOf(layout, raster, raster.GetRasterCount()));
+    }
+  }
+
+  void RefuseShort(const std::string& file, std::int64_t claimed) const {
+    VSIStatBufL status;
+    if (VSIStatL(file.c_str(), &status) != 0) return;
+    if (const auto size = static_cast<std::int64_t>(status.st_size); size < claimed)
+      throw Failure("cannot read " + found_.name + ": the file " + file + " has " +
+                    std::to_string(size) + " bytes, and its header claims " +
+                    std::to_string(claimed));
   }
 
   InputFiles& found_;
@@ -104,7 +160,12 @@ class Finder {
 
 }  // namespace
 
-InputFiles::InputFiles(const std::string& input) : name(input) { Finder(*this).Add(input); }
+InputFiles::InputFiles(const std::string& input) : name(input) {
+  Finder(*this).Add(input);
+  // GDAL keeps the beginning of standard input for all that read it.
+  if (constexpr const char* kInput = "/vsistdin/"; input.find(kInput) != std::string::npos)
+    sources.insert(kInput);
+}
 
 void InputFiles::Find(GDALDataset& raster) {
   const CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);

@@ -21,7 +21,8 @@ struct InputFiles {
   // the meantime counts as changed.
   explicit InputFiles(const std::string& input);
 
-  // Adds the files behind the raster that GDAL opened under the input's name.
+  // Adds the files behind the raster that GDAL opened under the input's name. Throws Failure when
+  // one of them is shorter than its header claims.
   void Find(GDALDataset& raster);
 
   // Throws Failure, which names the file, when the size, the time of change or the inode of a file

@@ -17,9 +17,10 @@ bool Can(GDALDriver* driver, const char* capability) {
 }
 
 bool CanWriteFiles(GDALDriver* driver) {
-  // These two write rasters in memory or references to other files.
-  if (EQUAL(driver->GetDescription(), "MEM") || EQUAL(driver->GetDescription(), "VRT"))
-    return false;
+  // These write rasters in memory, references to other files, and tiles of web maps alone, which
+  // read back as four bands.
+  for (const char* const name : {"MEM", "VRT", "MBTiles"})
+    if (EQUAL(driver->GetDescription(), name)) return false;
   return Can(driver, GDAL_DCAP_RASTER) &&
          (Can(driver, GDAL_DCAP_CREATE) || Can(driver, GDAL_DCAP_CREATECOPY));
 }
@@ -77,7 +78,7 @@ OutputFormat ChooseOutputFormat(const std::string& name, const std::string& path
     known = true;
   }
   throw WrongCommandLine(
-      (known ? "GDAL can only read the format of " + path
+      (known ? "the format of " + path + " cannot be written here"
              : "the extension of " + path + " belongs to no format that GDAL knows here") +
       "; choose another extension, or the format, such as " + SettingText("-format", "GTiff") +
       ", or " + SettingText("-format", "ENVI") + " with -co=SUFFIX=ADD for raw data");
@@ -96,6 +97,8 @@ CPLStringList CreationOptions(const OutputFormat& format, const std::vector<std:
   // knows the final size.
   if (format.Name() == "GTiff" && !list.FetchNameValue("BIGTIFF"))
     list.SetNameValue("BIGTIFF", "IF_SAFER");
+  // By default the last of four bands of bytes is an alpha band.
+  if (format.Name() == "GTiff" && !list.FetchNameValue("ALPHA")) list.SetNameValue("ALPHA", "NO");
   if (format.Name() == "netCDF" && !list.FetchNameValue("WRITE_GDAL_HISTORY"))
     list.SetNameValue("WRITE_GDAL_HISTORY", "NO");
   return list;

@@ -1,14 +1,12 @@
 #include "standalone/rasters/raster_input.h"
 
 #include <cpl_error.h>
-#include <cpl_vsi.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
 #include <filesystem>
-#include <fstream>
 #include <limits>
 #include <mutex>
 #include <span>
@@ -26,10 +24,11 @@ namespace {
 // Names the first complex raster with one band, otherwise the first raster.
 std::string SubdatasetHint(GDALDataset& container) {
   const CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);
+  // netCDF's driver does not give single items of them.
+  const CPLStringList listed(container.GetMetadata("SUBDATASETS"), FALSE);
   std::string first;
   for (int i = 1;; ++i) {
-    const char* const name =
-        container.GetMetadataItem(CPLSPrintf("SUBDATASET_%d_NAME", i), "SUBDATASETS");
+    const char* const name = listed.FetchNameValue(CPLSPrintf("SUBDATASET_%d_NAME", i));
     if (!name) return first;
     std::string hint = std::string("; name one of its subdatasets, such as ") + name;
     const GDALDatasetUniquePtr raster(GDALDataset::Open(name, GDAL_OF_RASTER));
@@ -86,10 +85,14 @@ void MaskNoData(const Elements& elements, double noData) {
       if (IsNoData(elements[i][0], elements[i][1], value)) BecomeNan(elements[i]);
 }
 
-// The distance in bytes from the first of count items to the one at the highest position, when each
-// item is step bytes after the one before it. It is 0 when step is negative.
-std::int64_t Reach(std::int64_t step, int count) {
-  return std::max<std::int64_t>(0, step * (count - 1));
+// The mask or the alpha band of a band. Null when it has none, or only a no-data value. GDAL takes
+// an alpha band as the mask only if it has bytes or 16 bits, but gdalwarp makes one of any type.
+GDALRasterBand* MaskOf(GDALDataset& raster, int band) {
+  GDALRasterBand& own = *raster.GetRasterBand(band);
+  GDALRasterBand& last = *raster.GetRasterBand(raster.GetRasterCount());
+  const int flags = own.GetMaskFlags();
+  if ((flags & GMF_ALL_VALID) == 0) return flags == GMF_NODATA ? nullptr : own.GetMaskBand();
+  return &own != &last && last.GetColorInterpretation() == GCI_AlphaBand ? &last : nullptr;
 }
 
 }  // namespace
@@ -117,7 +120,6 @@ RasterInput::RasterInput(const std::string& label, const std::string& name,
   for (const std::string& option : openOptions) openOptions_.AddString(option.c_str());
   dataset_ = dataset ? std::move(dataset) : Open(nullptr);
   if (Bands() == 0) throw Failure(Describe() + " has no bands" + SubdatasetHint(*dataset_));
-  RefuseShortFile();
   GDALDataType type = dataset_->GetRasterBand(1)->GetRasterDataType();
   for (GDALRasterBand* const band : dataset_->GetBands())
     type = GDALDataTypeUnion(type, band->GetRasterDataType());
@@ -225,10 +227,7 @@ std::optional<double> RasterInput::MaskedValue(int band) const {
   return rules_.noData ? rules_.noData : NoData(band);
 }
 
-bool RasterInput::HasMask(int band) const {
-  const int flags = dataset_->GetRasterBand(band)->GetMaskFlags();
-  return (flags & GMF_ALL_VALID) == 0 && flags != GMF_NODATA;
-}
+bool RasterInput::HasMask(int band) const { return MaskOf(*dataset_, band) != nullptr; }
 
 // Reads a window with the sign of signed bytes and with NaN for no data.
 void RasterInput::ReadElements(int band, const PixelWindow& window, const Elements& out) {
@@ -247,14 +246,15 @@ void RasterInput::ReadElements(int band, const PixelWindow& window, const Elemen
     for (float& element : out.All())
       if (element > 127) element -= 256;
   if (const std::optional<double> value = MaskedValue(band)) MaskNoData(out, *value);
-  if (!rules_.keepNoData && HasMask(band)) ApplyMask(band, window, out);
+  if (!rules_.keepNoData) ApplyMask(band, window, out);
   if (rules_.unscale) Unscale(band, out);
 }
 
 void RasterInput::ApplyMask(int band, const PixelWindow& window, const Elements& elements) {
+  GDALRasterBand* const mask = MaskOf(Pixels(), band);
+  if (!mask) return;
   mask_.resize(elements.Count());
-  const std::string reason = ReadByGdal(*Pixels().GetRasterBand(band)->GetMaskBand(), window,
-                                        elements, mask_.data(), GDT_Byte);
+  const std::string reason = ReadByGdal(*mask, window, elements, mask_.data(), GDT_Byte);
   if (!reason.empty()) throw Failure("cannot read the mask of " + Describe() + ": " + reason);
   for (std::size_t i = 0; i < mask_.size(); ++i)
     if (mask_[i] == 0) BecomeNan(elements[i]);
@@ -371,30 +371,6 @@ std::vector<std::string> RasterInput::Losses() const {
     break;
   }
   return losses;
-}
-
-// GDAL reads the missing end of some files as zeros. Of raw files it refuses only those that lack
-// more than half.
-void RasterInput::RefuseShortFile() const {
-  std::string file = dataset_->GetDescription();
-  std::int64_t claimed = 0;
-  GDALDataset::RawBinaryLayout layout;
-  if (EQUAL(dataset_->GetDriverName(), "PCIDSK")) {
-    constexpr std::int64_t kBlockBytes = 512;
-    std::ifstream(file).seekg(16) >> claimed;  // the number of blocks, as text
-    claimed *= kBlockBytes;
-  } else if (!IsTiff(*dataset_) && dataset_->GetRawBinaryLayout(layout)) {
-    // A TIFF may omit blocks of zeros, and GDAL itself refuses a truncated one.
-    file = layout.osRawFilename;
-    claimed = static_cast<std::int64_t>(layout.nImageOffset) + Reach(layout.nBandOffset, Bands()) +
-              Reach(layout.nLineOffset, Rows()) + Reach(layout.nPixelOffset, Columns()) +
-              GDALGetDataTypeSizeBytes(layout.eDataType);
-  }
-  VSIStatBufL status;
-  if (claimed == 0 || VSIStatL(file.c_str(), &status) != 0) return;
-  if (const auto found = static_cast<std::int64_t>(status.st_size); found < claimed)
-    throw Failure("cannot read " + Describe() + ": the file has " + std::to_string(found) +
-                  " bytes, and its header claims " + std::to_string(claimed));
 }
 
 int RasterInput::StripEnd(int first, int end) const {

@@ -113,7 +113,6 @@ class RasterInput {
   void ReadNearest(int band, const PixelWindow& wanted, const Elements& out);
   void Resample(const Elements& full, const PixelWindow& source, const PixelWindow& wanted,
                 const Elements& out);
-  void RefuseShortFile() const;
 
   std::string label_;
   std::string name_;

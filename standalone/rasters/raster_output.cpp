@@ -45,6 +45,11 @@ GDALDatasetUniquePtr DescribedZeros(const OutputPlan& plan, int columns, int row
   return zeros;
 }
 
+std::string CannotHold(const OutputPlan& plan) {
+  return "the format " + plan.format.Name() + " cannot hold " +
+         CountText(static_cast<unsigned>(plan.bands), "band") + " of " + plan.mode->name + " data";
+}
+
 }  // namespace
 
 void OutputPlan::Fail(const std::string& reason) const {
@@ -66,9 +71,10 @@ void MakeTrial(const OutputPlan& plan, const std::string& file) {
   for (const int side : {640, 3601}) {
     const GDALDatasetUniquePtr zeros =
         DescribedZeros(plan, std::min(plan.columns, side), std::min(plan.rows, side));
-    if (GDALDatasetUniquePtr(
-            driver.CreateCopy(file.c_str(), zeros.get(), FALSE, options.List(), nullptr, nullptr)))
-      return;
+    const GDALDatasetUniquePtr copy(
+        driver.CreateCopy(file.c_str(), zeros.get(), FALSE, options.List(), nullptr, nullptr));
+    if (copy && copy->GetRasterCount() < plan.bands) plan.Fail(CannotHold(plan));
+    if (copy) return;
   }
   plan.Fail(failures.First());
 }
@@ -109,8 +115,9 @@ void RasterOutput::Create(const OutputFormat& format, const std::vector<std::str
   dataset_.reset(format.driver->Create(workFile_.c_str(), plan_.columns, plan_.rows, plan_.bands,
                                        mode.type, CreationOptions(format, options).List()));
   if (!dataset_ || failures.Any()) FailToWrite(failures.First());
-  if (dataset_->GetRasterBand(1)->GetRasterDataType() != mode.type)
-    FailToWrite("the format " + format.Name() + " cannot hold " + mode.name + " data");
+  if (dataset_->GetRasterCount() != plan_.bands ||
+      dataset_->GetRasterBand(1)->GetRasterDataType() != mode.type)
+    FailToWrite(CannotHold(plan_));
   int blockColumns = 0;
   dataset_->GetRasterBand(1)->GetBlockSize(&blockColumns, &blockRows_);
 }

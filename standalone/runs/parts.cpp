@@ -19,6 +19,7 @@
 #include "standalone/rasters/gdal_library.h"
 #include "standalone/rasters/grid.h"
 #include "standalone/rasters/publication.h"
+#include "standalone/rasters/raster_output.h"
 #include "standalone/runs/statistics.h"
 
 namespace lumomixcalc::standalone {
@@ -166,6 +167,8 @@ std::string SourceXml(const std::string& raster, int band, const OutputGrid& par
 // Copies the properties of a band that are the same in all parts.
 void CopyDescription(GDALRasterBand& part, GDALRasterBand& mosaic) {
   mosaic.SetDescription(part.GetDescription());
+  mosaic.SetMetadata(part.GetMetadata());
+  for (const char* const item : kStatisticsItems) mosaic.SetMetadataItem(item, nullptr);
   if (*part.GetUnitType() != '\0') mosaic.SetUnitType(part.GetUnitType());
   mosaic.SetColorInterpretation(part.GetColorInterpretation());
   if (const std::optional<double> value = DeclaredNoData(part)) mosaic.SetNoDataValue(*value);

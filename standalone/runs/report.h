@@ -21,7 +21,8 @@ struct RunReport {
   RunPlan plan;
   double seconds = 0;
   std::vector<BandStatistics> bands;  // of the output
-  bool imaginaryParts = false;        // a result, even of a real mode, has one other than zero
+  bool imaginaryParts = false;  // a result, even of a real mode, has one other than zero, or a
+                                // complex mode was asked for
   std::vector<std::string> warnings;
 };
 

@@ -5,13 +5,13 @@
 #include <gdal_priv.h>
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <new>
 #include <optional>
+#include <regex>
 #include <system_error>
 #include <utility>
 
@@ -41,23 +41,24 @@ void SizeBlockCache(const RunPlan& plan, const std::vector<RunInput>& inputs,
   GDALSetCacheMax64(bytes);
 }
 
-// Whether a metadata item describes the values or the corners of the input, which are not those of
-// the output.
-bool IsOfTheInput(const std::string& item) {
-  constexpr std::array<const char*, 6> kNames = {
-      "LUMOMIXCALC_", "NITF_BLOCKA_",           "NODATA_VALUES",
-      "STATISTICS_",  "TIFFTAG_MAXSAMPLEVALUE", "TIFFTAG_MINSAMPLEVALUE"};
-  return std::ranges::any_of(kNames, [&](const char* name) { return item.starts_with(name); });
+// Whether a metadata item, NAME=VALUE, describes the values, the bands or the corners of the input,
+// or the pages of its file, which are not those of the output.
+bool IsOfTheInput(const char* item) {
+  static const std::regex kItems(
+      "LUMOMIXCALC_|NITF_BLOCKA_|STATISTICS_|NODATA_VALUES=|TIFFTAG_M(AX|IN)SAMPLEVALUE=|"
+      "TIFFTAG_IMAGEDESCRIPTION=(ImageJ=|<OME|<\\?xml|\\{\"shape\")|Band_[0-9]+=|"
+      "NETCDF_VARNAME=|NETCDF_DIM_([^=]*_)?(EXTRA|DEF|VALUES)=|"
+      "([^=]*#)?(_FillValue|GeoTransform|actual_range|add_offset|grid_mapping|missing_value|"
+      "scale_factor|valid_(max|min|range))=");
+  return std::regex_search(item, kItems, std::regex_constants::match_continuous);
 }
 
-void CopyMetadata(GDALDataset& from, GDALDataset& to) {
+void CopyMetadata(GDALMajorObject& from, GDALMajorObject& to) {
   const CPLStringList items(from.GetMetadata(), FALSE);
-  for (int i = 0; i < items.Count(); ++i) {
-    char* name = nullptr;
-    const char* const value = CPLParseNameValue(items[i], &name);
-    if (name && value && !IsOfTheInput(name)) to.SetMetadataItem(name, value);
-    CPLFree(name);
-  }
+  CPLStringList kept;
+  for (int i = 0; i < items.Count(); ++i)
+    if (!IsOfTheInput(items[i])) kept.AddString(items[i]);
+  to.SetMetadata(kept.List());
 }
 
 // The first input for which the predicate is true. Null when there is none.
@@ -75,13 +76,14 @@ void DescribeBand(const std::vector<RunInput>& inputs, int band, GDALRasterBand&
       output.SetDescription(own.GetDescription());
     if (*output.GetUnitType() == '\0' && *own.GetUnitType() != '\0')
       output.SetUnitType(own.GetUnitType());
+    if (CSLCount(output.GetMetadata()) == 0) CopyMetadata(own, output);
   }
 }
 
 // Writes the metadata of the output: georeferencing with ground control points and rational
-// polynomial coefficients on the output's grid, metadata items that do not describe the values of
-// the input, and names and units of bands, each from the first input that has any; the command and
-// the program's version. Warns of geolocation arrays, which are left out.
+// polynomial coefficients on the output's grid, metadata items that do not describe the input
+// alone, and names and units of bands, each from the first input that has any; the command and the
+// program's version. Warns of geolocation arrays, which are left out.
 void DescribeOutput(const RunPlan& plan, const std::vector<RunInput>& inputs, GDALDataset& output) {
   const auto placementOn = [&](const RunInput& input) {
     return plan.grid.On(plan.origins.at(input.stream)).Placement();
@@ -96,6 +98,14 @@ void DescribeOutput(const RunPlan& plan, const std::vector<RunInput>& inputs, GD
   if (const RunInput* const input = FirstThat(
           inputs, [](GDALDataset& dataset) { return CSLCount(dataset.GetMetadata()) > 0; }))
     CopyMetadata(input->raster->Dataset(), output);
+  // In pixels of the input per inch or centimetre.
+  const auto reduce = [&output](const char* item, double factor) {
+    const char* const text = output.GetMetadataItem(item);
+    if (const auto number = ParseDouble(text ? text : ""))
+      output.SetMetadataItem(item, ShortestText(*number / factor).c_str());
+  };
+  reduce("TIFFTAG_XRESOLUTION", plan.grid.Placement().nx);
+  reduce("TIFFTAG_YRESOLUTION", plan.grid.Placement().ny);
   // Of an image with AREA_OR_POINT=Point the TIFF driver of GDAL 3.6 writes ground control points
   // one pixel too far. Without it, their pixels and lines mean the same.
   if (output.GetGCPCount() > 0 && output.GetMetadataItem("AREA_OR_POINT"))
@@ -111,7 +121,10 @@ class BatchRun {
  public:
   // Plans the run and checks what can be checked before it. No file is made.
   BatchRun(const Job& job, const std::string& command, HostState& host)
-      : warnings_(job.strict), host_(host), run_(PlanRun(job, command, host)) {
+      : warnings_(job.strict),
+        host_(host),
+        complexAsked_(job.mode && job.mode->complex),
+        run_(PlanRun(job, command, host)) {
     if (job.part) {
       part_.emplace(job, run_);
       done_ = part_->ReportIfDone();
@@ -151,6 +164,7 @@ class BatchRun {
     if (done_) return *done_;
     if (part_) madeFolder_ = std::filesystem::create_directory(output_.target.parent_path());
     RunReport report(Plan());
+    report.imaginaryParts = complexAsked_;
     RasterOutput output(output_);
     Compute(output, control, report);
     for (const RunInput& input : run_.inputs)
@@ -206,6 +220,7 @@ class BatchRun {
   std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
   Warnings warnings_;
   HostState& host_;
+  bool complexAsked_;  // and no warning that all imaginary parts are zero is needed
   PlannedRun run_;
   std::optional<Part> part_;
   std::optional<RunReport> done_;  // of the part if it exists

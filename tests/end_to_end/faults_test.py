@@ -84,6 +84,14 @@ class Faults(harness.ProgramTest):
             if driver == "ENVI":
                 Path(damaged).write_bytes(whole[:-1])
                 self.refused(damaged, self.b, damaged, self.out, "-resolution=2")
+                bare, nested, rows = self.path("bare"), self.path("nested.vrt"), len(self.noise)
+                os.rename(damaged, bare)  # without its header
+                gdal.GetDriverByName("VRT").Create(
+                    self.path("bare.vrt"), len(whole) // rows // 4, rows, 0).AddBand(
+                    gdal.GDT_Float32, ["subClass=VRTRawRasterBand", f"SourceFilename={bare}"])
+                gdal.Translate(nested, self.path("bare.vrt"), format="VRT")
+                for vrt in self.path("bare.vrt"), nested:
+                    self.refused(f"the file {bare} has", vrt, self.out, COPY)
         gdal.Translate(self.path("mosaic.vrt"), self.a, format="VRT")
         os.remove(self.a)
         self.refused("mosaic.vrt", self.path("mosaic.vrt"), self.out, COPY)

@@ -16,7 +16,8 @@ import harness
 from harness import GEOTRANSFORM, RPC, WRONG_COMMAND_LINE, bounds, equal, read, run, write
 
 RAMP = np.arange(3 * 40 * 9, dtype=np.float32).reshape(3, 40, 9) % 200  # sums are exact
-OF_THE_INPUT = "NODATA_VALUES", "TIFFTAG_MINSAMPLEVALUE", "NITF_BLOCKA_FRFC_LOC_01"
+OF_THE_INPUT = ("NODATA_VALUES", "TIFFTAG_MINSAMPLEVALUE", "NITF_BLOCKA_FRFC_LOC_01", "Band_1",
+                "NETCDF_DIM_time_VALUES", "t#_FillValue", "TIFFTAG_IMAGEDESCRIPTION")
 COPY, ADD_1 = "-operator=a1b", "-operator=a1+b"
 
 
@@ -86,6 +87,11 @@ class Inputs(FileTest):
             sums = sum(noise[:, int(name.removesuffix(".vrt")[-1]) - 1] for name in (one, other))
             for _ in range(3):
                 equal(self.result(one, other), sums)
+        for _ in range(3):
+            with open(self.path("bands.tif")) as both:
+                self.done(*["/vsistdin/"] * 2, "--config", "CPL_VSISTDIN_BUFFER_LIMIT", "-1", self.out,
+                          "-overwrite", stdin=both)
+            equal(read(self.out), 2 * noise.swapaxes(0, 1))
 
     def test_files_behind_an_input_are_not_replaced(self):
         write(self.path("e.slc"), RAMP[0], format="ENVI", **bounds(RAMP))
@@ -147,6 +153,8 @@ class Inputs(FileTest):
             self.warned("", one, COPY)
 
     def test_containers_name_their_first_complex_raster(self):
+        write(self.path("c.nc"), RAMP[:2], format="netCDF")
+        self.refused(f'such as NETCDF:"{self.path("c.nc")}":Band1', self.path("c.nc"), self.out, COPY)
         for named, types in (("first", "FF"), ("third", "FFC")):
             container = self.path(f"{named}.zarr")
             group = gdal.GetDriverByName("Zarr").CreateMultiDimensional(container).GetRootGroup()
@@ -164,9 +172,10 @@ class Georeferencing(FileTest):
         def describe(dataset):
             dataset.GetRasterBand(2).SetDescription("near infrared")
             dataset.GetRasterBand(2).SetUnitType("mW")
+            dataset.GetRasterBand(2).SetMetadata({"wavelength": "850", "scale_factor": "0.1"})
             dataset.SetMetadataItem("SENSOR", "X")
             for name in ("LUMOMIXCALC_COMMAND", *OF_THE_INPUT):
-                dataset.SetMetadataItem(name, "another")
+                dataset.SetMetadataItem(name, "ImageJ=1\nimages=9" if "TIFF" in name else "another")
         write(self.a, RAMP[:2], outputSRS="EPSG:32632", change=describe, **bounds(RAMP))
         for arguments in ((self.a, self.b), (self.b, self.a), (f"-file2={self.a}", "-operator=a/b2"),
                           (self.b, self.a, "-operator=a/b2")):
@@ -176,6 +185,8 @@ class Georeferencing(FileTest):
             self.assertEqual([result.GetRasterBand(i).GetDescription() for i in (1, 2, 3)],
                              ["near infrared", "", "near infrared"])
             self.assertEqual(result.GetRasterBand(1).GetUnitType(), "mW")
+            self.assertEqual(result.GetRasterBand(1).GetMetadataItem("wavelength"), "850")
+            self.assertIsNone(result.GetRasterBand(1).GetMetadataItem("scale_factor"))
             self.assertEqual(result.GetMetadataItem("SENSOR"), "X")
             self.assertIn("lumomixcalc ", result.GetMetadataItem("LUMOMIXCALC_COMMAND"))
             self.assertTrue(result.GetMetadata().keys().isdisjoint(OF_THE_INPUT))
@@ -195,6 +206,9 @@ class Georeferencing(FileTest):
                         f"place: their {told}",
                         self.a, self.b)
             equal(read(self.out), RAMP[0] + RAMP[1])
+        write(self.a, RAMP[0], outputSRS="EPSG:4326", outputBounds=[356, 40, 365, 0])
+        write(self.b, RAMP[1], outputSRS="EPSG:4326", outputBounds=[-5, 40, 4, 0])
+        equal(self.result(self.a, self.b, "-extent=intersection"), RAMP[0, :, :-1] + RAMP[1, :, 1:])
 
 
 class Outputs(FileTest):
@@ -360,6 +374,7 @@ class CommandLines(FileTest):
         before, new, report = self.files(), self.path("new.vrt"), f"-stats={self.path('new.json')}"
         changed = os.stat(self.folder).st_mtime_ns
         self.refused("complex", self.b, self.path("new.tif"), "-format=COG", COPY, "-check")
+        self.refused("2 bands", self.a, self.path("new.xyz"), ADD_1, "-bands=1,1", "-check")
         for wrong in (self.path("none"), self.out), (self.a, self.out), (self.a, new, "-part=1/2"):
             sentence = run(*wrong, ADD_1).stderr.strip().removeprefix("lumomixcalc: ")
             self.refused(sentence, *wrong, ADD_1, "-check")
@@ -383,6 +398,7 @@ class CommandLines(FileTest):
                 ("-format=NONE", a, b, out, "-format=NONE"),
                 ("-format=VRT", a, b, out, "-format=VRT"),
                 ("out.vrt", a, b, self.path("out.vrt")),
+                ("out.mbtiles", a, b, self.path("out.mbtiles"), "-mode=byte"),
                 ("FOO", a, b, out, "-co=COMPRESS=FOO"), (many, a, b, out, "-operator=" + many)):
             self.refused(named, *arguments, status=WRONG_COMMAND_LINE)
 
@@ -406,6 +422,7 @@ class CommandLines(FileTest):
                 (self.path("pipe"), a, b, self.path("pipe"), "-overwrite"),
                 ("/vsimem/out.tif", a, b, "/vsimem/out.tif"),
                 ("PNG cannot hold float32", a, b, self.path("out.png")),
+                ("GTX cannot hold 2 bands of float32", a, b, self.path("o.gtx"), "-bands=1,1"),
                 ("AAIGrid cannot hold cfloat32", a, b, self.path("out.asc"), "-mode=cfloat32"),
                 ("xxx", a, b, self.path("x" * 300 + ".tif")),
                 (f"{mine}: No such file", mine, b, out),

@@ -21,6 +21,7 @@ COMPLEX.imag[:, 10:15] = 0  # all of a first or last part, but not of the whole
 
 def describe(dataset):
     dataset.GetRasterBand(2).SetDescription("second")
+    dataset.GetRasterBand(2).SetMetadataItem("wavelength", "850")
     dataset.SetMetadataItem("SENSOR", "any")
     dataset.SetMetadata(RPC, "RPC")
 

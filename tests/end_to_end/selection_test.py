@@ -227,9 +227,12 @@ class Selection(harness.ProgramTest):
     def test_ground_control_points_follow(self):
         points = [gdal.GCP(1, 2, 3, 0, 0), gdal.GCP(4, 5, 6, 30, 0), gdal.GCP(7, 8, 9, 0, 20)]
         write(self.b, IMAGE[0], outputSRS="EPSG:32632", GCPs=points,
-              metadataOptions=["AREA_OR_POINT=Point"])
+              metadataOptions=["AREA_OR_POINT=Point", "TIFFTAG_XRESOLUTION=300",
+                               "TIFFTAG_YRESOLUTION=300"])
         result, _ = self.made(self.b, "-operator=a1b", "-region=4:6:100:100", "-resolution=2",
                               "-looks=1:3")
+        self.assertEqual([result.GetMetadataItem(f"TIFFTAG_{axis}RESOLUTION") for axis in "XY"],
+                         ["150", "50"])  # pixels per inch
         self.assertEqual(result.GetGCPSpatialRef().GetAuthorityCode(None), "32632")
         moved = [(p.GCPX, p.GCPY, p.GCPZ, p.GCPPixel, p.GCPLine) for p in result.GetGCPs()]
         self.assertEqual(moved, [(p.GCPX, p.GCPY, p.GCPZ, (p.GCPPixel - 4) / 2, (p.GCPLine - 6) / 6)
@@ -261,6 +264,9 @@ class Coherence(harness.ProgramTest):
             cross, *powers = ((x * y.conj()).mean((1, 3)) for x, y in ((a, b), (a, a), (b, b)))
             np.testing.assert_allclose(read(self.out), abs(cross / np.sqrt(powers[0] * powers[1])),
                                        rtol=1e-5)
+        write(self.b, one, **bounds(one))
+        with self.start("-strict", "-overwrite") as script:
+            self.assertEqual(script.communicate()[1], "")
 
     def test_signal_ends_the_run_of_the_script_too(self):
         program = Path(self.path("lumomixcalc"))

@@ -108,11 +108,16 @@ class NoData(harness.ProgramTest):
             dataset.CreateMaskBand(gdal.GMF_PER_DATASET)
             dataset.GetRasterBand(1).GetMaskBand().WriteArray(shown)
         expected = np.where(HOLES, NAN, VALUES)
-        for bands, creation, change in ((VALUES, (), mask), ([VALUES, shown], ("ALPHA=YES",), None)):
-            write(self.a, bands, *creation, change=change, type="UInt16")
+        alpha = [VALUES, shown], ("ALPHA=YES",), None
+        for type, bands, creation, change in (("UInt16", VALUES, (), mask), ("UInt16", *alpha),
+                                              ("Float32", *alpha)):
+            write(self.a, bands, *creation, change=change, type=type)
             self.assert_result(self.made(self.a, COPY, "-bands=1")[0], expected, NAN)
             equal(self.result(self.a, COPY, "-bands=1", "-resolution=2"), expected[1::2, 1::2])
             equal(self.result(self.a, COPY, "-bands=1", "-nodata=keep"), VALUES)
+        write(self.a, [VALUES] * 3 + [shown], "PHOTOMETRIC=MINISBLACK", type="Byte")  # no alpha band
+        result, _ = self.made(self.a, COPY, "-mode=byte")
+        self.assertEqual(result.GetRasterBand(1).GetMaskFlags(), gdal.GMF_ALL_VALID)
 
     def test_is_told_before_values_are_unscaled(self):
         for values, expected in (([[4, 7, -9]], [[12, 13.5, NAN]]),
@@ -214,7 +219,8 @@ class Results(harness.ProgramTest):
                 ("-operator=abs_a1 does not read FILE2; none.tif is not used", self.a, "none.tif",
                  "-operator=abs_a1"),
                 ("", self.b, "-operator=abs_a1", "-mode=float32"),
-                ("", self.b, COPY), ("", self.a, COPY)):
+                ("", self.a, COPY, "-mode=cfloat32"), ("", self.b, COPY),
+                ("", self.a, COPY, "-nodata=7", "-format=HFA"), ("", self.a, COPY)):
             self.warned(told, *arguments)
         digits = f"{self.a} (File1) are held in single precision: " + "{} is taken as {}"
         for value, type, told in (
