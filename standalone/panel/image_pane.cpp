@@ -1,5 +1,7 @@
 #include "standalone/panel/image_pane.h"
 
+#include <utility>
+
 namespace lumomixcalc::standalone {
 
 ImagePane::ImagePane(const QString& title, const QComboBox& stretch, const Sight& sight)
@@ -35,10 +37,10 @@ ImagePane::ImagePane(const QString& title, const QComboBox& stretch, const Sight
   Redraw();
 }
 
-void ImagePane::Show(const PreviewImage& image, const QRect& inputs) {
+void ImagePane::Show(PreviewImage image, const QRect& inputs) {
   // What is seen of the same data keeps its colours, once these are of the whole.
   if (image.data != image_.data || (image.whole && ofWhole_ == false)) ofWhole_.reset();
-  image_ = image;
+  image_ = std::move(image);
   inputs_ = inputs;
   raster_->Dim(false);
   Redraw();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -44,16 +45,15 @@ void ImageView::SetGrid(QPoint first, QSize pitch, const QRect& image) {
   Follow();
 }
 
-void ImageView::Show(const QImage& picture, const QString& text) {
-  picture_->setPixmap(QPixmap::fromImage(picture));
+void ImageView::Show(QImage picture, const QString& text) {
+  picture_->setPixmap(QPixmap::fromImage(std::move(picture)));
   text_ = text;
   setAccessibleDescription(text);
   viewport()->update();
 }
 
 void ImageView::Dim(bool dimmed) {
-  dimmed_ = dimmed;
-  viewport()->update();
+  if (std::exchange(dimmed_, dimmed) != dimmed) viewport()->update();
 }
 
 void ImageView::Follow() {

@@ -80,8 +80,8 @@ PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first) : hos
   worker_ = std::make_unique<PanelWorker>(
       host_,
       PanelWorker::Listener{[this](const std::string& command) { ShowCommand(command); },
-                            [this](std::size_t position, const PreviewImage& image) {
-                              preview_->Show(position, image);
+                            [this](std::size_t position, PreviewImage image) {
+                              preview_->Show(position, std::move(image));
                             },
                             [this](const Findings& findings) { ShowFindings(findings); },
                             [this](const Inspection& found) { preview_->ShowElements(found); },
