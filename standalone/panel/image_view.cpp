@@ -75,9 +75,12 @@ QRect ImageView::Seen() const {
 void ImageView::drawBackground(QPainter* painter, const QRectF&) {
   painter->resetTransform();
   painter->fillRect(viewport()->rect(), palette().window().color().darker(112));
-  if (HasPicture())
-    painter->fillRect(OnScreen(sceneRect()),
-                      QBrush(palette().color(QPalette::Mid), Qt::BDiagPattern));
+  if (!HasPicture()) return;
+  // Hatched where there is no data. Under a picture that hides it, this would take a while.
+  const QRectF image = OnScreen(sceneRect()) & viewport()->rect();
+  const bool hidden = !picture_->pixmap().hasAlphaChannel() &&
+                      OnScreen(picture_->sceneBoundingRect()).contains(image);
+  if (!hidden) painter->fillRect(image, QBrush(palette().color(QPalette::Mid), Qt::BDiagPattern));
 }
 
 void ImageView::drawForeground(QPainter* painter, const QRectF&) {
