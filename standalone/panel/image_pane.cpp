@@ -55,9 +55,12 @@ QString ImagePane::SavePicture() {
   raster_->clearFocus();  // and its frame
   const QPixmap picture = grab(raster_->geometry() | histogram_->geometry());
   raster_->setFocus();
-  const QString file = QFileDialog::getSaveFileName(window(), "Save picture of " + title_,
-                                                    title_ + ".png", "PNG (*.png)");
-  if (file.isEmpty()) return "";
+  QFileDialog dialog(window(), "Save picture of " + title_, "", "PNG (*.png)");
+  dialog.setAcceptMode(QFileDialog::AcceptSave);
+  dialog.setDefaultSuffix("png");
+  dialog.selectFile(title_);
+  if (dialog.exec() == QDialog::Rejected) return "";
+  const QString file = dialog.selectedFiles().front();
   QImageWriter writer(file, "png");
   if (writer.write(picture.toImage())) return "Written: " + file;
   return "The picture was not written: " + file + ": " + writer.errorString();

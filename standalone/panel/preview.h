@@ -112,7 +112,9 @@ class PreviewMaker {
   Inspection Inspect(QPoint pixel);
 
   // GDAL could hand a run what an input that is open here has read of its sources.
-  void CloseInputs() { inputs_.clear(); }
+  void CloseInputs() {
+    for (auto& [stream, input] : inputs_) input = {};
+  }
 
  private:
   struct Input {

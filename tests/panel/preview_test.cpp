@@ -20,7 +20,7 @@ class PreviewTest : public PanelWindowTest {
   static Made Run(const std::string& file, const std::string& options) {
     const std::string command = "lumomixcalc f1.tif f2.tif " + file + " -overwrite " + options;
     const Job job = ReadCommandLine(ArgumentsOf(command)).job;
-    return {job, RunBatch(job, "", TheHostState(), {}).plan.grid};
+    return {job, RunBatch(job, command, TheHostState(), {}).plan.grid};
   }
 
   // Returns the number of cells compared, which begin inside the window.
@@ -61,8 +61,10 @@ class PreviewTest : public PanelWindowTest {
     const Made read = Run("read.tif", ofInputs + " -operator=a1b");
     const Made made = Run("out.tif", ofInputs + " " + ofResult);
     const Findings findings =
-        maker_.Make(made.job, made.job, view, {},
-                    [this](auto position, const auto& image) { shown_[position] = image; });
+        maker_.Make(made.job, made.job, view, {}, [this](auto position, const auto& image) {
+          shown_[position] = image;
+          notes_.insert(image.note);
+        });
     for (const PreviewImage& image : shown_) EXPECT_EQ(image.note, "");
     const int step = shown_[kResult].step;
     EXPECT_EQ(step > 1, view.enough < 1000);
@@ -78,6 +80,7 @@ class PreviewTest : public PanelWindowTest {
 
   PreviewMaker maker_{TheHostState()};
   std::array<PreviewImage, 3> shown_;
+  std::set<std::string> notes_;
 };
 
 TEST_F(PreviewTest, PicturesShowAndPointersReadWhatTheRunReadsAndStores) {
@@ -112,6 +115,7 @@ TEST_F(PreviewTest, PicturesShowAndPointersReadWhatTheRunReadsAndStores) {
   Expect("-extent=intersection", "");
   std::ofstream("f2.tfw") << "10\n0\n0\n-10\n1085\n2045";  // shares the same area
   Expect("-extent=intersection", "");
+  EXPECT_EQ(notes_, (std::set<std::string>{"", "Opening f1.tif\u2026", "Opening f2.tif\u2026"}));
 }
 
 TEST_F(PanelWindowTest, ElementsUnderThePointerAreThoseOfThePixelAndTheSettings) {
