@@ -18,11 +18,6 @@ namespace {
 
 constexpr int kProgressSteps = 1000;
 
-QString FaultOf(const NumberField& field) {
-  return QString("%1: \u201c%2\u201d is not a number that can be used")
-      .arg(field.accessibleName(), field.text());
-}
-
 // "GTiff cfloat32, 1200 x 800, 1 band, 7.3 MB"; without a format while the output has none.
 QString SummaryOf(const RunPlan& plan) {
   const DataMode& mode = *plan.mode;
@@ -75,7 +70,7 @@ PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first) : hos
   AddShortcuts();
   SetRunning(false);
   setAcceptDrops(true);
-  ShowJob(shown);
+  ShowJob(shown, true);
   RestoreDisplay();
   worker_ = std::make_unique<PanelWorker>(
       host_,
@@ -248,14 +243,10 @@ void PanelWindow::Take(const QString& command, bool withFiles) {
     try {
       Job job = ReadCommand(command, host_);
       job.overwrite = false;  // what the command replaced; the user is asked for what the run does
-      worker->Deliver([this, job, withFiles, numbers = NumbersOf(host_.panelRows)]() mutable {
-        if (!withFiles) {
-          job.inputs = files_->Inputs();
-          job.output = files_->Output().toStdString();
-        }
+      worker->Deliver([this, job, withFiles, numbers = NumbersOf(host_.panelRows)] {
         rows_->Show(numbers);
         TakeRows();
-        ShowJob(job);
+        ShowJob(job, withFiles);
       });
     } catch (const WrongCommandLine& wrong) {
       worker->Deliver([this, told = Text(wrong.what())] { Tell("Not pasted: " + told); });
@@ -263,10 +254,10 @@ void PanelWindow::Take(const QString& command, bool withFiles) {
   });
 }
 
-void PanelWindow::ShowJob(const Job& job) {
+void PanelWindow::ShowJob(const Job& job, bool withFiles) {
   showing_ = true;
   output_->Show(job);
-  files_->Show(job);
+  if (withFiles) files_->Show(job);
   showing_ = false;
   TakeChange();
 }
@@ -304,8 +295,10 @@ void PanelWindow::ShowFindings(const Findings& findings) {
 
 // What is wrong with a field, so that there is no command and no run; or an empty text.
 QString PanelWindow::Fault() const {
-  const NumberField* const fault = rows_->FirstFault();
-  return fault ? FaultOf(*fault) : output_->Fault();
+  const NumberField* const field = rows_->FirstFault();
+  if (!field) return output_->Fault();
+  return QString("%1: \u201c%2\u201d is not a number that can be used")
+      .arg(field->accessibleName(), field->text());
 }
 
 // Shows problems of fields, or else of the run, and warnings.
