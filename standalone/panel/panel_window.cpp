@@ -83,7 +83,6 @@ PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first) : hos
                             [this](double share) { ShowProgress(share); },
                             [this](const std::string& message) { Tell(Text(message)); },
                             [this](RunEnd end) { EndRun(end); }});
-  Refresh();
 }
 
 PanelWindow::~PanelWindow() {
@@ -326,6 +325,11 @@ void PanelWindow::ShowNotes() {
 }
 
 void PanelWindow::Refresh() {
+  const Job job = CurrentJob();
+  for (std::size_t i = 0; i < host_.registration.inputs.size(); ++i)
+    if (const auto file = job.inputs.find(host_.registration.inputs[i].number);
+        file != job.inputs.end())
+      preview_->ShowOpening(i, Text(file->second));
   if (!worker_) return;  // still being made
   preview_->SetRegion(output_->Region());
   // There is no command for these fields. The preview is of the last numbers, such as the 1 of 1/3.
@@ -333,7 +337,6 @@ void PanelWindow::Refresh() {
   if (!Fault().isEmpty()) return ShowCommand("");
   copy_->setEnabled(false);  // until the command is the current one again
   preview_->ExpectPreview();
-  const Job job = CurrentJob();
   if (!watcher_.files().isEmpty()) watcher_.removePaths(watcher_.files());
   for (const auto& [stream, file] : job.inputs) watcher_.addPath(Text(file));
   if (!job.output.empty()) watcher_.addPath(Text(job.output));

@@ -297,26 +297,22 @@ PreviewImage PreviewMaker::Result(Findings& findings, const std::stop_token& sto
 Findings PreviewMaker::Make(const Job& job, const Job& ofTheRun, const View& view,
                             const std::stop_token& stop, const Show& show) {
   const MessageRedirection quiet([](const std::string&) {});  // the check tells
-  const std::vector<DeclaredStream>& inputs = host_.registration.inputs;
-  PreviewImage image;
-  for (std::size_t i = 0; i < inputs.size(); ++i) {
-    const auto file = job.inputs.find(inputs[i].number);
-    const bool isNone = file == job.inputs.end();
-    if (isNone) inputs_.erase(inputs[i].number);
-    if (inputs_.contains(inputs[i].number)) continue;
-    image.note = isNone ? kNoFile : "Opening " + file->second + "\u2026";  // may take a while
-    show(i, image);
-  }
-  image.note.clear();
-  if (inputs_.empty() && !job.inputs.empty()) show(inputs.size(), image);
   Findings findings = Check(ofTheRun);
   job_ = job;
   run_ = ofTheRun;
   view_ = view;
   plan_ = findings.plan;
-  for (std::size_t i = 0; i < inputs.size(); ++i)
-    if (job.inputs.contains(inputs[i].number) && Update(inputs[i], stop))
+  const std::vector<DeclaredStream>& inputs = host_.registration.inputs;
+  for (std::size_t i = 0; i < inputs.size(); ++i) {
+    if (!job.inputs.contains(inputs[i].number)) {
+      inputs_.erase(inputs[i].number);
+      PreviewImage none;
+      none.note = kNoFile;
+      show(i, none);
+    } else if (Update(inputs[i], stop)) {
       show(i, Shown(inputs_.at(inputs[i].number).image, Grid().looks));
+    }
+  }
   std::vector<int> read;
   for (const auto& [stream, name] : run_.inputs) read.push_back(inputs_.at(stream).data);
   const auto resultOf = std::tuple(read, run_.mode, run_.outputNoData, EchoOptions(host_));

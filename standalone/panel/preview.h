@@ -112,9 +112,7 @@ class PreviewMaker {
   Inspection Inspect(QPoint pixel);
 
   // GDAL could hand a run what an input that is open here has read of its sources.
-  void CloseInputs() {
-    for (auto& [stream, input] : inputs_) input = {};
-  }
+  void CloseInputs() { inputs_.clear(); }
 
  private:
   struct Input {

@@ -91,6 +91,13 @@ void PreviewPane::Show(std::size_t position, PreviewImage image) {
   if (had != HasFile(position)) Arrange();
 }
 
+void PreviewPane::ShowOpening(std::size_t position, const QString& file) {
+  PreviewImage none;
+  if (!HasFile(panes_.size() - 1)) Show(panes_.size() - 1, none);  // has its room at once
+  none.note = ("Opening " + file + "\u2026").toStdString();
+  if (!HasFile(position)) Show(position, none);
+}
+
 void PreviewPane::ExpectPreview() {
   if (!expected_.isActive()) expected_.start();
 }
