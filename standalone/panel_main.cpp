@@ -3,12 +3,14 @@
 
 #include <QApplication>
 #include <algorithm>
+#include <chrono>
 #include <clocale>
 #include <cstdlib>
 #include <filesystem>
 #include <iterator>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "host/ip.h"
@@ -16,6 +18,7 @@
 #include "standalone/panel/panel_window.h"
 #include "standalone/program.h"
 #include "standalone/rasters/gdal_library.h"
+#include "standalone/rasters/publication.h"
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -64,6 +67,13 @@ void ShowPanel(const std::optional<Job>& first, HostState& host, const std::stop
           &application, [] { QCoreApplication::exit(); }, Qt::QueuedConnection);
     });
     QCoreApplication::exec();
+    // Not later than after a signal. Waiting for a server that does not answer cannot be stopped.
+    if (!stop.stop_requested())
+      std::thread([] {
+        std::this_thread::sleep_for(std::chrono::seconds(1));
+        RemovePublicationFolders();
+        std::_Exit(static_cast<int>(ExitStatus::kDone));
+      }).detach();
   }
   if (stop.stop_requested()) throw Cancelled();
 }

@@ -1,5 +1,7 @@
 #include "standalone/panel/image_pane.h"
 
+#include <utility>
+
 namespace lumomixcalc::standalone {
 
 ImagePane::ImagePane(const QString& title, const QComboBox& stretch, const Sight& sight)
@@ -35,10 +37,10 @@ ImagePane::ImagePane(const QString& title, const QComboBox& stretch, const Sight
   Redraw();
 }
 
-void ImagePane::Show(const PreviewImage& image, const QRect& inputs) {
+void ImagePane::Show(PreviewImage image, const QRect& inputs) {
   // What is seen of the same data keeps its colours, once these are of the whole.
   if (image.data != image_.data || (image.whole && ofWhole_ == false)) ofWhole_.reset();
-  image_ = image;
+  image_ = std::move(image);
   inputs_ = inputs;
   raster_->Dim(false);
   Redraw();
@@ -53,9 +55,12 @@ QString ImagePane::SavePicture() {
   raster_->clearFocus();  // and its frame
   const QPixmap picture = grab(raster_->geometry() | histogram_->geometry());
   raster_->setFocus();
-  const QString file = QFileDialog::getSaveFileName(window(), "Save picture of " + title_,
-                                                    title_ + ".png", "PNG (*.png)");
-  if (file.isEmpty()) return "";
+  QFileDialog dialog(window(), "Save picture of " + title_, "", "PNG (*.png)");
+  dialog.setAcceptMode(QFileDialog::AcceptSave);
+  dialog.setDefaultSuffix("png");
+  dialog.selectFile(title_);
+  if (dialog.exec() == QDialog::Rejected) return "";
+  const QString file = dialog.selectedFiles().front();
   QImageWriter writer(file, "png");
   if (writer.write(picture.toImage())) return "Written: " + file;
   return "The picture was not written: " + file + ": " + writer.errorString();

@@ -17,7 +17,7 @@ class ImagePane : public QWidget {
   ImagePane(const QString& title, const QComboBox& stretch, const Sight& sight);
 
   // The result lies on the inputs, whose pixels are given.
-  void Show(const PreviewImage& image, const QRect& inputs);
+  void Show(PreviewImage image, const QRect& inputs);
 
   // Shows the picture of another pane in the place of this one's, in this one's colours; or its
   // own again.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace lumomixcalc::standalone {
 namespace {
@@ -44,16 +45,15 @@ void ImageView::SetGrid(QPoint first, QSize pitch, const QRect& image) {
   Follow();
 }
 
-void ImageView::Show(const QImage& picture, const QString& text) {
-  picture_->setPixmap(QPixmap::fromImage(picture));
+void ImageView::Show(QImage picture, const QString& text) {
+  picture_->setPixmap(QPixmap::fromImage(std::move(picture)));
   text_ = text;
   setAccessibleDescription(text);
   viewport()->update();
 }
 
 void ImageView::Dim(bool dimmed) {
-  dimmed_ = dimmed;
-  viewport()->update();
+  if (std::exchange(dimmed_, dimmed) != dimmed) viewport()->update();
 }
 
 void ImageView::Follow() {
@@ -75,9 +75,12 @@ QRect ImageView::Seen() const {
 void ImageView::drawBackground(QPainter* painter, const QRectF&) {
   painter->resetTransform();
   painter->fillRect(viewport()->rect(), palette().window().color().darker(112));
-  if (HasPicture())
-    painter->fillRect(OnScreen(sceneRect()),
-                      QBrush(palette().color(QPalette::Mid), Qt::BDiagPattern));
+  if (!HasPicture()) return;
+  // Hatched where there is no data. Under a picture that hides it, this would take a while.
+  const QRectF image = OnScreen(sceneRect()) & viewport()->rect();
+  const bool hidden = !picture_->pixmap().hasAlphaChannel() &&
+                      OnScreen(picture_->sceneBoundingRect()).contains(image);
+  if (!hidden) painter->fillRect(image, QBrush(palette().color(QPalette::Mid), Qt::BDiagPattern));
 }
 
 void ImageView::drawForeground(QPainter* painter, const QRectF&) {

@@ -35,7 +35,7 @@ class ImageView : public QGraphicsView {
   void SetGrid(QPoint first, QSize pitch, const QRect& image);
 
   // The text is shown in a corner of the picture, or in its place where it is null.
-  void Show(const QImage& picture, const QString& text);
+  void Show(QImage picture, const QString& text);
 
   // A picture that may no longer be that of the settings is dimmed.
   void Dim(bool dimmed);

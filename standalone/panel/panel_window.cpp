@@ -18,11 +18,6 @@ namespace {
 
 constexpr int kProgressSteps = 1000;
 
-QString FaultOf(const NumberField& field) {
-  return QString("%1: \u201c%2\u201d is not a number that can be used")
-      .arg(field.accessibleName(), field.text());
-}
-
 // "GTiff cfloat32, 1200 x 800, 1 band, 7.3 MB"; without a format while the output has none.
 QString SummaryOf(const RunPlan& plan) {
   const DataMode& mode = *plan.mode;
@@ -75,20 +70,19 @@ PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first) : hos
   AddShortcuts();
   SetRunning(false);
   setAcceptDrops(true);
-  ShowJob(shown);
+  ShowJob(shown, true);
   RestoreDisplay();
   worker_ = std::make_unique<PanelWorker>(
       host_,
       PanelWorker::Listener{[this](const std::string& command) { ShowCommand(command); },
-                            [this](std::size_t position, const PreviewImage& image) {
-                              preview_->Show(position, image);
+                            [this](std::size_t position, PreviewImage image) {
+                              preview_->Show(position, std::move(image));
                             },
                             [this](const Findings& findings) { ShowFindings(findings); },
                             [this](const Inspection& found) { preview_->ShowElements(found); },
                             [this](double share) { ShowProgress(share); },
                             [this](const std::string& message) { Tell(Text(message)); },
                             [this](RunEnd end) { EndRun(end); }});
-  Refresh();
 }
 
 PanelWindow::~PanelWindow() {
@@ -248,14 +242,10 @@ void PanelWindow::Take(const QString& command, bool withFiles) {
     try {
       Job job = ReadCommand(command, host_);
       job.overwrite = false;  // what the command replaced; the user is asked for what the run does
-      worker->Deliver([this, job, withFiles, numbers = NumbersOf(host_.panelRows)]() mutable {
-        if (!withFiles) {
-          job.inputs = files_->Inputs();
-          job.output = files_->Output().toStdString();
-        }
+      worker->Deliver([this, job, withFiles, numbers = NumbersOf(host_.panelRows)] {
         rows_->Show(numbers);
         TakeRows();
-        ShowJob(job);
+        ShowJob(job, withFiles);
       });
     } catch (const WrongCommandLine& wrong) {
       worker->Deliver([this, told = Text(wrong.what())] { Tell("Not pasted: " + told); });
@@ -263,10 +253,10 @@ void PanelWindow::Take(const QString& command, bool withFiles) {
   });
 }
 
-void PanelWindow::ShowJob(const Job& job) {
+void PanelWindow::ShowJob(const Job& job, bool withFiles) {
   showing_ = true;
   output_->Show(job);
-  files_->Show(job);
+  if (withFiles) files_->Show(job);
   showing_ = false;
   TakeChange();
 }
@@ -304,8 +294,10 @@ void PanelWindow::ShowFindings(const Findings& findings) {
 
 // What is wrong with a field, so that there is no command and no run; or an empty text.
 QString PanelWindow::Fault() const {
-  const NumberField* const fault = rows_->FirstFault();
-  return fault ? FaultOf(*fault) : output_->Fault();
+  const NumberField* const field = rows_->FirstFault();
+  if (!field) return output_->Fault();
+  return QString("%1: \u201c%2\u201d is not a number that can be used")
+      .arg(field->accessibleName(), field->text());
 }
 
 // Shows problems of fields, or else of the run, and warnings.
@@ -333,6 +325,11 @@ void PanelWindow::ShowNotes() {
 }
 
 void PanelWindow::Refresh() {
+  const Job job = CurrentJob();
+  for (std::size_t i = 0; i < host_.registration.inputs.size(); ++i)
+    if (const auto file = job.inputs.find(host_.registration.inputs[i].number);
+        file != job.inputs.end())
+      preview_->ShowOpening(i, Text(file->second));
   if (!worker_) return;  // still being made
   preview_->SetRegion(output_->Region());
   // There is no command for these fields. The preview is of the last numbers, such as the 1 of 1/3.
@@ -340,7 +337,6 @@ void PanelWindow::Refresh() {
   if (!Fault().isEmpty()) return ShowCommand("");
   copy_->setEnabled(false);  // until the command is the current one again
   preview_->ExpectPreview();
-  const Job job = CurrentJob();
   if (!watcher_.files().isEmpty()) watcher_.removePaths(watcher_.files());
   for (const auto& [stream, file] : job.inputs) watcher_.addPath(Text(file));
   if (!job.output.empty()) watcher_.addPath(Text(job.output));

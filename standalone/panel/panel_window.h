@@ -44,7 +44,7 @@ class PanelWindow : public QWidget {
 
   Job CurrentJob() const;
   void Take(const QString& command, bool withFiles);
-  void ShowJob(const Job& job);
+  void ShowJob(const Job& job, bool withFiles);
   void TakeRows();
   void TakeChange();
   void ShowFindings(const Findings& findings);

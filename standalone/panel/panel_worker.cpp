@@ -87,9 +87,11 @@ void PanelWorker::MakePreview(const Job& job, const View& view, int number,
   Deliver([this, command, number] {
     if (number == newestPreview_) listener_.commandChanged(command);
   });
-  Findings findings = previews_.Make(
-      job, ofTheRun, view, stop, [this](std::size_t position, const PreviewImage& image) {
-        Deliver([this, position, image] { listener_.imageMade(position, image); });
+  Findings findings =
+      previews_.Make(job, ofTheRun, view, stop, [this](std::size_t position, PreviewImage image) {
+        Deliver([this, position, image = std::move(image)]() mutable {
+          listener_.imageMade(position, std::move(image));
+        });
       });
   findings.inputs = inputs;
   if (const std::string note = NoteOn(host_, options); !note.empty())

@@ -156,12 +156,13 @@ CellSample PreviewMaker::SampleFor(const View& view, const QRect& extent) const 
   const OutputGrid run = Grid();
   const int n = run.resolution;
   // A cell of many looks needs many elements. A picture of too few cells would say little.
-  const double allowed = view.elements * std::min(4, run.looks.x * run.looks.y) * n * n;
-  const double pixels = static_cast<double>(seen.width()) * seen.height();
+  const double pixels = static_cast<double>(seen.width()) * seen.height() / (n * n) /
+                        std::min(4, run.looks.x * run.looks.y);
   const int nx = n * run.looks.x;
   const int ny = n * run.looks.y;
   CellSample cells;
-  cells.step = std::max(1, static_cast<int>(std::ceil(std::sqrt(pixels / allowed))));
+  cells.step = static_cast<int>(std::max({1.0, std::floor(std::sqrt(pixels / view.enough)),
+                                          std::ceil(std::sqrt(pixels / view.most))}));
   const auto [x, columns] = GroupsOf({seen.x(), seen.width()}, run.window.x, nx * cells.step, nx,
                                      {extent.x(), extent.width()});
   const auto [y, rows] = GroupsOf({seen.y(), seen.height()}, run.window.y, ny * cells.step, ny,
@@ -331,7 +332,7 @@ Findings PreviewMaker::Make(const Job& job, const Job& ofTheRun, const View& vie
       for (const std::string& loss : input.raster->Losses())
         if (std::ranges::find(findings.warnings, loss) == findings.warnings.end())
           findings.warnings.push_back(loss);
-  show(inputs.size(), result);
+  show(inputs.size(), std::move(result));
   return findings;
 }
 

@@ -26,8 +26,11 @@ namespace lumomixcalc::standalone {
 // What is shown of the images.
 struct View {
   int band = 1;
-  QRect seen;                 // in pixels of the inputs; null for all of them
-  double elements = 1 << 20;  // at most about so many are read of each input
+  QRect seen;  // in pixels of the inputs; null for all of them
+  // So many elements suffice of each input, for the pixels of the screen. More are read where the
+  // next coarser sample would have fewer, but no more than about the most.
+  double enough = 1 << 18;
+  double most = 1 << 20;
   bool operator==(const View&) const = default;
 };
 
@@ -94,7 +97,7 @@ Job WithInputs(Job job, const std::set<int>& inputs);
 class PreviewMaker {
  public:
   // Called with each image as soon as it is ready: the inputs by their position, the result last.
-  using Show = std::function<void(std::size_t position, const PreviewImage& image)>;
+  using Show = std::function<void(std::size_t position, PreviewImage image)>;
 
   explicit PreviewMaker(HostState& host) : host_(host) {}
 

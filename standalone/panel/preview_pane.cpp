@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace lumomixcalc::standalone {
 
@@ -82,12 +83,19 @@ void PreviewPane::AddShortcuts() {
   });
 }
 
-void PreviewPane::Show(std::size_t position, const PreviewImage& image) {
+void PreviewPane::Show(std::size_t position, PreviewImage image) {
   if (image.bands > 0) extent_ = image.extent;
   if (blinks_) Blink(false);
   const bool had = HasFile(position);
-  panes_[position]->Show(image, extent_);
+  panes_[position]->Show(std::move(image), extent_);
   if (had != HasFile(position)) Arrange();
+}
+
+void PreviewPane::ShowOpening(std::size_t position, const QString& file) {
+  PreviewImage none;
+  if (!HasFile(panes_.size() - 1)) Show(panes_.size() - 1, none);  // has its room at once
+  none.note = ("Opening " + file + "\u2026").toStdString();
+  if (!HasFile(position)) Show(position, none);
 }
 
 void PreviewPane::ExpectPreview() {
@@ -111,8 +119,7 @@ void PreviewPane::ShowElements(const Inspection& found) {
 }
 
 void PreviewPane::SetRegion(std::optional<QRect> pixels) {
-  sight_.region = pixels;
-  FollowSight();
+  if (std::exchange(sight_.region, pixels) != pixels) FollowSight();
 }
 
 struct View PreviewPane::View() const {
@@ -125,7 +132,8 @@ struct View PreviewPane::View() const {
     whole = whole || raster.Seen().isNull();
     view.seen |= raster.Seen();
     const double screen = raster.width() * raster.height() * std::pow(devicePixelRatioF(), 2);
-    view.elements = std::clamp(screen * 1.2, view.elements, 0x1p22);
+    view.enough = std::max(view.enough, screen * 1.15);
+    view.most = std::clamp(view.enough, view.most, 0x1p22);
   }
   if (whole) view.seen = {};
   return view;

@@ -22,7 +22,10 @@ class PreviewPane : public QWidget {
   PreviewPane(const QStringList& titles, Inspector& inspector);
 
   // The inputs by their position, the result last. The result lies on the inputs.
-  void Show(std::size_t position, const PreviewImage& image);
+  void Show(std::size_t position, PreviewImage image);
+
+  // Has the pane of an input that had no file say that this one is being opened.
+  void ShowOpening(std::size_t position, const QString& file);
 
   // A new preview is being made: shows that if it takes long.
   void ExpectPreview();

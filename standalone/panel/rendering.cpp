@@ -3,6 +3,8 @@
 #include <cfloat>
 #include <numbers>
 
+#include "standalone/runs/statistics.h"
+
 namespace lumomixcalc::standalone {
 namespace {
 
@@ -36,18 +38,15 @@ auto ShadesBetween(double low, double high) {
   };
 }
 
-// Without a value that counts, {0, 1}, or {1, 10} for a logarithm.
-Limits LimitsOf(std::span<const float> values, Stretch stretch) {
-  const float least = stretch == Stretch::kLogarithm ? FLT_TRUE_MIN : -FLT_MAX;
-  std::vector<float> finite;
-  finite.reserve(values.size());
-  for (const float value : values)
-    if (value >= least && value <= FLT_MAX) finite.push_back(value);
-  if (finite.empty()) return least > 0 ? Limits{1, 10} : Limits{};
-  const auto extremes = [&finite] {
-    return Limits{std::ranges::min(finite), std::ranges::max(finite)};
-  };
-  if (stretch == Stretch::kMinMax) return extremes();
+Limits ExtremesOf(const std::vector<float>& finite) {
+  if (finite.empty()) return {};
+  ValidStatistics found;
+  CountRows({finite.data(), static_cast<int>(finite.size()), 1}, found);
+  return {found.minimum, found.maximum};
+}
+
+Limits PercentilesOf(const std::vector<float>& finite, const Limits& extremes) {
+  if (finite.empty()) return extremes;
   // Some 100,000 elements suffice; in odd steps, which fall on even and on odd columns.
   const std::size_t step = finite.size() / 100000 | 1;
   std::vector<float> some;
@@ -59,7 +58,7 @@ Limits LimitsOf(std::span<const float> values, Stretch stretch) {
   };
   const std::size_t share = some.size() / 50;
   const Limits usual = {ranked(share), ranked(some.size() - 1 - share)};
-  return usual.low < usual.high ? usual : extremes();
+  return usual.low < usual.high ? usual : extremes;
 }
 
 }  // namespace
@@ -101,19 +100,24 @@ std::vector<float> PartOf(std::span<const float> pairs, ComplexPart part) {
 
 Appearance AppearanceOf(std::span<const float> values, bool phase, Stretch stretch,
                         std::optional<ColourMap> map) {
-  const Limits all = LimitsOf(values, Stretch::kMinMax);
+  std::vector<float> finite(values.begin(), values.end());
+  std::erase_if(finite, [](float value) { return !std::isfinite(value); });
+  const Limits all = ExtremesOf(finite);
   for (const float half : {kPi, 180.0F}) {
     const bool filled = std::max(-all.low, all.high) <= half * 1.000001F &&
                         std::min(-all.low, all.high) >= half * 0.99F;
     if (phase || (filled && map.value_or(ColourMap::kCyclic) == ColourMap::kCyclic))
       return {map.value_or(ColourMap::kCyclic), {-half, half}};
   }
-  const bool logarithm = stretch == Stretch::kLogarithm;
-  const Limits usual = LimitsOf(values, Stretch::kPercentiles);
+  if (stretch == Stretch::kLogarithm && map != ColourMap::kCentred) {
+    std::erase_if(finite, [](float value) { return value <= 0; });
+    const Limits positive = finite.empty() ? Limits{1, 10} : ExtremesOf(finite);
+    return {map.value_or(ColourMap::kGrey), PercentilesOf(finite, positive), true};
+  }
+  const Limits usual = PercentilesOf(finite, all);
   const bool twoSided = usual.low < 0 && usual.high > 0 &&
                         std::min(-usual.low, usual.high) * 10 >= std::max(-usual.low, usual.high);
-  if (!map) map = twoSided && !logarithm ? ColourMap::kCentred : ColourMap::kGrey;
-  if (logarithm && map != ColourMap::kCentred) return {*map, LimitsOf(values, stretch), true};
+  if (!map) map = twoSided ? ColourMap::kCentred : ColourMap::kGrey;
   const Limits limits = stretch == Stretch::kMinMax ? all : usual;
   return {*map, map == ColourMap::kCentred ? limits.AboutZero() : limits};
 }
@@ -133,7 +137,8 @@ QImage Picture(std::span<const float> values, int columns, const Appearance& app
     const int light = static_cast<int>(place);
     return qRgb(qRed(full) * light / 255, qGreen(full) * light / 255, qBlue(full) * light / 255);
   };
-  QImage picture(columns, static_cast<int>(values.size()) / columns, QImage::Format_ARGB32);
+  QImage picture(columns, static_cast<int>(values.size()) / columns,
+                 QImage::Format_ARGB32_Premultiplied);
   auto* const pixels = reinterpret_cast<QRgb*>(picture.bits());  // rows of QRgb are not padded
   for (std::size_t i = 0; i < values.size(); ++i) pixels[i] = colour(i);
   return picture;

@@ -266,6 +266,7 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   Settle();
   EXPECT_EQ(Find("File2 preview").accessibleDescription(), kNoFile);
   Set("File2", "f2.tif");
+  EXPECT_TRUE(Find("File2 preview").accessibleDescription().endsWith("/f2.tif\u2026"));
   QFile::remove("f2.tif");
   Run("done");
   Set("File1", " GTIFF_DIR:1:f1.tif ");

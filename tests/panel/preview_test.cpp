@@ -20,7 +20,7 @@ class PreviewTest : public PanelWindowTest {
   static Made Run(const std::string& file, const std::string& options) {
     const std::string command = "lumomixcalc f1.tif f2.tif " + file + " -overwrite " + options;
     const Job job = ReadCommandLine(ArgumentsOf(command)).job;
-    return {job, RunBatch(job, "", TheHostState(), {}).plan.grid};
+    return {job, RunBatch(job, command, TheHostState(), {}).plan.grid};
   }
 
   // Returns the number of cells compared, which begin inside the window.
@@ -65,7 +65,7 @@ class PreviewTest : public PanelWindowTest {
                     [this](auto position, const auto& image) { shown_[position] = image; });
     for (const PreviewImage& image : shown_) EXPECT_EQ(image.note, "");
     const int step = shown_[kResult].step;
-    EXPECT_EQ(step > 1, view.elements < 1000);
+    EXPECT_EQ(step > 1, view.enough < 1000);
     const auto sampled = [step](int count) { return (count + step - 1) / step; };
     if (seen == 0) seen = sampled(made.grid.columns) * sampled(made.grid.rows);
     const auto [x, y, columns, rows] = made.grid.window;
@@ -158,18 +158,21 @@ TEST_F(PanelWindowTest, ElementsUnderThePointerAreThoseOfThePixelAndTheSettings)
 }
 
 TEST_F(PanelWindowTest, CoarseAndLongThinPreviewsShowPixelsInTheirPlacesAndReadThemOnce) {
-  MakeRaster("f1.tif", 2500, 1300, 1);  // one of 2 x 2 pixels is shown
+  MakeRaster("f1.tif", 2400, 1300, 1);
   Open("f1.tif -save=out.tif -operator=a1b");
   Set("Stretch", "Min\u2013max");
   const QImage picture = Pictured("Result preview").Picture();
-  EXPECT_EQ(qGray(picture.pixel(1249, 649)), 255);
-  EXPECT_EQ(Find("Result preview").accessibleDescription(), "1 of 2 \u00d7 2 cells");
+  EXPECT_EQ(qGray(picture.pixel(799, 433)), 255);
+  EXPECT_EQ(Find("Result preview").accessibleDescription(), "1 of 3 \u00d7 3 cells");
   for (const Image image : {kFile1, kResult}) ExpectElements({391, 541}, image, Ramp);
   const auto bytesRead = [] { return std::stol(Bytes("/proc/self/io").substr(7)); };
   const long before = bytesRead();
   Set(kA, "0");
   ExpectElements({391, 541}, kResult, [](int, int) { return "0 0 0 "; });
-  EXPECT_LT(bytesRead() - before, 4000000);  // of 13 million
+  EXPECT_LT(bytesRead() - before, 4000000);  // of 8 million
+  Set("Images shown", "Result");             // with more room for finer cells
+  Pictured("Result preview");
+  EXPECT_EQ(Find("Result preview").accessibleDescription(), "1 of 2 \u00d7 2 cells");
   MakeRaster("f1.tif", 5000, 3, 1);
   Open("f1.tif -save=out.tif -operator=a1b");
   const auto& view = Pictured("Result preview");

@@ -197,7 +197,7 @@ TEST_F(LimitsTest, AreSharedToCompareInputsWhichBlinkAndAreSaved) {
     view.actions()[1]->trigger();
     EXPECT_TRUE(Told(*file == 'n' ? "The picture was not written: " : "Written: "));
   }
-  EXPECT_EQ(QImage("picture").width(), view.width());
+  EXPECT_EQ(QImage("picture.png").width(), view.width());
 }
 
 }  // namespace
