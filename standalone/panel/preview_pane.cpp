@@ -79,15 +79,14 @@ void PreviewPane::AddShortcuts() {
   });
   (new QShortcut(Qt::Key_B, this, [this] { Blink(!blinks_); }))->setAutoRepeat(false);
   new QShortcut(Qt::CTRL | Qt::Key_1, this, [this] {
-    LookAt(sight_.scale > 0 ? sight_.centre : sight_.pixel.value_or(extent_.center()), 1);
+    LookAt(sight_.scale > 0 ? sight_.centre : sight_.pixel.value_or(Extent().center()), 1);
   });
 }
 
 void PreviewPane::Show(std::size_t position, PreviewImage image) {
-  if (image.bands > 0) extent_ = image.extent;
   if (blinks_) Blink(false);
   const bool had = HasFile(position);
-  panes_[position]->Show(std::move(image), extent_);
+  panes_[position]->Show(std::move(image));
   if (had != HasFile(position)) Arrange();
 }
 
@@ -120,6 +119,13 @@ void PreviewPane::ShowElements(const Inspection& found) {
 
 void PreviewPane::SetRegion(std::optional<QRect> pixels) {
   if (std::exchange(sight_.region, pixels) != pixels) FollowSight();
+}
+
+QRect PreviewPane::Extent() const {
+  QRect extent;
+  for (const ImagePane* const pane : panes_)
+    if (extent.isNull()) extent = pane->Image().extent;
+  return extent;
 }
 
 struct View PreviewPane::View() const {

@@ -224,6 +224,17 @@ TEST_F(PanelWindowTest, SharedAreaIsOfferedAndShownWhereItLiesOnEachImage) {
   EXPECT_TRUE(WaitFor([&] {
     return Notes().ends_with("; the choice Shared area only combines the area that they share");
   })) << Notes();
+  const std::tuple<const char*, const char*, const char*> kOfOneFile[] = {
+      {"ABS(A*File1)", "60 x 40", " on the map 1135, 1705"},
+      {"A / (B*File2)", "50 x 50", " on the map 1215, 1745"}};
+  for (const auto& [name, size, map] : kOfOneFile) {
+    Set("Operator", name);
+    ExpectElements({13.5, 29.5}, kFile1, Ramp);
+    const auto& place = Find<QLabel>("Place under the pointer");
+    EXPECT_TRUE(WaitFor([&] { return place.text().endsWith(map); })) << place.text().toStdString();
+    EXPECT_EQ(TextOf("Region, columns") + " x " + TextOf("Region, rows"), size);
+  }
+  Set("Operator", "(A*File1) + (B*File2)");
   Set("Shared area only");
   EXPECT_TRUE(WaitFor([&] { return TextOf("Region, first column") == "8"; }));
   EXPECT_EQ(Notes(), "");
