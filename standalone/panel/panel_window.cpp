@@ -61,7 +61,9 @@ PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first) : hos
   preview_->viewChanged = [this] { Refresh(); };
   preview_->told = [this](const QString& sentence) { Tell(sentence); };
   preview_->elementAsked = [this](QPoint pixel) { worker_->Inspect(pixel); };
-  connect(&watcher_, &QFileSystemWatcher::fileChanged, [this] { Refresh(); });
+  for (const auto change :
+       {&QFileSystemWatcher::fileChanged, &QFileSystemWatcher::directoryChanged})
+    connect(&watcher_, change, [this] { Refresh(); });
   columns_->addWidget(preview_);
   columns_->setStretchFactor(1, 1);
   auto* const layout = new QVBoxLayout(this);
@@ -240,8 +242,7 @@ Job PanelWindow::CurrentJob() const {
 void PanelWindow::Take(const QString& command, bool withFiles) {
   worker_->Post([this, command = command.toStdString(), withFiles, worker = worker_.get()] {
     try {
-      Job job = ReadCommand(command, host_);
-      job.overwrite = false;  // what the command replaced; the user is asked for what the run does
+      const Job job = ReadCommand(command, host_);
       worker->Deliver([this, job, withFiles, numbers = NumbersOf(host_.panelRows)] {
         rows_->Show(numbers);
         TakeRows();
@@ -337,8 +338,12 @@ void PanelWindow::Refresh() {
   if (!Fault().isEmpty()) return ShowCommand("");
   copy_->setEnabled(false);  // until the command is the current one again
   preview_->ExpectPreview();
-  if (!watcher_.files().isEmpty()) watcher_.removePaths(watcher_.files());
-  for (const auto& [stream, file] : job.inputs) watcher_.addPath(Text(file));
+  if (const QStringList old = watcher_.files() + watcher_.directories(); !old.isEmpty())
+    watcher_.removePaths(old);
+  for (const auto& [stream, file] : job.inputs) {
+    const QFileInfo input(Text(file));
+    watcher_.addPath(input.exists() ? input.filePath() : input.path());  // where it may come to be
+  }
   if (!job.output.empty()) watcher_.addPath(Text(job.output));
   worker_->Refresh(job, preview_->View());
 }
@@ -368,7 +373,7 @@ std::optional<Job> PanelWindow::JobToRun() {
     return std::nullopt;
   }
   const QFileInfo existing(Text(job.output));
-  if (existing.exists() && !job.overwrite) {
+  if (existing.exists()) {
     const QString input = files_->InputToBeReplaced();
     const QString state = input.isEmpty() ? " exists already. Replace it?"
                                           : " is " + input + ": the run replaces it. Replace?";
