@@ -284,6 +284,7 @@ void PanelWindow::TakeChange() {
 void PanelWindow::ShowFindings(const Findings& findings) {
   findings_ = findings;
   preview_->EndPreview();
+  if (findings.plan) preview_->OfferBands(findings.plan->bands);
   preview_->Dim(!Fault().isEmpty());
   output_->SetExtent(preview_->Extent());
   files_->ShowRead(findings.inputs);
@@ -316,6 +317,9 @@ void PanelWindow::ShowNotes() {
                           static_cast<double>(findings_.elements),
                       0, 'g', 3)
                  .arg(Text(findings_.plan->mode->name));
+  const int band = preview_->View().band;
+  if (findings_.plan && std::ranges::count(findings_.plan->bands, band) == 0)
+    notes << QString("the run does not compute band %1, which is shown").arg(band);
   for (const std::string& warning : findings_.warnings) notes << Text(warning);
   const QString mark = "\u2022 ";
   notes.replaceInStrings(QRegularExpression("^"), mark);

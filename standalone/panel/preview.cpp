@@ -141,7 +141,6 @@ PreviewImage PreviewMaker::Blank(int stream) const {
     return QRect(pixels.x, pixels.y, pixels.columns, pixels.rows);
   };
   PreviewImage image;
-  image.bands = input.Bands();
   image.data = inputs_.at(stream).data;
   image.whole = view_.seen.isNull();
   image.extent = {0, 0, input.Columns(), input.Rows()};

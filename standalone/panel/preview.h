@@ -57,7 +57,6 @@ struct PreviewImage {
   int step = 1;        // one of step x step cells of the run is shown
   QRect run;           // the pixels that the run takes
   QRect extent;        // the pixels to show: the run's area, or without a run all of the input
-  int bands = 0;       // of the input
   std::string note;    // why there are no values
   int data = 0;        // images with one number are views of the same data
   bool whole = false;  // all that there is, not a place that is looked at

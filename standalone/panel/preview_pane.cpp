@@ -31,7 +31,7 @@ PreviewPane::PreviewPane(const QStringList& titles, Inspector& inspector)
 
 QLayout* PreviewPane::MakeBar() {
   connect(images_, &QComboBox::currentIndexChanged, this, &PreviewPane::Arrange);
-  band_->setRange(1, 1);
+  OfferBands({1});
   connect(band_, &QSpinBox::valueChanged, [this] { viewChanged(); });
   auto* const bar = new QHBoxLayout;
   for (QWidget* const widget :
@@ -105,12 +105,14 @@ void PreviewPane::EndPreview() {
   expected_.stop();
   busy_->clear();
   Dim(false);
-  int bands = 1;
-  for (const ImagePane* const pane : panes_) bands = std::max(bands, pane->Image().bands);
-  band_->setMaximum(bands);
-  bandLabel_->setVisible(bands > 1);
-  band_->setVisible(bands > 1);
   resting_.start();  // the elements under the pointer may have changed
+}
+
+void PreviewPane::OfferBands(const std::vector<int>& bands) {
+  const auto [first, last] = std::ranges::minmax(bands);
+  band_->setRange(first, last);
+  bandLabel_->setVisible(last > 1);
+  band_->setVisible(last > 1);
 }
 
 void PreviewPane::ShowElements(const Inspection& found) {

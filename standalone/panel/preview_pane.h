@@ -33,6 +33,9 @@ class PreviewPane : public QWidget {
   // The preview is complete.
   void EndPreview();
 
+  // Offers the bands that the run computes.
+  void OfferBands(const std::vector<int>& bands);
+
   // Pictures that may no longer be those of the settings are dimmed.
   void Dim(bool dimmed);
 

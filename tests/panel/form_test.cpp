@@ -283,10 +283,14 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   EXPECT_EQ(Notes(), "\u2022 cannot open no.tif (File1): no.tif: No such file or directory");
   Set("Operator", "ABS(A*File1)");
   Settle();
-  MakeRaster("no.tif", 61, 40, 1);
+  MakeRaster("no.tif", 61, 40, 1, 3);
   EXPECT_TRUE(WaitFor([&] { return Notes() == ""; }));
+  QTest::keyClicks(&Find("Other options"), "-bands=1,3\r");
+  Set("Band", "2");
+  Settle();
+  EXPECT_EQ(Notes(), "\u2022 the run does not compute band 2, which is shown");
   QFile::remove("no.tif");
-  EXPECT_TRUE(WaitFor([&] { return Notes() != ""; }));
+  EXPECT_TRUE(WaitFor([&] { return Notes().starts_with("\u2022 cannot open no.tif"); }));
   Set(kB, "x");
   EXPECT_EQ(Notes(),
             std::string("\u2022 ") + kB + ": \u201cx\u201d is not a number that can be used");

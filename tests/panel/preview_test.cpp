@@ -127,6 +127,9 @@ TEST_F(PanelWindowTest, ElementsUnderThePointerAreThoseOfThePixelAndTheSettings)
   };
   expect(kB, "-2", {30, 35}, "-10590 -3 ");
   expect("Band", "2", {59, 39}, "-11877 -6 ");
+  expect("Band", "1", {58, 39}, "-11874 -3 ");
+  QTest::keyClicks(&Find("Other options"), "-bands=2\r");
+  ExpectElements({58.5, 39.5}, kResult, is("-11874 -6 "));
   expect("Data type", "8-bit unsigned (byte)", {2, 1}, "0    ");
   expect("Data type", "float (float32)", {2, 1}, "-306    ");
   expect("Operator", "(A*File1) / (B*File2)", {2, 1}, "-0.25    ");
