@@ -61,9 +61,8 @@ PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first) : hos
   preview_->viewChanged = [this] { Refresh(); };
   preview_->told = [this](const QString& sentence) { Tell(sentence); };
   preview_->elementAsked = [this](QPoint pixel) { worker_->Inspect(pixel); };
-  for (const auto change :
-       {&QFileSystemWatcher::fileChanged, &QFileSystemWatcher::directoryChanged})
-    connect(&watcher_, change, [this] { Refresh(); });
+  connect(&watcher_, &QFileSystemWatcher::fileChanged, [this] { Refresh(); });
+  connect(&watcher_, &QFileSystemWatcher::directoryChanged, [this] { Refresh(); });
   columns_->addWidget(preview_);
   columns_->setStretchFactor(1, 1);
   auto* const layout = new QVBoxLayout(this);

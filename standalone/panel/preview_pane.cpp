@@ -32,10 +32,10 @@ PreviewPane::PreviewPane(const QStringList& titles, Inspector& inspector)
 QLayout* PreviewPane::MakeBar() {
   connect(images_, &QComboBox::currentIndexChanged, this, &PreviewPane::Arrange);
   OfferBands({1});
+  band_->setPrefix("Band ");
   connect(band_, &QSpinBox::valueChanged, [this] { viewChanged(); });
   auto* const bar = new QHBoxLayout;
-  for (QWidget* const widget :
-       std::initializer_list<QWidget*>{images_, stretch_, bandLabel_, band_})
+  for (QWidget* const widget : std::initializer_list<QWidget*>{images_, stretch_, band_})
     bar->addWidget(widget);
   for (QComboBox* const box : {images_, stretch_}) box->setToolTip(box->objectName());
   bar->addStretch();
@@ -111,7 +111,6 @@ void PreviewPane::EndPreview() {
 void PreviewPane::OfferBands(const std::vector<int>& bands) {
   const auto [first, last] = std::ranges::minmax(bands);
   band_->setRange(first, last);
-  bandLabel_->setVisible(last > 1);
   band_->setVisible(last > 1);
 }
 

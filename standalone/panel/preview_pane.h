@@ -70,7 +70,6 @@ class PreviewPane : public QWidget {
   QComboBox* stretch_ =
       NewChoice("Stretch", {"Percentile 2\u201398 %", "Min\u2013max", "Logarithm"});
   QSpinBox* band_ = Named(new QSpinBox, "Band", "Band shown");
-  QLabel* bandLabel_ = NewLabel("Band", band_);
   QLabel* busy_ = Named(new QLabel, "Preview state");
   QLabel* zoom_ = Named(new QLabel, "Zoom");
   Sight sight_;
