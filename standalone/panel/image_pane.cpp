@@ -37,11 +37,10 @@ ImagePane::ImagePane(const QString& title, const QComboBox& stretch, const Sight
   Redraw();
 }
 
-void ImagePane::Show(PreviewImage image, const QRect& inputs) {
+void ImagePane::Show(PreviewImage image) {
   // What is seen of the same data keeps its colours, once these are of the whole.
   if (image.data != image_.data || (image.whole && ofWhole_ == false)) ofWhole_.reset();
   image_ = std::move(image);
-  inputs_ = inputs;
   raster_->Dim(false);
   Redraw();
 }
@@ -98,7 +97,7 @@ void ImagePane::Redraw() {
   QString text = Text(image.note);
   if (image.step > 1) text = QString("1 of %1 \u00d7 %1 cells").arg(image.step);
   if (blinked_) text = from.title_ + " in the place of " + title_;
-  raster_->SetGrid(image.first, image.pitch, inputs_);
+  raster_->SetGrid(image.first, image.pitch, image.extent);
   raster_->Show(Picture(from.Values(), image.columns, Shown(),
                         from.angles_ ? image.values : std::span<const float>()),
                 text);

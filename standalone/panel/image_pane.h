@@ -16,8 +16,7 @@ class ImagePane : public QWidget {
   // The pane uses the Stretch that is chosen in stretch.
   ImagePane(const QString& title, const QComboBox& stretch, const Sight& sight);
 
-  // The result lies on the inputs, whose pixels are given.
-  void Show(PreviewImage image, const QRect& inputs);
+  void Show(PreviewImage image);
 
   // Shows the picture of another pane in the place of this one's, in this one's colours; or its
   // own again.
@@ -47,7 +46,6 @@ class ImagePane : public QWidget {
   ImageView* raster_;
   HistogramView* histogram_;
   PreviewImage image_;
-  QRect inputs_;
   const ImagePane* blinked_ = nullptr;
   std::vector<float> parts_;  // of complex elements, as shown
   bool angles_ = false;       // beside the parts

@@ -27,6 +27,7 @@ Job WithoutFields(Job job) {
   const auto window = job.selection.window;
   job.selection = {};
   job.selection.window = window;
+  job.overwrite = false;  // the user is asked at the run
   return job;
 }
 
@@ -161,7 +162,7 @@ void OutputSettings::TakeOthers() {
                          HostArguments(options.job) == HostArguments(WithoutFields(options.job));
     if (!isOther)
       throw WrongCommandLine("only options without a field of their own, such as -nodata=0");
-    other_ = options.job;
+    other_ = WithoutFields(options.job);
     if (other_.selection.window) region_->setChecked(false);
     ShowOthers();
   } catch (const WrongCommandLine& wrong) {

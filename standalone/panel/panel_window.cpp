@@ -62,6 +62,7 @@ PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first) : hos
   preview_->told = [this](const QString& sentence) { Tell(sentence); };
   preview_->elementAsked = [this](QPoint pixel) { worker_->Inspect(pixel); };
   connect(&watcher_, &QFileSystemWatcher::fileChanged, [this] { Refresh(); });
+  connect(&watcher_, &QFileSystemWatcher::directoryChanged, [this] { Refresh(); });
   columns_->addWidget(preview_);
   columns_->setStretchFactor(1, 1);
   auto* const layout = new QVBoxLayout(this);
@@ -240,8 +241,7 @@ Job PanelWindow::CurrentJob() const {
 void PanelWindow::Take(const QString& command, bool withFiles) {
   worker_->Post([this, command = command.toStdString(), withFiles, worker = worker_.get()] {
     try {
-      Job job = ReadCommand(command, host_);
-      job.overwrite = false;  // what the command replaced; the user is asked for what the run does
+      const Job job = ReadCommand(command, host_);
       worker->Deliver([this, job, withFiles, numbers = NumbersOf(host_.panelRows)] {
         rows_->Show(numbers);
         TakeRows();
@@ -283,6 +283,7 @@ void PanelWindow::TakeChange() {
 void PanelWindow::ShowFindings(const Findings& findings) {
   findings_ = findings;
   preview_->EndPreview();
+  if (findings.plan) preview_->OfferBands(findings.plan->bands);
   preview_->Dim(!Fault().isEmpty());
   output_->SetExtent(preview_->Extent());
   files_->ShowRead(findings.inputs);
@@ -315,6 +316,9 @@ void PanelWindow::ShowNotes() {
                           static_cast<double>(findings_.elements),
                       0, 'g', 3)
                  .arg(Text(findings_.plan->mode->name));
+  const int band = preview_->View().band;
+  if (findings_.plan && std::ranges::count(findings_.plan->bands, band) == 0)
+    notes << QString("the run does not compute band %1, which is shown").arg(band);
   for (const std::string& warning : findings_.warnings) notes << Text(warning);
   const QString mark = "\u2022 ";
   notes.replaceInStrings(QRegularExpression("^"), mark);
@@ -337,8 +341,12 @@ void PanelWindow::Refresh() {
   if (!Fault().isEmpty()) return ShowCommand("");
   copy_->setEnabled(false);  // until the command is the current one again
   preview_->ExpectPreview();
-  if (!watcher_.files().isEmpty()) watcher_.removePaths(watcher_.files());
-  for (const auto& [stream, file] : job.inputs) watcher_.addPath(Text(file));
+  if (const QStringList old = watcher_.files() + watcher_.directories(); !old.isEmpty())
+    watcher_.removePaths(old);
+  for (const auto& [stream, file] : job.inputs) {
+    const QFileInfo input(Text(file));
+    watcher_.addPath(input.exists() ? input.filePath() : input.path());  // where it may come to be
+  }
   if (!job.output.empty()) watcher_.addPath(Text(job.output));
   worker_->Refresh(job, preview_->View());
 }
@@ -368,7 +376,7 @@ std::optional<Job> PanelWindow::JobToRun() {
     return std::nullopt;
   }
   const QFileInfo existing(Text(job.output));
-  if (existing.exists() && !job.overwrite) {
+  if (existing.exists()) {
     const QString input = files_->InputToBeReplaced();
     const QString state = input.isEmpty() ? " exists already. Replace it?"
                                           : " is " + input + ": the run replaces it. Replace?";

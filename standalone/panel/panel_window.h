@@ -82,7 +82,7 @@ class PanelWindow : public QWidget {
   // Notes about the run that the settings describe, then what runs have told.
   QPlainTextEdit* messages_ = Named(new QPlainTextEdit, "Messages", "Notes and messages");
   QSplitter* columns_ = new QSplitter;
-  QFileSystemWatcher watcher_;  // of the files of the last preview
+  QFileSystemWatcher watcher_;  // of the files of the last preview, or their folders
   bool running_ = false;
   bool showing_ = false;                 // a job, whose changes are one
   std::unique_ptr<PanelWorker> worker_;  // last: it ends before what it reports to

@@ -80,8 +80,7 @@ void PanelWorker::MakePreview(const Job& job, const View& view, int number,
   std::string command;
   if (!job.output.empty() && !ofTheRun.inputs.empty()) {
     command = ReproducingCommand(ofTheRun, host_.registration, options);
-    if (job.overwrite || QFileInfo::exists(QString::fromStdString(job.output)))
-      command += " -overwrite";
+    if (QFileInfo::exists(QString::fromStdString(job.output))) command += " -overwrite";
   }
   // Not when the settings have changed meanwhile: the command would be an old one.
   Deliver([this, command, number] {

@@ -141,17 +141,21 @@ PreviewImage PreviewMaker::Blank(int stream) const {
     return QRect(pixels.x, pixels.y, pixels.columns, pixels.rows);
   };
   PreviewImage image;
-  image.bands = input.Bands();
   image.data = inputs_.at(stream).data;
   image.whole = view_.seen.isNull();
   image.extent = {0, 0, input.Columns(), input.Rows()};
-  if (plan_ && plan_->origins.contains(stream)) image.extent = rectangle(plan_->area);
+  if (plan_) image.extent = rectangle(plan_->area);
   image.run = plan_ ? rectangle(plan_->grid.window) : image.extent;
   return image;
 }
 
 // The cells that show what is seen: all of them, or so few that they are read and computed quickly.
-CellSample PreviewMaker::SampleFor(const View& view, const QRect& extent) const {
+CellSample PreviewMaker::SampleFor(int stream, const View& view) const {
+  const PixelPosition origin = OriginOf(stream);
+  const RasterInput& input = *inputs_.at(stream).raster;
+  // An input that the run does not read may be smaller than its area.
+  const QRect extent =
+      Blank(stream).extent & QRect(origin.x, origin.y, input.Columns(), input.Rows());
   const QRect seen = view.seen.isNull() ? extent : view.seen & extent;
   const OutputGrid run = Grid();
   const int n = run.resolution;
@@ -226,7 +230,7 @@ bool PreviewMaker::Update(const DeclaredStream& stream, const std::stop_token& s
     const PreviewImage blank = Blank(stream.number);
     const auto rules = std::tuple(view_.band, blank.run, blank.extent, OriginOf(stream.number),
                                   job_.elements, job_.selection);
-    const CellSample cells = SampleFor(view_, blank.extent);
+    const CellSample cells = SampleFor(stream.number, view_);
     if (std::exchange(input.rules, rules) != rules)
       input.data = ++newestData_;
     else if (cells == input.cells)
@@ -279,6 +283,7 @@ PreviewImage PreviewMaker::Result(Findings& findings, const std::stop_token& sto
   result.step = input.step;
   result.pitch = QSize(looks.x, looks.y) * plan_->grid.resolution * input.step;
   result.run = input.run;
+  result.extent = input.extent;
   result.data = resultData_;
   result.whole = input.whole;
   result.values = std::move(raster.values);
@@ -353,11 +358,11 @@ Inspection PreviewMaker::Inspect(QPoint pixel) {
     add([&] {
       const auto input = inputs_.find(stream.number);
       if (input == inputs_.end() || !input->second.raster) throw Failure("no image");
-      const PreviewImage cell =
-          Read(stream.number, SampleFor(view, Blank(stream.number).extent), {});
-      if (run_.inputs.contains(stream.number)) read[stream.number] = cell;
+      const PreviewImage cell = Read(stream.number, SampleFor(stream.number, view), {});
+      const bool isRead = run_.inputs.contains(stream.number);
+      if (isRead) read[stream.number] = cell;
       auto transform = GeotransformOf(input->second.raster->Dataset());
-      if (transform && !inspection.map) {  // of the first one, where pixels are counted from
+      if (isRead && transform && !inspection.map) {  // as the output
         auto& [x, y] = inspection.map.emplace();
         GDALApplyGeoTransform(transform->data(), pixel.x() + 0.5, pixel.y() + 0.5, &x, &y);
       }

@@ -56,8 +56,7 @@ struct PreviewImage {
   QSize pitch;         // pixels from one value to the next
   int step = 1;        // one of step x step cells of the run is shown
   QRect run;           // the pixels that the run takes
-  QRect extent;        // the pixels of the input that can be shown
-  int bands = 0;       // of the input
+  QRect extent;        // the pixels to show: the run's area, or without a run all of the input
   std::string note;    // why there are no values
   int data = 0;        // images with one number are views of the same data
   bool whole = false;  // all that there is, not a place that is looked at
@@ -132,7 +131,7 @@ class PreviewMaker {
   bool Update(const DeclaredStream& stream, const std::stop_token& stop);
   PixelPosition OriginOf(int stream) const;
   PreviewImage Blank(int stream) const;
-  CellSample SampleFor(const View& view, const QRect& extent) const;
+  CellSample SampleFor(int stream, const View& view) const;
   PreviewImage Read(int stream, const CellSample& cells, const std::stop_token& stop) const;
   MemoryRaster Compute(const std::map<int, const PreviewImage*>& inputs,
                        const std::stop_token& stop) const;

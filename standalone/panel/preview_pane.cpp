@@ -31,11 +31,11 @@ PreviewPane::PreviewPane(const QStringList& titles, Inspector& inspector)
 
 QLayout* PreviewPane::MakeBar() {
   connect(images_, &QComboBox::currentIndexChanged, this, &PreviewPane::Arrange);
-  band_->setRange(1, 1);
+  OfferBands({1});
+  band_->setPrefix("Band ");
   connect(band_, &QSpinBox::valueChanged, [this] { viewChanged(); });
   auto* const bar = new QHBoxLayout;
-  for (QWidget* const widget :
-       std::initializer_list<QWidget*>{images_, stretch_, bandLabel_, band_})
+  for (QWidget* const widget : std::initializer_list<QWidget*>{images_, stretch_, band_})
     bar->addWidget(widget);
   for (QComboBox* const box : {images_, stretch_}) box->setToolTip(box->objectName());
   bar->addStretch();
@@ -79,15 +79,14 @@ void PreviewPane::AddShortcuts() {
   });
   (new QShortcut(Qt::Key_B, this, [this] { Blink(!blinks_); }))->setAutoRepeat(false);
   new QShortcut(Qt::CTRL | Qt::Key_1, this, [this] {
-    LookAt(sight_.scale > 0 ? sight_.centre : sight_.pixel.value_or(extent_.center()), 1);
+    LookAt(sight_.scale > 0 ? sight_.centre : sight_.pixel.value_or(Extent().center()), 1);
   });
 }
 
 void PreviewPane::Show(std::size_t position, PreviewImage image) {
-  if (image.bands > 0) extent_ = image.extent;
   if (blinks_) Blink(false);
   const bool had = HasFile(position);
-  panes_[position]->Show(std::move(image), extent_);
+  panes_[position]->Show(std::move(image));
   if (had != HasFile(position)) Arrange();
 }
 
@@ -106,12 +105,13 @@ void PreviewPane::EndPreview() {
   expected_.stop();
   busy_->clear();
   Dim(false);
-  int bands = 1;
-  for (const ImagePane* const pane : panes_) bands = std::max(bands, pane->Image().bands);
-  band_->setMaximum(bands);
-  bandLabel_->setVisible(bands > 1);
-  band_->setVisible(bands > 1);
   resting_.start();  // the elements under the pointer may have changed
+}
+
+void PreviewPane::OfferBands(const std::vector<int>& bands) {
+  const auto [first, last] = std::ranges::minmax(bands);
+  band_->setRange(first, last);
+  band_->setVisible(last > 1);
 }
 
 void PreviewPane::ShowElements(const Inspection& found) {
@@ -120,6 +120,13 @@ void PreviewPane::ShowElements(const Inspection& found) {
 
 void PreviewPane::SetRegion(std::optional<QRect> pixels) {
   if (std::exchange(sight_.region, pixels) != pixels) FollowSight();
+}
+
+QRect PreviewPane::Extent() const {
+  QRect extent;
+  for (const ImagePane* const pane : panes_)
+    if (extent.isNull()) extent = pane->Image().extent;
+  return extent;
 }
 
 struct View PreviewPane::View() const {

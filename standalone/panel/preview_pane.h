@@ -21,7 +21,7 @@ class PreviewPane : public QWidget {
   // elements under the pointer.
   PreviewPane(const QStringList& titles, Inspector& inspector);
 
-  // The inputs by their position, the result last. The result lies on the inputs.
+  // The inputs by their position, the result last.
   void Show(std::size_t position, PreviewImage image);
 
   // Has the pane of an input that had no file say that this one is being opened.
@@ -33,6 +33,9 @@ class PreviewPane : public QWidget {
   // The preview is complete.
   void EndPreview();
 
+  // Offers the bands that the run computes.
+  void OfferBands(const std::vector<int>& bands);
+
   // Pictures that may no longer be those of the settings are dimmed.
   void Dim(bool dimmed);
 
@@ -43,8 +46,8 @@ class PreviewPane : public QWidget {
   void LetDraw(bool allowed) { sight_.mayDraw = allowed; }
   void Unpin() { Point(std::nullopt, true); }
 
-  // The pixels of the images; empty while there is none.
-  QRect Extent() const { return extent_; }
+  // The pixels that the first image shows; null while there is none.
+  QRect Extent() const;
 
   // What the preview must show, for the images that are visible.
   struct View View() const;
@@ -63,12 +66,10 @@ class PreviewPane : public QWidget {
   void Blink(bool on);
   void Point(std::optional<QPoint> pixel, bool pins);
 
-  QRect extent_;
   QComboBox* images_;
   QComboBox* stretch_ =
       NewChoice("Stretch", {"Percentile 2\u201398 %", "Min\u2013max", "Logarithm"});
   QSpinBox* band_ = Named(new QSpinBox, "Band", "Band shown");
-  QLabel* bandLabel_ = NewLabel("Band", band_);
   QLabel* busy_ = Named(new QLabel, "Preview state");
   QLabel* zoom_ = Named(new QLabel, "Zoom");
   Sight sight_;

@@ -149,10 +149,11 @@ TEST(PanelProgram, EndsByASignal) {
 
 TEST_F(PanelWindowTest, AsksBeforeItReplacesAFileAndNamesAnInput) {
   std::ofstream("out.tif") << "precious";
-  Open(kFiles);
+  Open(std::string(kFiles) + " -overwrite");
   Answer("out.tif exists already", "Cancel",
          [&] { QTest::keyClick(window_.get(), Qt::Key_R, Qt::ControlModifier); });
   EXPECT_EQ(Bytes("out.tif"), "precious");
+  QTest::keyClicks(&Find("Other options"), "-overwrite\r");
   Settle();
   EXPECT_EQ(Notes(), "");
   Answer("exists already", "Replace", [&] { Run("done"); });
@@ -280,6 +281,16 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   Set("File2", "unread.tif");
   Settle();
   EXPECT_EQ(Notes(), "\u2022 cannot open no.tif (File1): no.tif: No such file or directory");
+  Set("Operator", "ABS(A*File1)");
+  Settle();
+  MakeRaster("no.tif", 61, 40, 1, 3);
+  EXPECT_TRUE(WaitFor([&] { return Notes() == ""; }));
+  QTest::keyClicks(&Find("Other options"), "-bands=1,3\r");
+  Set("Band", "2");
+  Settle();
+  EXPECT_EQ(Notes(), "\u2022 the run does not compute band 2, which is shown");
+  QFile::remove("no.tif");
+  EXPECT_TRUE(WaitFor([&] { return Notes().starts_with("\u2022 cannot open no.tif"); }));
   Set(kB, "x");
   EXPECT_EQ(Notes(),
             std::string("\u2022 ") + kB + ": \u201cx\u201d is not a number that can be used");

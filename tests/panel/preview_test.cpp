@@ -127,6 +127,9 @@ TEST_F(PanelWindowTest, ElementsUnderThePointerAreThoseOfThePixelAndTheSettings)
   };
   expect(kB, "-2", {30, 35}, "-10590 -3 ");
   expect("Band", "2", {59, 39}, "-11877 -6 ");
+  expect("Band", "1", {58, 39}, "-11874 -3 ");
+  QTest::keyClicks(&Find("Other options"), "-bands=2\r");
+  ExpectElements({58.5, 39.5}, kResult, is("-11874 -6 "));
   expect("Data type", "8-bit unsigned (byte)", {2, 1}, "0    ");
   expect("Data type", "float (float32)", {2, 1}, "-306    ");
   expect("Operator", "(A*File1) / (B*File2)", {2, 1}, "-0.25    ");
@@ -224,6 +227,17 @@ TEST_F(PanelWindowTest, SharedAreaIsOfferedAndShownWhereItLiesOnEachImage) {
   EXPECT_TRUE(WaitFor([&] {
     return Notes().ends_with("; the choice Shared area only combines the area that they share");
   })) << Notes();
+  const std::tuple<const char*, const char*, const char*> kOfOneFile[] = {
+      {"ABS(A*File1)", "60 x 40", " on the map 1135, 1705"},
+      {"A / (B*File2)", "50 x 50", " on the map 1215, 1745"}};
+  for (const auto& [name, size, map] : kOfOneFile) {
+    Set("Operator", name);
+    ExpectElements({13.5, 29.5}, kFile1, Ramp);
+    const auto& place = Find<QLabel>("Place under the pointer");
+    EXPECT_TRUE(WaitFor([&] { return place.text().endsWith(map); })) << place.text().toStdString();
+    EXPECT_EQ(TextOf("Region, columns") + " x " + TextOf("Region, rows"), size);
+  }
+  Set("Operator", "(A*File1) + (B*File2)");
   Set("Shared area only");
   EXPECT_TRUE(WaitFor([&] { return TextOf("Region, first column") == "8"; }));
   EXPECT_EQ(Notes(), "");
