@@ -234,7 +234,8 @@ TEST_F(PanelWindowTest, SharedAreaIsOfferedAndShownWhereItLiesOnEachImage) {
     Set("Operator", name);
     ExpectElements({13.5, 29.5}, kFile1, Ramp);
     const auto& place = Find<QLabel>("Place under the pointer");
-    EXPECT_TRUE(WaitFor([&] { return place.text().endsWith(map); })) << place.text().toStdString();
+    EXPECT_TRUE(WaitFor([&, map = map] { return place.text().endsWith(map); }))
+        << place.text().toStdString();
     EXPECT_EQ(TextOf("Region, columns") + " x " + TextOf("Region, rows"), size);
   }
   Set("Operator", "(A*File1) + (B*File2)");
