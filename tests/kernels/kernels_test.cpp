@@ -80,7 +80,7 @@ TEST(EveryKernel, MatchesThePlainRuleForAllCoefficientsLayoutsPlacesAndSizes) {
     const bool special = random() % 2 != 0;
     const int place = digit(1664, 4);
     ExpectPlainRule(r, called, n, special, static_cast<Place>(place), random);
-    // Not a trace: to write it takes as long as the kernel.
+    // Not a SCOPED_TRACE, which would format this text for each call.
     if (HasFailure())
       FAIL() << "operator " << r.op << ", A = " << r.a << ", B = " << r.b << ", clamp " << r.clamp
              << ", selected for layout " << LayoutText(selected) << ", called with "
