@@ -1,7 +1,7 @@
 // Linked into a test program, makes the loader bind the kernels as on a narrower processor: at most
 // for LUMOMIXCALC_WIDEST, a level of x86-64. The linker's --wrap leads the resolvers of function
 // versions here instead of to libgcc's look at the processor; what libgcc found is then cut down.
-#include <gtest/gtest.h>
+#include <cassert>
 
 extern "C" {
 int __real___cpu_indicator_init();
@@ -19,7 +19,8 @@ int __wrap___cpu_indicator_init() {
 }
 }
 
-TEST(NarrowerProcessor, HasNothingBeyondItsLevel) {
-  EXPECT_FALSE(__builtin_cpu_supports("x86-64-v4"));
-  EXPECT_FALSE(LUMOMIXCALC_WIDEST < 3 && __builtin_cpu_supports("x86-64-v3"));
+// Called before main, and when the kernels have been bound.
+[[gnu::constructor]] static void ExpectNothingBeyondTheLevel() {
+  assert(!__builtin_cpu_supports("x86-64-v4"));
+  assert(LUMOMIXCALC_WIDEST >= 3 || !__builtin_cpu_supports("x86-64-v3"));
 }
