@@ -76,6 +76,7 @@ PixelWindow Shared(const PixelWindow& area, const GridOffset& offset, const Rast
 
 // The end of a sentence: the command that makes a file of one raster on the grid of the other.
 std::string HowToFit(RasterInput& first, RasterInput& other) {
+  if (LieApart(other.Dataset(), first.Dataset())) return "; they share no area";
   std::string command = WarpCommand(other.Dataset(), other.Mode().FloatType(), first.Dataset());
   if (command.empty())
     command = WarpCommand(first.Dataset(), first.Mode().FloatType(), other.Dataset());

@@ -206,6 +206,10 @@ class Georeferencing(FileTest):
                         f"place: their {told}",
                         self.a, self.b)
             equal(read(self.out), RAMP[0] + RAMP[1])
+        swapped = self.path("b.zarr")  # GDAL 3.6 lists the axes of its system north before east
+        write(self.a, RAMP[0], outputSRS="EPSG:32632", **bounds(RAMP))
+        write(swapped, RAMP[1], outputSRS="EPSG:32632", format="Zarr", **bounds(RAMP))
+        self.warned("", self.a, swapped)
         write(self.a, RAMP[0], outputSRS="EPSG:4326", outputBounds=[356, 40, 365, 0])
         write(self.b, RAMP[1], outputSRS="EPSG:4326", outputBounds=[-5, 40, 4, 0])
         equal(self.result(self.a, self.b, "-extent=intersection"), RAMP[0, :, :-1] + RAMP[1, :, 1:])
