@@ -70,13 +70,12 @@ const RunInput* FirstThat(const std::vector<RunInput>& inputs, const Predicate& 
 }
 
 void DescribeBand(const std::vector<RunInput>& inputs, int band, GDALRasterBand& output) {
-  for (const RunInput& input : inputs) {
-    GDALRasterBand& own = *input.raster->Dataset().GetRasterBand(input.BandFor(band));
-    if (*output.GetDescription() == '\0' && *own.GetDescription() != '\0')
-      output.SetDescription(own.GetDescription());
-    if (*output.GetUnitType() == '\0' && *own.GetUnitType() != '\0')
-      output.SetUnitType(own.GetUnitType());
-    if (CSLCount(output.GetMetadata()) == 0) CopyMetadata(own, output);
+  // The first input last: what it has replaces that of the others, and what HFA has in a new band.
+  for (auto input = inputs.rbegin(); input != inputs.rend(); ++input) {
+    GDALRasterBand& own = *input->raster->Dataset().GetRasterBand(input->BandFor(band));
+    if (*own.GetDescription() != '\0') output.SetDescription(own.GetDescription());
+    if (*own.GetUnitType() != '\0') output.SetUnitType(own.GetUnitType());
+    if (CSLCount(own.GetMetadata()) > 0) CopyMetadata(own, output);
   }
 }
 
