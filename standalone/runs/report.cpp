@@ -27,7 +27,7 @@ void WarnOfAlteredElements(const std::vector<BandStatistics>& statistics, const 
         Warn("band " + std::to_string(band) + ": " + CountText(count, "element") + " " + fate);
     };
     warn(altered.saturated, std::string("beyond the range of ") + mode.name + ", saturated");
-    warn(altered.moved, "moved by one, away from the value that stands for no data");
+    warn(altered.moved, "moved by one, away from the value for no data, which -a_nodata= chooses");
     warn(altered.taken, "equal to the number that stands for no data");
     warn(altered.nan, std::string("stored as 0: NaN, which ") + mode.name + " cannot hold");
   }
