@@ -311,6 +311,8 @@ class Outputs(FileTest):
             result = self.done(self.a, self.path(name), COPY)
             equal(read(self.path(name)), np.float32([[expected, 1e12], [3, 4]]))
             self.assertEqual(result.stderr.partition("declared: ")[2], lost)
+        write(self.path("e.img"), RAMP[0], format="ENVI")  # "Band 1", which is no name
+        self.done(self.path("e.img"), self.path("e.nc"), COPY, "-strict")
         write(self.a, np.full((40, 2100), np.nan), type="Float32", noData=np.nan)
         if not run(self.a, self.out, COPY, "-overwrite", "-co=ENDIANNESS=BIG").returncode:
             equal(read(self.out), read(self.a))  # GDAL 3.6 does not swap the bytes of such strips
