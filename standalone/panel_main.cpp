@@ -57,6 +57,7 @@ void ShowPanel(const std::optional<Job>& first, HostState& host, const std::stop
   if (!CPLGetConfigOption("GDAL_HTTP_LOW_SPEED_LIMIT", nullptr))
     CPLSetConfigOption("GDAL_HTTP_LOW_SPEED_LIMIT", "1");  // byte per second
   host.registration.Call(IP_SLOT_SET_MENU);
+  bool runs = false;
   {
     PanelWindow window(host, first);
     window.show();
@@ -67,6 +68,7 @@ void ShowPanel(const std::optional<Job>& first, HostState& host, const std::stop
           &application, [] { QCoreApplication::exit(); }, Qt::QueuedConnection);
     });
     QCoreApplication::exec();
+    runs = window.IsRunning();
     // Not later than after a signal. Waiting for a server that does not answer cannot be stopped.
     if (!stop.stop_requested())
       std::thread([] {
@@ -75,7 +77,7 @@ void ShowPanel(const std::optional<Job>& first, HostState& host, const std::stop
         std::_Exit(static_cast<int>(ExitStatus::kDone));
       }).detach();
   }
-  if (stop.stop_requested()) throw Cancelled();
+  if (stop.stop_requested() && runs) throw Cancelled();
 }
 
 }  // namespace

@@ -157,6 +157,7 @@ void OutputSettings::TakeOthers() {
     const Options options =
         ReadOptions(ArgumentsOf("lumomixcalc " + others_->text().toStdString()), registration_);
     const bool isOther = options.action == Options::Action::kRun && !options.job.part &&
+                         !options.checkOnly && !options.quiet && !options.progress &&
                          options.applicationArguments.empty() && options.filesWithoutName.empty() &&
                          options.job.inputs.empty() && options.job.output.empty() &&
                          HostArguments(options.job) == HostArguments(WithoutFields(options.job));

@@ -323,7 +323,9 @@ void PanelWindow::ShowNotes() {
   const QString mark = "\u2022 ";
   notes.replaceInStrings(QRegularExpression("^"), mark);
   QStringList lines = messages_->toPlainText().split('\n', Qt::SkipEmptyParts);
-  lines.removeIf([&mark](const QString& line) { return line.startsWith(mark); });
+  lines.removeIf([&](const QString& line) {  // old notes, and what a failed run told of them
+    return line.startsWith(mark) || notes.contains(mark + line);
+  });
   const QString text = (notes + lines).join('\n');
   if (text != messages_->toPlainText()) messages_->setPlainText(text);
 }

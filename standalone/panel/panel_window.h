@@ -27,6 +27,8 @@ class PanelWindow : public QWidget {
   // Cancels a run without a question, and keeps size, display and settings for the next start.
   ~PanelWindow() override;
 
+  bool IsRunning() const { return running_; }
+
  protected:
   void closeEvent(QCloseEvent* event) override;
   void dragEnterEvent(QDragEnterEvent* event) override;

@@ -1,6 +1,7 @@
 #include "standalone/rasters/georeferencing.h"
 
 #include <cpl_string.h>
+#include <gdal_alg.h>
 #include <ogr_spatialref.h>
 
 #include <cmath>
@@ -53,7 +54,9 @@ double SnappedToEdge(double pixel) {
 GridOffset OffsetOnGrid(GDALDataset& raster, GDALDataset& grid) {
   const OGRSpatialReference* const system = raster.GetSpatialRef();
   const OGRSpatialReference* const systemOfGrid = grid.GetSpatialRef();
-  if (system && systemOfGrid && !system->IsSame(systemOfGrid))
+  // Geotransforms are x before y, in whatever order a driver lists the axes of the system.
+  const char* const ofTheSystems[] = {"IGNORE_DATA_AXIS_TO_SRS_AXIS_MAPPING=YES", nullptr};
+  if (system && systemOfGrid && !system->IsSame(systemOfGrid, ofTheSystems))
     return {.difference = "their coordinate reference systems differ"};
   std::optional<Geotransform> own = GeotransformOf(raster);
   std::optional<Geotransform> pixels = GeotransformOf(grid);
@@ -85,6 +88,27 @@ GridOffset OffsetOnGrid(GDALDataset& raster, GDALDataset& grid) {
                                    std::abs(offset.x), std::abs(offset.y));
   offset.fits = offset.x == std::round(offset.x) && offset.y == std::round(offset.y);
   return offset;
+}
+
+bool LieApart(GDALDataset& raster, GDALDataset& grid) {
+  const CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);
+  void* const toGrid = GDALCreateGenImgProjTransformer2(&raster, &grid, nullptr);
+  if (!toGrid) return false;
+  Geotransform ofTheGrid = {};
+  int size[2] = {};
+  double extent[4] = {};  // of the raster in pixels of the grid: left, top, right, bottom
+  const CPLErr result = GDALSuggestedWarpOutput2(&raster, GDALGenImgProjTransform, toGrid,
+                                                 ofTheGrid.data(), &size[0], &size[1], extent, 0);
+  GDALDestroyGenImgProjTransformer(toGrid);
+  const auto areApart = [&extent](int axis, int pixels, double period) {
+    const double distance = std::remainder((extent[axis] + extent[axis + 2] - pixels) / 2, period);
+    return std::abs(distance) >= (extent[axis + 2] - extent[axis] + pixels) / 2;
+  };
+  const bool turns = grid.GetSpatialRef() && grid.GetSpatialRef()->IsGeographic();
+  grid.GetGeoTransform(ofTheGrid.data());
+  return result == CE_None &&
+         (areApart(0, grid.GetRasterXSize(), turns ? 360 / ofTheGrid[1] : INFINITY) ||
+          areApart(1, grid.GetRasterYSize(), INFINITY));
 }
 
 std::string WarpCommand(GDALDataset& raster, GDALDataType type, GDALDataset& grid) {

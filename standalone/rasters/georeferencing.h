@@ -29,6 +29,10 @@ struct GridOffset {
 // Positions are compared to a thousandth of a pixel.
 GridOffset OffsetOnGrid(GDALDataset& raster, GDALDataset& grid);
 
+// Whether a raster is known to have no pixels where the grid has some, as gdalwarp would place
+// them. Longitudes count regardless of whole turns.
+bool LieApart(GDALDataset& raster, GDALDataset& grid);
+
 // A command for the shell that makes a copy of a raster on all pixels of the grid, with elements of
 // this type, a float, and NaN where the raster has no pixels. Empty when gdalwarp cannot make it:
 // the grid is rotated or mirrored, or one of them is not georeferenced.

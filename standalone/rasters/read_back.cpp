@@ -4,10 +4,11 @@
 #include <cmath>
 #include <cstring>
 #include <functional>
-#include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "standalone/base/messages.h"
 #include "standalone/rasters/data_modes.h"
@@ -71,23 +72,35 @@ Changes CompareElements(GDALDataset& written, const OutputPlan& plan, GDALDatase
   return changes;
 }
 
-// What a raster says of its elements, in words that can be compared.
-using Declarations = std::map<std::string, std::string>;
+// What a raster says of its elements: the kind, for a message, and what it says, to compare.
+using Declarations = std::set<std::pair<std::string, std::string>>;
 
 Declarations DeclarationsOf(GDALDataset& raster) {
   Declarations all;
-  if (const std::optional<Geotransform> transform = GeotransformOf(raster))
+  if (const std::optional<Geotransform> transform = GeotransformOf(raster)) {
+    std::string text;
     for (const double coefficient : *transform)  // a zero may be negative
-      all["geotransform"] += CPLSPrintf("%.9g ", coefficient + 0.0);
-  if (raster.GetSpatialRef()) all["coordinate reference system"];
-  if (raster.GetGCPCount() > 0) all["ground control points"] = std::to_string(raster.GetGCPCount());
-  if (raster.GetMetadata("RPC")) all["rational polynomial coefficients"];
+      text += CPLSPrintf("%.9g ", coefficient + 0.0);
+    all.emplace("geotransform", text);
+  }
+  if (raster.GetSpatialRef()) all.emplace("coordinate reference system", "");
+  if (raster.GetGCPCount() > 0)
+    all.emplace("ground control points", std::to_string(raster.GetGCPCount()));
+  if (raster.GetMetadata("RPC")) all.emplace("rational polynomial coefficients", "");
   const CPLStringList items(raster.GetMetadata(), FALSE);
   for (int i = 0; i < items.Count(); ++i)  // netCDF puts another name before it
-    if (std::strstr(items[i], "LUMOMIXCALC_COMMAND=")) all["metadata"];
-  for (GDALRasterBand* const band : raster.GetBands())
+    if (std::strstr(items[i], "LUMOMIXCALC_COMMAND=")) all.emplace("metadata", "");
+  for (GDALRasterBand* const band : raster.GetBands()) {
+    const std::string number = std::to_string(band->GetBand()) + " ";
     if (const std::optional<double> value = DeclaredNoData(*band))
-      all["no-data value"] += ShortestText(*value) + " ";
+      all.emplace("no-data value", number + ShortestText(*value));
+    // The driver of ENVI files calls bands without a name Band 1 and so on.
+    if (*band->GetDescription() != '\0' && !STARTS_WITH(band->GetDescription(), "Band "))
+      all.emplace("names of bands", number + band->GetDescription());
+    const CPLStringList ofTheBand(band->GetMetadata(), FALSE);
+    for (int i = 0; i < ofTheBand.Count(); ++i) all.emplace("metadata", number + ofTheBand[i]);
+    if (*band->GetUnitType() != '\0') all.emplace("units", number + band->GetUnitType());
+  }
   return all;
 }
 
@@ -132,8 +145,9 @@ Changes ReadBack(const std::filesystem::path& file, const OutputPlan& plan, GDAL
   const Changes changes = CompareElements(*written, plan, original, digests);
   const Declarations held = DeclarationsOf(*written);
   std::vector<std::string> lost;
-  for (const auto& [what, text] : DeclarationsOf(wanted))
-    if (!held.contains(what) || held.at(what) != text) lost.push_back(what);
+  for (const auto& one : DeclarationsOf(wanted))  // in the order of their kinds
+    if (!held.contains(one) && (lost.empty() || lost.back() != one.first))
+      lost.push_back(one.first);
   if (!lost.empty())
     Warn(plan.target.string() + " does not hold what was declared: " + Joined(lost));
   return changes;

@@ -76,6 +76,7 @@ PixelWindow Shared(const PixelWindow& area, const GridOffset& offset, const Rast
 
 // The end of a sentence: the command that makes a file of one raster on the grid of the other.
 std::string HowToFit(RasterInput& first, RasterInput& other) {
+  if (LieApart(other.Dataset(), first.Dataset())) return "; they share no area";
   std::string command = WarpCommand(other.Dataset(), other.Mode().FloatType(), first.Dataset());
   if (command.empty())
     command = WarpCommand(first.Dataset(), first.Mode().FloatType(), other.Dataset());
@@ -208,6 +209,7 @@ PlannedRun PlanRun(const Job& job, const std::string& command, HostState& host,
   OpenInputs(job, host, datasets, run);
   const std::vector<RunInput>& inputs = run.inputs;
   plan.mode = ChosenMode(job, inputs);
+  plan.modeAsked = job.mode != nullptr;
   plan.bands = ChosenBands(job, inputs);
   RasterInput& first = *inputs.front().raster;
   plan.area = {0, 0, first.Columns(), first.Rows()};
@@ -220,6 +222,8 @@ PlannedRun PlanRun(const Job& job, const std::string& command, HostState& host,
   plan.noData = OutputNoData(job, plan, inputs);
   if (plan.resampling != Resampling::kNearest && plan.grid.resolution == 1)
     Warn("the resampling method has no effect at full resolution");
+  if (plan.mode->type == GDT_Float64)
+    Warn("results have single precision, also in float64; float32 stores them in half the space");
   if (plan.mode->complex && std::ranges::count(host.echoedOptions, "-clamp") > 0)
     Warn("a complex output is not clamped");
   if (plan.format.driver) CheckThatFormatHolds(plan.format, *plan.mode);

@@ -22,6 +22,7 @@ struct RunPlan {
   std::string output;              // the file's name; empty for a run in memory
   OutputFormat format;             // without a driver for a run in memory
   const DataMode* mode = nullptr;  // in which the output is stored
+  bool modeAsked = false;          // by the user; otherwise it follows the inputs
   PixelWindow area;                // the pixels of the first input read that all inputs read have
   OutputGrid grid;                 // on the pixels of the first input read
   // Where the top left pixels of the inputs read lie on those of the first one, by stream number.

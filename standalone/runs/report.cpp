@@ -27,7 +27,7 @@ void WarnOfAlteredElements(const std::vector<BandStatistics>& statistics, const 
         Warn("band " + std::to_string(band) + ": " + CountText(count, "element") + " " + fate);
     };
     warn(altered.saturated, std::string("beyond the range of ") + mode.name + ", saturated");
-    warn(altered.moved, "moved by one, away from the value that stands for no data");
+    warn(altered.moved, "moved by one, away from the value for no data, which -a_nodata= chooses");
     warn(altered.taken, "equal to the number that stands for no data");
     warn(altered.nan, std::string("stored as 0: NaN, which ") + mode.name + " cannot hold");
   }
@@ -36,14 +36,12 @@ void WarnOfAlteredElements(const std::vector<BandStatistics>& statistics, const 
 void WarnOfTheMode(const RunReport& report) {
   const DataMode& mode = *report.plan.mode;
   const std::string name = mode.name;
-  if (mode.type == GDT_Float64)
-    Warn("results have single precision, also in float64; float32 stores them in half the space");
   if (!mode.complex && report.imaginaryParts)
     Warn("results have imaginary parts, which " + name + " leaves out; " +
          SettingText("-mode", "cfloat32") + " keeps them");
   const bool anyValid = std::ranges::any_of(
       report.bands, [](const BandStatistics& band) { return band.valid.valid > 0; });
-  if (mode.complex && anyValid && !report.imaginaryParts)
+  if (mode.complex && !report.plan.modeAsked && anyValid && !report.imaginaryParts)
     Warn("all imaginary parts are zero; " + SettingText("-mode", name.substr(1)) +
          " stores the results in half the space");
 }
@@ -167,6 +165,7 @@ CPLJSONObject AsJson(const RunReport& report, bool exact) {
   for (const std::string& warning : report.warnings) warnings.Add(Utf8(warning));
   object.Add("warnings", warnings);
   if (!exact) return object;
+  object.Add("mode_asked", plan.modeAsked);
   object.Add("imaginary_parts", report.imaginaryParts);
   return object;
 }
@@ -176,6 +175,7 @@ std::optional<RunReport> ReadReport(const CPLJSONObject& object) {
   report.plan.command = object.GetString("command");
   report.plan.mode = FindDataMode(object.GetString("mode"));
   if (!report.plan.mode) return std::nullopt;
+  report.plan.modeAsked = object.GetBool("mode_asked");
   report.plan.grid.columns = object.GetInteger("columns");
   report.plan.grid.rows = object.GetInteger("rows");
   const CPLJSONArray looks = object.GetArray("looks");

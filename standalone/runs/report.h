@@ -21,8 +21,7 @@ struct RunReport {
   RunPlan plan;
   double seconds = 0;
   std::vector<BandStatistics> bands;  // of the output
-  bool imaginaryParts = false;  // a result, even of a real mode, has one other than zero, or a
-                                // complex mode was asked for
+  bool imaginaryParts = false;        // a result, even of a real mode, has one other than zero
   std::vector<std::string> warnings;
 };
 
@@ -37,8 +36,8 @@ void WarnOfResults(const RunReport& report);
 // "-inf". Texts are converted by Utf8. With `exact` it also has what ReadReport needs.
 CPLJSONObject AsJson(const RunReport& report, bool exact = false);
 
-// Reads an exact report, to the bit. Of the plan it has the command, the mode, the size and the
-// looks. Returns nothing for any other object.
+// Reads an exact report, to the bit. Of the plan it has the command, the mode and whether
+// it was asked for, the size and the looks. Returns nothing for any other object.
 std::optional<RunReport> ReadReport(const CPLJSONObject& object);
 
 // The text in UTF-8. A text that is not UTF-8 is read as Latin-1, so that no byte of a file name is

@@ -70,13 +70,12 @@ const RunInput* FirstThat(const std::vector<RunInput>& inputs, const Predicate& 
 }
 
 void DescribeBand(const std::vector<RunInput>& inputs, int band, GDALRasterBand& output) {
-  for (const RunInput& input : inputs) {
-    GDALRasterBand& own = *input.raster->Dataset().GetRasterBand(input.BandFor(band));
-    if (*output.GetDescription() == '\0' && *own.GetDescription() != '\0')
-      output.SetDescription(own.GetDescription());
-    if (*output.GetUnitType() == '\0' && *own.GetUnitType() != '\0')
-      output.SetUnitType(own.GetUnitType());
-    if (CSLCount(output.GetMetadata()) == 0) CopyMetadata(own, output);
+  // The first input last: what it has replaces that of the others, and what HFA has in a new band.
+  for (auto input = inputs.rbegin(); input != inputs.rend(); ++input) {
+    GDALRasterBand& own = *input->raster->Dataset().GetRasterBand(input->BandFor(band));
+    if (*own.GetDescription() != '\0') output.SetDescription(own.GetDescription());
+    if (*own.GetUnitType() != '\0') output.SetUnitType(own.GetUnitType());
+    if (CSLCount(own.GetMetadata()) > 0) CopyMetadata(own, output);
   }
 }
 
@@ -121,10 +120,7 @@ class BatchRun {
  public:
   // Plans the run and checks what can be checked before it. No file is made.
   BatchRun(const Job& job, const std::string& command, HostState& host)
-      : warnings_(job.strict),
-        host_(host),
-        complexAsked_(job.mode && job.mode->complex),
-        run_(PlanRun(job, command, host)) {
+      : warnings_(job.strict), host_(host), run_(PlanRun(job, command, host)) {
     if (job.part) {
       part_.emplace(job, run_);
       done_ = part_->ReportIfDone();
@@ -164,7 +160,6 @@ class BatchRun {
     if (done_) return *done_;
     if (part_) madeFolder_ = std::filesystem::create_directory(output_.target.parent_path());
     RunReport report(Plan());
-    report.imaginaryParts = complexAsked_;
     RasterOutput output(output_);
     Compute(output, control, report);
     for (const RunInput& input : run_.inputs)
@@ -220,7 +215,6 @@ class BatchRun {
   std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
   Warnings warnings_;
   HostState& host_;
-  bool complexAsked_;  // and no warning that all imaginary parts are zero is needed
   PlannedRun run_;
   std::optional<Part> part_;
   std::optional<RunReport> done_;  // of the part if it exists
