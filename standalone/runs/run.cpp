@@ -58,7 +58,7 @@ void CopyMetadata(GDALMajorObject& from, GDALMajorObject& to) {
   CPLStringList kept;
   for (int i = 0; i < items.Count(); ++i)
     if (!IsOfTheInput(items[i])) kept.AddString(items[i]);
-  to.SetMetadata(kept.List());
+  if (kept.Count() > 0) to.SetMetadata(kept.List());
 }
 
 // The first input for which the predicate is true. Null when there is none.
@@ -75,7 +75,7 @@ void DescribeBand(const std::vector<RunInput>& inputs, int band, GDALRasterBand&
     GDALRasterBand& own = *input->raster->Dataset().GetRasterBand(input->BandFor(band));
     if (*own.GetDescription() != '\0') output.SetDescription(own.GetDescription());
     if (*own.GetUnitType() != '\0') output.SetUnitType(own.GetUnitType());
-    if (CSLCount(own.GetMetadata()) > 0) CopyMetadata(own, output);
+    CopyMetadata(own, output);
   }
 }
 
