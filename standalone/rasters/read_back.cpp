@@ -97,8 +97,6 @@ Declarations DeclarationsOf(GDALDataset& raster) {
     // The driver of ENVI files calls bands without a name Band 1 and so on.
     if (*band->GetDescription() != '\0' && !STARTS_WITH(band->GetDescription(), "Band "))
       all.emplace("names of bands", number + band->GetDescription());
-    const CPLStringList ofTheBand(band->GetMetadata(), FALSE);
-    for (int i = 0; i < ofTheBand.Count(); ++i) all.emplace("metadata", number + ofTheBand[i]);
     if (*band->GetUnitType() != '\0') all.emplace("units", number + band->GetUnitType());
   }
   return all;

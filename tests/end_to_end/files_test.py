@@ -177,6 +177,7 @@ class Georeferencing(FileTest):
             for name in ("LUMOMIXCALC_COMMAND", *OF_THE_INPUT):
                 dataset.SetMetadataItem(name, "ImageJ=1\nimages=9" if "TIFF" in name else "another")
         write(self.a, RAMP[:2], outputSRS="EPSG:32632", change=describe, **bounds(RAMP))
+        write(self.b, RAMP[1], change=lambda dataset: dataset.GetRasterBand(1).SetUnitType("K"))
         for arguments in ((self.a, self.b), (self.b, self.a), (f"-file2={self.a}", "-operator=a/b2"),
                           (self.b, self.a, "-operator=a/b2")):
             result, _ = self.made(*arguments, "-bands=2,1-2")
@@ -184,7 +185,8 @@ class Georeferencing(FileTest):
             self.assertEqual(result.GetSpatialRef().GetAuthorityCode(None), "32632")
             self.assertEqual([result.GetRasterBand(i).GetDescription() for i in (1, 2, 3)],
                              ["near infrared", "", "near infrared"])
-            self.assertEqual(result.GetRasterBand(1).GetUnitType(), "mW")
+            self.assertEqual(result.GetRasterBand(1).GetUnitType(),
+                             "K" if arguments == (self.b, self.a) else "mW")
             self.assertEqual(result.GetRasterBand(1).GetMetadataItem("wavelength"), "850")
             self.assertIsNone(result.GetRasterBand(1).GetMetadataItem("scale_factor"))
             self.assertEqual(result.GetMetadataItem("SENSOR"), "X")
@@ -311,7 +313,8 @@ class Outputs(FileTest):
             result = self.done(self.a, self.path(name), COPY)
             equal(read(self.path(name)), np.float32([[expected, 1e12], [3, 4]]))
             self.assertEqual(result.stderr.partition("declared: ")[2], lost)
-        write(self.path("e.img"), RAMP[0], format="ENVI")  # "Band 1", which is no name
+        write(self.path("e.img"), RAMP[0], format="ENVI", outputSRS="EPSG:32632", **bounds(RAMP))
+        self.assertEqual(gdal.Info(self.path("e.img")).count("Description = Band 1\n"), 1)
         self.done(self.path("e.img"), self.path("e.nc"), COPY, "-strict")
         write(self.a, np.full((40, 2100), np.nan), type="Float32", noData=np.nan)
         if not run(self.a, self.out, COPY, "-overwrite", "-co=ENDIANNESS=BIG").returncode:
