@@ -26,7 +26,7 @@ LAYOUTS = (  # file, driver, creation options
     ("striped.tif", "GTiff"), ("tiled.tif", "GTiff", *TILES),
     ("deflate.tif", "GTiff", "COMPRESS=DEFLATE"),
     ("tiled-deflate.tif", "GTiff", "COMPRESS=DEFLATE", *TILES),
-    ("raw.img", "ENVI"), ("hfa.img", "HFA"),
+    ("raw.img", "ENVI", "INTERLEAVE=BIP"), ("hfa.img", "HFA"),
 )
 OUTPUT_LAYOUTS = (
     ("a.tif", "GTiff", *TILES),  # in place of an input
@@ -69,7 +69,7 @@ class Faults(harness.ProgramTest):
     def test_input_cut_short_or_overwritten(self):
         for file, driver, *options in (*LAYOUTS, ("pci.pix", "PCIDSK")):
             damaged = self.path(file)
-            write(damaged, self.noise, *options, format=driver)
+            write(damaged, [self.noise] * 2, *options, format=driver)
             whole = Path(damaged).read_bytes()
             middle = len(whole) // 2
             damages = [whole[:100], whole[:middle], whole[:-500]]
@@ -88,7 +88,8 @@ class Faults(harness.ProgramTest):
                 os.rename(damaged, bare)  # without its header
                 gdal.GetDriverByName("VRT").Create(
                     self.path("bare.vrt"), len(whole) // rows // 4, rows, 0).AddBand(
-                    gdal.GDT_Float32, ["subClass=VRTRawRasterBand", f"SourceFilename={bare}"])
+                    gdal.GDT_Float32, ["subClass=VRTRawRasterBand", "SourceFilename=bare",
+                                       "relativeToVRT=1"])
                 gdal.Translate(nested, self.path("bare.vrt"), format="VRT")
                 for vrt in self.path("bare.vrt"), nested:
                     self.refused(f"the file {bare} has", vrt, self.out, COPY)
@@ -99,7 +100,9 @@ class Faults(harness.ProgramTest):
         self.refused("it is a pipe; a file is expected", self.b, self.a, self.out)
 
     def test_closed_standard_descriptors_are_no_files_of_the_run(self):
-        arguments = self.a, self.b, self.out, "-operator=a1_conj_b2", "-b=0:1", "-overwrite"
+        virtual = [self.path("v.vrt")] * 2  # whose source is opened after the output
+        gdal.Translate(virtual[0], self.a)
+        arguments = *virtual, self.out, "-operator=a1_conj_b2", "-b=0:1", "-overwrite"
         self.assertIn("imaginary", self.done(*arguments).stderr)
         files = self.files()
         for closed in (0, 1), (1, 2), (2, 3), (0, 3):  # from the first to before the second

@@ -120,7 +120,7 @@ class Inputs(FileTest):
             self.refused(f"belongs to the input {name}", name, self.out, COPY, "-overwrite",
                          f"-stats={self.path(file)}")
 
-    def test_bits_and_bytes_in_reverse_are_read_as_gdal_reads_them(self):
+    def test_bits_and_bytes_in_reverse_or_behind_a_head_are_read_as_gdal_reads_them(self):
         write(self.a, RAMP[0], type="Byte")
         tiff = Path(self.a).read_bytes()
         # The number of samples, which is 1 without saying so, becomes a fill order.
@@ -129,10 +129,13 @@ class Inputs(FileTest):
         Path(self.a).write_bytes(tiff.replace(samples, struct.pack("<HHIH", 266, 3, 1, 2)))
         equal(self.result(self.a, COPY), read(self.a))
         self.assertNotEqual(read(self.a)[1, 1], RAMP[0, 1, 1])
-        write(self.b, RAMP[0].byteswap(), format="ENVI")
-        header = Path(self.path("b.hdr"))
-        header.write_text(header.read_text().replace("byte order = 0", "byte order = 1"))
-        equal(self.result(self.b, COPY), RAMP[0])
+        for item, number, head, pixels in (("byte order", 1, b"", RAMP[0].byteswap()),
+                                           ("header offset", 4, b"head", RAMP[0])):
+            write(self.b, pixels, format="ENVI")
+            Path(self.b).write_bytes(head + Path(self.b).read_bytes())
+            header = Path(self.path("b.hdr"))
+            header.write_text(header.read_text().replace(f"{item} = 0", f"{item} = {number}"))
+            equal(self.result(self.b, COPY), RAMP[0])
 
     def test_images_that_are_passed_over_are_told_of(self):
         pages = self.path("it's.tif")
@@ -180,7 +183,7 @@ class Georeferencing(FileTest):
         write(self.b, RAMP[1], change=lambda dataset: dataset.GetRasterBand(1).SetUnitType("K"))
         for arguments in ((self.a, self.b), (self.b, self.a), (f"-file2={self.a}", "-operator=a/b2"),
                           (self.b, self.a, "-operator=a/b2")):
-            result, _ = self.made(*arguments, "-bands=2,1-2")
+            result, _ = self.made(*arguments, "-bands=2,1-2", "-window=600000:5098800:600270:5100000")
             self.assertEqual(result.GetGeoTransform(), GEOTRANSFORM)
             self.assertEqual(result.GetSpatialRef().GetAuthorityCode(None), "32632")
             self.assertEqual([result.GetRasterBand(i).GetDescription() for i in (1, 2, 3)],
@@ -212,9 +215,9 @@ class Georeferencing(FileTest):
         write(self.a, RAMP[0], outputSRS="EPSG:32632", **bounds(RAMP))
         write(swapped, RAMP[1], outputSRS="EPSG:32632", format="Zarr", **bounds(RAMP))
         self.warned("", self.a, swapped)
-        write(self.a, RAMP[0], outputSRS="EPSG:4326", outputBounds=[356, 40, 365, 0])
-        write(self.b, RAMP[1], outputSRS="EPSG:4326", outputBounds=[-5, 40, 4, 0])
-        equal(self.result(self.a, self.b, "-extent=intersection"), RAMP[0, :, :-1] + RAMP[1, :, 1:])
+        write(self.a, RAMP[0], outputSRS="EPSG:4326", outputBounds=[0, 40, 360, 0])
+        write(self.b, RAMP[1, :, :2], outputSRS="EPSG:4326", outputBounds=[-80, 40, 0, 0])
+        equal(self.result(self.a, self.b, "-extent=intersection"), RAMP[0, :, 7:] + RAMP[1, :, :2])
 
 
 class Outputs(FileTest):
@@ -297,12 +300,14 @@ class Outputs(FileTest):
         result = self.done(self.a, self.path("o.asc"), COPY, "-a=0.1", "-co=DECIMAL_PRECISION=2")
         self.assertIn("all values exactly: 1 value changed, the first from 0.01234", result.stderr)
         np.testing.assert_allclose(read(self.path("o.asc")), [[0.01, 0.2], [0.3, 0.4]], atol=1e-6)
+        self.assertNotIn("STATISTICS_MEAN", gdal.Info(self.path("o.asc")))
         for told, *options in (("", "-co=COMPRESS=LZW"), ("", "-co=ENDIANNESS=BIG"),
-                               ("does not hold all values exactly", "-co=NBITS=16"),
-                               ("does not hold all values exactly", "-co=DISCARD_LSB=12")):
+                               ("not hold all values", "-co=COMPRESS=JPEG", "-mode=byte", "-b=600"),
+                               ("not hold all values", "-co=DISCARD_LSB=12")):
             self.warned(told, self.a, "-operator=a1b", "-a=0.1", *options)
             result = gdal.Open(self.out)
             self.assertEqual("STATISTICS_MEAN" in result.GetRasterBand(1).GetMetadata(), not told)
+        self.warned("declared: no-data value", self.a, COPY, "-format=GSBG", "-a_nodata=-7")
         write(self.a, np.float32([[np.nan, 1e12], [3, 4]]), change=lambda dataset: (
             dataset.SetMetadata(RPC, "RPC"), dataset.GetRasterBand(1).SetDescription("height"),
             dataset.GetRasterBand(1).SetUnitType("m"),

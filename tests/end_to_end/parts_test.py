@@ -67,7 +67,7 @@ class Parts(harness.ProgramTest):
         write(self.path("doubles.tif"), 1.1 * REAL.astype(float))
         for count, *arguments in (
                 (8, *a, "-operator=1+b_pow_a", "-a=0.5:1", "-b=1", "-region=0:3:2100:8"),
-                (3, *b, gain, "-a=200", "-mode=int16"),
+                (3, *b, gain, "-a=80", "-mode=int16"),
                 (2, *b, *a, "-operator=a1_conj_b2", "-region=0:5:2100:10"),
                 (2, *a, gain, "-mode=float32", "-region=0:5:2100:10"),
                 (2, *a, gain, "-a=9000", "-mode=cint16", "-region=0:10:2100:10"),

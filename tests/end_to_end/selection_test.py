@@ -269,6 +269,8 @@ class Coherence(harness.ProgramTest):
             cross, *powers = ((x * y.conj()).mean((1, 3)) for x, y in ((a, b), (a, a), (b, b)))
             np.testing.assert_allclose(read(self.out), abs(cross / np.sqrt(powers[0] * powers[1])),
                                        rtol=1e-5)
+        with self.start("-extent=intersection") as script:
+            self.assertRegex(script.communicate()[1], r"\Alumomixcalc: .* exists already; .*\n\Z")
         write(self.b, one, **bounds(one))
         with self.start("-strict", "-overwrite") as script:
             self.assertEqual(script.communicate()[1], "")

@@ -117,11 +117,11 @@ class Slurm(harness.ProgramTest):
             if not path:
                 self.assert_one_sentence(result.stderr.replace("-slurm:", ":", 1), "")
         # Of parts that fail no mosaic is made.
-        _, array, _, join = self.call(SUBMIT, "16%1", "--hold", *submission[2:], "-overwrite"
+        _, array, _, join = self.call(SUBMIT, "16%1", "--hold", *submission[2:], "-overwrite", "-strict"
                                       ).stdout.replace(",", "").split()
         self.assertIn(f"{array}_[1-16%1]", self.call("squeue", "-h", "-o", "%i").stdout)
         script = self.call("scontrol", "write", "batch_script", join, "-").stdout
-        self.assertRegex(script, r"lumomixcalc'? -join='.*of two\.vrt' -overwrite\n")
+        self.assertRegex(script, r"lumomixcalc'? -join='.*of two\.vrt' -overwrite -strict\n")
         os.remove(self.a)
         self.call("scontrol", "release", array, join)
         self.wait_for("end of the jobs", lambda: not self.jobs())

@@ -80,6 +80,7 @@ class NoData(harness.ProgramTest):
             self.assertNotEqual("STATISTICS_MEAN" in dataset.GetRasterBand(1).GetMetadata(), taken)
         for told, value in (f"{self.a} (File1) declares the no-data value -9999, which is a", 7), ("", -9999):
             self.warned(told, self.a, COPY, f"-nodata={value}")
+        self.assertEqual(len(self.made(self.a, self.a, "-nodata=7")[1]["warnings"]), 2)
         for number, mode, holder in ((300, "byte", "byte"), (1e-50, "float64", "single precision")):
             option = f"-a_nodata={number}"
             self.refused(f"{option}: {holder} cannot hold it", self.a, self.path("o.tif"), COPY,
@@ -115,14 +116,19 @@ class NoData(harness.ProgramTest):
             self.assert_result(self.made(self.a, COPY, "-bands=1")[0], expected, NAN)
             equal(self.result(self.a, COPY, "-bands=1", "-resolution=2"), expected[1::2, 1::2])
             equal(self.result(self.a, COPY, "-bands=1", "-nodata=keep"), VALUES)
+        gdal.Open(self.a, gdal.GA_Update).BuildOverviews("NEAREST", [2])
+        coarse, alpha = gdal.OpenEx(self.a, open_options=["OVERVIEW_LEVEL=0"]).ReadAsArray()
+        equal(self.result(self.a, COPY, "-bands=1", "-resolution=2", "-resampling=overview"),
+              np.where(alpha == 0, NAN, coarse))
         write(self.a, [VALUES] * 3 + [shown], "PHOTOMETRIC=MINISBLACK", type="Byte")  # no alpha band
         result, _ = self.made(self.a, COPY, "-mode=byte")
         self.assertEqual(result.GetRasterBand(1).GetMaskFlags(), gdal.GMF_ALL_VALID)
 
     def test_is_told_before_values_are_unscaled(self):
-        for values, expected in (([[4, 7, -9]], [[12, 13.5, NAN]]),
-                                 ([[4j, 7, -9]], [[10 + 2j, 13.5, complex(NAN, NAN)]])):
-            write(self.a, values, noData=-9, change=lambda dataset: scale(dataset, 0.5, 10))
+        for factor, values, expected in (
+                (0.5, [[4, 7, -9]], [[12, 13.5, NAN]]), (1, [[4, 7, -9]], [[14, 17, NAN]]),
+                (0.5, [[4j, 7, -9]], [[10 + 2j, 13.5, complex(NAN, NAN)]])):
+            write(self.a, values, noData=-9, change=lambda dataset: scale(dataset, factor, 10))
             equal(self.result(self.a, COPY, "-unscale"), expected)
         self.warned("", self.a, COPY, "-unscale")
 
@@ -218,7 +224,8 @@ class Results(harness.ProgramTest):
                 ("", self.a, COPY, "-mode=cfloat32"), ("", self.b, COPY),
                 ("", self.a, COPY, "-nodata=7", "-format=HFA"), ("", self.a, COPY)):
             self.warned(told, *arguments)
-        digits = f"{self.a} (File1) are held in single precision: " + "{} is taken as {}"
+        write(last, np.ones((300, 900)))
+        digits = f"{self.a} (File2) are held in single precision: " + "{} is taken as {}"
         for value, type, told in (
                 (16777217, "Int32", digits.format(16777217, 16777216)),
                 (0.1, "Float64", digits.format(0.1, 0.10000000149011612)),
@@ -231,7 +238,7 @@ class Results(harness.ProgramTest):
             write(self.a, np.full((2, 300, 900), value), type=type,
                   change=lambda dataset: scale(dataset, 0.5, 2) if value == 3 else None,
                   noData=1e300 if value == 1e300 else None)
-            self.warned(told, self.a, COPY)
+            self.warned(told, last, self.a)
         several_strips = np.ones((2, 900, 9000), np.float32)
         several_strips[1, 700:800] = -1
         write(self.a, several_strips)

@@ -105,6 +105,7 @@ class PanelWindowTest : public ::testing::Test {
   // Fills in, chooses or clicks, whatever the widget is for.
   void Set(const char* name, const QString& text = "") {
     QWidget& widget = Find(name);
+    EXPECT_TRUE(widget.isEnabled()) << name;
     if (auto* const button = qobject_cast<QAbstractButton*>(&widget)) return button->click();
     widget.setProperty(widget.metaObject()->userProperty().name(), text);
   }
