@@ -266,9 +266,11 @@ class Outputs(FileTest):
             for file in map(Path, map(self.path, names)):
                 file.write_bytes(contents.get(file.suffix, b"30\n0\n0\n-30\n7\n8\n"))
                 old = file.read_bytes()
-                self.refused(file.name, *arguments)
-                if not file.name.startswith(out):  # named by the stem alone
-                    self.refused("another file", *arguments, "-overwrite")
+                if file.name.startswith(out):
+                    self.refused(file.name, *arguments)
+                else:  # named by the stem alone
+                    self.refused(f"{file.name} exists already, and may belong to another file",
+                                 *arguments, "-overwrite")
                     Path(self.path(out)).touch()
                 self.done(*arguments, "-overwrite")
                 self.assertNotEqual(self.files().get(file), old)
