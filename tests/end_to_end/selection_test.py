@@ -249,7 +249,9 @@ class Coherence(harness.ProgramTest):
         return subprocess.Popen(
             [script, self.a, self.b, self.out, "-quiet", *options], stderr=subprocess.PIPE, text=True,
             env={**os.environ, "PATH": f"{folder}:{os.environ['PATH']}", "TMPDIR": self.path("tmp"),
-                 "LC_ALL": "C.UTF-8"})
+                 "LC_ALL": "C.UTF-8"},
+            # Where the tests run in the background, it may be ignored.
+            preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL))
 
     def test_of_images_in_two_places(self):
         one, other = IMAGE[:2, :40, :50] + 1j * IMAGE[1:, :40, :50]
