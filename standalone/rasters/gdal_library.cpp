@@ -2,10 +2,12 @@
 
 #include <cpl_conv.h>
 #include <cpl_error.h>
+#include <cpl_vsi.h>
 #include <gdal.h>
 #include <malloc.h>
 #include <tiffio.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <mutex>
@@ -88,6 +90,15 @@ GdalFailures::~GdalFailures() {
   ofThisThread = outer_;
   const std::lock_guard lock(failuresMutex);
   ofAnyThread.erase(this);
+}
+
+void SizeBlockCache(std::int64_t bytes) {
+  if (CPLGetConfigOption("GDAL_CACHEMAX", nullptr)) return;
+  constexpr std::int64_t kSlack = 2 << 20;
+  bytes += kSlack;
+  if (const std::int64_t physical = CPLGetUsablePhysicalRAM(); physical > 0)
+    bytes = std::min(bytes, std::max(kSlack, physical / 4));
+  GDALSetCacheMax64(bytes);
 }
 
 void GdalFailures::Add(const std::string& text) {

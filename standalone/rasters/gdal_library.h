@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace lumomixcalc::standalone {
@@ -9,6 +10,10 @@ namespace lumomixcalc::standalone {
 // only to the handler: the calls that write, flush and close return success. Call this once in the
 // process, before any other GDAL call. Configuration that the user has set is kept.
 void SetUpGdal();
+
+// Lets GDAL's block cache hold so many bytes and a little more, but at most a quarter of the
+// memory; GDAL_CACHEMAX goes first. A larger cache would only take memory without being faster.
+void SizeBlockCache(std::int64_t bytes);
 
 // The failures of GDAL since this object was made. Those of any thread, because GDAL writes in
 // threads of its own, but without what an object for a single thread takes: so a failure to read a

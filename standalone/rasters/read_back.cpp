@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <functional>
 #include <optional>
@@ -46,6 +47,17 @@ void CountChanges(const Row& original, const Row& copy, const std::optional<doub
   }
 }
 
+// The bytes of a row of blocks of each band. With less in GDAL's cache, reading row by row would
+// decode these blocks again and again.
+std::int64_t BytesOfBlockRow(GDALDataset& raster) {
+  GDALRasterBand& band = *raster.GetRasterBand(1);
+  int columns = 0;
+  int rows = 0;
+  band.GetBlockSize(&columns, &rows);
+  return (std::int64_t{band.GetXSize()} + columns) * rows * raster.GetRasterCount() *
+         GDALGetDataTypeSizeBytes(band.GetRasterDataType());
+}
+
 // A file that was cut short by a full disk can be opened, but its last elements cannot be read.
 Changes CompareElements(GDALDataset& written, const OutputPlan& plan, GDALDataset* original,
                         const std::vector<RowDigest>& digests) {
@@ -53,6 +65,7 @@ Changes CompareElements(GDALDataset& written, const OutputPlan& plan, GDALDatase
   const GDALDataType type = original ? GDT_CFloat64 : plan.mode->type;
   Changes changes;
   std::vector<RowDigest> found(digests.size());
+  if (original) SizeBlockCache(BytesOfBlockRow(written) + BytesOfBlockRow(*original));
   Row copy;
   Row source;
   for (int row = original || !digests.empty() ? 0 : plan.rows - 1; row < plan.rows; ++row)

@@ -27,18 +27,13 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-// Sets the size of GDAL's block cache to what the run needs. A larger cache would only take memory
-// without being faster.
-void SizeBlockCache(const RunPlan& plan, const std::vector<RunInput>& inputs,
-                    const RasterOutput& output) {
-  if (CPLGetConfigOption("GDAL_CACHEMAX", nullptr)) return;
-  constexpr std::int64_t kSlack = 2 << 20;
+// The bytes of the blocks that the run needs at once.
+std::int64_t CacheBytes(const RunPlan& plan, const std::vector<RunInput>& inputs,
+                        const RasterOutput& output) {
   const int rows = RowsPerStrip(plan, inputs);
-  std::int64_t bytes = kSlack + output.CacheBytes(rows);
+  std::int64_t bytes = output.CacheBytes(rows);
   for (const RunInput& input : inputs) bytes += input.raster->CacheBytes(rows);
-  if (const std::int64_t physical = CPLGetUsablePhysicalRAM(); physical > 0)
-    bytes = std::min(bytes, std::max(kSlack, physical / 4));
-  GDALSetCacheMax64(bytes);
+  return bytes;
 }
 
 // Whether a metadata item, NAME=VALUE, describes the values, the bands or the corners of the input,
@@ -192,7 +187,7 @@ class BatchRun {
     const RunPlan& plan = report.plan;
     if (plan.noData) output.DeclareNoData(*plan.noData);
     SelectInputs(plan, run_.inputs);
-    SizeBlockCache(plan, run_.inputs, output);
+    SizeBlockCache(CacheBytes(plan, run_.inputs, output));
     // Counts the rows for the report and writes them to the output.
     const RowSink sink = [&](int band, int firstRow, const ConstElements& rows) {
       BandStatistics& statistics = report.bands[static_cast<std::size_t>(band) - 1];

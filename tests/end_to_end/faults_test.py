@@ -72,7 +72,7 @@ class Faults(harness.ProgramTest):
             write(damaged, [self.noise] * 2, *options, format=driver)
             whole = Path(damaged).read_bytes()
             middle = len(whole) // 2
-            damages = [whole[:100], whole[:middle], whole[:-500]]
+            damages = [whole[:100], whole[:-500]]
             if "deflate" in file:  # elsewhere these are other pixels
                 damages.append(whole[:middle] + b"\xff" * 5000 + whole[middle + 5000:])
             for data in damages:

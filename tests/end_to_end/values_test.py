@@ -224,7 +224,6 @@ class Results(harness.ProgramTest):
                 ("", self.a, COPY, "-mode=cfloat32"), ("", self.b, COPY),
                 ("", self.a, COPY, "-nodata=7", "-format=HFA"), ("", self.a, COPY)):
             self.warned(told, *arguments)
-        write(last, np.ones((300, 900)))
         digits = f"{self.a} (File2) are held in single precision: " + "{} is taken as {}"
         for value, type, told in (
                 (16777217, "Int32", digits.format(16777217, 16777216)),
@@ -235,12 +234,15 @@ class Results(harness.ProgramTest):
                 (1 + 16777217j, "CInt32", digits.format(16777217, 16777216)),
                 (3, "Int16", "scale 0.5 and offset 2 of"),
                 (16777216, "Int32", ""), (0.5, "Float64", ""), (1e300, "Float64", "")):
-            write(self.a, np.full((2, 300, 900), value), type=type,
+            # Of several strips, which take longer, one is enough.
+            image = np.full((2, 300, 900) if value == 0.1 else (2, 3, 9), value)
+            write(last, np.ones(image.shape[1:]))
+            write(self.a, image, type=type,
                   change=lambda dataset: scale(dataset, 0.5, 2) if value == 3 else None,
                   noData=1e300 if value == 1e300 else None)
             self.warned(told, last, self.a)
-        several_strips = np.ones((2, 900, 9000), np.float32)
-        several_strips[1, 700:800] = -1
+        several_strips = np.ones((2, 100, 9000), np.float32)
+        several_strips[1, 40:80] = -1
         write(self.a, several_strips)
         self.warned("have imaginary parts", self.a, "-operator=a_ln_1+b", "-b=0", "-bands=1,2")
 

@@ -21,7 +21,7 @@ namespace {
 using Random = std::mt19937_64;
 
 double Uniform(Random& random, double low, double high) {
-  return std::uniform_real_distribution<double>(low, high)(random);
+  return low + (high - low) * 0x1p-53 * static_cast<double>(random() >> 11U);
 }
 
 bool OneIn(Random& random, std::uint64_t n) { return random() % n == 0; }

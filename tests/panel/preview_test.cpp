@@ -188,8 +188,7 @@ TEST_F(PanelWindowTest, CoarseAndLongThinPreviewsShowPixelsInTheirPlacesAndReadT
 }
 
 TEST_F(PanelWindowTest, AllImagesShowTheSamePlaceDownToSinglePixels) {
-  MakeRaster("f1.tif", 2500, 1300, 1);
-  MakeRaster("f2.tif", 2500, 1300, 1);
+  for (const char* const file : {"f1.tif", "f2.tif"}) MakeRaster(file, 2500, 1300, 1, 1);
   Open(kFiles);
   auto& file1 = Pictured("File1 preview");
   auto& result = Pictured("Result preview");

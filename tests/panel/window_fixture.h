@@ -29,11 +29,11 @@ inline constexpr const char* kB = "File2 Coeff (B), number 1 of 2";
 // Elements are factor * (x + 100 y + band i).
 inline void MakeRaster(const char* file, int columns, int rows, double factor, int bands = 2,
                        GDALDataType type = GDT_CFloat32) {
-  std::vector<std::complex<double>> elements;
+  std::vector<std::complex<double>> elements(static_cast<std::size_t>(columns * rows * bands));
+  std::complex<double>* element = elements.data();
   for (int band = 1; band <= bands; ++band)
     for (int y = 0; y < rows; ++y)
-      for (int x = 0; x < columns; ++x)
-        elements.emplace_back(factor * (x + 100 * y), factor * band);
+      for (int x = 0; x < columns; ++x) *element++ = {factor * (x + 100 * y), factor * band};
   GDALDatasetUniquePtr dataset(GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
       file, columns, rows, bands, type, nullptr));
   EXPECT_EQ(CE_None, dataset->RasterIO(GF_Write, 0, 0, columns, rows, elements.data(), columns,
