@@ -51,7 +51,8 @@ class Parts(harness.ProgramTest):
         write(self.path("doubles.tif"), 1.1 * REAL.astype(float))
         for count, *arguments in (
                 (3, *a, "-operator=1+b_pow_a", "-a=0.5:1", "-b=1", "-region=0:3:2100:8"),
-                (3, *b, gain, "-a=80", "-mode=int16"),
+                # The first part has nothing but no data in band 2.
+                (3, *b, "-operator=a1+b", "-a=30", "-b=3e4", "-mode=int16", "-region=0:12:2100:3"),
                 (2, *b, *a, "-operator=a1_conj_b2", "-region=0:5:2100:10"),
                 (2, *a, gain, "-mode=float32", "-region=0:5:2100:10"),
                 (2, *a, gain, "-a=9000", "-mode=cint16", "-region=0:10:2100:10"),
@@ -59,7 +60,7 @@ class Parts(harness.ProgramTest):
                 (2, *b, gain, "-b=0", "-a_nodata=0", "-oo=NUM_THREADS=1"),
                 (2, *b, gain, "-mode=byte", *TILES, "-co=COMPRESS=JPEG", "-region=0:2:2100:32"),
                 (3, *a, "-operator=a_phase_1", "-mode=float32", *TILES, "-bands=2,1,2"),
-                (3, *b, gain, "-resolution=3", "-resampling=bilinear"),
+                (3, *b, gain, "-resolution=3", "-resampling=bilinear", "-mode=cfloat32"),
                 (3, *b, gain, "-resolution=3", "-resampling=cubic"),
                 (3, *a, gain, "-resolution=2", "-resampling=cubic", "-region=1:4:2099:15")):
             with self.subTest(arguments, count=count):

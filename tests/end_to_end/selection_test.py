@@ -61,8 +61,8 @@ class Selection(harness.ProgramTest):
     def write_at(self, path, image, grid, x=0, y=0, system="EPSG:32632", change=None):
         """Its upper left corner is the pixel x, y of a grid."""
         a, b, c, d, e, f = grid
-        write(path, image, noData=-9999, outputSRS=system, change=lambda dataset: (
-            dataset.SetGeoTransform((a + x * b + y * c, b, c, d + x * e + y * f, e, f))))
+        write(path, image, noData=-9999, outputSRS=system, change=lambda dataset:
+              dataset.SetGeoTransform((a + x * b + y * c, b, c, d + x * e + y * f, e, f)))
 
     def test_images_on_one_grid_are_combined_over_the_area_that_they_share(self):
         one, other = IMAGE[0, :90, :80], IMAGE[1, :70, :100].copy()
