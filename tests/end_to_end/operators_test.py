@@ -185,10 +185,11 @@ class Operators(harness.ProgramTest):
         bands = max(len(image.bands) for image in inputs)
 
         chosen = self.random.integers(0, bands, self.number(1, bands + 1))  # some twice
-        x, y = self.number(0, columns - 1), self.number(0, rows - 1)
-        width, height = self.number(1, columns - x), self.number(1, rows - y)
+        # Often all of the area: outputs of a few rows show little.
+        x, y = (self.pick(0, self.number(0, side - 1)) for side in (columns, rows))
+        width, height = (self.pick(side, self.number(1, side)) for side in (columns - x, rows - y))
         step = min(self.pick(1, 1, 2, 3), width, height)  # the resolution
-        nx, ny = (self.number(1, min(5, side // step)) for side in (width, height))
+        nx, ny = (self.pick(1, self.number(1, min(5, side // step))) for side in (width, height))
         rule, unscale, averages = self.pick(None, "keep", str(HOLE)), self.pick(True, False), (
             step > 1 and self.pick(True, False))
 
