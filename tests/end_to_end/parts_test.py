@@ -58,7 +58,8 @@ class Parts(harness.ProgramTest):
                 (2, *a, gain, "-a=9000", "-mode=cint16", "-region=0:10:2100:10"),
                 (2, self.path("doubles.tif"), gain),  # each part has an example of its own
                 (2, *b, gain, "-b=0", "-a_nodata=0", "-oo=NUM_THREADS=1"),
-                (2, *b, gain, "-mode=byte", *TILES, "-co=COMPRESS=JPEG", "-region=0:2:2100:32"),
+                (2, *b, "-operator=a1+b", "-a=0.1", "-b=99", "-mode=byte", *TILES, "-co=COMPRESS=JPEG",
+                 "-region=0:2:2100:32"),
                 (3, *a, "-operator=a_phase_1", "-mode=float32", *TILES, "-bands=2,1,2"),
                 (3, *b, gain, "-resolution=3", "-resampling=bilinear", "-mode=cfloat32"),
                 (3, *b, gain, "-resolution=3", "-resampling=cubic"),

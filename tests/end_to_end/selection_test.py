@@ -218,7 +218,7 @@ class Coherence(harness.ProgramTest):
         write(self.b, other, **bounds(other, 60))
         for options, a, b, told in (
                 ((), one, other, r"\Alumomixcalc: warning: .* do not lie in the same place: .*\n\Z"),
-                (("-extent=intersection", "-region=6:4:40:30", "-overwrite", "-strict"),
+                (("-extent=intersection", "-region=6:4:40:30", "-nodata=7", "-overwrite", "-strict"),
                  one[4:34, 6:46], other[4:34, 4:44], r"\A\Z")):
             with self.start("-looks=5:2", *options) as script:
                 self.assertRegex(script.communicate()[1], told)
@@ -226,6 +226,8 @@ class Coherence(harness.ProgramTest):
             cross, *powers = ((x * y.conj()).mean((1, 3)) for x, y in ((a, b), (a, a), (b, b)))
             np.testing.assert_allclose(read(self.out), abs(cross / np.sqrt(powers[0] * powers[1])),
                                        rtol=1e-5)
+        with self.start("-overwrite", "-strict") as script:
+            self.assertRegex(script.communicate()[1], "-strict: 1 warning, so nothing was written")
         with self.start("-extent=intersection") as script:
             self.assertRegex(script.communicate()[1], r"\Alumomixcalc: .* exists already; .*\n\Z")
 

@@ -101,6 +101,7 @@ class NoData(harness.ProgramTest):
             write(self.a, bands, *creation, change=change, type=type)
             self.assert_result(self.made(self.a, COPY, "-bands=1")[0], expected, NAN)
             equal(self.result(self.a, COPY, "-bands=1", "-nodata=keep"), VALUES)
+        equal(self.result(self.a, COPY, "-bands=2"), shown)
         gdal.Open(self.a, gdal.GA_Update).BuildOverviews("NEAREST", [2])
         coarse, alpha = gdal.OpenEx(self.a, open_options=["OVERVIEW_LEVEL=0"]).ReadAsArray()
         equal(self.result(self.a, COPY, "-bands=1", "-resolution=2", "-resampling=overview"),
@@ -193,6 +194,7 @@ class Results(harness.ProgramTest):
                 (2**53 + 1, "Int64", digits.format(2**53 + 1, 9007199254740992)),
                 (2**53 + 1, "UInt64", digits.format(2**53 + 1, 9007199254740992)),
                 (3e9, "UInt32", ""), (2**62, "Int64", ""), (-2**31, "Int32", ""),
+                (2**64 - 2**40, "UInt64", ""),
                 (1 + 16777217j, "CInt32", digits.format(16777217, 16777216)),
                 (3, "Int16", "scale 0.5 and offset 2 of"),
                 (16777216, "Int32", ""), (0.5, "Float64", ""), (1e300, "Float64", "")):
