@@ -129,9 +129,7 @@ std::string WarpCommand(GDALDataset& raster, GDALDataType type, GDALDataset& gri
   return Joined(words, " ");
 }
 
-bool HasGeoreferencing(GDALDataset& dataset) {
-  return GeotransformOf(dataset) || dataset.GetSpatialRef() || dataset.GetGCPCount() > 0;
-}
+bool HasPlace(GDALDataset& dataset) { return GeotransformOf(dataset) || dataset.GetGCPCount() > 0; }
 
 void CopyGeoreferencing(GDALDataset& from, const PixelPlacement& placement, GDALDataset& to) {
   const auto [x, y, nx, ny] = placement;

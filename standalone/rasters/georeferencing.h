@@ -47,10 +47,10 @@ struct PixelPlacement {
   double ny = 1;
 };
 
-// Whether a raster has a geotransform, a coordinate reference system or ground control points.
-bool HasGeoreferencing(GDALDataset& dataset);
+// Whether a raster has a geotransform or ground control points.
+bool HasPlace(GDALDataset& dataset);
 
-// Copies these, adapted to the placement of `to` on `from`.
+// Copies these, adapted to the placement of `to` on `from`, and the coordinate reference system.
 void CopyGeoreferencing(GDALDataset& from, const PixelPlacement& placement, GDALDataset& to);
 
 // Copies rational polynomial coefficients. They contain lines and samples of the image, which are

@@ -82,7 +82,11 @@ void DescribeOutput(const RunPlan& plan, const std::vector<RunInput>& inputs, GD
   const auto placementOn = [&](const RunInput& input) {
     return plan.grid.On(plan.origins.at(input.stream)).Placement();
   };
-  if (const RunInput* const input = FirstThat(inputs, HasGeoreferencing))
+  // A system alone comes last: GDAL makes one up for a TIFF with AREA_OR_POINT=Point.
+  const RunInput* const placed = FirstThat(inputs, HasPlace);
+  if (const RunInput* const input = placed ? placed : FirstThat(inputs, [](GDALDataset& dataset) {
+        return dataset.GetSpatialRef() != nullptr;
+      }))
     CopyGeoreferencing(input->raster->Dataset(), placementOn(*input), output);
   if (const RunInput* const input = FirstThat(
           inputs, [](GDALDataset& dataset) { return dataset.GetMetadata("RPC") != nullptr; }))

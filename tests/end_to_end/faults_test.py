@@ -92,7 +92,8 @@ class Faults(harness.ProgramTest):
                                        "relativeToVRT=1"])
                 gdal.Translate(nested, self.path("bare.vrt"), format="VRT")
                 for vrt in self.path("bare.vrt"), nested:
-                    self.refused(f"the file {bare} has", vrt, self.out, COPY)
+                    self.refused(f"the file {bare} has {len(whole) - 1} bytes, and its header claims "
+                                 f"{len(whole)}", vrt, self.out, COPY)
         gdal.Translate(self.path("mosaic.vrt"), self.a, format="VRT")
         os.remove(self.a)
         self.refused("mosaic.vrt", self.path("mosaic.vrt"), self.out, COPY)

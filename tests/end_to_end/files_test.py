@@ -210,6 +210,8 @@ class Georeferencing(FileTest):
             self.assertEqual(len(report["warnings"]), bool(told))
             self.assertIn(told and f"{self.a} (File1) and {self.b} (File2) do not lie in the same "
                           f"place: their {told}", str(report["warnings"]))
+        write(self.b, RAMP[1], metadataOptions=["AREA_OR_POINT=Point"])  # GDAL gives it a system
+        self.assertEqual(self.made(self.b, self.a)[0].GetGeoTransform(), GEOTRANSFORM)
         swapped = self.path("b.zarr")  # GDAL 3.6 lists the axes of its system north before east
         write(self.a, RAMP[0], outputSRS="EPSG:32632", **bounds(RAMP))
         write(swapped, RAMP[1], outputSRS="EPSG:32632", format="Zarr", **bounds(RAMP))
@@ -269,17 +271,17 @@ class Outputs(FileTest):
         for out, *names in (("out.img", "out.hdr", "out.img.aux.xml", "out.img.ovr", "out.img.hdr"),
                             ("out.tif", "out.tif.aux.xml", "out.tfw", "out.TFW", "out.WLD",
                              "out_RPC.TXT", "out.tif.msk")):
-            arguments = self.b, self.path(out), COPY, *["-format=ENVI"] * out.endswith("img")
+            arguments = self.b, out, COPY, *["-format=ENVI"] * out.endswith("img")
             for file in map(Path, map(self.path, names)):
                 file.write_bytes(contents.get(file.suffix, b"30\n0\n0\n-30\n7\n8\n"))
                 old = file.read_bytes()
                 if file.name.startswith(out):
-                    self.refused(file.name, *arguments)
+                    self.refused(file.name, *arguments, cwd=self.folder)
                 else:  # named by the stem alone
                     self.refused(f"{file.name} exists already, and may belong to another file",
-                                 *arguments, "-overwrite")
+                                 *arguments, "-overwrite", cwd=self.folder)
                     Path(self.path(out)).touch()
-                self.done(*arguments, "-overwrite")
+                self.done(*arguments, "-overwrite", cwd=self.folder)
                 self.assertNotEqual(self.files().get(file), old)
                 for made in Path(self.folder).glob("out*"):
                     made.unlink()

@@ -91,6 +91,21 @@ class ProgramTest(unittest.TestCase):
         result = self.done(*arguments, self.out, "-overwrite", "-stats=-")
         return gdal.Open(self.out), strict_json(result.stdout)
 
+    def told(self, path, report):
+        """The application's records; and all else that a raster and its run tell."""
+        dataset = gdal.Open(path)
+        bands = [dataset.GetRasterBand(i + 1) for i in range(dataset.RasterCount)]
+        metadata = dataset.GetMetadata()
+        self.assertIn("-operator=", metadata.pop("LUMOMIXCALC_COMMAND"))
+        return [band.pop("record", None) or band.pop("records") for band in report["bands"]], [
+            hash(dataset.ReadAsArray().tobytes()), metadata, dataset.GetMetadata("RPC"),
+            dataset.GetGeoTransform(), dataset.GetProjection(), dataset.GetGCPProjection(),
+            [(round(p.GCPPixel, 4), round(p.GCPLine, 4), p.GCPX) for p in dataset.GetGCPs()],
+            *(report[key] for key in ("mode", "columns", "rows", "looks", "bands")),
+            sorted(report["warnings"]),
+            [(b.GetMetadata(), repr(b.GetNoDataValue()), b.GetDescription(), b.GetUnitType(),
+              b.DataType, b.GetColorInterpretation()) for b in bands]]
+
     def result(self, *arguments):
         """The elements of such a run."""
         return self.made(*arguments)[0].ReadAsArray()

