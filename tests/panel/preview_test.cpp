@@ -3,7 +3,7 @@
 
 #include <random>
 
-#include "app/parameters.h"
+#include "app/streams.h"
 #include "standalone/base/texts.h"
 #include "standalone/rasters/data_modes.h"
 #include "tests/panel/window_fixture.h"
@@ -39,6 +39,9 @@ class PreviewTest : public PanelWindowTest {
     GDALRasterBand& Band(int band) const {
       return *file->GetRasterBand(job.bands.empty() ? band : 1);
     }
+    bool IsComplex() const {
+      return GDALDataTypeIsComplex(file->GetRasterBand(1)->GetRasterDataType()) != 0;
+    }
   };
   static Made Run(Job job, const std::string& command, const char* file) {
     job.overwrite = true;
@@ -53,7 +56,7 @@ class PreviewTest : public PanelWindowTest {
   // The first input as the run reads it.
   static Made ReadFor(const Made& made) {
     Job job = made.job;
-    job.inputs.erase(std::next(job.inputs.begin()), job.inputs.end());
+    job.inputs = {{lumomixcalc::kFile1Stream, job.inputs.begin()->second}};
     job.mode = nullptr;
     job.outputNoData.reset();
     job.selection.region = made.grid.window;
@@ -89,11 +92,10 @@ class PreviewTest : public PanelWindowTest {
     return compared;
   }
 
-  // The options of the inputs and of the result. seen: how many cells, where these are not all.
-  void Expect(const std::string& ofInputs, const std::string& ofResult, const View& view = {},
-              int seen = 0) {
-    SCOPED_TRACE(ofInputs + " " + ofResult);
-    const std::string command = "lumomixcalc f1.tif f2.tif out.tif " + ofInputs + " " + ofResult;
+  // seen: how many cells, where these are not all.
+  void Expect(const std::string& options, const View& view = {}, int seen = 0) {
+    SCOPED_TRACE(options);
+    const std::string command = "lumomixcalc f1.tif f2.tif out.tif " + options;
     const Made read = ReadFor(Run(command));
     const Made made = Run(command);
     const auto show = [this](auto position, const auto& image) { shown_[position] = image; };
@@ -118,7 +120,8 @@ class PreviewTest : public PanelWindowTest {
     int band = 0;
     bool pictured = false, whole = false;
     QPoint pixel;
-    QString file1, result, place, statistics, low, high;
+    QString place, statistics, low, high;
+    std::array<QString, 3> elements;
     int gray = 0;
   };
   Sighting Look();
@@ -137,32 +140,30 @@ TEST_F(PreviewTest, PicturesShowAndPointersReadWhatTheRunReadsAndStores) {
   for (const char* const file : {"f1.tif", "f2.tif"})
     GDALDatasetUniquePtr(GDALDataset::Open(file))
         ->BuildOverviews("AVERAGE", 1, std::array{2}.data(), 0, nullptr, nullptr, nullptr);
-  for (const char* const ofInputs : {"", "-nodata=keep", "-nodata=1301"})
-    Expect(ofInputs, "-operator=a1b");
-  Expect("-nodata=1301", "-mode=int16 -operator=a1-b2");
-  const std::pair<const char*, const char*> kGrids[] = {
-      {"-region=5:2:41:31", "-looks=4:3"},
-      {"-resolution=2 -resampling=overview", ""},
-      {"-resolution=3 -resampling=cubic -region=4:4:50:30", ""},
-      {"-resolution=2 -resampling=average", "-looks=3:2"},
-      {"-resolution=2 -resampling=bilinear -region=3:5:50:30", "-mode=int16 -looks=1:3"}};
-  for (const auto& [ofInputs, ofResult] : kGrids) Expect(ofInputs, ofResult, {1, {}, 30});
-  Expect("-region=5:2:41:31", "-looks=4:3", {1, {7, 9, 40, 17}}, 60);
-  MakeRaster("f1.tif", 60, 40, 3, 2, GDT_Float32);
-  Expect("-region=5:2:41:31", "-looks=4:3", {1, {7, 9, 40, 17}}, 60);
+  for (const char* const options : {"", "-nodata=keep ", "-nodata=1301 "})
+    Expect(std::string(options) + "-operator=a1b");
+  Expect("-nodata=1301 -mode=int16 -operator=a1-b2");
+  for (const char* const options :
+       {"-region=5:2:41:31 -looks=4:3", "-resolution=2 -resampling=overview",
+        "-resolution=3 -resampling=cubic -region=4:4:50:30",
+        "-resolution=2 -resampling=average -looks=3:2",
+        "-resolution=2 -resampling=bilinear -region=3:5:50:30 -mode=int16 -looks=1:3"})
+    Expect(options, {1, {}, 30});
+  for (const int factor : {1, 3}) {
+    MakeRaster("f1.tif", 60, 40, factor, 2, GDT_Float32);
+    Expect("-region=5:2:41:31 -looks=4:3", {1, {7, 9, 40, 17}}, 60);
+  }
   MakeRaster("f1.tif", 60, 40, NAN, 2, GDT_Float32);
-  Expect("-nodata=keep", "-operator=a_phase_1");
+  Expect("-nodata=keep -operator=a_phase_1");
   MakeRaster("f1.tif", 60, 40, 1);
-  Expect("", "-operator=a1b");
-  for (const char* const ofInputs : {"", "-bands=2"}) Expect(ofInputs, "-operator=a1b", {2, {}});
+  for (const char* const options : {"", "-bands=2 "})
+    Expect(std::string(options) + "-operator=a1b", {2, {}});
   MakeRaster("f2.tif", 50, 50, 2);
   std::ofstream("f1.tfw") << "10\n0\n0\n-10\n1005\n1995";
   std::ofstream("f2.tfw") << "10\n0\n0\n-10\n1085\n2035";  // 8 columns to the right, 4 rows up
-  Expect("-extent=intersection", "", {1, {}, 30});
-  Expect("-extent=intersection -region=9:2:41:31", "-looks=4:3");
-  Expect("-extent=intersection", "");
+  Expect("-extent=intersection", {1, {}, 30});
   std::ofstream("f2.tfw") << "10\n0\n0\n-10\n1085\n2045";  // shares the same area
-  Expect("-extent=intersection", "");
+  Expect("-extent=intersection");
 }
 
 // Waits for all that is shown, and pins a pixel.
@@ -205,12 +206,9 @@ PreviewTest::Sighting PreviewTest::Look() {
   EXPECT_TRUE(WaitFor([&] { return place.text().startsWith(named); }))
       << place.text().toStdString() << " instead of " << named.toStdString();
   seen.place = place.text().section(' ', -2);
-  const auto column = [this](Image image) {
-    const auto& table = Find<QTableWidget>("Elements");
-    return (table.item(0, image)->text() + " " + table.item(1, image)->text()).trimmed();
-  };
-  seen.file1 = column(kFile1);
-  seen.result = column(kResult);
+  const auto& table = Find<QTableWidget>("Elements");
+  for (const Image i : {kFile1, kFile2, kResult})
+    seen.elements[i] = (table.item(0, i)->text() + " " + table.item(1, i)->text()).trimmed();
   QTest::keyClick(window_.get(), Qt::Key_Escape);
   return seen;
 }
@@ -221,24 +219,28 @@ void PreviewTest::Confirm(const Sighting& seen) {
   try {
     made = Run(seen.command);
   } catch (const Failure& failure) {
-    EXPECT_FALSE(seen.pictured);
     EXPECT_NE(seen.notes.find(std::string(failure.what()).substr(0, 20)), std::string::npos)
         << seen.notes << failure.what();
     return;
   }
   EXPECT_TRUE(seen.pictured) << seen.notes;
-  GDALRasterBand& band = made->Band(seen.band);
-  const bool complex = GDALDataTypeIsComplex(band.GetRasterDataType()) != 0;
-  const auto text = [](const auto& element, bool pair) {
-    if (!element) return QString("\u2014");
-    if (std::isnan((*element)[0])) return QString("no data");
-    const auto part = [&](std::size_t i) {
-      return Text(ShortestText(static_cast<float>((*element)[i])));
-    };
-    return pair ? part(0) + " " + part(1) : part(0);
+  const auto expectElement = [&seen](Image image, const Made& file) {
+    const auto element = file.At(seen.pixel, seen.band);
+    QString text = "\u2014";
+    if (element && std::isnan((*element)[0]))
+      text = "no data";
+    else if (element) {
+      text = Text(ShortestText(static_cast<float>((*element)[0])));
+      if (file.IsComplex()) text += " " + Text(ShortestText(static_cast<float>((*element)[1])));
+    }
+    EXPECT_EQ(seen.elements[image].toStdString(), text.toStdString())
+        << image << seen.pixel.x() << ' ' << seen.pixel.y();
+    return element;
   };
-  const auto result = made->At(seen.pixel, seen.band);
-  EXPECT_EQ(seen.result, text(result, complex)) << seen.pixel.x() << ' ' << seen.pixel.y();
+  const auto result = expectElement(kResult, *made);
+  if (result)
+    expectElement(made->job.inputs.contains(lumomixcalc::kFile1Stream) ? kFile1 : kFile2,
+                  ReadFor(*made));
   std::array<double, 6> map = {};
   made->file->GetGeoTransform(map.data());
   const PixelPlacement placement = made->grid.Placement();
@@ -247,17 +249,12 @@ void PreviewTest::Confirm(const Sighting& seen) {
   GDALApplyGeoTransform(map.data(), (seen.pixel.x() + 0.5 - placement.x) / placement.nx,
                         (seen.pixel.y() + 0.5 - placement.y) / placement.ny, &x, &y);
   EXPECT_EQ(seen.place, QString("%1, %2").arg(x, 0, 'g', 10).arg(y, 0, 'g', 10));
-  const Made read = ReadFor(*made);
-  const auto element = read.At(seen.pixel, seen.band);
-  const bool pair = GDALDataTypeIsComplex(read.Band(seen.band).GetRasterDataType()) != 0;
-  if (element) {
-    EXPECT_EQ(seen.file1, text(element, pair));
-  }
   double low = 0;
   double high = 0;
   double mean = 0;
   double deviation = 0;
-  if (complex || band.ComputeStatistics(false, &low, &high, &mean, &deviation, nullptr, nullptr))
+  if (made->IsComplex() || made->Band(seen.band).ComputeStatistics(false, &low, &high, &mean,
+                                                                   &deviation, nullptr, nullptr))
     return;
   if (seen.whole) {
     const auto figure = [](double value) { return QString::number(value, 'g', 3); };
@@ -298,8 +295,7 @@ TEST_F(PreviewTest, WindowShowsWhatItsCommandMakesWhateverIsChosen) {
   const char* const kOther = "Other options";
   const char* const kView = "File1 preview";
   const std::pair<const char*, QStringList> kChoices[] = {
-      {"Operator",
-       {"(A*File1) * B", "(A*File1) + (B*File2)", "ABS(A*File1)", "(A*File1) * CONJ(B*File2)"}},
+      {"Operator", {"(A*File1) * B", "(A*File1) + (B*File2)", "ABS(A*File1)", "A / (B*File2)"}},
       {kA, {"2", "-0.5"}},
       {kB, {"3", "-1"}},
       {"Clamp at 0?", {""}},
@@ -316,7 +312,8 @@ TEST_F(PreviewTest, WindowShowsWhatItsCommandMakesWhateverIsChosen) {
       {kOther, {"\b\r", "-nodata=10\r", "-nodata=keep\r", "-bands=2\r", "-a_nodata=-9999\r"}},
       {kView, {"+++", "---", "--------", "", ""}}};
   std::vector<Sighting> all;
-  for (int i = 0; i < 30; ++i) {
+  for (unsigned seed = 1; seed <= 24; ++seed) {
+    random_.seed(seed);
     for (int n = Any(3); n >= 0; --n) {
       const auto& [name, texts] = kChoices[Any(std::size(kChoices))];
       const QString text = texts[Any(static_cast<int>(texts.size()))];
@@ -454,18 +451,6 @@ TEST_F(PanelWindowTest, SharedAreaIsOfferedAndShownWhereItLiesOnEachImage) {
   EXPECT_TRUE(WaitFor([&] {
     return Notes().ends_with("; the choice Shared area only combines the area that they share");
   })) << Notes();
-  const std::tuple<const char*, const char*, const char*> kOfOneFile[] = {
-      {"ABS(A*File1)", "60 x 40", " on the map 1135, 1705"},
-      {"A / (B*File2)", "50 x 50", " on the map 1215, 1745"}};
-  for (const auto& [name, size, map] : kOfOneFile) {
-    Set("Operator", name);
-    ExpectElements({13.5, 29.5}, kFile1, Ramp);
-    const auto& place = Find<QLabel>("Place under the pointer");
-    EXPECT_TRUE(WaitFor([&, map = map] { return place.text().endsWith(map); }))
-        << place.text().toStdString();
-    EXPECT_EQ(TextOf("Region, columns") + " x " + TextOf("Region, rows"), size);
-  }
-  Set("Operator", "(A*File1) + (B*File2)");
   Set("Shared area only");
   EXPECT_TRUE(WaitFor([&] { return TextOf("Region, first column") == "8"; }));
   EXPECT_EQ(Notes(), "");
