@@ -456,6 +456,12 @@ TEST_F(PanelWindowTest, SharedAreaIsOfferedAndShownWhereItLiesOnEachImage) {
   EXPECT_EQ(Notes(), "");
   ExpectElements({20.5, 30.5}, kFile2,
                  [](int, int) { return "6824 2 6824 0.0002930832 0.01679243 "; });
+  auto& view = Pictured("Result preview");
+  QTest::keyClicks(&view, "++");
+  Settle();
+  Set("Swap");
+  Settle();
+  EXPECT_TRUE(view.items().front()->sceneBoundingRect().contains(view.Seen()));
 }
 
 }  // namespace
