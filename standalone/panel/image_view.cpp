@@ -41,8 +41,10 @@ ImageView::ImageView(const Sight& sight) : sight_(sight) {
 void ImageView::SetGrid(QPoint first, QSize pitch, const QRect& image) {
   picture_->setPos(first);
   picture_->setTransform(QTransform::fromScale(pitch.width(), pitch.height()));
+  const bool another = scene_.sceneRect() != image;
   scene_.setSceneRect(image);
   Follow();
+  if (another && sight_.scale > 0) moved(sight_.centre, sight_.scale);  // other pixels are seen
 }
 
 void ImageView::Show(QImage picture, const QString& text) {

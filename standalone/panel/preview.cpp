@@ -358,14 +358,14 @@ Inspection PreviewMaker::Inspect(QPoint pixel) {
     add([&] {
       const auto input = inputs_.find(stream.number);
       if (input == inputs_.end() || !input->second.raster) throw Failure("no image");
-      const PreviewImage cell = Read(stream.number, SampleFor(stream.number, view), {});
       const bool isRead = run_.inputs.contains(stream.number);
-      if (isRead) read[stream.number] = cell;
       auto transform = GeotransformOf(input->second.raster->Dataset());
       if (isRead && transform && !inspection.map) {  // as the output
         auto& [x, y] = inspection.map.emplace();
         GDALApplyGeoTransform(transform->data(), pixel.x() + 0.5, pixel.y() + 0.5, &x, &y);
       }
+      const PreviewImage cell = Read(stream.number, SampleFor(stream.number, view), {});
+      if (isRead) read[stream.number] = cell;
       const QPoint place = pixel - cell.first;
       const int i = place.y() / cell.pitch.height() * cell.columns + place.x() / cell.pitch.width();
       const int parts = cell.complex ? 2 : 1;

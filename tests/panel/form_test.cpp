@@ -22,6 +22,7 @@ TEST_F(PanelWindowTest, EditsReachTheRunAndTheCommandThatRepeatsIt) {
   for (const auto& [field, text] : kEdits) {
     const std::string before = CurrentCommand();
     Set(field, text);
+    EXPECT_FALSE(Find("Copy").isEnabled());  // an old command
     EXPECT_NE(CurrentCommand(), before);
   }
   EXPECT_EQ(Notes(), "\u2022 a complex output is not clamped");
@@ -139,19 +140,25 @@ TEST_F(PanelWindowTest, RunThatIsCancelledClosedOrEndedBySignalLeavesNothing) {
   EXPECT_TRUE(OnlyTheInputsAreThere());
 }
 
-TEST_F(PanelWindowTest, ProgramOpensTwoInputsAndEndsByASignal) {
-  QProcess program;
-  program.start(LUMOMIXCALC_TEST_PROGRAM_FOLDER "/lumomixcalc-panel", {"f1.tif", "f2.tif"});
-  const QString open = QString("/proc/%1/fd").arg(program.processId());
-  EXPECT_TRUE(WaitFor([&] {
-    return std::ranges::any_of(QDir(open).entryInfoList(), [](const QFileInfo& file) {
-      return file.symLinkTarget().endsWith("/f2.tif");
-    });
-  }));
-  program.terminate();
-  EXPECT_TRUE(program.waitForFinished(5000));
-  EXPECT_EQ(program.exitCode(), SIGTERM);
-  EXPECT_FALSE(program.readAllStandardError().contains("nothing was written"));
+TEST_F(PanelWindowTest, ProgramOpensInputsOrNamesANewOutputAndEndsByASignal) {
+  for (const char* const second : {"f2.tif", "new.tif"}) {
+    QProcess program;
+    program.start(LUMOMIXCALC_TEST_PROGRAM_FOLDER "/lumomixcalc-panel", {"f1.tif", second});
+    const QString open = QString("/proc/%1/fd").arg(program.processId());
+    const QString last = *second == 'f' ? "/f2.tif" : "/f1.tif";
+    EXPECT_TRUE(WaitFor([&] {
+      return std::ranges::any_of(QDir(open).entryInfoList(), [&](const QFileInfo& file) {
+        return file.symLinkTarget().endsWith(last);
+      });
+    }));
+    program.terminate();
+    EXPECT_TRUE(program.waitForFinished(5000));
+    EXPECT_EQ(program.exitCode(), SIGTERM);
+    EXPECT_FALSE(program.readAllStandardError().contains("nothing was written"));
+    const QString kept = QSettings("lumomixcalc", "panel").value("command").toString();
+    EXPECT_TRUE(kept.contains(QString(*second == 'f' ? "-file2=" : "-save=")));
+    EXPECT_EQ(kept.contains("-file2="), *second == 'f') << kept.toStdString();
+  }
 }
 
 TEST_F(PanelWindowTest, AsksBeforeItReplacesAFileAndNamesAnInput) {
@@ -185,7 +192,7 @@ TEST_F(PanelWindowTest, NumbersAreReadAsPeopleTypeThemAndOtherTextsKeepItFromRun
   const auto colour = [this] { return Pictured("Result preview").grab().toImage().pixel(30, 30); };
   const QRgb before = colour();
   for (const std::string text : {"abc", " ", "1,234.5", "1,2,3", "1 000", "1e99", "1/3"}) {
-    Set(kA, Text(text));
+    for (const std::string& number : {std::string("2"), text}) Set(kA, Text(number));
     EXPECT_NE(colour(), before);  // dimmed
     EXPECT_FALSE(Find("Copy").isEnabled());
     Set("Run");
@@ -193,11 +200,11 @@ TEST_F(PanelWindowTest, NumbersAreReadAsPeopleTypeThemAndOtherTextsKeepItFromRun
   }
   EXPECT_TRUE(OnlyTheInputsAreThere());
   Set(kA, "0.1");
-  QTest::keyClick(&Find(kA), Qt::Key_Up);
+  for (const auto key : {Qt::Key_Down, Qt::Key_Up, Qt::Key_Up}) QTest::keyClick(&Find(kA), key);
   Find<QLineEdit>(kA).selectAll();
   QTest::keyClick(&Find(kA), Qt::Key_C, Qt::ControlModifier);
   EXPECT_EQ(QGuiApplication::clipboard()->text(), "1.1");
-  QTest::keyClick(&Find(kA), Qt::Key_Z, Qt::ControlModifier);
+  for (int i = 0; i < 3; ++i) QTest::keyClick(&Find(kA), Qt::Key_Z, Qt::ControlModifier);
   EXPECT_EQ(TextOf(kA), "0.1");
 }
 
@@ -207,7 +214,9 @@ TEST_F(PanelWindowTest, RemembersSizeAndDisplayInsideTheScreen) {
   window_->resize(size);
   Set("Stretch", "Logarithm");
   Set("Result part", "Phase");
+  Set(kA, "0.3");
   Open("");
+  EXPECT_EQ(TextOf(kA), "0.3");
   EXPECT_EQ(window_->size(), size);
   const QPoint place = window_->pos();
   Open("");
@@ -276,6 +285,7 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   Set("File2");
   Settle();
   EXPECT_EQ(Find("File2 preview").accessibleDescription(), kNoFile);
+  EXPECT_EQ(Find("File2").styleSheet(), Find("File1").styleSheet());
   Set("File2", "f2.tif");
   EXPECT_TRUE(Find("File2 preview").accessibleDescription().endsWith("/f2.tif\u2026"));
   QFile::remove("f2.tif");
@@ -304,6 +314,8 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   Set("Band", "2");
   Settle();
   EXPECT_EQ(Notes(), "\u2022 the run does not compute band 2, which is shown");
+  QFile::resize("no.tif", 30000);
+  EXPECT_TRUE(WaitFor([&] { return Notes().find("no.tif") != std::string::npos; }));
   QFile::remove("no.tif");
   EXPECT_TRUE(WaitFor([&] { return Notes().starts_with("\u2022 cannot open no.tif"); }));
   Set(kB, "x");

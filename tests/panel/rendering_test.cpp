@@ -147,6 +147,9 @@ TEST_F(LimitsTest, HoldWhenDraggedOrTypedUntilReset) {
   EXPECT_EQ(Shown() + " " + TextOf("Result high limit"), "24 1955.5 7822");
   EXPECT_FALSE(Find(kLow).font().bold());
   Type(kLow, "1");
+  QTest::mouseDClick(Find(kLow).parentWidget(), Qt::LeftButton, {}, {60, 10});
+  EXPECT_EQ(Shown(), "24 1955.5");
+  Type(kLow, "1");
   Set("Stretch", "Min\u2013max");
   EXPECT_EQ(Shown(), "0 1979.5");
   Set("Region");
