@@ -18,6 +18,7 @@
 #include "standalone/base/elements.h"
 #include "standalone/base/messages.h"
 #include "standalone/rasters/data_modes.h"
+#include "standalone/rasters/gdal_library.h"
 #include "standalone/rasters/georeferencing.h"
 #include "standalone/rasters/raster_output.h"
 #include "standalone/runs/parts.h"
