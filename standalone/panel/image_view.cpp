@@ -41,10 +41,11 @@ ImageView::ImageView(const Sight& sight) : sight_(sight) {
 void ImageView::SetGrid(QPoint first, QSize pitch, const QRect& image) {
   picture_->setPos(first);
   picture_->setTransform(QTransform::fromScale(pitch.width(), pitch.height()));
-  const bool another = scene_.sceneRect() != image;
   scene_.setSceneRect(image);
   Follow();
-  if (another && sight_.scale > 0) moved(sight_.centre, sight_.scale);  // other pixels are seen
+  // Of another extent, other pixels are seen. Between two pictures there may be none.
+  if (!image.isEmpty() && std::exchange(extent_, image) != image && sight_.scale > 0)
+    moved(sight_.centre, sight_.scale);
 }
 
 void ImageView::Show(QImage picture, const QString& text) {

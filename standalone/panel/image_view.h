@@ -78,6 +78,7 @@ class ImageView : public QGraphicsView {
   QGraphicsPixmapItem* picture_ = new QGraphicsPixmapItem;
   QString text_;
   bool dimmed_ = false;
+  QRect extent_;                      // of the last picture
   std::optional<QPointF> dragStart_;  // in points of the view, as the next
   QPointF dragEnd_;
   bool draws_ = false;  // the drag, which otherwise moves the image
