@@ -185,12 +185,9 @@ class MidRun(harness.ProgramTest):
         os.truncate(self.big, 4 * 2000 * 2000)
         Path(self.out).write_bytes(b"old")
 
-    def temporary_folders(self):
-        return {path.parent for path in Path(self.folder).glob("**/.lumomixcalc-*/*.tif")}
-
     def start(self, *options, ignored=(), stderr=subprocess.PIPE):
         """A run on the large image, stopped when it has begun to write."""
-        before = self.temporary_folders()
+        before = self.temporary_files().keys()
         process = subprocess.Popen(
             [harness.PROGRAM, self.big, *[self.out] * ("-part=1/1" not in options),
              "-operator=1+b_pow_a", "-a=1:1e-6", "-mode=byte", *options],
@@ -200,7 +197,7 @@ class MidRun(harness.ProgramTest):
                 number, signal.SIG_IGN if number in ignored else signal.SIG_DFL)
                 for number in SIGNALS])
         self.addCleanup(process.kill)
-        while process.poll() is None and self.temporary_folders() <= before:
+        while process.poll() is None and self.temporary_files().keys() <= before:
             time.sleep(0.001)
         self.assertIsNone(process.poll(), "the run ended before it could be disturbed")
         process.send_signal(signal.SIGSTOP)
@@ -223,7 +220,7 @@ class MidRun(harness.ProgramTest):
         for status, named, disturb in (
                 *((-n, signal.strsignal(n), lambda run, n=n: run.send_signal(n)) for n in SIGNALS),
                 (-signal.SIGINT, None, hurry),
-                (GIVEN_UP, self.out, lambda _: shutil.rmtree(*self.temporary_folders())),
+                (GIVEN_UP, self.out, lambda _: shutil.rmtree(*map(os.path.dirname, self.temporary_files()))),
                 (GIVEN_UP, "big.hdr of the input", lambda _: os.utime(self.path("big.hdr"))),
                 (GIVEN_UP, self.big, lambda _: os.truncate(self.big, 4 * 2000))):
             process = self.start("-overwrite")
@@ -307,10 +304,10 @@ class MidRun(harness.ProgramTest):
         process = self.start("-overwrite", "-mode=cfloat32", "-co=COMPRESS=LZW",
                              "-bands=" + "1," * 99 + "1")
         process.send_signal(signal.SIGCONT)
-        head, (folder,) = b"", self.temporary_folders()
+        head, (path,) = b"", self.temporary_files()
         while not head:
             self.assertIsNone(process.poll())
-            with open(f"{folder}/out.tif", "rb") as file:
+            with open(path, "rb") as file:
                 head = file.read(4)
         self.assertEqual(head, b"II\x2b\0")
 
@@ -319,8 +316,7 @@ class MidRun(harness.ProgramTest):
         processes = [self.start(*mosaic), self.start(*mosaic)]
         for process in processes:
             process.send_signal(signal.SIGCONT)
-        while min((file.stat().st_size for folder in self.temporary_folders()
-                   for file in folder.glob("1-of-1.tif")), default=4e6) < 4e6:
+        while min(self.temporary_files().values(), default=4e6) < 4e6:
             time.sleep(0.001)  # until both have passed the checks before a run
         processes[1].send_signal(signal.SIGSTOP)
         ends = [self.end(processes[0], stopped=False), self.end(processes[1])]

@@ -4,6 +4,8 @@ By hand: LUMOMIXCALC=/path/to/lumomixcalc python3 -m unittest -b faults_test, in
 -b a test that fails shows its runs.
 """
 
+import contextlib
+import glob
 import json
 import os
 import re
@@ -79,6 +81,14 @@ class ProgramTest(unittest.TestCase):
         read, by path."""
         return {path: path.read_bytes() if path.is_file() and os.access(path, os.R_OK)
                 else path.lstat().st_mode for path in Path(self.folder).rglob("*")}
+
+    def temporary_files(self):
+        """The rasters that runs are writing: sizes by path, without those that vanish meanwhile."""
+        sizes = {}
+        for path in glob.glob(self.path("**/.lumomixcalc-*/*.tif"), recursive=True):
+            with contextlib.suppress(FileNotFoundError):
+                sizes[path] = os.path.getsize(path)
+        return sizes
 
     def done(self, *arguments, **options):
         """A run that must succeed."""

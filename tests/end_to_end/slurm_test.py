@@ -76,12 +76,12 @@ class Slurm(harness.ProgramTest):
 
     def stop_a_part(self):
         """Stops the program while it writes a part, and gives the part's number."""
-        for raster in Path(self.folder).glob("of two.parts/.lumomixcalc-*/*.tif"):
-            number = raster.name.split("-")[0]
+        for raster in self.temporary_files():
+            number = os.path.basename(raster).split("-")[0]
             found = self.call("pgrep", "-f", f"part={number}/16 {self.a}", check=False).stdout
             if found:
                 os.kill(int(found), signal.SIGSTOP)
-                return raster.exists() and number
+                return os.path.exists(raster) and number
         return None
 
     def test_array_and_join(self):
