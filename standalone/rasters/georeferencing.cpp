@@ -26,7 +26,7 @@ std::string PixelDifference(const Geotransform& a, const Geotransform& b) {
 }
 
 // A name or a definition that GDAL's programs understand.
-std::string NameOf(const OGRSpatialReference& system) {
+std::string SystemName(const OGRSpatialReference& system) {
   const char* const authority = system.GetAuthorityName(nullptr);
   const char* const code = system.GetAuthorityCode(nullptr);
   if (authority && code) return std::string(authority) + ":" + code;
@@ -118,7 +118,8 @@ std::string WarpCommand(GDALDataset& raster, GDALDataType type, GDALDataset& gri
   if (xTurn != 0 || yTurn != 0 || width <= 0 || height >= 0) return "";
   const std::string name = raster.GetDescription();
   std::vector<std::string> words = {"gdalwarp"};
-  if (grid.GetSpatialRef()) words.insert(words.end(), {"-t_srs", NameOf(*grid.GetSpatialRef())});
+  if (grid.GetSpatialRef())
+    words.insert(words.end(), {"-t_srs", SystemName(*grid.GetSpatialRef())});
   words.insert(words.end(), {"-tr", ShortestText(width), ShortestText(-height), "-te"});
   for (const double edge :
        {left, top + grid.GetRasterYSize() * height, left + grid.GetRasterXSize() * width, top})
