@@ -325,6 +325,8 @@ class Outputs(FileTest):
         write(self.path("e.img"), RAMP[0], format="ENVI", outputSRS="EPSG:32632", **bounds(RAMP))
         self.assertEqual(gdal.Info(self.path("e.img")).count("Description = Band 1\n"), 1)
         self.done(self.path("e.img"), self.path("e.nc"), COPY, "-strict")
+        write(self.b, RAMP[:2], change=lambda raster: raster.GetRasterBand(2).SetDescription("x"))
+        self.warned("declared: names of bands", self.b, COPY, "-format=netCDF")
         write(self.a, np.full((40, 2100), np.nan), type="Float32", noData=np.nan)
         if not run(self.a, self.out, COPY, "-overwrite", "-co=ENDIANNESS=BIG").returncode:
             equal(read(self.out), read(self.a))  # GDAL 3.6 does not swap the bytes of such strips
@@ -419,7 +421,8 @@ class CommandLines(FileTest):
                 ("-format=NONE", a, b, out, "-format=NONE"),
                 ("-format=VRT", a, b, out, "-format=VRT"),
                 ("out.vrt", a, b, self.path("out.vrt")),
-                ("out.mbtiles", a, b, self.path("out.mbtiles"), "-mode=byte"),
+                *((f"out.{kind}", a, b, self.path(f"out.{kind}"), "-mode=byte")
+                  for kind in ("mbtiles", "pdf", "kmz")),
                 ("FOO", a, b, out, "-co=COMPRESS=FOO"), (many, a, b, out, "-operator=" + many)):
             self.refused(named, *arguments, status=WRONG_COMMAND_LINE)
 
