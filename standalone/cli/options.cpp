@@ -101,6 +101,8 @@ std::string Hint(const std::string& argument, const HostState& host,
              (isNumber ? ", with numbers that are 0 or from 1e-45 to 3.4e38 in size" : "");
     }
     for (const HostOption& option : HostOptions()) known.emplace_back(option.name);
+    for (const DeclaredStream& stream : AllStreams(host.registration))
+      known.push_back(stream.OptionName());
   }
   const std::string suggestion = Suggestion(unknown, known);
   return suggestion.empty() ? "; see -help" : suggestion;

@@ -411,11 +411,12 @@ class CommandLines(FileTest):
         for named, *arguments in (
                 # What was meant is said, and files are not blamed for an option.
                 ("Unrecognized option -tr", a, b, out, "-tr", "5"),
-                ("did you mean a1+b2?", a, b, out, "-operator=a1+b3"),
+                ("did you mean a1b2?", a, b, out, "-operator=a1*b2"),
+                ("did you mean abs_a1?", a, out, "-operator=abs"),
                 ("operator exp; see -help", a, b, out, "-operator=exp"),
                 ("Operation requires File2, but it does not exist. -operator=a1b2 needs FILE2; usage",
                  a, out, "-operator=a1b2"),
-                ("did you mean GTiff?", a, b, out, "-format=GeoTIFF"),
+                ("did you mean GTiff?", a, b, out, "-format=tif"),
                 ("\\x1b[31m\\xc2\\x9b", a, b, out, "-x\x1b[31m\x9b"),
                 ("-format=ENVI with -co=SUFFIX=ADD", a, b, self.path("out.slc")),
                 ("-format=NONE", a, b, out, "-format=NONE"),

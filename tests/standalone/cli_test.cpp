@@ -114,7 +114,7 @@ TEST(CommandLines, SayWhatIsWrong) {
   ExpectRefused("no input file", {"-save=o"});
   ExpectRefused("file name is empty", {"a", "b", ""});
   ExpectRefused("exclude each other", {"a", "o", "-window=0:0:1:1", "-region=0:0:1:1"});
-  ExpectRefused("did you mean -overwrite?", {"a", "o", "-overwrit"});
+  ExpectRefused("did you mean -file1?", {"a", "o", "--file1=b"});
   ExpectRefused("; write -operator=op", {"a", "o", "-operator"});
   ExpectRefused("write -operator=a1b", {"a", "o", "-operator", "a1b"});
   ExpectRefused("write -of COG or -format=NAME", {"a", "o", "-of=COG"});
