@@ -178,7 +178,7 @@ constexpr HostOption::Field kSwitch = {
     [](Options& options, const std::string&) { return options.*kMember = true; }};
 
 constexpr HostOption::Field kConfigOption = {[](Options&, const std::string& text) {
-  const std::string key = text.substr(0, text.find(':'));
+  const std::string key = text.substr(0, text.find_first_of(":="));
   CPLSetConfigOption(key.c_str(), text.c_str() + key.size() + 1);
   return true;
 }};

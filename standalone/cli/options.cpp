@@ -40,14 +40,16 @@ std::size_t TakeHostOption(Values rest, Options& options) {
     read(text);
     return 1;
   }
-  if (rest.size() <= option->values)
-    throw WrongCommandLine(name + ": " + CountText(option->values, "value") + " must follow it");
-  std::vector<std::string> values(rest.begin() + 1,
-                                  rest.begin() + 1 + static_cast<int>(option->values));
+  // Newer programs of GDAL take --config KEY=VALUE, too.
+  const bool joined = name == "--config" && rest.size() > 1 && rest[1].find('=') != rest[1].npos;
+  const std::size_t count = joined ? 1 : option->values;
+  if (rest.size() <= count)
+    throw WrongCommandLine(name + ": " + CountText(count, "value") + " must follow it");
+  std::vector<std::string> values(rest.begin() + 1, rest.begin() + 1 + static_cast<int>(count));
   // These are the upper left and the lower right corner.
   if (name == "-projwin") std::swap(values[1], values[3]);
   read(Joined(values, ":"));
-  return 1 + option->values;
+  return 1 + count;
 }
 
 bool TakeNamedFile(const std::string& argument, const Registration& registration, Job& job) {

@@ -74,8 +74,9 @@ TEST(CommandLines, TakeWhatGdalsProgramsTake) {
   EXPECT_EQ(commandOf("a -ot Int16 -of ENVI -co A=B -oo C=D -srcwin 1 2 3 4 -r near -q o"),
             commandOf("a o -mode=int16 -format=ENVI -co=A=B -oo=C=D -region=1:2:3:4 -quiet"));
   EXPECT_EQ(commandOf("-a_nodata -1 -projwin -2 4 6 -8 a o --config LUMOMIXCALC_TEST http://a:8"),
-            commandOf("a o -a_nodata=-1 -window=-2:-8:6:4"));
+            commandOf("a --config LUMOMIXCALC_TEST2=A=B o -a_nodata=-1 -window=-2:-8:6:4"));
   EXPECT_STREQ(CPLGetConfigOption("LUMOMIXCALC_TEST", ""), "http://a:8");
+  EXPECT_STREQ(CPLGetConfigOption("LUMOMIXCALC_TEST2", ""), "A=B");
   EXPECT_EQ(commandOf("a o -mode=uint8 -ot complex64"), commandOf("a o -ot cfloat32"));
   EXPECT_EQ(commandOf("a o -mode=uint8"), commandOf("a o -mode=byte"));
 }
