@@ -200,7 +200,7 @@ class Georeferencing(FileTest):
     def test_other_places_are_warned_of_and_combined(self):
         for told, other in (
                 ("origins are 0.02 columns and 0 rows apart", bounds(RAMP, x=0.6)),
-                ("origins are 2 columns and 0 rows apart; -extent=", bounds(RAMP, x=60)),
+                ("origins are 1 column and 0 rows apart; -extent=", bounds(RAMP, x=30)),
                 ("coordinate reference systems differ", {"outputSRS": "EPSG:32633"}),
                 ("", bounds(RAMP, x=0.02)), ("", {})):
             write(self.a, RAMP[0], outputSRS="EPSG:32632", **bounds(RAMP))
