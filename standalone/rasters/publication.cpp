@@ -157,7 +157,8 @@ std::vector<fs::path> Publication::StaleNames(const fs::path& made) const {
   const auto isRead = [&](const fs::path& file) {
     const GDALDatasetUniquePtr raster(
         GDALDataset::Open((made / target_.filename()).c_str(), GDAL_OF_RASTER));
-    return !raster || CPLStringList(raster->GetFileList()).FindString(file.c_str()) >= 0;
+    const CPLStringList files(raster ? raster->GetFileList() : nullptr);
+    return !raster || CSLFindStringCaseSensitive(files.List(), file.c_str()) >= 0;  // not o.TIF
   };
   if (isRead({})) return {};  // a text, or one of several rasters in a file
   std::vector<fs::path> stale;

@@ -262,6 +262,7 @@ class Outputs(FileTest):
         # Without -overwrite they are refused; with it they go, but for those of other files.
         write(self.path("x.slc"), RAMP[0] * 1j, format="ENVI")
         os.mkdir(self.path(".lumomixcalc-notes"))
+        Path(self.path("OUT.TIF")).write_text("another's")
         made = gdal.GetDriverByName("GTiff").Create(
             self.path("old.tif"), 9, 40, 1, options=["PROFILE=BASELINE", "RPCTXT=YES"])
         made.SetMetadata(RPC, "RPC")
@@ -289,7 +290,8 @@ class Outputs(FileTest):
         for name in ("x.slc", "x.vrt"):
             self.refused("x.hdr belongs to the input", self.path(name), self.path("x.mag"),
                          "-format=ENVI", "-operator=abs_a1", "-overwrite")
-        self.assertTrue(os.path.exists(self.path(".lumomixcalc-notes")))
+        for other in ".lumomixcalc-notes", "OUT.TIF":
+            self.assertTrue(os.path.exists(self.path(other)), other)
 
     def test_temporary_names_and_changed_values_are_told_of(self):
         os.symlink("new.tif", self.out)
