@@ -399,7 +399,8 @@ class CommandLines(FileTest):
         before, new, report = self.files(), self.path("new.vrt"), f"-stats={self.path('new.json')}"
         changed = os.stat(self.folder).st_mtime_ns
         self.refused("complex", self.b, self.path("new.tif"), "-format=COG", COPY, "-check")
-        self.refused("2 bands", self.a, self.path("new.xyz"), ADD_1, "-bands=1,1", "-check")
+        for kind in "xyz", "asc":
+            self.refused("2 bands", self.a, self.path(f"new.{kind}"), ADD_1, "-bands=1,1", "-check")
         for wrong in (self.path("none"), self.out), (self.a, self.out), (self.a, new, "-part=1/2"):
             sentence = run(*wrong, ADD_1).stderr.strip().removeprefix("lumomixcalc: ")
             self.refused(sentence, *wrong, ADD_1, "-check")
