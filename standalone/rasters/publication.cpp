@@ -90,9 +90,7 @@ fs::path ResolveOutput(const std::string& path, bool overwrite) {
   std::error_code error;
   const fs::file_status status = fs::status(path, error);
   if (fs::is_directory(status) || !target.has_filename())
-    throw Failure("the output " + path +
-                  " is a folder, and no folder is replaced; a file name is " +
-                  "expected, or a new name for a format that writes folders, such as Zarr");
+    throw Failure("the output " + path + " is a folder, and none is replaced; choose another name");
   if (!fs::is_directory(ParentOf(target), error))
     throw Failure("cannot write " + path + ": there is no folder " + ParentOf(target).string());
   if (fs::exists(status) && !fs::is_regular_file(status))

@@ -70,8 +70,8 @@ GDALDatasetUniquePtr LastRaster(GDALDataset& file) {
   return GDALDatasetUniquePtr(GDALDataset::Open(last.second.c_str(), GDAL_OF_RASTER));
 }
 
-// Compares the elements of the written bands, which are the last ones of the plan.
-// A file that was cut short by a full disk can be opened, but its last elements cannot be read.
+// The written bands are the last ones of the plan. A file that was cut short by a full disk can be
+// opened, but its last elements cannot be read.
 Changes CompareElements(GDALDataset& written, const OutputPlan& plan, GDALDataset* original,
                         const std::vector<RowDigest>& digests) {
   const GdalFailures failures;

@@ -100,24 +100,24 @@ void PlaceInput(const Job& job, RasterInput& first, const RunInput& input, RunPl
 // The bands that the user chose, or else all. An input with one band goes with every band. Throws
 // Failure when the inputs do not have them.
 std::vector<int> ChosenBands(const Job& job, const std::vector<RunInput>& inputs) {
-  const RasterInput& first = *inputs.front().raster;
   int count = 1;
-  for (const RunInput& input : inputs) count = std::max(count, input.raster->Bands());
+  std::vector<std::string> sizes;
+  for (const RunInput& input : inputs) {
+    count = std::max(count, input.raster->Bands());
+    sizes.push_back(SizeAndBands(*input.raster));
+  }
   std::vector<int> bands = job.bands;
   if (bands.empty()) {
     bands.resize(static_cast<std::size_t>(count));
     std::iota(bands.begin(), bands.end(), 1);
   }
   const int last = *std::ranges::max_element(bands);
-  for (const RunInput& input : inputs) {
-    const RasterInput& raster = *input.raster;
-    if (raster.Bands() >= last || (raster.Bands() == 1 && count > 1)) continue;
-    if (job.bands.empty())
-      throw Failure("the inputs differ in the number of bands: " + SizeAndBands(first) + ", " +
-                    SizeAndBands(raster) + "; -bands= chooses some that all have");
-    throw Failure("-bands=: there is no band " + std::to_string(last) + "; " +
-                  SizeAndBands(raster));
-  }
+  for (const RunInput& input : inputs)
+    if (const int own = input.raster->Bands(); own < last && (own > 1 || count == 1))
+      throw Failure((job.bands.empty()
+                         ? "the inputs differ in the number of bands; choose by -bands="
+                         : "-bands=: there is no band " + std::to_string(last)) +
+                    ": " + Joined(sizes));
   return bands;
 }
 

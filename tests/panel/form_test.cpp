@@ -275,7 +275,7 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   Set("Operator", "(A*File1) * B");
   Set("Save", ".");
   Settle();
-  EXPECT_NE(Notes().find(" is a folder, and no folder is replaced; "), std::string::npos);
+  EXPECT_NE(Notes().find(" is a folder, and none is replaced; "), std::string::npos);
   EXPECT_NE(Find("Save").styleSheet(), Find("File1").styleSheet());  // is marked
   Set("Save", "out.zzz");
   Settle();
