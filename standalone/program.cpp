@@ -97,6 +97,7 @@ void Run(const std::vector<std::string>& arguments, const Action& act,
     choices.push_back({std::string("-operator=") + one.commandName, one.label});
   Options options = ReadOptions(arguments, host.registration);
   using enum Options::Action;
+  if (options.action > kJoin) std::signal(SIGPIPE, SIG_DFL);  // as in "-help | head"
   if (options.action == kHelp) return PrintUsage(host.registration, choices);
   if (options.action == kVersion) return PrintVersion();
   if (options.action == kOperators) return PrintOperators(choices);

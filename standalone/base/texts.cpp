@@ -41,15 +41,15 @@ std::optional<Number> ParseDecimal(std::string_view text) {
   return value;
 }
 
-// The Levenshtein distance: how many characters must be added, removed or replaced to turn one text
-// into the other. Upper and lower case are the same.
+// How many characters must be added and removed to turn one text into the other: a1*b2 is nearer to
+// a1b2 than to a1+b2. Upper and lower case are the same.
 std::size_t EditDistance(const std::string& one, const std::string& other) {
   std::vector<std::size_t> row(other.size() + 1);
   std::iota(row.begin(), row.end(), std::size_t{0});
   for (std::size_t i = 0; i < one.size(); ++i) {
     std::size_t diagonal = std::exchange(row[0], i + 1);
     for (std::size_t j = 0; j < other.size(); ++j) {
-      const std::size_t replaced = diagonal + (strncasecmp(&one[i], &other[j], 1) == 0 ? 0 : 1);
+      const std::size_t replaced = diagonal + (strncasecmp(&one[i], &other[j], 1) == 0 ? 0 : 2);
       diagonal = std::exchange(row[j + 1], std::min({replaced, row[j] + 1, row[j + 1] + 1}));
     }
   }
@@ -102,9 +102,12 @@ std::string Joined(const std::vector<std::string>& texts, const std::string& sep
 }
 
 std::string Suggestion(const std::string& unknown, const std::vector<std::string>& names) {
-  const auto nearest = std::ranges::min_element(
-      names, {}, [&](const std::string& name) { return EditDistance(unknown, name); });
-  if (nearest == names.end() || EditDistance(unknown, *nearest) * 2 > nearest->size()) return "";
+  // In relation to the name: abs is nearer to abs_a1 than to a1b.
+  const auto distance = [&](const std::string& name) {
+    return static_cast<double>(EditDistance(unknown, name)) / static_cast<double>(name.size());
+  };
+  const auto nearest = std::ranges::min_element(names, {}, distance);
+  if (nearest == names.end() || distance(*nearest) > 0.5) return "";
   return "; did you mean " + *nearest + "?";
 }
 

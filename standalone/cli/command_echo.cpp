@@ -80,6 +80,9 @@ std::vector<std::string> ArgumentsOf(const std::string& command) {
       !std::filesystem::path(words[0]).filename().string().starts_with(kProgramName))
     throw WrongCommandLine(std::string("the text is not a command of ") + kProgramName);
   words.erase(words.begin());
+  // It would hold for the whole process and could be seen nowhere.
+  if (std::ranges::find(words, "--config") != words.end())
+    throw WrongCommandLine("--config: the panel takes settings of GDAL only when it is started");
   return words;
 }
 

@@ -178,7 +178,7 @@ constexpr HostOption::Field kSwitch = {
     [](Options& options, const std::string&) { return options.*kMember = true; }};
 
 constexpr HostOption::Field kConfigOption = {[](Options&, const std::string& text) {
-  const std::string key = text.substr(0, text.find(':'));
+  const std::string key = text.substr(0, text.find_first_of(":="));
   CPLSetConfigOption(key.c_str(), text.c_str() + key.size() + 1);
   return true;
 }};
@@ -189,63 +189,57 @@ using enum Options::Action;
 
 constexpr HostOption kHostOptions[] = {
     {"-mode", "-ot", 1, "MODE", "",
-     "how the output stores its elements; without it cfloat32 when an\n"
-     "input that is read is complex, else float32; integer modes round\n"
-     "to nearest and saturate",
+     "how the output stores its elements; without it cfloat32 when an input that is read is "
+     "complex, else float32; integer modes round to nearest and saturate",
      kField<&Job::mode>, ModeNames},
     {"-format", "-of", 1, "NAME", "",
-     "GDAL format of the output; without it the one of the file's\n"
-     "extension, or GTiff for a name without one",
+     "GDAL format of the output; without it the one of the file's extension, or GTiff for a name "
+     "without one",
      kField<&Job::format>},
     {"-co", "-co", 1, "NAME=VALUE", "", "creation option of the format; may be repeated",
      kField<&Job::creationOptions>},
     {"-extent", "", 1, "intersection", ", the area that the inputs share",
-     "combine inputs of different extents on one grid over the area\n"
-     "that they share, in which -region= and -window= then lie",
+     "combine inputs of different extents on one grid over the area that they share, in which "
+     "-region= and -window= then lie",
      kField<&Job::selection, &Selection::extent>, ExtentNames},
     {"-region", "-srcwin", 4, "X:Y:WIDTH:HEIGHT", ", whole pixels, such as -region=0:0:512:512",
      "only these pixels of the first input read", kField<&Job::selection, &Selection::region>},
     {"-window", "-projwin", 4, "XMIN:YMIN:XMAX:YMAX",
      ", the minima below the maxima, in the units of the first input's georeferencing",
-     "only the pixels that this area touches, in the units of the\n"
-     "first input's georeferencing",
+     "only the pixels that this area touches, in the units of the first input's georeferencing",
      kField<&Job::selection, &Selection::window>},
     {"-resolution", "", 1, "N", ", a whole number from 1, for 1/N of the size",
      "1/N of the size in both directions, whole output pixels only",
      kField<&Job::selection, &Selection::resolution>},
     {"-resampling", "-r", 1, "METHOD", "",
-     "how: nearest is the default; overview takes the inputs' own\n"
-     "overviews of just that resolution, the others the pixels of full\n"
-     "resolution",
+     "how: nearest is the default; overview takes the inputs' own overviews of just that "
+     "resolution, the others the pixels of full resolution",
      kField<&Job::selection>, ResamplingNames},
     {"-looks", "", 1, "NX:NY", ", whole numbers from 1, such as -looks=4:1, or one for both",
-     "average the results over blocks of NX columns and NY rows,\n"
-     "complex ones as complex numbers; -looks=N is -looks=N:N",
+     "average the results over blocks of NX columns and NY rows, complex ones as complex numbers; "
+     "-looks=N is -looks=N:N",
      kField<&Job::selection, &Selection::looks>},
     {"-bands", "", 1, "LIST", ", numbers from 1 and ranges of them, such as -bands=1,3-5",
      "only these bands, such as 1,3-5, in this order", kField<&Job::bands>},
     {"-oo", "-oo", 1, "NAME=VALUE", "", "option for opening the inputs; may be repeated",
      kField<&Job::openOptions>},
     {"-nodata", "", 1, "VALUE", ", a number, or -nodata=keep",
-     "treat VALUE as no data in the inputs, instead of the values that\n"
-     "they declare; no data becomes NaN, in the output, too.\n"
-     "-nodata=keep leaves no-data values as numbers",
+     "treat VALUE as no data in the inputs, instead of the values that they declare; no data "
+     "becomes NaN, in the output, too. -nodata=keep leaves no-data values as numbers",
      kField<&Job::elements>, [] { return Texts{"keep"}; }},
     {"-a_nodata", "-a_nodata", 1, "VALUE", ", a number", "what stands for no data in the output",
      kField<&Job::outputNoData>},
     {"-unscale", "", 0, "", "", "apply the scale and offset that the inputs' bands declare",
      kField<&Job::elements, &ElementRules::unscale>},
     {"-stats", "", 1, "FILE", ", or -stats=- for standard output",
-     "write the statistics as JSON; - is standard output, instead of\n"
-     "the lines",
+     "write the statistics as JSON; - is standard output, instead of the lines",
      kUnechoed<&Job::statisticsFile>, AnyFile, true},
     {"-part", "", 1, "K/N", ", whole numbers with K from 1 to N, such as -part=3/16",
-     "compute the K-th of N bands of rows of the output NAME.vrt, into\n"
-     "the folder NAME.parts; existing parts are skipped",
+     "compute the K-th of N bands of rows of the output NAME.vrt, into the folder NAME.parts; "
+     "existing parts are skipped",
      kUnechoed<&Job::part>},
     {"-join", "", 1, "NAME.vrt", "; the name of a mosaic of parts must end in .vrt",
-     "make the mosaic of all parts; with -overwrite, -stats=, -strict,\n"
-     "-quiet alone",
+     "make the mosaic of all parts; with -overwrite, -stats=, -strict, -quiet alone",
      kAction<kJoin>, AnyFile, true},
     {"-overwrite", "", 0, "", "",
      "replace the output, which may be an input, and the file of -stats=",
@@ -253,21 +247,18 @@ constexpr HostOption kHostOptions[] = {
     {"-strict", "", 0, "", "", "let a warning fail the run, with nothing written",
      kUnechoed<&Job::strict>, nullptr, true},
     {"-check", "", 0, "", "",
-     "check the files and options and print the name of the output;\n"
-     "compute and write nothing",
+     "check the files and options and print the name of the output; compute and write nothing",
      kSwitch<&Options::checkOnly>},
     {"-quiet", "-q", 0, "", "",
-     "print no statistics and no progress; statistics are those of the\n"
-     "result before an integer mode rounds and saturates it",
+     "print no statistics and no progress; statistics are those of the result before an integer "
+     "mode rounds and saturates it",
      kSwitch<&Options::quiet>, nullptr, true},
     {"-progress", "", 0, "", "",
-     "print the share done on standard error, in percent, as one whole\n"
-     "number a line, for programs",
+     "print the share done on standard error, in percent, as one whole number a line, for programs",
      kSwitch<&Options::progress>},
     {"-panel", "", 0, "", "",
-     "show the panel with these files and options; files may be left\n"
-     "out. A second of two files is the output if it does not exist.\n"
-     "On a desktop also without any argument",
+     "show the panel with these files and options; files may be left out. A second of two files is "
+     "the output if it does not exist. On a desktop also without any argument",
      kAction<kPanel>},
     {"-help", "--help", 0, "", "", "print this text, as -h does", kAction<kHelp>},
     {"-h", "", 0, "", "", nullptr, kAction<kHelp>},

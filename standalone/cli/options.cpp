@@ -40,14 +40,16 @@ std::size_t TakeHostOption(Values rest, Options& options) {
     read(text);
     return 1;
   }
-  if (rest.size() <= option->values)
-    throw WrongCommandLine(name + ": " + CountText(option->values, "value") + " must follow it");
-  std::vector<std::string> values(rest.begin() + 1,
-                                  rest.begin() + 1 + static_cast<int>(option->values));
+  // Newer programs of GDAL take --config KEY=VALUE, too.
+  const bool joined = name == "--config" && rest.size() > 1 && rest[1].find('=') != rest[1].npos;
+  const std::size_t count = joined ? 1 : option->values;
+  if (rest.size() <= count)
+    throw WrongCommandLine(name + ": " + CountText(count, "value") + " must follow it");
+  std::vector<std::string> values(rest.begin() + 1, rest.begin() + 1 + static_cast<int>(count));
   // These are the upper left and the lower right corner.
   if (name == "-projwin") std::swap(values[1], values[3]);
   read(Joined(values, ":"));
-  return 1 + option->values;
+  return 1 + count;
 }
 
 bool TakeNamedFile(const std::string& argument, const Registration& registration, Job& job) {
@@ -101,6 +103,8 @@ std::string Hint(const std::string& argument, const HostState& host,
              (isNumber ? ", with numbers that are 0 or from 1e-45 to 3.4e38 in size" : "");
     }
     for (const HostOption& option : HostOptions()) known.emplace_back(option.name);
+    for (const DeclaredStream& stream : AllStreams(host.registration))
+      known.push_back(stream.OptionName());
   }
   const std::string suggestion = Suggestion(unknown, known);
   return suggestion.empty() ? "; see -help" : suggestion;

@@ -42,7 +42,7 @@ struct HostOption {
   std::size_t values;         // how many arguments follow gdalName; 0 for a switch
   const char* form;           // the text after "=" in the help
   const char* expected;       // the end of the message about a wrong text
-  const char* help;           // without indentation; null for none
+  const char* help;           // in one line; null for none
   Field field;
   std::vector<std::string> (*choices)() = nullptr;  // known texts; "@" is any file
   bool joins = false;                               // may be used with -join=

@@ -11,20 +11,28 @@ namespace lumomixcalc::standalone {
 namespace {
 
 constexpr const char* kEnd = R"(
-Without options A and B are 1, the operator is a1+b2 and nothing is clamped. Numbers are
-written with a decimal point; -a=0.5:-1.5 is 0.5 - 1.5i.
+Without options A and B are 1, the operator is a1+b2 and nothing is clamped.
+Numbers are written with a decimal point; -a=0.5:-1.5 is 0.5 - 1.5i.
 
 Examples:
      lumomixcalc first.slc second.slc interferogram.tif -operator=a1_conj_b2
      lumomixcalc interferogram.tif phase.tif -operator=a_phase_1 -mode=float32
 
-Exit status: 0 done, 1 failed, 2 wrong command line, 128 plus the signal's number when a
-signal ended the run.
+Exit status: 0 done, 1 failed, 2 wrong command line, 128 plus the number of the
+signal that ended the run.
 )";
 
-void PrintOption(const std::string& synopsis, CPLString help) {
-  const std::string newLine = "\n" + std::string(19, ' ');
-  std::printf("     %-12s  %s\n", synopsis.c_str(), help.replaceAll("\n", newLine).c_str());
+// In lines of less than 80 characters.
+void PrintOption(const std::string& synopsis, const std::string& help) {
+  std::string line = CPLSPrintf("     %-12s ", synopsis.c_str());
+  for (const std::string& word : Split(help, ' ')) {
+    if (line.size() + word.size() > 78) {
+      std::puts(line.c_str());
+      line.assign(18, ' ');
+    }
+    line += " " + word;
+  }
+  std::puts(line.c_str());
 }
 
 }  // namespace
@@ -40,7 +48,7 @@ void PrintUsage(const Registration& registration, const std::vector<ApplicationC
   std::string gdalNames;
   for (const HostOption& option : HostOptions()) {
     std::string help = option.help ? option.help : "";
-    if (option.IsChoice()) help += ";\none of " + Joined(option.choices());
+    if (option.IsChoice()) help += "; one of " + Joined(option.choices());
     if (option.help) PrintOption(option.Synopsis(), help);
     gdalNames.append(option.gdalName.empty() ? "" : " ").append(option.gdalName);
   }

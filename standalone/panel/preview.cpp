@@ -57,14 +57,16 @@ std::vector<double> Stored(std::span<const float> results, const RunPlan& plan,
                            AlteredElements& counts) {
   std::vector<double> stored(results.begin(), results.end());
   const DataMode& mode = *plan.mode;
-  if (!mode.integer) return stored;
   const std::size_t parts = mode.complex ? 2 : 1;
-  const int size = GDALGetDataTypeSizeBytes(mode.type);
-  std::vector<std::byte> bytes(results.size() / parts * static_cast<std::size_t>(size));
-  StoreAsIntegers(results, mode, plan.noData, bytes.data(), counts);
-  const GDALDataType type = mode.complex ? GDT_CFloat64 : GDT_Float64;
-  GDALCopyWords64(bytes.data(), mode.type, size, stored.data(), type,
-                  GDALGetDataTypeSizeBytes(type), static_cast<GPtrDiff_t>(results.size() / parts));
+  if (mode.integer) {
+    const int size = GDALGetDataTypeSizeBytes(mode.type);
+    std::vector<std::byte> bytes(results.size() / parts * static_cast<std::size_t>(size));
+    StoreAsIntegers(results, mode, plan.noData, bytes.data(), counts);
+    const GDALDataType type = mode.complex ? GDT_CFloat64 : GDT_Float64;
+    GDALCopyWords64(bytes.data(), mode.type, size, stored.data(), type,
+                    GDALGetDataTypeSizeBytes(type),
+                    static_cast<GPtrDiff_t>(results.size() / parts));
+  }
   for (std::size_t i = 0; plan.noData && i < stored.size(); i += parts)
     if (IsNoData(stored[i], stored[i + parts - 1], *plan.noData))
       std::fill_n(&stored[i], parts, NAN);
@@ -287,7 +289,7 @@ PreviewImage PreviewMaker::Result(Findings& findings, const std::stop_token& sto
   result.data = resultData_;
   result.whole = input.whole;
   result.values = std::move(raster.values);
-  if (!plan_->mode->integer) return result;
+  if (!plan_->mode->integer && std::isnan(plan_->noData.value_or(NAN))) return result;
   const std::size_t parts = result.complex ? 2 : 1;
   const std::vector<float> counted = result.OfTheRun(result.values, parts);
   AlteredElements counts;

@@ -31,7 +31,8 @@ thread_local GdalFailures* ofThisThread = nullptr;
 // GDAL's message on one line. The names of hidden folders are removed from the paths of files, so
 // that these are the final ones.
 std::string AsSentence(const char* message) {
-  static const std::regex kFolders(R"(\.lumomixcalc-[A-Za-z0-9]{6}/(\.trial/)?)");
+  static const std::regex kFolders(
+      R"(\.lumomixcalc-[A-Za-z0-9]{6}/(\.trial/)?|/vsimem/lumomixcalc/)");
   std::string text = std::regex_replace(message, kFolders, "");
   for (char& c : text)
     if (c == '\n' || c == '\r') c = ' ';

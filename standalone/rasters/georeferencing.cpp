@@ -84,8 +84,9 @@ GridOffset OffsetOnGrid(GDALDataset& raster, GDALDataset& grid) {
       return offset;
     }
   if (offset.x != 0 || offset.y != 0)
-    offset.difference = CPLSPrintf("their origins are %.8g columns and %.8g rows apart",
-                                   std::abs(offset.x), std::abs(offset.y));
+    offset.difference = CPLSPrintf("their origins are %.8g column%s and %.8g row%s apart",
+                                   std::abs(offset.x), std::abs(offset.x) == 1 ? "" : "s",
+                                   std::abs(offset.y), std::abs(offset.y) == 1 ? "" : "s");
   offset.fits = offset.x == std::round(offset.x) && offset.y == std::round(offset.y);
   return offset;
 }

@@ -17,9 +17,9 @@ bool Can(GDALDriver* driver, const char* capability) {
 }
 
 bool CanWriteFiles(GDALDriver* driver) {
-  // These write rasters in memory, references to other files, and tiles of web maps alone, which
-  // read back as four bands.
-  for (const char* const name : {"MEM", "VRT", "MBTiles"})
+  // These write rasters in memory, references to other files, and pictures alone: tiles of web maps
+  // and pages, which read back with other bands.
+  for (const char* const name : {"MEM", "VRT", "MBTiles", "KMLSUPEROVERLAY", "PDF"})
     if (EQUAL(driver->GetDescription(), name)) return false;
   return Can(driver, GDAL_DCAP_RASTER) &&
          (Can(driver, GDAL_DCAP_CREATE) || Can(driver, GDAL_DCAP_CREATECOPY));

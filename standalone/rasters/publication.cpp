@@ -90,7 +90,7 @@ fs::path ResolveOutput(const std::string& path, bool overwrite) {
   std::error_code error;
   const fs::file_status status = fs::status(path, error);
   if (fs::is_directory(status) || !target.has_filename())
-    throw Failure("the output " + path + " is a folder; a file name is expected");
+    throw Failure("the output " + path + " is a folder, and none is replaced; choose another name");
   if (!fs::is_directory(ParentOf(target), error))
     throw Failure("cannot write " + path + ": there is no folder " + ParentOf(target).string());
   if (fs::exists(status) && !fs::is_regular_file(status))
@@ -155,7 +155,8 @@ std::vector<fs::path> Publication::StaleNames(const fs::path& made) const {
   const auto isRead = [&](const fs::path& file) {
     const GDALDatasetUniquePtr raster(
         GDALDataset::Open((made / target_.filename()).c_str(), GDAL_OF_RASTER));
-    return !raster || CPLStringList(raster->GetFileList()).FindString(file.c_str()) >= 0;
+    const CPLStringList files(raster ? raster->GetFileList() : nullptr);
+    return !raster || CSLFindStringCaseSensitive(files.List(), file.c_str()) >= 0;  // not o.TIF
   };
   if (isRead({})) return {};  // a text, or one of several rasters in a file
   std::vector<fs::path> stale;

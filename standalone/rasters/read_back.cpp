@@ -1,5 +1,6 @@
 #include <cpl_string.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
@@ -58,19 +59,33 @@ std::int64_t BytesOfBlockRow(GDALDataset& raster) {
          GDALGetDataTypeSizeBytes(band.GetRasterDataType());
 }
 
-// A file that was cut short by a full disk can be opened, but its last elements cannot be read.
+// The last raster of a file that has one per band, such as netCDF and Zarr: that of Band10 comes
+// after that of Band9 and after the axes. To open each would take long for hundreds of bands.
+GDALDatasetUniquePtr LastRaster(GDALDataset& file) {
+  const CPLStringList items(file.GetMetadata("SUBDATASETS"), FALSE);
+  std::pair<std::size_t, std::string> last;
+  const char* name = nullptr;
+  for (int i = 1; (name = items.FetchNameValue(CPLSPrintf("SUBDATASET_%d_NAME", i))); ++i)
+    last = std::max(last, {std::strlen(name), name});
+  return GDALDatasetUniquePtr(GDALDataset::Open(last.second.c_str(), GDAL_OF_RASTER));
+}
+
+// The written bands are the last ones of the plan. A file that was cut short by a full disk can be
+// opened, but its last elements cannot be read.
 Changes CompareElements(GDALDataset& written, const OutputPlan& plan, GDALDataset* original,
                         const std::vector<RowDigest>& digests) {
   const GdalFailures failures;
   const GDALDataType type = original ? GDT_CFloat64 : plan.mode->type;
   Changes changes;
-  std::vector<RowDigest> found(digests.size());
+  const int before = plan.bands - written.GetRasterCount();
+  std::vector<RowDigest> found = digests;
+  if (!found.empty()) std::fill(found.begin() + before, found.end(), RowDigest());
   if (original) SizeBlockCache(BytesOfBlockRow(written) + BytesOfBlockRow(*original));
   Row copy;
   Row source;
   for (int row = original || !digests.empty() ? 0 : plan.rows - 1; row < plan.rows; ++row)
-    for (int number = 1; number <= plan.bands; ++number) {
-      GDALRasterBand& band = *written.GetRasterBand(number);
+    for (int number = before + 1; number <= plan.bands; ++number) {
+      GDALRasterBand& band = *written.GetRasterBand(number - before);
       if (!ReadRow(band, row, copy, type) ||
           (original && !ReadRow(*original->GetRasterBand(number), row, source, type)) ||
           failures.Any())
@@ -88,7 +103,8 @@ Changes CompareElements(GDALDataset& written, const OutputPlan& plan, GDALDatase
 // What a raster says of its elements: the kind, for a message, and what it says, to compare.
 using Declarations = std::set<std::pair<std::string, std::string>>;
 
-Declarations DeclarationsOf(GDALDataset& raster) {
+// Of the last bands, counted from the last one.
+Declarations DeclarationsOf(GDALDataset& raster, int bands) {
   Declarations all;
   if (const std::optional<Geotransform> transform = GeotransformOf(raster)) {
     std::string text;
@@ -103,8 +119,9 @@ Declarations DeclarationsOf(GDALDataset& raster) {
   const CPLStringList items(raster.GetMetadata(), FALSE);
   for (int i = 0; i < items.Count(); ++i)  // netCDF puts another name before it
     if (std::strstr(items[i], "LUMOMIXCALC_COMMAND=")) all.emplace("metadata", "");
-  for (GDALRasterBand* const band : raster.GetBands()) {
-    const std::string number = std::to_string(band->GetBand()) + " ";
+  for (int i = 0; i < bands; ++i) {
+    GDALRasterBand* const band = raster.GetRasterBand(raster.GetRasterCount() - i);
+    const std::string number = std::to_string(i) + " ";
     if (const std::optional<double> value = DeclaredNoData(*band))
       all.emplace("no-data value", number + ShortestText(*value));
     // The driver of ENVI files calls bands without a name Band 1 and so on.
@@ -138,14 +155,15 @@ Changes ReadBack(const std::filesystem::path& file, const OutputPlan& plan, GDAL
   // Only with its own driver, unless another driver reads the files that this one writes.
   const std::array<const char*, 2> own = {plan.format.driver->GetDescription(), nullptr};
   const bool opens = plan.format.driver->GetMetadataItem(GDAL_DCAP_OPEN) != nullptr;
-  const GDALDatasetUniquePtr written(
+  GDALDatasetUniquePtr written(
       GDALDataset::Open(file.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR,
                         opens ? own.data() : nullptr));
   if (!written) plan.Fail("it does not open again: " + failures.First());
-  // A container with one raster per band has subdatasets. It is enough that it opens.
-  if (written->GetRasterCount() == 0 && written->GetMetadata("SUBDATASETS")) return {};
+  GDALDatasetUniquePtr last = written->GetRasterCount() == 0 ? LastRaster(*written) : nullptr;
+  const int bands = last ? 1 : plan.bands;
+  if (last) written = std::move(last);
   if (written->GetRasterXSize() != plan.columns || written->GetRasterYSize() != plan.rows ||
-      written->GetRasterCount() != plan.bands)
+      written->GetRasterCount() != bands)
     plan.Fail("it reads back with " +
               SizeText(written->GetRasterXSize(), written->GetRasterYSize()) + ", " +
               CountText(static_cast<unsigned>(written->GetRasterCount()), "band"));
@@ -154,9 +172,9 @@ Changes ReadBack(const std::filesystem::path& file, const OutputPlan& plan, GDAL
   if (!original && GDALDataTypeUnion(type, plan.mode->type) != type)
     plan.Fail(std::string("it reads back as ") + GDALGetDataTypeName(type));
   const Changes changes = CompareElements(*written, plan, original, digests);
-  const Declarations held = DeclarationsOf(*written);
+  const Declarations held = DeclarationsOf(*written, bands);
   std::vector<std::string> lost;
-  for (const auto& one : DeclarationsOf(wanted))  // in the order of their kinds
+  for (const auto& one : DeclarationsOf(wanted, bands))  // in the order of their kinds
     if (!held.contains(one) && (lost.empty() || lost.back() != one.first))
       lost.push_back(one.first);
   if (!lost.empty())

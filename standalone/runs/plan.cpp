@@ -48,20 +48,6 @@ std::string SizeAndBands(const RasterInput& raster) {
          CountText(static_cast<std::uint64_t>(raster.Bands()), "band");
 }
 
-// The number of bands of the inputs together. Throws Failure when they do not go together.
-int CommonBands(const std::vector<RunInput>& inputs) {
-  const RasterInput& first = *inputs.front().raster;
-  int bands = first.Bands();
-  for (const RunInput& input : inputs) {
-    const RasterInput& raster = *input.raster;
-    if (raster.Bands() != bands && raster.Bands() != 1 && bands != 1)
-      throw Failure("the inputs differ in the number of bands: " + SizeAndBands(first) + ", " +
-                    SizeAndBands(raster));
-    bands = std::max(bands, raster.Bands());
-  }
-  return bands;
-}
-
 // The pixels of the area that a raster has, too, whose top left pixel lies at the offset. Without
 // columns or rows when there are none.
 PixelWindow Shared(const PixelWindow& area, const GridOffset& offset, const RasterInput& raster) {
@@ -111,16 +97,27 @@ void PlaceInput(const Job& job, RasterInput& first, const RunInput& input, RunPl
   }
 }
 
+// The bands that the user chose, or else all. An input with one band goes with every band. Throws
+// Failure when the inputs do not have them.
 std::vector<int> ChosenBands(const Job& job, const std::vector<RunInput>& inputs) {
-  const int count = CommonBands(inputs);
+  int count = 1;
+  std::vector<std::string> sizes;
+  for (const RunInput& input : inputs) {
+    count = std::max(count, input.raster->Bands());
+    sizes.push_back(SizeAndBands(*input.raster));
+  }
   std::vector<int> bands = job.bands;
   if (bands.empty()) {
     bands.resize(static_cast<std::size_t>(count));
     std::iota(bands.begin(), bands.end(), 1);
   }
-  if (const int last = *std::ranges::max_element(bands); last > count)
-    throw Failure("-bands=: there is no band " + std::to_string(last) + "; the inputs have " +
-                  CountText(static_cast<std::uint64_t>(count), "band"));
+  const int last = *std::ranges::max_element(bands);
+  for (const RunInput& input : inputs)
+    if (const int own = input.raster->Bands(); own < last && (own > 1 || count == 1))
+      throw Failure((job.bands.empty()
+                         ? "the inputs differ in the number of bands; choose by -bands="
+                         : "-bands=: there is no band " + std::to_string(last)) +
+                    ": " + Joined(sizes));
   return bands;
 }
 

@@ -200,7 +200,7 @@ class Georeferencing(FileTest):
     def test_other_places_are_warned_of_and_combined(self):
         for told, other in (
                 ("origins are 0.02 columns and 0 rows apart", bounds(RAMP, x=0.6)),
-                ("origins are 2 columns and 0 rows apart; -extent=", bounds(RAMP, x=60)),
+                ("origins are 1 column and 0 rows apart; -extent=", bounds(RAMP, x=30)),
                 ("coordinate reference systems differ", {"outputSRS": "EPSG:32633"}),
                 ("", bounds(RAMP, x=0.02)), ("", {})):
             write(self.a, RAMP[0], outputSRS="EPSG:32632", **bounds(RAMP))
@@ -262,6 +262,7 @@ class Outputs(FileTest):
         # Without -overwrite they are refused; with it they go, but for those of other files.
         write(self.path("x.slc"), RAMP[0] * 1j, format="ENVI")
         os.mkdir(self.path(".lumomixcalc-notes"))
+        Path(self.path("OUT.TIF")).write_text("another's")
         made = gdal.GetDriverByName("GTiff").Create(
             self.path("old.tif"), 9, 40, 1, options=["PROFILE=BASELINE", "RPCTXT=YES"])
         made.SetMetadata(RPC, "RPC")
@@ -289,7 +290,8 @@ class Outputs(FileTest):
         for name in ("x.slc", "x.vrt"):
             self.refused("x.hdr belongs to the input", self.path(name), self.path("x.mag"),
                          "-format=ENVI", "-operator=abs_a1", "-overwrite")
-        self.assertTrue(os.path.exists(self.path(".lumomixcalc-notes")))
+        for other in ".lumomixcalc-notes", "OUT.TIF":
+            self.assertTrue(os.path.exists(self.path(other)), other)
 
     def test_temporary_names_and_changed_values_are_told_of(self):
         os.symlink("new.tif", self.out)
@@ -325,6 +327,8 @@ class Outputs(FileTest):
         write(self.path("e.img"), RAMP[0], format="ENVI", outputSRS="EPSG:32632", **bounds(RAMP))
         self.assertEqual(gdal.Info(self.path("e.img")).count("Description = Band 1\n"), 1)
         self.done(self.path("e.img"), self.path("e.nc"), COPY, "-strict")
+        write(self.b, RAMP[:2], change=lambda raster: raster.GetRasterBand(2).SetDescription("x"))
+        self.warned("declared: names of bands", self.b, COPY, "-format=netCDF")
         write(self.a, np.full((40, 2100), np.nan), type="Float32", noData=np.nan)
         if not run(self.a, self.out, COPY, "-overwrite", "-co=ENDIANNESS=BIG").returncode:
             equal(read(self.out), read(self.a))  # GDAL 3.6 does not swap the bytes of such strips
@@ -395,7 +399,8 @@ class CommandLines(FileTest):
         before, new, report = self.files(), self.path("new.vrt"), f"-stats={self.path('new.json')}"
         changed = os.stat(self.folder).st_mtime_ns
         self.refused("complex", self.b, self.path("new.tif"), "-format=COG", COPY, "-check")
-        self.refused("2 bands", self.a, self.path("new.xyz"), ADD_1, "-bands=1,1", "-check")
+        for kind in "xyz", "asc":
+            self.refused("2 bands", self.a, self.path(f"new.{kind}"), ADD_1, "-bands=1,1", "-check")
         for wrong in (self.path("none"), self.out), (self.a, self.out), (self.a, new, "-part=1/2"):
             sentence = run(*wrong, ADD_1).stderr.strip().removeprefix("lumomixcalc: ")
             self.refused(sentence, *wrong, ADD_1, "-check")
@@ -409,17 +414,19 @@ class CommandLines(FileTest):
         for named, *arguments in (
                 # What was meant is said, and files are not blamed for an option.
                 ("Unrecognized option -tr", a, b, out, "-tr", "5"),
-                ("did you mean a1+b2?", a, b, out, "-operator=a1+b3"),
+                ("did you mean a1b2?", a, b, out, "-operator=a1*b2"),
+                ("did you mean abs_a1?", a, out, "-operator=abs"),
                 ("operator exp; see -help", a, b, out, "-operator=exp"),
                 ("Operation requires File2, but it does not exist. -operator=a1b2 needs FILE2; usage",
                  a, out, "-operator=a1b2"),
-                ("did you mean GTiff?", a, b, out, "-format=GeoTIFF"),
+                ("did you mean GTiff?", a, b, out, "-format=tif"),
                 ("\\x1b[31m\\xc2\\x9b", a, b, out, "-x\x1b[31m\x9b"),
                 ("-format=ENVI with -co=SUFFIX=ADD", a, b, self.path("out.slc")),
                 ("-format=NONE", a, b, out, "-format=NONE"),
                 ("-format=VRT", a, b, out, "-format=VRT"),
                 ("out.vrt", a, b, self.path("out.vrt")),
-                ("out.mbtiles", a, b, self.path("out.mbtiles"), "-mode=byte"),
+                *((f"out.{kind}", a, b, self.path(f"out.{kind}"), "-mode=byte")
+                  for kind in ("mbtiles", "pdf", "kmz")),
                 ("FOO", a, b, out, "-co=COMPRESS=FOO"), (many, a, b, out, "-operator=" + many)):
             self.refused(named, *arguments, status=WRONG_COMMAND_LINE)
 

@@ -178,12 +178,12 @@ class Operators(harness.ProgramTest):
         if shares:
             sides[range(4), self.random.integers(0, 2, 4)] = self.random.integers(0, 9, 4)
         for (left, top, right, bottom), n in zip(sides.T, used):
-            shape = 1 if n == single else bands, rows + top + bottom, columns + left + right
+            extra = self.pick(0, 0, 1)  # a band that another input may not have
+            shape = 1 if n == single else bands + extra, rows + top + bottom, columns + left + right
             paths[n], images[n] = self.write_input(self.path(f"{seed}-{n}"), shape,
                                                    (int(left), int(top)) if shares else None, grid)
         inputs = list(images.values())
-        bands = max(len(image.bands) for image in inputs)
-
+        bands = min((len(image.bands) for image in inputs if len(image.bands) > 1), default=1)
         chosen = self.random.integers(0, bands, self.number(1, bands + 1))  # some twice
         # Often all of the area: outputs of a few rows show little.
         x, y = (self.pick(0, self.number(0, side - 1)) for side in (columns, rows))
@@ -195,7 +195,7 @@ class Operators(harness.ProgramTest):
 
         def used_part(image):
             numbers = image.numbers(rule, unscale)[:, image.top + y:, image.left + x:]
-            numbers = np.broadcast_to(numbers, (bands, *numbers.shape[1:]))[chosen]
+            numbers = numbers[chosen if len(numbers) > 1 else 0 * chosen]
             numbers = numbers[:, :height // step * step, :width // step * step]
             return looks(numbers, step, step) if averages else numbers[
                 :, step // 2::step, step // 2::step]

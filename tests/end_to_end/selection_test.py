@@ -57,6 +57,10 @@ class Selection(harness.ProgramTest):
                 ("-bands=4", "-bands=: there is no band 4")):
             self.refused((option if told[0] == " " else "") + told, self.a, self.out,
                          "-operator=a1b", option)
+        write(self.b, IMAGE[:2, :40, :200])
+        for pair in (self.a, self.b), (self.b, self.a):
+            self.refused(f"choose by -bands=: {pair[0]}", *pair, self.out)
+            self.refused(f", {pair[1]} (File2) has 200 x 40", *pair, self.out, "-bands=1,3")
 
     def write_at(self, path, image, grid, x=0, y=0, system="EPSG:32632", change=None):
         """Its upper left corner is the pixel x, y of a grid."""

@@ -308,6 +308,7 @@ class Results(harness.ProgramTest):
         reader, unread = os.pipe()
         os.close(reader)
         self.refused("standard output", *run, "-overwrite", stdout=unread)
+        self.assertEqual(harness.run("-help", stdout=unread).stderr, "")  # as in "-help | head"
         os.close(unread)
         self.assertEqual(json.loads(piped)["output"], self.out)
         with open(self.path("all.json"), "w") as whole:  # is added to, never replaced

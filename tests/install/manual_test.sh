@@ -9,7 +9,11 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
+fits() { # a terminal of 80 columns
+  if grep -E '.{81}' "$1" | grep -v ^Usage; then exit 1; fi
+}
 "$1" -help >"$work/help"
+fits "$work/help"
 sed 's/\\-/-/g; s/\\f.//g; s/^\.B[IR]* //; s/ *" *//g; s/ = /=/g' "$root/docs/lumomixcalc.1" >"$work/manual"
 sed -nE 's|^ +-operator=([^ ]+).*|\1|p' "$work/help" >"$work/help.names"
 sed -n '/^a1+b2 /,/^\.fi/{/^\.fi/!p}' "$work/manual" | cut -d' ' -f1 >"$work/manual.names"
@@ -22,6 +26,7 @@ diff "$work/help.names" "$work/manual.names" # the help's are marked by <, the m
 
 for script in lumomixcalc-coherence lumomixcalc-slurm; do
   "$root/packaging/$script" -help >"$work/help"
+  fits "$work/help"
   sed -n 's/^Usage: //p' "$work/help" >"$work/usage"
   sed -n '/SYNOPSIS/,/^\.br/s/^\.[BIR]* //p' "$root/docs/$script.1" >"$work/synopsis"
   diff <(tr -d ' \n' <"$work/usage") <(sed 's/\\f.//g' "$work/synopsis" | tr -d ' "\\\n')

@@ -70,8 +70,8 @@ TEST_F(PanelWindowTest, ShowsTheSettingsOfACommandThatStartsItOrIsPastedAndOfIts
     QTest::keyClicks(&Find("Other options"), text + '\r');
     Settle();
   };
-  for (const char* const text :
-       {"-nodata=x", "-looks=3", "f2.tif", "-file1=x", "-a=2", "-part=1/2", "-check", "-quiet"}) {
+  for (const char* const text : {"-nodata=x", "-looks=3", "f2.tif", "-file1=x", "-a=2", "-part=1/2",
+                                 "-check", "-quiet", "--config A B"}) {
     type(text);
     EXPECT_TRUE(Notes().starts_with("\u2022 Other options: ")) << text;
     Set("Run");
@@ -275,7 +275,7 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   Set("Operator", "(A*File1) * B");
   Set("Save", ".");
   Settle();
-  EXPECT_NE(Notes().find(" is a folder; a file name is expected\n"), std::string::npos);
+  EXPECT_NE(Notes().find(" is a folder, and none is replaced; "), std::string::npos);
   EXPECT_NE(Find("Save").styleSheet(), Find("File1").styleSheet());  // is marked
   Set("Save", "out.zzz");
   Settle();

@@ -74,8 +74,9 @@ TEST(CommandLines, TakeWhatGdalsProgramsTake) {
   EXPECT_EQ(commandOf("a -ot Int16 -of ENVI -co A=B -oo C=D -srcwin 1 2 3 4 -r near -q o"),
             commandOf("a o -mode=int16 -format=ENVI -co=A=B -oo=C=D -region=1:2:3:4 -quiet"));
   EXPECT_EQ(commandOf("-a_nodata -1 -projwin -2 4 6 -8 a o --config LUMOMIXCALC_TEST http://a:8"),
-            commandOf("a o -a_nodata=-1 -window=-2:-8:6:4"));
+            commandOf("a --config LUMOMIXCALC_TEST2=A=B o -a_nodata=-1 -window=-2:-8:6:4"));
   EXPECT_STREQ(CPLGetConfigOption("LUMOMIXCALC_TEST", ""), "http://a:8");
+  EXPECT_STREQ(CPLGetConfigOption("LUMOMIXCALC_TEST2", ""), "A=B");
   EXPECT_EQ(commandOf("a o -mode=uint8 -ot complex64"), commandOf("a o -ot cfloat32"));
   EXPECT_EQ(commandOf("a o -mode=uint8"), commandOf("a o -mode=byte"));
 }
@@ -114,7 +115,7 @@ TEST(CommandLines, SayWhatIsWrong) {
   ExpectRefused("no input file", {"-save=o"});
   ExpectRefused("file name is empty", {"a", "b", ""});
   ExpectRefused("exclude each other", {"a", "o", "-window=0:0:1:1", "-region=0:0:1:1"});
-  ExpectRefused("did you mean -overwrite?", {"a", "o", "-overwrit"});
+  ExpectRefused("did you mean -file1?", {"a", "o", "--file1=b"});
   ExpectRefused("; write -operator=op", {"a", "o", "-operator"});
   ExpectRefused("write -operator=a1b", {"a", "o", "-operator", "a1b"});
   ExpectRefused("write -of COG or -format=NAME", {"a", "o", "-of=COG"});
