@@ -60,8 +60,8 @@ class Faults(harness.ProgramTest):
             self.done(*arguments)
             size = os.path.getsize(out)
             # Without a byte or in the header, among the elements, in the last of them.
-            for bytes_ in (number % 2 * 100, size // 2, size - 1000):
-                self.refused(out, *arguments, preexec_fn=limit(FSIZE=bytes_))
+            for bytes_, told in ((number % 2 * 100, "File too large"), (size // 2, out), (size - 1000, out)):
+                self.refused(told, *arguments, preexec_fn=limit(FSIZE=bytes_))
         write(self.a, [[1]])  # has more metadata than elements
         self.refused("Unable to save auxiliary information", self.a, self.path("o.img"), COPY,
                      "-format=ENVI", preexec_fn=limit(FSIZE=500))
@@ -281,7 +281,7 @@ class MidRun(harness.ProgramTest):
         line = r"(\[(?=.{30}\])=* *\] +\d+ %, \d+:\d\d left\r\x1b\[K)+"
         for terminal, bar, *options in (
                 (True, line), (True, "", "-quiet"), (False, ""),
-                (True, r"(\d+\r\n){5,100}100\r\n", "-progress", "-quiet")):
+                (True, r"(\d+\r\n){5,100}100\r\n", "-progress")):
             main, end = pty.openpty()
             process = self.start("-b=1", "-overwrite", *options, ignored=[signal.SIGHUP],
                                  stderr=end if terminal else subprocess.PIPE)
