@@ -109,8 +109,10 @@ class ProgramTest(unittest.TestCase):
         self.assertIn("-operator=", metadata.pop("LUMOMIXCALC_COMMAND"))
         records = [band.pop("records", None) or [band.pop("record")] for band in report["bands"]]
         return records, [
-            [str(end([float(one[name]) for one in of_band])) for of_band in records
-             for name, end in (("minimum", np.fmin.reduce), ("maximum", np.fmax.reduce))],
+            [end(float(one[name]) for one in of_band)  # the application's depend on where NaN is
+             for band, of_band in zip(report["bands"], records)
+             for name, end in (("minimum", min), ("maximum", max))
+             if band["no_data"] == 0 and report["looks"] == [1, 1]],
             hash(dataset.ReadAsArray().tobytes()), metadata, dataset.GetMetadata("RPC"),
             dataset.GetGeoTransform(), dataset.GetProjection(), dataset.GetGCPProjection(),
             [(round(p.GCPPixel, 4), round(p.GCPLine, 4), p.GCPX) for p in dataset.GetGCPs()],

@@ -118,9 +118,9 @@ class Selection(harness.ProgramTest):
                 (7, "average", gdal.GRIORA_Average), (2, "bilinear", gdal.GRIORA_Bilinear),
                 (3, "bilinear", gdal.GRIORA_Bilinear), (2, "cubic", gdal.GRIORA_Cubic),
                 (4, "cubic", gdal.GRIORA_Cubic)):
-            columns, rows = (COLUMNS - 20) // n, (ROWS - 10) // n
+            columns, rows = (COLUMNS - 60) // n, (ROWS - 40) // n
             result = self.result(self.a, "-operator=a1b", f"-resolution={n}",
-                                 f"-region=20:10:{COLUMNS - 20}:{ROWS - 10}", f"-resampling={method}")
+                                 f"-region=20:10:{COLUMNS - 60}:{ROWS - 40}", f"-resampling={method}")
             expected = whole.ReadAsArray(20, 10, columns * n, rows * n, buf_xsize=columns,
                                          buf_ysize=rows, resample_alg=algorithm)
             np.testing.assert_allclose(result, expected, rtol=0, atol=2e-6)

@@ -110,7 +110,7 @@ class Slurm(harness.ProgramTest):
                 ("", "0", "--", *new), ("", "2", "--mem=1", *new), ("", "2", "--array=1", "--", *new),
                 ("", "2", "--", "none", *new), ("", "2", "--", *new, "-a=x"),
                 ("", "1025", "--", *new), ("", "2", "--", *new, "-part=1/2"), ("", *submission),
-                ("", "2", "--", *new, "-check"),
+                ("", "2", "--", *new, "-check"), ("", "2", "-a1", "--", *new),
                 (f"{self.folder}:", "2", "--hold", "--", *new)):
             result = self.call("env", f"PATH={path}{self.environment['PATH']}", SUBMIT, *arguments,
                                check=False)
@@ -127,4 +127,3 @@ class Slurm(harness.ProgramTest):
         self.call("scontrol", "release", array, join)
         self.wait_for("end of the jobs", lambda: not self.jobs())
         self.assertFalse(os.path.exists(self.path(f"slurm-{join}.out")))
-        self.assertEqual(self.call(SUBMIT, "-help").stderr, "")

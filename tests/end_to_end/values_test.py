@@ -11,7 +11,7 @@ import numpy as np
 from osgeo import gdal
 
 import harness
-from harness import equal, read, strict_json, write
+from harness import equal, read, write
 
 SHAPE = 40, 50
 HOLES = np.add.outer(np.arange(SHAPE[0]), np.arange(SHAPE[1])) % 7 == 0
@@ -110,8 +110,6 @@ class NoData(harness.ProgramTest):
         result = self.done(self.a, self.b, self.out, "-mode=int16", "-a=0.75", f"-stats={file}")
         self.assertIn(f", {HOLES.sum()} no data\n", result.stdout)
         self.assertEqual(len(os.listdir(self.folder)), 4)  # nothing beside the report
-        exact = 0.75 * VALUES[~HOLES] + 1
-        self.assertEqual(strict_json(file.read_text())["bands"][0]["sum"], exact.sum())
         for a, told in (("nan", None), ("inf", "inf")):
             dataset, report = self.made(self.a, self.b, f"-a={a}")
             for name in ("minimum", "sum", "mean"):

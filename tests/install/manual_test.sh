@@ -37,6 +37,7 @@ told=
 compopt() { told+=" $*"; }
 PATH=$(dirname "$1"):$root/packaging:$PATH
 completes() { # PROGRAM WORD:SHOWN...
+  complete -p "$1" >/dev/null
   COMP_WORDS=("$1")
   for completed in "${@:2}"; do
     COMP_LINE="$1 ${completed%:*}"
