@@ -389,6 +389,7 @@ class CommandLines(FileTest):
         Path(text).write_text("no raster")
         os.mkfifo(self.path("pipe"))
         os.symlink("loop", self.path("loop"))
+        os.symlink("o.hdr", self.path("link"))
         mine = self.path(".lumomixcalc-input-of-mine.tif")
         for named, *arguments in (
                 ("missing.tif", self.path("missing.tif"), b, out),
@@ -405,9 +406,9 @@ class CommandLines(FileTest):
                 ("and GTiff holds all", a, b, self.path("o.xpm"), "-format=XPM"),
                 *((name, a, b, self.path(output), "-mode=byte", f"-format={format}",
                    f"-stats={self.path(name)}")
-                  for format, output, name in (("ENVI", "o.img", "o.hdr"),
-                                               ("HFA", "o.img", "o.img.aux.xml"),
+                  for format, output, name in (("HFA", "o.img", "o.img.aux.xml"),
                                                ("PNG", "o.png", "o.png.aux.xml"),
                                                ("GTiff", "o.tif", "o.tif.aux.xml"))),
-                (self.folder, a, b, out, f"-stats={self.folder}")):
+                ("o.hdr would be a file of", a, b, self.path("o.img"), "-format=ENVI",
+                 f"-stats={self.path('link')}"), (self.folder, a, b, out, f"-stats={self.folder}")):
             self.refused(named, *arguments)

@@ -94,6 +94,7 @@ class Parts(harness.ProgramTest):
         self.refused("-strict: 1 warning", join, "-strict")
         shutil.rmtree(self.folder_of_parts)
 
+        Path(f"{self.a}.aux.xml").write_text("<PAMDataset/>")
         self.make(6, *command[:2])
         for name in "1-of-6.tif", "new.json":
             self.refused("in the folder", join, "-overwrite", f"-stats={self.part(name)}")
@@ -110,7 +111,7 @@ class Parts(harness.ProgramTest):
         del part
         self.refused("3-of-6.tif was made by another version", "-part=3/6", *command)
         os.remove(self.mosaic)
-        os.utime(self.a)
+        os.utime(f"{self.a}.aux.xml")
         self.refused("from inputs that changed since", "-part=1/6", *command)
         self.done("-part=4/6", *command, "-overwrite")
         for number in 1, 5, 6:

@@ -155,7 +155,7 @@ class Results(harness.ProgramTest):
                  "-b=inf"),
                 ("2000 elements stored as 0: NaN, which byte cannot hold", self.a, COPY,
                  "-mode=byte", "-b=nan"),
-                ("2000 elements moved by one", self.a, ADD, "-a=0", "-b=9", "-mode=byte", "-nodata=9"),
+                ("band 1: 2000 elements moved by one", self.a, ADD, "-a=0", "-b=9", "-mode=byte", "-nodata=9"),
                 ("2000 elements equal to the number", self.a, ADD, "-a=0", "-b=9", "-a_nodata=9"),
                 ("a complex output is not clamped", self.b, COPY, "-clamp"),
                 ("the resampling method has no effect", self.a, COPY, "-resampling=cubic"),
