@@ -99,6 +99,10 @@ class Faults(harness.ProgramTest):
         self.refused("mosaic.vrt", self.path("mosaic.vrt"), self.out, COPY)
         os.mkfifo(self.a)
         self.refused("it is a pipe; a file is expected", self.b, self.a, self.out)
+        write(self.b, self.noise, change=lambda raster: raster.CreateMaskBand(gdal.GMF_PER_DATASET))
+        gdal.Open(f"{self.b}.msk", gdal.GA_Update).WriteArray(self.noise > 0)
+        os.truncate(f"{self.b}.msk", os.path.getsize(f"{self.b}.msk") - 200)
+        self.refused("cannot read the mask", self.b, self.out, COPY)
 
     def test_closed_standard_descriptors_are_no_files_of_the_run(self):
         virtual = [self.path("v.vrt")] * 2  # whose source is opened after the output

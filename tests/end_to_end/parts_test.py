@@ -60,7 +60,6 @@ class Parts(harness.ProgramTest):
                  "-region=0:2:2100:32"),
                 (3, *a, "-operator=a_phase_1", "-mode=float32", *TILES, "-bands=2,1,2"),
                 (3, *b, gain, "-resolution=3", "-resampling=bilinear", "-mode=cfloat32"),
-                (3, *b, gain, "-resolution=3", "-resampling=cubic"),
                 (3, *a, gain, "-resolution=2", "-resampling=cubic", "-region=1:4:2099:15")):
             with self.subTest(arguments, count=count):
                 one = self.done(*arguments, self.out, "-overwrite", "-stats=-")
