@@ -1,5 +1,5 @@
 # What the program makes of its files and its command line: layouts, formats, georeferencing,
-# results in place of inputs, files beside them, the command that repeats a run, wrong commands.
+# results in place of inputs, files beside them, wrong commands.
 
 import os
 import shlex
