@@ -52,16 +52,17 @@ double SnappedToEdge(double pixel) {
 }
 
 GridOffset OffsetOnGrid(GDALDataset& raster, GDALDataset& grid) {
+  std::optional<Geotransform> own = GeotransformOf(raster);
+  std::optional<Geotransform> pixels = GeotransformOf(grid);
+  Geotransform toPixels;
+  // Without both, systems do not matter, one of which GDAL may have made up.
+  if (!own || !pixels || !GDALInvGeoTransform(pixels->data(), toPixels.data())) return {};
   const OGRSpatialReference* const system = raster.GetSpatialRef();
   const OGRSpatialReference* const systemOfGrid = grid.GetSpatialRef();
   // Geotransforms are x before y, in whatever order a driver lists the axes of the system.
   const char* const ofTheSystems[] = {"IGNORE_DATA_AXIS_TO_SRS_AXIS_MAPPING=YES", nullptr};
   if (system && systemOfGrid && !system->IsSame(systemOfGrid, ofTheSystems))
     return {.difference = "their coordinate reference systems differ"};
-  std::optional<Geotransform> own = GeotransformOf(raster);
-  std::optional<Geotransform> pixels = GeotransformOf(grid);
-  Geotransform toPixels;
-  if (!own || !pixels || !GDALInvGeoTransform(pixels->data(), toPixels.data())) return {};
   if (systemOfGrid && systemOfGrid->IsGeographic()) {
     // Longitudes may be counted from -180 or from 0. Takes those nearest to the grid's.
     const double apart = (*own)[0] + (*own)[1] * raster.GetRasterXSize() / 2 -

@@ -39,16 +39,6 @@ class Ranges(http.server.SimpleHTTPRequestHandler):
         pass
 
 
-def is_coherence(name, pair, looks):
-    one, other = (gdal_array.LoadFile(image) for image in pair)
-    rows, columns = (size // looks for size in one.shape)
-    cross, *powers = (product[:rows * looks, :columns * looks]
-                      .reshape(rows, looks, columns, looks).mean((1, 3))
-                      for product in (one * other.conj(), abs(one) ** 2, abs(other) ** 2))
-    np.testing.assert_allclose(gdal_array.LoadFile(name),
-                               abs(cross) / np.sqrt(np.prod(powers, axis=0)), rtol=1e-4)
-
-
 with tempfile.TemporaryDirectory() as folder:
     os.chdir(folder)
     subprocess.run([simulate_radar_pair, folder], check=True)
@@ -82,5 +72,3 @@ with tempfile.TemporaryDirectory() as folder:
             printed, expected = (re.sub(r"\d+\.\d+", lambda number: f"{float(number[0]):.7g}", text)
                                  for text in (printed, expected))
         assert printed == expected, f"{command}\nprints\n{printed}the page shows\n{expected}"
-        if command.startswith("lumomixcalc-coherence "):
-            is_coherence("coherence.tif", ("reference.tif", "secondary.tif"), 5)

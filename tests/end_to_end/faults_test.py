@@ -60,8 +60,8 @@ class Faults(harness.ProgramTest):
             self.done(*arguments)
             size = os.path.getsize(out)
             # Without a byte or in the header, among the elements, in the last of them.
-            for bytes_ in (number % 2 * 100, size // 2, size - 1000):
-                self.refused(out, *arguments, preexec_fn=limit(FSIZE=bytes_))
+            for bytes_, told in ((number % 2 * 100, "File too large"), (size // 2, out), (size - 1000, out)):
+                self.refused(told, *arguments, preexec_fn=limit(FSIZE=bytes_))
         write(self.a, [[1]])  # has more metadata than elements
         self.refused("Unable to save auxiliary information", self.a, self.path("o.img"), COPY,
                      "-format=ENVI", preexec_fn=limit(FSIZE=500))
@@ -99,6 +99,10 @@ class Faults(harness.ProgramTest):
         self.refused("mosaic.vrt", self.path("mosaic.vrt"), self.out, COPY)
         os.mkfifo(self.a)
         self.refused("it is a pipe; a file is expected", self.b, self.a, self.out)
+        write(self.b, self.noise, change=lambda raster: raster.CreateMaskBand(gdal.GMF_PER_DATASET))
+        gdal.Open(f"{self.b}.msk", gdal.GA_Update).WriteArray(self.noise > 0)
+        os.truncate(f"{self.b}.msk", os.path.getsize(f"{self.b}.msk") - 200)
+        self.refused("cannot read the mask", self.b, self.out, COPY)
 
     def test_closed_standard_descriptors_are_no_files_of_the_run(self):
         virtual = [self.path("v.vrt")] * 2  # whose source is opened after the output
@@ -162,8 +166,6 @@ class LimitedMemory(harness.ProgramTest):
         virtual = ('<VRTDataset rasterXSize="{}" rasterYSize="{}">'
                    '<VRTRasterBand dataType="Float32" band="1"/></VRTDataset>')
         for file, text, columns, rows, named in (
-                ("claim.vrt", virtual, 0, 10, "claim.vrt"),
-                ("claim.vrt", virtual, -5, 5, "claim.vrt"),
                 # Valid images of zeros, but vast.
                 ("claim.vrt", virtual, 2_000_000, 2_000_000, "out.tif"),
                 ("claim.vrt", virtual, 3, 2_147_483_647, "out.tif"),
@@ -281,7 +283,7 @@ class MidRun(harness.ProgramTest):
         line = r"(\[(?=.{30}\])=* *\] +\d+ %, \d+:\d\d left\r\x1b\[K)+"
         for terminal, bar, *options in (
                 (True, line), (True, "", "-quiet"), (False, ""),
-                (True, r"(\d+\r\n){5,100}100\r\n", "-progress", "-quiet")):
+                (True, r"(\d+\r\n){5,100}100\r\n", "-progress")):
             main, end = pty.openpty()
             process = self.start("-b=1", "-overwrite", *options, ignored=[signal.SIGHUP],
                                  stderr=end if terminal else subprocess.PIPE)

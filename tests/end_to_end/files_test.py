@@ -1,5 +1,5 @@
 # What the program makes of its files and its command line: layouts, formats, georeferencing,
-# results in place of inputs, files beside them, the command that repeats a run, wrong commands.
+# results in place of inputs, files beside them, wrong commands.
 
 import os
 import shlex
@@ -16,8 +16,6 @@ import harness
 from harness import GEOTRANSFORM, RPC, WRONG_COMMAND_LINE, bounds, equal, read, run, write
 
 RAMP = np.arange(3 * 40 * 9, dtype=np.float32).reshape(3, 40, 9) % 200  # sums are exact
-OF_THE_INPUT = ("NODATA_VALUES", "TIFFTAG_MINSAMPLEVALUE", "NITF_BLOCKA_FRFC_LOC_01", "Band_1",
-                "NETCDF_DIM_time_VALUES", "t#_FillValue", "TIFFTAG_IMAGEDESCRIPTION")
 COPY, ADD_1 = "-operator=a1b", "-operator=a1+b"
 
 
@@ -103,7 +101,7 @@ class Inputs(FileTest):
         Path(self.path("m.vrt")).write_text(masked.replace(
             "</VRTDataset>", f"<MaskBand>{mask.replace('b.tif', 'v1.vrt')}</MaskBand></VRTDataset>"))
         shutil.copy(self.b, self.path("a.tif.msk"))
-        for name in ("zip", "tar"):
+        for name in ("zip", "gztar"):
             shutil.make_archive(self.path("archive"), name, self.folder, "a.tif")
         here = self.folder
         for name, file in ((f"{here}/v2.vrt", "a.tif"), (f"{here}/v2.vrt", "a.tif.msk"),
@@ -112,11 +110,10 @@ class Inputs(FileTest):
                            (f"{here}/e2.vrt", "e.hdr"), (f"{here}/ew.vrt", "e.hdr"),
                            (f"/vsizip/{here}/archive.zip/a.tif", "archive.zip"),
                            (f"/vsizip/{{{here}/archive.zip}}/a.tif", "archive.zip"),
-                           (f"/vsitar/{here}/archive.tar/a.tif", "archive.tar"),
-                           (f"/vsizip//vsisubfile/0_9999,{here}/archive.zip/a.tif", "archive.zip"),
-                           (f"/vsisubfile/0_{os.path.getsize(self.a)},{self.a}", "a.tif")):
+                           (f"/vsitar//vsigzip/{here}/archive.tar.gz/a.tif", "archive.tar.gz"),
+                           (f"/vsizip//vsisubfile/0_9999,{here}/archive.zip/a.tif", "archive.zip")):
             self.refused(f"belongs to the input {name}", name, self.out, COPY, "-overwrite",
-                         f"-stats={self.path(file)}")
+                         f"-stats={self.path(file)}", "--config", "CPL_VSIL_GZIP_WRITE_PROPERTIES", "NO")
 
     def test_bits_and_bytes_in_reverse_or_behind_a_head_are_read_as_gdal_reads_them(self):
         write(self.a, RAMP[0], type="Byte")
@@ -154,7 +151,8 @@ class Inputs(FileTest):
             self.warned("", one, COPY)
 
     def test_containers_name_their_first_complex_raster(self):
-        write(self.path("c.nc"), RAMP[:2], format="netCDF")
+        write(self.b, RAMP[:2])
+        self.done(self.b, self.path("c.nc"), COPY)
         self.refused(f'such as NETCDF:"{self.path("c.nc")}":Band1', self.path("c.nc"), self.out, COPY)
         for named, types in (("first", "FF"), ("third", "FFC")):
             container = self.path(f"{named}.zarr")
@@ -169,39 +167,11 @@ class Inputs(FileTest):
 
 
 class Georeferencing(FileTest):
-    def test_and_metadata_of_the_first_file_read_that_has_them_are_carried(self):
-        def describe(dataset):
-            dataset.GetRasterBand(2).SetDescription("near infrared")
-            dataset.GetRasterBand(2).SetUnitType("mW")
-            dataset.GetRasterBand(2).SetMetadata({"wavelength": "850", "scale_factor": "0.1"})
-            dataset.SetMetadataItem("SENSOR", "X")
-            for name in ("LUMOMIXCALC_COMMAND", *OF_THE_INPUT):
-                dataset.SetMetadataItem(name, "ImageJ=1\nimages=9" if "TIFF" in name else "another")
-        write(self.a, RAMP[:2], outputSRS="EPSG:32632", change=describe, **bounds(RAMP))
-        write(self.b, RAMP[1], change=lambda dataset: dataset.GetRasterBand(1).SetUnitType("K"))
-        for arguments in ((self.a, self.b), (self.b, self.a), (f"-file2={self.a}", "-operator=a/b2"),
-                          (self.b, self.a, "-operator=a/b2")):
-            result, _ = self.made(*arguments, "-bands=2,1-2", "-window=600000:5098800:600270:5100000")
-            self.assertEqual(result.GetGeoTransform(), GEOTRANSFORM)
-            self.assertEqual(result.GetSpatialRef().GetAuthorityCode(None), "32632")
-            self.assertEqual([result.GetRasterBand(i).GetDescription() for i in (1, 2, 3)],
-                             ["near infrared", "", "near infrared"])
-            self.assertEqual(result.GetRasterBand(1).GetUnitType(),
-                             "K" if arguments == (self.b, self.a) else "mW")
-            self.assertEqual(result.GetRasterBand(1).GetMetadataItem("wavelength"), "850")
-            self.assertIsNone(result.GetRasterBand(1).GetMetadataItem("scale_factor"))
-            self.assertEqual(result.GetMetadataItem("SENSOR"), "X")
-            self.assertIn("lumomixcalc ", result.GetMetadataItem("LUMOMIXCALC_COMMAND"))
-            self.assertTrue(result.GetMetadata().keys().isdisjoint(OF_THE_INPUT))
-        write(self.a, RAMP[0], change=lambda dataset: dataset.SetMetadata(
-            {"X_DATASET": self.b}, "GEOLOCATION"))
-        self.warned("does not hold the geolocation arrays", self.a, COPY)
-
     def test_other_places_are_warned_of_and_combined(self):
         for told, other in (
                 ("origins are 0.02 columns and 0 rows apart", bounds(RAMP, x=0.6)),
                 ("origins are 1 column and 0 rows apart; -extent=", bounds(RAMP, x=30)),
-                ("coordinate reference systems differ", {"outputSRS": "EPSG:32633"}),
+                ("coordinate reference systems differ", {"outputSRS": "EPSG:32633", **bounds(RAMP)}),
                 ("", bounds(RAMP, x=0.02)), ("", {})):
             write(self.a, RAMP[0], outputSRS="EPSG:32632", **bounds(RAMP))
             write(self.b, RAMP[1], **other)
@@ -211,7 +181,8 @@ class Georeferencing(FileTest):
             self.assertIn(told and f"{self.a} (File1) and {self.b} (File2) do not lie in the same "
                           f"place: their {told}", str(report["warnings"]))
         write(self.b, RAMP[1], metadataOptions=["AREA_OR_POINT=Point"])  # GDAL gives it a system
-        self.assertEqual(self.made(self.b, self.a)[0].GetGeoTransform(), GEOTRANSFORM)
+        dataset, report = self.made(self.b, self.a)
+        self.assertEqual((dataset.GetGeoTransform(), report["warnings"]), (GEOTRANSFORM, []))
         swapped = self.path("b.zarr")  # GDAL 3.6 lists the axes of its system north before east
         write(self.a, RAMP[0], outputSRS="EPSG:32632", **bounds(RAMP))
         write(swapped, RAMP[1], outputSRS="EPSG:32632", format="Zarr", **bounds(RAMP))
@@ -219,6 +190,9 @@ class Georeferencing(FileTest):
         write(self.a, RAMP[0], outputSRS="EPSG:4326", outputBounds=[0, 40, 360, 0])
         write(self.b, RAMP[1, :, :2], outputSRS="EPSG:4326", outputBounds=[-80, 40, 0, 0])
         equal(self.result(self.a, self.b, "-extent=intersection"), RAMP[0, :, 7:] + RAMP[1, :, :2])
+        write(self.a, RAMP[0], change=lambda dataset: dataset.SetMetadata(
+            {"X_DATASET": self.b}, "GEOLOCATION"))
+        self.warned("does not hold the geolocation arrays", self.a, COPY)
 
 
 class Outputs(FileTest):
@@ -231,9 +205,8 @@ class Outputs(FileTest):
                 (self.a, "q.raw", "ENVI", "-format=envi"),
                 (self.a, "s.tif", "HFA", "-format=HFA"), (self.a, "s.IMG", "HFA"),
                 (self.a, "r.gpkg", "GPKG", "-mode=byte", "-co=TILE_FORMAT=PNG"),
-                (self.a, "r", "GTiff"), (self.a, "world.tif", "GTiff", "-co=TFW=YES"),
+                (self.a, ".r", "GTiff"), (self.a, "world.tif", "GTiff", "-co=TFW=YES"),
                 (many, "t.tif", "GTiff", "-co=TILED=YES", "-co=BLOCKXSIZE=16", "-co=BLOCKYSIZE=16"),
-                (many, "r.tif", "GTiff"), (many, "band.tif", "GTiff", "-co=INTERLEAVE=BAND"),
                 (many, "big.tif", "GTiff", "-co=BIGTIFF=YES", "-co=BLOCKYSIZE=7"),
                 (many, "r.bil", "ENVI", "-format=ENVI", "-co=INTERLEAVE=BIL", "-mode=cfloat32")):
             self.done(file, self.path(name), ADD_1, *options)
@@ -287,9 +260,11 @@ class Outputs(FileTest):
                 for made in Path(self.folder).glob("out*"):
                     made.unlink()
         gdal.Translate(self.path("x.vrt"), self.path("x.slc"))
-        for name in ("x.slc", "x.vrt"):
-            self.refused("x.hdr belongs to the input", self.path(name), self.path("x.mag"),
-                         "-format=ENVI", "-operator=abs_a1", "-overwrite")
+        os.rename(self.path("x.hdr"), self.path("y.hdr"))
+        os.symlink("y.hdr", self.path("x.hdr"))
+        for name, header in (("x.slc", "y.hdr"), ("x.slc", "x.hdr"), ("x.vrt", "x.hdr")):
+            self.refused(f"{header} belongs to the input", self.path(name), "-format=ENVI",
+                         self.path(header).replace("hdr", "mag"), "-operator=abs_a1", "-overwrite")
         for other in ".lumomixcalc-notes", "OUT.TIF":
             self.assertTrue(os.path.exists(self.path(other)), other)
 
@@ -314,16 +289,17 @@ class Outputs(FileTest):
             self.assertIn(told, str(report["warnings"]))
             self.assertEqual("STATISTICS_MEAN" in result.GetRasterBand(1).GetMetadata(), not told)
         self.warned("declared: no-data value", self.a, COPY, "-format=GSBG", "-a_nodata=-7")
-        write(self.a, np.float32([[np.nan, 1e12], [3, 4]]), change=lambda dataset: (
+        write(self.a, np.float32([[np.nan, -1e12], [3, 4]]), outputSRS="EPSG:32632", change=lambda dataset: (
             dataset.SetMetadata(RPC, "RPC"), dataset.GetRasterBand(1).SetDescription("height"),
             dataset.GetRasterBand(1).SetUnitType("m"),
             dataset.GetRasterBand(1).SetMetadataItem("wavelength", "850")))
         for name, expected, lost in (
-                ("n.xyz", -9999, "metadata, names of bands, no-data value, rational polynomial "
-                 "coefficients, units\n"), ("n.asc", -9999, ""), ("n.img", np.nan, "")):
+                ("n.xyz", -9999, "coordinate reference system, metadata, names of bands, no-data "
+                 "value, rational polynomial coefficients, units\n"), ("n.asc", -9999, ""), ("n.img", np.nan, "")):
             result = self.done(self.a, self.path(name), COPY)
-            equal(read(self.path(name)), np.float32([[expected, 1e12], [3, 4]]))
+            equal(read(self.path(name)), np.float32([[expected, -1e12], [3, 4]]))
             self.assertEqual(result.stderr.partition("declared: ")[2], lost)
+        self.assertNotIn("STATISTICS_MEAN", gdal.Info(self.path("n.img")))  # beyond 32 bits
         write(self.path("e.img"), RAMP[0], format="ENVI", outputSRS="EPSG:32632", **bounds(RAMP))
         self.assertEqual(gdal.Info(self.path("e.img")).count("Description = Band 1\n"), 1)
         self.done(self.path("e.img"), self.path("e.nc"), COPY, "-strict")
@@ -354,6 +330,13 @@ class OutputsWithAccessLists(FileTest):
         def access_list(owner, named, mask):  # version; owner, user 1, group, mask, others
             entries = (1, owner, -1), (2, named, 1), (4, 4, -1), (16, mask, -1), (32, 0, -1)
             return struct.pack("<I", 2) + b"".join(struct.pack("<HHi", *entry) for entry in entries)
+        several = self.a, self.path("o.img"), COPY, "-format=ENVI", "-overwrite"
+        self.done(*several)
+        for name in "o.img", "o.hdr":
+            os.chmod(self.path(name), 0o6640)
+        self.done(*several)
+        self.assertEqual([stat.S_IMODE(os.stat(self.path(name)).st_mode)
+                          for name in ("o.img", "o.hdr")], [0o640] * 2)
         self.done(self.a, self.out, COPY)
         os.chmod(self.out, 0o6640)
         try:
@@ -370,29 +353,6 @@ class OutputsWithAccessLists(FileTest):
 
 
 class CommandLines(FileTest):
-    def test_shell_runs_the_repeating_command_to_the_same_file(self):
-        left, _, _, top = GEOTRANSFORM[:4]
-        numbers = "-a=0.1:-1022.81116", "-b=1e-7", "-operator=a1_conj_b2", "-nodata=keep"
-        path = f"{os.path.dirname(harness.PROGRAM)}:{os.environ['PATH']}"
-        for name, *options in (
-                ("plain.tif", "-mode=cfloat32", "-co=COMPRESS=DEFLATE"),
-                ("two words.tif", "-format=ENVI", "-clamp"),
-                ("it's $HOME;.tif", "-region=1:2:6:4", "-resolution=2", "-resampling=average"),
-                ("-dash.tif", f"-window={left + 30}:{top - 120}:{left + 90.5}:{top - 0.1}"),
-                ("bell\a's \\x41.tif", "-unscale"),
-                ("umlaut-ä.tif", "-bands=1,1-1")):
-            write(self.path(name), RAMP[0], noData=5, **bounds(RAMP))
-            self.done(f"-file1={name}", "b.tif", f"of {name}", *numbers, *options, cwd=self.folder)
-            file = Path(self.path(f"of {name}"))
-            first = file.read_bytes()
-            dataset = gdal.Open(str(file))
-            command = dataset.GetMetadataItem("LUMOMIXCALC_COMMAND")
-            self.assertIn(":-1022.81116 ", command)
-            # Of control characters bash alone can read.
-            subprocess.run(["bash" if "\a" in name else "sh", "-c", f"{command} -overwrite -quiet"],
-                           check=True, cwd=self.folder, env={**os.environ, "PATH": path})
-            self.assertEqual(file.read_bytes(), first)
-
     def test_a_check_refuses_what_a_run_does_and_makes_nothing(self):
         write(self.out, RAMP[0])
         write(self.b, np.ones((600, 600), np.complex64))
@@ -401,8 +361,9 @@ class CommandLines(FileTest):
         self.refused("complex", self.b, self.path("new.tif"), "-format=COG", COPY, "-check")
         for kind in "xyz", "asc":
             self.refused("2 bands", self.a, self.path(f"new.{kind}"), ADD_1, "-bands=1,1", "-check")
-        for wrong in (self.path("none"), self.out), (self.a, self.out), (self.a, new, "-part=1/2"):
-            sentence = run(*wrong, ADD_1).stderr.strip().removeprefix("lumomixcalc: ")
+        for wrong in (self.path("none"), self.out), (self.a, self.out), (self.a, new, "-part=1/2"), (
+                self.a, self.path("new.tif"), "-mode=float64", "-strict"):
+            sentence = run(*wrong, ADD_1).stderr.splitlines()[-1].removeprefix("lumomixcalc: ")
             self.refused(sentence, *wrong, ADD_1, "-check")
         for a, out, *right in ((self.a, self.out, "-overwrite", "-clamp", report),
                                (self.a, new, "-part=1/1", "-quiet")):
@@ -422,9 +383,7 @@ class CommandLines(FileTest):
                 ("did you mean GTiff?", a, b, out, "-format=tif"),
                 ("\\x1b[31m\\xc2\\x9b", a, b, out, "-x\x1b[31m\x9b"),
                 ("-format=ENVI with -co=SUFFIX=ADD", a, b, self.path("out.slc")),
-                ("-format=NONE", a, b, out, "-format=NONE"),
                 ("-format=VRT", a, b, out, "-format=VRT"),
-                ("out.vrt", a, b, self.path("out.vrt")),
                 *((f"out.{kind}", a, b, self.path(f"out.{kind}"), "-mode=byte")
                   for kind in ("mbtiles", "pdf", "kmz")),
                 ("FOO", a, b, out, "-co=COMPRESS=FOO"), (many, a, b, out, "-operator=" + many)):
@@ -435,16 +394,12 @@ class CommandLines(FileTest):
         Path(text).write_text("no raster")
         os.mkfifo(self.path("pipe"))
         os.symlink("loop", self.path("loop"))
-        os.symlink("nowhere", self.path("gone"))
+        os.symlink("o.hdr", self.path("link"))
         mine = self.path(".lumomixcalc-input-of-mine.tif")
         for named, *arguments in (
                 ("missing.tif", self.path("missing.tif"), b, out),
-                (self.path("gone"), self.path("gone"), b, out),
-                (text, a, text, out),
-                (self.folder, self.folder, b, out),
                 (self.folder, a, b, self.folder),
                 (self.path("none"), a, b, self.path("none/out.tif")),
-                (b, a, b, f"{b}/out.tif"),
                 (text, a, b, text),
                 ("loop of symbolic links", a, b, self.path("loop")),
                 (self.path("pipe"), a, b, self.path("pipe"), "-overwrite"),
@@ -452,14 +407,13 @@ class CommandLines(FileTest):
                 ("PNG cannot hold float32", a, b, self.path("out.png")),
                 ("GTX cannot hold 2 bands of float32", a, b, self.path("o.gtx"), "-bands=1,1"),
                 ("AAIGrid cannot hold cfloat32", a, b, self.path("out.asc"), "-mode=cfloat32"),
-                ("xxx", a, b, self.path("x" * 300 + ".tif")),
                 (f"{mine}: No such file", mine, b, out),
                 ("and GTiff holds all", a, b, self.path("o.xpm"), "-format=XPM"),
                 *((name, a, b, self.path(output), "-mode=byte", f"-format={format}",
                    f"-stats={self.path(name)}")
-                  for format, output, name in (("ENVI", "o.img", "o.hdr"),
-                                               ("HFA", "o.img", "o.img.aux.xml"),
+                  for format, output, name in (("HFA", "o.img", "o.img.aux.xml"),
                                                ("PNG", "o.png", "o.png.aux.xml"),
                                                ("GTiff", "o.tif", "o.tif.aux.xml"))),
-                (self.folder, a, b, out, f"-stats={self.folder}")):
+                ("o.hdr would be a file of", a, b, self.path("o.img"), "-format=ENVI",
+                 f"-stats={self.path('link')}"), (self.folder, a, b, out, f"-stats={self.folder}")):
             self.refused(named, *arguments)

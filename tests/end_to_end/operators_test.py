@@ -10,7 +10,8 @@ For SECONDS with new seeds, or with those from FIRST_SEED on, to repeat a failur
 
 import itertools
 import math
-import shlex
+import os
+import subprocess
 import sys
 import time
 import unittest
@@ -44,8 +45,12 @@ LAYOUTS = (("GTiff",), ("GTiff", "INTERLEAVE=BAND"), ("GTiff", "INTERLEAVE=BAND"
            ("GTiff", "BIGTIFF=YES"), ("GTiff", "ENDIANNESS=BIG"), ("ENVI", "INTERLEAVE=BSQ"),
            ("ENVI", "INTERLEAVE=BIL"), ("ENVI", "INTERLEAVE=BIP"))
 MODES = {"float32": 0, "cfloat32": 0, "float64": 0, "byte": "uint8", "int16": "int16",
-         "uint16": "uint16", "int32": "int32", "cint16": "int16"}  # with the type of integers
-ROTATED = (100.0, 3.0, 4.0, 200.0, 4.0, -3.0)
+         "uint16": "uint16", "int32": "int32", "uint32": "uint32", "cint16": "int16"}  # and integers' types
+GRIDS = (GEOTRANSFORM, GEOTRANSFORM, (100.0, 3.0, 4.0, 200.0, 4.0, -3.0),
+         (0.0, 0.1, 0.0, 0.0, 0.0, -0.3))  # of decimals that no double holds
+NAMES = ("", "-", "it's $HOME;", "two umlauts-ä", "bell\a's \\x41")  # begin with these
+OF_THE_INPUT = ("NODATA_VALUES", "TIFFTAG_MINSAMPLEVALUE", "NITF_BLOCKA_FRFC_LOC_01", "Band_1",
+                "NETCDF_DIM_time_VALUES", "t#_FillValue", "TIFFTAG_IMAGEDESCRIPTION")
 HOLE = 37  # the value that marks no data
 RELATIVE_ERROR = 1e-5  # of the complex power, which works in single precision; others err less
 
@@ -82,6 +87,7 @@ class Image:
             missing = np.zeros(pixels.shape, bool)
             if rule == str(HOLE) or rule is None and band.GetNoDataValue() == HOLE:
                 missing |= (pixels == HOLE) | (pixels == HOLE * (1 + 1j))
+            missing |= np.isnan(pixels) & (rule != "keep")
             if rule != "keep" and self.has_mask():
                 missing |= band.GetMaskBand().ReadAsArray() == 0
             pixels[missing] = complex(np.nan, np.nan)
@@ -95,9 +101,11 @@ class Operators(harness.ProgramTest):
     first_seed = seconds = 0
 
     def test_random_runs(self):
+        self.addCleanup(os.chdir, os.getcwd())
+        os.chdir(self.folder)
         end = time.monotonic() + self.seconds
         for seed in itertools.count(self.first_seed):
-            if seed >= self.first_seed + 2 * len(FORMULAS) and time.monotonic() >= end:
+            if seed >= self.first_seed + 3 * len(FORMULAS) and time.monotonic() >= end:
                 break
             with self.subTest(seed=seed):
                 self.check(seed)
@@ -114,9 +122,9 @@ class Operators(harness.ProgramTest):
         """Of a positive real part: no sum with a pixel is zero or has no real logarithm."""
         return complex(self.number(1, 8) / 4, self.number(-8, 8) / 4 * self.pick(0, 1))
 
-    def write_input(self, path, shape, place, grid):
+    def write_input(self, path, layout, shape, place, grid, system):
         """Writes an image, with a place on the grid if it must have one."""
-        driver, *creation = self.pick(*LAYOUTS)
+        driver, *creation = layout
         name = self.pick(*TYPES[:-2 if driver == "ENVI" else None])
         is_complex = name.startswith("C")
         pixels = self.random.integers(1, 100, shape) + 0j
@@ -124,7 +132,8 @@ class Operators(harness.ProgramTest):
         pixels /= 4 if "Float" in name else 1
         holes = self.random.random(shape) < self.pick(0, 0.2, 1)
         holes[:, self.number(0, shape[1]):] |= self.pick(True, False)  # a whole strip or part
-        pixels[holes] = HOLE * (1 + 1j * is_complex * self.pick(0, 1))
+        marks = [HOLE, HOLE * (1 + 1j), *[np.nan, complex(1, np.nan)] * ("Float" in name)]
+        pixels[holes] = self.pick(*marks[::2 - is_complex])
         left, top = place or (0, 0)
         georeferencing = "grid" if place else self.pick("grid", "points", "")
         missing = self.pick("value", "mask", "")
@@ -132,30 +141,33 @@ class Operators(harness.ProgramTest):
         def describe(dataset):
             a, b, c, d, e, f = grid
             if georeferencing == "grid":
+                dataset.SetProjection(system)
                 dataset.SetGeoTransform((a - left * b - top * c, b, c, d - left * e - top * f, e, f))
             elif georeferencing == "points":
                 dataset.SetGCPs([gdal.GCP(i, i * i, -i, 3 * i, 5 * i % 7) for i in range(4)],
                                 osr.GetUserInputAsWKT("EPSG:4326"))
             dataset.SetMetadata(self.pick(RPC, {}), "RPC")
-            dataset.SetMetadata(self.pick({}, {"SENSOR": path, "AREA_OR_POINT": "Point",
-                                               "TIFFTAG_XRESOLUTION": "300", "TIFFTAG_YRESOLUTION": "60"}))
+            dataset.SetMetadata(self.pick({}, {
+                "SENSOR": path[-9:], "AREA_OR_POINT": "Point", "TIFFTAG_XRESOLUTION": "300",
+                "TIFFTAG_YRESOLUTION": "60", **dict.fromkeys(OF_THE_INPUT, "ImageJ=1 2 3 4")}))
             for i in range(dataset.RasterCount):
                 band = dataset.GetRasterBand(i + 1)
                 if self.pick(True, False):
-                    band.SetMetadata({"KEY": f"{path}-{i}", "STATISTICS_MEAN": "-5"})
+                    band.SetMetadata({"KEY": f"{path[-9:]}-{i}", "scale_factor": "3",
+                                      "STATISTICS_MEAN": "-5"})
                     band.SetUnitType(f"unit {i}")
                 if self.pick(True, False):
-                    band.SetDescription(f"band {path}-{i}")
+                    band.SetDescription(f"band {path[-9:]}-{i}")
                 if self.pick(True, False, False):
                     band.SetScale(self.pick(0.5, 1))
-                    band.SetOffset(i + 1)
+                    band.SetOffset(self.pick(0, i + 1))
             if missing == "mask":
                 dataset.CreateMaskBand(gdal.GMF_PER_DATASET)
                 mask = dataset.GetRasterBand(1).GetMaskBand()
                 mask.WriteArray(self.random.integers(0, 3, shape[1:], np.uint8))
         harness.write(path, pixels if is_complex else pixels.real, *creation, type=name, format=driver,
                       noData=HOLE if missing == "value" else None, change=describe)
-        if self.pick(True, False, False):  # whose bands can differ in what they declare
+        if "\a" not in path and self.pick(True, False, False):  # whose bands can differ in what they declare
             vrt = gdal.Translate(f"{path}.vrt", path, format="VRT")
             for i in range(len(pixels)):
                 if missing == "value" and self.pick(True, False):
@@ -172,16 +184,18 @@ class Operators(harness.ProgramTest):
         # Sometimes wide, for several strips.
         bands, rows, columns = self.number(1, 3), self.number(1, 60), self.number(1, 60)
         columns *= self.pick(*[1] * 9, 60)
-        single = self.pick(None, *used)  # has one band, to go with each of the other's
-        shares, grid = self.pick(False, len(used) == 2), self.pick(GEOTRANSFORM, GEOTRANSFORM, ROTATED)
+        single = self.pick(None, None, None, *used)  # has one band, to go with each of the other's
+        shares, grid, begin = self.pick(False, len(used) == 2), self.pick(*GRIDS), self.pick(*NAMES)
+        system = self.pick(osr.GetUserInputAsWKT("EPSG:32632"), "")
         images, paths, sides = {}, {}, np.zeros((4, 2), int)  # what each image has beside the shared area
         if shares:
             sides[range(4), self.random.integers(0, 2, 4)] = self.random.integers(0, 9, 4)
         for (left, top, right, bottom), n in zip(sides.T, used):
             extra = self.pick(0, 0, 1)  # a band that another input may not have
             shape = 1 if n == single else bands + extra, rows + top + bottom, columns + left + right
-            paths[n], images[n] = self.write_input(self.path(f"{seed}-{n}"), shape,
-                                                   (int(left), int(top)) if shares else None, grid)
+            paths[n], images[n] = self.write_input(
+                f"{begin}{seed:07}-{n}", LAYOUTS[(seed + 3 * int(n)) % len(LAYOUTS)], shape,
+                (int(left), int(top)) if shares else None, grid, system)
         inputs = list(images.values())
         bands = min((len(image.bands) for image in inputs if len(image.bands) > 1), default=1)
         chosen = self.random.integers(0, bands, self.number(1, bands + 1))  # some twice
@@ -192,6 +206,8 @@ class Operators(harness.ProgramTest):
         nx, ny = (self.pick(1, self.number(1, min(5, side // step))) for side in (width, height))
         rule, unscale, averages = self.pick(None, "keep", str(HOLE)), self.pick(True, False), (
             step > 1 and self.pick(True, False))
+        if any(np.isnan(image.elements).any() for image in inputs) and rule == "keep":
+            rule = None  # what operators make of NaN is their own
 
         def used_part(image):
             numbers = image.numbers(rule, unscale)[:, image.top + y:, image.left + x:]
@@ -217,7 +233,8 @@ class Operators(harness.ProgramTest):
             (value for image in inputs for i in chosen if rule is None for value in (
                 image.band(i).GetNoDataValue(), np.nan if image.has_mask() else None)
              if value is not None), None)
-        asked = self.pick(None, 7.0 if MODES.get(mode) else -1234567.5)
+        asked = self.pick(None, *([7.0, float(np.iinfo(MODES[mode]).max)] if MODES.get(mode)
+                                  else [-1234567.5]))
         if asked is not None:
             no_data = asked
         elif no_data is not None and not MODES.get(mode):
@@ -227,15 +244,16 @@ class Operators(harness.ProgramTest):
             no_data = limits.min or limits.max
         left, top = inputs[0].left + x, inputs[0].top + y
         where = f"-region={left}:{top}:{width}:{height}"
-        if grid == GEOTRANSFORM and any(
+        if grid[2] == 0 and any(
                 image.dataset.GetGeoTransform(can_return_null=True) for image in inputs):
-            west, pixel, _, north, _, _ = grid
-            inside = self.pick(0, 9)  # the window takes the pixels that it touches
+            inside = self.pick(0, 0.3)  # the window takes the pixels that it touches
             where = self.pick(where, "-window={}:{}:{}:{}".format(
-                west + pixel * x + inside, north - pixel * (y + height) + inside,
-                west + pixel * (x + width) - inside, north - pixel * y - inside))
-        arguments = [*(f"-file{n}={path}" for n, path in paths.items()), f"-operator={operator}",
-                     f"-a={a.real}:{a.imag}", f"-b={b.real}:{b.imag}", f"-looks={nx}:{ny}", where,
+                grid[0] + grid[1] * (x + inside), grid[3] + grid[5] * (y + height - inside),
+                grid[0] + grid[1] * (x + width - inside), grid[3] + grid[5] * (y + inside)))
+        arguments = [*(f"-file{n}={paths.get(n, 'none')}" for n in self.pick("12", used)),
+                     f"-operator={operator}",
+                     f"-a={a.real}:{a.imag}", f"-b={b.real}:{b.imag}", f"-looks={nx}:{ny}",
+                     *[where] * ((width, height) != (columns, rows) or self.pick(0, 1)),
                      f"-resolution={step}", *["-resampling=average"] * averages,
                      "-bands=" + ",".join(str(i + 1) for i in chosen), *["-unscale"] * unscale,
                      *["-extent=intersection"] * shares, *["-clamp"] * clamp,
@@ -247,7 +265,7 @@ class Operators(harness.ProgramTest):
             arguments += ["-co=INTERLEAVE=" + self.pick("BAND", "PIXEL"),
                           f"-co=BLOCKYSIZE={self.number(1, 4)}",
                           *self.pick([], [], ["-co=COMPRESS=DEFLATE"])]
-        self.out = self.path("out.tif" if layout == "GTiff" else "out.img")
+        self.out = self.path(f"{begin}out." + ("tif" if layout == "GTiff" else "img"))
         self.dataset, self.report = self.made(*arguments)
         error = RELATIVE_ERROR * looks(size, nx, ny)
         self.compare_elements(expected, error, MODES.get(mode), no_data)
@@ -255,13 +273,16 @@ class Operators(harness.ProgramTest):
         if layout == "GTiff":
             self.compare_places(inputs, x, y, step * nx, step * ny, grid)
             self.compare_descriptions(inputs, chosen, step * nx, step * ny)
-        match self.pick("parts", "repeat", "", ""):
+        match self.pick("parts", "repeat", "repeat", ""):
             case "parts" if layout == "GTiff":
                 self.compare_parts(arguments, self.path(f"{seed}.vrt"))
             case "repeat":
                 before = Path(self.out).read_bytes()
-                command = shlex.split(self.report["command"])
-                self.done(*command[1:], "-overwrite", "-quiet")
+                path = f"{os.path.dirname(harness.PROGRAM)}:{os.environ['PATH']}"
+                # Of control characters bash alone can read.
+                subprocess.run(["bash" if "\a" in begin else "sh", "-c",
+                                self.report["command"] + " -overwrite -quiet"],
+                               check=True, env={**os.environ, "PATH": path})
                 self.assertEqual(Path(self.out).read_bytes(), before)
 
     def compare_elements(self, expected, error, integer, no_data):
@@ -269,7 +290,9 @@ class Operators(harness.ProgramTest):
         stored = self.dataset.ReadAsArray().reshape(expected.shape)
         np.testing.assert_equal(self.dataset.GetRasterBand(1).GetNoDataValue(), no_data)
         missing, valid = np.isnan(expected), ~np.isnan(expected)
-        if no_data is None or np.isnan(no_data):
+        if integer and no_data is None:
+            equal(stored[missing], 0)
+        elif no_data is None or np.isnan(no_data):
             equal(np.isnan(stored), missing)
         else:
             equal(stored[missing], no_data * (1 + 1j * np.iscomplexobj(stored)))
@@ -321,7 +344,11 @@ class Operators(harness.ProgramTest):
         """The output's first pixel is the area's pixel x, y, and its pixels are nx x ny as large."""
         def placed(image):
             return image.dataset.GetGeoTransform(can_return_null=True), image.dataset.GetGCPs()
-        transform, points = next(filter(any, map(placed, inputs)), (None, ()))
+        first = next((image for image in inputs if any(placed(image))), None)
+        transform, points = placed(first) if first else (None, ())
+        system = first and first.dataset.GetSpatialRef()
+        if system and system.IsProjected():  # others GDAL makes up
+            self.assertTrue(self.dataset.GetSpatialRef().IsSame(system))
         if transform:
             a, b, c, d, e, f = grid
             transform = a + x * b + y * c, nx * b, ny * c, d + x * e + y * f, nx * e, ny * f
@@ -346,6 +373,7 @@ class Operators(harness.ProgramTest):
         """Each is that of the first image that has one."""
         items = next(filter(None, (image.dataset.GetMetadata() for image in inputs)), {})
         self.assertEqual(self.dataset.GetMetadataItem("SENSOR"), items.get("SENSOR"))
+        self.assertTrue(self.dataset.GetMetadata().keys().isdisjoint(OF_THE_INPUT))
         for axis, pixels in ("X", nx), ("Y", ny):  # pixels per inch
             if f"TIFFTAG_{axis}RESOLUTION" in items:
                 value = float(self.dataset.GetMetadataItem(f"TIFFTAG_{axis}RESOLUTION"))
@@ -355,6 +383,7 @@ class Operators(harness.ProgramTest):
             for wanted in "GetDescription", "GetUnitType":
                 self.assertEqual(getattr(band, wanted)(),
                                  next(filter(None, (getattr(one, wanted)() for one in own)), ""))
+            self.assertIsNone(band.GetMetadataItem("scale_factor"))
             self.assertEqual(band.GetMetadataItem("KEY"),
                              next(filter(None, (one.GetMetadataItem("KEY") for one in own)), None))
 

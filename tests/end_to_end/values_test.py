@@ -11,7 +11,7 @@ import numpy as np
 from osgeo import gdal
 
 import harness
-from harness import equal, read, strict_json, write
+from harness import equal, read, write
 
 SHAPE = 40, 50
 HOLES = np.add.outer(np.arange(SHAPE[0]), np.arange(SHAPE[1])) % 7 == 0
@@ -82,23 +82,18 @@ class NoData(harness.ProgramTest):
         self.assertEqual(taken, 2)
         write(self.a, [[np.inf + 0j]])  # the product of which has a NaN imaginary part alone
         equal(self.result(self.a, "-operator=conj_a1", "-nodata=keep", "-a_nodata=3"), [[3 + 3j]])
+        write(self.a, [[NAN, 1]])
+        equal(self.result(self.a, "-operator=a_phase_1", "-nodata=keep"), [[0, 0]])
         grid = self.path("o.asc")
         self.done(self.b, grid, COPY, "-nodata=1")
         self.assertEqual(Path(grid).read_text().count("-9999"), 1 + HOLES.size)
         self.done(self.b, grid, COPY, "-nodata=1", "-mode=byte", "-overwrite")
         equal(read(grid), np.ones(SHAPE))
 
-    def test_is_what_a_mask_or_an_alpha_band_leaves_out(self):
-        shown = np.where(HOLES, 0, 255)
-
-        def mask(dataset):
-            dataset.CreateMaskBand(gdal.GMF_PER_DATASET)
-            dataset.GetRasterBand(1).GetMaskBand().WriteArray(shown)
-        expected = np.where(HOLES, NAN, VALUES)
-        alpha = [VALUES, shown], ("ALPHA=YES",), None
-        for type, bands, creation, change in (("UInt16", VALUES, (), mask), ("UInt16", *alpha),
-                                              ("Float32", *alpha)):
-            write(self.a, bands, *creation, change=change, type=type)
+    def test_is_what_an_alpha_band_leaves_out(self):
+        shown, expected = np.where(HOLES, 0, 255), np.where(HOLES, NAN, VALUES)
+        for type in "UInt16", "Float32":
+            write(self.a, [VALUES, shown], "ALPHA=YES", type=type)
             self.assert_result(self.made(self.a, COPY, "-bands=1")[0], expected, NAN)
             equal(self.result(self.a, COPY, "-bands=1", "-nodata=keep"), VALUES)
         equal(self.result(self.a, COPY, "-bands=2"), shown)
@@ -110,24 +105,11 @@ class NoData(harness.ProgramTest):
         result, _ = self.made(self.a, COPY, "-mode=byte")
         self.assertEqual(result.GetRasterBand(1).GetMaskFlags(), gdal.GMF_ALL_VALID)
 
-    def test_in_an_input_is_none_in_the_output_of_any_operator(self):
-        outputs = ("-mode=float32", "-clamp"), ("-mode=cfloat32",)
-        for number, operator in enumerate(("a_phase_1", "1+b_pow_a", "abs_a1", "a1b") * 2):
-            hole, values = (NAN, REAL) if number < 4 else (complex(1, NAN), COMPLEX)
-            write(self.a, np.where(HOLES, hole, values))
-            result = self.result(self.a, f"-operator={operator}", "-a=2", *outputs[number % 2])
-            for part in (result.real, result.imag if np.iscomplexobj(result) else result):
-                equal(np.isnan(part), HOLES, operator)
-        result = self.result(self.a, "-operator=a_phase_1", "-mode=float32", "-nodata=keep")
-        self.assertFalse(np.isnan(result).any())
-
     def test_is_left_out_of_all_statistics(self):
         file = Path(self.path("report.json"))
         result = self.done(self.a, self.b, self.out, "-mode=int16", "-a=0.75", f"-stats={file}")
         self.assertIn(f", {HOLES.sum()} no data\n", result.stdout)
         self.assertEqual(len(os.listdir(self.folder)), 4)  # nothing beside the report
-        exact = 0.75 * VALUES[~HOLES] + 1
-        self.assertEqual(strict_json(file.read_text())["bands"][0]["sum"], exact.sum())
         for a, told in (("nan", None), ("inf", "inf")):
             dataset, report = self.made(self.a, self.b, f"-a={a}")
             for name in ("minimum", "sum", "mean"):
@@ -148,12 +130,10 @@ class Results(harness.ProgramTest):
     def test_the_mode_is_complex_when_an_input_that_is_read_is(self):
         mixed, whole = self.path("mixed.vrt"), "-operator=a1+b"
         gdal.BuildVRT(mixed, [self.a, self.b], separate=True)
-        for mode, *arguments in (("cfloat32", self.a, self.b), ("cfloat32", self.b, self.a),
-                                 ("cfloat32", f"-file2={self.b}", "-operator=a/b2"),
-                                 ("cfloat32", mixed, whole), ("cfloat32", mixed, whole, "-bands=2"),
+        for mode, *arguments in (("cfloat32", self.a, self.b), ("cfloat32", mixed, whole),
+                                 ("cfloat32", mixed, whole, "-bands=2"),
                                  ("float32", self.b, self.a, "-operator=a/b2"),
-                                 ("float32", self.a, self.b, whole),
-                                 ("float32", self.a, self.b, "-mode=float32")):
+                                 ("float32", self.a, self.b, whole)):
             dataset, report = self.made(*arguments)
             self.assertEqual(report["mode"], mode, arguments)
             if mode == "cfloat32":
@@ -175,11 +155,12 @@ class Results(harness.ProgramTest):
                  "-b=inf"),
                 ("2000 elements stored as 0: NaN, which byte cannot hold", self.a, COPY,
                  "-mode=byte", "-b=nan"),
-                ("2000 elements moved by one", self.a, ADD, "-a=0", "-b=9", "-mode=byte", "-nodata=9"),
+                ("band 1: 2000 elements moved by one", self.a, ADD, "-a=0", "-b=9", "-mode=byte", "-nodata=9"),
                 ("2000 elements equal to the number", self.a, ADD, "-a=0", "-b=9", "-a_nodata=9"),
                 ("a complex output is not clamped", self.b, COPY, "-clamp"),
                 ("the resampling method has no effect", self.a, COPY, "-resampling=cubic"),
-                ("", first, COPY),
+                ("", first, COPY), ("", self.b, COPY, "-a=nan"),
+                ("does not support open option NO", self.a, self.a, "-oo=NO=1"),
                 ("without -b= B is 1", self.b, "-operator=1+b_pow_a"),
                 ("-operator=abs_a1 does not read FILE2; none.tif is not used", self.a, "none.tif",
                  "-operator=abs_a1"),
@@ -214,8 +195,9 @@ class Results(harness.ProgramTest):
         edges = (0, -0.5, 0.5, 1.5, 2.5, 0.49999997, -0.6, 255.4, 255.5, -70000, 70000, 2147483648,
                  -2147483904, 4294967040, 3e9, -3e9, 5e9, np.inf, -np.inf, NAN)
         # Far from each other: numbers are stored many at a time where all can be.
-        values = np.arange(256 * len(edges), dtype=np.float32) % 256 / 4
-        values[13::256] = edges
+        values = np.arange(256 * len(edges) + 256, dtype=np.float32) % 256 / 4
+        values[13:-256:256] = edges
+        values[-256:] *= 2**25  # the largest that uint32 holds
         finite = values[np.isfinite(values)]
         pairs = np.append(finite + 1j * finite[::-1], complex(NAN, NAN)).astype(np.complex64)
         for mode, declared, no_data in (

@@ -28,8 +28,8 @@ for script in lumomixcalc-coherence lumomixcalc-slurm; do
   "$root/packaging/$script" -help >"$work/help"
   fits "$work/help"
   sed -n 's/^Usage: //p' "$work/help" >"$work/usage"
-  sed -n '/SYNOPSIS/,/^\.br/s/^\.[BIR]* //p' "$root/docs/$script.1" >"$work/synopsis"
-  diff <(tr -d ' \n' <"$work/usage") <(sed 's/\\f.//g' "$work/synopsis" | tr -d ' "\\\n')
+  sed -n '/SYNOPSIS/,/^\.br/s/^\.[BIR]* //p' "$root/docs/$script.1" >"$work/syn=opsis"
+  diff <(tr -d ' \n' <"$work/usage") <(sed 's/\\f.//g' "$work/syn=opsis" | tr -d ' "\\\n')
 done
 grep -oE -- '-[a-z]+=' "$root/docs/lumomixcalc-coherence.1" | sort -u |
   diff - <(grep -oE -- '-[a-z]+=' <("$root/packaging/lumomixcalc-coherence" -help) | sort -u)
@@ -42,6 +42,7 @@ told=
 compopt() { told+=" $*"; }
 PATH=$(dirname "$1"):$root/packaging:$PATH
 completes() { # PROGRAM WORD:SHOWN...
+  complete -p "$1" >/dev/null
   COMP_WORDS=("$1")
   for completed in "${@:2}"; do
     COMP_LINE="$1 ${completed%:*}"
@@ -55,7 +56,7 @@ completes() { # PROGRAM WORD:SHOWN...
 }
 completes lumomixcalc -file1=help.n:help.names -looks:-looks= -operator=a1_:a1_conj_b2 \
   -mode=cf:cfloat32 -overw:-overwrite -nodata=:keep -a:'-a_nodata= -a=' \
-  -stats=./syn:./synopsis ./usa:./usage
+  -stats=./usa:./usage ./syn=o:./syn=opsis
 [[ $told == *nospace* ]] # no blank after -looks=
-completes lumomixcalc-coherence -loo:-looks= -nodata=:keep -clamp:
+completes lumomixcalc-coherence -window:-window= -loo:-looks= -nodata=:keep -clamp:
 completes lumomixcalc-slurm -operator=a1_:a1_conj_b2 -part:
