@@ -54,6 +54,7 @@ inline void Drag(QWidget& widget, QPoint from, QPoint to, Qt::KeyboardModifiers 
   QTest::mousePress(&widget, Qt::LeftButton, keys, from);
   QTest::mouseMove(&widget, to);
   QTest::mouseRelease(&widget, Qt::LeftButton, keys, to);
+  for (const QPoint place : {from, to}) QTest::mouseMove(&widget, place);  // by now without effect
 }
 
 // Where a place, in pixels of the inputs, is in a view.
@@ -110,6 +111,17 @@ class PanelWindowTest : public ::testing::Test {
     widget.setProperty(widget.metaObject()->userProperty().name(), text);
   }
 
+  // Types in the place of what is there.
+  void Type(const char* name, const QString& text) {
+    Find<QLineEdit>(name).selectAll();
+    QTest::keyClicks(&Find(name), text);
+  }
+
+  void Paste(const std::string& text) {
+    QGuiApplication::clipboard()->setText(Text(text));
+    Set("Paste");
+  }
+
   // What a field, a choice or a list of messages shows.
   std::string TextOf(const char* name) {
     QWidget& widget = Find(name);
@@ -133,6 +145,7 @@ class PanelWindowTest : public ::testing::Test {
       auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
       if (!box) return;
       asked = box->text();
+      EXPECT_EQ(box->buttonRole(box->defaultButton()), QMessageBox::RejectRole);
       for (QAbstractButton* const button : box->buttons())
         if (button->text().remove('&') == answer) return button->click();
       asked = "no such button";
