@@ -44,6 +44,9 @@ class PreviewTest : public PanelWindowTest {
     bool IsComplex() const {
       return GDALDataTypeIsComplex(file->GetRasterBand(1)->GetRasterDataType()) != 0;
     }
+    bool IsInteger() const {
+      return GDALDataTypeIsInteger(file->GetRasterBand(1)->GetRasterDataType()) != 0;
+    }
   };
   static Made Run(Job job, const std::string& command, const char* file) {
     job.overwrite = true;
@@ -51,10 +54,6 @@ class PreviewTest : public PanelWindowTest {
     const RunPlan plan = RunBatch(job, command, TheHostState(), {}).plan;
     return {job, plan.grid, plan.origins, GDALDatasetUniquePtr(GDALDataset::Open(file))};
   }
-  static Made Run(const std::string& command) {
-    return Run(ReadCommandLine(ArgumentsOf(command)).job, command, "out.tif");
-  }
-
   // An input as the run reads it.
   static Made ReadFor(const Made& made, int stream) {
     Job job = made.job;
@@ -68,7 +67,7 @@ class PreviewTest : public PanelWindowTest {
     job.selection.looks = {};
     const std::string command = "lumomixcalc f1.tif read.tif -operator=a1b";
     ReadCommandLine(ArgumentsOf(command));
-    Made read = Run(job, command, "read.tif");
+    Made read = Run(job, command, stream == lumomixcalc::kFile1Stream ? "r1.tif" : "r2.tif");
     read.grid.window = made.grid.window;
     return read;
   }
@@ -98,28 +97,6 @@ class PreviewTest : public PanelWindowTest {
     return compared;
   }
 
-  // seen: how many cells, where these are not all.
-  void Expect(const std::string& options, const View& view = {}, int seen = 0) {
-    SCOPED_TRACE(options);
-    const std::string command = "lumomixcalc f1.tif f2.tif out.tif " + options;
-    const Made read = ReadFor(Run(command), lumomixcalc::kFile1Stream);
-    const Made made = Run(command);
-    const auto show = [this](auto position, const auto& image) { shown_[position] = image; };
-    std::stop_source cancelled;
-    cancelled.request_stop();
-    EXPECT_THROW(maker_.Make(made.job, made.job, view, cancelled.get_token(), show), Cancelled);
-    const Findings findings = maker_.Make(made.job, made.job, view, {}, show);
-    for (const PreviewImage& image : shown_) EXPECT_EQ(image.note, "");
-    const int step = shown_[kResult].step;
-    EXPECT_EQ(step > 1, view.enough < 1000);
-    const auto sampled = [step](int count) { return (count + step - 1) / step; };
-    if (seen == 0) seen = sampled(made.grid.columns) * sampled(made.grid.rows);
-    EXPECT_EQ(Compare(kResult, made, view.band), seen);
-    EXPECT_EQ(findings.elements, made.job.mode ? static_cast<std::uint64_t>(seen) : 0);
-    const Looks looks = step > 1 ? Looks() : made.grid.looks;
-    EXPECT_EQ(Compare(kFile1, read, view.band), seen * looks.x * looks.y);
-  }
-
   // What a window shows of a run at one point of its pictures.
   struct Sighting {
     int seed = 0;
@@ -134,7 +111,7 @@ class PreviewTest : public PanelWindowTest {
   void Act(const char* name, const QString& text);
   Sighting Look(int seed);
   QImage Plain();
-  static void Confirm(const Sighting& seen);
+  void Confirm(const Sighting& seen);
 
   int Any(int count) { return static_cast<int>(random_() % static_cast<unsigned>(count)); }
 
@@ -142,38 +119,6 @@ class PreviewTest : public PanelWindowTest {
   PreviewMaker maker_{TheHostState()};
   std::array<PreviewImage, 3> shown_;
 };
-
-TEST_F(PreviewTest, PicturesShowAndPointersReadWhatTheRunReadsAndStores) {
-  MakeRaster("f1.tif", 60, 40, 1, 2, GDT_Float32);
-  GDALDatasetUniquePtr(GDALDataset::Open("f1.tif", GA_Update))->GetRasterBand(1)->SetNoDataValue(5);
-  for (const char* const file : {"f1.tif", "f2.tif"})
-    GDALDatasetUniquePtr(GDALDataset::Open(file))
-        ->BuildOverviews("AVERAGE", 1, std::array{2}.data(), 0, nullptr, nullptr, nullptr);
-  for (const char* const options : {"", "-nodata=keep ", "-nodata=1301 "})
-    Expect(std::string(options) + "-operator=a1b");
-  Expect("-nodata=1301 -mode=int16 -operator=a1-b2");
-  for (const char* const options :
-       {"-region=5:2:41:31 -looks=4:3", "-resolution=2 -resampling=overview",
-        "-resolution=3 -resampling=cubic -region=4:4:50:30",
-        "-resolution=2 -resampling=average -looks=3:2",
-        "-resolution=2 -resampling=bilinear -region=3:5:50:30 -mode=int16 -looks=1:3"})
-    Expect(options, {1, {}, 30});
-  for (const int factor : {1, 3}) {
-    MakeRaster("f1.tif", 60, 40, factor, 2, GDT_Float32);
-    Expect("-region=5:2:41:31 -looks=4:3", {1, {7, 9, 40, 17}}, 60);
-  }
-  MakeRaster("f1.tif", 60, 40, NAN, 2, GDT_Float32);
-  Expect("-nodata=keep -operator=a_phase_1");
-  MakeRaster("f1.tif", 60, 40, 1);
-  for (const char* const options : {"", "-bands=2 "})
-    Expect(std::string(options) + "-operator=a1b", {2, {}});
-  MakeRaster("f2.tif", 50, 50, 2);
-  std::ofstream("f1.tfw") << "10\n0\n0\n-10\n1005\n1995";
-  std::ofstream("f2.tfw") << "10\n0\n0\n-10\n1085\n2035";  // 8 columns to the right, 4 rows up
-  Expect("-extent=intersection", {1, {}, 30});
-  std::ofstream("f2.tfw") << "10\n0\n0\n-10\n1085\n2045";  // shares the same area
-  Expect("-extent=intersection");
-}
 
 // As a user does; keys in a view, or a drag, which draws a region or moves the image.
 void PreviewTest::Act(const char* name, const QString& text) {
@@ -286,7 +231,7 @@ void PreviewTest::Confirm(const Sighting& seen) {
                   seen.notes.find(sentence.substr(sentence.find(' ') + 1)) != std::string::npos)
           << sentence << seen.notes;
     });
-    made = Run(seen.command);
+    made = Run(ReadCommandLine(ArgumentsOf(seen.command)).job, seen.command, "out.tif");
   } catch (const Desisted&) {  // has told the reason
     return;
   } catch (const Failure& failure) {
@@ -313,9 +258,29 @@ void PreviewTest::Confirm(const Sighting& seen) {
     return element;
   };
   const auto result = expectElement(kResult, *made);
+  std::map<Image, Made> reads;
   for (const auto& [stream, file] : made->job.inputs)
-    if (result)
-      expectElement(stream == lumomixcalc::kFile1Stream ? kFile1 : kFile2, ReadFor(*made, stream));
+    reads[stream == lumomixcalc::kFile1Stream ? kFile1 : kFile2] = ReadFor(*made, stream);
+  for (const auto& [image, read] : reads)
+    if (result) expectElement(image, read);
+  // Previews show the same, also of few cells, or of a part.
+  ReadCommandLine(ArgumentsOf(seen.command));
+  View view = {seen.band, {}, seen.seed % 2 ? 30 : 1e6};
+  if (seen.seed % 4 == 0) view.seen = {seen.pixel, QSize(20, 15)};
+  const auto show = [this](auto position, const auto& image) { shown_[position] = image; };
+  std::stop_source cancelled;
+  cancelled.request_stop();
+  EXPECT_THROW(maker_.Make(made->job, made->job, view, cancelled.get_token(), show), Cancelled);
+  const Findings findings = maker_.Make(made->job, made->job, view, {}, show);
+  const int compared = Compare(kResult, *made, seen.band);
+  EXPECT_EQ(findings.elements, made->IsInteger() ? compared : 0);
+  const int step = shown_[kResult].step;
+  const auto sampled = [step](int count) { return (count + step - 1) / step; };
+  if (view.seen.isNull())
+    EXPECT_EQ(compared, sampled(made->grid.columns) * sampled(made->grid.rows));
+  const Looks looks = step > 1 ? Looks() : made->grid.looks;
+  for (const auto& [image, read] : reads)
+    EXPECT_EQ(Compare(image, read, seen.band), compared * looks.x * looks.y);
   std::array<double, 6> map = {};
   made->file->GetGeoTransform(map.data());
   const PixelPlacement placement = made->grid.Placement();
@@ -359,6 +324,7 @@ TEST_F(PreviewTest, WindowShowsWhatItsCommandMakesWhateverIsChosen) {
     const int rows = dataset->GetRasterYSize();
     EXPECT_EQ(CE_None, dataset->RasterIO(GF_Write, 0, 0, columns, rows, noise.data(), columns, rows,
                                          GDT_CFloat32, 2, nullptr, 0, 0, 0, nullptr));
+    dataset->GetRasterBand(1)->SetNoDataValue(5);
     dataset->BuildOverviews("AVERAGE", 1, std::array{2}.data(), 0, nullptr, nullptr, nullptr);
   }
   for (const char* const file : {"f1.tfw", "f3.tfw"})
@@ -534,27 +500,6 @@ TEST_F(PanelWindowTest, DraggingWithShiftChoosesTheRegion) {
   for (int x = 0; x < shown.width(); ++x)
     outlines += shown.pixel(x, PointOf(view, {0, 30}).y()) == qRgb(255, 220, 60) ? 1 : 0;
   EXPECT_GT(outlines, 0);
-}
-
-TEST_F(PanelWindowTest, SharedAreaIsOfferedAndShownWhereItLiesOnEachImage) {
-  MakeRaster("f2.tif", 50, 50, 2);
-  std::ofstream("f1.tfw") << "10\n0\n0\n-10\n1005\n1995";
-  std::ofstream("f2.tfw") << "10\n0\n0\n-10\n1085\n2035";  // 8 columns to the right, 4 rows up
-  Open(kFiles);
-  EXPECT_TRUE(WaitFor([&] {
-    return Notes().ends_with("; the choice Shared area only combines the area that they share");
-  })) << Notes();
-  Set("Shared area only");
-  EXPECT_TRUE(WaitFor([&] { return TextOf("Region, first column") == "8"; }));
-  EXPECT_EQ(Notes(), "");
-  ExpectElements({20.5, 30.5}, kFile2,
-                 [](int, int) { return "6824 2 6824 0.0002930832 0.01679243 "; });
-  auto& view = Pictured("Result preview");
-  QTest::keyClicks(&view, "++");
-  Settle();
-  Set("Swap");
-  Settle();
-  EXPECT_TRUE(view.items().front()->sceneBoundingRect().contains(view.Seen()));
 }
 
 }  // namespace
