@@ -10,27 +10,18 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-TEST_F(PanelWindowTest, EditsReachTheRunAndTheCommandThatRepeatsIt) {
-  Open(kFiles);
-  EXPECT_TRUE(WaitFor([&] { return TextOf("Region, rows") == "40"; }));
-  const std::pair<const char*, const char*> kEdits[] = {
-      {kA, "0,123456781"},       {"File1 Coeff (A), number 2 of 2", "-1.5e-1"},
-      {kB, "0.12345679"},        {"Operator", "(A*File1) / (B*File2)"},
-      {"Clamp at 0?", ""},       {"Region", ""},
-      {"Region, columns", "50"}, {"Resolution", "2"},
-      {"Resampling", "average"}, {"Format", "GTiff"}};
-  for (const auto& [field, text] : kEdits) {
-    const std::string before = CurrentCommand();
-    Set(field, text);
-    EXPECT_FALSE(Find("Copy").isEnabled());  // an old command
-    EXPECT_NE(CurrentCommand(), before);
-  }
+TEST_F(PanelWindowTest, RunsAndShowsTheCommandThatRepeatsIt) {
+  Open(std::string(kFiles) + " -format=GTiff -region=0:0:50:40 -clamp -b=2:0.123");
+  EXPECT_NE(CurrentCommand(), "");
+  Set(kA, "0,123456781");
+  EXPECT_FALSE(Find("Copy").isEnabled());  // an old command
+  Settle();
   EXPECT_EQ(Notes(), "\u2022 a complex output is not clamped");
   Run("done");
   EXPECT_TRUE(Told("band 2: minimum "));
-  EXPECT_TRUE(CurrentCommand().ends_with(
-      "/out.tif' -format=GTiff -region=0:0:50:40 -resolution=2 -resampling=average "
-      "-a=0.12345678:-0.15 -b=0.12345679:0 -operator='a1/b2' -clamp -overwrite"))
+  EXPECT_TRUE(
+      CurrentCommand().ends_with("/out.tif' -format=GTiff -region=0:0:50:40 "
+                                 "-a=0.12345678:0 -b=2:0.123 -operator='a1+b2' -clamp -overwrite"))
       << CurrentCommand();
   const std::string written = Bytes("out.tif");
   std::ofstream("out.tif") << "other";
@@ -41,25 +32,23 @@ TEST_F(PanelWindowTest, EditsReachTheRunAndTheCommandThatRepeatsIt) {
   EXPECT_TRUE(Bytes("out.tif") == written);
 }
 
-TEST_F(PanelWindowTest, ShowsTheSettingsOfACommandThatStartsItOrIsPastedAndOfItsLastUse) {
+TEST_F(PanelWindowTest, ShowsTheSettingsOfACommandThatStartsItOrIsPasted) {
   const std::string settings =
       " -mode=cfloat32 -format=ENVI -co=INTERLEAVE=BIL -extent=intersection -region=3:4:20:10000 "
       "-resolution=2 -resampling=cubic -looks=2:3 -bands=1 -oo=NUM_THREADS=2 -nodata=keep -a=0.1:0 "
       "-b=1:16777216 -operator='1+b_pow_a' -clamp";
   const std::string command = kFiles + settings;
-  const auto expectSettings = [&](const std::string& folder) {
+  const auto expectSettings = [&] {
     EXPECT_TRUE(WaitFor([&] { return TextOf("Command").ends_with("/out.tif'" + settings); }))
         << TextOf("Command");
-    EXPECT_EQ(TextOf("File2"), folder + "f2.tif");
+    EXPECT_EQ(TextOf("File2"), "f2.tif");
     EXPECT_EQ(TextOf(kA) + " " + TextOf("Operator"), "0.1 (FILE1 + B)**A");
   };
   Open(command);
-  expectSettings("");
-  Open("");
-  expectSettings(folder_.path().toStdString() + "/");
+  expectSettings();
   Open("-a=7 -b=nan");
   Paste("lumomixcalc \\\n " + command + " -overwrite\n");
-  expectSettings("");
+  expectSettings();
   EXPECT_EQ(TextOf("Other options"), "-co=INTERLEAVE=BIL -bands=1 -oo=NUM_THREADS=2 -nodata=keep");
   for (const char* const text :
        {"-nodata=x", "-looks=3", "f2.tif", "-file1=x", "-a=2", "-part=1/2", "-check", "-quiet"}) {
@@ -78,7 +67,7 @@ TEST_F(PanelWindowTest, ShowsTheSettingsOfACommandThatStartsItOrIsPastedAndOfIts
     return TextOf("Command").ends_with("/out.tif' -a=1:0 -b=1:0 -operator='a1+b2'");
   })) << TextOf("Command");
   Paste("$ lumomixcalc " + command);
-  expectSettings("");
+  expectSettings();
   for (const char* const text :
        {"", "lumomixcalc $(touch f3.tif) f1.tif o.tif", "lumomixcalc 'f1.tif",
         "lumomixcalc -b=3 f1.tif o.tif -operator=no", "lumomixcalc -join=a.vrt",
@@ -88,13 +77,13 @@ TEST_F(PanelWindowTest, ShowsTheSettingsOfACommandThatStartsItOrIsPastedAndOfIts
     EXPECT_TRUE(WaitFor([&] { return Told("Not pasted: "); })) << text;
     for (const char* const rows : {"1", "3"}) Set("Looks, rows", rows);
     Settle();
-    expectSettings("");
+    expectSettings();
   }
   EXPECT_TRUE(OnlyTheInputsAreThere());
   // Without a word of a number or the switch, a command means what a start with it has.
-  Paste("lumomixcalc f1.tif o.tif -format=HFA");  // which is not written
+  Paste("lumomixcalc f1.tif o.tif -format=JPEG");  // which is not written
   EXPECT_TRUE(WaitFor([&] {
-    return TextOf("Command").ends_with("/o.tif' -format=HFA -a=1:0 -b=1:0 -operator='a1+b2'");
+    return TextOf("Command").ends_with("/o.tif' -format=JPEG -a=1:0 -b=1:0 -operator='a1+b2'");
   })) << TextOf("Command");
   EXPECT_EQ(TextOf("File2"), "");
   Paste("lumomixcalc f1.tif o2.tif -check -operator=a1b");
@@ -203,20 +192,15 @@ TEST_F(PanelWindowTest, NumbersAreReadAsPeopleTypeThemAndOtherTextsKeepItFromRun
   EXPECT_EQ(TextOf(kA), "0.1");
 }
 
-TEST_F(PanelWindowTest, RemembersSizeAndDisplayInsideTheScreen) {
+TEST_F(PanelWindowTest, RemembersItsSizeInsideTheScreen) {
   Open(kFiles);
   const QSize size = window_->size() - QSize(53, 55);
   window_->resize(size);
-  Set("Stretch", "Logarithm");
-  Set("Result part", "Phase");
-  Set(kA, "0.3");
   Open("");
-  EXPECT_EQ(TextOf(kA), "0.3");
   EXPECT_EQ(window_->size(), size);
   const QPoint place = window_->pos();
   Open("");
   EXPECT_NE(window_->pos(), place);  // the other may still be there
-  EXPECT_EQ(TextOf("Stretch") + ", " + TextOf("Result part"), "Logarithm, Phase");
   window_->resize(5000, 5000);
   Open("");
   const QRect framed(window_->pos(), window_->size() + QSize(16, 48));
@@ -272,9 +256,6 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   Settle();
   EXPECT_NE(Notes().find(" is a folder; a file name is expected\n"), std::string::npos);
   EXPECT_NE(Find("Save").styleSheet(), Find("File1").styleSheet());  // is marked
-  Set("Save", "out.zzz");
-  Settle();
-  EXPECT_TRUE(Notes().starts_with("\u2022 the extension of ")) << Notes();
   Pictured("Result preview");
   Set("Save", QUrl::fromLocalFile(folder_.filePath("out.tif")).toString());
   Set("File2");
@@ -303,9 +284,6 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   Settle();
   MakeRaster("no.tif", 61, 40, 1, 3);
   EXPECT_TRUE(WaitFor([&] { return Notes() == ""; }));
-  Set("Data type", "double (float64)");
-  EXPECT_TRUE(WaitFor([&] { return Notes().starts_with("\u2022 results have single precision"); }));
-  Set("Data type", "float (float32)");
   QTest::keyClicks(&Find("Other options"), "-bands=1,3\r");
   Set("Band", "2");
   Settle();

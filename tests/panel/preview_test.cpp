@@ -102,7 +102,7 @@ class PreviewTest : public PanelWindowTest {
     int seed = 0;
     std::string command, notes;
     int band = 0;
-    bool pictured = false, whole = false;
+    bool pictured = false, whole = false, automatic = false;
     QPoint pixel;
     QString place, statistics, low, high;
     std::array<QString, 3> elements;
@@ -119,6 +119,15 @@ class PreviewTest : public PanelWindowTest {
   PreviewMaker maker_{TheHostState()};
   std::array<PreviewImage, 3> shown_;
 };
+
+// Whether an outline goes through a point of a view, or the point is not seen.
+bool IsOutlined(ImageView& view, QPointF point) {
+  const QRect around = QRect(point.toPoint(), QSize(3, 1)).translated(-1, 0);
+  const QImage shown = view.viewport()->grab(around).toImage();
+  bool found = !view.viewport()->rect().contains(around);
+  for (int x = 0; x < 3 && !found; ++x) found = shown.pixel(x, 0) == qRgb(255, 220, 60);
+  return found;
+}
 
 // As a user does; keys in a view, or a drag, which draws a region or moves the image.
 void PreviewTest::Act(const char* name, const QString& text) {
@@ -160,6 +169,7 @@ PreviewTest::Sighting PreviewTest::Look(int seed) {
   EXPECT_TRUE(
       view.items().front()->sceneBoundingRect().contains(seen.whole ? cells : cells & view.Seen()))
       << seen.command;
+  seen.automatic = !Find("Result low limit").font().bold();
   seen.low = Text(TextOf("Result low limit"));
   seen.high = Text(TextOf("Result high limit"));
   seen.statistics = Find("Result low limit").parentWidget()->toolTip();
@@ -186,9 +196,13 @@ PreviewTest::Sighting PreviewTest::Look(int seed) {
   EXPECT_TRUE(WaitFor([&] { return place.text().startsWith(named); }))
       << place.text().toStdString() << " instead of " << named.toStdString();
   seen.place = place.text().section(' ', -2);
+  const QRectF box = view.viewportTransform().mapRect(QRectF(seen.pixel, QSize(1, 1)));
+  EXPECT_TRUE(IsOutlined(view, box.center() - QPointF(std::max(3.0, box.width() / 2), 0)));
+  EXPECT_TRUE(!Find<QCheckBox>("Region").isChecked() ||
+              IsOutlined(view, QPointF(outlined.left(), outlined.center().y())));
   const auto& table = Find<QTableWidget>("Elements");
   for (const Image i : {kFile1, kFile2, kResult})
-    seen.elements[i] = (table.item(0, i)->text() + " " + table.item(1, i)->text()).trimmed();
+    for (int row = 0; row < 5; ++row) seen.elements[i] += table.item(row, i)->text() + " ";
   QTest::keyClick(window_.get(), Qt::Key_Escape);
   EXPECT_EQ(place.text() + table.item(0, kResult)->text(),
             "Point at an image to read its elements.");
@@ -204,21 +218,29 @@ QImage PreviewTest::Plain() {
   for (const auto key : {Qt::Key_0, Qt::Key_L})
     QTest::keyClick(window_.get(), key, Qt::ControlModifier);
   Find<QSpinBox>("Band").setValue(1);
+  Find("Band").hide();  // offers what it did before a run that is not possible
+  Find<QPlainTextEdit>("Messages").setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   if (auto& without = Find<QComboBox>("Resampling"); !without.isEnabled())
     without.setCurrentIndex(0);
-  auto& view = Pictured("Result preview");
-  for (const char* const name : {"File1 preview", "File2 preview"})
-    if (Find(name).isVisible()) Pictured(name);
-  QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, view.rect().center());
-  EXPECT_TRUE(
-      WaitFor([&] { return Find<QLabel>("Place under the pointer").text().startsWith("Pinned"); }));
-  const QImage plain = window_->grab().toImage();
+  Settle();
+  if (auto& view = Find<ImageView>("Result preview"); !view.Picture().isNull()) {
+    for (const char* const name : {"File1 preview", "File2 preview"})
+      if (Find(name).isVisible()) Pictured(name);
+    QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, view.rect().center());
+    EXPECT_TRUE(WaitFor(
+        [&] { return Find<QLabel>("Place under the pointer").text().startsWith("Pinned"); }));
+  }
+  QImage plain;
+  EXPECT_TRUE(WaitFor([&] {  // to look may change the layout
+    Settle();
+    return std::exchange(plain, window_->grab().toImage()) == plain;
+  }));
   QTest::keyClick(window_.get(), Qt::Key_Escape);
   return plain;
 }
 
 void PreviewTest::Confirm(const Sighting& seen) {
-  SCOPED_TRACE(std::to_string(seen.seed) + ": " + seen.command);
+  SCOPED_TRACE(seen.command);
   if (!seen.command.starts_with("lumomixcalc ")) {
     EXPECT_FALSE(seen.pictured);
     return;
@@ -228,7 +250,7 @@ void PreviewTest::Confirm(const Sighting& seen) {
     const MessageRedirection told([&seen](const std::string& sentence) {
       static const std::regex ofAll("warning: (band .*|.* imaginary parts.*)");  // known at the end
       EXPECT_TRUE(std::regex_match(sentence, ofAll) ||
-                  seen.notes.find(sentence.substr(sentence.find(' ') + 1)) != std::string::npos)
+                  seen.notes.find(sentence.substr(sentence.find(' ') + 1, 60)) != std::string::npos)
           << sentence << seen.notes;
     });
     made = Run(ReadCommandLine(ArgumentsOf(seen.command)).job, seen.command, "out.tif");
@@ -242,19 +264,19 @@ void PreviewTest::Confirm(const Sighting& seen) {
   EXPECT_TRUE(seen.pictured) << seen.notes;
   const auto expectElement = [&seen](int image, const Made& file) {
     const auto element = file.At(seen.pixel, seen.band);
-    QString text = "\u2014";
-    if (element && std::isnan((*element)[0]))
-      text = "no data";
-    else if (element) {
-      const auto decimal = [](double value) {
-        const auto single = static_cast<float>(value);
-        return Text(single == value ? ShortestText(single) : ShortestText(value));
-      };
-      text = decimal((*element)[0]);
-      if (file.IsComplex()) text += " " + decimal((*element)[1]);
-    }
-    EXPECT_EQ(seen.elements[image].toStdString(), text.toStdString())
-        << image << " at " << seen.pixel.x() << ' ' << seen.pixel.y();
+    const auto [real, imaginary] = element.value_or(std::array{0.0, 0.0});
+    const auto decimal = [](double value) {
+      const auto single = static_cast<float>(value);
+      return Text(single == value ? ShortestText(single) : ShortestText(value));
+    };
+    QStringList cells = {decimal(real), decimal(imaginary)};
+    for (const double figure : {std::hypot(real, imaginary), std::atan2(imaginary, real),
+                                std::atan2(imaginary, real) * 180 / M_PI})
+      cells << QString::number(figure, 'g', 7);
+    if (!file.IsComplex()) cells = {cells.front(), "", "", "", ""};
+    if (!element || std::isnan(real)) cells = {element ? "no data" : "\u2014", "", "", "", ""};
+    EXPECT_EQ(seen.elements[image], cells.join(' ') + ' ')
+        << seen.elements[image].toStdString() << " at " << seen.pixel.x() << ' ' << seen.pixel.y();
     return element;
   };
   const auto result = expectElement(kResult, *made);
@@ -276,23 +298,20 @@ void PreviewTest::Confirm(const Sighting& seen) {
   EXPECT_EQ(findings.elements, made->IsInteger() ? compared : 0);
   const int step = shown_[kResult].step;
   const auto sampled = [step](int count) { return (count + step - 1) / step; };
-  if (view.seen.isNull())
-    EXPECT_EQ(compared, sampled(made->grid.columns) * sampled(made->grid.rows));
+  EXPECT_TRUE(!view.seen.isNull() ||
+              compared == sampled(made->grid.columns) * sampled(made->grid.rows))
+      << compared;
   const Looks looks = step > 1 ? Looks() : made->grid.looks;
   for (const auto& [image, read] : reads)
     EXPECT_EQ(Compare(image, read, seen.band), compared * looks.x * looks.y);
   std::array<double, 6> map = {};
   made->file->GetGeoTransform(map.data());
   const PixelPlacement placement = made->grid.Placement();
-  double x = 0;
-  double y = 0;
+  auto [x, y] = std::array{0.0, 0.0};
   GDALApplyGeoTransform(map.data(), (seen.pixel.x() + 0.5 - placement.x) / placement.nx,
                         (seen.pixel.y() + 0.5 - placement.y) / placement.ny, &x, &y);
   EXPECT_EQ(seen.place, QString("%1, %2").arg(x, 0, 'g', 10).arg(y, 0, 'g', 10));
-  double low = 0;
-  double high = 0;
-  double mean = 0;
-  double deviation = 0;
+  auto [low, high, mean, deviation] = std::array{0.0, 0.0, 0.0, 0.0};
   if (made->IsComplex() || made->Band(seen.band).ComputeStatistics(false, &low, &high, &mean,
                                                                    &deviation, nullptr, nullptr))
     return;
@@ -302,8 +321,8 @@ void PreviewTest::Confirm(const Sighting& seen) {
         QString("minimum %1, maximum %2, mean %3, deviation %4")
             .arg(figure(low), figure(high), figure(mean), figure(deviation))))
         << seen.statistics.toStdString() << low << ' ' << high << ' ' << mean << ' ' << deviation;
-    EXPECT_EQ(seen.low.toFloat(), QString::number(low, 'g', 6).toFloat());
-    EXPECT_EQ(seen.high.toFloat(), QString::number(high, 'g', 6).toFloat());
+    EXPECT_TRUE(!seen.automatic || seen.low.toFloat() == QString::number(low, 'g', 6).toFloat());
+    EXPECT_TRUE(!seen.automatic || seen.high.toFloat() == QString::number(high, 'g', 6).toFloat());
   }
   if (!result || std::isnan((*result)[0]) || low == high) return;
   const double share =
@@ -330,14 +349,17 @@ TEST_F(PreviewTest, WindowShowsWhatItsCommandMakesWhateverIsChosen) {
   for (const char* const file : {"f1.tfw", "f3.tfw"})
     std::ofstream(file) << "10.5\n0\n0\n-10.5\n612345.25\n5412345.75";
   std::ofstream("f2.tfw") << "10.5\n0\n0\n-10.5\n612429.25\n5412387.75";  // 8 right, 4 up
-  const std::pair<const char*, QString> kDisplay[] = {
-      {"Stretch", "Min\u2013max"}, {"Result part", "Phase"}, {"Result colours", "Grey"}};
+  const std::pair<const char*, QString> kDisplay[] = {{"Stretch", "Min\u2013max"},
+                                                      {"Result part", "Phase"},
+                                                      {"Result colours", "Grey"},
+                                                      {"File1 colours", "Centred on zero"}};
   const QString folder = folder_.path() + "/";
   const std::pair<const char*, QStringList> kChoices[] = {
       {"File1", {folder + "f1.tif", folder + "f3.tif", ""}},
       {"File2", {folder + "f2.tif", folder + "f1.tif", ""}},
       {"Operator", {"(A*File1) * B", "(A*File1) + (B*File2)", "ABS(A*File1)", "A / (B*File2)"}},
       {kA, {"2", "-0.5", "3e+07"}},
+      {"File1 Coeff (A), number 2 of 2", {"0.25"}},
       {kB, {"3", "-1"}},
       {"Clamp at 0?", {""}},
       {"Swap", {""}},
@@ -349,7 +371,7 @@ TEST_F(PreviewTest, WindowShowsWhatItsCommandMakesWhateverIsChosen) {
       {"Looks, rows", {"1", "1", "2"}},
       {"Data type",
        {"automatic", "float (float32)", "16-bit integer (int16)", "8-bit unsigned (byte)",
-        "32-bit integer (int32)"}},
+        "32-bit integer (int32)", "double (float64)"}},
       {"Band", {"1", "2"}},
       {"Stretch", {"Logarithm"}},
       {"Result colours", {"Centred on zero"}},
@@ -363,21 +385,19 @@ TEST_F(PreviewTest, WindowShowsWhatItsCommandMakesWhateverIsChosen) {
   for (const auto& [name, text] : kDisplay) Set(name, text);
   window_.reset();
   const QString start = QSettings().value("command").toString();
-  std::vector<Sighting> all;
   const int first = std::max(1, qEnvironmentVariableIntValue("FIRST_SEED"));
   for (int seed = first; seed < first + 12; ++seed) {
     SCOPED_TRACE(seed);
     random_.seed(static_cast<unsigned>(seed));
-    window_.reset();
     QSettings().setValue("command", start);
     Open("");
     for (int n = Any(6); n >= 0; --n) {
+      if (Any(3)) Settle();
       const auto& [name, texts] = kChoices[Any(std::size(kChoices))];
       Act(name, texts[Any(static_cast<int>(texts.size()))]);
     }
     for (const auto& [name, text] : kDisplay) Set(name, text);
-    all.push_back(Look(seed));
-    if (!all.back().pictured) continue;
+    const Sighting seen = Look(seed);
     const QImage plain = Plain();
     Open("");
     for (const std::string& command : std::initializer_list<std::string>{
@@ -389,35 +409,22 @@ TEST_F(PreviewTest, WindowShowsWhatItsCommandMakesWhateverIsChosen) {
       Paste(command);
       EXPECT_TRUE(WaitFor([&] { return TextOf(kB) != "77"; }));
     }
-    EXPECT_EQ(Plain(), plain) << all.back().command;
+    EXPECT_EQ(Plain(), plain) << seen.command;
+    window_.reset();
+    Confirm(seen);
   }
-  window_.reset();
-  for (const Sighting& each : all) Confirm(each);
 }
 
 TEST_F(PanelWindowTest, ElementsUnderThePointerAreThoseOfThePixelAndTheSettings) {
   Open(kFiles);
-  const auto is = [](const char* elements) { return [=](int, int) { return elements; }; };
-  ExpectElements({30.5, 35.5}, kFile1, is("3530 1 3530 0.0002832861 0.0162311 "));
-  const auto expect = [&](const char* field, const char* text, QPointF pixel, const char* result) {
-    SCOPED_TRACE(std::string(field) + " " + text);
-    Set(field, text);
-    ExpectElements(pixel + QPointF(0.5, 0.5), kResult, is(result));
-  };
-  expect(kB, "-2", {30, 35}, "-10590 -3 ");
-  expect("Operator", "(A*File1) / (B*File2)", {2, 1}, "-0.25 0 ");
-  expect(kB, "0", {2, 1}, "no data    ");
-  expect("Looks, columns", "7", {57, 5}, "\u2014");  // the last blocks that are whole end at 56
-  Set("Looks, columns", "1");
-  Settle();
   const auto named = [this] { return Find<QLabel>("Place under the pointer").text(); };
-  auto& view = Find<ImageView>("File1 preview");
+  auto& view = Pictured("File1 preview");
   QTest::keyClicks(&view, "++++++");
   for (int i = 0; i < 60; ++i) QTest::keyClick(&view, Qt::Key_Left);
   for (int i = 0; i < 2; ++i) QTest::keyClick(&view, Qt::Key_Up);
-  EXPECT_TRUE(WaitFor([&] { return named() == "Pinned: column 0, row 3"; }))
+  EXPECT_TRUE(WaitFor([&] { return named() == "Pinned: column 0, row 18"; }))
       << named().toStdString();
-  EXPECT_TRUE(view.Seen().contains(0, 3));  // has followed
+  EXPECT_TRUE(view.Seen().contains(0, 18));  // has followed
   QTest::keyClicks(&view, "-------");
   Settle();
   const QPoint there = PointOf(view, {7.5, 9.5});
@@ -439,8 +446,7 @@ TEST_F(PanelWindowTest, CoarseAndLongThinPreviewsShowPixelsInTheirPlacesAndReadT
   MakeRaster("f1.tif", 2400, 1300, 1);
   Open("f1.tif -save=out.tif -operator=a1b");
   Set("Stretch", "Min\u2013max");
-  const QImage picture = Pictured("Result preview").Picture();
-  EXPECT_EQ(qGray(picture.pixel(799, 433)), 255);
+  Pictured("Result preview");
   EXPECT_EQ(Find("Result preview").accessibleDescription(), "1 of 3 \u00d7 3 cells");
   for (const Image image : {kFile1, kResult}) ExpectElements({391, 541}, image, Ramp);
   const auto bytesRead = [] { return std::stol(Bytes("/proc/self/io").substr(7)); };
@@ -495,11 +501,6 @@ TEST_F(PanelWindowTest, DraggingWithShiftChoosesTheRegion) {
   EXPECT_EQ(TextOf("Region, first column"), "0");
   EXPECT_NEAR(std::stoi(TextOf("Region, columns")), 45, 1);
   EXPECT_NEAR(std::stoi(TextOf("Region, rows")), 20, 1);
-  const QImage shown = view.viewport()->grab().toImage();
-  int outlines = 0;
-  for (int x = 0; x < shown.width(); ++x)
-    outlines += shown.pixel(x, PointOf(view, {0, 30}).y()) == qRgb(255, 220, 60) ? 1 : 0;
-  EXPECT_GT(outlines, 0);
 }
 
 }  // namespace
