@@ -1,6 +1,7 @@
 // What is seen: the images, the elements under the pointer, the place that is looked at.
 #include "standalone/panel/preview.h"
 
+#include <numbers>
 #include <random>
 #include <regex>
 
@@ -11,9 +12,6 @@
 
 namespace lumomixcalc::standalone {
 namespace {
-
-// The element of MakeRaster's first band with factor 1.
-QString Ramp(int column, int row) { return QString("%1 1 ").arg(column + 100 * row); }
 
 // What panes and pointers show of a run, compared with files that hold what it reads and stores.
 class PreviewTest : public PanelWindowTest {
@@ -39,13 +37,10 @@ class PreviewTest : public PanelWindowTest {
     }
 
     GDALRasterBand& Band(int band) const {
-      return *file->GetRasterBand(job.bands.empty() ? band : 1);
+      return *file->GetRasterBand(std::min(job.bands.empty() ? band : 1, file->GetRasterCount()));
     }
     bool IsComplex() const {
       return GDALDataTypeIsComplex(file->GetRasterBand(1)->GetRasterDataType()) != 0;
-    }
-    bool IsInteger() const {
-      return GDALDataTypeIsInteger(file->GetRasterBand(1)->GetRasterDataType()) != 0;
     }
   };
   static Made Run(Job job, const std::string& command, const char* file) {
@@ -59,6 +54,7 @@ class PreviewTest : public PanelWindowTest {
     Job job = made.job;
     job.inputs = {{lumomixcalc::kFile1Stream, job.inputs.at(stream)}};
     job.mode = nullptr;
+    job.bands.clear();
     job.outputNoData.reset();
     job.selection.region = made.grid.window;
     job.selection.region->x -= made.origins.at(stream).x;
@@ -76,7 +72,6 @@ class PreviewTest : public PanelWindowTest {
   int Compare(Image image, const Made& made, int band) {
     const PreviewImage& shown = shown_[image];
     const auto [x, y, columns, rows] = made.grid.window;
-    const QSize cell = QSize(made.grid.looks.x, made.grid.looks.y) * made.grid.resolution;
     const std::size_t parts = shown.complex ? 2 : 1;
     int compared = 0;
     for (std::size_t i = 0; i * parts < shown.values.size(); ++i) {
@@ -88,11 +83,7 @@ class PreviewTest : public PanelWindowTest {
       for (std::size_t part = 0; part < parts; ++part)
         EXPECT_EQ(ShortestText(double{shown.values[i * parts + part]}), ShortestText(stored[part]))
             << pixel.x() << ' ' << pixel.y();
-      if (compared++ % 50 != 0) continue;
-      const QPoint last = pixel + QPoint(cell.width() - 1, cell.height() - 1);
-      EXPECT_EQ(ShortestText(maker_.Inspect(last).elements[image]->parts[0]),
-                ShortestText(stored[0]))
-          << last.x() << ' ' << last.y();
+      ++compared;
     }
     return compared;
   }
@@ -120,9 +111,10 @@ class PreviewTest : public PanelWindowTest {
   std::array<PreviewImage, 3> shown_;
 };
 
-// Whether an outline goes through a point of a view, or the point is not seen.
-bool IsOutlined(ImageView& view, QPointF point) {
-  const QRect around = QRect(point.toPoint(), QSize(3, 1)).translated(-1, 0);
+// Whether an outline is drawn on the left of an area, or this is not seen.
+bool IsOutlined(ImageView& view, const QRect& area) {
+  const QPoint left = PointOf(view, {1.0 * area.x(), area.y() + area.height() / 2.0});
+  const QRect around(left - QPoint(1, 0), QSize(3, 1));
   const QImage shown = view.viewport()->grab(around).toImage();
   bool found = !view.viewport()->rect().contains(around);
   for (int x = 0; x < 3 && !found; ++x) found = shown.pixel(x, 0) == qRgb(255, 220, 60);
@@ -175,18 +167,10 @@ PreviewTest::Sighting PreviewTest::Look(int seed) {
   seen.statistics = Find("Result low limit").parentWidget()->toolTip();
   const QRect outline(number("Region, first column"), number("Region, first row"),
                       number("Region, columns"), number("Region, rows"));
-  const QRect outlined = view.viewportTransform().mapRect(outline);
-  const QRect inside = view.rect().adjusted(4, 4, -4, -4);
-  const QImage screen = view.viewport()->grab().toImage();
-  QPoint point;
-  do {
-    const QPointF place = PlaceAt(view, {Any(view.width()), Any(view.height())});
-    seen.pixel = {qFloor(place.x()), qFloor(place.y())};
-    point = PointOf(view, seen.pixel + QPointF(0.3, 0.3));
-  } while (!view.sceneRect().toRect().contains(seen.pixel) || !inside.contains(point) ||
-           (outlined.adjusted(-4, -4, 4, 4).contains(point) &&
-            !outlined.adjusted(4, 4, -4, -4).contains(point)));
-  seen.gray = qGray(screen.pixel(point));
+  const QRect inside = view.Seen().isNull() ? image : view.Seen().adjusted(1, 1, -1, -1);
+  seen.pixel = inside.topLeft() + QPoint(Any(inside.width()), Any(inside.height()));
+  const QPoint point = PointOf(view, seen.pixel + QPointF(0.5, 0.5));
+  seen.gray = qGray(view.viewport()->grab().toImage().pixel(point));
   QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, point);
   QEvent leaves(QEvent::Leave);
   QApplication::sendEvent(view.viewport(), &leaves);
@@ -196,10 +180,8 @@ PreviewTest::Sighting PreviewTest::Look(int seed) {
   EXPECT_TRUE(WaitFor([&] { return place.text().startsWith(named); }))
       << place.text().toStdString() << " instead of " << named.toStdString();
   seen.place = place.text().section(' ', -2);
-  const QRectF box = view.viewportTransform().mapRect(QRectF(seen.pixel, QSize(1, 1)));
-  EXPECT_TRUE(IsOutlined(view, box.center() - QPointF(std::max(3.0, box.width() / 2), 0)));
-  EXPECT_TRUE(!Find<QCheckBox>("Region").isChecked() ||
-              IsOutlined(view, QPointF(outlined.left(), outlined.center().y())));
+  EXPECT_TRUE(IsOutlined(view, QRect(seen.pixel, QSize(1, 1))));
+  EXPECT_TRUE(!Find<QCheckBox>("Region").isChecked() || IsOutlined(view, outline));
   const auto& table = Find<QTableWidget>("Elements");
   for (const Image i : {kFile1, kFile2, kResult})
     for (int row = 0; row < 5; ++row) seen.elements[i] += table.item(row, i)->text() + " ";
@@ -211,6 +193,8 @@ PreviewTest::Sighting PreviewTest::Look(int seed) {
 
 // How the window looks without what no command keeps, with the elements in the middle.
 QImage PreviewTest::Plain() {
+  Find("Run").setFocus();
+  QTest::keyClick(window_.get(), Qt::Key_Escape);
   for (QLineEdit* const field : window_->findChildren<QLineEdit*>()) {
     field->setClearButtonEnabled(false);  // appears slowly
     field->home(false);
@@ -271,7 +255,7 @@ void PreviewTest::Confirm(const Sighting& seen) {
     };
     QStringList cells = {decimal(real), decimal(imaginary)};
     for (const double figure : {std::hypot(real, imaginary), std::atan2(imaginary, real),
-                                std::atan2(imaginary, real) * 180 / M_PI})
+                                std::atan2(imaginary, real) * 180 / std::numbers::pi})
       cells << QString::number(figure, 'g', 7);
     if (!file.IsComplex()) cells = {cells.front(), "", "", "", ""};
     if (!element || std::isnan(real)) cells = {element ? "no data" : "\u2014", "", "", "", ""};
@@ -292,10 +276,14 @@ void PreviewTest::Confirm(const Sighting& seen) {
   const auto show = [this](auto position, const auto& image) { shown_[position] = image; };
   std::stop_source cancelled;
   cancelled.request_stop();
+  Job other = made->job;  // whose elements lie in the same places
+  other.selection.resampling = Resampling::kAverage;
+  if (seen.seed % 3 != 0) other.elements.noData = 3;
+  maker_.Make(other, other, view, {}, show);
   EXPECT_THROW(maker_.Make(made->job, made->job, view, cancelled.get_token(), show), Cancelled);
   const Findings findings = maker_.Make(made->job, made->job, view, {}, show);
   const int compared = Compare(kResult, *made, seen.band);
-  EXPECT_EQ(findings.elements, made->IsInteger() ? compared : 0);
+  EXPECT_EQ(findings.elements, made->job.mode && made->job.mode->integer ? compared : 0);
   const int step = shown_[kResult].step;
   const auto sampled = [step](int count) { return (count + step - 1) / step; };
   EXPECT_TRUE(!view.seen.isNull() ||
@@ -304,13 +292,11 @@ void PreviewTest::Confirm(const Sighting& seen) {
   const Looks looks = step > 1 ? Looks() : made->grid.looks;
   for (const auto& [image, read] : reads)
     EXPECT_EQ(Compare(image, read, seen.band), compared * looks.x * looks.y);
-  std::array<double, 6> map = {};
-  made->file->GetGeoTransform(map.data());
-  const PixelPlacement placement = made->grid.Placement();
-  auto [x, y] = std::array{0.0, 0.0};
-  GDALApplyGeoTransform(map.data(), (seen.pixel.x() + 0.5 - placement.x) / placement.nx,
-                        (seen.pixel.y() + 0.5 - placement.y) / placement.ny, &x, &y);
-  EXPECT_EQ(seen.place, QString("%1, %2").arg(x, 0, 'g', 10).arg(y, 0, 'g', 10));
+  const bool isSecond = made->job.inputs.begin()->second.ends_with("f2.tif");  // comes first
+  EXPECT_EQ(seen.place,
+            QString("%1, %2")
+                .arg(612345.25 + (isSecond ? 84 : 0) + 10.5 * seen.pixel.x(), 0, 'g', 10)
+                .arg(5412345.75 + (isSecond ? 42 : 0) - 10.5 * seen.pixel.y(), 0, 'g', 10));
   auto [low, high, mean, deviation] = std::array{0.0, 0.0, 0.0, 0.0};
   if (made->IsComplex() || made->Band(seen.band).ComputeStatistics(false, &low, &high, &mean,
                                                                    &deviation, nullptr, nullptr))
@@ -356,6 +342,7 @@ TEST_F(PreviewTest, WindowShowsWhatItsCommandMakesWhateverIsChosen) {
   const QString folder = folder_.path() + "/";
   const std::pair<const char*, QStringList> kChoices[] = {
       {"File1", {folder + "f1.tif", folder + "f3.tif", ""}},
+      {"File1", {folder + "f3.tif"}},
       {"File2", {folder + "f2.tif", folder + "f1.tif", ""}},
       {"Operator", {"(A*File1) * B", "(A*File1) + (B*File2)", "ABS(A*File1)", "A / (B*File2)"}},
       {kA, {"2", "-0.5", "3e+07"}},
@@ -386,12 +373,12 @@ TEST_F(PreviewTest, WindowShowsWhatItsCommandMakesWhateverIsChosen) {
   window_.reset();
   const QString start = QSettings().value("command").toString();
   const int first = std::max(1, qEnvironmentVariableIntValue("FIRST_SEED"));
-  for (int seed = first; seed < first + 12; ++seed) {
+  for (int seed = first; seed < first + 14; ++seed) {
     SCOPED_TRACE(seed);
     random_.seed(static_cast<unsigned>(seed));
     QSettings().setValue("command", start);
     Open("");
-    for (int n = Any(6); n >= 0; --n) {
+    for (int n = Any(8); n >= 0; --n) {
       if (Any(3)) Settle();
       const auto& [name, texts] = kChoices[Any(std::size(kChoices))];
       Act(name, texts[Any(static_cast<int>(texts.size()))]);
@@ -437,9 +424,7 @@ TEST_F(PanelWindowTest, ElementsUnderThePointerAreThoseOfThePixelAndTheSettings)
       << table.toStdString();
   QTest::keyClick(&view, Qt::Key_Escape);
   MakeRaster("f1.tif", 60, 40, 2);  // is noticed
-  for (const double place : {10.97, 21.97, 32.97, 37.97})
-    ExpectElements({place, place}, kFile1,
-                   [](int column, int row) { return QString::number(2 * (column + 100 * row)); });
+  for (const double place : {10.97, 21.97, 32.97, 37.97}) ExpectElements({place, place}, kFile1, 2);
 }
 
 TEST_F(PanelWindowTest, CoarseAndLongThinPreviewsShowPixelsInTheirPlacesAndReadThemOnce) {
@@ -448,11 +433,11 @@ TEST_F(PanelWindowTest, CoarseAndLongThinPreviewsShowPixelsInTheirPlacesAndReadT
   Set("Stretch", "Min\u2013max");
   Pictured("Result preview");
   EXPECT_EQ(Find("Result preview").accessibleDescription(), "1 of 3 \u00d7 3 cells");
-  for (const Image image : {kFile1, kResult}) ExpectElements({391, 541}, image, Ramp);
+  ExpectElements({391, 541}, kResult, 1);
   const auto bytesRead = [] { return std::stol(Bytes("/proc/self/io").substr(7)); };
   const long before = bytesRead();
   Set(kA, "0");
-  ExpectElements({391, 541}, kResult, [](int, int) { return "0 0 0 "; });
+  ExpectElements({391, 541}, kResult, 0);
   EXPECT_LT(bytesRead() - before, 4000000);  // of 8 million
   Set("Images shown", "Result");             // with more room for finer cells
   Pictured("Result preview");
@@ -476,7 +461,7 @@ TEST_F(PanelWindowTest, AllImagesShowTheSamePlaceDownToSinglePixels) {
   Settle();
   EXPECT_TRUE(file1.itemAt(PointOf(file1, place)));  // the picture lies there
   EXPECT_LT(result.Picture().width(), 1250);
-  ExpectElements(place, kFile2, Ramp);
+  ExpectElements(place, kFile2, 1);
   const QPoint fixed(50, 40);
   const QPointF there = PlaceAt(result, fixed);
   QWheelEvent wheel(fixed, result.mapToGlobal(fixed), {}, {0, 3600}, Qt::NoButton, Qt::NoModifier,
