@@ -34,7 +34,7 @@ TEST_F(PanelWindowTest, RunsAndShowsTheCommandThatRepeatsIt) {
 
 TEST_F(PanelWindowTest, ShowsTheSettingsOfACommandThatStartsItOrIsPasted) {
   const std::string settings =
-      " -mode=cfloat32 -format=ENVI -co=INTERLEAVE=BIL -extent=intersection -region=3:4:20:10000 "
+      " -mode=cfloat32 -format=JPEG -co=INTERLEAVE=BIL -extent=intersection -region=3:4:20:10000 "
       "-resolution=2 -resampling=cubic -looks=2:3 -bands=1 -oo=NUM_THREADS=2 -nodata=keep -a=0.1:0 "
       "-b=1:16777216 -operator='1+b_pow_a' -clamp";
   const std::string command = kFiles + settings;
@@ -80,12 +80,6 @@ TEST_F(PanelWindowTest, ShowsTheSettingsOfACommandThatStartsItOrIsPasted) {
     expectSettings();
   }
   EXPECT_TRUE(OnlyTheInputsAreThere());
-  // Without a word of a number or the switch, a command means what a start with it has.
-  Paste("lumomixcalc f1.tif o.tif -format=JPEG");  // which is not written
-  EXPECT_TRUE(WaitFor([&] {
-    return TextOf("Command").ends_with("/o.tif' -format=JPEG -a=1:0 -b=1:0 -operator='a1+b2'");
-  })) << TextOf("Command");
-  EXPECT_EQ(TextOf("File2"), "");
   Paste("lumomixcalc f1.tif o2.tif -check -operator=a1b");
   EXPECT_TRUE(WaitFor([&] { return TextOf("Save") == "o2.tif"; }));
   Run("done");
@@ -125,12 +119,9 @@ TEST_F(PanelWindowTest, ProgramOpensInputsOrNamesANewOutputAndEndsByASignal) {
   for (const char* const second : {"f2.tif", "new.tif"}) {
     QProcess program;
     program.start(LUMOMIXCALC_TEST_PROGRAM_FOLDER "/lumomixcalc-panel", {"f1.tif", second});
-    const QString open = QString("/proc/%1/fd").arg(program.processId());
-    const QString last = *second == 'f' ? "/f2.tif" : "/f1.tif";
-    EXPECT_TRUE(WaitFor([&] {
-      return std::ranges::any_of(QDir(open).entryInfoList(), [&](const QFileInfo& file) {
-        return file.symLinkTarget().endsWith(last);
-      });
+    const QVariant before = QSettings("lumomixcalc", "panel").value("window/number");
+    EXPECT_TRUE(WaitFor([&] {  // shows its window
+      return QSettings("lumomixcalc", "panel").value("window/number") != before;
     }));
     program.terminate();
     EXPECT_TRUE(program.waitForFinished(5000));
@@ -148,9 +139,6 @@ TEST_F(PanelWindowTest, AsksBeforeItReplacesAFileAndNamesAnInput) {
   Answer("out.tif exists already", "Cancel",
          [&] { QTest::keyClick(window_.get(), Qt::Key_R, Qt::ControlModifier); });
   EXPECT_EQ(Bytes("out.tif"), "precious");
-  QTest::keyClicks(&Find("Other options"), "-overwrite\r");
-  Settle();
-  EXPECT_EQ(Notes(), "");
   Answer("exists already", "Replace", [&] { Run("done"); });
   EXPECT_NE(Bytes("out.tif"), "precious");
   QFile::link("f2.tif", "link.tif");
@@ -174,7 +162,8 @@ TEST_F(PanelWindowTest, NumbersAreReadAsPeopleTypeThemAndOtherTextsKeepItFromRun
   const QRgb before = colour();
   for (const std::string text : {"abc", " ", "1,234.5", "1,2,3", "1 000", "1e99", "1/3"}) {
     for (const std::string& number : {std::string("2"), text}) Set(kA, Text(number));
-    EXPECT_NE(colour(), before);  // dimmed
+    EXPECT_NE(colour(), before);                              // dimmed
+    EXPECT_NE(Find(kA).styleSheet(), Find(kB).styleSheet());  // is marked
     QTest::keyClick(&Find(kA), Qt::Key_Return);
     EXPECT_FALSE(Find("Copy").isEnabled());
     Set("Run");
@@ -292,11 +281,7 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   EXPECT_TRUE(WaitFor([&] { return Notes().find("no.tif") != std::string::npos; }));
   QFile::remove("no.tif");
   EXPECT_TRUE(WaitFor([&] { return Notes().starts_with("\u2022 cannot open no.tif"); }));
-  Set(kB, "x");
-  EXPECT_EQ(Notes(),
-            std::string("\u2022 ") + kB + ": \u201cx\u201d is not a number that can be used");
-  for (const char* const name : {kB, "File1"})
-    EXPECT_NE(Find(name).styleSheet(), Find("File2").styleSheet()) << name;
+  EXPECT_NE(Find("File1").styleSheet(), Find("File2").styleSheet());
 }
 
 TEST_F(PanelWindowTest, TabGoesThroughWidgetsThatScreenReadersCanNameAndRowsHaveHelp) {

@@ -114,10 +114,10 @@ class PreviewTest : public PanelWindowTest {
 // Whether an outline is drawn on the left of an area, or this is not seen.
 bool IsOutlined(ImageView& view, const QRect& area) {
   const QPoint left = PointOf(view, {1.0 * area.x(), area.y() + area.height() / 2.0});
-  const QRect around(left - QPoint(1, 0), QSize(3, 1));
+  const QRect around(left - QPoint(3, 0), QSize(7, 1));  // of a small pixel it is larger
   const QImage shown = view.viewport()->grab(around).toImage();
   bool found = !view.viewport()->rect().contains(around);
-  for (int x = 0; x < 3 && !found; ++x) found = shown.pixel(x, 0) == qRgb(255, 220, 60);
+  for (int x = 0; x < 7 && !found; ++x) found = shown.pixel(x, 0) == qRgb(255, 220, 60);
   return found;
 }
 
@@ -203,7 +203,6 @@ QImage PreviewTest::Plain() {
     QTest::keyClick(window_.get(), key, Qt::ControlModifier);
   Find<QSpinBox>("Band").setValue(1);
   Find("Band").hide();  // offers what it did before a run that is not possible
-  Find<QPlainTextEdit>("Messages").setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   if (auto& without = Find<QComboBox>("Resampling"); !without.isEnabled())
     without.setCurrentIndex(0);
   Settle();
@@ -217,6 +216,7 @@ QImage PreviewTest::Plain() {
   QImage plain;
   EXPECT_TRUE(WaitFor([&] {  // to look may change the layout
     Settle();
+    Set("Messages");  // some name the element that was read first
     return std::exchange(plain, window_->grab().toImage()) == plain;
   }));
   QTest::keyClick(window_.get(), Qt::Key_Escape);
@@ -298,8 +298,8 @@ void PreviewTest::Confirm(const Sighting& seen) {
                 .arg(612345.25 + (isSecond ? 84 : 0) + 10.5 * seen.pixel.x(), 0, 'g', 10)
                 .arg(5412345.75 + (isSecond ? 42 : 0) - 10.5 * seen.pixel.y(), 0, 'g', 10));
   auto [low, high, mean, deviation] = std::array{0.0, 0.0, 0.0, 0.0};
-  if (made->IsComplex() || made->Band(seen.band).ComputeStatistics(false, &low, &high, &mean,
-                                                                   &deviation, nullptr, nullptr))
+  if (made->Band(seen.band).ComputeStatistics(false, &low, &high, &mean, &deviation, nullptr,
+                                              nullptr))
     return;
   if (seen.whole && std::isfinite(mean)) {
     const auto figure = [](double value) { return QString::number(value, 'g', 3); };
@@ -318,17 +318,11 @@ void PreviewTest::Confirm(const Sighting& seen) {
 }
 
 TEST_F(PreviewTest, WindowShowsWhatItsCommandMakesWhateverIsChosen) {
-  MakeRaster("f1.tif", 60, 40, 1, 2, GDT_Float32);
-  MakeRaster("f2.tif", 50, 50, 2);
+  MakeRaster("f1.tif", 60, 40, 0.5, 2, GDT_Float32, true);
+  MakeRaster("f2.tif", 50, 50, 0.25, 2, GDT_CFloat32, true);
   MakeRaster("f3.tif", 60, 40, 0.1, 1, GDT_Float64);
   for (const char* const file : {"f1.tif", "f2.tif"}) {
     const GDALDatasetUniquePtr dataset(GDALDataset::Open(file, GA_Update));
-    std::vector<float> noise(20000);
-    for (float& part : noise) part = static_cast<float>(Any(1000)) / 8 - 40;
-    const int columns = dataset->GetRasterXSize();
-    const int rows = dataset->GetRasterYSize();
-    EXPECT_EQ(CE_None, dataset->RasterIO(GF_Write, 0, 0, columns, rows, noise.data(), columns, rows,
-                                         GDT_CFloat32, 2, nullptr, 0, 0, 0, nullptr));
     dataset->GetRasterBand(1)->SetNoDataValue(5);
     dataset->BuildOverviews("AVERAGE", 1, std::array{2}.data(), 0, nullptr, nullptr, nullptr);
   }
@@ -336,7 +330,7 @@ TEST_F(PreviewTest, WindowShowsWhatItsCommandMakesWhateverIsChosen) {
     std::ofstream(file) << "10.5\n0\n0\n-10.5\n612345.25\n5412345.75";
   std::ofstream("f2.tfw") << "10.5\n0\n0\n-10.5\n612429.25\n5412387.75";  // 8 right, 4 up
   const std::pair<const char*, QString> kDisplay[] = {{"Stretch", "Min\u2013max"},
-                                                      {"Result part", "Phase"},
+                                                      {"Result part", "Real part"},
                                                       {"Result colours", "Grey"},
                                                       {"File1 colours", "Centred on zero"}};
   const QString folder = folder_.path() + "/";
@@ -344,14 +338,14 @@ TEST_F(PreviewTest, WindowShowsWhatItsCommandMakesWhateverIsChosen) {
       {"File1", {folder + "f1.tif", folder + "f3.tif", ""}},
       {"File1", {folder + "f3.tif"}},
       {"File2", {folder + "f2.tif", folder + "f1.tif", ""}},
-      {"Operator", {"(A*File1) * B", "(A*File1) + (B*File2)", "ABS(A*File1)", "A / (B*File2)"}},
+      {"Operator", {"(A*File1) * B", "ABS(A*File1)", "A / (B*File2)"}},
       {kA, {"2", "-0.5", "3e+07"}},
       {"File1 Coeff (A), number 2 of 2", {"0.25"}},
       {kB, {"3", "-1"}},
       {"Clamp at 0?", {""}},
       {"Swap", {""}},
+      {"Result preview", {"", ""}},
       {"Shared area only", {""}},
-      {"Region", {""}},
       {"Resolution", {"1", "2", "3"}},
       {"Resampling", {"nearest", "average", "bilinear", "cubic", "overview"}},
       {"Looks, columns", {"1", "1", "3"}},
@@ -366,20 +360,20 @@ TEST_F(PreviewTest, WindowShowsWhatItsCommandMakesWhateverIsChosen) {
       {"File1 high limit", {"5\r"}},
       {"Other options",
        {"\b\r", "-nodata=10\r", "-nodata=keep\r", "-bands=2\r", "-a_nodata=-9999\r"}},
-      {"File1 preview", {"+++", "", ""}},
-      {"Result preview", {"++", "---", "--------", "", ""}}};
+      {"File1 preview", {"", ""}},
+      {"Result preview", {"+++", "---------", "", ""}}};
   Open(std::string(kFiles) + " -extent=intersection");
   for (const auto& [name, text] : kDisplay) Set(name, text);
   window_.reset();
   const QString start = QSettings().value("command").toString();
   const int first = std::max(1, qEnvironmentVariableIntValue("FIRST_SEED"));
-  for (int seed = first; seed < first + 14; ++seed) {
+  for (int seed = first; seed < first + 12; ++seed) {
     SCOPED_TRACE(seed);
     random_.seed(static_cast<unsigned>(seed));
     QSettings().setValue("command", start);
     Open("");
-    for (int n = Any(8); n >= 0; --n) {
-      if (Any(3)) Settle();
+    for (int n = 4 + Any(8); n > 0; --n) {
+      if (Any(3) == 0) Settle();
       const auto& [name, texts] = kChoices[Any(std::size(kChoices))];
       Act(name, texts[Any(static_cast<int>(texts.size()))]);
     }
@@ -412,17 +406,14 @@ TEST_F(PanelWindowTest, ElementsUnderThePointerAreThoseOfThePixelAndTheSettings)
   EXPECT_TRUE(WaitFor([&] { return named() == "Pinned: column 0, row 18"; }))
       << named().toStdString();
   EXPECT_TRUE(view.Seen().contains(0, 18));  // has followed
-  QTest::keyClicks(&view, "-------");
-  Settle();
-  const QPoint there = PointOf(view, {7.5, 9.5});
-  QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, there);
-  EXPECT_TRUE(WaitFor([&] { return named() == "Pinned: column 7, row 9"; }));
-  QTest::mouseMove(view.viewport(), there + QPoint(50, 0));
+  QTest::mouseMove(view.viewport(), {50, 60});
+  view.setFocus();
   QTest::keyClick(&view, Qt::Key_C, Qt::ControlModifier);
   const QString table = QGuiApplication::clipboard()->text();
-  EXPECT_TRUE(table.contains(QRegularExpression("^Pinned.*\n\tFile1.*\nValue\t907\t")))
+  EXPECT_TRUE(table.contains(QRegularExpression("^Pinned.*\n\tFile1.*\nValue\t1800\t")))
       << table.toStdString();
   QTest::keyClick(&view, Qt::Key_Escape);
+  QTest::keyClick(window_.get(), Qt::Key_0, Qt::ControlModifier);
   MakeRaster("f1.tif", 60, 40, 2);  // is noticed
   for (const double place : {10.97, 21.97, 32.97, 37.97}) ExpectElements({place, place}, kFile1, 2);
 }

@@ -6,6 +6,7 @@
 
 #include <QTest>
 #include <QtWidgets>
+#include <cmath>
 #include <complex>
 #include <fstream>
 #include <functional>
@@ -26,14 +27,18 @@ inline constexpr const char* kFiles = "f1.tif f2.tif out.tif";
 inline constexpr const char* kA = "File1 Coeff (A), number 1 of 2";
 inline constexpr const char* kB = "File2 Coeff (B), number 1 of 2";
 
-// Elements are factor * (x + 100 y + band i).
+// Elements are factor * (x + 100 y + band i), or noise.
 inline void MakeRaster(const char* file, int columns, int rows, double factor, int bands = 2,
-                       GDALDataType type = GDT_CFloat32) {
+                       GDALDataType type = GDT_CFloat32, bool noise = false) {
+  const auto number = [=](int ramp, int seed) {
+    return factor * (noise ? std::remainder(7919.0 * ramp * ramp + 101 * seed, 251) : ramp);
+  };
   std::vector<std::complex<double>> elements(static_cast<std::size_t>(columns * rows * bands));
   std::complex<double>* element = elements.data();
   for (int band = 1; band <= bands; ++band)
     for (int y = 0; y < rows; ++y)
-      for (int x = 0; x < columns; ++x) *element++ = {factor * (x + 100 * y), factor * band};
+      for (int x = 0; x < columns; ++x)
+        *element++ = {number(x + 100 * y, band), noise ? number(x * y, 5 * band) : factor * band};
   GDALDatasetUniquePtr dataset(GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
       file, columns, rows, bands, type, nullptr));
   EXPECT_EQ(CE_None, dataset->RasterIO(GF_Write, 0, 0, columns, rows, elements.data(), columns,
