@@ -80,6 +80,8 @@ TEST_F(PanelWindowTest, ShowsTheSettingsOfACommandThatStartsItOrIsPasted) {
     expectSettings();
   }
   EXPECT_TRUE(OnlyTheInputsAreThere());
+  Paste("lumomixcalc -panel f1.tif");
+  EXPECT_TRUE(WaitFor([&] { return TextOf("Save").empty(); }));
   Paste("lumomixcalc f1.tif o2.tif -check -operator=a1b");
   EXPECT_TRUE(WaitFor([&] { return TextOf("Save") == "o2.tif"; }));
   Run("done");

@@ -148,6 +148,10 @@ TEST_F(LimitsTest, HoldWhenDraggedOrTypedUntilReset) {
   Type(kLow, "1\r");
   QTest::mouseDClick(Find(kLow).parentWidget(), Qt::LeftButton, {}, {60, 10});
   EXPECT_EQ(Shown(), "24 1955.5");
+  Set("Stretch", "Min\u2013max");
+  Set("Region");
+  Set("Region, rows", "20");
+  EXPECT_TRUE(WaitFor([&] { return Shown() == "0 979.5"; })) << Shown();
   Set("File1 part", "Imaginary part");  // a constant, which is said once
   EXPECT_EQ(TextOf(kLow), "0.5");
   EXPECT_FALSE(Find(kHigh).isVisible());
