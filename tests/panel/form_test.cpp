@@ -234,9 +234,9 @@ TEST_F(PanelWindowTest, TakesDroppedFilesAndNamesTheirOutput) {
 
 TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   MakeRaster("f1.tif", 60, 40, 20);
-  Open("f1.tif f2.tif out.tif -operator=a1b -mode=cint16");
-  EXPECT_TRUE(WaitFor([&] { return Notes().starts_with("\u2022 58.4 % of the elements"); }));
-  EXPECT_EQ(Find<QLabel>("Resolved output").text(), "GTiff cint16, 60 \u00d7 40, 2 bands, 19.2 kB");
+  Open("f1.tif f2.tif out.tif -operator=a1b -mode=cint16 -region=0:10:60:20");
+  EXPECT_TRUE(WaitFor([&] { return Notes().starts_with("\u2022 66.8 % of the elements"); }));
+  EXPECT_EQ(Find<QLabel>("Resolved output").text(), "GTiff cint16, 60 \u00d7 20, 2 bands, 9.6 kB");
   EXPECT_NE(Find("File2").palette(), Find("File1").palette());
   EXPECT_EQ(window_->windowTitle().toStdString(), "f1.tif \u2013 (A*File1) * B \u2013 LumoMixcalc");
   Set("Operator", "(FILE1 + B)**A");
@@ -259,12 +259,11 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   Run("done");
   Set("File1", " GTIFF_DIR:1:f1.tif ");
   Set("File2", "f1.tif");
-  Set("Region");
   Set("Region, columns", "61");
   Answer("exists already", "Replace", [&] { Run("failed"); });
-  EXPECT_TRUE(Told("Region 0:0:61:40 is not inside")) << TextOf("Messages");
+  EXPECT_TRUE(Told("Region 0:10:61:20 is not inside")) << TextOf("Messages");
   EXPECT_TRUE(WaitFor([&] {
-    return Notes().starts_with("\u2022 Region 0:0:61:40 is") && !Told("\nRegion 0:0:61:40 is");
+    return Notes().starts_with("\u2022 Region 0:10:61:20 is") && !Told("\nRegion 0:10:61:20 is");
   }));
   Set("File1", "no.tif");
   Set("File2", "unread.tif");

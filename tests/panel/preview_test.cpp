@@ -390,7 +390,7 @@ TEST_F(PreviewTest, WindowShowsWhatItsCommandMakesWhateverIsChosen) {
       Paste(command);
       EXPECT_TRUE(WaitFor([&] { return TextOf(kB) != "77"; }));
     }
-    EXPECT_EQ(Plain(), plain) << seen.command;
+    EXPECT_TRUE(!seen.pictured || Plain() == plain) << seen.command;
     window_.reset();
     Confirm(seen);
   }
