@@ -183,11 +183,13 @@ TEST_F(PanelWindowTest, NumbersAreReadAsPeopleTypeThemAndOtherTextsKeepItFromRun
   EXPECT_EQ(TextOf(kA), "0.1");
 }
 
-TEST_F(PanelWindowTest, RemembersItsSizeInsideTheScreen) {
+TEST_F(PanelWindowTest, RemembersNumbersAndItsSizeInsideTheScreen) {
   Open(kFiles);
   const QSize size = window_->size() - QSize(53, 55);
   window_->resize(size);
+  Set(kA, "0.3");
   Open("");
+  EXPECT_EQ(TextOf(kA), "0.3");
   EXPECT_EQ(window_->size(), size);
   const QPoint place = window_->pos();
   Open("");
