@@ -51,7 +51,6 @@ Job ReadCommand(const std::string& command, HostState& host) {
     SetNumbers(host.panelRows, RowNumbers(before.size()));
     std::vector<std::string> arguments = {"-a=1", "-b=1", "-operator=a1+b2"};
     std::ranges::copy(options.applicationArguments, std::back_inserter(arguments));
-    host.desisted = false;
     ReadApplicationOptions(arguments, host, {});
     PlaceFiles(options, host.registration);
     return options.job;

@@ -286,8 +286,8 @@ void PanelWindow::ShowFindings(const Findings& findings) {
   if (findings.plan) preview_->OfferBands(findings.plan->bands);
   preview_->Dim(!Fault().isEmpty());
   output_->SetExtent(preview_->Extent());
+  files_->MarkFaults(Text(findings.failure));  // first: a style that ends takes the palette along
   files_->ShowRead(findings.inputs);
-  files_->MarkFaults(Text(findings.failure));
   resolved_->setText(findings.plan ? SummaryOf(*findings.plan) : "");
   resolved_->setToolTip(resolved_->text());
   ShowNotes();

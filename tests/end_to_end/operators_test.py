@@ -23,6 +23,8 @@ from osgeo import gdal, osr
 import harness
 from harness import GEOTRANSFORM, RPC, equal
 
+np.seterr(invalid="ignore")  # NaN is among the elements
+
 FORMULAS = {  # of A, B, File1 and File2; a real result is the real part
     "a1+b2": lambda a, b, f, g: a * f + b * g,
     "a1-b2": lambda a, b, f, g: a * f - b * g,
@@ -60,8 +62,7 @@ def looks(elements, nx, ny):
     bands, rows, columns = elements.shape
     blocks = elements[:, :rows // ny * ny, :columns // nx * nx].reshape(
         bands, rows // ny, ny, columns // nx, nx)
-    with np.errstate(invalid="ignore"):
-        return np.nansum(blocks, axis=(2, 4)) / (~np.isnan(blocks)).sum(axis=(2, 4))
+    return np.nansum(blocks, axis=(2, 4)) / (~np.isnan(blocks)).sum(axis=(2, 4))
 
 
 class Image:
@@ -146,12 +147,15 @@ class Operators(harness.ProgramTest):
             elif georeferencing == "points":
                 dataset.SetGCPs([gdal.GCP(i, i * i, -i, 3 * i, 5 * i % 7) for i in range(4)],
                                 osr.GetUserInputAsWKT("EPSG:4326"))
+            dataset.FlushCache()  # GDAL 3.6 swaps no bytes of strips that are wholly no data
             dataset.SetMetadata(self.pick(RPC, {}), "RPC")
             dataset.SetMetadata(self.pick({}, {
                 "SENSOR": path[-9:], "AREA_OR_POINT": "Point", "TIFFTAG_XRESOLUTION": "300",
                 "TIFFTAG_YRESOLUTION": "60", **dict.fromkeys(OF_THE_INPUT, "ImageJ=1 2 3 4")}))
             for i in range(dataset.RasterCount):
                 band = dataset.GetRasterBand(i + 1)
+                if missing == "value":
+                    band.SetNoDataValue(HOLE)
                 if self.pick(True, False):
                     band.SetMetadata({"KEY": f"{path[-9:]}-{i}", "scale_factor": "3",
                                       "STATISTICS_MEAN": "-5"})
@@ -166,7 +170,7 @@ class Operators(harness.ProgramTest):
                 mask = dataset.GetRasterBand(1).GetMaskBand()
                 mask.WriteArray(self.random.integers(0, 3, shape[1:], np.uint8))
         harness.write(path, pixels if is_complex else pixels.real, *creation, type=name, format=driver,
-                      noData=HOLE if missing == "value" else None, change=describe)
+                      change=describe)
         if "\a" not in path and self.pick(True, False, False):  # whose bands can differ in what they declare
             vrt = gdal.Translate(f"{path}.vrt", path, format="VRT")
             for i in range(len(pixels)):

@@ -10,27 +10,18 @@
 namespace lumomixcalc::standalone {
 namespace {
 
-TEST_F(PanelWindowTest, EditsReachTheRunAndTheCommandThatRepeatsIt) {
-  Open(kFiles);
-  EXPECT_TRUE(WaitFor([&] { return TextOf("Region, rows") == "40"; }));
-  const std::pair<const char*, const char*> kEdits[] = {
-      {kA, "0,123456781"},       {"File1 Coeff (A), number 2 of 2", "-1.5e-1"},
-      {kB, "0.12345679"},        {"Operator", "(A*File1) / (B*File2)"},
-      {"Clamp at 0?", ""},       {"Region", ""},
-      {"Region, columns", "50"}, {"Resolution", "2"},
-      {"Resampling", "average"}, {"Format", "GTiff"}};
-  for (const auto& [field, text] : kEdits) {
-    const std::string before = CurrentCommand();
-    Set(field, text);
-    EXPECT_FALSE(Find("Copy").isEnabled());  // an old command
-    EXPECT_NE(CurrentCommand(), before);
-  }
+TEST_F(PanelWindowTest, RunsAndShowsTheCommandThatRepeatsIt) {
+  Open(std::string(kFiles) + " -format=GTiff -region=0:0:50:40 -clamp -b=2:0.123");
+  EXPECT_NE(CurrentCommand(), "");
+  Set(kA, "0,123456781");
+  EXPECT_FALSE(Find("Copy").isEnabled());  // an old command
+  Settle();
   EXPECT_EQ(Notes(), "\u2022 a complex output is not clamped");
   Run("done");
   EXPECT_TRUE(Told("band 2: minimum "));
-  EXPECT_TRUE(CurrentCommand().ends_with(
-      "/out.tif' -format=GTiff -region=0:0:50:40 -resolution=2 -resampling=average "
-      "-a=0.12345678:-0.15 -b=0.12345679:0 -operator='a1/b2' -clamp -overwrite"))
+  EXPECT_TRUE(
+      CurrentCommand().ends_with("/out.tif' -format=GTiff -region=0:0:50:40 "
+                                 "-a=0.12345678:0 -b=2:0.123 -operator='a1+b2' -clamp -overwrite"))
       << CurrentCommand();
   const std::string written = Bytes("out.tif");
   std::ofstream("out.tif") << "other";
@@ -41,71 +32,57 @@ TEST_F(PanelWindowTest, EditsReachTheRunAndTheCommandThatRepeatsIt) {
   EXPECT_TRUE(Bytes("out.tif") == written);
 }
 
-TEST_F(PanelWindowTest, ShowsTheSettingsOfACommandThatStartsItOrIsPastedAndOfItsLastUse) {
+TEST_F(PanelWindowTest, ShowsTheSettingsOfACommandThatStartsItOrIsPasted) {
   const std::string settings =
-      " -mode=cfloat32 -format=ENVI -co=INTERLEAVE=BIL -extent=intersection -region=3:4:20:10 "
-      "-resolution=2 -resampling=cubic -looks=2:1 -bands=1 -oo=NUM_THREADS=2 -nodata=keep -a=0.1:0 "
+      " -mode=cfloat32 -format=JPEG -co=INTERLEAVE=BIL -extent=intersection -region=3:4:20:10000 "
+      "-resolution=2 -resampling=cubic -looks=2:3 -bands=1 -oo=NUM_THREADS=2 -nodata=keep -a=0.1:0 "
       "-b=1:16777216 -operator='1+b_pow_a' -clamp";
   const std::string command = kFiles + settings;
-  const auto paste = [this](const std::string& text) {
-    QGuiApplication::clipboard()->setText(Text(text));
-    Set("Paste");
-  };
-  const auto expectSettings = [&](const std::string& folder) {
+  const auto expectSettings = [&] {
     EXPECT_TRUE(WaitFor([&] { return TextOf("Command").ends_with("/out.tif'" + settings); }))
         << TextOf("Command");
-    EXPECT_EQ(TextOf("File2"), folder + "f2.tif");
+    EXPECT_EQ(TextOf("File2"), "f2.tif");
     EXPECT_EQ(TextOf(kA) + " " + TextOf("Operator"), "0.1 (FILE1 + B)**A");
   };
   Open(command);
-  expectSettings("");
-  Open("");
-  expectSettings(folder_.path().toStdString() + "/");
+  expectSettings();
   Open("-a=7 -b=nan");
-  paste("lumomixcalc \\\n " + command + " -overwrite\n");
-  expectSettings("");
+  Paste("lumomixcalc \\\n " + command + " -overwrite\n");
+  expectSettings();
   EXPECT_EQ(TextOf("Other options"), "-co=INTERLEAVE=BIL -bands=1 -oo=NUM_THREADS=2 -nodata=keep");
-  const auto type = [this](const QString& text) {
-    Find<QLineEdit>("Other options").selectAll();
-    QTest::keyClicks(&Find("Other options"), text + '\r');
-    Settle();
-  };
   for (const char* const text : {"-nodata=x", "-looks=3", "f2.tif", "-file1=x", "-a=2", "-part=1/2",
                                  "-check", "-quiet", "--config A B"}) {
-    type(text);
+    Type("Other options", QString(text) + '\r');
+    Settle();
     EXPECT_TRUE(Notes().starts_with("\u2022 Other options: ")) << text;
     Set("Run");
     EXPECT_FALSE(Find("Copy").isEnabled());
   }
-  type("-nodata=3  -strict -window=0:0:9:9 -stats=s");
-  EXPECT_NE(CurrentCommand().find(" -looks=2:1 -nodata=3 "), std::string::npos);
+  Type("Other options", "-nodata=3  -strict -window=0:0:9:9 -stats=s\r");
+  EXPECT_NE(CurrentCommand().find(" -looks=2:3 -nodata=3 "), std::string::npos);
   EXPECT_EQ(CurrentCommand().find(" -region="), std::string::npos);
   EXPECT_EQ(TextOf("Other options"), "-window=0:0:9:9 -nodata=3 -stats=s -strict");
   Set("Reset");
   EXPECT_TRUE(WaitFor([&] {
     return TextOf("Command").ends_with("/out.tif' -a=1:0 -b=1:0 -operator='a1+b2'");
   })) << TextOf("Command");
-  paste("$ lumomixcalc " + command);
-  expectSettings("");
+  Paste("$ lumomixcalc " + command);
+  expectSettings();
   for (const char* const text :
        {"", "lumomixcalc $(touch f3.tif) f1.tif o.tif", "lumomixcalc 'f1.tif",
         "lumomixcalc -b=3 f1.tif o.tif -operator=no", "lumomixcalc -join=a.vrt",
         "lumomixcalc f1.tif o.vrt -part=1/2"}) {
     Set("Messages");
-    paste(text);
+    Paste(text);
     EXPECT_TRUE(WaitFor([&] { return Told("Not pasted: "); })) << text;
-    for (const char* const rows : {"3", "1"}) Set("Looks, rows", rows);
+    for (const char* const rows : {"1", "3"}) Set("Looks, rows", rows);
     Settle();
-    expectSettings("");
+    expectSettings();
   }
   EXPECT_TRUE(OnlyTheInputsAreThere());
-  // Without a word of a number or the switch, a command means what a start with it has.
-  paste("lumomixcalc f1.tif o.tif");
-  EXPECT_TRUE(WaitFor([&] {
-    return TextOf("Command").ends_with("/o.tif' -a=1:0 -b=1:0 -operator='a1+b2'");
-  })) << TextOf("Command");
-  EXPECT_EQ(TextOf("File2"), "");
-  paste("lumomixcalc f1.tif o2.tif -check -operator=a1b");
+  Paste("lumomixcalc -panel f1.tif");
+  EXPECT_TRUE(WaitFor([&] { return TextOf("Save").empty(); }));
+  Paste("lumomixcalc f1.tif o2.tif -check -operator=a1b");
   EXPECT_TRUE(WaitFor([&] { return TextOf("Save") == "o2.tif"; }));
   Run("done");
   EXPECT_TRUE(QFile::exists("o2.tif"));
@@ -116,7 +93,7 @@ TEST_F(PanelWindowTest, RunThatIsCancelledClosedOrEndedBySignalLeavesNothing) {
   Open("f1.tif -save=out.tif -a=1:0.5 -operator=1+b_pow_a");
   const auto run = [this] {
     Set("Run");
-    for (const char* const name : {"Operator", "Paste"})
+    for (const char* const name : {"Operator", "Paste", "Reset"})
       EXPECT_FALSE(Find(name).isEnabled()) << name;
     EXPECT_TRUE(WaitFor([] { return !OnlyTheInputsAreThere(); }));
   };
@@ -144,12 +121,9 @@ TEST_F(PanelWindowTest, ProgramOpensInputsOrNamesANewOutputAndEndsByASignal) {
   for (const char* const second : {"f2.tif", "new.tif"}) {
     QProcess program;
     program.start(LUMOMIXCALC_TEST_PROGRAM_FOLDER "/lumomixcalc-panel", {"f1.tif", second});
-    const QString open = QString("/proc/%1/fd").arg(program.processId());
-    const QString last = *second == 'f' ? "/f2.tif" : "/f1.tif";
-    EXPECT_TRUE(WaitFor([&] {
-      return std::ranges::any_of(QDir(open).entryInfoList(), [&](const QFileInfo& file) {
-        return file.symLinkTarget().endsWith(last);
-      });
+    const QVariant before = QSettings("lumomixcalc", "panel").value("window/number");
+    EXPECT_TRUE(WaitFor([&] {  // shows its window
+      return QSettings("lumomixcalc", "panel").value("window/number") != before;
     }));
     program.terminate();
     EXPECT_TRUE(program.waitForFinished(5000));
@@ -167,9 +141,6 @@ TEST_F(PanelWindowTest, AsksBeforeItReplacesAFileAndNamesAnInput) {
   Answer("out.tif exists already", "Cancel",
          [&] { QTest::keyClick(window_.get(), Qt::Key_R, Qt::ControlModifier); });
   EXPECT_EQ(Bytes("out.tif"), "precious");
-  QTest::keyClicks(&Find("Other options"), "-overwrite\r");
-  Settle();
-  EXPECT_EQ(Notes(), "");
   Answer("exists already", "Replace", [&] { Run("done"); });
   EXPECT_NE(Bytes("out.tif"), "precious");
   QFile::link("f2.tif", "link.tif");
@@ -193,12 +164,16 @@ TEST_F(PanelWindowTest, NumbersAreReadAsPeopleTypeThemAndOtherTextsKeepItFromRun
   const QRgb before = colour();
   for (const std::string text : {"abc", " ", "1,234.5", "1,2,3", "1 000", "1e99", "1/3"}) {
     for (const std::string& number : {std::string("2"), text}) Set(kA, Text(number));
-    EXPECT_NE(colour(), before);  // dimmed
+    EXPECT_NE(colour(), before);                              // dimmed
+    EXPECT_NE(Find(kA).styleSheet(), Find(kB).styleSheet());  // is marked
+    QTest::keyClick(&Find(kA), Qt::Key_Return);
     EXPECT_FALSE(Find("Copy").isEnabled());
     Set("Run");
     EXPECT_TRUE(Told("\u201c" + text + "\u201d is not a number")) << text;
   }
   EXPECT_TRUE(OnlyTheInputsAreThere());
+  Open("");
+  EXPECT_EQ(TextOf(kA), "2");  // the last number
   Set(kA, "0.1");
   for (const auto key : {Qt::Key_Down, Qt::Key_Up, Qt::Key_Up}) QTest::keyClick(&Find(kA), key);
   Find<QLineEdit>(kA).selectAll();
@@ -208,12 +183,10 @@ TEST_F(PanelWindowTest, NumbersAreReadAsPeopleTypeThemAndOtherTextsKeepItFromRun
   EXPECT_EQ(TextOf(kA), "0.1");
 }
 
-TEST_F(PanelWindowTest, RemembersSizeAndDisplayInsideTheScreen) {
+TEST_F(PanelWindowTest, RemembersNumbersAndItsSizeInsideTheScreen) {
   Open(kFiles);
   const QSize size = window_->size() - QSize(53, 55);
   window_->resize(size);
-  Set("Stretch", "Logarithm");
-  Set("Result part", "Phase");
   Set(kA, "0.3");
   Open("");
   EXPECT_EQ(TextOf(kA), "0.3");
@@ -221,7 +194,6 @@ TEST_F(PanelWindowTest, RemembersSizeAndDisplayInsideTheScreen) {
   const QPoint place = window_->pos();
   Open("");
   EXPECT_NE(window_->pos(), place);  // the other may still be there
-  EXPECT_EQ(TextOf("Stretch") + ", " + TextOf("Result part"), "Logarithm, Phase");
   window_->resize(5000, 5000);
   Open("");
   const QRect framed(window_->pos(), window_->size() + QSize(16, 48));
@@ -251,7 +223,7 @@ TEST_F(PanelWindowTest, TakesDroppedFilesAndNamesTheirOutput) {
   EXPECT_EQ(drop(*window_, {"f1.tif"}), "f1.tif f2.tif f2_result_2.tif");
   QWidget& picture = *Pictured("File2 preview").viewport();
   EXPECT_EQ(drop(picture, {"f1.tif"}), "f1.tif f1.tif f2_result_2.tif");
-  EXPECT_EQ(drop(*window_, {"f2.tif", "f1.tif"}), "f2.tif f1.tif f2_result_2.tif");
+  EXPECT_EQ(drop(*window_, {"f2.tif", "f1.tif", "f1.tif"}), "f2.tif f1.tif f2_result_2.tif");
   Set("Swap");
   EXPECT_EQ(drop(*window_, {"f2.tif"}), "f2.tif f2.tif f2_result_2.tif");
   QWidget& drawn = *Pictured("File1 preview").viewport();
@@ -264,9 +236,9 @@ TEST_F(PanelWindowTest, TakesDroppedFilesAndNamesTheirOutput) {
 
 TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   MakeRaster("f1.tif", 60, 40, 20);
-  Open("f1.tif f2.tif out.tif -operator=a1b -mode=cint16");
-  EXPECT_TRUE(WaitFor([&] { return Notes().starts_with("\u2022 58.4 % of the elements"); }));
-  EXPECT_EQ(Find<QLabel>("Resolved output").text(), "GTiff cint16, 60 \u00d7 40, 2 bands, 19.2 kB");
+  Open("f1.tif f2.tif out.tif -operator=a1b -mode=cint16 -region=0:10:60:20");
+  EXPECT_TRUE(WaitFor([&] { return Notes().starts_with("\u2022 66.8 % of the elements"); }));
+  EXPECT_EQ(Find<QLabel>("Resolved output").text(), "GTiff cint16, 60 \u00d7 20, 2 bands, 9.6 kB");
   EXPECT_NE(Find("File2").palette(), Find("File1").palette());
   EXPECT_EQ(window_->windowTitle().toStdString(), "f1.tif \u2013 (A*File1) * B \u2013 LumoMixcalc");
   Set("Operator", "(FILE1 + B)**A");
@@ -277,9 +249,6 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   Settle();
   EXPECT_NE(Notes().find(" is a folder, and none is replaced; "), std::string::npos);
   EXPECT_NE(Find("Save").styleSheet(), Find("File1").styleSheet());  // is marked
-  Set("Save", "out.zzz");
-  Settle();
-  EXPECT_TRUE(Notes().starts_with("\u2022 the extension of ")) << Notes();
   Pictured("Result preview");
   Set("Save", QUrl::fromLocalFile(folder_.filePath("out.tif")).toString());
   Set("File2");
@@ -292,24 +261,21 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   Run("done");
   Set("File1", " GTIFF_DIR:1:f1.tif ");
   Set("File2", "f1.tif");
-  Set("Region");
   Set("Region, columns", "61");
   Answer("exists already", "Replace", [&] { Run("failed"); });
-  EXPECT_TRUE(Told("Region 0:0:61:40 is not inside")) << TextOf("Messages");
+  EXPECT_TRUE(Told("Region 0:10:61:20 is not inside")) << TextOf("Messages");
   EXPECT_TRUE(WaitFor([&] {
-    return Notes().starts_with("\u2022 Region 0:0:61:40 is") && !Told("\nRegion 0:0:61:40 is");
+    return Notes().starts_with("\u2022 Region 0:10:61:20 is") && !Told("\nRegion 0:10:61:20 is");
   }));
   Set("File1", "no.tif");
   Set("File2", "unread.tif");
   Settle();
   EXPECT_EQ(Notes(), "\u2022 cannot open no.tif (File1): no.tif: No such file or directory");
+  EXPECT_EQ(Find<QLabel>("Resolved output").text(), "");
   Set("Operator", "ABS(A*File1)");
   Settle();
   MakeRaster("no.tif", 61, 40, 1, 3);
   EXPECT_TRUE(WaitFor([&] { return Notes() == ""; }));
-  Set("Data type", "double (float64)");
-  EXPECT_TRUE(WaitFor([&] { return Notes().starts_with("\u2022 results have single precision"); }));
-  Set("Data type", "float (float32)");
   QTest::keyClicks(&Find("Other options"), "-bands=1,3\r");
   Set("Band", "2");
   Settle();
@@ -318,11 +284,7 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   EXPECT_TRUE(WaitFor([&] { return Notes().find("no.tif") != std::string::npos; }));
   QFile::remove("no.tif");
   EXPECT_TRUE(WaitFor([&] { return Notes().starts_with("\u2022 cannot open no.tif"); }));
-  Set(kB, "x");
-  EXPECT_EQ(Notes(),
-            std::string("\u2022 ") + kB + ": \u201cx\u201d is not a number that can be used");
-  for (const char* const name : {kB, "File1"})
-    EXPECT_NE(Find(name).styleSheet(), Find("File2").styleSheet()) << name;
+  EXPECT_NE(Find("File1").styleSheet(), Find("File2").styleSheet());
 }
 
 TEST_F(PanelWindowTest, TabGoesThroughWidgetsThatScreenReadersCanNameAndRowsHaveHelp) {

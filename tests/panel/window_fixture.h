@@ -6,6 +6,7 @@
 
 #include <QTest>
 #include <QtWidgets>
+#include <cmath>
 #include <complex>
 #include <fstream>
 #include <functional>
@@ -26,14 +27,18 @@ inline constexpr const char* kFiles = "f1.tif f2.tif out.tif";
 inline constexpr const char* kA = "File1 Coeff (A), number 1 of 2";
 inline constexpr const char* kB = "File2 Coeff (B), number 1 of 2";
 
-// Elements are factor * (x + 100 y + band i).
+// Elements are factor * (x + 100 y + band i), or noise.
 inline void MakeRaster(const char* file, int columns, int rows, double factor, int bands = 2,
-                       GDALDataType type = GDT_CFloat32) {
+                       GDALDataType type = GDT_CFloat32, bool noise = false) {
+  const auto number = [=](int ramp, int seed) {
+    return factor * (noise ? std::remainder(7919.0 * ramp * ramp + 101 * seed, 251) : ramp);
+  };
   std::vector<std::complex<double>> elements(static_cast<std::size_t>(columns * rows * bands));
   std::complex<double>* element = elements.data();
   for (int band = 1; band <= bands; ++band)
     for (int y = 0; y < rows; ++y)
-      for (int x = 0; x < columns; ++x) *element++ = {factor * (x + 100 * y), factor * band};
+      for (int x = 0; x < columns; ++x)
+        *element++ = {number(x + 100 * y, band), noise ? number(x * y, 5 * band) : factor * band};
   GDALDatasetUniquePtr dataset(GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
       file, columns, rows, bands, type, nullptr));
   EXPECT_EQ(CE_None, dataset->RasterIO(GF_Write, 0, 0, columns, rows, elements.data(), columns,
@@ -54,6 +59,7 @@ inline void Drag(QWidget& widget, QPoint from, QPoint to, Qt::KeyboardModifiers 
   QTest::mousePress(&widget, Qt::LeftButton, keys, from);
   QTest::mouseMove(&widget, to);
   QTest::mouseRelease(&widget, Qt::LeftButton, keys, to);
+  for (const QPoint place : {from, to}) QTest::mouseMove(&widget, place);  // by now without effect
 }
 
 // Where a place, in pixels of the inputs, is in a view.
@@ -110,6 +116,17 @@ class PanelWindowTest : public ::testing::Test {
     widget.setProperty(widget.metaObject()->userProperty().name(), text);
   }
 
+  // Types in the place of what is there.
+  void Type(const char* name, const QString& text) {
+    Find<QLineEdit>(name).selectAll();
+    QTest::keyClicks(&Find(name), text);
+  }
+
+  void Paste(const std::string& text) {
+    QGuiApplication::clipboard()->setText(Text(text));
+    Set("Paste");
+  }
+
   // What a field, a choice or a list of messages shows.
   std::string TextOf(const char* name) {
     QWidget& widget = Find(name);
@@ -133,6 +150,7 @@ class PanelWindowTest : public ::testing::Test {
       auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
       if (!box) return;
       asked = box->text();
+      EXPECT_EQ(box->buttonRole(box->defaultButton()), QMessageBox::RejectRole);
       for (QAbstractButton* const button : box->buttons())
         if (button->text().remove('&') == answer) return button->click();
       asked = "no such button";
@@ -167,22 +185,19 @@ class PanelWindowTest : public ::testing::Test {
   }
 
   // Points at a place of the result, if the pointer is not there, and waits until the pixel there
-  // is named, and an image's column of the table begins with what is expected of that pixel.
-  void ExpectElements(QPointF place, Image image,
-                      const std::function<QString(int column, int row)>& expected) {
+  // is named, and an image's column of the table begins with the element of MakeRaster.
+  void ExpectElements(QPointF place, Image image, int factor) {
     auto& view = Pictured("Result preview");
     QString shown;
     EXPECT_TRUE(WaitFor([&] {
       const QPoint pointer = PointOf(view, place);
       const QPointF seen = PlaceAt(view, pointer);
-      const QPoint pixel = (seen - QPointF(0.5, 0.5)).toPoint();
+      const QPoint pixel(qFloor(seen.x()), qFloor(seen.y()));
       const QString named = QString("Column %1, row %2").arg(pixel.x()).arg(pixel.y());
-      shown = Find<QLabel>("Place under the pointer").text().section("    ", 0, 0) + ": ";
-      const bool isThere = shown == named + ": ";
-      if (!isThere) QTest::mouseMove(view.viewport(), pointer);
-      for (int i = 0; i < 5; ++i)
-        shown += Find<QTableWidget>("Elements").item(i, image)->text() + " ";
-      return isThere && shown.startsWith(named + ": " + expected(pixel.x(), pixel.y()));
+      shown = Find<QLabel>("Place under the pointer").text().section("    ", 0, 0);
+      if (shown != named) QTest::mouseMove(view.viewport(), pointer);
+      shown += " " + Find<QTableWidget>("Elements").item(0, image)->text();
+      return shown == named + QString(" %1").arg(factor * (pixel.x() + 100 * pixel.y()));
     })) << shown.toStdString();
   }
 
