@@ -250,7 +250,7 @@ void PreviewTest::Confirm(const Sighting& seen) {
     return;
   }
   EXPECT_TRUE(seen.pictured) << seen.notes;
-  const auto expectElement = [&seen](int image, const Made& file) {
+  const auto expectElement = [&seen](Image image, const Made& file) {
     const auto element = file.At(seen.pixel, seen.band);
     const auto [real, imaginary] = element.value_or(std::array{0.0, 0.0});
     const auto decimal = [](double value) {
