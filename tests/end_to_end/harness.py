@@ -43,9 +43,10 @@ def fork_server():
         return None
     requests, socket_there = socket.socketpair(socket.AF_UNIX, socket.SOCK_SEQPACKET)
     requests.settimeout(100)
-    with socket_there:
-        process = subprocess.Popen([PROGRAM], stdin=socket_there, process_group=0,
-                                   env={**os.environ, "LD_PRELOAD": file})
+    with open(file, "rb") as library, socket_there:  # LD_PRELOAD holds no name with a blank
+        process = subprocess.Popen(
+            [PROGRAM], stdin=socket_there, process_group=0, pass_fds=[library.fileno()],
+            env={**os.environ, "LD_PRELOAD": f"/proc/self/fd/{library.fileno()}"})
 
     @atexit.register
     def _():  # a run that hangs ends, too
