@@ -195,7 +195,7 @@ PreviewTest::Sighting PreviewTest::Look(int seed) {
   return seen;
 }
 
-// How the window looks without what no command keeps, with the elements in the middle.
+// How a window with pictures looks without what no command keeps, with the elements in the middle.
 QImage PreviewTest::Plain() {
   Find("Run").setFocus();
   QTest::keyClick(window_.get(), Qt::Key_Escape);
@@ -210,13 +210,12 @@ QImage PreviewTest::Plain() {
   if (auto& without = Find<QComboBox>("Resampling"); !without.isEnabled())
     without.setCurrentIndex(0);
   Settle();
-  if (auto& view = Find<ImageView>("Result preview"); !view.Picture().isNull()) {
-    for (const char* const name : {"File1 preview", "File2 preview"})
-      if (Find(name).isVisible()) Pictured(name);
-    QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, view.rect().center());
-    EXPECT_TRUE(WaitFor(
-        [&] { return Find<QLabel>("Place under the pointer").text().startsWith("Pinned"); }));
-  }
+  for (const char* const name : {"File1 preview", "File2 preview"})
+    if (Find(name).isVisible()) Pictured(name);
+  auto& view = Pictured("Result preview");
+  QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, view.rect().center());
+  EXPECT_TRUE(
+      WaitFor([&] { return Find<QLabel>("Place under the pointer").text().startsWith("Pinned"); }));
   QImage plain;
   EXPECT_TRUE(WaitFor([&] {  // to look may change the layout
     Settle();
