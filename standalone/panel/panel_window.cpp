@@ -58,11 +58,15 @@ PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first) : hos
     output_->SetRegion(pixels);
     TakeChange();
   };
-  preview_->viewChanged = [this] { Refresh(); };
+  preview_->viewChanged = [this] { refresh_.start(); };
   preview_->told = [this](const QString& sentence) { Tell(sentence); };
   preview_->elementAsked = [this](QPoint pixel) { worker_->Inspect(pixel); };
-  connect(&watcher_, &QFileSystemWatcher::fileChanged, [this] { Refresh(); });
-  connect(&watcher_, &QFileSystemWatcher::directoryChanged, [this] { Refresh(); });
+  for (const auto changed :
+       {&QFileSystemWatcher::fileChanged, &QFileSystemWatcher::directoryChanged})
+    connect(&watcher_, changed, &refresh_, qOverload<>(&QTimer::start));
+  refresh_.setObjectName("Refresh");
+  refresh_.setSingleShot(true);
+  refresh_.callOnTimeout([this] { Refresh(); });
   columns_->addWidget(preview_);
   columns_->setStretchFactor(1, 1);
   auto* const layout = new QVBoxLayout(this);
@@ -254,10 +258,8 @@ void PanelWindow::Take(const QString& command, bool withFiles) {
 }
 
 void PanelWindow::ShowJob(const Job& job, bool withFiles) {
-  showing_ = true;
   output_->Show(job);
   if (withFiles) files_->Show(job);
-  showing_ = false;
   TakeChange();
 }
 
@@ -269,7 +271,6 @@ void PanelWindow::TakeRows() {
 }
 
 void PanelWindow::TakeChange() {
-  if (showing_) return;
   QStringList title = {Text(host_.registration.title)};
   if (const auto* const choice = rows_->findChild<QComboBox*>())
     title.prepend(choice->currentText());
@@ -277,7 +278,8 @@ void PanelWindow::TakeChange() {
     title.prepend(QFileInfo(Text(inputs.begin()->second)).fileName());
   setWindowTitle(title.join(" \u2013 "));
   ShowNotes();
-  Refresh();
+  copy_->setEnabled(false);  // until the command is the current one again
+  refresh_.start();
 }
 
 void PanelWindow::ShowFindings(const Findings& findings) {
@@ -336,12 +338,10 @@ void PanelWindow::Refresh() {
     if (const auto file = job.inputs.find(host_.registration.inputs[i].number);
         file != job.inputs.end())
       preview_->ShowOpening(i, Text(file->second));
-  if (!worker_) return;  // still being made
   preview_->SetRegion(output_->Region());
   // There is no command for these fields. The preview is of the last numbers, such as the 1 of 1/3.
   preview_->Dim(!Fault().isEmpty());
   if (!Fault().isEmpty()) return ShowCommand("");
-  copy_->setEnabled(false);  // until the command is the current one again
   preview_->ExpectPreview();
   if (const QStringList old = watcher_.files() + watcher_.directories(); !old.isEmpty())
     watcher_.removePaths(old);
@@ -431,7 +431,7 @@ void PanelWindow::EndRun(RunEnd end) {
     progress_->setFormat("cancelled");
     Tell("Cancelled; nothing was written.");
   }
-  Refresh();
+  refresh_.start();
 }
 
 bool PanelWindow::UserAgrees(const QString& question, const QString& yes, const QString& no) {

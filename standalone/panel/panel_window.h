@@ -86,7 +86,9 @@ class PanelWindow : public QWidget {
   QSplitter* columns_ = new QSplitter;
   QFileSystemWatcher watcher_;  // of the files of the last preview, or their folders
   bool running_ = false;
-  bool showing_ = false;                 // a job, whose changes are one
+  // Runs until all events at hand are handled: several changes are then one, and no layout changes
+  // while another one does.
+  QTimer refresh_{this};
   std::unique_ptr<PanelWorker> worker_;  // last: it ends before what it reports to
 };
 

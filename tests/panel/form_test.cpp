@@ -256,6 +256,7 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   EXPECT_EQ(Find("File2 preview").accessibleDescription(), kNoFile);
   EXPECT_EQ(Find("File2").styleSheet(), Find("File1").styleSheet());
   Set("File2", "f2.tif");
+  while (window_->findChild<QTimer*>("Refresh")->isActive()) QCoreApplication::processEvents();
   EXPECT_TRUE(Find("File2 preview").accessibleDescription().endsWith("/f2.tif\u2026"));
   QFile::remove("f2.tif");
   Run("done");

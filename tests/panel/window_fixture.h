@@ -164,10 +164,12 @@ class PanelWindowTest : public ::testing::Test {
   // Waits until all that is shown is that of the settings.
   void Settle() {
     const auto& state = Find<QLabel>("Preview state");
-    const auto* const patience = state.parent()->findChild<QTimer*>("Expected preview");
+    const auto isAtRest = [this](const char* timer) {
+      return !window_->findChild<QTimer*>(timer)->isActive();
+    };
     EXPECT_TRUE(WaitFor([&] {
       QCoreApplication::processEvents();  // a change of the layout changes what is shown
-      return state.text().isEmpty() && !patience->isActive();
+      return isAtRest("Refresh") && isAtRest("Expected preview") && state.text().isEmpty();
     }));
   }
 
