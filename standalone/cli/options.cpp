@@ -100,7 +100,7 @@ std::string Hint(const std::string& argument, const HostState& host,
       if (known.back() != unknown) continue;
       const bool isNumber = host.realOptions.contains(unknown.substr(1));
       return "; write " + form + (unknown == argument ? "" : " instead of " + argument) +
-             (isNumber ? ", with numbers that are 0 or from 1e-45 to 3.4e38 in size" : "");
+             (isNumber ? ", with numbers such as -1.5, 0 or from 1e-45 to 3.4e38 in size" : "");
     }
     for (const HostOption& option : HostOptions()) known.emplace_back(option.name);
     for (const DeclaredStream& stream : AllStreams(host.registration))

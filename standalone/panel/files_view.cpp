@@ -103,8 +103,13 @@ void FilesView::ShowRead(const std::set<int>& inputs) {
 }
 
 void FilesView::MarkFaults(const QString& failure) {
-  for (FileField* const field : fields_)
-    MarkFault(*field, !field->File().isEmpty() && failure.contains(field->File()));
+  for (FileField* const field : fields_) {
+    const QString file = field->File();
+    QString told = failure;  // without names that this one may be a part of
+    for (const FileField* const other : fields_)
+      if (other->File().size() > file.size()) told.remove(other->File());
+    MarkFault(*field, !file.isEmpty() && told.contains(file));
+  }
 }
 
 QString FilesView::InputToBeReplaced() const {

@@ -206,6 +206,7 @@ QRect ImageView::Drawn() const {
 
 // What lies at the position stays there. No smaller than the whole image.
 void ImageView::Zoom(double scale, QPointF position) {
+  if (!HasPicture()) return;
   constexpr double kLargest = 64;
   scale = std::min(scale, kLargest);
   const QPointF toMiddle = QPointF(viewport()->rect().center()) - position;

@@ -345,11 +345,13 @@ void PanelWindow::Refresh() {
   preview_->ExpectPreview();
   if (const QStringList old = watcher_.files() + watcher_.directories(); !old.isEmpty())
     watcher_.removePaths(old);
-  for (const auto& [stream, file] : job.inputs) {
-    const QFileInfo input(Text(file));
-    watcher_.addPath(input.exists() ? input.filePath() : input.path());  // where it may come to be
+  std::vector<std::string> files = {job.output};
+  for (const auto& [stream, file] : job.inputs) files.push_back(file);
+  for (const std::string& name : files) {
+    const QFileInfo file(Text(name));
+    if (!name.empty())
+      watcher_.addPath(file.exists() ? file.filePath() : file.path());  // where it may come to be
   }
-  if (!job.output.empty()) watcher_.addPath(Text(job.output));
   worker_->Refresh(job, preview_->View());
 }
 

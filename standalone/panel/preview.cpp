@@ -227,8 +227,9 @@ bool PreviewMaker::Update(const DeclaredStream& stream, const std::stop_token& s
   const bool another = file != input.file;
   if (another) input = {file, nullptr, {}, {}, 0, {}};
   try {
-    if (another) input.raster = std::make_unique<RasterInput>(stream.label, name, job_.openOptions);
-    if (!input.raster) return another;
+    if (!input.raster && input.image.note.empty())
+      input.raster = std::make_unique<RasterInput>(stream.label, name, job_.openOptions);
+    if (!input.raster) return false;  // it is known why
     const PreviewImage blank = Blank(stream.number);
     const auto rules = std::tuple(view_.band, blank.run, blank.extent, OriginOf(stream.number),
                                   job_.elements, job_.selection);
@@ -341,6 +342,14 @@ Findings PreviewMaker::Make(const Job& job, const Job& ofTheRun, const View& vie
           findings.warnings.push_back(loss);
   show(inputs.size(), std::move(result));
   return findings;
+}
+
+void PreviewMaker::CloseInputs() {
+  for (auto& [stream, input] : inputs_) {
+    input.raster.reset();
+    input.cells.reset();
+    input.image.note.clear();
+  }
 }
 
 Inspection PreviewMaker::Inspect(QPoint pixel) {

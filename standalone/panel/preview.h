@@ -110,8 +110,9 @@ class PreviewMaker {
   // read or computed, are missing.
   Inspection Inspect(QPoint pixel);
 
-  // GDAL could hand a run what an input that is open here has read of its sources.
-  void CloseInputs() { inputs_.clear(); }
+  // GDAL could hand a run what an input that is open here has read of its sources. The next preview
+  // opens and reads them again.
+  void CloseInputs();
 
  private:
   struct Input {

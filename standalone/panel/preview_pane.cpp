@@ -136,7 +136,7 @@ struct View PreviewPane::View() const {
   for (const ImagePane* const pane : panes_) {
     const ImageView& raster = pane->Raster();
     if (!raster.isVisible()) continue;
-    whole = whole || raster.Seen().isNull();
+    whole = whole || (raster.Seen().isNull() && !pane->Image().extent.isNull());
     view.seen |= raster.Seen();
     const double screen = raster.width() * raster.height() * std::pow(devicePixelRatioF(), 2);
     view.enough = std::max(view.enough, screen * 1.15);

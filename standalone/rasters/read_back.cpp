@@ -125,8 +125,10 @@ Declarations DeclarationsOf(GDALDataset& raster, int bands) {
     if (const std::optional<double> value = DeclaredNoData(*band))
       all.emplace("no-data value", number + ShortestText(*value));
     // The driver of ENVI files calls bands without a name Band 1 and so on.
-    if (*band->GetDescription() != '\0' && !STARTS_WITH(band->GetDescription(), "Band "))
-      all.emplace("names of bands", number + band->GetDescription());
+    const std::string name = band->GetDescription();
+    const bool isGiven =
+        !name.starts_with("Band ") || name.find_first_not_of("0123456789", 5) != std::string::npos;
+    if (!name.empty() && isGiven) all.emplace("names of bands", number + name);
     if (*band->GetUnitType() != '\0') all.emplace("units", number + band->GetUnitType());
   }
   return all;

@@ -48,8 +48,7 @@ bool HasPlainStrips(TIFF* tiff) {
           Field<std::uint16_t>(tiff, TIFFTAG_PLANARCONFIG) == PLANARCONFIG_SEPARATE);
 }
 
-// Whether GDAL reports that all rows of a raw file lie at equal distances and are as in memory. It
-// reports this only of real data.
+// Whether GDAL reports that all rows of a raw file lie at equal distances and are as in memory.
 bool IsOnePiece(GDALDataset& dataset, GDALDataset::RawBinaryLayout& layout) {
   return dataset.GetRawBinaryLayout(layout) &&
          layout.bLittleEndianOrder == (std::endian::native == std::endian::little) &&

@@ -36,14 +36,16 @@ std::string PartName(const PartNumber& part) {
   return std::to_string(part.number) + "-of-" + std::to_string(part.count) + ".tif";
 }
 
-// The N of the parts "K-of-N" in the folder, or count when there are none. Throws Failure when N is
-// not count, unless count is 0.
+// The N of the parts "K-of-N.tif" in the folder, or count when there are none. Throws Failure when
+// N is not count, unless count is 0.
 int CountOfParts(const fs::path& folder, int count) {
   std::error_code error;
   for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
     const std::string name = entry.path().filename();
     int found = 0;
-    if (std::sscanf(name.c_str(), "%*d-of-%d.", &found) != 1 || found == 0) continue;
+    int end = 0;  // stays so unless all of the pattern is there
+    std::sscanf(name.c_str(), "%*d-of-%d.tif%n", &found, &end);
+    if (end == 0 || found == 0) continue;
     if (count != 0 && found != count)
       throw Failure("the folder " + folder.string() + " holds " + name + ", which is none of " +
                     CountText(static_cast<unsigned>(count), "part") +

@@ -303,7 +303,7 @@ class Outputs(FileTest):
         write(self.path("e.img"), RAMP[0], format="ENVI", outputSRS="EPSG:32632", **bounds(RAMP))
         self.assertEqual(gdal.Info(self.path("e.img")).count("Description = Band 1\n"), 1)
         self.done(self.path("e.img"), self.path("e.nc"), COPY, "-strict")
-        write(self.b, RAMP[:2], change=lambda raster: raster.GetRasterBand(2).SetDescription("x"))
+        write(self.b, RAMP[:2], change=lambda raster: raster.GetRasterBand(2).SetDescription("Band of x"))
         self.warned("declared: names of bands", self.b, COPY, "-format=netCDF")
         write(self.a, np.full((40, 2100), np.nan), type="Float32", noData=np.nan)
         if not run(self.a, self.out, COPY, "-overwrite", "-co=ENDIANNESS=BIG").returncode:

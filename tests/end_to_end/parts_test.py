@@ -76,6 +76,7 @@ class Parts(harness.ProgramTest):
         command = self.a, "-operator=a1b"
         self.assertEqual(len(self.make(2, *command)), 2)
         os.remove(self.part("2-of-2.tif"))
+        Path(self.part("1-of-3 notes.txt")).touch()
         self.assertEqual(self.make(2, *command), {"2-of-2.tif"})
         self.assertEqual(len(self.make(2, *command, "-overwrite")), 2)
         self.done(f"-join={self.mosaic}")

@@ -11,14 +11,22 @@ namespace lumomixcalc::standalone {
 namespace {
 
 TEST_F(PanelWindowTest, RunsAndShowsTheCommandThatRepeatsIt) {
-  Open(std::string(kFiles) + " -format=GTiff -region=0:0:50:40 -clamp -b=2:0.123");
-  EXPECT_NE(CurrentCommand(), "");
+  Open(std::string(kFiles) +
+       " -format=GTiff -region=0:0:50:40 -resampling=cubic -clamp -b=2:0.123");
+  EXPECT_FALSE(Text(CurrentCommand()).endsWith("-overwrite"));
+  std::ofstream("out.tif") << "another program's";
+  EXPECT_TRUE(WaitFor([&] { return Text(TextOf("Command")).endsWith("-overwrite"); }));
+  QFile::remove("out.tif");
+  EXPECT_TRUE(WaitFor([&] { return !Text(CurrentCommand()).endsWith("-overwrite"); }));
   Set(kA, "0,123456781");
   EXPECT_FALSE(Find("Copy").isEnabled());  // an old command
   Settle();
-  EXPECT_EQ(Notes(), "\u2022 a complex output is not clamped");
+  EXPECT_EQ(Text(Notes()).count("\u2022 the resampling method has no effect") +
+                Text(Notes()).count("\u2022 a complex output is not clamped"),
+            2);
   Run("done");
-  EXPECT_TRUE(Told("band 2: minimum "));
+  EXPECT_TRUE(Told("band 1: minimum -0.246, ") && Told("band 2: minimum -0.492, "))
+      << TextOf("Messages");
   EXPECT_TRUE(
       CurrentCommand().ends_with("/out.tif' -format=GTiff -region=0:0:50:40 "
                                  "-a=0.12345678:0 -b=2:0.123 -operator='a1+b2' -clamp -overwrite"))
@@ -269,7 +277,7 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
     return Notes().starts_with("\u2022 Region 0:10:61:20 is") && !Told("\nRegion 0:10:61:20 is");
   }));
   Set("File1", "no.tif");
-  Set("File2", "unread.tif");
+  Set("File2", "no.t");  // is not read
   Settle();
   EXPECT_EQ(Notes(), "\u2022 cannot open no.tif (File1): no.tif: No such file or directory");
   EXPECT_EQ(Find<QLabel>("Resolved output").text(), "");

@@ -125,6 +125,8 @@ class LimitsTest : public PanelWindowTest {
 TEST_F(LimitsTest, HoldWhenDraggedOrTypedUntilReset) {
   QTest::keyClicks(&Find("File1 preview"), "++++++");
   Settle();
+  Run("done");
+  Settle();
   EXPECT_EQ(Shown(), "48 3911");  // of the whole image
   QTest::keyClick(window_.get(), Qt::Key_0, Qt::ControlModifier);
   Settle();
@@ -173,6 +175,13 @@ TEST_F(LimitsTest, SuitLogarithmsCentredColoursAndPhases) {
   EXPECT_EQ(Shown(), "\u2212\u03c0 \u03c0");
   MakeRaster("f1.tif", 60, 40, 1, 1, GDT_Float32);  // has no phase
   EXPECT_TRUE(WaitFor([&] { return Shown() == "-3911 3911"; })) << Shown();
+  Type("Other options", "-nodata=0\r");
+  EXPECT_TRUE(WaitFor([&] { return Pictured("File1 preview").Picture().pixel(0, 0) == 0; }));
+  MakeRaster("f1.tif", 60, 40, NAN);
+  EXPECT_TRUE(WaitFor([&] {
+    return Find(kLow).parentWidget()->toolTip().startsWith(
+        "Of the 0 elements of the run that are shown: \n");
+  }));
 }
 
 TEST_F(LimitsTest, AreSharedToCompareInputsWhichBlinkAndAreSaved) {
