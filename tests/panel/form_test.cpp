@@ -263,9 +263,11 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   Settle();
   EXPECT_EQ(Find("File2 preview").accessibleDescription(), kNoFile);
   EXPECT_EQ(Find("File2").styleSheet(), Find("File1").styleSheet());
+  QStringList told;  // whenever the panel takes changes
+  window_->findChild<QTimer*>("Refresh")->callOnTimeout(
+      [&] { told << Find("File2 preview").accessibleDescription(); });
   Set("File2", "f2.tif");
-  while (window_->findChild<QTimer*>("Refresh")->isActive()) QCoreApplication::processEvents();
-  EXPECT_TRUE(Find("File2 preview").accessibleDescription().endsWith("/f2.tif\u2026"));
+  EXPECT_TRUE(WaitFor([&] { return told.value(0).endsWith("/f2.tif\u2026"); }));
   QFile::remove("f2.tif");
   Run("done");
   Set("File1", " GTIFF_DIR:1:f1.tif ");
