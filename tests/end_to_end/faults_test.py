@@ -72,12 +72,12 @@ class Faults(harness.ProgramTest):
             write(damaged, [self.noise] * 2, *options, format=driver)
             whole = Path(damaged).read_bytes()
             middle = len(whole) // 2
-            damages = [whole[:100], whole[:-500]]
+            damages = [(damaged, whole[:100]), (damaged, whole[:-500])]
             if "deflate" in file:  # elsewhere these are other pixels
-                damages.append(whole[:middle] + b"\xff" * 5000 + whole[middle + 5000:])
-            for data in damages:
+                damages.append(("Decoding error", whole[:middle] + b"\xff" * 5000 + whole[middle + 5000:]))
+            for named, data in damages:
                 Path(damaged).write_bytes(data)
-                self.refused(damaged, self.b, damaged, self.out)
+                self.refused(named, self.b, damaged, self.out)
             Path(self.path("out.hdr")).touch()  # is found before a missing end of elements
             if file == "striped.tif":
                 self.refused("out.hdr", damaged, self.path("out.img"), "-format=ENVI", COPY)

@@ -497,17 +497,5 @@ TEST_F(PanelWindowTest, DraggingWithShiftChoosesTheRegion) {
   EXPECT_EQ(CurrentCommand().find(" -region=0:"), std::string::npos);
 }
 
-TEST_F(PanelWindowTest, ZoomedPlaceIsShownAlsoAfterASwapOfImagesThatLieElsewhere) {
-  std::ofstream("f1.tfw") << "10\n0\n0\n-10\n1005\n1995";
-  std::ofstream("f2.tfw") << "10\n0\n0\n-10\n1085\n2035";
-  Open(std::string(kFiles) + " -extent=intersection");
-  auto& view = Pictured("Result preview");
-  QTest::keyClicks(&view, "++");
-  Settle();
-  Set("Swap");
-  Settle();
-  EXPECT_TRUE(view.items().front()->sceneBoundingRect().contains(view.Seen()));
-}
-
 }  // namespace
 }  // namespace lumomixcalc::standalone
