@@ -416,12 +416,14 @@ TEST_F(PanelWindowTest, ElementsUnderThePointerAreThoseOfThePixelAndTheSettings)
   EXPECT_TRUE(WaitFor([&] { return named() == "Pinned: column 0, row 18"; }))
       << named().toStdString();
   EXPECT_TRUE(view.Seen().contains(0, 18));  // has followed
+  QTest::keyClick(&view, Qt::Key_Right);
+  EXPECT_TRUE(WaitFor([&] { return named() == "Pinned: column 1, row 18"; }));
   QTest::mouseMove(view.viewport(), {50, 60});
-  EXPECT_TRUE(IsOutlined(view, QRect(0, 18, 1, 1)));
+  EXPECT_TRUE(IsOutlined(view, QRect(1, 18, 1, 1)));
   view.setFocus();
   QTest::keyClick(&view, Qt::Key_C, Qt::ControlModifier);
   const QString table = QGuiApplication::clipboard()->text();
-  EXPECT_TRUE(table.contains(QRegularExpression("^Pinned.*\n\tFile1.*\nValue\t1800\t")))
+  EXPECT_TRUE(table.contains(QRegularExpression("^Pinned.*\n\tFile1.*\nValue\t1801\t")))
       << table.toStdString();
   QTest::keyClick(&view, Qt::Key_Escape);
   QTest::keyClick(window_.get(), Qt::Key_0, Qt::ControlModifier);
@@ -456,6 +458,10 @@ TEST_F(PanelWindowTest, AllImagesShowTheSamePlaceDownToSinglePixels) {
   Open(kFiles);
   auto& file1 = Pictured("File1 preview");
   auto& result = Pictured("Result preview");
+  QTest::keyClicks(&file1, "+");
+  Settle();  // the pane of the result is larger and shows all of it
+  EXPECT_TRUE(result.Seen().isNull() && !file1.Seen().isNull());
+  EXPECT_TRUE(result.items().front()->sceneBoundingRect().contains(result.sceneRect()));
   const QPointF place(2000.5, 700.5);
   QTest::mouseClick(file1.viewport(), Qt::LeftButton, Qt::NoModifier, PointOf(file1, place));
   QTest::mouseDClick(file1.viewport(), Qt::LeftButton, Qt::NoModifier, PointOf(file1, place));
