@@ -285,7 +285,8 @@ class MidRun(harness.ProgramTest):
         line = r"(\[(?=.{30}\])=* *\] +\d+ %, \d+:\d\d left\r\x1b\[K)+"
         for terminal, bar, *options in (
                 (True, line), (True, "", "-quiet"), (False, ""),
-                (True, r"(\d+\r\n){5,100}100\r\n", "-progress")):
+                (True, r"(\d+\r\n){5,100}100\r\n", "-progress"),
+                (False, r"(\d+\n){5,100}100\n", "-progress", "-quiet")):
             main, end = pty.openpty()
             process = self.start("-b=1", "-overwrite", *options, ignored=[signal.SIGHUP],
                                  stderr=end if terminal else subprocess.PIPE)
