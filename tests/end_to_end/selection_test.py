@@ -202,6 +202,10 @@ class Coherence(harness.ProgramTest):
             self.assertRegex(script.communicate()[1], "-strict: 1 warning, so nothing was written")
         with self.start("-extent=intersection") as script:
             self.assertRegex(script.communicate()[1], r"\Alumomixcalc: .* exists already; .*\n\Z")
+        write(self.b, np.where(np.arange(50) % 5 < 2, NAN, one), **bounds(one))  # a with holes
+        with self.start("-overwrite"):
+            pass
+        np.testing.assert_allclose(read(self.out), 1, rtol=1e-5)
 
     def test_signal_ends_the_run_of_the_script_too(self):
         program = Path(self.path("lumomixcalc"))
