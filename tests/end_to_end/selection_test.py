@@ -202,7 +202,9 @@ class Coherence(harness.ProgramTest):
             self.assertRegex(script.communicate()[1], "-strict: 1 warning, so nothing was written")
         with self.start("-extent=intersection") as script:
             self.assertRegex(script.communicate()[1], r"\Alumomixcalc: .* exists already; .*\n\Z")
-        write(self.b, np.where(np.arange(50) % 5 < 2, NAN, one), **bounds(one))  # a with holes
+        one = one * np.float32(1e11)  # as a spectrum has it
+        write(self.a, one)
+        write(self.b, np.where(np.arange(50) % 5 < 2, NAN, one))  # with holes
         with self.start("-overwrite"):
             pass
         np.testing.assert_allclose(read(self.out), 1, rtol=1e-5)
