@@ -85,18 +85,18 @@ fs::path FollowLinks(const std::string& path) {
 }
 
 fs::path ResolveOutput(const std::string& path, bool overwrite) {
-  if (path.starts_with("/vsi")) throw Failure("the output " + path + " must be a local file");
+  if (path.starts_with("/vsi")) throw Failure("cannot write " + path + ": it is no local file");
   fs::path target = FollowLinks(path);
   std::error_code error;
   const fs::file_status status = fs::status(path, error);
   if (fs::is_directory(status) || !target.has_filename())
-    throw Failure("the output " + path + " is a folder, and none is replaced; choose another name");
+    throw Failure(path + " is a folder, and none is replaced; choose another name");
   if (!fs::is_directory(ParentOf(target), error))
     throw Failure("cannot write " + path + ": there is no folder " + ParentOf(target).string());
   if (fs::exists(status) && !fs::is_regular_file(status))
-    throw Failure("the output " + path + " is neither new nor a regular file");
+    throw Failure(path + " is neither new nor a regular file");
   if (fs::exists(status) && !overwrite)
-    throw Failure("the output " + path + " exists already; -overwrite replaces it");
+    throw Failure(path + " exists already; -overwrite replaces it");
   if (access(ParentOf(target).c_str(), W_OK) != 0)
     throw Failure("cannot write " + path + ": the folder " + ParentOf(target).string() +
                   " is not writable: " + std::strerror(errno));
