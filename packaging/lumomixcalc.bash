@@ -5,7 +5,7 @@ _lumomixcalc() {
   # The word as it was typed: bash has split it at "=" and ":".
   local line=${COMP_LINE:0:COMP_POINT} words=
   local word=${line##*[[:space:]]}
-  [[ $word != -* ]] || words=$("${COMP_WORDS[0]}" -completions 2>/dev/null)
+  [[ $word != -* ]] || words=$("${COMP_WORDS[0]/#\~/$HOME}" -completions 2>/dev/null)
   if [[ $word != -* || ($word == *=* && $words == *"${word%%=*}=@"*) ]]; then
     compopt -o filenames
     mapfile -t COMPREPLY < <(compgen -f -- "${word#-*=}")

@@ -1,7 +1,8 @@
 // The panel's program.
+#include <cpl_vsi.h>
+
 #include <algorithm>
 #include <cstdlib>
-#include <filesystem>
 #include <iterator>
 #include <optional>
 #include <string>
@@ -24,10 +25,12 @@ int main(int argc, char** argv) {
     if (!DisplayIsNamed() && !std::getenv("QT_QPA_PLATFORM"))
       throw Failure("-panel needs a display, and neither DISPLAY nor WAYLAND_DISPLAY is set");
     Job job = options.job;
-    // The second of two files that does not exist yet is the one to write.
+    // The second of two files that does not exist yet is the one to write. GDAL looks for it: it
+    // may be in an archive.
+    VSIStatBufL status = {};
     if (options.filesWithoutName.size() == 2 && job.inputs.size() == 2 && job.output.empty() &&
         job.inputs.rbegin()->second.find(':') == std::string::npos &&
-        !std::filesystem::exists(job.inputs.rbegin()->second)) {
+        VSIStatL(job.inputs.rbegin()->second.c_str(), &status) != 0) {
       job.output = job.inputs.rbegin()->second;
       job.inputs.erase(std::prev(job.inputs.end()));
     }

@@ -76,8 +76,10 @@ std::vector<std::string> ArgumentsOf(const std::string& command) {
     words.assign(split.we_wordv, split.we_wordv + split.we_wordc);
     wordfree(&split);
   }
-  if (words.empty() ||
-      !std::filesystem::path(words[0]).filename().string().starts_with(kProgramName))
+  const std::string program =
+      words.empty() ? "" : std::filesystem::path(words[0]).filename().string();
+  // The scripts of the package have options of the same names, but other meanings.
+  if (program != kProgramName && program != std::string(kProgramName) + "-panel")
     throw WrongCommandLine(std::string("the text is not a command of ") + kProgramName);
   words.erase(words.begin());
   // It would hold for the whole process and could be seen nowhere.

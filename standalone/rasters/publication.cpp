@@ -85,18 +85,18 @@ fs::path FollowLinks(const std::string& path) {
 }
 
 fs::path ResolveOutput(const std::string& path, bool overwrite) {
-  if (path.starts_with("/vsi")) throw Failure("the output " + path + " must be a local file");
+  if (path.starts_with("/vsi")) throw Failure("cannot write " + path + ": it is no local file");
   fs::path target = FollowLinks(path);
   std::error_code error;
   const fs::file_status status = fs::status(path, error);
   if (fs::is_directory(status) || !target.has_filename())
-    throw Failure("the output " + path + " is a folder, and none is replaced; choose another name");
+    throw Failure(path + " is a folder, and none is replaced; choose another name");
   if (!fs::is_directory(ParentOf(target), error))
     throw Failure("cannot write " + path + ": there is no folder " + ParentOf(target).string());
   if (fs::exists(status) && !fs::is_regular_file(status))
-    throw Failure("the output " + path + " is neither new nor a regular file");
+    throw Failure(path + " is neither new nor a regular file");
   if (fs::exists(status) && !overwrite)
-    throw Failure("the output " + path + " exists already; -overwrite replaces it");
+    throw Failure(path + " exists already; -overwrite replaces it");
   if (access(ParentOf(target).c_str(), W_OK) != 0)
     throw Failure("cannot write " + path + ": the folder " + ParentOf(target).string() +
                   " is not writable: " + std::strerror(errno));
@@ -116,14 +116,18 @@ Publication::Publication(const fs::path& target, bool overwrite, std::vector<Inp
       overwrite_(overwrite),
       inputs_(std::move(inputs)),
       statisticsFile_(std::move(statisticsFile)),
-      parent_(ParentOf(target)) {
+      parent_(ParentOf(target)) {}
+
+const fs::path& Publication::Folder() {
+  if (!folder_.empty()) return folder_;
   std::string pattern = (parent_ / ".lumomixcalc-XXXXXX").string();
   const std::lock_guard lock(folders.mutex);
   if (!mkdtemp(pattern.data()))
-    throw Failure("cannot write " + target.string() + ": cannot make a folder in " +
+    throw Failure("cannot write " + target_.string() + ": cannot make a folder in " +
                   parent_.string() + ": " + std::strerror(errno));
   folder_ = pattern;
   folders.paths.insert(folder_);
+  return folder_;
 }
 
 Publication::~Publication() {
@@ -205,13 +209,17 @@ void Publication::RefuseToReplace(const fs::path& name, const std::string& reaso
   if (!overwrite_) throw Failure(place + reason);
 }
 
-void Publication::CheckPlaces(const fs::path& made) {
-  for (const fs::path& name : Names(made)) {
+void Publication::CheckNames(const std::vector<fs::path>& names) const {
+  for (const fs::path& name : names) {
     if (fs::is_directory(fs::symlink_status(parent_ / name)))
       throw Failure((target_.parent_path() / name).string() +
                     " is a folder; the output needs this name for a file");
     RefuseToReplace(name, " exists already; -overwrite replaces it");
   }
+}
+
+void Publication::CheckPlaces(const fs::path& made) {
+  CheckNames(Names(made));
   for (const fs::path& name : StaleNames(made)) {
     RefuseToReplace(name, " would be read as a part of the output " + target_.string() +
                               "; -overwrite removes it");

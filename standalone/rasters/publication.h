@@ -25,21 +25,25 @@ bool IsSameFile(const std::filesystem::path& one, const std::filesystem::path& o
 // The destructor removes the folder. A process that is killed leaves it.
 class Publication {
  public:
-  // Makes the folder in the folder of target. If the run also writes a statistics file, it must be
-  // none of the files of the target. Throws Failure.
+  // If the run also writes a statistics file, it must be none of the files of the target.
   Publication(const std::filesystem::path& target, bool overwrite, std::vector<InputFiles> inputs,
               std::filesystem::path statisticsFile = {});
   ~Publication();
   Publication(const Publication&) = delete;
   Publication& operator=(const Publication&) = delete;
 
-  const std::filesystem::path& Folder() const { return folder_; }
+  // The hidden folder, which the first call makes. Throws Failure.
+  const std::filesystem::path& Folder();
 
-  // Throws Failure when a file of `made` cannot be moved to the target's folder, or when GDAL would
-  // read another file there, such as an old .ovr, together with the output. `made` is Folder() or a
-  // folder inside it, with closed files like those of the output, under the same names. With
-  // overwrite such files may be replaced or removed, but not a folder, not a file of an input that
-  // is not itself replaced, and for a new target no file that only has its stem.
+  // Throws Failure when a file of one of these names cannot be moved to the target's folder. With
+  // overwrite a file may be replaced, but not a folder, not a file of an input that is not itself
+  // replaced, and for a new target no file that only has its stem.
+  void CheckNames(const std::vector<std::filesystem::path>& names) const;
+
+  // Checks the names of the files of `made`, and throws Failure also when GDAL would read another
+  // file beside the target, such as an old .ovr, together with the output, and it may not be
+  // removed either. `made` is Folder() or a folder inside it, with closed files like those of the
+  // output, under the same names.
   void CheckPlaces(const std::filesystem::path& made);
 
   // Moves the files out, the target last. Files that are replaced or removed are set aside first
@@ -59,7 +63,7 @@ class Publication {
   std::filesystem::path statisticsFile_;
   std::filesystem::path parent_;
   std::set<std::filesystem::path> stale_;  // files that GDAL would read with the output
-  std::filesystem::path folder_;
+  std::filesystem::path folder_;           // empty before it is made
 };
 
 // Removes the folders of all publications of this process, which is about to end. Any thread may

@@ -148,10 +148,17 @@ class BatchRun {
 
   const RunPlan& Plan() const { return run_.plan; }
 
-  // Has a format that can only copy a whole raster copy a small one, in memory. Throws Failure.
+  // Makes a small raster like the output in memory, and checks the names of its files. Throws
+  // Failure.
   void Try() const {
-    MakeTrial(output_, "/vsimem/lumomixcalc/" + output_.target.filename().string());
-    VSIRmdirRecursive("/vsimem/lumomixcalc");
+    const std::string folder = "/vsimem/lumomixcalc";
+    VSIRmdirRecursive(folder.c_str());  // of one that failed
+    MakeTrial(output_, folder + "/" + output_.target.filename().string());
+    const CPLStringList made(VSIReadDir(folder.c_str()));
+    VSIRmdirRecursive(folder.c_str());
+    if (!done_)
+      Publication(output_.target, output_.overwrite, output_.inputs, output_.statisticsFile)
+          .CheckNames({made.List(), made.List() + made.Count()});
     warnings_.RefuseIfStrict();
   }
 

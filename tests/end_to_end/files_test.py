@@ -356,9 +356,11 @@ class CommandLines(FileTest):
     def test_a_check_refuses_what_a_run_does_and_makes_nothing(self):
         write(self.out, RAMP[0])
         write(self.b, np.ones((600, 600), np.complex64))
+        write(self.path("x.slc"), RAMP[0], format="ENVI")
         before, new, report = self.files(), self.path("new.vrt"), f"-stats={self.path('new.json')}"
         changed = os.stat(self.folder).st_mtime_ns
         self.refused("complex", self.b, self.path("new.tif"), "-format=COG", COPY, "-check")
+        self.refused("x.hdr exists", self.a, self.path("x.mag"), "-format=ENVI", COPY, "-check")
         for kind in "xyz", "asc":
             self.refused("2 bands", self.a, self.path(f"new.{kind}"), ADD_1, "-bands=1,1", "-check")
         for wrong in (self.path("none"), self.out), (self.a, self.out), (self.a, new, "-part=1/2"), (

@@ -202,6 +202,13 @@ class Coherence(harness.ProgramTest):
             self.assertRegex(script.communicate()[1], "-strict: 1 warning, so nothing was written")
         with self.start("-extent=intersection") as script:
             self.assertRegex(script.communicate()[1], r"\Alumomixcalc: .* exists already; .*\n\Z")
+        one = one * np.float32(1e11)  # as a spectrum has it
+        write(self.a, [one, one])
+        for b in one, np.where(np.arange(50) % 5 < 2, NAN, one):  # with holes
+            write(self.b, b)
+            with self.start("-overwrite", "-bands=2"):
+                pass
+            np.testing.assert_allclose(read(self.out), 1, rtol=1e-5)
 
     def test_signal_ends_the_run_of_the_script_too(self):
         program = Path(self.path("lumomixcalc"))

@@ -277,9 +277,9 @@ class Results(harness.ProgramTest):
         os.symlink(self.a, self.path("link"))
         run = self.a, self.out, COPY
         for name, *options in (("a.tif", "-overwrite"), ("a.hdr", "-overwrite"), ("a.hdr",),
-                               ("link", "-overwrite"), ("out.tif", "-overwrite"), ("no/r.json",),
-                               ("report.json",)):
+                               ("link", "-overwrite"), ("out.tif", "-overwrite"), ("no/r.json",)):
             self.refused(name, *run, f"-stats={self.path(name)}", *options)
+        self.refused(f"lumomixcalc: {report} exists already", *run, f"-stats={report}")  # not "the output"
         # By a link: a program that put a file in its place must not take the machine's device.
         os.symlink("/dev/full", self.path("full"))
         with open("/dev/full", "w") as full:

@@ -42,7 +42,7 @@ told=
 compopt() { told+=" $*"; }
 PATH=$(dirname "$1"):$root/packaging:$PATH
 completes() { # PROGRAM WORD:SHOWN...
-  complete -p "$1" >/dev/null
+  complete -p "${1##*/}" >/dev/null
   COMP_WORDS=("$1")
   for completed in "${@:2}"; do
     COMP_LINE="$1 ${completed%:*}"
@@ -58,5 +58,6 @@ completes lumomixcalc -file1=help.n:help.names -looks:-looks= -operator=a1_:a1_c
   -mode=cf:cfloat32 -overw:-overwrite -nodata=:keep -a:'-a_nodata= -a=' \
   -stats=./usa:./usage ./syn=o:./syn=opsis
 [[ $told == *nospace* ]] # no blank after -looks=
+HOME=$(dirname "$1") completes \~/lumomixcalc -overw:-overwrite
 completes lumomixcalc-coherence -window:-window= -loo:-looks= -nodata=:keep -clamp:
 completes lumomixcalc-slurm -operator=a1_:a1_conj_b2 -part:

@@ -126,7 +126,7 @@ TEST_F(PanelWindowTest, RunThatIsCancelledClosedOrEndedBySignalLeavesNothing) {
 }
 
 TEST_F(PanelWindowTest, ProgramOpensInputsOrNamesANewOutputAndEndsByASignal) {
-  for (const char* const second : {"f2.tif", "new.tif"}) {
+  for (const char* const second : {"f2.tif", "/vsisubfile/0,f2.tif", "new.tif"}) {
     QProcess program;
     program.start(LUMOMIXCALC_TEST_PROGRAM_FOLDER "/lumomixcalc-panel", {"f1.tif", second});
     const QVariant before = QSettings("lumomixcalc", "panel").value("window/number");
@@ -138,8 +138,8 @@ TEST_F(PanelWindowTest, ProgramOpensInputsOrNamesANewOutputAndEndsByASignal) {
     EXPECT_EQ(program.exitCode(), SIGTERM);
     EXPECT_FALSE(program.readAllStandardError().contains("nothing was written"));
     const QString kept = QSettings("lumomixcalc", "panel").value("command").toString();
-    EXPECT_TRUE(kept.contains(QString(*second == 'f' ? "-file2=" : "-save=")));
-    EXPECT_EQ(kept.contains("-file2="), *second == 'f') << kept.toStdString();
+    EXPECT_TRUE(kept.contains(QString(*second == 'n' ? "-save=" : "-file2=")));
+    EXPECT_EQ(kept.contains("-file2="), *second != 'n') << kept.toStdString();
   }
 }
 

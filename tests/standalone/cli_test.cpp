@@ -64,6 +64,7 @@ TEST(CommandLines, ComeBackFromTheCommandThatRepeatsTheRun) {
     }
   EXPECT_EQ(ShellWord("=x"), "'=x'");  // zsh takes it for the name of a command
   EXPECT_THROW(ArgumentsOf("lumomixcalc $(true)"), WrongCommandLine);
+  EXPECT_THROW(ArgumentsOf("lumomixcalc-coherence a b c"), WrongCommandLine);
 }
 
 TEST(CommandLines, TakeWhatGdalsProgramsTake) {
