@@ -190,6 +190,10 @@ class Georeferencing(FileTest):
         write(self.a, RAMP[0], outputSRS="EPSG:4326", outputBounds=[0, 40, 360, 0])
         write(self.b, RAMP[1, :, :2], outputSRS="EPSG:4326", outputBounds=[-80, 40, 0, 0])
         equal(self.result(self.a, self.b, "-extent=intersection"), RAMP[0, :, 7:] + RAMP[1, :, :2])
+        write(self.path("r.img"), RAMP[0], format="ENVI", change=lambda dataset: dataset.SetMetadata(
+            {**RPC, "SAMP_OFF": "+150.00 pixels"}, "RPC"))
+        dataset, _ = self.made(self.path("r.img"), COPY, "-region=3:0:4:4")
+        self.assertEqual(dataset.GetMetadata("RPC")["SAMP_OFF"], "147")
         write(self.a, RAMP[0], change=lambda dataset: dataset.SetMetadata(
             {"X_DATASET": self.b}, "GEOLOCATION"))
         self.warned("does not hold the geolocation arrays", self.a, COPY)
