@@ -86,12 +86,13 @@ void MaskNoData(const Elements& elements, double noData) {
 }
 
 // The mask or the alpha band of a band. Null when it has none, or only a no-data value. GDAL takes
-// an alpha band as the mask only if it has bytes or 16 bits, but gdalwarp makes one of any type.
+// an alpha band as the mask only if it has bytes or 16 bits and the band declares no no-data value,
+// but gdalwarp makes one of any type, and beside a no-data value.
 GDALRasterBand* MaskOf(GDALDataset& raster, int band) {
   GDALRasterBand& own = *raster.GetRasterBand(band);
   GDALRasterBand& last = *raster.GetRasterBand(raster.GetRasterCount());
   const int flags = own.GetMaskFlags();
-  if ((flags & GMF_ALL_VALID) == 0) return flags == GMF_NODATA ? nullptr : own.GetMaskBand();
+  if ((flags & GMF_ALL_VALID) == 0 && flags != GMF_NODATA) return own.GetMaskBand();
   return &own != &last && last.GetColorInterpretation() == GCI_AlphaBand ? &last : nullptr;
 }
 
