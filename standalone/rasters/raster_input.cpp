@@ -255,7 +255,7 @@ void RasterInput::ApplyMask(int band, const PixelWindow& window, const Elements&
   GDALRasterBand* const mask = MaskOf(Pixels(), band);
   if (!mask) return;
   mask_.resize(elements.Count());
-  const std::string reason = ReadByGdal(*mask, window, elements, mask_.data(), GDT_Byte);
+  const std::string reason = ReadByGdal(*mask, window, elements, mask_.data(), GDT_Float32);
   if (!reason.empty()) throw Failure("cannot read the mask of " + Describe() + ": " + reason);
   for (std::size_t i = 0; i < mask_.size(); ++i)
     if (mask_[i] == 0) BecomeNan(elements[i]);

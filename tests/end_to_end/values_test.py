@@ -91,8 +91,9 @@ class NoData(harness.ProgramTest):
         equal(read(grid), np.ones(SHAPE))
 
     def test_is_what_an_alpha_band_leaves_out(self):
-        shown, expected = np.where(HOLES, 0, 255), np.where(HOLES, NAN, VALUES)
-        for type in "UInt16", "Float32":
+        expected = np.where(HOLES, NAN, VALUES)
+        for type, opaque in ("UInt16", 255), ("Float32", 0.25):
+            shown = np.where(HOLES, 0, opaque)
             write(self.a, [VALUES, shown], "ALPHA=YES", type=type, noData=65535)
             self.assert_result(self.made(self.a, COPY, "-bands=1")[0], expected, NAN)
             equal(self.result(self.a, COPY, "-bands=1", "-nodata=keep"), VALUES)
