@@ -90,9 +90,13 @@ bool UncompressedRows::FindStrips(GDALDataset& dataset, const std::vector<int>& 
   const auto* const places = Field<std::uint64_t*>(tiff.get(), TIFFTAG_STRIPOFFSETS);
   const auto* const sizes = Field<std::uint64_t*>(tiff.get(), TIFFTAG_STRIPBYTECOUNTS);
   const int rows = dataset.GetRasterYSize();
+  // With -oo=OVERVIEW_LEVEL= the dataset is another image than the first one of the file.
+  const bool isFirst = std::cmp_equal(Field<std::uint32_t>(tiff.get(), TIFFTAG_IMAGEWIDTH),
+                                      dataset.GetRasterXSize()) &&
+                       std::cmp_equal(Field<std::uint32_t>(tiff.get(), TIFFTAG_IMAGELENGTH), rows);
   const auto stripRows = static_cast<int>(std::min<std::uint32_t>(
       Field<std::uint32_t>(tiff.get(), TIFFTAG_ROWSPERSTRIP), static_cast<std::uint32_t>(rows)));
-  if (!places || !sizes || stripRows == 0) return false;
+  if (!isFirst || !places || !sizes || stripRows == 0) return false;
   const int strips = (rows - 1) / stripRows + 1;
   if (std::int64_t{strips} * dataset.GetRasterCount() != TIFFNumberOfStrips(tiff.get()))
     return false;
