@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cmath>
 #include <cstddef>
+#include <cstdlib>
 #include <filesystem>
 #include <limits>
 #include <mutex>
@@ -169,7 +171,10 @@ void RasterInput::OpenOverview() {
   for (int level = 0; level < band.GetOverviewCount(); ++level) {
     GDALRasterBand* const overview = band.GetOverview(level);
     if (overview->GetXSize() != columns || overview->GetYSize() != rows) continue;
-    resampled_ = Open(std::to_string(level).c_str());
+    // Counted from the overview that is the input with -oo=OVERVIEW_LEVEL=N.
+    const char* const own = openOptions_.FetchNameValue("OVERVIEW_LEVEL");
+    const int before = own && std::isdigit(*own) != 0 ? std::atoi(own) + 1 : 0;
+    resampled_ = Open(std::to_string(before + level).c_str());
     grid_.window = {grid_.window.x / n, grid_.window.y / n, grid_.columns, grid_.rows};
     grid_.resolution = 1;
     return;

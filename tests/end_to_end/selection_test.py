@@ -129,6 +129,7 @@ class Selection(harness.ProgramTest):
             np.testing.assert_allclose(result, expected, rtol=0, atol=2e-6)
         overview = self.a, "-operator=a1b", "-resampling=overview"
         equal(self.result(*overview, "-resolution=2"), fine)
+        equal(self.result(*overview, "-resolution=2", "-oo=OVERVIEW_LEVEL=0"), coarse)
         write(self.b, IMAGE[0], f"BLOCKYSIZE={ROWS}",
               change=lambda dataset: dataset.BuildOverviews("NEAREST", [2]))
         level = "OVERVIEW_LEVEL=0"
