@@ -310,6 +310,10 @@ class Outputs(FileTest):
         self.done(self.path("e.img"), self.path("e.nc"), COPY, "-strict")
         write(self.b, RAMP[:2], change=lambda raster: raster.GetRasterBand(2).SetDescription("Band of x"))
         self.warned("declared: names of bands", self.b, COPY, "-format=netCDF")
+        write(self.b, np.float32([[np.nan, 65535]]))  # a value that GDAL takes as no data
+        for mode, expected in ("float32", [[np.nan, 65535]]), ("uint16", [[65535, 65534]]):
+            self.done(self.b, self.path("v.nc"), COPY, f"-mode={mode}", "-co=FORMAT=NC4", "-overwrite")
+            equal(read(self.path("v.nc")), expected)
         write(self.a, np.full((40, 2100), np.nan), type="Float32", noData=np.nan)
         if not run(self.a, self.out, COPY, "-overwrite", "-co=ENDIANNESS=BIG").returncode:
             equal(read(self.out), read(self.a))  # GDAL 3.6 does not swap the bytes of such strips
