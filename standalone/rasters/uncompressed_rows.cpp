@@ -102,13 +102,15 @@ bool UncompressedRows::FindStrips(GDALDataset& dataset, const std::vector<int>& 
     return false;
   for (const int band : bands) {
     const GDALDataType type = dataset.GetRasterBand(band)->GetRasterDataType();
+    // Elements may be packed, such as half floats or twelve bits.
+    if (Field<std::uint16_t>(tiff.get(), TIFFTAG_BITSPERSAMPLE) != GDALGetDataTypeSizeBits(type))
+      return false;
     const std::int64_t rowStep =
         std::int64_t{dataset.GetRasterXSize()} * GDALGetDataTypeSizeBytes(type);
     Band& found = bands_[band] = {type, stripRows, rowStep, {}};
     for (int i = 0; i < strips; ++i) {
       const std::ptrdiff_t strip = std::ptrdiff_t{band - 1} * strips + i;
       const std::int64_t bytes = std::min(stripRows, rows - i * stripRows) * rowStep;
-      // A strip with fewer bytes has packed elements, such as half floats or twelve bits.
       if (places[strip] == 0 || static_cast<std::int64_t>(sizes[strip]) < bytes) return false;
       found.stripPlaces.push_back(static_cast<std::int64_t>(places[strip]));
     }

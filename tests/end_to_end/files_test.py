@@ -62,6 +62,8 @@ class Inputs(FileTest):
                   np.multiply.outer(sparse, np.ones((40, 9))).squeeze())
         write(self.b, np.uint8([[127, 128, 255]]), "PIXELTYPE=SIGNEDBYTE")
         equal(self.result(self.b, COPY), [[127, -128, -1]])
+        write(self.b, np.uint16([[777], [5]]), "NBITS=12")
+        equal(self.result(self.b, COPY), [[777], [5]])
 
     def test_source_of_two_inputs_is_read_by_turns(self):
         noise = np.random.default_rng(3).normal(size=(2000, 2, 250)).astype(np.float32)
