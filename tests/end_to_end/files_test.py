@@ -103,11 +103,13 @@ class Inputs(FileTest):
         Path(self.path("m.vrt")).write_text(masked.replace(
             "</VRTDataset>", f"<MaskBand>{mask.replace('b.tif', 'v1.vrt')}</MaskBand></VRTDataset>"))
         shutil.copy(self.b, self.path("a.tif.msk"))
+        os.mkdir(self.path("sub"))
+        os.symlink("../v2.vrt", self.path("sub/v2.vrt"))
         for name in ("zip", "gztar"):
             shutil.make_archive(self.path("archive"), name, self.folder, "a.tif")
         here = self.folder
         for name, file in ((f"{here}/v2.vrt", "a.tif"), (f"{here}/v2.vrt", "a.tif.msk"),
-                           (f"{here}/w.vrt", "a.tif"),
+                           (f"{here}/sub/v2.vrt", "a.tif"), (f"{here}/w.vrt", "a.tif"),
                            (f"{here}/m.vrt", "a.tif"), (f"vrt://{self.a}?bands=1", "a.tif"),
                            (f"{here}/e2.vrt", "e.hdr"), (f"{here}/ew.vrt", "e.hdr"),
                            (f"/vsizip/{here}/archive.zip/a.tif", "archive.zip"),
