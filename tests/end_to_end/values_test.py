@@ -150,6 +150,7 @@ class Results(harness.ProgramTest):
                 ("have imaginary parts", self.b, "-operator=conj_a1", "-mode=int16"),
                 ("have imaginary parts", self.a, COPY, "-b=0:1"),
                 ("have imaginary parts", last, "-operator=a_ln_1+b", "-b=0"),
+                ("", self.a, "-operator=1+b_pow_a", "-a=2", "-b=-2"),
                 ("all imaginary parts are zero", self.b, "-operator=abs_a1"),
                 ("results have single precision", self.a, COPY, "-mode=float64"),
                 ("2000 elements beyond the range of byte, saturated", self.a, COPY, "-mode=byte",
