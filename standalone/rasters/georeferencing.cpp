@@ -1,5 +1,6 @@
 #include "standalone/rasters/georeferencing.h"
 
+#include <cpl_conv.h>
 #include <cpl_string.h>
 #include <gdal_alg.h>
 #include <ogr_spatialref.h>
@@ -156,8 +157,9 @@ void CopyGeoreferencing(GDALDataset& from, const PixelPlacement& placement, GDAL
 void CopyRpc(GDALDataset& from, const PixelPlacement& placement, GDALDataset& to) {
   CPLStringList rpc(CSLDuplicate(from.GetMetadata("RPC")));
   const auto change = [&rpc](const char* item, double shift, double factor) {
-    if (const auto number = ParseDouble(rpc.FetchNameValueDef(item, "")))
-      rpc.SetNameValue(item, ShortestText((*number - shift) / factor).c_str());
+    // A unit may follow the number, as in "2197 pixels".
+    if (const char* const text = rpc.FetchNameValue(item))
+      rpc.SetNameValue(item, ShortestText((CPLAtof(text) - shift) / factor).c_str());
   };
   const auto [x, y, nx, ny] = placement;
   // The coordinate of the centre of the first pixel is 0.

@@ -16,6 +16,7 @@
 #include <system_error>
 
 #include "standalone/base/messages.h"
+#include "standalone/rasters/publication.h"
 #include "standalone/rasters/uncompressed_rows.h"
 
 namespace lumomixcalc::standalone {
@@ -90,7 +91,7 @@ class Finder {
     RefuseShortFile(raster);
     char** const xml = raster.GetMetadata("xml:VRT");
     const CPLXMLTreeCloser root(xml ? CPLParseXMLString(*xml) : nullptr);
-    if (root) AddSources(*root, raster, CPLGetPath(raster.GetDescription()));
+    if (root) AddSources(*root, raster, CPLGetPath(FollowLinks(raster.GetDescription()).c_str()));
   }
 
   // Adds the files of the sources found, and of the sources that these have.
@@ -111,7 +112,7 @@ class Finder {
   }
 
  private:
-  // folder is that of the VRT that holds the XML.
+  // folder is that of the VRT that holds the XML, after following links, as GDAL does.
   void AddSources(const CPLXMLNode& parent, GDALDataset& vrt, const std::string& folder) {
     for (const CPLXMLNode* node = parent.psChild; node; node = node->psNext) {
       if (node->eType != CXT_Element) continue;

@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cmath>
 #include <cstddef>
+#include <cstdlib>
 #include <filesystem>
 #include <limits>
 #include <mutex>
@@ -86,12 +88,13 @@ void MaskNoData(const Elements& elements, double noData) {
 }
 
 // The mask or the alpha band of a band. Null when it has none, or only a no-data value. GDAL takes
-// an alpha band as the mask only if it has bytes or 16 bits, but gdalwarp makes one of any type.
+// an alpha band as the mask only if it has bytes or 16 bits and the band declares no no-data value,
+// but gdalwarp makes one of any type, and beside a no-data value.
 GDALRasterBand* MaskOf(GDALDataset& raster, int band) {
   GDALRasterBand& own = *raster.GetRasterBand(band);
   GDALRasterBand& last = *raster.GetRasterBand(raster.GetRasterCount());
   const int flags = own.GetMaskFlags();
-  if ((flags & GMF_ALL_VALID) == 0) return flags == GMF_NODATA ? nullptr : own.GetMaskBand();
+  if ((flags & GMF_ALL_VALID) == 0 && flags != GMF_NODATA) return own.GetMaskBand();
   return &own != &last && last.GetColorInterpretation() == GCI_AlphaBand ? &last : nullptr;
 }
 
@@ -168,7 +171,10 @@ void RasterInput::OpenOverview() {
   for (int level = 0; level < band.GetOverviewCount(); ++level) {
     GDALRasterBand* const overview = band.GetOverview(level);
     if (overview->GetXSize() != columns || overview->GetYSize() != rows) continue;
-    resampled_ = Open(std::to_string(level).c_str());
+    // Counted from the overview that is the input with -oo=OVERVIEW_LEVEL=N.
+    const char* const own = openOptions_.FetchNameValue("OVERVIEW_LEVEL");
+    const int before = own && std::isdigit(*own) != 0 ? std::atoi(own) + 1 : 0;
+    resampled_ = Open(std::to_string(before + level).c_str());
     grid_.window = {grid_.window.x / n, grid_.window.y / n, grid_.columns, grid_.rows};
     grid_.resolution = 1;
     return;
@@ -254,7 +260,7 @@ void RasterInput::ApplyMask(int band, const PixelWindow& window, const Elements&
   GDALRasterBand* const mask = MaskOf(Pixels(), band);
   if (!mask) return;
   mask_.resize(elements.Count());
-  const std::string reason = ReadByGdal(*mask, window, elements, mask_.data(), GDT_Byte);
+  const std::string reason = ReadByGdal(*mask, window, elements, mask_.data(), GDT_Float32);
   if (!reason.empty()) throw Failure("cannot read the mask of " + Describe() + ": " + reason);
   for (std::size_t i = 0; i < mask_.size(); ++i)
     if (mask_[i] == 0) BecomeNan(elements[i]);

@@ -126,8 +126,8 @@ class RasterInput {
   std::vector<int> bands_;
   ElementRules rules_;
   std::unique_ptr<UncompressedRows> uncompressedRows_;
-  std::vector<float> full_;  // elements of full resolution
-  std::vector<std::uint8_t> mask_;
+  std::vector<float> full_;       // elements of full resolution
+  std::vector<float> mask_;       // an alpha of 0.3 must not become zero
   std::vector<std::byte> exact_;  // elements before they are rounded to floats
   std::string lostDigits_;        // an example of a value that was rounded
 };

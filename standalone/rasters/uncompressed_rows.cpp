@@ -90,21 +90,27 @@ bool UncompressedRows::FindStrips(GDALDataset& dataset, const std::vector<int>& 
   const auto* const places = Field<std::uint64_t*>(tiff.get(), TIFFTAG_STRIPOFFSETS);
   const auto* const sizes = Field<std::uint64_t*>(tiff.get(), TIFFTAG_STRIPBYTECOUNTS);
   const int rows = dataset.GetRasterYSize();
+  // With -oo=OVERVIEW_LEVEL= the dataset is another image than the first one of the file.
+  const bool isFirst = std::cmp_equal(Field<std::uint32_t>(tiff.get(), TIFFTAG_IMAGEWIDTH),
+                                      dataset.GetRasterXSize()) &&
+                       std::cmp_equal(Field<std::uint32_t>(tiff.get(), TIFFTAG_IMAGELENGTH), rows);
   const auto stripRows = static_cast<int>(std::min<std::uint32_t>(
       Field<std::uint32_t>(tiff.get(), TIFFTAG_ROWSPERSTRIP), static_cast<std::uint32_t>(rows)));
-  if (!places || !sizes || stripRows == 0) return false;
+  if (!isFirst || !places || !sizes || stripRows == 0) return false;
   const int strips = (rows - 1) / stripRows + 1;
   if (std::int64_t{strips} * dataset.GetRasterCount() != TIFFNumberOfStrips(tiff.get()))
     return false;
   for (const int band : bands) {
     const GDALDataType type = dataset.GetRasterBand(band)->GetRasterDataType();
+    // Elements may be packed, such as half floats or twelve bits.
+    if (Field<std::uint16_t>(tiff.get(), TIFFTAG_BITSPERSAMPLE) != GDALGetDataTypeSizeBits(type))
+      return false;
     const std::int64_t rowStep =
         std::int64_t{dataset.GetRasterXSize()} * GDALGetDataTypeSizeBytes(type);
     Band& found = bands_[band] = {type, stripRows, rowStep, {}};
     for (int i = 0; i < strips; ++i) {
       const std::ptrdiff_t strip = std::ptrdiff_t{band - 1} * strips + i;
       const std::int64_t bytes = std::min(stripRows, rows - i * stripRows) * rowStep;
-      // A strip with fewer bytes has packed elements, such as half floats or twelve bits.
       if (places[strip] == 0 || static_cast<std::int64_t>(sizes[strip]) < bytes) return false;
       found.stripPlaces.push_back(static_cast<std::int64_t>(places[strip]));
     }

@@ -186,8 +186,10 @@ std::optional<double> OutputNoData(const Job& job, const RunPlan& plan,
   // Programs that read text grids do not understand NaN, which may be a result, too.
   constexpr double kOfTextGrids = -9999;
   if ((format == "AAIGrid" || format == "XYZ") && !mode.integer) return kOfTextGrids;
-  if (!declared) return std::nullopt;
-  return mode.integer ? IntegerNoData(mode, *declared) : std::numeric_limits<double>::quiet_NaN();
+  // In netCDF, but for bytes, one value is no data in any case, and GDAL takes NaN as that value.
+  if (!declared && (format != "netCDF" || mode.type == GDT_Byte)) return std::nullopt;
+  return mode.integer ? IntegerNoData(mode, declared.value_or(NAN))
+                      : std::numeric_limits<double>::quiet_NaN();
 }
 
 }  // namespace

@@ -38,10 +38,11 @@ std::int64_t CacheBytes(const RunPlan& plan, const std::vector<RunInput>& inputs
 }
 
 // Whether a metadata item, NAME=VALUE, describes the values, the bands or the corners of the input,
-// or the pages of its file, which are not those of the output.
+// or the pages of its file, which are not those of the output. AREA_OR_POINT goes with the place.
 bool IsOfTheInput(const char* item) {
   static const std::regex kItems(
-      "LUMOMIXCALC_|NITF_BLOCKA_|STATISTICS_|NODATA_VALUES=|TIFFTAG_M(AX|IN)SAMPLEVALUE=|"
+      "AREA_OR_POINT=|LUMOMIXCALC_|NITF_BLOCKA_|STATISTICS_|NODATA_VALUES=|"
+      "TIFFTAG_M(AX|IN)SAMPLEVALUE=|"
       "TIFFTAG_IMAGEDESCRIPTION=(ImageJ=|<OME|<\\?xml|\\{\"shape\")|Band_[0-9]+=|"
       "NETCDF_VARNAME=|NETCDF_DIM_([^=]*_)?(EXTRA|DEF|VALUES)=|"
       "([^=]*#)?(_FillValue|GeoTransform|actual_range|add_offset|grid_mapping|missing_value|"
@@ -84,18 +85,18 @@ void DescribeOutput(const RunPlan& plan, const std::vector<RunInput>& inputs, GD
     return plan.grid.On(plan.origins.at(input.stream)).Placement();
   };
   // A system alone comes last: GDAL makes one up for a TIFF with AREA_OR_POINT=Point.
-  const RunInput* const placed = FirstThat(inputs, HasPlace);
-  if (const RunInput* const input = placed ? placed : FirstThat(inputs, [](GDALDataset& dataset) {
-        return dataset.GetSpatialRef() != nullptr;
-      }))
-    CopyGeoreferencing(input->raster->Dataset(), placementOn(*input), output);
+  const auto hasSystem = [](GDALDataset& dataset) { return dataset.GetSpatialRef() != nullptr; };
+  const RunInput* placed = FirstThat(inputs, HasPlace);
+  if (!placed) placed = FirstThat(inputs, hasSystem);
+  if (!placed) placed = &inputs.front();
+  GDALDataset& place = placed->raster->Dataset();
+  CopyGeoreferencing(place, placementOn(*placed), output);
   if (const RunInput* const input = FirstThat(
           inputs, [](GDALDataset& dataset) { return dataset.GetMetadata("RPC") != nullptr; }))
     CopyRpc(input->raster->Dataset(), placementOn(*input), output);
   if (FirstThat(inputs, [](GDALDataset& dataset) { return dataset.GetMetadata("GEOLOCATION"); }))
     Warn("the output does not hold the geolocation arrays of the input");
-  if (const RunInput* const input = FirstThat(
-          inputs, [](GDALDataset& dataset) { return CSLCount(dataset.GetMetadata()) > 0; }))
+  for (auto input = inputs.rbegin(); input != inputs.rend(); ++input)  // the first one last
     CopyMetadata(input->raster->Dataset(), output);
   // In pixels of the input per inch or centimetre.
   const auto reduce = [&output](const char* item, double factor) {
@@ -107,8 +108,8 @@ void DescribeOutput(const RunPlan& plan, const std::vector<RunInput>& inputs, GD
   reduce("TIFFTAG_YRESOLUTION", plan.grid.Placement().ny);
   // Of an image with AREA_OR_POINT=Point the TIFF driver of GDAL 3.6 writes ground control points
   // one pixel too far. Without it, their pixels and lines mean the same.
-  if (output.GetGCPCount() > 0 && output.GetMetadataItem("AREA_OR_POINT"))
-    output.SetMetadataItem("AREA_OR_POINT", "Area");
+  if (const char* const kind = place.GetMetadataItem("AREA_OR_POINT"))
+    output.SetMetadataItem("AREA_OR_POINT", output.GetGCPCount() > 0 ? "Area" : kind);
   for (std::size_t i = 0; i < plan.bands.size(); ++i)
     DescribeBand(inputs, plan.bands[i], *output.GetRasterBand(static_cast<int>(i) + 1));
   output.SetMetadataItem("LUMOMIXCALC_COMMAND", plan.command.c_str());

@@ -159,9 +159,11 @@ void CountRows(const ConstElements& rows, ValidStatistics& statistics) {
     (rows.parts == 1 ? AddRow<1> : AddRow<2>)(rows.Row(i), statistics);
 }
 
-bool HasImaginaryPart(const ConstElements& elements) {
-  for (std::size_t i = 0; i < elements.Count(); ++i)
-    if (std::abs(elements[i][1]) > 0) return true;  // false for NaN
+bool HasImaginaryPart(const ConstElements& elements, float share) {
+  for (std::size_t i = 0; i < elements.Count(); ++i) {
+    const float least = share > 0 ? share * std::abs(elements[i][0]) : 0;
+    if (std::abs(elements[i][1]) > least) return true;  // false for NaN
+  }
   return false;
 }
 

@@ -62,8 +62,9 @@ struct ValidStatistics {
 
 void CountRows(const ConstElements& rows, ValidStatistics& statistics);
 
-// Whether a complex element has an imaginary part other than zero and NaN.
-bool HasImaginaryPart(const ConstElements& elements);
+// Whether a complex element has an imaginary part other than zero and NaN, and larger than this
+// share of its real part.
+bool HasImaginaryPart(const ConstElements& elements, float share = 0);
 
 // The statistics of one band of an output. record, which the application counts, and valid, which
 // users see, are those of the computed values before an integer mode rounds and saturates them.

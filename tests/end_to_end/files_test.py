@@ -62,6 +62,8 @@ class Inputs(FileTest):
                   np.multiply.outer(sparse, np.ones((40, 9))).squeeze())
         write(self.b, np.uint8([[127, 128, 255]]), "PIXELTYPE=SIGNEDBYTE")
         equal(self.result(self.b, COPY), [[127, -128, -1]])
+        write(self.b, np.uint16([[777], [5]]), "NBITS=12")
+        equal(self.result(self.b, COPY), [[777], [5]])
 
     def test_source_of_two_inputs_is_read_by_turns(self):
         noise = np.random.default_rng(3).normal(size=(2000, 2, 250)).astype(np.float32)
@@ -101,11 +103,13 @@ class Inputs(FileTest):
         Path(self.path("m.vrt")).write_text(masked.replace(
             "</VRTDataset>", f"<MaskBand>{mask.replace('b.tif', 'v1.vrt')}</MaskBand></VRTDataset>"))
         shutil.copy(self.b, self.path("a.tif.msk"))
+        os.mkdir(self.path("sub"))
+        os.symlink("../v2.vrt", self.path("sub/v2.vrt"))
         for name in ("zip", "gztar"):
             shutil.make_archive(self.path("archive"), name, self.folder, "a.tif")
         here = self.folder
         for name, file in ((f"{here}/v2.vrt", "a.tif"), (f"{here}/v2.vrt", "a.tif.msk"),
-                           (f"{here}/w.vrt", "a.tif"),
+                           (f"{here}/sub/v2.vrt", "a.tif"), (f"{here}/w.vrt", "a.tif"),
                            (f"{here}/m.vrt", "a.tif"), (f"vrt://{self.a}?bands=1", "a.tif"),
                            (f"{here}/e2.vrt", "e.hdr"), (f"{here}/ew.vrt", "e.hdr"),
                            (f"/vsizip/{here}/archive.zip/a.tif", "archive.zip"),
@@ -182,7 +186,8 @@ class Georeferencing(FileTest):
                           f"place: their {told}", str(report["warnings"]))
         write(self.b, RAMP[1], metadataOptions=["AREA_OR_POINT=Point"])  # GDAL gives it a system
         dataset, report = self.made(self.b, self.a)
-        self.assertEqual((dataset.GetGeoTransform(), report["warnings"]), (GEOTRANSFORM, []))
+        self.assertEqual((dataset.GetGeoTransform(), dataset.GetMetadataItem("AREA_OR_POINT"),
+                          report["warnings"]), (GEOTRANSFORM, "Area", []))
         swapped = self.path("b.zarr")  # GDAL 3.6 lists the axes of its system north before east
         write(self.a, RAMP[0], outputSRS="EPSG:32632", **bounds(RAMP))
         write(swapped, RAMP[1], outputSRS="EPSG:32632", format="Zarr", **bounds(RAMP))
@@ -190,6 +195,10 @@ class Georeferencing(FileTest):
         write(self.a, RAMP[0], outputSRS="EPSG:4326", outputBounds=[0, 40, 360, 0])
         write(self.b, RAMP[1, :, :2], outputSRS="EPSG:4326", outputBounds=[-80, 40, 0, 0])
         equal(self.result(self.a, self.b, "-extent=intersection"), RAMP[0, :, 7:] + RAMP[1, :, :2])
+        write(self.path("r.img"), RAMP[0], format="ENVI", change=lambda dataset: dataset.SetMetadata(
+            {**RPC, "SAMP_OFF": "+150.00 pixels"}, "RPC"))
+        dataset, _ = self.made(self.path("r.img"), COPY, "-region=3:0:4:4")
+        self.assertEqual(dataset.GetMetadata("RPC")["SAMP_OFF"], "147")
         write(self.a, RAMP[0], change=lambda dataset: dataset.SetMetadata(
             {"X_DATASET": self.b}, "GEOLOCATION"))
         self.warned("does not hold the geolocation arrays", self.a, COPY)
@@ -305,6 +314,10 @@ class Outputs(FileTest):
         self.done(self.path("e.img"), self.path("e.nc"), COPY, "-strict")
         write(self.b, RAMP[:2], change=lambda raster: raster.GetRasterBand(2).SetDescription("Band of x"))
         self.warned("declared: names of bands", self.b, COPY, "-format=netCDF")
+        write(self.b, np.float32([[np.nan, 65535]]))  # a value that GDAL takes as no data
+        for mode, expected in ("float32", [[np.nan, 65535]]), ("uint16", [[65535, 65534]]):
+            self.done(self.b, self.path("v.nc"), COPY, f"-mode={mode}", "-co=FORMAT=NC4", "-overwrite")
+            equal(read(self.path("v.nc")), expected)
         write(self.a, np.full((40, 2100), np.nan), type="Float32", noData=np.nan)
         if not run(self.a, self.out, COPY, "-overwrite", "-co=ENDIANNESS=BIG").returncode:
             equal(read(self.out), read(self.a))  # GDAL 3.6 does not swap the bytes of such strips

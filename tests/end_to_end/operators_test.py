@@ -375,7 +375,8 @@ class Operators(harness.ProgramTest):
 
     def compare_descriptions(self, inputs, chosen, nx, ny):
         """Each is that of the first image that has one."""
-        items = next(filter(None, (image.dataset.GetMetadata() for image in inputs)), {})
+        items = next((items for items in (image.dataset.GetMetadata() for image in inputs)
+                      if "SENSOR" in items), {})
         self.assertEqual(self.dataset.GetMetadataItem("SENSOR"), items.get("SENSOR"))
         self.assertTrue(self.dataset.GetMetadata().keys().isdisjoint(OF_THE_INPUT))
         for axis, pixels in ("X", nx), ("Y", ny):  # pixels per inch

@@ -129,6 +129,12 @@ class Selection(harness.ProgramTest):
             np.testing.assert_allclose(result, expected, rtol=0, atol=2e-6)
         overview = self.a, "-operator=a1b", "-resampling=overview"
         equal(self.result(*overview, "-resolution=2"), fine)
+        equal(self.result(*overview, "-resolution=2", "-oo=OVERVIEW_LEVEL=0"), coarse)
+        write(self.b, IMAGE[0], f"BLOCKYSIZE={ROWS}",
+              change=lambda dataset: dataset.BuildOverviews("NEAREST", [2]))
+        level = "OVERVIEW_LEVEL=0"
+        equal(self.result(self.b, "-operator=a1b", f"-oo={level}"),
+              gdal.OpenEx(self.b, open_options=[level]).ReadAsArray())
         result, _ = self.made(*overview, "-resolution=4", "-region=8:20:400:81")
         equal(result.ReadAsArray(), coarse[:, 5:25, 2:102])
         self.assertEqual(result.GetGeoTransform(), (LEFT + 240, 120, 0, TOP - 600, 0, -120))

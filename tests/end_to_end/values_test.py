@@ -91,9 +91,10 @@ class NoData(harness.ProgramTest):
         equal(read(grid), np.ones(SHAPE))
 
     def test_is_what_an_alpha_band_leaves_out(self):
-        shown, expected = np.where(HOLES, 0, 255), np.where(HOLES, NAN, VALUES)
-        for type in "UInt16", "Float32":
-            write(self.a, [VALUES, shown], "ALPHA=YES", type=type)
+        expected = np.where(HOLES, NAN, VALUES)
+        for type, opaque in ("UInt16", 255), ("Float32", 0.25):
+            shown = np.where(HOLES, 0, opaque)
+            write(self.a, [VALUES, shown], "ALPHA=YES", type=type, noData=65535)
             self.assert_result(self.made(self.a, COPY, "-bands=1")[0], expected, NAN)
             equal(self.result(self.a, COPY, "-bands=1", "-nodata=keep"), VALUES)
         equal(self.result(self.a, COPY, "-bands=2"), shown)
@@ -149,6 +150,7 @@ class Results(harness.ProgramTest):
                 ("have imaginary parts", self.b, "-operator=conj_a1", "-mode=int16"),
                 ("have imaginary parts", self.a, COPY, "-b=0:1"),
                 ("have imaginary parts", last, "-operator=a_ln_1+b", "-b=0"),
+                ("", self.a, "-operator=1+b_pow_a", "-a=2", "-b=-2"),
                 ("all imaginary parts are zero", self.b, "-operator=abs_a1"),
                 ("results have single precision", self.a, COPY, "-mode=float64"),
                 ("2000 elements beyond the range of byte, saturated", self.a, COPY, "-mode=byte",
