@@ -110,7 +110,7 @@ class Slurm(harness.ProgramTest):
                 ("", "0", "--", *new), ("", "2", "--mem=1", *new), ("", "2", "--array=1", "--", *new),
                 ("", "2", "--", "none", *new), ("", "2", "--", *new, "-a=x"),
                 ("", "1025", "--", *new), ("", "2", "--", *new, "-part=1/2"), ("", *submission),
-                ("", "2", "--", *new, "-check"), ("", "2", "-a1", "--", *new),
+                ("", "2", "--", *new, "-check"), ("", "2", "--", "-operators"), ("", "2", "-a1", "--", *new),
                 (f"{self.folder}:", "2", "--hold", "--", *new)):
             result = self.call("env", f"PATH={path}{self.environment['PATH']}", SUBMIT, *arguments,
                                check=False)
