@@ -291,7 +291,8 @@ class Outputs(FileTest):
         np.testing.assert_allclose(read(self.path("o.asc")), [[0.01, 0.2], [0.3, 0.4]], atol=1e-6)
         self.assertNotIn("STATISTICS_MEAN", gdal.Info(self.path("o.asc")))
         for told, *options in (("", "-co=COMPRESS=LZW"), ("", "-co=ENDIANNESS=BIG"),
-                               ("not hold all values", "-co=COMPRESS=JPEG", "-mode=byte", "-b=600"),
+                               ("not hold all values", "-co=TILED=YES", "-co=COMPRESS=JPEG",
+                                "-mode=byte", "-b=600"),
                                ("not hold all values", "-co=DISCARD_LSB=12")):
             result, report = self.made(self.a, COPY, "-a=0.1", *options)
             self.assertEqual(len(report["warnings"]), bool(told))

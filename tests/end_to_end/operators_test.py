@@ -250,10 +250,10 @@ class Operators(harness.ProgramTest):
         where = f"-region={left}:{top}:{width}:{height}"
         if grid[2] == 0 and any(
                 image.dataset.GetGeoTransform(can_return_null=True) for image in inputs):
-            inside = self.pick(0, 0.3)  # the window takes the pixels that it touches
+            inside, cut = self.pick(0, 0.3), self.pick(0, 0.6)  # it takes the pixels that it touches
             where = self.pick(where, "-window={}:{}:{}:{}".format(
-                grid[0] + grid[1] * (x + inside), grid[3] + grid[5] * (y + height - inside),
-                grid[0] + grid[1] * (x + width - inside), grid[3] + grid[5] * (y + inside)))
+                grid[0] + grid[1] * (x + inside), grid[3] + grid[5] * (y + height - cut),
+                grid[0] + grid[1] * (x + width - cut), grid[3] + grid[5] * (y + inside)))
         arguments = [*(f"-file{n}={paths.get(n, 'none')}" for n in self.pick("12", used)),
                      f"-operator={operator}",
                      f"-a={a.real}:{a.imag}", f"-b={b.real}:{b.imag}", f"-looks={nx}:{ny}",
