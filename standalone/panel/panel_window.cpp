@@ -185,8 +185,12 @@ void PanelWindow::AddShortcuts() {
     preview_->Unpin();
   });
   new QShortcut(QKeySequence::Copy, this, [this] {
-    if (messages_->hasFocus()) return messages_->copy();
-    const bool elements = qobject_cast<QAbstractScrollArea*>(focusWidget());  // table or picture
+    QWidget* const there = focusWidget();
+    const bool said = there == messages_;  // they have the focus after a run
+    if (said && messages_->textCursor().hasSelection()) return messages_->copy();
+    if (const auto* const label = qobject_cast<QLabel*>(there); label && label->hasSelectedText())
+      return QGuiApplication::clipboard()->setText(label->selectedText());
+    const bool elements = !said && qobject_cast<QAbstractScrollArea*>(there);  // table or picture
     elements ? inspector_->Copy() : copy_->click();
   });
 }

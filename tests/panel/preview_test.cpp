@@ -423,6 +423,9 @@ TEST_F(PanelWindowTest, ElementsUnderThePointerAreThoseOfThePixelAndTheSettings)
   const QString table = QGuiApplication::clipboard()->text();
   EXPECT_TRUE(table.contains(QRegularExpression("^Pinned.*\n\tFile1.*\nValue\t1800\t")))
       << table.toStdString();
+  QTest::mouseDClick(&Find("Place under the pointer"), Qt::LeftButton, {}, {9, 5});
+  QTest::keyClick(window_->focusWidget(), Qt::Key_C, Qt::ControlModifier);
+  EXPECT_EQ(QGuiApplication::clipboard()->text(), "Pinned");
   QTest::keyClick(&view, Qt::Key_Escape);
   QTest::keyClick(window_.get(), Qt::Key_0, Qt::ControlModifier);
   MakeRaster("f1.tif", 60, 40, 2);  // is noticed
