@@ -405,6 +405,7 @@ void PanelWindow::SetRunning(bool running) {
 }
 
 void PanelWindow::Run() {
+  run_->setFocus();  // a text that is being typed is then complete; a shortcut leaves it as it is
   const std::optional<Job> job = JobToRun();
   if (!job) return;
   SetRunning(true);

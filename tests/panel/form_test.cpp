@@ -92,8 +92,12 @@ TEST_F(PanelWindowTest, ShowsTheSettingsOfACommandThatStartsItOrIsPasted) {
   EXPECT_TRUE(WaitFor([&] { return TextOf("Save").empty(); }));
   Paste("lumomixcalc f1.tif o2.tif -check -operator=a1b");
   EXPECT_TRUE(WaitFor([&] { return TextOf("Save") == "o2.tif"; }));
-  Run("done");
+  Find("Other options").setFocus();
+  Type("Other options", "-bands=2");  // is taken without the return key, too
+  QTest::keyClick(&Find("Other options"), Qt::Key_R, Qt::ControlModifier);
+  ExpectEnd("done");
   EXPECT_TRUE(QFile::exists("o2.tif"));
+  EXPECT_FALSE(Told("band 2: "));
 }
 
 TEST_F(PanelWindowTest, RunThatIsCancelledClosedOrEndedBySignalLeavesNothing) {
