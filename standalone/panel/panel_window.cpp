@@ -245,8 +245,10 @@ Job PanelWindow::CurrentJob() const {
   return job;
 }
 
-// Takes the settings of a command.
+// Takes the settings of a command. Until they are shown, a run would have its numbers with the
+// files of the settings before.
 void PanelWindow::Take(const QString& command, bool withFiles) {
+  run_->setEnabled(false);
   worker_->Post([this, command = command.toStdString(), withFiles, worker = worker_.get()] {
     try {
       const Job job = ReadCommand(command, host_);
@@ -254,9 +256,13 @@ void PanelWindow::Take(const QString& command, bool withFiles) {
         rows_->Show(numbers);
         TakeRows();
         ShowJob(job, withFiles);
+        run_->setEnabled(!running_);
       });
     } catch (const WrongCommandLine& wrong) {
-      worker->Deliver([this, told = Text(wrong.what())] { Tell("Not pasted: " + told); });
+      worker->Deliver([this, told = Text(wrong.what())] {
+        Tell("Not pasted: " + told);
+        run_->setEnabled(!running_);
+      });
     }
   });
 }

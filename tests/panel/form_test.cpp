@@ -89,6 +89,7 @@ TEST_F(PanelWindowTest, ShowsTheSettingsOfACommandThatStartsItOrIsPasted) {
   }
   EXPECT_TRUE(OnlyTheInputsAreThere());
   Paste("lumomixcalc -panel f1.tif");
+  EXPECT_FALSE(Find("Run").isEnabled());  // with old files and new numbers
   EXPECT_TRUE(WaitFor([&] { return TextOf("Save").empty(); }));
   Paste("lumomixcalc f1.tif o2.tif -check -operator=a1b");
   EXPECT_TRUE(WaitFor([&] { return TextOf("Save") == "o2.tif"; }));
