@@ -351,7 +351,7 @@ void PanelWindow::Refresh() {
   preview_->SetRegion(output_->Region());
   // There is no command for these fields. The preview is of the last numbers, such as the 1 of 1/3.
   preview_->Dim(!Fault().isEmpty());
-  if (!Fault().isEmpty()) return ShowCommand("");
+  if (!Fault().isEmpty()) ShowCommand("");
   preview_->ExpectPreview();
   if (const QStringList old = watcher_.files() + watcher_.directories(); !old.isEmpty())
     watcher_.removePaths(old);

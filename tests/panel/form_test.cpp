@@ -184,6 +184,8 @@ TEST_F(PanelWindowTest, NumbersAreReadAsPeopleTypeThemAndOtherTextsKeepItFromRun
     Set("Run");
     EXPECT_TRUE(Told("\u201c" + text + "\u201d is not a number")) << text;
   }
+  Set("File2", "f1.tif");
+  ExpectElements({9.5, 9.5}, kFile2, 1);  // files are opened meanwhile
   EXPECT_TRUE(OnlyTheInputsAreThere());
   Open("");
   EXPECT_EQ(TextOf(kA), "2");  // the last number
