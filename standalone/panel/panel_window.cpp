@@ -63,7 +63,9 @@ PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first) : hos
   preview_->elementAsked = [this](QPoint pixel) { worker_->Inspect(pixel); };
   for (const auto changed :
        {&QFileSystemWatcher::fileChanged, &QFileSystemWatcher::directoryChanged})
-    connect(&watcher_, changed, &refresh_, qOverload<>(&QTimer::start));
+    connect(&watcher_, changed, [this] {
+      if (!running_) refresh_.start();  // the end of a run has the same effect
+    });
   refresh_.setObjectName("Refresh");
   refresh_.setSingleShot(true);
   refresh_.callOnTimeout([this] { Refresh(); });
@@ -415,7 +417,6 @@ void PanelWindow::Run() {
   const std::optional<Job> job = JobToRun();
   if (!job) return;
   SetRunning(true);
-  preview_->EndPreview();
   progress_->setValue(0);
   progress_->setFormat("running");
   sinceRun_.start();

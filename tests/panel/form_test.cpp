@@ -110,7 +110,10 @@ TEST_F(PanelWindowTest, RunThatIsCancelledClosedOrEndedBySignalLeavesNothing) {
       EXPECT_FALSE(Find(name).isEnabled()) << name;
     EXPECT_TRUE(WaitFor([] { return !OnlyTheInputsAreThere(); }));
   };
+  Settle();
   run();
+  QCoreApplication::processEvents();
+  EXPECT_FALSE(window_->findChild<QTimer*>("Expected preview")->isActive());  // all is shown
   QTest::keyClick(window_.get(), Qt::Key_Escape);
   ExpectEnd("cancelled");
   auto& messages = Find<QPlainTextEdit>("Messages");
