@@ -306,6 +306,12 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   QFile::remove("no.tif");
   EXPECT_TRUE(WaitFor([&] { return Notes().starts_with("\u2022 cannot open no.tif"); }));
   EXPECT_NE(Find("File1").styleSheet(), Find("File2").styleSheet());
+  std::ofstream("e.img") << std::string(24, '\0');
+  Set("File1", "e.img");
+  Settle();
+  std::ofstream("e.hdr") << "ENVI\nsamples = 3\nlines = 2\nbands = 1\ndata type = 4\n";
+  Set(kA, "5");
+  Pictured("File1 preview");
 }
 
 TEST_F(PanelWindowTest, TabGoesThroughWidgetsThatScreenReadersCanNameAndRowsHaveHelp) {
