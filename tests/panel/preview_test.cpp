@@ -449,8 +449,10 @@ TEST_F(PanelWindowTest, CoarseAndLongThinPreviewsShowPixelsInTheirPlacesAndReadT
   EXPECT_EQ(Find("Result preview").accessibleDescription(), "1 of 2 \u00d7 2 cells");
   MakeRaster("f1.tif", 5000, 3, 1);
   Open("f1.tif -save=out.tif -operator=a1b");
-  const auto& view = Pictured("Result preview");
+  auto& view = Pictured("Result preview");
   EXPECT_TRUE(view.Seen().isNull());
+  QTest::keyClicks(&view, "+");
+  EXPECT_FALSE(view.Seen().isNull());
   EXPECT_GE(view.transform().m22() * 3, 20);
 }
 
