@@ -93,6 +93,7 @@ PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first) : hos
 }
 
 PanelWindow::~PanelWindow() {
+  if (QWidget* const field = focusWidget()) field->clearFocus();  // which tells what was typed
   worker_.reset();
   try {
     SaveSettings();

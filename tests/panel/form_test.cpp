@@ -206,8 +206,11 @@ TEST_F(PanelWindowTest, RemembersNumbersAndItsSizeInsideTheScreen) {
   const QSize size = window_->size() - QSize(53, 55);
   window_->resize(size);
   Set(kA, "0.3");
+  Find("Other options").setFocus();
+  Type("Other options", "-bands=2");
   Open("");
   EXPECT_EQ(TextOf(kA), "0.3");
+  EXPECT_EQ(TextOf("Other options"), "-bands=2");
   EXPECT_EQ(window_->size(), size);
   const QPoint place = window_->pos();
   Open("");
