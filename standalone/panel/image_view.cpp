@@ -60,8 +60,14 @@ void ImageView::Dim(bool dimmed) {
 }
 
 void ImageView::Follow() {
-  const QSizeF scale = sight_.scale > 0 ? QSizeF(sight_.scale, sight_.scale) : WholeScale();
-  setTransform(QTransform::fromScale(scale.width(), scale.height()));
+  // Where the whole image is a thin line, it is broadened so that it is seen.
+  const auto scaleAlong = [this](double side) {
+    constexpr double kLeastSide = 24;
+    const bool isThin = side > 0 && side * WholeScale() < kLeastSide;
+    return isThin ? std::max(Scale(), kLeastSide / side) : Scale();
+  };
+  setTransform(
+      QTransform::fromScale(scaleAlong(sceneRect().width()), scaleAlong(sceneRect().height())));
   centerOn(sight_.scale > 0 ? sight_.centre : sceneRect().center());
   // Shrunk smoothly, which averages speckle; enlarged so that every element is seen as it is.
   const bool shrinks = Scale() * devicePixelRatioF() * picture_->transform().m11() < 1;
@@ -177,13 +183,10 @@ void ImageView::mouseReleaseEvent(QMouseEvent* event) {
   if (!isClick && draws_ && !pixels.isEmpty()) drawn(pixels);
 }
 
-// The whole image as large as fits. A long thin one is broadened so that it is seen.
-QSizeF ImageView::WholeScale() const {
+// Shows the whole image as large as fits.
+double ImageView::WholeScale() const {
   const QSizeF image = sceneRect().size();
-  if (image.isEmpty()) return {1, 1};
-  constexpr double kLeastSide = 24;
-  const double fits = std::min(width() / image.width(), height() / image.height());
-  return {std::max(fits, kLeastSide / image.width()), std::max(fits, kLeastSide / image.height())};
+  return image.isEmpty() ? 1 : std::min(width() / image.width(), height() / image.height());
 }
 
 // Of the middle of the screen's pixel at a position. QGraphicsView's own functions take whole
@@ -210,7 +213,7 @@ void ImageView::Zoom(double scale, QPointF position) {
   constexpr double kLargest = 64;
   scale = std::min(scale, kLargest);
   const QPointF toMiddle = QPointF(viewport()->rect().center()) - position;
-  if (scale > WholeScale().width())
+  if (scale > WholeScale())
     moved(PlaceAt(position) + toMiddle / scale, scale);
   else
     moved({}, 0);

@@ -43,8 +43,8 @@ class ImageView : public QGraphicsView {
   // Follows a change of what the views share.
   void Follow();
 
-  // In points of the screen to a pixel.
-  double Scale() const { return sight_.scale > 0 ? sight_.scale : WholeScale().width(); }
+  // In points of the screen to a pixel. Across a long thin image there may be more.
+  double Scale() const { return sight_.scale > 0 ? sight_.scale : WholeScale(); }
 
   // The pixels that are seen; null when all are.
   QRect Seen() const;
@@ -64,7 +64,7 @@ class ImageView : public QGraphicsView {
   void leaveEvent(QEvent*) override { pointed(std::nullopt, false); }
 
  private:
-  QSizeF WholeScale() const;
+  double WholeScale() const;
   bool HasPicture() const { return !picture_->pixmap().isNull(); }
   void PaintText(QPainter& painter) const;
   QPointF PlaceAt(QPointF position) const;

@@ -63,7 +63,9 @@ PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first) : hos
   preview_->elementAsked = [this](QPoint pixel) { worker_->Inspect(pixel); };
   for (const auto changed :
        {&QFileSystemWatcher::fileChanged, &QFileSystemWatcher::directoryChanged})
-    connect(&watcher_, changed, &refresh_, qOverload<>(&QTimer::start));
+    connect(&watcher_, changed, [this] {
+      if (!running_) refresh_.start();  // the end of a run has the same effect
+    });
   refresh_.setObjectName("Refresh");
   refresh_.setSingleShot(true);
   refresh_.callOnTimeout([this] { Refresh(); });
@@ -91,6 +93,7 @@ PanelWindow::PanelWindow(HostState& host, const std::optional<Job>& first) : hos
 }
 
 PanelWindow::~PanelWindow() {
+  if (QWidget* const field = focusWidget()) field->clearFocus();  // which tells what was typed
   worker_.reset();
   try {
     SaveSettings();
@@ -185,8 +188,12 @@ void PanelWindow::AddShortcuts() {
     preview_->Unpin();
   });
   new QShortcut(QKeySequence::Copy, this, [this] {
-    if (messages_->hasFocus()) return messages_->copy();
-    const bool elements = qobject_cast<QAbstractScrollArea*>(focusWidget());  // table or picture
+    QWidget* const there = focusWidget();
+    const bool said = there == messages_;  // they have the focus after a run
+    if (said && messages_->textCursor().hasSelection()) return messages_->copy();
+    if (const auto* const label = qobject_cast<QLabel*>(there); label && label->hasSelectedText())
+      return QGuiApplication::clipboard()->setText(label->selectedText());
+    const bool elements = !said && qobject_cast<QAbstractScrollArea*>(there);  // table or picture
     elements ? inspector_->Copy() : copy_->click();
   });
 }
@@ -241,8 +248,10 @@ Job PanelWindow::CurrentJob() const {
   return job;
 }
 
-// Takes the settings of a command.
+// Takes the settings of a command. Until they are shown, a run would have its numbers with the
+// files of the settings before.
 void PanelWindow::Take(const QString& command, bool withFiles) {
+  run_->setEnabled(false);
   worker_->Post([this, command = command.toStdString(), withFiles, worker = worker_.get()] {
     try {
       const Job job = ReadCommand(command, host_);
@@ -250,9 +259,13 @@ void PanelWindow::Take(const QString& command, bool withFiles) {
         rows_->Show(numbers);
         TakeRows();
         ShowJob(job, withFiles);
+        run_->setEnabled(!running_);
       });
     } catch (const WrongCommandLine& wrong) {
-      worker->Deliver([this, told = Text(wrong.what())] { Tell("Not pasted: " + told); });
+      worker->Deliver([this, told = Text(wrong.what())] {
+        Tell("Not pasted: " + told);
+        run_->setEnabled(!running_);
+      });
     }
   });
 }
@@ -341,7 +354,7 @@ void PanelWindow::Refresh() {
   preview_->SetRegion(output_->Region());
   // There is no command for these fields. The preview is of the last numbers, such as the 1 of 1/3.
   preview_->Dim(!Fault().isEmpty());
-  if (!Fault().isEmpty()) return ShowCommand("");
+  if (!Fault().isEmpty()) ShowCommand("");
   preview_->ExpectPreview();
   if (const QStringList old = watcher_.files() + watcher_.directories(); !old.isEmpty())
     watcher_.removePaths(old);
@@ -401,10 +414,10 @@ void PanelWindow::SetRunning(bool running) {
 }
 
 void PanelWindow::Run() {
+  run_->setFocus();  // a text that is being typed is then complete; a shortcut leaves it as it is
   const std::optional<Job> job = JobToRun();
   if (!job) return;
   SetRunning(true);
-  preview_->EndPreview();
   progress_->setValue(0);
   progress_->setFormat("running");
   sinceRun_.start();

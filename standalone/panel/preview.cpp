@@ -227,9 +227,8 @@ bool PreviewMaker::Update(const DeclaredStream& stream, const std::stop_token& s
   const bool another = file != input.file;
   if (another) input = {file, nullptr, {}, {}, 0, {}};
   try {
-    if (!input.raster && input.image.note.empty())
+    if (!input.raster)  // nor before: a header or a file behind it may have come
       input.raster = std::make_unique<RasterInput>(stream.label, name, job_.openOptions);
-    if (!input.raster) return false;  // it is known why
     const PreviewImage blank = Blank(stream.number);
     const auto rules = std::tuple(view_.band, blank.run, blank.extent, OriginOf(stream.number),
                                   job_.elements, job_.selection);
@@ -348,7 +347,6 @@ void PreviewMaker::CloseInputs() {
   for (auto& [stream, input] : inputs_) {
     input.raster.reset();
     input.cells.reset();
-    input.image.note.clear();
   }
 }
 

@@ -50,7 +50,7 @@ NumberField::NumberField(int width, float step, Changed changed)
   setAcceptDrops(false);  // a file that is dropped here is meant for the window
   connect(this, &QLineEdit::textChanged, [this] { Read(); });
   connect(this, &QLineEdit::editingFinished, [this] {
-    if (value_) Edit(*value_);
+    if (value_ && isModified()) Edit(*value_);
   });
 }
 

@@ -89,11 +89,16 @@ TEST_F(PanelWindowTest, ShowsTheSettingsOfACommandThatStartsItOrIsPasted) {
   }
   EXPECT_TRUE(OnlyTheInputsAreThere());
   Paste("lumomixcalc -panel f1.tif");
+  EXPECT_FALSE(Find("Run").isEnabled());  // with old files and new numbers
   EXPECT_TRUE(WaitFor([&] { return TextOf("Save").empty(); }));
   Paste("lumomixcalc f1.tif o2.tif -check -operator=a1b");
   EXPECT_TRUE(WaitFor([&] { return TextOf("Save") == "o2.tif"; }));
-  Run("done");
+  Find("Other options").setFocus();
+  Type("Other options", "-bands=2");  // is taken without the return key, too
+  QTest::keyClick(&Find("Other options"), Qt::Key_R, Qt::ControlModifier);
+  ExpectEnd("done");
   EXPECT_TRUE(QFile::exists("o2.tif"));
+  EXPECT_FALSE(Told("band 2: "));
 }
 
 TEST_F(PanelWindowTest, RunThatIsCancelledClosedOrEndedBySignalLeavesNothing) {
@@ -105,7 +110,10 @@ TEST_F(PanelWindowTest, RunThatIsCancelledClosedOrEndedBySignalLeavesNothing) {
       EXPECT_FALSE(Find(name).isEnabled()) << name;
     EXPECT_TRUE(WaitFor([] { return !OnlyTheInputsAreThere(); }));
   };
+  Settle();
   run();
+  QCoreApplication::processEvents();
+  EXPECT_FALSE(window_->findChild<QTimer*>("Expected preview")->isActive());  // all is shown
   QTest::keyClick(window_.get(), Qt::Key_Escape);
   ExpectEnd("cancelled");
   auto& messages = Find<QPlainTextEdit>("Messages");
@@ -179,6 +187,8 @@ TEST_F(PanelWindowTest, NumbersAreReadAsPeopleTypeThemAndOtherTextsKeepItFromRun
     Set("Run");
     EXPECT_TRUE(Told("\u201c" + text + "\u201d is not a number")) << text;
   }
+  Set("File2", "f1.tif");
+  ExpectElements({9.5, 9.5}, kFile2, 1);  // files are opened meanwhile
   EXPECT_TRUE(OnlyTheInputsAreThere());
   Open("");
   EXPECT_EQ(TextOf(kA), "2");  // the last number
@@ -196,8 +206,11 @@ TEST_F(PanelWindowTest, RemembersNumbersAndItsSizeInsideTheScreen) {
   const QSize size = window_->size() - QSize(53, 55);
   window_->resize(size);
   Set(kA, "0.3");
+  Find("Other options").setFocus();
+  Type("Other options", "-bands=2");
   Open("");
   EXPECT_EQ(TextOf(kA), "0.3");
+  EXPECT_EQ(TextOf("Other options"), "-bands=2");
   EXPECT_EQ(window_->size(), size);
   const QPoint place = window_->pos();
   Open("");
@@ -296,6 +309,12 @@ TEST_F(PanelWindowTest, ShowsInItsFieldsWhatACheckFoundAndWhyARunFails) {
   QFile::remove("no.tif");
   EXPECT_TRUE(WaitFor([&] { return Notes().starts_with("\u2022 cannot open no.tif"); }));
   EXPECT_NE(Find("File1").styleSheet(), Find("File2").styleSheet());
+  std::ofstream("e.img") << std::string(24, '\0');
+  Set("File1", "e.img");
+  Settle();
+  std::ofstream("e.hdr") << "ENVI\nsamples = 3\nlines = 2\nbands = 1\ndata type = 4\n";
+  Set(kA, "5");
+  Pictured("File1 preview");
 }
 
 TEST_F(PanelWindowTest, TabGoesThroughWidgetsThatScreenReadersCanNameAndRowsHaveHelp) {

@@ -425,6 +425,9 @@ TEST_F(PanelWindowTest, ElementsUnderThePointerAreThoseOfThePixelAndTheSettings)
   const QString table = QGuiApplication::clipboard()->text();
   EXPECT_TRUE(table.contains(QRegularExpression("^Pinned.*\n\tFile1.*\nValue\t1801\t")))
       << table.toStdString();
+  QTest::mouseDClick(&Find("Place under the pointer"), Qt::LeftButton, {}, {9, 5});
+  QTest::keyClick(window_->focusWidget(), Qt::Key_C, Qt::ControlModifier);
+  EXPECT_EQ(QGuiApplication::clipboard()->text(), "Pinned");
   QTest::keyClick(&view, Qt::Key_Escape);
   QTest::keyClick(window_.get(), Qt::Key_0, Qt::ControlModifier);
   MakeRaster("f1.tif", 60, 40, 2);  // is noticed
@@ -448,8 +451,10 @@ TEST_F(PanelWindowTest, CoarseAndLongThinPreviewsShowPixelsInTheirPlacesAndReadT
   EXPECT_EQ(Find("Result preview").accessibleDescription(), "1 of 2 \u00d7 2 cells");
   MakeRaster("f1.tif", 5000, 3, 1);
   Open("f1.tif -save=out.tif -operator=a1b");
-  const auto& view = Pictured("Result preview");
+  auto& view = Pictured("Result preview");
   EXPECT_TRUE(view.Seen().isNull());
+  QTest::keyClicks(&view, "+");
+  EXPECT_FALSE(view.Seen().isNull());
   EXPECT_GE(view.transform().m22() * 3, 20);
 }
 
