@@ -122,6 +122,11 @@ TEST_F(PanelWindowTest, RunThatIsCancelledClosedOrEndedBySignalLeavesNothing) {
   QTest::keyClick(&messages, Qt::Key_C, Qt::ControlModifier);
   EXPECT_TRUE(QGuiApplication::clipboard()->text().endsWith("nothing was written."));
   EXPECT_TRUE(OnlyTheInputsAreThere());
+  Set("Region");
+  Set("Region, rows", "1");
+  Run("done");
+  QFile::remove("out.tif");
+  Set("Region");
   run();
   Answer("in progress", "Keep running", [&] { EXPECT_FALSE(window_->close()); });
   Answer("in progress", "Stop the run and close", [&] { EXPECT_TRUE(window_->close()); });
@@ -177,6 +182,7 @@ TEST_F(PanelWindowTest, NumbersAreReadAsPeopleTypeThemAndOtherTextsKeepItFromRun
     EXPECT_NE(CurrentCommand().find(std::string(" -a=") + number + ":0 "), std::string::npos);
   }
   const auto colour = [this] { return Pictured("Result preview").grab().toImage().pixel(30, 30); };
+  Set(kA, "2");
   const QRgb before = colour();
   for (const std::string text : {"abc", " ", "1,234.5", "1,2,3", "1 000", "1e99", "1/3"}) {
     for (const std::string& number : {std::string("2"), text}) Set(kA, Text(number));
@@ -187,6 +193,9 @@ TEST_F(PanelWindowTest, NumbersAreReadAsPeopleTypeThemAndOtherTextsKeepItFromRun
     Set("Run");
     EXPECT_TRUE(Told("\u201c" + text + "\u201d is not a number")) << text;
   }
+  Set(kA, "2");
+  Set(kB, "x");
+  EXPECT_NE(Notes().find("\u201cx\u201d is not a number"), std::string::npos);
   Set("File2", "f1.tif");
   ExpectElements({9.5, 9.5}, kFile2, 1);  // files are opened meanwhile
   EXPECT_TRUE(OnlyTheInputsAreThere());
@@ -239,17 +248,18 @@ TEST_F(PanelWindowTest, TakesDroppedFilesAndNamesTheirOutput) {
     if (enter.isAccepted()) QApplication::sendEvent(&target, &event);
     return files();
   };
-  std::ofstream("f2_result.tif") << "there";
-  EXPECT_EQ(drop(Find("File2"), {"f2.tif"}), " f2.tif f2_result_2.tif");
-  EXPECT_EQ(drop(*window_, {"f1.tif"}), "f1.tif f2.tif f2_result_2.tif");
+  for (const char* const file : {"f2_result.tif", "f2_result_2.tif"})
+    std::ofstream(file) << "there";
+  EXPECT_EQ(drop(Find("File2"), {"f2.tif"}), " f2.tif f2_result_3.tif");
+  EXPECT_EQ(drop(*window_, {"f1.tif"}), "f1.tif f2.tif f2_result_3.tif");
   QWidget& picture = *Pictured("File2 preview").viewport();
-  EXPECT_EQ(drop(picture, {"f1.tif"}), "f1.tif f1.tif f2_result_2.tif");
-  EXPECT_EQ(drop(*window_, {"f2.tif", "f1.tif", "f1.tif"}), "f2.tif f1.tif f2_result_2.tif");
+  EXPECT_EQ(drop(picture, {"f1.tif"}), "f1.tif f1.tif f2_result_3.tif");
+  EXPECT_EQ(drop(*window_, {"f2.tif", "f1.tif", "f1.tif"}), "f2.tif f1.tif f2_result_3.tif");
   Set("Swap");
-  EXPECT_EQ(drop(*window_, {"f2.tif"}), "f2.tif f2.tif f2_result_2.tif");
+  EXPECT_EQ(drop(*window_, {"f2.tif"}), "f2.tif f2.tif f2_result_3.tif");
   QWidget& drawn = *Pictured("File1 preview").viewport();
   Set("Run");
-  EXPECT_EQ(drop(*window_, {"f1.tif"}), "f2.tif f2.tif f2_result_2.tif");
+  EXPECT_EQ(drop(*window_, {"f1.tif"}), "f2.tif f2.tif f2_result_3.tif");
   Drag(drawn, {50, 50}, {90, 70}, Qt::ShiftModifier);
   ExpectEnd("done");
   EXPECT_EQ(CurrentCommand().find("-region"), std::string::npos);

@@ -189,6 +189,7 @@ TEST_F(LimitsTest, AreSharedToCompareInputsWhichBlinkAndAreSaved) {
   QTest::keyClick(window_.get(), Qt::Key_B);  // needs two
   EXPECT_EQ(Find("File1 preview").accessibleDescription(), "");
   Set("File2", "f2.tif");
+  Set(kA, "3");
   Set("File2 part", "Magnitude and angle");
   auto& view = Pictured("File1 preview");
   const auto& other = Pictured("File2 preview");
@@ -196,6 +197,7 @@ TEST_F(LimitsTest, AreSharedToCompareInputsWhichBlinkAndAreSaved) {
   EXPECT_EQ(TextOf("File2 high limit"), "7822");  // is no input's
   view.actions().last()->trigger();
   EXPECT_EQ(TextOf("File2 high limit"), "3911");
+  EXPECT_EQ(TextOf("Result high limit"), "11733");
   const std::array pictures = {view.Picture(), other.Picture()};
   for (const std::size_t blinks : {1U, 0U}) {
     QTest::keyClick(window_.get(), Qt::Key_B);
