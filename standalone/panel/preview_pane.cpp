@@ -136,8 +136,10 @@ struct View PreviewPane::View() const {
   for (const ImagePane* const pane : panes_) {
     const ImageView& raster = pane->Raster();
     if (!raster.isVisible()) continue;
-    whole = whole || (raster.Seen().isNull() && !pane->Image().extent.isNull());
-    view.seen |= raster.Seen();
+    if (!pane->Image().extent.isNull()) {  // else there is nothing to see
+      whole = whole || raster.Seen().isNull();
+      view.seen |= raster.Seen();
+    }
     const double screen = raster.width() * raster.height() * std::pow(devicePixelRatioF(), 2);
     view.enough = std::max(view.enough, screen * 1.15);
     view.most = std::clamp(view.enough, view.most, 0x1p22);
