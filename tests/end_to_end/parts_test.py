@@ -16,6 +16,7 @@ NORMAL = np.random.default_rng(3).normal(size=(2, 2, ROWS, COLUMNS)).astype(np.f
 COMPLEX, REAL = NORMAL[0] + 1j * NORMAL[1], 100 * NORMAL[0]
 TILES = "-co=TILED=YES", "-co=BLOCKXSIZE=16", "-co=BLOCKYSIZE=16"
 REAL[:, 3:9, 40:900] = REAL[1, 12] = -9999
+REAL[0, 30, 5] = 4e4  # of the last parts, beyond int16
 COMPLEX.imag[:, 10:15] = 0  # all of a first or last part, but not of the whole
 
 
@@ -56,6 +57,7 @@ class Parts(harness.ProgramTest):
                 (2, *a, gain, "-a=9000", "-mode=cint16", "-region=0:10:2100:10"),
                 (2, self.path("doubles.tif"), gain),  # each part has an example of its own
                 (2, *b, gain, "-b=0", "-a_nodata=0", "-oo=NUM_THREADS=1"),
+                (2, *b, gain, "-mode=int16"),
                 (2, *b, "-operator=a1+b", "-a=0.1", "-b=99", "-mode=byte", *TILES, "-co=COMPRESS=JPEG",
                  "-region=0:2:2100:32"),
                 (3, *a, "-operator=a_phase_1", "-mode=float32", *TILES, "-bands=2,1,2"),

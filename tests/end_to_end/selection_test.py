@@ -49,6 +49,8 @@ class Selection(harness.ProgramTest):
                 ("-bands=4", "-bands=: there is no band 4")):
             self.refused((option if told[0] == " " else "") + told, self.a, self.out,
                          "-operator=a1b", option)
+        write(self.b, IMAGE[0])
+        self.refused("there is no band 2", self.b, self.out, "-operator=a1b", "-bands=2")
         write(self.b, IMAGE[:2, :40, :200])
         for pair in (self.a, self.b), (self.b, self.a):
             self.refused(f"choose by -bands=: {pair[0]}", *pair, self.out)
