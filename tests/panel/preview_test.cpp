@@ -383,7 +383,8 @@ TEST_F(PreviewTest, WindowShowsWhatItsCommandMakesWhateverIsChosen) {
     SCOPED_TRACE("FIRST_SEED=" + std::to_string(seed));  // repeats it
     random_.seed(static_cast<unsigned>(seed));
     QSettings().setValue("command", start + (seed % 2 ? "" : " -region=11:6:37:29") +
-                                        (seed % 3 ? "" : " -a_nodata=0"));
+                                        (seed % 3 ? "" : " -a_nodata=0") +
+                                        (seed % 5 ? "" : " -looks=3:1"));
     Open("");
     for (int n = 4 + Any(8); n > 0; --n) {
       if (Any(3) == 0) Settle();
