@@ -259,14 +259,11 @@ void PanelWindow::Take(const QString& command, bool withFiles) {
         rows_->Show(numbers);
         TakeRows();
         ShowJob(job, withFiles);
-        run_->setEnabled(!running_);
       });
     } catch (const WrongCommandLine& wrong) {
-      worker->Deliver([this, told = Text(wrong.what())] {
-        Tell("Not pasted: " + told);
-        run_->setEnabled(!running_);
-      });
+      worker->Deliver([this, told = Text(wrong.what())] { Tell("Not pasted: " + told); });
     }
+    worker->Deliver([this] { run_->setEnabled(!running_); });
   });
 }
 
