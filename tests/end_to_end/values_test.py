@@ -146,11 +146,14 @@ class Results(harness.ProgramTest):
         last, first = self.path("last.tif"), self.path("first.tif")
         write(last, [[1], [1], [-1]])  # the logarithm of a negative number is complex
         write(first, np.pad([[1j]], (0, 3000)).astype(np.complex64))
+        small = self.path("small.tif")
+        write(small, np.complex64([[1e6 + 1j]]))
         for told, *arguments in (
                 ("have imaginary parts", self.b, "-operator=conj_a1", "-mode=int16"),
                 ("have imaginary parts", self.a, COPY, "-b=0:1"),
                 ("have imaginary parts", last, "-operator=a_ln_1+b", "-b=0"),
                 ("", self.a, "-operator=1+b_pow_a", "-a=2", "-b=-2"),
+                ("have imaginary parts", small, COPY, "-mode=float32"),
                 ("all imaginary parts are zero", self.b, "-operator=abs_a1"),
                 ("results have single precision", self.a, COPY, "-mode=float64"),
                 ("2000 elements beyond the range of byte, saturated", self.a, COPY, "-mode=byte",
